@@ -1,0 +1,157 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+/// The database access of ActiveX Data Objects, as far as the system uses it: connections whose
+/// properties are set one by one, recordsets with a current row, schema rowsets. Names and numbers
+/// are those of the published interface. What fails throws PlatformError unless said otherwise.
+namespace torvik::ado {
+
+enum class CursorLocation : int { UseServer = 2, UseClient = 3 };
+enum class CursorType : int { Unspecified = -1, ForwardOnly = 0, Dynamic = 2 };
+enum class LockType : int { Unspecified = -1, ReadOnly = 1, Pessimistic = 2 };
+enum class ObjectState : int { Closed = 0, Open = 1 };
+enum class SchemaQuery : int { Columns = 4, Schemata = 17 };
+
+/// A column's value; the first alternative is NULL. Text is UTF-8, a blob is bytes.
+struct Null {
+  bool operator==(const Null&) const = default;
+};
+struct Blob {
+  std::string bytes;
+  bool operator==(const Blob&) const = default;
+};
+using Value = std::variant<Null, std::int64_t, double, std::string, Blob>;
+
+/// One entry of a connection's error collection.
+struct ProviderError {
+  long number = 0;
+  std::string description;
+};
+
+/// The rows of a query. A new recordset stands on its first row, or at its end when it has none.
+class Recordset {
+ public:
+  virtual ~Recordset() = default;
+
+  virtual bool Eof() const = 0;
+  virtual void MoveNext() = 0;
+
+  virtual int FieldCount() const = 0;
+  /// Both take a position from 0.
+  virtual std::string FieldName(int position) const = 0;
+  virtual Value Field(int position) const = 0;
+  /// The field of that name, letter case aside. Throws when there is no such field or no current
+  /// row.
+  virtual Value Field(std::string_view name) const = 0;
+
+  /// Changes a field of the current row; needs a client-side cursor with a lock and a query on one
+  /// table. Throws when there is no current row.
+  virtual void SetField(std::string_view name, Value value) = 0;
+  /// Stores the fields that differ from what was read, in the current row alone. Throws, and leaves
+  /// the table as it was, when that row is gone or cannot be told from another one.
+  virtual void Update() = 0;
+
+  virtual void Close() = 0;
+};
+
+/// How a recordset is opened.
+struct CursorOptions {
+  CursorLocation location = CursorLocation::UseServer;
+  CursorType type = CursorType::Unspecified;
+  LockType lock = LockType::Unspecified;
+};
+
+/// What a destination column takes, as far as values are checked before they are sent.
+enum class ColumnKind { Text, Integer, Decimal, Real, Boolean, Date, DateTime, Binary };
+
+/// One column of a table. Sizes that the declaration leaves open are 0.
+struct Column {
+  std::string name;
+  ColumnKind kind = ColumnKind::Text;
+  std::string declaredType;      ///< As the server spells it: "VARCHAR(40)".
+  int size = 0;                  ///< Text: characters. Integer: bytes (2, 4 or 8).
+  int precision = 0, scale = 0;  ///< Decimal: digits in all, and behind the point.
+  bool nullable = true;
+};
+
+/// One value of a row to be loaded: no data is NULL. The bytes stay the caller's; they must live
+/// until Append returns. Numbers, dates and texts are given as text; the loader stores them in the
+/// column's own type.
+using LoadValue = std::optional<std::string_view>;
+
+/// Rows on their way into one table, by the fastest way that the server has.
+class BulkLoad {
+ public:
+  virtual ~BulkLoad() = default;
+
+  /// `row` holds one value for each column named when the load was opened.
+  virtual void Append(std::span<const LoadValue> row) = 0;
+
+  /// Ends the load; answers the number of rows that the server took.
+  virtual std::int64_t Finish() = 0;
+};
+
+/// One database connection. Used by one thread at a time.
+class Connection {
+ public:
+  virtual ~Connection() = default;
+
+  virtual void SetProvider(const std::string& name) = 0;
+  virtual void SetConnectionTimeout(int seconds) = 0;
+  /// Properties of the provider: "Data Source", "Initial Catalog", "User ID", "Password",
+  /// "Integrated Security", "Persist Security Info", "Connect Timeout". Takes effect at Open.
+  virtual void SetProperty(const std::string& name, const std::string& value) = 0;
+
+  /// Opens with what has been set. A failure throws and is also left in Errors().
+  virtual void Open() = 0;
+  virtual void Close() = 0;
+  virtual ObjectState State() const = 0;
+
+  /// What the provider said about the last call that failed, in its order.
+  virtual std::vector<ProviderError> Errors() const = 0;
+
+  /// Runs every statement of `sql`; answers the number of rows that they changed.
+  virtual std::int64_t Execute(const std::string& sql) = 0;
+
+  virtual std::unique_ptr<Recordset> OpenRecordset(const std::string& sql,
+                                                   const CursorOptions& options) = 0;
+
+  /// A schema rowset. Restrictions go by position as the query type defines them; an empty text
+  /// restricts nothing. Columns (TABLE_CATALOG, TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME) has at least
+  /// the fields of these names; Schemata has SCHEMA_NAME.
+  virtual std::unique_ptr<Recordset> OpenSchema(SchemaQuery query,
+                                                std::span<const std::string> restrictions) = 0;
+
+  /// The columns of a table in its own order; empty when there is no such table.
+  virtual std::vector<Column> TableColumns(const std::string& table) = 0;
+
+  virtual std::unique_ptr<BulkLoad> OpenBulkLoad(const std::string& table,
+                                                 std::span<const std::string> columns) = 0;
+
+  virtual void BeginTrans() = 0;
+  virtual void CommitTrans() = 0;
+  virtual void RollbackTrans() = 0;
+  /// Marks a point inside a transaction, and goes back to it.
+  virtual void SetSavepoint() = 0;
+  virtual void RollbackToSavepoint() = 0;
+
+  /// Ends a running statement of another thread with an error.
+  virtual void Cancel() = 0;
+};
+
+/// Makes connections.
+class Provider {
+ public:
+  virtual ~Provider() = default;
+  virtual std::unique_ptr<Connection> NewConnection() = 0;
+};
+
+}  // namespace torvik::ado

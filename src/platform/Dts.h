@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+
+/// The package object model of SQL Server's Data Transformation Services: what a runner sees of a
+/// package. Names and numbers are those of the published interface.
+namespace torvik::dts {
+
+enum class StepExecutionStatus : int { Waiting = 1, InProgress = 2, Inactive = 3, Completed = 4 };
+enum class StepExecutionResult : int { Success = 0, Failure = 1 };
+
+/// DTSSQLServerStorageFlags of LoadFromSQLServer and SaveToSQLServer.
+enum class SqlServerStorageFlags : int { Default = 0, UseTrustedConnection = 0x100 };
+
+/// Error numbers that the package object raises.
+enum class Error : long {
+  CyclicDependency = 1015,
+  FailedOnStepError = 1064,
+};
+
+/// The value of a global variable.
+using Variant = std::variant<std::string, bool, std::int64_t, double>;
+
+/// A package's global variables, found by name (letter case does not matter).
+class GlobalVariables {
+ public:
+  virtual ~GlobalVariables() = default;
+
+  /// Both throw PlatformError when the package has no variable of that name.
+  virtual const Variant& Value(std::string_view name) const = 0;
+  virtual void SetValue(std::string_view name, Variant value) = 0;
+};
+
+/// One step, as it stands after the last execution.
+class Step {
+ public:
+  virtual ~Step() = default;
+
+  virtual const std::string& Name() const = 0;
+  virtual StepExecutionStatus ExecutionStatus() const = 0;
+  virtual StepExecutionResult ExecutionResult() const = 0;
+};
+
+/// Is told how an execution goes, always on the thread that called Execute.
+class PackageEvents {
+ public:
+  virtual ~PackageEvents() = default;
+
+  virtual void OnStart(std::string_view step) = 0;
+  /// Rows done so far, at most every 100 ms.
+  virtual void OnProgress(std::string_view step, std::int64_t rows) = 0;
+  virtual void OnFinish(std::string_view step) = 0;
+  /// An error's own words: of a step, or of the package (empty `step`).
+  virtual void OnError(std::string_view step, std::string_view description) = 0;
+  /// Called every 100 ms while a step runs, so that pending events can be handled.
+  virtual void OnIdle() = 0;
+};
+
+/// A package: loaded, given its variables, executed, and asked how its steps went.
+class Package {
+ public:
+  virtual ~Package() = default;
+
+  /// Loads the package's latest version (or the one of `versionGuid`) from the server that stores
+  /// it. With UseTrustedConnection user and password are not used. Throws PlatformError, whose text
+  /// names the document's line and column where the document is at fault.
+  virtual void LoadFromSQLServer(const std::string& serverName, const std::string& serverUserName,
+                                 const std::string& serverPassword, SqlServerStorageFlags flags,
+                                 const std::string& packagePassword, const std::string& packageGuid,
+                                 const std::string& versionGuid, const std::string& packageName,
+                                 const std::string& hostStorage) = 0;
+
+  virtual const std::string& Name() const = 0;
+
+  virtual dts::GlobalVariables& GlobalVariables() = 0;
+
+  /// Runs every step whose constraints come to hold and returns when none is left. Throws
+  /// PlatformError when a step fails that the package lets fail the package, when a `${Name}` has
+  /// no variable, or when the package is not loaded; a failed step alone does not throw.
+  virtual void Execute(PackageEvents& events) = 0;
+
+  virtual int StepCount() const = 0;
+  /// The step at `position`, from 1 to StepCount().
+  virtual const dts::Step& Step(int position) const = 0;
+
+  /// Closes what the package holds open. The package can be loaded again.
+  virtual void UnInitialize() = 0;
+};
+
+/// Makes packages.
+class PackageHost {
+ public:
+  virtual ~PackageHost() = default;
+  virtual std::unique_ptr<Package> NewPackage() = 0;
+};
+
+}  // namespace torvik::dts

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string_view>
+
+namespace torvik {
+
+/// The icons of a message box; the numbers are those of the Windows API's MessageBox.
+enum class BoxIcon : int { Critical = 0x10, Exclamation = 0x30, Information = 0x40 };
+
+/// What the user is told, and the events that wait for the user-interface thread.
+class Messages {
+ public:
+  virtual ~Messages() = default;
+
+  /// A modal message box. Without a display it is a line on standard error, answered at once.
+  virtual void Box(std::string_view text, std::string_view title, BoxIcon icon) = 0;
+
+  /// One line for whoever started the program, beside the run's own log: why something failed that
+  /// the log does not explain.
+  virtual void Report(std::string_view line) = 0;
+
+  /// Handles what has arrived: clicks, and the signals that act as the Close button.
+  virtual void PumpEvents() = 0;
+};
+
+}  // namespace torvik

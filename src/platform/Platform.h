@@ -1,0 +1,34 @@
+#pragma once
+
+namespace torvik {
+
+namespace ado {
+class Provider;
+}
+namespace dts {
+class PackageHost;
+}
+class Clock;
+class CodePages;
+class Console;
+class EventLog;
+class Files;
+class Messages;
+class Processes;
+class Profile;
+
+/// Everything outside the process that a run touches. Built in main.cpp, handed down, owned by no
+/// one else.
+struct Platform {
+  ado::Provider& databases;
+  dts::PackageHost& packages;
+  Clock& clock;
+  CodePages& codePages;
+  Console& console;
+  Files& files;
+  Messages& messages;
+  Processes& processes;
+  Profile& profile;
+};
+
+}  // namespace torvik

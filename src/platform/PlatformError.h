@@ -1,0 +1,20 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace torvik {
+
+/// The one exception that crosses module boundaries: a failure of a database or of a package's
+/// Execute. what() is the description.
+struct PlatformError : std::runtime_error {
+  PlatformError(long number, const std::string& description, std::string source)
+      : std::runtime_error(description), number(number), source(std::move(source)) {}
+
+  std::string Description() const { return what(); }
+
+  long number;         ///< The library's own code; 0 where it has none.
+  std::string source;  ///< Who failed: "SQLite", "package engine", a driver's name.
+};
+
+}  // namespace torvik

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace torvik {
+
+/// The platform's initialisation-file functions (GetPrivateProfileString and
+/// WritePrivateProfileString of the Windows API), by their documented behaviour. Section and key
+/// names match without regard to letter case. Texts are UTF-8 in memory and in the system's code
+/// page in the file.
+class Profile {
+ public:
+  virtual ~Profile() = default;
+
+  /// The value of `key`, without the blanks around it and without one pair of quotes around it, cut
+  /// to `size` - 1 characters; `fallback` when the file, the section or the key is absent. An empty
+  /// value is the empty text.
+  virtual std::string GetPrivateProfileStringA(std::string_view section, std::string_view key,
+                                               std::string_view fallback, std::size_t size,
+                                               const std::string& file) = 0;
+
+  /// Replaces the key's value in place; a new key goes to the end of its section, a new section to
+  /// the end of the file, a new file gets mode 0600. Every other byte of the file stays as it is,
+  /// and so do its line ends and its mode. Non-zero on success; on failure the file is as it was.
+  virtual int WritePrivateProfileStringA(std::string_view section, std::string_view key,
+                                         std::string_view value, const std::string& file) = 0;
+};
+
+}  // namespace torvik
