@@ -9,7 +9,7 @@ namespace dts {
 class PackageHost;
 }
 class Clock;
-class CodePages;
+class CodePage;
 class Console;
 class EventLog;
 class Files;
@@ -22,8 +22,8 @@ class Profile;
 struct Platform {
   ado::Provider& databases;
   dts::PackageHost& packages;
+  const CodePage& ansi;  ///< The system's code page, that of job files and logs.
   Clock& clock;
-  CodePages& codePages;
   Console& console;
   Files& files;
   Messages& messages;

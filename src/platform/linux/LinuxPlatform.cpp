@@ -1,0 +1,73 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include "platform/PlatformError.h"
+#include "platform/linux/AdoServers.h"
+#include "platform/linux/ConsoleMessages.h"
+#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/PosixFiles.h"
+#include "platform/linux/PosixProcesses.h"
+#include "platform/linux/ProfileFiles.h"
+#include "platform/linux/StdConsole.h"
+#include "platform/linux/SyslogEventLog.h"
+#include "platform/linux/SystemClock.h"
+
+namespace torvik {
+namespace {
+
+ServerLookup LookupBy(const Settings& settings) {
+  return [settings](const std::string& server) -> std::optional<ServerPlace> {
+    const ServerSettings* found = settings.FindServer(server);
+    if (found == nullptr) return {};
+    return ServerPlace{found->backend, found->directory};
+  };
+}
+
+}  // namespace
+
+std::string LinuxPlatform::EmbeddedDirectory(const std::string& server) const {
+  const ServerSettings* found = settings.FindServer(server);
+  if (found == nullptr) {
+    throw PlatformError(0,
+                        "server " + server + " is not known; add a section [server " + server +
+                            "] with a directory to torvik.conf",
+                        "settings");
+  }
+  if (found->backend != "embedded") {
+    throw PlatformError(0, "server " + server + " is not an embedded one", "settings");
+  }
+  return found->directory;
+}
+
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
+  LinuxPlatform platform;
+  if (const auto error = LoadSettings(ProcessEnvironment(), platform.settings); !error.empty()) {
+    throw PlatformError(0, error, "settings");
+  }
+  const PathMap paths = platform.settings.Paths();
+  platform.codePages = NewIconvCodePages(platform.settings.codePage);
+  platform.files =
+      NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
+  platform.profile = NewProfileFiles(paths, *platform.codePages);
+  platform.processes = NewPosixProcesses();
+  platform.clock = NewSystemClock();
+  platform.console = NewStdConsole(*platform.codePages);
+  platform.eventLog = NewSyslogEventLog();
+  platform.messages = NewConsoleMessages(std::move(onClose));
+  platform.databases = NewAdoProvider(LookupBy(platform.settings));
+  return platform;
+}
+
+std::string ReadText(Files& files, const std::string& path) {
+  std::error_code error;
+  const auto file = files.OpenRead(path, error);
+  std::string text;
+  char block[65536];
+  for (std::size_t length = 1; !error && length > 0;) {
+    length = file->Read(block, sizeof block, error);
+    text.append(block, length);
+  }
+  if (error) throw PlatformError(error.value(), path + ": " + error.message(), "files");
+  return text;
+}
+
+}  // namespace torvik

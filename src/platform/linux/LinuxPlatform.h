@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Ado.h"
+#include "platform/Clock.h"
+#include "platform/CodePage.h"
+#include "platform/Console.h"
+#include "platform/EventLog.h"
+#include "platform/Files.h"
+#include "platform/Messages.h"
+#include "platform/Process.h"
+#include "platform/Profile.h"
+#include "platform/linux/Settings.h"
+
+namespace torvik {
+
+/// Every platform interface as it is on Linux, by the settings of torvik.conf.
+struct LinuxPlatform {
+  Settings settings;
+  std::unique_ptr<CodePages> codePages;
+  std::unique_ptr<Files> files;
+  std::unique_ptr<Profile> profile;
+  std::unique_ptr<Processes> processes;
+  std::unique_ptr<Clock> clock;
+  std::unique_ptr<Console> console;
+  std::unique_ptr<EventLog> eventLog;
+  std::unique_ptr<Messages> messages;
+  std::unique_ptr<ado::Provider> databases;
+
+  /// The directory of an embedded server; throws PlatformError when the settings have no such
+  /// server, or one of another kind.
+  std::string EmbeddedDirectory(const std::string& server) const;
+};
+
+/// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,
+/// for each signal that acts as the Close button. Throws PlatformError when the settings are wrong.
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose);
+
+/// The text of a file, for programs that read their input whole; throws PlatformError.
+std::string ReadText(Files& files, const std::string& path);
+
+}  // namespace torvik

@@ -1,0 +1,115 @@
+#include "platform/linux/ReplaceFile.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/linux/Posix.h"
+
+namespace torvik {
+namespace {
+
+/// The file that a chain of symbolic links ends in; it need not exist.
+std::string BehindLinks(std::filesystem::path path) {
+  constexpr int maxLinks = 40;
+  std::error_code error;
+  for (int i = 0; i < maxLinks && std::filesystem::is_symlink(path, error); ++i) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, error);
+  }
+  return path.string();
+}
+
+std::string DirectoryOf(const std::string& path) {
+  const std::string directory = std::filesystem::path(path).parent_path().string();
+  return directory.empty() ? "." : directory;
+}
+
+/// A file made beside another one, removed again unless it was renamed over it.
+class Beside {
+ public:
+  Beside(const std::string& directory, mode_t mode)
+      : file_(Create(directory, mode)), isMade_(file_.IsOpen()) {}
+  ~Beside() {
+    if (isMade_) unlink(path_.c_str());
+  }
+  Beside(const Beside&) = delete;
+  Beside& operator=(const Beside&) = delete;
+
+  bool IsOpen() const { return file_.IsOpen(); }
+  int Number() const { return file_.Number(); }
+
+  std::error_code RenameTo(const std::string& path) {
+    if (const auto error = file_.Close()) return error;
+    if (rename(path_.c_str(), path.c_str()) != 0) return LastSystemError();
+    isMade_ = false;
+    return {};
+  }
+
+ private:
+  /// The name may be known beforehand; O_EXCL keeps off what others have put there.
+  Descriptor Create(const std::string& directory, mode_t mode) {
+    static std::atomic<unsigned> counter = 0;
+    for (int tries = 0; tries < 100; ++tries) {
+      path_ = directory + "/.torvik-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
+      Descriptor file = OpenFile(path_, O_WRONLY | O_CREAT | O_EXCL, mode);
+      if (file.IsOpen() || errno != EEXIST) return file;
+    }
+    return Descriptor();
+  }
+
+  std::string path_;
+  Descriptor file_;
+  bool isMade_;
+};
+
+std::error_code KeepOwnerAndMode(int file, const struct stat& old) {
+  // Only root may give a file away; for others the new owner is the writer, as with any editor.
+  if (geteuid() == 0 && fchown(file, old.st_uid, old.st_gid) != 0) return LastSystemError();
+  return fchmod(file, old.st_mode & 07777) == 0 ? std::error_code() : LastSystemError();
+}
+
+std::error_code SyncDirectory(const std::string& directory) {
+  const Descriptor opened = OpenFile(directory, O_RDONLY | O_DIRECTORY);
+  // Some file systems cannot sync a directory; the rename has been done all the same.
+  if (opened.IsOpen() && fsync(opened.Number()) != 0 && errno != EINVAL) return LastSystemError();
+  return {};
+}
+
+}  // namespace
+
+std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+  const std::string target = BehindLinks(path);
+  struct stat old {};
+  const bool exists = stat(target.c_str(), &old) == 0;
+  if (exists && faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
+    return LastSystemError();
+  Beside beside(DirectoryOf(target), exists ? 0600 : newFileMode);
+  if (!beside.IsOpen()) return LastSystemError();
+  if (const auto error = WriteAll(beside.Number(), bytes)) return error;
+  if (exists) {
+    if (const auto error = KeepOwnerAndMode(beside.Number(), old)) return error;
+  }
+  if (fsync(beside.Number()) != 0) return LastSystemError();
+  if (const auto error = beside.RenameTo(target)) return error;
+  return SyncDirectory(DirectoryOf(target));
+}
+
+std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+  Descriptor file = OpenFile(path, O_WRONLY | O_CREAT, newFileMode);
+  if (!file.IsOpen()) return LastSystemError();
+  if (const auto error = WriteAll(file.Number(), bytes)) return error;
+  struct stat now {};
+  const bool isPlain = fstat(file.Number(), &now) == 0 && S_ISREG(now.st_mode);
+  // Cut to length afterwards, so that the file is never empty.
+  if (isPlain && ftruncate(file.Number(), static_cast<off_t>(bytes.size())) != 0) {
+    return LastSystemError();
+  }
+  if (isPlain && fsync(file.Number()) != 0) return LastSystemError();
+  return file.Close();
+}
+
+}  // namespace torvik

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/linux/PathMap.h"
+
+namespace torvik {
+
+/// A section [server NAME].
+struct ServerSettings {
+  std::string backend;                         ///< "embedded" or "odbc".
+  std::string directory;                       ///< Of an embedded server.
+  std::map<std::string, std::string> options;  ///< Further keys of an odbc server, small letters.
+};
+
+/// What the machine's administrator has chosen (torvik.conf), and where the program keeps its
+/// state.
+struct Settings {
+  std::string sourceFile;  ///< Empty: there is no settings file, everything has its default.
+  std::string stateDirectory;
+  std::string temporaryDirectory;
+  std::string codePage = "windows-1252";          ///< Of job files, logs and status files.
+  std::map<std::string, std::string> drives;      ///< Directories by small letter: "c".
+  std::map<std::string, std::string> shares;      ///< By small letters: "\\files\incoming".
+  std::map<std::string, ServerSettings> servers;  ///< By small letters. "(local)" is always there.
+
+  /// The server of that name, letter case aside, or null.
+  const ServerSettings* FindServer(const std::string& name) const;
+
+  /// Where paths of either spelling lead by these settings.
+  PathMap Paths() const;
+};
+
+/// What the process was started with: environment variables, an empty one counting as absent, and
+/// whether root runs it.
+struct Environment {
+  std::map<std::string, std::string> variables;
+  bool isRoot = false;
+
+  std::string Variable(const std::string& name) const;
+};
+
+/// That of this process, as far as the settings look at it.
+Environment ProcessEnvironment();
+
+/// Reads the settings: the file of $TORVIK_CONF, else the first that is there of
+/// $XDG_CONFIG_HOME/torvik/torvik.conf (~/.config for the variable) and /etc/torvik/torvik.conf.
+/// State lies in $TORVIK_STATE, else for root in /var/lib/torvik, else in $XDG_STATE_HOME/torvik
+/// (~/.local/state); temporary files in $TMPDIR, else in "tmp" there. Answers the empty text, or
+/// what is wrong, naming file and line; `settings` is then incomplete.
+std::string LoadSettings(const Environment& environment, Settings& settings);
+
+}  // namespace torvik

@@ -1,0 +1,181 @@
+#include "platform/linux/SettingsFile.h"
+
+#include <algorithm>
+
+#include "platform/PlatformError.h"
+#include "platform/linux/AsciiCase.h"
+#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/IniText.h"
+
+namespace torvik {
+namespace {
+
+/// The value without the comment behind it, which begins with a blank and a semicolon outside of
+/// quotes.
+std::string ValueOf(std::string_view text) {
+  const bool isQuoted = !text.empty() && (text[0] == '"' || text[0] == '\'');
+  const std::size_t closing = isQuoted ? text.find(text[0], 1) : 0;
+  std::size_t comment = closing == std::string_view::npos ? closing : text.find(';', closing);
+  while (comment != std::string_view::npos && comment > 0 && text[comment - 1] != ' ' &&
+         text[comment - 1] != '\t') {
+    comment = text.find(';', comment + 1);
+  }
+  return std::string(IniValue(text.substr(0, comment)));
+}
+
+/// What follows a first word, as in "drive C:"; empty when that is not the first word.
+std::string Behind(std::string_view word, std::string_view text) {
+  const std::size_t blank = text.find_first_of(" \t");
+  if (blank == std::string_view::npos || !EqualsIgnoringCase(text.substr(0, blank), word))
+    return {};
+  return std::string(IniValue(text.substr(blank)));
+}
+
+std::string UnlessAbsolute(const std::string& directory) {
+  return directory.rfind('/', 0) == 0 ? "" : "a directory is given by its full path, from / on";
+}
+
+/// Reads line by line. Each function answers what is wrong, or the empty text.
+class SettingsParser {
+ public:
+  explicit SettingsParser(Settings& settings) : settings_(settings) {}
+
+  std::string Parse(std::string_view text) {
+    for (std::size_t offset = 0; offset < text.size();) {
+      const IniLine line = ReadIniLine(text, offset);
+      offset = line.end;
+      ++lineNumber_;
+      if (std::string problem = Read(line); !problem.empty()) return At(lineNumber_, problem);
+    }
+    return CheckServers();
+  }
+
+ private:
+  enum class Section { None, Text, Paths, Server, OfOthers };
+
+  std::string At(int lineNumber, const std::string& problem) const {
+    return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
+  }
+
+  std::string Read(const IniLine& line) {
+    switch (line.kind) {
+      case IniLine::Kind::Section: return ReadSection(std::string(line.name));
+      case IniLine::Kind::Key: return ReadKey(LowerAscii(line.name), ValueOf(line.text));
+      case IniLine::Kind::Other: return "this is neither [SECTION] nor KEY = VALUE";
+      case IniLine::Kind::Blank:
+      case IniLine::Kind::Comment: break;
+    }
+    return {};
+  }
+
+  std::string ReadSection(const std::string& name) {
+    const std::string server = LowerAscii(Behind("server", name));
+    if (EqualsIgnoringCase(name, "text")) {
+      section_ = Section::Text;
+    } else if (EqualsIgnoringCase(name, "paths")) {
+      section_ = Section::Paths;
+    } else if (EqualsIgnoringCase(name, "ftp") || !Behind("provider", name).empty()) {
+      section_ = Section::OfOthers;
+    } else if (server.empty()) {
+      return "the section [" + name +
+             "] is not known; there are [text], [paths], [ftp], [server NAME], [provider NAME]";
+    } else {
+      section_ = Section::Server;
+      server_ = server;
+      serverLines_.emplace(server, lineNumber_);
+      settings_.servers[server];
+    }
+    return {};
+  }
+
+  std::string ReadKey(const std::string& key, const std::string& value) {
+    switch (section_) {
+      case Section::None: return "a [SECTION] must come before the first key";
+      case Section::Text: return ReadTextKey(key, value);
+      case Section::Paths: return ReadPath(key, value);
+      case Section::Server: return ReadServerKey(key, value);
+      case Section::OfOthers: break;
+    }
+    return {};
+  }
+
+  std::string ReadTextKey(const std::string& key, const std::string& value) {
+    if (key != "code_page") return "[text] has no key \"" + key + "\"; there is code_page";
+    settings_.codePage = value;
+    try {
+      NewIconvCodePages(value);
+      return {};
+    } catch (const PlatformError& error) {
+      return error.Description();
+    }
+  }
+
+  std::string ReadPath(const std::string& key, const std::string& value) {
+    const std::string drive = Behind("drive", key);
+    std::string share = Behind("share", key);
+    const bool isDrive = drive.size() == 2 && drive[0] >= 'a' && drive[0] <= 'z' && drive[1] == ':';
+    std::replace(share.begin(), share.end(), '/', '\\');
+    const std::size_t serverEnd = share.find('\\', 2);
+    const bool isShare = share.rfind("\\\\", 0) == 0 && serverEnd != std::string::npos &&
+                         share.find('\\', serverEnd + 1) == std::string::npos &&
+                         serverEnd + 1 < share.size();
+    if (!isDrive && !isShare) {
+      return "[paths] has no key \"" + key +
+             "\"; there are \"drive X:\" and \"share \\\\SERVER\\SHARE\"";
+    }
+    auto& directories = isDrive ? settings_.drives : settings_.shares;
+    if (!directories.emplace(isDrive ? drive.substr(0, 1) : share, value).second) {
+      return "\"" + key + "\" is given twice";
+    }
+    return UnlessAbsolute(value);
+  }
+
+  std::string ReadServerKey(const std::string& key, const std::string& value) {
+    ServerSettings& server = settings_.servers[server_];
+    if (key == "backend") {
+      server.backend = LowerAscii(value);
+      const bool isKnown = server.backend == "embedded" || server.backend == "odbc";
+      return isKnown ? ""
+                     : "the backend \"" + value + "\" is not known; there are embedded and odbc";
+    }
+    if (key == "directory") {
+      server.directory = value;
+      return UnlessAbsolute(value);
+    }
+    server.options[key] = value;
+    return {};
+  }
+
+  /// What can only be said when all keys of a server are known.
+  std::string CheckServers() {
+    for (auto& [name, server] : settings_.servers) {
+      const bool isLocal = name == "(local)";
+      if (server.backend.empty() && isLocal) server.backend = "embedded";
+      std::string problem;
+      if (server.backend.empty()) problem = "no backend is named; there are embedded and odbc";
+      if (server.backend == "embedded" && !server.options.empty()) {
+        problem = "an embedded server has no key \"" + server.options.begin()->first +
+                  "\"; there is directory";
+      }
+      if (server.backend == "embedded" && server.directory.empty() && !isLocal) {
+        problem = "an embedded server needs a directory";
+      }
+      if (!problem.empty()) return At(serverLines_.at(name), "[server " + name + "]: " + problem);
+    }
+    return {};
+  }
+
+  Settings& settings_;
+  int lineNumber_ = 0;
+  Section section_ = Section::None;
+  std::string server_;
+  std::map<std::string, int> serverLines_;
+};
+
+}  // namespace
+
+std::string ParseSettings(std::string_view text, Settings& settings) {
+  return SettingsParser(settings).Parse(text);
+}
+
+}  // namespace torvik

@@ -1,0 +1,183 @@
+#include "platform/linux/SqlNames.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/linux/AsciiCase.h"
+
+namespace torvik {
+namespace {
+
+enum class TokenKind { Name, Point, Other };
+
+struct Token {
+  TokenKind kind;
+  std::size_t begin;
+  std::string_view text;
+};
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+bool IsNameStart(char c) {
+  return (LowerAscii(c) >= 'a' && LowerAscii(c) <= 'z') || c == '_' ||
+         static_cast<unsigned char>(c) >= 0x80;
+}
+
+bool IsNameCharacter(char c) {
+  return IsNameStart(c) || IsDigit(c) || c == '$' || c == '#' || c == '@';
+}
+
+bool IsBlank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/// The position behind the quoted text that begins at `begin`; a doubled quote stands for itself.
+std::size_t QuoteEnd(std::string_view sql, std::size_t begin) {
+  const char quote = sql[begin];
+  if (quote == '[') return std::min(sql.find(']', begin), sql.size() - 1) + 1;
+  for (std::size_t at = begin + 1; at < sql.size(); ++at) {
+    if (sql[at] != quote) continue;
+    if (at + 1 == sql.size() || sql[at + 1] != quote) return at + 1;
+    ++at;
+  }
+  return sql.size();
+}
+
+std::size_t NameEnd(std::string_view sql, std::size_t begin) {
+  const auto end = std::find_if_not(sql.begin() + begin, sql.end(), IsNameCharacter);
+  return static_cast<std::size_t>(end - sql.begin());
+}
+
+/// The points of a number belong to no name.
+std::size_t NumberEnd(std::string_view sql, std::size_t begin) {
+  const auto end = std::find_if_not(sql.begin() + begin, sql.end(),
+                                    [](char c) { return IsNameCharacter(c) || c == '.'; });
+  return static_cast<std::size_t>(end - sql.begin());
+}
+
+Token TokenAt(std::string_view sql, std::size_t begin) {
+  const auto token = [&](TokenKind kind, std::size_t end) {
+    return Token{kind, begin, sql.substr(begin, end - begin)};
+  };
+  const char c = sql[begin];
+  if (c == '\'') return token(TokenKind::Other, QuoteEnd(sql, begin));
+  if (c == '"' || c == '`' || c == '[') return token(TokenKind::Name, QuoteEnd(sql, begin));
+  if (IsNameStart(c)) return token(TokenKind::Name, NameEnd(sql, begin));
+  if (IsDigit(c)) return token(TokenKind::Other, NumberEnd(sql, begin));
+  return token(c == '.' ? TokenKind::Point : TokenKind::Other, begin + 1);
+}
+
+std::vector<Token> Tokenise(std::string_view sql) {
+  std::vector<Token> tokens;
+  for (std::size_t at = SkipBlanks(sql, 0); at < sql.size();) {
+    tokens.push_back(TokenAt(sql, at));
+    at = SkipBlanks(sql, at + tokens.back().text.size());
+  }
+  return tokens;
+}
+
+std::string Unquoted(std::string_view name) {
+  const char quote = name.front();
+  if (quote != '"' && quote != '`' && quote != '[') return std::string(name);
+  const std::string_view inner = name.substr(1, name.size() - 2);
+  std::string text;
+  for (std::size_t i = 0; i < inner.size(); ++i) {
+    text += inner[i];
+    if (quote != '[' && inner[i] == quote) ++i;
+  }
+  return text;
+}
+
+/// A name of several parts: what it means, and which token is the table's.
+struct QualifiedName {
+  TableName name;
+  std::size_t tableToken;
+};
+
+/// The qualified name that begins with token `first`.
+std::optional<QualifiedName> QualifiedNameAt(const std::vector<Token>& tokens, std::size_t first) {
+  const auto is = [&](std::size_t offset, TokenKind kind) {
+    return first + offset < tokens.size() && tokens[first + offset].kind == kind;
+  };
+  const auto part = [&](std::size_t offset) { return Unquoted(tokens[first + offset].text); };
+  using enum TokenKind;
+  if (!is(0, Name) || !is(1, Point)) return {};
+  if (is(2, Point) && is(3, Name)) return QualifiedName{{part(0), part(3)}, first + 3};
+  if (!is(2, Name)) return {};
+  if (EqualsIgnoringCase(part(2), "dbo") && is(3, Point) && is(4, Name))
+    return QualifiedName{{part(0), part(4)}, first + 4};
+  if (EqualsIgnoringCase(part(0), "dbo")) return QualifiedName{{"", part(2)}, first + 2};
+  return {};
+}
+
+bool IsIsNullCall(const std::vector<Token>& tokens, std::size_t first) {
+  return EqualsIgnoringCase(tokens[first].text, "ISNULL") && first + 1 < tokens.size() &&
+         tokens[first + 1].text == "(";
+}
+
+}  // namespace
+
+std::string QuotedName(std::string_view name) {
+  std::string quoted = "\"";
+  for (const char c : name) {
+    quoted += c;
+    if (c == '"') quoted += c;
+  }
+  return quoted + '"';
+}
+
+std::optional<TableName> SplitTableName(std::string_view text) {
+  const std::vector<Token> tokens = Tokenise(text);
+  if (tokens.size() == 1 && tokens[0].kind == TokenKind::Name)
+    return TableName{"", Unquoted(tokens[0].text)};
+  const auto qualified = QualifiedNameAt(tokens, 0);
+  if (!qualified || qualified->tableToken + 1 != tokens.size()) return {};
+  return qualified->name;
+}
+
+std::string ResolveNames(std::string_view sql, const SchemaPrefix& prefixOf) {
+  const std::vector<Token> tokens = Tokenise(sql);
+  std::string resolved;
+  std::size_t copied = 0;
+  const auto replace = [&](std::size_t begin, std::size_t end, std::string_view text) {
+    resolved.append(sql.substr(copied, begin - copied)).append(text);
+    // Errors name lines, so that every line must stay where it is.
+    resolved.append(
+        static_cast<std::size_t>(std::count(sql.begin() + begin, sql.begin() + end, '\n')), '\n');
+    copied = end;
+  };
+  for (std::size_t i = 0; i < tokens.size(); ++i) {
+    if (i > 0 && tokens[i - 1].kind == TokenKind::Point) continue;
+    const std::size_t begin = tokens[i].begin;
+    if (const auto qualified = QualifiedNameAt(tokens, i)) {
+      i = qualified->tableToken;
+      replace(begin, tokens[i].begin, prefixOf(qualified->name, LineOf(sql, begin)));
+    } else if (IsIsNullCall(tokens, i)) {
+      replace(begin, begin + tokens[i].text.size(), "IFNULL");
+    }
+  }
+  return resolved.append(sql.substr(copied));
+}
+
+std::size_t SkipBlanks(std::string_view sql, std::size_t from) {
+  while (from < sql.size()) {
+    if (IsBlank(sql[from])) {
+      ++from;
+    } else if (sql.substr(from, 2) == "--") {
+      from = std::min(sql.find('\n', from), sql.size());
+    } else if (sql.substr(from, 2) == "/*") {
+      from = std::min(sql.find("*/", from + 2), sql.size() - 2) + 2;
+    } else {
+      break;
+    }
+  }
+  return from;
+}
+
+int LineOf(std::string_view sql, std::size_t position) {
+  return 1 + static_cast<int>(std::count(sql.begin(), sql.begin() + position, '\n'));
+}
+
+}  // namespace torvik

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/Ado.h"
+
+namespace torvik {
+
+/// What a column takes, by the type that its table declares: "VARCHAR(40)", "decimal(10, 2)". A
+/// type that is none of the server's is text of any length.
+ado::Column ColumnOfType(std::string_view declaredType);
+
+}  // namespace torvik

@@ -1,0 +1,170 @@
+#include "platform/linux/SqliteSession.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "platform/linux/AsciiCase.h"
+#include "platform/linux/SqlNames.h"
+#include "platform/linux/SqliteFunctions.h"
+#include "platform/linux/SqliteStatement.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kSource = "SQLite";
+
+bool IsAboutTheFile(int primaryCode) {
+  constexpr int codes[] = {SQLITE_PERM, SQLITE_READONLY, SQLITE_IOERR,  SQLITE_CORRUPT,
+                           SQLITE_FULL, SQLITE_CANTOPEN, SQLITE_NOTADB, SQLITE_NOLFS};
+  return std::ranges::find(codes, primaryCode) != std::end(codes);
+}
+
+std::string Seconds(std::chrono::milliseconds duration) {
+  const auto tenths = duration.count() / 100;
+  return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+}  // namespace
+
+SqliteSession::SqliteSession(const std::string& directory, const std::string& database,
+                             int timeoutSeconds)
+    : directory_(directory),
+      databases_{RequireEmbeddedDatabase(directory, database.empty() ? "master" : database)},
+      timeout_(std::chrono::seconds(std::max(timeoutSeconds, 0))) {
+  try {
+    Open();
+  } catch (...) {
+    sqlite3_close_v2(handle_);
+    throw;
+  }
+}
+
+SqliteSession::~SqliteSession() {
+  sqlite3_close_v2(handle_);
+}
+
+void SqliteSession::Open() {
+  const std::string& path = databases_.front().path;
+  if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX,
+                      nullptr) != SQLITE_OK)
+    throw Failure("the database " + path + " cannot be opened");
+  sqlite3_extended_result_codes(handle_, 1);
+  sqlite3_busy_handler(handle_, OnBusy, this);
+  // Reading the schema's version shows at once whether the file is a database.
+  Run("PRAGMA foreign_keys = ON; PRAGMA synchronous = FULL; PRAGMA schema_version");
+  AddServerFunctions(handle_, directory_);
+  Run(kCreateDatabaseList);
+}
+
+std::string SqliteSession::Resolve(std::string_view sql) {
+  return ResolveNames(sql, [this](const TableName& name, int line) -> std::string {
+    if (EqualsIgnoringCase(name.database, "master") &&
+        EqualsIgnoringCase(name.table, kDatabaseList))
+      return "temp.";
+    try {
+      const std::string schema = Schema(name.database);
+      return schema == "main" ? "" : QuotedName(schema) + ".";
+    } catch (const PlatformError& error) {
+      throw Keep(error.number,
+                 "line " + std::to_string(line) + " of the SQL text: " + error.Description());
+    }
+  });
+}
+
+std::string SqliteSession::Schema(const std::string& database) {
+  if (database.empty() || EqualsIgnoringCase(database, CurrentDatabase())) return "main";
+  for (std::size_t i = 1; i < databases_.size(); ++i)
+    if (EqualsIgnoringCase(database, databases_[i].name)) return databases_[i].name;
+  try {
+    Attach(RequireEmbeddedDatabase(directory_, database));
+  } catch (const PlatformError& error) {
+    throw Keep(error.number, error.Description());
+  }
+  return databases_.back().name;
+}
+
+void SqliteSession::Attach(const EmbeddedDatabase& database) {
+  const std::string schema = QuotedName(database.name);
+  SqliteStatement attach(
+      *this, "ATTACH DATABASE ?1 AS " + schema,
+      "the database " + database.path + " cannot be used beside " + CurrentDatabase());
+  attach.Bind(1, database.path);
+  attach.Step();
+  databases_.push_back(database);
+  // SQLite refuses this inside a transaction; its default is the same.
+  if (sqlite3_get_autocommit(handle_)) Run("PRAGMA " + schema + ".synchronous = FULL");
+}
+
+void SqliteSession::Run(const std::string& sql) {
+  BeginStatement();
+  if (sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) throw Failure("");
+}
+
+void SqliteSession::BeginStatement() {
+  cancelled_ = false;
+  waited_ = {};
+}
+
+PlatformError SqliteSession::Failure(const std::string& place) {
+  const int code = sqlite3_extended_errcode(handle_);
+  const int primaryCode = code & 0xFF;
+  std::string text = sqlite3_errmsg(handle_);
+  if (primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED) text = LockedText(code);
+  if (IsAboutTheFile(primaryCode)) text += "; open: " + OpenFiles();
+  return Keep(code, place.empty() ? text : place + ": " + text);
+}
+
+PlatformError SqliteSession::Refusal(const std::string& reason) {
+  return Keep(0, reason);
+}
+
+PlatformError SqliteSession::Keep(long number, const std::string& description) {
+  errors_ = {{number, description}};
+  return PlatformError(number, description, kSource);
+}
+
+std::string SqliteSession::LockedText(int code) const {
+  const std::string words = std::string(" (") + sqlite3_errmsg(handle_) + ")";
+  if (cancelled_) return "cancelled while waiting for the database " + OpenFiles() + words;
+  if (code == SQLITE_BUSY_SNAPSHOT)
+    return "the database " + OpenFiles() +
+           " was changed by another connection after this one began to read it; close what is "
+           "being read and try again" +
+           words;
+  return "the database " + OpenFiles() + " is held by another process or connection; waited " +
+         Seconds(waited_) + " for it; try again when that one has finished" + words;
+}
+
+/// SQLite does not say which of its files an error is about, so that all are named.
+std::string SqliteSession::OpenFiles() const {
+  std::string files;
+  for (const EmbeddedDatabase& database : databases_)
+    files += (files.empty() ? "" : " or ") + database.path;
+  return files;
+}
+
+void SqliteSession::Cancel() {
+  cancelled_ = true;
+  sqlite3_interrupt(handle_);
+}
+
+int SqliteSession::OnBusy(void* session, int attempt) {
+  return static_cast<SqliteSession*>(session)->WaitForLock(attempt);
+}
+
+/// SQLite's own handler cannot be cancelled and does not tell how long it waited.
+bool SqliteSession::WaitForLock(int attempt) {
+  using namespace std::chrono;
+  constexpr milliseconds kLongestNap{25};
+  const auto now = steady_clock::now();
+  if (attempt == 0) waitBegan_ = now;
+  waited_ = duration_cast<milliseconds>(now - waitBegan_);
+  if (cancelled_ || waited_ >= timeout_) return false;
+  std::this_thread::sleep_for(
+      std::min({milliseconds(attempt + 1), kLongestNap, timeout_ - waited_}));
+  return true;
+}
+
+}  // namespace torvik

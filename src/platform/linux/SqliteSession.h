@@ -1,0 +1,75 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Ado.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/EmbeddedDirectory.h"
+
+struct sqlite3;
+
+namespace torvik {
+
+/// One SQLite handle on an embedded server: a current database, the others attached when SQL names
+/// them. Cancel may be called from another thread, all else from one at a time.
+class SqliteSession {
+ public:
+  /// Opens a database that exists; an empty name is master. Throws PlatformError, and makes no
+  /// file, when the directory or the database is not there.
+  SqliteSession(const std::string& directory, const std::string& database, int timeoutSeconds);
+  ~SqliteSession();
+  SqliteSession(const SqliteSession&) = delete;
+  SqliteSession& operator=(const SqliteSession&) = delete;
+
+  sqlite3* Handle() const { return handle_; }
+  const std::string& CurrentDatabase() const { return databases_.front().name; }
+
+  /// The server's SQL as SQLite takes it. Attaches the databases that it names; throws for one that
+  /// the directory does not have.
+  std::string Resolve(std::string_view sql);
+
+  /// The schema that a database of the directory has here, attached if need be. An empty name is
+  /// the current database.
+  std::string Schema(const std::string& database);
+
+  /// Runs SQLite's own SQL, without rows.
+  void Run(const std::string& sql);
+
+  /// Every statement begins with this: forgets an earlier Cancel and how long was waited.
+  void BeginStatement();
+
+  /// The error that SQLite has just reported, in its words; `place` begins the text. Also kept in
+  /// Errors().
+  PlatformError Failure(const std::string& place);
+
+  /// An error that is not SQLite's own. Also kept in Errors().
+  PlatformError Refusal(const std::string& reason);
+
+  const std::vector<ado::ProviderError>& Errors() const { return errors_; }
+
+  void Cancel();
+
+ private:
+  void Open();
+  void Attach(const EmbeddedDatabase& database);
+  std::string LockedText(int code) const;
+  std::string OpenFiles() const;
+  PlatformError Keep(long number, const std::string& description);
+  static int OnBusy(void* session, int attempt);
+  bool WaitForLock(int attempt);
+
+  std::string directory_;
+  std::vector<EmbeddedDatabase> databases_;  ///< The current one, then the attached ones.
+  std::chrono::milliseconds timeout_;
+  sqlite3* handle_ = nullptr;
+  std::vector<ado::ProviderError> errors_;
+  std::atomic<bool> cancelled_ = false;
+  std::chrono::steady_clock::time_point waitBegan_;
+  std::chrono::milliseconds waited_{};
+};
+
+}  // namespace torvik
