@@ -1,0 +1,59 @@
+#pragma once
+
+#include <string>
+
+#include "platform/VariantBool.h"
+
+namespace torvik {
+
+class Clock;
+class CodePage;
+class DataLinkSectionWriter;
+class Files;
+class Profile;
+
+/// What reading and writing a job file needs.
+struct JobFileServices {
+  Profile& profile;
+  Files& files;
+  const CodePage& ansi;
+  Clock& clock;
+  DataLinkSectionWriter& dataLinks;
+};
+
+/// The settings of one job, and the job file that keeps them. Values are kept as they are set.
+class JobSettings {
+ public:
+  std::string DTSPackageName;
+  std::string DTSServer;
+  VariantBool DTSServerTrustedLogin = VariantFalse;
+  std::string DTSLoginUserName;
+  std::string DTSLoginPassword;  ///< In clear.
+  std::string ExceptionLogFile;
+  std::string LogFileDir;
+  VariantBool UseDefaultLogFileDir = VariantFalse;
+  VariantBool TruncateExceptionLogFile = VariantFalse;
+  VariantBool WriteCompletionStatusToNT = VariantFalse;
+  std::string DWServer;
+  VariantBool DWServerTrustedLogin = VariantFalse;
+  std::string DWServerLoginUserName;
+  std::string DWServerLoginPassword;  ///< In clear.
+  std::string DWDatabaseName;
+  std::string TorvConfigFile;  ///< Path of the job file itself.
+  VariantBool RunFromUI = VariantFalse;
+
+  const std::string& LastError() const { return lastError_; }
+
+  /// Reads every setting from the file; a key that it lacks makes its setting empty or False.
+  /// False, and nothing changes, when the file is missing or cannot be read.
+  bool ReadConfigFile(const JobFileServices& services);
+
+  /// Writes every setting and then the data-link sections. Passwords are scrambled afresh. False
+  /// when no file is named or the last setting could not be written.
+  bool WriteConfigFile(const JobFileServices& services) const;
+
+ protected:
+  std::string lastError_;
+};
+
+}  // namespace torvik

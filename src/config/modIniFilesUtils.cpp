@@ -1,0 +1,39 @@
+#include "config/modIniFilesUtils.h"
+
+#include <algorithm>
+
+#include "platform/Profile.h"
+
+namespace torvik {
+
+std::string ReadIniString(Profile& profile, const std::string& section, const std::string& key,
+                          const std::string& fallback, const std::string& file) {
+  constexpr std::size_t bufferSize = 2048;
+  return profile.GetPrivateProfileStringA(section, key, fallback, bufferSize, file);
+}
+
+std::int16_t WriteIniString(Profile& profile, const std::string& section, const std::string& key,
+                            const std::string& value, const std::string& file) {
+  return static_cast<std::int16_t>(profile.WritePrivateProfileStringA(section, key, value, file));
+}
+
+bool IsIniTrue(const std::string& text) {
+  const std::string no = "FALSE";
+  return !std::equal(text.begin(), text.end(), no.begin(), no.end(), [](char a, char b) {
+    return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 32) : a) == b;
+  });
+}
+
+std::string IniTruth(VariantBool value) {
+  return value == VariantTrue ? "TRUE" : "FALSE";
+}
+
+std::string QuoteForIniFile(const std::string& text) {
+  if (text.empty()) return text;
+  const char first = text.front();
+  const char last = text.back();
+  const bool isQuoted = text.size() > 1 && first == last && (first == '"' || first == '\'');
+  return first == ' ' || last == ' ' || isQuoted ? '"' + text + '"' : text;
+}
+
+}  // namespace torvik

@@ -1,0 +1,182 @@
+#include "config/JobSettings.h"
+
+#include <gmock/gmock.h>
+
+#include "config/DataLinkSections.h"
+#include "config/modCypher.h"
+#include "fakes/FakeClock.h"
+#include "fakes/FakeFiles.h"
+#include "fakes/FakeProfile.h"
+#include "fakes/TemporaryDirectory.h"
+#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/PosixFiles.h"
+#include "platform/linux/ProfileFiles.h"
+
+namespace torvik {
+namespace {
+
+struct RecordingSectionWriter final : DataLinkSectionWriter {
+  void WriteDataLinkSections(const std::string& file) override { files.push_back(file); }
+  std::vector<std::string> files;
+};
+
+/// What reading one and the same file must give, whoever wrote it.
+JobSettings Example() {
+  JobSettings job;
+  job.DTSPackageName = "Sales_LoadDW";
+  job.ExceptionLogFile = R"(C:\Logs\Fehlerprüfung.txt)";
+  job.LogFileDir = R"(C:\Logs\Sales\)";
+  job.TruncateExceptionLogFile = VariantTrue;
+  job.DTSServer = "(local)";
+  job.DTSServerTrustedLogin = VariantTrue;
+  job.DTSLoginUserName = "sa";
+  job.DTSLoginPassword = ",";  // scrambles to a text that ends in a blank
+  job.DWServer = R"(DWPROD\first)";
+  job.DWServerTrustedLogin = 1;  // neither True nor False
+  job.DWServerLoginUserName = "loader";
+  job.DWServerLoginPassword = "secret";
+  job.DWDatabaseName = "dw";
+  return job;
+}
+
+constexpr const char* kNewFile =
+    "[Package Info]\r\nPackage=Sales_LoadDW\r\nLogFile=C:\\Logs\\Fehlerpr\xFC"
+    "fung.txt\r\n"
+    "LogFileDir=C:\\Logs\\Sales\\\r\nUseDefaultLogFileDir=FALSE\r\nTruncLogFile=TRUE\r\n"
+    "WriteEvent=FALSE\r\n"
+    "[DTS Server Info]\r\nDTSServer=(local)\r\nDTSNTAut=TRUE\r\nDTSUser=sa\r\nDTSPwd=\"6m \"\r\n"
+    "[Datawarehouse Server Info]\r\nDWServer=DWPROD\\first\r\nDWNTAut=FALSE\r\nDWUser=loader\r\n"
+    "DWPwd=6mgc+-UU\r\nDWDB=dw\r\n";
+
+class JobFile : public testing::Test {
+ protected:
+  JobFileServices Services() { return {*profile_, *files_, codePages_->Ansi(), clock_, sections_}; }
+  bool Read(JobSettings& job, const std::string& name) {
+    job.TorvConfigFile = directory_.PathOf(name);
+    return job.ReadConfigFile(Services());
+  }
+  bool Write(JobSettings& job, const std::string& name) {
+    job.TorvConfigFile = directory_.PathOf(name);
+    return job.WriteConfigFile(Services());
+  }
+
+  TemporaryDirectory directory_;
+  FakeClock clock_;
+  RecordingSectionWriter sections_;
+  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
+  std::unique_ptr<Profile> profile_ = NewProfileFiles(PathMap(), *codePages_);
+  std::unique_ptr<Files> files_ = NewPosixFiles(PathMap(), *codePages_, directory_.Path());
+};
+
+TEST_F(JobFile, ANewFileHasEverySettingInItsOrder) {
+  JobSettings job = Example();
+  EXPECT_TRUE(Write(job, "new.etl"));
+  EXPECT_EQ(directory_.Read("new.etl"), kNewFile);
+  EXPECT_EQ(directory_.ModeOf("new.etl"), 0600);
+  EXPECT_THAT(sections_.files, testing::ElementsAre(directory_.PathOf("new.etl")));
+}
+
+TEST_F(JobFile, ReadsEverySetting) {
+  directory_.Write("job.etl", kNewFile);
+  JobSettings job;
+  ASSERT_TRUE(Read(job, "job.etl"));
+  EXPECT_TRUE(sections_.files.empty());
+  const JobSettings expected = Example();
+  EXPECT_EQ(job.DWServerTrustedLogin, VariantFalse);
+  EXPECT_EQ(job.DTSServerTrustedLogin, VariantTrue);
+  EXPECT_EQ(job.DTSLoginPassword, expected.DTSLoginPassword);
+  // The rest is what is written back: one byte that differs would show it.
+  EXPECT_TRUE(Write(job, "again.etl"));
+  EXPECT_EQ(directory_.Read("again.etl"), kNewFile);
+}
+
+TEST_F(JobFile, AFileOfAnotherInstallationKeepsEveryByteButTheScrambledOnes) {
+  // Its own order, spacing, comments, letter case, a byte without a character, no last line end.
+  const std::string before =
+      "; nightly load\r\n\r\n[DATAWAREHOUSE SERVER INFO]\r\nDWDB = dw\r\ndwpwd=";
+  const std::string between =
+      "\r\nDWServer=DWPROD\\first\r\nDWNTAut=FALSE\r\nDWUser=loader\r\n\r\n[Other tool]\r\n"
+      "Note=\x81\xE9\t \r\nno key\r\n[Package Info]\r\nPackage=Sales_LoadDW\r\n"
+      "LogFile=C:\\Logs\\Fehlerpr\xFC"
+      "fung.txt\r\nLogFileDir=C:\\Logs\\Sales\\\r\nUseDefaultLogFileDir=FALSE\r\n"
+      "TruncLogFile=TRUE\r\nWriteEvent=FALSE\r\n;WriteEvent=TRUE\r\n[DTS Server Info]\r\n"
+      "DTSServer=(local)\r\nDTSNTAut=TRUE\r\nDTSUser=sa\r\nDTSPwd=";
+  for (const bool isLinux : {false, true}) {
+    const auto spelled = [&](std::string text) {
+      if (isLinux) std::erase(text, '\r');
+      return text;
+    };
+    directory_.Write("old.etl", spelled(before + "8vgc+-UU" + between + "\"8v \""));
+    directory_.SetMode("old.etl", 0640);
+    JobSettings job;
+    ASSERT_TRUE(Read(job, "old.etl"));
+    EXPECT_EQ(job.DTSLoginPassword, ",");
+    EXPECT_EQ(job.DWServerLoginPassword, "secret");
+    EXPECT_TRUE(Write(job, "old.etl"));
+    EXPECT_EQ(directory_.Read("old.etl"), spelled(before + "6mgc+-UU" + between + "\"6m \""));
+    EXPECT_EQ(directory_.ModeOf("old.etl"), 0640);
+  }
+}
+
+TEST_F(JobFile, AnAbsentKeyResetsItsSetting) {
+  directory_.Write("part.etl", "[Package Info]\nPackage=P\nWriteEvent=\nTruncLogFile=0\n");
+  JobSettings job = Example();
+  ASSERT_TRUE(Read(job, "part.etl"));
+  EXPECT_EQ(job.DTSPackageName, "P");
+  EXPECT_EQ(job.WriteCompletionStatusToNT, VariantTrue);  // there, and not FALSE
+  EXPECT_EQ(job.TruncateExceptionLogFile, VariantTrue);
+  EXPECT_EQ(job.LogFileDir, "");
+  EXPECT_EQ(job.DTSServerTrustedLogin, VariantFalse);
+  EXPECT_EQ(job.DWServerLoginPassword, "");
+}
+
+TEST_F(JobFile, WithoutAFileNothingChanges) {
+  JobSettings job = Example();
+  EXPECT_FALSE(Read(job, "missing.etl"));
+  directory_.Write("folder/x", "");
+  EXPECT_FALSE(Read(job, "folder"));
+  EXPECT_EQ(job.DTSPackageName, "Sales_LoadDW");
+  job.TorvConfigFile.clear();
+  EXPECT_FALSE(job.ReadConfigFile(Services()));
+  EXPECT_FALSE(job.WriteConfigFile(Services()));
+  EXPECT_TRUE(sections_.files.empty());
+  EXPECT_FALSE(Write(job, "missing/new.etl"));
+}
+
+TEST(JobSettings, AFileThatCannotBeOpenedChangesNothing) {
+  FakeFiles files;
+  files.Put("job.etl", "");
+  files.locked.insert("job.etl");
+  FakeProfile profile;
+  FakeClock clock;
+  RecordingSectionWriter sections;
+  const auto codePages = NewIconvCodePages("windows-1252");
+  JobSettings job = Example();
+  job.TorvConfigFile = "job.etl";
+  EXPECT_FALSE(job.ReadConfigFile({profile, files, codePages->Ansi(), clock, sections}));
+  EXPECT_EQ(job.DTSPackageName, "Sales_LoadDW");
+}
+
+TEST(JobSettings, TheLastKeyDecidesWhetherAFileIsWritten) {
+  const struct {
+    const char* failingKey;
+    bool isWritten;
+  } cases[] = {{"-", true}, {"Package", true}, {"DWPwd", true}, {"DWDB", false}};
+  for (const auto& c : cases) {
+    FakeFiles files;
+    FakeProfile profile;
+    FakeClock clock;
+    RecordingSectionWriter sections;
+    const auto codePages = NewIconvCodePages("windows-1252");
+    profile.failingKey = c.failingKey;
+    JobSettings job = Example();
+    job.TorvConfigFile = "job.etl";
+    EXPECT_EQ(job.WriteConfigFile({profile, files, codePages->Ansi(), clock, sections}),
+              c.isWritten)
+        << c.failingKey;
+    EXPECT_EQ(sections.files.size(), 1u) << c.failingKey;
+  }
+}
+
+}  // namespace
+}  // namespace torvik
