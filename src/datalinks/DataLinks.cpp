@@ -1,0 +1,57 @@
+#include "datalinks/DataLinks.h"
+
+#include <array>
+
+#include "datalinks/ETLPackages.h"
+#include "platform/Ado.h"
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
+
+namespace torvik {
+
+bool TableExists(ado::Connection& connection, const std::string& table) {
+  const std::array<std::string, 4> restrictions = {"", "", table, ""};
+  const auto columns = connection.OpenSchema(ado::SchemaQuery::Columns, restrictions);
+  const bool exists = !columns->Eof();
+  columns->Close();
+  return exists;
+}
+
+bool DataLinks::LoadDataLinks(ado::Connection& dataWarehouse, const std::string& packageName,
+                              std::vector<std::string>& listEntries) {
+  links_ = std::make_unique<cDataSources>();
+  const std::string model = ModelNameFromPackage(packageName);
+  if (!TableExists(dataWarehouse, "dwm_data_link")) {
+    messages_.Box(
+        "dwm_data_link table not found in specified DataWarehouse database.\r\n"
+        "Select a different database",
+        "Checking DataWarehouse database", BoxIcon::Critical);
+    return false;
+  }
+  links_->Load(dataWarehouse, model);
+  listEntries.clear();
+  for (const auto& link : *links_) {
+    if (link->strModelName == model) listEntries.push_back(link->strName);
+  }
+  return true;
+}
+
+cDataSource* DataLinks::FindDataLink(const std::string& name) {
+  return links_ ? links_->getDSByName(name) : nullptr;
+}
+
+void DataLinks::SaveAllDataLinks(ado::Connection& dataWarehouse) {
+  if (!links_) return;
+  for (const auto& link : *links_) {
+    try {
+      link->Save(dataWarehouse);
+    } catch (const PlatformError& error) {
+      throw PlatformError(error.number,
+                          "data link '" + link->strName + "' of model '" + link->strModelName +
+                              "' cannot be saved: " + error.Description(),
+                          error.source);
+    }
+  }
+}
+
+}  // namespace torvik

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/DataLinkSections.h"
+#include "datalinks/cDataSources.h"
+
+namespace torvik {
+
+class Clock;
+class CodePage;
+class Messages;
+class Profile;
+
+/// True when the connection knows a table of that name.
+bool TableExists(ado::Connection& connection, const std::string& table);
+
+/// The program-wide collection of data links: those of the job's model, with the job file's own
+/// values over them. Absent until it is first loaded.
+class DataLinks : public DataLinkSectionWriter {
+ public:
+  DataLinks(Profile& profile, const CodePage& ansi, Clock& clock, Messages& messages)
+      : profile_(profile), ansi_(ansi), clock_(clock), messages_(messages) {}
+
+  /// Replaces the collection by the links of the package's model and lists their names. Without the
+  /// table a message box says so, the answer is false, the new collection stays empty and the list
+  /// as it was. Throws PlatformError when the rows cannot be read.
+  bool LoadDataLinks(ado::Connection& dataWarehouse, const std::string& packageName,
+                     std::vector<std::string>& listEntries);
+
+  /// The link of that name, or null.
+  cDataSource* FindDataLink(const std::string& name);
+
+  /// Gives each link of the collection the values that the job file has for it. A link whose
+  /// section has no name is left alone. Throws PlatformError when a number in a section is none.
+  void ReadDataLinkSections(const std::string& file);
+
+  /// Writes a section for each link, its passwords and connect string scrambled. Nothing is written
+  /// when there is no collection.
+  void WriteDataLinkSections(const std::string& file) override;
+
+  /// Every link stores itself in its row. Throws PlatformError at the first that cannot.
+  void SaveAllDataLinks(ado::Connection& dataWarehouse);
+
+ private:
+  void ReadSection(const std::string& file, cDataSource& link);
+  void WriteSection(const std::string& file, const cDataSource& link);
+
+  Profile& profile_;
+  const CodePage& ansi_;
+  Clock& clock_;
+  Messages& messages_;
+  std::unique_ptr<cDataSources> links_;
+};
+
+}  // namespace torvik

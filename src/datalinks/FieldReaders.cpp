@@ -1,0 +1,93 @@
+#include "datalinks/FieldReaders.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "platform/PlatformError.h"
+
+namespace torvik {
+namespace {
+
+/// The runtime's number for a value of the wrong type.
+constexpr long kTypeMismatch = 13;
+
+std::string_view WithoutBlanks(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+std::optional<double> NumberIn(std::string_view text) {
+  text = WithoutBlanks(text);
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  double number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return {};
+  if (!std::isfinite(number)) return {};
+  return number;
+}
+
+std::optional<double> Number(const ado::Value& value) {
+  if (const auto* whole = std::get_if<std::int64_t>(&value)) return static_cast<double>(*whole);
+  if (const auto* real = std::get_if<double>(&value)) return *real;
+  if (const auto* text = std::get_if<std::string>(&value)) return NumberIn(*text);
+  return {};
+}
+
+bool IsWord(std::string_view text, std::string_view lowerCaseWord) {
+  return text.size() == lowerCaseWord.size() &&
+         std::equal(text.begin(), text.end(), lowerCaseWord.begin(),
+                    [](char a, char b) { return (a | 0x20) == b; });
+}
+
+}  // namespace
+
+std::string TextOf(const ado::Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* blob = std::get_if<ado::Blob>(&value)) return blob->bytes;
+  char digits[32];
+  if (const auto* whole = std::get_if<std::int64_t>(&value)) {
+    return {digits, std::to_chars(digits, digits + sizeof digits, *whole).ptr};
+  }
+  if (const auto* real = std::get_if<double>(&value)) {
+    return {digits, std::to_chars(digits, digits + sizeof digits, *real).ptr};
+  }
+  return {};
+}
+
+std::int16_t WholeNumberOf(const ado::Value& value) {
+  const auto number = Number(value);
+  if (!number) return 0;
+  const double whole = std::nearbyint(*number);
+  using Limits = std::numeric_limits<std::int16_t>;
+  if (whole < Limits::min() || whole > Limits::max()) return 0;
+  return static_cast<std::int16_t>(whole);
+}
+
+bool TruthOf(const ado::Value& value) {
+  if (std::holds_alternative<ado::Null>(value)) return false;
+  const std::string text = TextOf(value);
+  if (IsWord(text, "true")) return true;
+  if (IsWord(text, "false")) return false;
+  if (const auto number = Number(value)) return *number != 0;
+  throw PlatformError(kTypeMismatch, "\"" + text + "\" is neither True nor False nor a number",
+                      "data link");
+}
+
+std::int32_t NumberFromText(const std::string& text, const std::string& what, std::int32_t lowest,
+                            std::int32_t highest) {
+  const auto number = NumberIn(text);
+  const double whole = number ? std::nearbyint(*number) : 0;
+  if (!number || whole < lowest || whole > highest) {
+    throw PlatformError(kTypeMismatch,
+                        what + " is \"" + text + "\", not a whole number from " +
+                            std::to_string(lowest) + " to " + std::to_string(highest),
+                        "data link");
+  }
+  return static_cast<std::int32_t>(whole);
+}
+
+}  // namespace torvik

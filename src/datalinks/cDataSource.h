@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/VariantBool.h"
+
+namespace torvik {
+
+namespace ado {
+class Connection;
+}
+
+/// How a data link's remote data is fetched (intTransferData).
+inline constexpr std::int16_t TransferNone = 0;
+inline constexpr std::int16_t TransferFtp = 1;
+inline constexpr std::int16_t TransferShare = 2;
+
+/// Kinds of data link (etlType), as they are stored.
+inline constexpr std::int32_t EtlSqlServer = 1;
+inline constexpr std::int32_t EtlFlatFile = 3;
+
+/// One data link: where one input of a package comes from. Values are kept as they are set.
+class cDataSource {
+ public:
+  std::string strModelName;  ///< ETL model that the link belongs to.
+  std::string strName;       ///< Unique within its model.
+  std::int32_t etlType = 0;
+  std::string strDSServer;
+  std::string strDSDatabase;
+  bool blnDSTrustedLogin = false;
+  std::string strDSUser;
+  std::string strDSPassword;  ///< In clear.
+  std::string strDSFile;
+  std::string strDSDirectory;      ///< Local directory of flat files.
+  std::string strDSConnectString;  ///< May hold a password.
+  std::int16_t intTransferData = 0;
+  std::string strFTPServer;
+  std::string strFTPUser;
+  std::string strFTPPassword;  ///< In clear.
+  std::string strRemoteDir;
+  std::int16_t intPollInterval = 0;  ///< Minutes.
+  std::int16_t intPollDuration = 0;  ///< Minutes.
+
+  /// Fills the record from its row of dwm_data_link. The row is the one of the record's own model
+  /// and name, put into the query without quotes; both arguments are ignored. Throws PlatformError
+  /// when there is no such row; the fields read before the failure keep their new values.
+  void Load(ado::Connection& dataWarehouse, const std::string& strModel,
+            const std::string& strDataSourceName);
+
+  /// Stores the record's connection fields in its existing row; model, name and kind are never
+  /// written. A flat-file link's directories get their trailing separators first, here too. Throws
+  /// PlatformError when there is no row of that model and name.
+  void Save(ado::Connection& dataWarehouse);
+
+ private:
+  void AddDirectorySeparators();
+};
+
+}  // namespace torvik
