@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace torvik {
+
+class Files;
+
+/// Makes a directory and those above it. One that exists, or that cannot be made, passes silently.
+void MakeDirectory(Files& files, const std::string& path);
+
+/// The traces of one run: the log directory, emptied before the package is loaded and filled by the
+/// package, and the exception file, which receives what the package left there. Every step goes on
+/// whatever fails.
+class ErrLogging {
+ public:
+  explicit ErrLogging(Files& files) : files_(files) {}
+
+  /// Deletes the exception file when `truncate` asks for it, makes the log directory and deletes
+  /// the plain files in it. An empty `logDir` names no directory: nothing is made or deleted.
+  void PrepareLogDirectory(const std::string& packageName, const std::string& logDir,
+                           const std::string& exceptionFile, bool truncate);
+
+  /// Leaves a copy of the exception file in the log directory and appends the package's own log and
+  /// then every other file of the directory, in the file system's order, to the exception file.
+  void CollectRunLogs();
+
+ private:
+  std::string InLogDirectory(const std::string& name) const;
+  std::vector<std::string> OtherLogs(const std::string& combined) const;
+
+  Files& files_;
+  std::string packageName_;
+  std::string exceptionFile_;
+  std::string logDir_;
+};
+
+}  // namespace torvik

@@ -1,0 +1,100 @@
+#include "package/ExecDTSPackage.h"
+
+#include "datalinks/DataWarehouse.h"
+#include "datalinks/ETLPackages.h"
+#include "datalinks/cDataSources.h"
+#include "package/ErrLogging.h"
+#include "package/JobVariables.h"
+#include "platform/Dts.h"
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
+#include "transfer/CopyQuorFiles.h"
+
+namespace torvik {
+
+ExecDTSPackage::ExecDTSPackage(const JobServices& services) : services_(services) {}
+
+ExecDTSPackage::~ExecDTSPackage() = default;
+
+bool ExecDTSPackage::LoadPackage() {
+  DropPackage();
+  package_ = services_.packages.NewPackage();
+  services_.errLogging.PrepareLogDirectory(DTSPackageName, LogFileDir, ExceptionLogFile,
+                                           TruncateExceptionLogFile != VariantFalse);
+  try {
+    LoadFromServer();
+    return true;
+  } catch (const PlatformError& error) {
+    lastError_ = "Can not load DTS Package from SQL Server : " + DTSPackageName;
+    services_.messages.Report(lastError_ + ": " + error.Description());
+    return false;
+  }
+}
+
+void ExecDTSPackage::LoadFromServer() {
+  const bool trusted = DTSServerTrustedLogin == VariantTrue;
+  const std::string none;
+  package_->LoadFromSQLServer(DTSServer, trusted ? none : DTSLoginUserName,
+                              trusted ? none : DTSLoginPassword,
+                              trusted ? dts::SqlServerStorageFlags::UseTrustedConnection
+                                      : dts::SqlServerStorageFlags::Default,
+                              none, none, none, DTSPackageName, none);
+}
+
+bool ExecDTSPackage::HandleRemoteData() {
+  lastError_.clear();
+  cDataSources links;
+  links.Load(services_.dataWarehouse.Connection(), ModelNameFromPackage(DTSPackageName));
+  bool complete = true;
+  for (const auto& link : links) {
+    const bool byFtp = link->intTransferData == TransferFtp;
+    if (!byFtp && link->intTransferData != TransferShare) continue;
+    const RemoteLogon logon =
+        byFtp ? RemoteLogon{link->strFTPServer, link->strFTPUser, link->strFTPPassword}
+              : RemoteLogon{};
+    complete &=
+        services_.remoteData.PollForRemoteData(link->strRemoteDir, link->strDSDirectory,
+                                               link->intPollInterval, link->intPollDuration, logon);
+  }
+  return complete;
+}
+
+std::string ExecDTSPackage::GetGlobalVariableValuesAsString() const {
+  if (!package_) throw PlatformError(0, "no package is loaded", "job");
+  return JobVariablesAsString(package_->GlobalVariables());
+}
+
+bool ExecDTSPackage::ExecPackage(dts::PackageEvents& events) {
+  lastError_.clear();
+  if (!package_) {
+    lastError_ = "Internal error : no Package loaded.";
+    return false;
+  }
+  SetJobVariables(*this, package_->GlobalVariables());
+  package_->Execute(events);
+  services_.errLogging.CollectRunLogs();
+  const bool succeeded = StepFailures();
+  DropPackage();
+  return succeeded;
+}
+
+bool ExecDTSPackage::StepFailures() {
+  bool none = true;
+  const int count = package_->StepCount();
+  for (int i = 1; i <= count; ++i) {
+    const dts::Step& step = package_->Step(i);
+    if (step.ExecutionStatus() != dts::StepExecutionStatus::Completed) continue;
+    if (step.ExecutionResult() != dts::StepExecutionResult::Failure) continue;
+    none = false;
+    lastError_ += step.Name() + " in '" + package_->Name() + "' failed.\r\n";
+  }
+  return none;
+}
+
+void ExecDTSPackage::DropPackage() {
+  if (!package_) return;
+  package_->UnInitialize();
+  package_.reset();
+}
+
+}  // namespace torvik

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "config/JobSettings.h"
+
+namespace torvik {
+
+namespace dts {
+class Package;
+class PackageEvents;
+class PackageHost;
+}  // namespace dts
+class CopyQuorFiles;
+class DataWarehouse;
+class ErrLogging;
+class Messages;
+
+/// What a job needs around it.
+struct JobServices {
+  dts::PackageHost& packages;
+  DataWarehouse& dataWarehouse;
+  CopyQuorFiles& remoteData;
+  ErrLogging& errLogging;
+  Messages& messages;
+};
+
+/// One job: its settings, and its package loaded and executed.
+class ExecDTSPackage : public JobSettings {
+ public:
+  explicit ExecDTSPackage(const JobServices& services);
+  ~ExecDTSPackage();
+
+  /// Prepares the log directory and replaces the held package by a freshly loaded one. On failure
+  /// LastError says that it cannot be loaded; why is reported beside the log.
+  bool LoadPackage();
+
+  /// Fetches the remote data of every data link of the package's model that asks for it, going on
+  /// after a failure; true when all of it came. Throws PlatformError when the links cannot be read.
+  bool HandleRemoteData();
+
+  /// The values of the loaded package's variables, the passwords left out, with nothing between
+  /// them. Throws PlatformError when the package lacks one of them.
+  std::string GetGlobalVariableValuesAsString() const;
+
+  /// Hands the job's settings to the loaded package as its global variables, executes it, gathers
+  /// its logs, judges its steps and drops it; true when no step failed. LastError then has a line
+  /// for each failed step. Throws what the package raises; it then stays held.
+  bool ExecPackage(dts::PackageEvents& events);
+
+ private:
+  void LoadFromServer();
+  bool StepFailures();
+  void DropPackage();
+
+  JobServices services_;
+  std::unique_ptr<dts::Package> package_;
+};
+
+}  // namespace torvik

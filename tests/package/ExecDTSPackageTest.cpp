@@ -1,0 +1,228 @@
+#include "package/ExecDTSPackage.h"
+
+#include <gmock/gmock.h>
+
+#include "datalinks/DataWarehouse.h"
+#include "fakes/FakeAdo.h"
+#include "fakes/FakeDts.h"
+#include "fakes/FakeFiles.h"
+#include "fakes/FakeMessages.h"
+#include "package/ErrLogging.h"
+#include "startup/ExecTask.h"
+#include "transfer/CopyQuorFiles.h"
+
+namespace torvik {
+namespace {
+
+using dts::StepExecutionResult;
+using dts::StepExecutionStatus;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+struct NoEvents final : dts::PackageEvents {
+  void OnStart(std::string_view) override {}
+  void OnProgress(std::string_view, std::int64_t) override {}
+  void OnFinish(std::string_view) override {}
+  void OnError(std::string_view, std::string_view) override {}
+  void OnIdle() override {}
+};
+
+struct FakeLogForm final : LogForm {
+  std::string ErrorFile() const override { return "err.txt"; }
+  void SetFormStatus(const std::string&) override {}
+};
+
+struct JobTest : ::testing::Test {
+  FakePackageHost host;
+  FakeAdo ado;
+  FakeFiles files;
+  FakeMessages messages;
+  FakeLogForm form;
+  DataWarehouse warehouse{ado};
+  RunLog log{files, messages};
+  CopyQuorFiles remoteData{log};
+  ErrLogging errLogging{files};
+  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages}};
+  NoEvents events;
+
+  JobTest() {
+    log.SetForm(form);
+    job.DTSPackageName = "Sales_LoadDW";
+    job.DTSServer = "DTSPROD";
+    job.DTSLoginUserName = "sa";
+    job.DTSLoginPassword = "pw1";
+    job.DWServerLoginPassword = "pw2";
+    job.LogFileDir = "C:\\logs";
+    job.ExceptionLogFile = "err.txt";
+  }
+
+  std::vector<std::string> Written() const {
+    std::vector<std::string> names;
+    for (const std::string& call : host.state.calls) {
+      if (call.starts_with("SetValue ")) names.push_back(call.substr(9));
+    }
+    return names;
+  }
+};
+
+TEST_F(JobTest, OnlyTrueItselfLogsOnTrusted) {
+  const struct {
+    VariantBool trusted;
+    const char* call;
+  } cases[] = {
+      {VariantTrue, "LoadFromSQLServer DTSPROD|||256||||Sales_LoadDW|"},
+      {VariantFalse, "LoadFromSQLServer DTSPROD|sa|pw1|0||||Sales_LoadDW|"},
+      {1, "LoadFromSQLServer DTSPROD|sa|pw1|0||||Sales_LoadDW|"},
+  };
+  for (const auto& c : cases) {
+    host.state.calls.clear();
+    job.DTSServerTrustedLogin = c.trusted;
+    EXPECT_TRUE(job.LoadPackage());
+    EXPECT_THAT(host.state.calls, ::testing::Contains(c.call)) << c.trusted;
+  }
+}
+
+TEST_F(JobTest, ASecondLoadDropsTheFirstPackageAndEmptiesTheLogDirectory) {
+  EXPECT_TRUE(job.LoadPackage());
+  files.Put("C:\\logs\\old.log", "old");
+  files.Put("err.txt", "kept");
+  host.state.calls.clear();
+  EXPECT_TRUE(job.LoadPackage());
+  EXPECT_THAT(host.state.calls,
+              ElementsAre("UnInitialize", "NewPackage", HasSubstr("LoadFromSQLServer")));
+  EXPECT_FALSE(files.Exists("C:\\logs\\old.log"));
+  EXPECT_EQ(files.Text("err.txt"), "kept");
+}
+
+TEST_F(JobTest, AFailedLoadKeepsItsOwnTextAndReportsThePlatforms) {
+  host.state.failLoad = "no such package";
+  EXPECT_FALSE(job.LoadPackage());
+  EXPECT_EQ(job.LastError(), "Can not load DTS Package from SQL Server : Sales_LoadDW");
+  EXPECT_THAT(messages.reports, ElementsAre(HasSubstr("no such package")));
+}
+
+TEST_F(JobTest, OnlyVariablesThatDifferAreWritten) {
+  job.DWDatabaseName = "DW";
+  job.DWServerTrustedLogin = VariantTrue;
+  ASSERT_TRUE(job.LoadPackage());
+  ASSERT_TRUE(job.ExecPackage(events));
+  EXPECT_THAT(Written(), ElementsAre("ExceptionFilePath", "DTSServer", "DTSServerLoginUserName",
+                                     "DTSServerLoginPassword", "DestServerTrustedLogin",
+                                     "DestServerLoginPassword", "DestServerDatabaseName",
+                                     "OverwriteGlobalSettings"));
+  EXPECT_EQ(job.LogFileDir, "C:\\logs\\");
+  EXPECT_EQ(host.state.variables.Value("ExceptionFilePath"), dts::Variant("C:\\logs\\"));
+  EXPECT_EQ(host.state.variables.Value("OverwriteGlobalSettings"), dts::Variant(true));
+
+  host.state.calls.clear();
+  ASSERT_TRUE(job.LoadPackage());
+  ASSERT_TRUE(job.ExecPackage(events));
+  EXPECT_THAT(Written(), ElementsAre("OverwriteGlobalSettings"));
+  EXPECT_EQ(host.state.variables.Value("OverwriteGlobalSettings"), dts::Variant(false));
+
+  // A password alone counts as a change.
+  host.state.calls.clear();
+  job.DTSLoginPassword = "another";
+  ASSERT_TRUE(job.LoadPackage());
+  ASSERT_TRUE(job.ExecPackage(events));
+  EXPECT_EQ(host.state.variables.Value("OverwriteGlobalSettings"), dts::Variant(true));
+}
+
+TEST_F(JobTest, TheListingRunsEachValueIntoTheNextNameAndLeavesThePasswordsOut) {
+  EXPECT_THROW(job.GetGlobalVariableValuesAsString(), PlatformError);
+  ASSERT_TRUE(job.LoadPackage());
+  host.state.variables.SetValue("DTSServer", std::string("S"));
+  host.state.variables.SetValue("DTSServerLoginPassword", std::string("secret"));
+  EXPECT_EQ(job.GetGlobalVariableValuesAsString(),
+            "ExceptionFilePath = DTSServer = SDTSServerTrustedLogin = FalseDTSServerLoginUserName "
+            "= DestinationServer = DestServerTrustedLogin = FalseDestServerLoginUserName = "
+            "DestServerDatabaseName = WriteCompletionStatusToNT = FalseOverwriteGlobalSettings = "
+            "False");
+}
+
+TEST_F(JobTest, APackageThatLacksAVariableRaises) {
+  ASSERT_TRUE(job.LoadPackage());
+  host.state.variables.entries.erase(host.state.variables.entries.begin());
+  EXPECT_THROW(job.ExecPackage(events), PlatformError);
+  EXPECT_EQ(job.LastError(), "");
+}
+
+TEST_F(JobTest, ARunIsJudgedByItsCompletedSteps) {
+  const auto run = [this](std::vector<FakeStep> steps) {
+    host.state.steps = std::move(steps);
+    EXPECT_TRUE(job.LoadPackage());
+    return job.ExecPackage(events);
+  };
+  EXPECT_TRUE(run({}));
+  EXPECT_TRUE(
+      run({FakeStep("waiting", StepExecutionStatus::Waiting, StepExecutionResult::Failure),
+           FakeStep("inactive", StepExecutionStatus::Inactive, StepExecutionResult::Failure),
+           FakeStep("good")}));
+  EXPECT_EQ(job.LastError(), "");
+  EXPECT_FALSE(run({FakeStep("b", StepExecutionStatus::Completed, StepExecutionResult::Failure),
+                    FakeStep("good"),
+                    FakeStep("a", StepExecutionStatus::Completed, StepExecutionResult::Failure)}));
+  EXPECT_EQ(job.LastError(), "b in 'Sales_LoadDW' failed.\r\na in 'Sales_LoadDW' failed.\r\n");
+}
+
+TEST_F(JobTest, ThePackageIsDroppedAfterItsRunButNotWhenItRaises) {
+  ASSERT_TRUE(job.LoadPackage());
+  host.state.failExecute = "step x failed";
+  EXPECT_THROW(job.ExecPackage(events), PlatformError);
+  host.state.failExecute.reset();
+  host.state.onExecute = [this](auto&) { files.Put("C:\\logs\\Sales_LoadDW.log", "log"); };
+  EXPECT_TRUE(job.ExecPackage(events));
+  EXPECT_EQ(host.state.calls.back(), "UnInitialize");
+  EXPECT_EQ(files.Text("err.txt"), "log");
+  EXPECT_FALSE(job.ExecPackage(events));
+  EXPECT_EQ(job.LastError(), "Internal error : no Package loaded.");
+}
+
+TEST_F(JobTest, EveryRemoteLinkIsTriedAndOneThatFailsFailsTheStep) {
+  std::string errorText;
+  ASSERT_TRUE(warehouse.ConnectDataWarehouse({"DW", true, "", ""}, "DW", errorText));
+  FakeRows& links =
+      ado.state.rows["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'"];
+  links.fields = {"model",
+                  "source_name",
+                  "Type",
+                  "ds_server",
+                  "ds_database",
+                  "ds_trusted_login",
+                  "ds_user",
+                  "ds_password",
+                  "ds_file",
+                  "ds_directory",
+                  "ds_connect_string",
+                  "transfer_data",
+                  "ftp_server",
+                  "ftp_user",
+                  "ftp_password",
+                  "remote_directory",
+                  "poll_duration",
+                  "poll_interval"};
+  const auto add = [&](std::int64_t transfer, const char* server) {
+    std::vector<ado::Value> row(links.fields.size(), ado::Value(ado::Null{}));
+    row[0] = std::string("Sales");
+    row[11] = transfer;
+    row[12] = std::string(server);
+    row[14] = std::string("ftp password");
+    links.rows.push_back(std::move(row));
+  };
+  EXPECT_TRUE(job.HandleRemoteData());
+  add(0, "");
+  add(9, "");
+  EXPECT_TRUE(job.HandleRemoteData());
+  EXPECT_FALSE(files.Exists("err.txt"));
+  add(1, "ftp1");
+  add(2, "not used");
+  EXPECT_FALSE(job.HandleRemoteData());
+  EXPECT_THAT(files.Text("err.txt"), HasSubstr("FTP server ftp1"));
+  EXPECT_THAT(files.Text("err.txt"), HasSubstr("share"));
+  EXPECT_THAT(files.Text("err.txt"), Not(HasSubstr("ftp password")));
+  EXPECT_EQ(job.LastError(), "");
+}
+
+}  // namespace
+}  // namespace torvik
