@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+#include "datalinks/DataLinks.h"
+#include "datalinks/DataWarehouse.h"
+#include "package/ErrLogging.h"
+#include "platform/Platform.h"
+#include "startup/CommandLine.h"
+#include "startup/ExecTask.h"
+#include "startup/MainForm.h"
+#include "startup/OrvStatusFile.h"
+#include "transfer/CopyQuorFiles.h"
+
+namespace torvik {
+
+/// What exists once in a run of the program. Owned by main, handed down by reference.
+struct Program {
+  explicit Program(const Platform& theirs)
+      : platform(theirs),
+        statusFile(theirs.files),
+        log(theirs.files, theirs.messages),
+        errLogging(theirs.files),
+        remoteData(log),
+        dataWarehouse(theirs.databases),
+        dataLinks(theirs.profile, theirs.ansi, theirs.clock, theirs.messages) {}
+
+  Platform platform;
+  CommandLineSettings commandLine;
+  OrvStatusFile statusFile;
+  RunLog log;
+  ErrLogging errLogging;
+  CopyQuorFiles remoteData;
+  DataWarehouse dataWarehouse;
+  DataLinks dataLinks;
+  std::unique_ptr<MainForm> form;
+};
+
+}  // namespace torvik

@@ -1,0 +1,31 @@
+#include "startup/RunProgress.h"
+
+#include <string>
+
+#include "platform/Messages.h"
+#include "startup/ExecTask.h"
+
+namespace torvik {
+
+void RunProgress::OnStart(std::string_view step) {
+  form_.SetFormStatus(std::string(step) + " ...");
+}
+
+void RunProgress::OnProgress(std::string_view step, std::int64_t rows) {
+  form_.SetFormStatus(std::string(step) + " : " + std::to_string(rows) + " rows");
+}
+
+void RunProgress::OnFinish(std::string_view step) {
+  form_.SetFormStatus(std::string(step) + " : done");
+}
+
+void RunProgress::OnError(std::string_view step, std::string_view description) {
+  const std::string where = step.empty() ? "" : "step '" + std::string(step) + "': ";
+  messages_.Report(where + std::string(description));
+}
+
+void RunProgress::OnIdle() {
+  messages_.PumpEvents();
+}
+
+}  // namespace torvik

@@ -1,0 +1,284 @@
+// The program from its argument text on: the form without a toolkit, over fakes of the platform.
+
+#include <gmock/gmock.h>
+
+#include "fakes/FakeAdo.h"
+#include "fakes/FakeClock.h"
+#include "fakes/FakeConsole.h"
+#include "fakes/FakeDts.h"
+#include "fakes/FakeFiles.h"
+#include "fakes/FakeMessages.h"
+#include "fakes/FakeProcesses.h"
+#include "fakes/FakeProfile.h"
+#include "platform/linux/IconvCodePages.h"
+#include "startup/Program.h"
+#include "startup/RunnerMain.h"
+#include "ui/frmRunnerMain.h"
+
+namespace torvik {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct ProgramTest : ::testing::Test {
+  FakeAdo ado;
+  FakePackageHost host;
+  FakeClock clock;
+  FakeConsole console;
+  FakeFiles files;
+  FakeMessages messages;
+  FakeProcesses processes;
+  FakeProfile profile;
+  std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
+  Program program{
+      {ado, host, codePages->Ansi(), clock, console, files, messages, processes, profile}};
+
+  ProgramTest() {
+    ado.state.tables["dwm_data_link"] = {{.name = "model"}};
+    ado.state.rows["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'"] = {};
+    files.Put("job.etl", "");
+    const struct {
+      const char* section;
+      const char* key;
+      const char* value;
+    } entries[] = {
+        {"Package Info", "Package", "Sales_LoadDW"},
+        {"Package Info", "LogFile", "err.txt"},
+        {"Package Info", "LogFileDir", "logs\\"},
+        {"Package Info", "UseDefaultLogFileDir", "FALSE"},
+        {"Package Info", "TruncLogFile", "FALSE"},
+        {"DTS Server Info", "DTSServer", "DTSPROD"},
+        {"Datawarehouse Server Info", "DWServer", "DWPROD"},
+        {"Datawarehouse Server Info", "DWDB", "DW"},
+    };
+    for (const auto& e : entries) SetEntry(e.section, e.key, e.value);
+  }
+
+  void SetEntry(const char* section, const char* key, const char* value) {
+    profile.WritePrivateProfileStringA(section, key, value, "job.etl");
+  }
+
+  void Start(const char* argumentText) {
+    program.commandLine = {};
+    Main(program, argumentText, [](Program& p) { return std::make_unique<frmRunnerMain>(p); });
+  }
+  frmRunnerMain& Form() { return static_cast<frmRunnerMain&>(*program.form); }
+  std::string LogAfter(const std::string& line) {
+    const std::string text = files.Text("err.txt");
+    const std::size_t found = text.find(line);
+    return found == std::string::npos ? "no such line in:\n" + text : text.substr(found);
+  }
+};
+
+TEST_F(ProgramTest, HelpWinsOverEverythingAndWaitsForEnter) {
+  console.input = {""};
+  Start("-configfile missing.etl -?");
+  EXPECT_EQ(console.written,
+            "Usage Torv : Configurate and Execute DTS Packages\r\n\r\n"
+            "      Torv [ -configfile <Torv Configuration File>Press enter to exit\r\n");
+  EXPECT_THAT(console.calls,
+              ElementsAre("AllocConsole", "SetConsoleTitle Torv", "ReadConsole", "FreeConsole"));
+  EXPECT_EQ(program.form, nullptr);
+  EXPECT_THAT(messages.boxes, IsEmpty());
+}
+
+TEST_F(ProgramTest, AJobFileThatIsMissingStopsTheProgram) {
+  Start("-configfile -logfile L -statusfile s.txt");
+  EXPECT_THAT(messages.boxes,
+              ElementsAre(FakeMessages::ShownBox{"Error: Can't find Config File -logfile",
+                                                 "Torv Error", BoxIcon::Critical}));
+  EXPECT_EQ(program.form, nullptr);
+  EXPECT_FALSE(files.Exists("s.txt"));
+}
+
+TEST_F(ProgramTest, AGoodRunLogsInOrderAndLeavesOk) {
+  host.state.onExecute = [this](auto&) {
+    EXPECT_EQ(files.Text("s.txt"), "running\r\n");
+    files.Put("logs\\Sales_LoadDW.log", "the package's own log\r\n");
+  };
+  Start("-configfile job.etl -statusfile s.txt -logfile copy.txt");
+  const std::string text = files.Text("err.txt");
+  const std::string banner =
+      text.substr(text.find("\r\n") + 2, text.find("Run at") - text.find("\r\n") - 2);
+  EXPECT_EQ(text, "Loading DTS Package : Sales_LoadDW\r\n" + banner +
+                      "Run at : Monday, Jan 8 2001\r\n"
+                      "DTS Server info         : DTSPROD\r\n"
+                      "DTS Package name        : Sales_LoadDW\r\n"
+                      "Data Warehouse server   : DWPROD\r\n"
+                      "Data Warehouse database : DW\r\n"
+                      "Torv Config file        : job.etl\r\n"
+                      "Loaded DTS Package : Sales_LoadDW\r\n"
+                      "Executing DTS Package : Sales_LoadDW\r\n"
+                      "the package's own log\r\n"
+                      "Executed succesfully ...\r\n");
+  EXPECT_EQ(files.Text("s.txt"), "ok\r\n");
+  EXPECT_EQ(files.Text("copy.txt"), text);
+  EXPECT_FALSE(Form().IsOpen());
+  // The log is on disk before the word is written.
+  const auto at = [&](const char* call) {
+    return std::find(files.calls.begin(), files.calls.end(), call) - files.calls.begin();
+  };
+  EXPECT_LT(at("Sync err.txt"), std::ssize(files.calls));
+  EXPECT_EQ(files.calls.at(static_cast<std::size_t>(at("Sync err.txt")) + 1), "ReplaceText s.txt");
+}
+
+TEST_F(ProgramTest, TheLogIsNotCopiedOntoItself) {
+  Start("-configfile job.etl -logfile err.txt");
+  for (const std::string& call : files.calls)
+    EXPECT_THAT(call, ::testing::Not(HasSubstr("to err.txt")));
+  EXPECT_FALSE(files.Exists("s.txt"));
+}
+
+TEST_F(ProgramTest, WithoutItsRequiredFieldsNothingRunsAndTheFormStaysOpen) {
+  const struct {
+    const char* section;
+    const char* key;
+  } required[] = {{"Package Info", "Package"},
+                  {"Package Info", "LogFile"},
+                  {"DTS Server Info", "DTSServer"},
+                  {"Datawarehouse Server Info", "DWServer"},
+                  {"Datawarehouse Server Info", "DWDB"}};
+  for (const auto& field : required) {
+    const std::string former = profile.Find("job.etl", field.section, field.key)->value;
+    SetEntry(field.section, field.key, "");
+    Start("-configfile job.etl -statusfile s.txt");
+    EXPECT_TRUE(Form().IsOpen()) << field.key;
+    EXPECT_FALSE(Form().cmdExecute.Enabled.Get()) << field.key;
+    EXPECT_FALSE(files.Exists("s.txt")) << field.key;
+    EXPECT_FALSE(files.Exists("err.txt")) << field.key;
+    SetEntry(field.section, field.key, former.c_str());
+  }
+}
+
+TEST_F(ProgramTest, FailuresEndInTheirLinesAndStatusWords) {
+  const struct {
+    const char* what;
+    std::function<void(ProgramTest&)> arrange;
+    const char* lastLines;
+    const char* status;
+  } cases[] = {
+      {"load", [](ProgramTest& t) { t.host.state.failLoad = "unknown"; },
+       "Error: DTS Package loading error\r\n", "failure\r\n"},
+      {"connect",
+       [](ProgramTest& t) {
+         t.ado.state.failOpen = {{0, "refused"}};
+       },
+       "Error while connecting to : DWPROD  refused\r\n", "running\r\n"},
+      {"links cannot be read", [](ProgramTest& t) { t.ado.state.rows.clear(); },
+       "Error: the data links cannot be loaded: ", "running\r\n"},
+      {"step",
+       [](ProgramTest& t) {
+         t.host.state.steps = {
+             FakeStep("s", dts::StepExecutionStatus::Completed, dts::StepExecutionResult::Failure)};
+       },
+       "Error: DTS Package Execute error\r\ns in 'Sales_LoadDW' failed.  \r\n", "failure\r\n"},
+      {"raise", [](ProgramTest& t) { t.host.state.failExecute = "its own words"; },
+       "Error: DTS Package Execute error\r\nExecution of DTS Package 'Sales_LoadDW' failed.\r\n"
+       "its own words\r\n",
+       "failure\r\n"},
+  };
+  for (const auto& c : cases) {
+    if (program.dataWarehouse.HasBeenOpened()) program.dataWarehouse.Connection().Close();
+    host.state.failLoad.reset();
+    files.Remove("err.txt");
+    const auto rows = ado.state.rows;
+    c.arrange(*this);
+    Start("-configfile job.etl -statusfile s.txt");
+    const std::string firstLine =
+        std::string(c.lastLines).substr(0, std::string(c.lastLines).find("\r\n"));
+    EXPECT_THAT(LogAfter(firstLine), ::testing::StartsWith(c.lastLines)) << c.what;
+    EXPECT_EQ(files.Text("s.txt"), c.status) << c.what;
+    EXPECT_THAT(messages.boxes, IsEmpty()) << c.what;  // an unattended run shows none
+    EXPECT_FALSE(Form().IsOpen()) << c.what;
+    ado.state.rows = rows;
+  }
+}
+
+TEST_F(ProgramTest, CloseDuringARunWaitsForItsEnd) {
+  host.state.onExecute = [this](dts::PackageEvents& events) {
+    EXPECT_FALSE(Form().cmdExecute.Enabled.Get());
+    messages.onPump = [this] {
+      messages.onPump = nullptr;
+      Form().cmdClose_Click();
+    };
+    events.OnIdle();
+    EXPECT_TRUE(Form().IsOpen());
+    EXPECT_TRUE(program.remoteData.IsCancelRequested());
+  };
+  Start("-configfile job.etl -statusfile s.txt");
+  EXPECT_THAT(LogAfter("Executing"), HasSubstr("Waiting for end of execution\r\nExecuted succ"));
+  EXPECT_EQ(files.Text("s.txt"), "ok\r\n");
+}
+
+TEST_F(ProgramTest, ProgressShowsInTheStatusBarAndErrorsAreReported) {
+  std::vector<std::string> shown;
+  host.state.onExecute = [&](dts::PackageEvents& events) {
+    Form().sbStatus.Text.Observe([&](const std::string& text) { shown.push_back(text); });
+    events.OnStart("pump");
+    events.OnProgress("pump", 12000);
+    events.OnError("pump", "line 7: bad");
+    events.OnFinish("pump");
+  };
+  Start("-configfile job.etl");
+  EXPECT_THAT(shown, ::testing::IsSupersetOf({"pump ...", "pump : 12000 rows", "pump : done"}));
+  EXPECT_THAT(messages.reports, ElementsAre("step 'pump': line 7: bad"));
+}
+
+TEST_F(ProgramTest, TheDefaultLogDirectoryIsNamedAfterThePackage) {
+  SetEntry("Package Info", "UseDefaultLogFileDir", "TRUE");
+  Start("-config hand.txt -configfile job.etl");
+  EXPECT_EQ(Form().txtLogFilesDir.Text.Get(), "T:/tmp/Torv\\Sales_LoadDW\\");
+}
+
+TEST_F(ProgramTest, SchedulerConfigurationHandsOverOneLine) {
+  Start("-config hand.txt -configfile job.etl");
+  EXPECT_EQ(Form().cmdExecute.Caption.Get(), "Exit");
+  EXPECT_EQ(Form().cmdClose.Caption.Get(), "Cancel");
+  EXPECT_EQ(Form().Caption.Get(), "Torv : [job.etl]");
+  EXPECT_THAT(host.state.calls, IsEmpty());  // nothing is run
+  Form().txtDestServer.Text.Set("DWTEST");
+  Form().FinishSchedulerConfiguration();
+  EXPECT_EQ(files.Text("hand.txt"), "-configfile \"job.etl\"\r\n");
+  EXPECT_EQ(profile.Find("job.etl", "Datawarehouse Server Info", "DWServer")->value, "DWTEST");
+  EXPECT_FALSE(Form().IsOpen());
+
+  Start("-config hand.txt");
+  EXPECT_EQ(Form().txtDTSServer.Text.Get(), "(local)");
+  EXPECT_EQ(Form().txtDestSQLUsername.Text.Get(), "sa");
+  Form().FinishSchedulerConfiguration();
+  EXPECT_EQ(
+      messages.boxes.back(),
+      (FakeMessages::ShownBox{"You did not save your current settings to an Torvik config file.\r\n"
+                              "Settings must be saved, because Torvik will read this info when \r\n"
+                              "the Job is executed.",
+                              "QXJob Config mode", BoxIcon::Critical}));
+  EXPECT_TRUE(Form().IsOpen());
+  Form().cmdClose_Click();
+  EXPECT_EQ(files.Text("hand.txt"), "canceled\r\n");
+  EXPECT_FALSE(Form().IsOpen());
+}
+
+TEST_F(ProgramTest, AHandOffFileThatCannotBeWrittenIsShown) {
+  files.Fail("hand.txt");
+  Start("-config hand.txt");
+  Form().cmdClose_Click();
+  ASSERT_EQ(messages.boxes.size(), 1u);
+  EXPECT_EQ(messages.boxes[0].text, "Unable to write to : hand.txt\r\nPermission denied");
+  EXPECT_EQ(messages.boxes[0].title, "Save QXJob Config file");
+}
+
+TEST_F(ProgramTest, LogonOptionsOpenAndCloseTheirFields) {
+  Start("-config hand.txt");
+  Form().optDTSSecureLogin.Value.Set(true);
+  EXPECT_FALSE(Form().optDTSSQLLogin.Value.Get());
+  EXPECT_FALSE(Form().txtDTSSQLPassword.Enabled.Get());
+  EXPECT_TRUE(Form().txtDestSQLPassword.Enabled.Get());
+  Form().optDTSSQLLogin.Value.Set(true);
+  EXPECT_FALSE(Form().optDTSSecureLogin.Value.Get());
+  EXPECT_TRUE(Form().txtDTSSQLPassword.Enabled.Get());
+}
+
+}  // namespace
+}  // namespace torvik
