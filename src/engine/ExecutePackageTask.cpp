@@ -1,0 +1,93 @@
+#include <algorithm>
+
+#include "engine/EngineServices.h"
+#include "engine/Execution.h"
+#include "engine/PackageDocument.h"
+#include "engine/PackageLog.h"
+#include "engine/PackageStore.h"
+#include "engine/TaskReader.h"
+#include "engine/Tasks.h"
+#include "engine/TextCase.h"
+#include "engine/Variables.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+/// Runs another package, which has transactions, variables and a log of its own.
+class ExecutePackageTask final : public Task {
+ public:
+  explicit ExecutePackageTask(TaskReader& reader)
+      : package_(reader.RequiredTemplate("package")),
+        server_(reader.Template("server").value_or(PlacedText{"${DTSServer}", {}})) {
+    for (const char* logon :
+         {"DTSServer", "DTSServerTrustedLogin", "DTSServerLoginUserName", "DTSServerLoginPassword"})
+      reader.RequireVariable(logon);
+  }
+
+  bool CanJoin() const override { return false; }
+
+  std::optional<std::int64_t> Run(TaskContext& context) const override {
+    const Variables& own = context.GlobalVariables();
+    const std::string name = own.Substitute(package_.text);
+    const std::vector<std::string> running = WithPackage(context.RunningPackages(), name);
+
+    PackageStore store(context.Services().databases,
+                       {own.Substitute(server_.text), own.IsTrue("DTSServerTrustedLogin"),
+                        own.Text("DTSServerLoginUserName"), own.Text("DTSServerLoginPassword")});
+    const PackageModel package = ReadPackageDocument(store.Load(name).text, name);
+    Variables variables(package.variables);
+    for (const GlobalVariable& variable : own.All())
+      if (variables.Find(variable.name)) variables.SetValue(variable.name, variable.value);
+    Execute(context, package, variables, running);
+    return std::nullopt;
+  }
+
+ private:
+  /// A package that runs already would never end.
+  static std::vector<std::string> WithPackage(std::vector<std::string> running,
+                                              const std::string& name) {
+    const bool again = std::any_of(running.begin(), running.end(),
+                                   [&](const auto& one) { return SameText(one, name); });
+    running.push_back(name);
+    if (!again) return running;
+    std::string chain;
+    for (const std::string& one : running) chain += (chain.empty() ? "" : " > ") + Quoted(one);
+    throw PlatformError(
+        0, "the package would run inside itself: " + chain + "; remove one of these steps",
+        "package engine");
+  }
+
+  static void Execute(TaskContext& context, const PackageModel& package, Variables& variables,
+                      const std::vector<std::string>& running) {
+    std::string failures;
+    const auto fail = [&](const std::string& reason) {
+      failures += (failures.empty() ? "" : "; ") + reason;
+    };
+    PackageLog log(context.Services(), package.name, variables,
+                   [&](const std::string& trouble) { context.Output(trouble); });
+    Workflow workflow(package.steps);
+    RunExecution({context.Services(), package, variables, workflow, running,
+                  [&](ExecutionEvent event) {
+                    log.Handle(event);
+                    if (event.kind == ExecutionEvent::Kind::StepProgress)
+                      context.Progress(*event.rows);
+                    if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
+                      fail("step " + Quoted(event.step) + " failed: " + event.text);
+                  },
+                  context.Cancelled()});
+    if (!failures.empty())
+      throw PlatformError(0, "package " + Quoted(package.name) + ": " + failures, "package engine");
+  }
+
+  PlacedText package_;
+  PlacedText server_;
+};
+
+}  // namespace
+
+std::unique_ptr<Task> ReadExecutePackageTask(TaskReader& reader) {
+  return std::make_unique<ExecutePackageTask>(reader);
+}
+
+}  // namespace torvik::engine

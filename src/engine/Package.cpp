@@ -1,0 +1,145 @@
+#include "engine/Package.h"
+
+#include <atomic>
+#include <exception>
+#include <optional>
+#include <thread>
+
+#include "engine/EventQueue.h"
+#include "engine/Execution.h"
+#include "engine/PackageDocument.h"
+#include "engine/PackageLog.h"
+#include "engine/PackageStore.h"
+#include "engine/Problems.h"
+#include "engine/Variables.h"
+#include "engine/Workflow.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+/// What the package's caller is told of an event.
+void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
+  using Kind = ExecutionEvent::Kind;
+  switch (event.kind) {
+    case Kind::StepStarted: events.OnStart(event.step); break;
+    case Kind::StepProgress: events.OnProgress(event.step, *event.rows); break;
+    case Kind::StepEnded:
+      if (event.failed) events.OnError(event.step, event.text);
+      events.OnFinish(event.step);
+      break;
+    case Kind::Error: events.OnError("", event.text); break;
+    case Kind::PackageStarted:
+    case Kind::StepOutput:
+    case Kind::StepNotRun:
+    case Kind::Note:
+    case Kind::PackageEnded: break;
+  }
+}
+
+class LoadedPackage final : public dts::Package {
+ public:
+  explicit LoadedPackage(const EngineServices& services) : services_(services) {}
+
+  /// A document has neither a password nor a host to persist in.
+  void LoadFromSQLServer(const std::string& serverName, const std::string& serverUserName,
+                         const std::string& serverPassword, dts::SqlServerStorageFlags flags,
+                         const std::string&, const std::string&, const std::string& versionGuid,
+                         const std::string& packageName, const std::string&) override {
+    UnInitialize();
+    const bool trusted = flags == dts::SqlServerStorageFlags::UseTrustedConnection;
+    PackageStore store(services_.databases, {serverName, trusted, serverUserName, serverPassword});
+    model_ = ReadPackageDocument(store.Load(packageName, versionGuid).text, packageName);
+    variables_ = Variables(model_->variables);
+    workflow_ = Workflow(model_->steps);
+  }
+
+  const std::string& Name() const override { return Loaded().name; }
+
+  dts::GlobalVariables& GlobalVariables() override {
+    Loaded();
+    return variables_;
+  }
+
+  /// The steps run on a thread of their own, so that this one can serve the user.
+  void Execute(dts::PackageEvents& events) override {
+    const PackageModel& model = Loaded();
+    workflow_.Reset();
+    PackageLog log(services_, model.name, variables_,
+                   [&](const std::string& trouble) { events.OnError("", trouble); });
+    EventQueue queue;
+    std::atomic<bool> cancelled = false;
+    std::exception_ptr failure;
+    std::thread worker([&] {
+      try {
+        RunExecution({services_,
+                      model,
+                      variables_,
+                      workflow_,
+                      {model.name},
+                      [&](ExecutionEvent event) { queue.Post(std::move(event)); },
+                      cancelled});
+      } catch (...) {
+        failure = std::current_exception();
+      }
+      queue.Close();
+    });
+    const auto handle = [&](const ExecutionEvent& event) {
+      log.Handle(event);
+      Forward(event, events);
+    };
+    try {
+      queue.Deliver(handle, [&] { events.OnIdle(); });
+    } catch (...) {
+      cancelled = true;
+      worker.join();
+      throw;
+    }
+    worker.join();
+    if (failure) std::rethrow_exception(failure);
+  }
+
+  int StepCount() const override { return static_cast<int>(workflow_.States().size()); }
+  const dts::Step& Step(int position) const override {
+    return workflow_.States().at(static_cast<std::size_t>(position) - 1);
+  }
+
+  void UnInitialize() override {
+    workflow_ = {};
+    variables_ = {};
+    model_.reset();
+  }
+
+ private:
+  const PackageModel& Loaded() const {
+    if (!model_)
+      throw PlatformError(0, "no package is loaded; call LoadFromSQLServer first",
+                          "package engine");
+    return *model_;
+  }
+
+  const EngineServices services_;
+  std::optional<PackageModel> model_;
+  Variables variables_;
+  Workflow workflow_;
+};
+
+class LoadedPackages final : public dts::PackageHost {
+ public:
+  explicit LoadedPackages(const EngineServices& services) : services_(services) {}
+
+  std::unique_ptr<dts::Package> NewPackage() override {
+    return std::make_unique<LoadedPackage>(services_);
+  }
+
+ private:
+  const EngineServices services_;
+};
+
+}  // namespace
+
+std::unique_ptr<dts::PackageHost> NewPackageHost(const EngineServices& services) {
+  return std::make_unique<LoadedPackages>(services);
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,93 @@
+#include "engine/PackageLog.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "engine/Problems.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace torvik::engine {
+namespace {
+
+bool IsSeparator(char c) {
+  return c == '/' || c == '\\';
+}
+
+std::string LogPath(std::string directory, std::string packageName) {
+  if (directory.empty()) return {};
+  if (!IsSeparator(directory.back())) directory += '/';
+  std::replace_if(packageName.begin(), packageName.end(), IsSeparator, '_');
+  return directory + packageName + ".log";
+}
+
+std::string Seconds(double seconds) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f seconds", seconds);
+  return text;
+}
+
+std::string Time(const std::tm& time) {
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &time);
+  return text;
+}
+
+/// How a step or package ended.
+std::string Ending(const ExecutionEvent& event) {
+  if (event.failed)
+    return " failed after " + Seconds(event.seconds) + (event.text.empty() ? "" : ": ") +
+           event.text;
+  return " succeeded: " + (event.rows ? std::to_string(*event.rows) + " rows, " : "") +
+         Seconds(event.seconds);
+}
+
+/// A log line is one line, whatever an error or a program says.
+std::string OnOneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
+  return text;
+}
+
+}  // namespace
+
+PackageLog::PackageLog(const EngineServices& services, const std::string& packageName,
+                       const Variables& variables,
+                       std::function<void(const std::string&)> onTrouble)
+    : services_(services),
+      packageName_(packageName),
+      path_(LogPath(variables.Text("ExceptionFilePath"), packageName)),
+      onTrouble_(std::move(onTrouble)) {}
+
+void PackageLog::Handle(const ExecutionEvent& event) {
+  if (path_.empty() || event.kind == ExecutionEvent::Kind::StepProgress) return;
+  Append(Time(services_.clock.LocalTime()) + " " + OnOneLine(LineOf(event)));
+}
+
+std::string PackageLog::LineOf(const ExecutionEvent& event) const {
+  using Kind = ExecutionEvent::Kind;
+  const std::string package = "Package " + Quoted(packageName_);
+  const std::string step = "Step " + Quoted(event.step);
+  switch (event.kind) {
+    case Kind::PackageStarted: return package + " started";
+    case Kind::StepStarted: return step + " started";
+    case Kind::StepOutput: return step + ": " + event.text;
+    case Kind::StepEnded: return step + Ending(event);
+    case Kind::StepNotRun: return step + " did not run: " + event.text;
+    case Kind::PackageEnded: return package + Ending(event);
+    case Kind::StepProgress:
+    case Kind::Note:
+    case Kind::Error: break;
+  }
+  return package + ": " + event.text;
+}
+
+void PackageLog::Append(std::string_view line) {
+  const std::error_code error = services_.files.AppendText(path_, std::string(line) + "\r\n");
+  if (!error) return;
+  onTrouble_("the package's log " + Quoted(path_) + " cannot be written: " + error.message() +
+             "; the run goes on without it");
+  path_.clear();
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/Task.h"
+#include "engine/TomlTable.h"
+#include "platform/Dts.h"
+
+/// What a package document says, checked: every name in it refers to something that is there.
+namespace torvik::engine {
+
+struct GlobalVariable {
+  std::string name;
+  dts::Variant value;
+  TextPlace place;
+};
+
+struct ConnectionProperty {
+  std::string name;  ///< In the provider's own spelling.
+  PlacedText value;  ///< May hold `${Name}`.
+};
+
+struct ConnectionModel {
+  std::string name;
+  std::string provider;
+  std::vector<ConnectionProperty> properties;  ///< In the order of the document.
+  TextPlace place;
+};
+
+/// How another step must have ended.
+enum class Outcome { Success, Failure, Completion };
+
+struct Constraint {
+  std::size_t step = 0;  ///< A position in PackageModel::steps.
+  Outcome outcome = Outcome::Success;
+};
+
+struct StepModel {
+  std::string name;
+  std::string description;
+  std::unique_ptr<const Task> task;
+  std::vector<Constraint> after;
+  bool disabled = false;
+  bool joinTransaction = false;
+  bool commitSuccess = false;
+  bool rollbackFailure = false;
+  bool failPackageOnError = false;
+  TextPlace place;
+};
+
+struct PackageModel {
+  std::string document;  ///< How messages call the document.
+  std::string name;
+  std::string description;
+  std::int64_t maxConcurrentSteps = 4;
+  bool failOnError = false;
+  bool useTransaction = true;
+  bool autoCommitTransaction = true;
+  std::vector<GlobalVariable> variables;
+  std::vector<ConnectionModel> connections;
+  std::vector<StepModel> steps;
+  TextPlace variablesPlace;
+};
+
+}  // namespace torvik::engine

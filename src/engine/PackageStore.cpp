@@ -1,0 +1,188 @@
+#include "engine/PackageStore.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <random>
+
+#include "engine/Problems.h"
+#include "platform/Ado.h"
+#include "platform/Clock.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+using Milliseconds = std::chrono::milliseconds;
+using Instant = std::chrono::time_point<std::chrono::system_clock, Milliseconds>;
+
+constexpr int kConnectTimeoutSeconds = 20;
+
+/// A SQL Server stores instants in steps of 1/300 s; versions this far apart never meet in one.
+constexpr Milliseconds kBetweenVersions(10);
+
+std::string SqlText(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string TextOfField(const ado::Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* blob = std::get_if<ado::Blob>(&value)) return blob->bytes;
+  return {};
+}
+
+std::string DateText(Instant instant) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(instant);
+  const std::time_t time = seconds.time_since_epoch().count();
+  std::tm utc{};
+  gmtime_r(&time, &utc);
+  char text[40];
+  const auto length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &utc);
+  std::snprintf(text + length, sizeof text - length, ".%03d",
+                static_cast<int>((instant - seconds).count()));
+  return text;
+}
+
+Instant InstantOf(const std::string& date) {
+  std::tm utc{};
+  double seconds = 0;
+  if (std::sscanf(date.c_str(), "%d-%d-%d %d:%d:%lf", &utc.tm_year, &utc.tm_mon, &utc.tm_mday,
+                  &utc.tm_hour, &utc.tm_min, &seconds) != 6)
+    throw PlatformError(0,
+                        "sysdtspackages holds the createdate " + Quoted(date) +
+                            ", which is no date; correct it there",
+                        "package store");
+  utc.tm_year -= 1900;
+  utc.tm_mon -= 1;
+  const Milliseconds fraction(static_cast<std::int64_t>(seconds * 1000 + 0.5));
+  return Instant(std::chrono::seconds(timegm(&utc))) + fraction;
+}
+
+/// A random identifier as SQL Server spells it.
+std::string NewIdentifier() {
+  std::random_device random;
+  std::array<unsigned, 4> words;
+  for (unsigned& word : words) word = random();
+  words[1] = (words[1] & 0xFFFF0FFF) | 0x4000;      // version 4: random
+  words[2] = (words[2] & 0x3FFFFFFF) | 0x80000000;  // the usual variant
+  char text[40];
+  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16,
+                words[1] & 0xFFFF, words[2] >> 16, words[2] & 0xFFFF, words[3]);
+  return text;
+}
+
+std::string WithoutBraces(const std::string& identifier) {
+  if (identifier.size() < 2 || identifier.front() != '{') return identifier;
+  return identifier.substr(1, identifier.size() - 2);
+}
+
+/// Rolls back unless it has been committed.
+class StoreTransaction {
+ public:
+  explicit StoreTransaction(ado::Connection& connection) : connection_(connection) {
+    connection_.BeginTrans();
+  }
+  ~StoreTransaction() {
+    if (committed_) return;
+    try {
+      connection_.RollbackTrans();
+    } catch (const PlatformError&) {
+      // The error that led here says more.
+    }
+  }
+  void Commit() {
+    connection_.CommitTrans();
+    committed_ = true;
+  }
+
+ private:
+  ado::Connection& connection_;
+  bool committed_ = false;
+};
+
+}  // namespace
+
+PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
+    : server_(logon.server), connection_(databases.NewConnection()) {
+  connection_->SetProvider("SQLOLEDB");
+  connection_->SetConnectionTimeout(kConnectTimeoutSeconds);
+  connection_->SetProperty("Data Source", logon.server);
+  connection_->SetProperty("Initial Catalog", "msdb");
+  if (logon.trusted) {
+    connection_->SetProperty("Integrated Security", "SSPI");
+  } else {
+    connection_->SetProperty("User ID", logon.user);
+    connection_->SetProperty("Password", logon.password);
+  }
+  connection_->Open();
+}
+
+PackageStore::~PackageStore() = default;
+
+std::string PackageStore::Save(const std::string& name, const std::string& description,
+                               const std::string& text, Clock& clock) {
+  StoreTransaction transaction(*connection_);
+  auto created = std::chrono::floor<Milliseconds>(clock.Now());
+  std::string id = NewIdentifier();
+  const auto latest = connection_->OpenRecordset(
+      "SELECT id, createdate FROM sysdtspackages WHERE name = " + SqlText(name) +
+          " ORDER BY createdate DESC",
+      {});
+  if (!latest->Eof()) {
+    id = TextOfField(latest->Field(0));
+    created = std::max(created, InstantOf(TextOfField(latest->Field(1))) + kBetweenVersions);
+  }
+  latest->Close();
+
+  const std::string versionId = NewIdentifier();
+  const std::string createDate = DateText(created);
+  const std::string columns[] = {"name",       "id",          "versionid",  "description",
+                                 "createdate", "packagedata", "packagetype"};
+  const ado::LoadValue row[] = {name, id, versionId, description, createDate, text, "0"};
+  const auto load = connection_->OpenBulkLoad("sysdtspackages", columns);
+  load->Append(row);
+  load->Finish();
+  transaction.Commit();
+  return versionId;
+}
+
+StoredPackage PackageStore::Load(const std::string& name, const std::string& versionId) {
+  const std::string named = "name = " + SqlText(name);
+  const std::string version =
+      versionId.empty()
+          ? "createdate = (SELECT MAX(createdate) FROM sysdtspackages WHERE " + named + ")"
+          : "versionid = " + SqlText(WithoutBraces(versionId));
+  const auto row = connection_->OpenRecordset(
+      "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + named + " AND " + version,
+      {});
+  if (row->Eof())
+    throw PlatformError(0,
+                        "the server " + Quoted(server_) + " has no package " + Quoted(name) +
+                            (versionId.empty() ? "" : " of version " + versionId) +
+                            "; see what it has with torvik-admin package list",
+                        "package store");
+  return {TextOfField(row->Field(0)), TextOfField(row->Field(1)), TextOfField(row->Field(2))};
+}
+
+std::vector<PackageSummary> PackageStore::List() {
+  const auto row = connection_->OpenRecordset(
+      "SELECT p.name, p.description, v.versions, v.latest FROM sysdtspackages p JOIN "
+      "(SELECT name, COUNT(*) AS versions, MAX(createdate) AS latest FROM sysdtspackages "
+      "GROUP BY name) v ON v.name = p.name AND v.latest = p.createdate ORDER BY p.name",
+      {});
+  std::vector<PackageSummary> packages;
+  for (; !row->Eof(); row->MoveNext())
+    packages.push_back({TextOfField(row->Field(0)), TextOfField(row->Field(1)),
+                        static_cast<int>(std::get<std::int64_t>(row->Field(2))),
+                        TextOfField(row->Field(3))});
+  return packages;
+}
+
+int PackageStore::Remove(const std::string& name) {
+  return static_cast<int>(
+      connection_->Execute("DELETE FROM sysdtspackages WHERE name = " + SqlText(name)));
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,66 @@
+#include "engine/Providers.h"
+
+#include "engine/TextCase.h"
+
+namespace torvik::engine {
+namespace {
+
+constexpr PropertyRule kDatabaseProperties[] = {
+    {"Data Source", PropertyKind::Text, true},
+    {"Initial Catalog", PropertyKind::Text, false},
+    {"User ID", PropertyKind::Text, false},
+    {"Password", PropertyKind::Text, false},
+    {"Integrated Security", PropertyKind::Text, false},
+    {"Persist Security Info", PropertyKind::Boolean, false},
+    {"Connect Timeout", PropertyKind::Whole, false},
+};
+
+constexpr PropertyRule kTextFileProperties[] = {
+    {"Data Source", PropertyKind::Text, true},
+    {"Column Delimiter", PropertyKind::Text, false},
+    {"Row Delimiter", PropertyKind::Text, false},
+    {"Text Qualifier", PropertyKind::Text, false},
+    {"First Row Column Name", PropertyKind::Boolean, false},
+    {"Skip Rows", PropertyKind::Whole, false},
+    {"Column Names", PropertyKind::Text, false},
+    {"Encoding", PropertyKind::Text, false},
+};
+
+constexpr ProviderRule kProviders[] = {
+    {"SQLOLEDB", kDatabaseProperties, false},
+    {"SQLOLEDB.1", kDatabaseProperties, false},
+    {"MSDAORA", kDatabaseProperties, false},
+    {"MSDAORA.1", kDatabaseProperties, false},
+    {"MSDASQL", kDatabaseProperties, false},
+    {"MSDASQL.1", kDatabaseProperties, false},
+    {"Microsoft.Jet.OLEDB.4.0", kDatabaseProperties, false},
+    {"DTSFlatFile", kTextFileProperties, true},
+};
+
+}  // namespace
+
+const ProviderRule* FindProvider(std::string_view name) {
+  for (const ProviderRule& provider : kProviders)
+    if (SameText(provider.name, name)) return &provider;
+  return nullptr;
+}
+
+const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view name) {
+  for (const PropertyRule& property : provider.properties)
+    if (SameText(property.name, name)) return &property;
+  return nullptr;
+}
+
+std::vector<std::string> ProviderNames() {
+  std::vector<std::string> names;
+  for (const ProviderRule& provider : kProviders) names.emplace_back(provider.name);
+  return names;
+}
+
+std::vector<std::string> PropertyNames(const ProviderRule& provider) {
+  std::vector<std::string> names;
+  for (const PropertyRule& property : provider.properties) names.emplace_back(property.name);
+  return names;
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,14 @@
+#include "engine/Tasks.h"
+
+namespace torvik::engine {
+
+std::span<const TaskKind> TaskKinds() {
+  static constexpr TaskKind kKinds[] = {
+      {"ExecuteSQL", ReadExecuteSqlTask},         {"DataPump", ReadDataPumpTask},
+      {"ExecutePackage", ReadExecutePackageTask}, {"ExecuteProcess", ReadExecuteProcessTask},
+      {"SetVariables", ReadSetVariablesTask},
+  };
+  return kKinds;
+}
+
+}  // namespace torvik::engine
