@@ -1,0 +1,133 @@
+#include <CLI/CLI.hpp>
+
+#include "admin/Admin.h"
+#include "admin/LinkFile.h"
+#include "datalinks/DataWarehouse.h"
+#include "datalinks/FieldReaders.h"
+#include "platform/Ado.h"
+#include "platform/Files.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+struct LinkOptions {
+  std::string database;
+  std::string model;
+  std::vector<std::string> files;
+  std::string name;
+};
+
+void Connect(DataWarehouse& warehouse, const ServerChoice& choice, const std::string& database) {
+  const ServerLogon logon{choice.server, choice.user.empty(), choice.user, ReadPassword(choice)};
+  std::string errorText;
+  if (!warehouse.ConnectDataWarehouse(logon, database, errorText)) {
+    throw PlatformError(0, errorText, "data warehouse");
+  }
+}
+
+std::string RowOf(const std::string& model, const std::string& name) {
+  return " WHERE model = " + SqlLiteral(model) + " AND source_name = " + SqlLiteral(name);
+}
+
+void Store(ado::Connection& connection, const LinkFile& link) {
+  std::string columns;
+  std::string values;
+  for (const auto& [column, value] : link.columns) {
+    columns += (columns.empty() ? "" : ", ") + column;
+    values += (values.empty() ? "" : ", ") + value;
+  }
+  connection.Execute("DELETE FROM dwm_data_link" + RowOf(link.model, link.name));
+  connection.Execute("INSERT INTO dwm_data_link (" + columns + ") VALUES (" + values + ")");
+}
+
+int PutLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkOptions& options) {
+  std::vector<LinkFile> links;
+  for (const std::string& file : options.files) {
+    links.push_back(ReadLinkFile(file, ReadText(*platform.files, file)));
+  }
+  DataWarehouse warehouse(*platform.databases);
+  Connect(warehouse, invocation.server, options.database);
+  ado::Connection& connection = warehouse.Connection();
+  connection.BeginTrans();
+  std::vector<std::vector<std::string>> rows;
+  for (const LinkFile& link : links) {
+    Store(connection, link);
+    rows.push_back({link.model, link.name});
+  }
+  connection.CommitTrans();
+  PrintRows({"model", "source_name"}, rows, invocation.json);
+  return 0;
+}
+
+int ListLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkOptions& options) {
+  DataWarehouse warehouse(*platform.databases);
+  Connect(warehouse, invocation.server, options.database);
+  std::vector<std::string> headings;
+  for (const std::string& column : LinkColumns()) {
+    if (!IsSecretColumn(column)) headings.push_back(column);
+  }
+  const std::string where =
+      options.model.empty() ? "" : " WHERE model = " + SqlLiteral(options.model);
+  const auto links = warehouse.Connection().OpenRecordset(
+      "SELECT * FROM dwm_data_link" + where + " ORDER BY model, source_name", {});
+  std::vector<std::vector<std::string>> rows;
+  for (; !links->Eof(); links->MoveNext()) {
+    rows.emplace_back();
+    for (const auto& column : headings) rows.back().push_back(TextOf(links->Field(column)));
+  }
+  PrintRows(headings, rows, invocation.json);
+  return 0;
+}
+
+int RemoveLink(LinuxPlatform& platform, const Invocation& invocation, const LinkOptions& options) {
+  DataWarehouse warehouse(*platform.databases);
+  Connect(warehouse, invocation.server, options.database);
+  const std::string label = "data link '" + options.name + "' of model '" + options.model + "'";
+  if (warehouse.Connection().Execute("DELETE FROM dwm_data_link" +
+                                     RowOf(options.model, options.name)) == 0) {
+    throw PlatformError(0, "there is no " + label + " in " + options.database, "data link");
+  }
+  PrintResult({{"model", options.model}, {"source_name", options.name}}, label + " is removed",
+              invocation.json);
+  return 0;
+}
+
+using LinkCommand = int (*)(LinuxPlatform&, const Invocation&, const LinkOptions&);
+
+CLI::App* AddCommand(CLI::App& parent, Invocation& invocation,
+                     const std::shared_ptr<LinkOptions>& options, const char* name,
+                     const char* help, LinkCommand command) {
+  CLI::App* sub = parent.add_subcommand(name, help);
+  sub->add_option("--database", options->database, "the data-warehouse database")->required();
+  AddServerOptions(*sub, invocation);
+  AddJsonOption(*sub, invocation);
+  sub->callback([&invocation, options, command] {
+    invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
+      return command(platform, invocation, *options);
+    };
+  });
+  return sub;
+}
+
+}  // namespace
+
+void AddLinkCommands(CLI::App& app, Invocation& invocation) {
+  const auto options = std::make_shared<LinkOptions>();
+  CLI::App* link = app.add_subcommand("link", "data links of a data-warehouse database");
+  link->require_subcommand(1);
+  AddCommand(*link, invocation, options, "put", "store data links; one that is there is replaced",
+             PutLinks)
+      ->add_option("FILE", options->files, "TOML file whose keys are columns of dwm_data_link")
+      ->required();
+  AddCommand(*link, invocation, options, "list", "list the data links, without their passwords",
+             ListLinks)
+      ->add_option("--model", options->model, "only those of this ETL model");
+  CLI::App* remove =
+      AddCommand(*link, invocation, options, "remove", "remove a data link", RemoveLink);
+  remove->add_option("MODEL", options->model)->required();
+  remove->add_option("NAME", options->name)->required();
+}
+
+}  // namespace torvik::admin

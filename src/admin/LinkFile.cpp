@@ -1,0 +1,97 @@
+#include "admin/LinkFile.h"
+
+#include <algorithm>
+
+#include "engine/TomlTable.h"
+
+namespace torvik::admin {
+namespace {
+
+enum class ColumnType { Text, Number, Truth };
+
+struct LinkColumn {
+  const char* name;
+  ColumnType type;
+};
+
+constexpr LinkColumn kColumns[] = {
+    {"model", ColumnType::Text},
+    {"source_name", ColumnType::Text},
+    {"Type", ColumnType::Number},
+    {"ds_server", ColumnType::Text},
+    {"ds_database", ColumnType::Text},
+    {"ds_trusted_login", ColumnType::Truth},
+    {"ds_user", ColumnType::Text},
+    {"ds_password", ColumnType::Text},
+    {"ds_file", ColumnType::Text},
+    {"ds_directory", ColumnType::Text},
+    {"ds_connect_string", ColumnType::Text},
+    {"transfer_data", ColumnType::Number},
+    {"ftp_server", ColumnType::Text},
+    {"ftp_user", ColumnType::Text},
+    {"ftp_password", ColumnType::Text},
+    {"remote_directory", ColumnType::Text},
+    {"poll_duration", ColumnType::Number},
+    {"poll_interval", ColumnType::Number},
+};
+
+constexpr std::int64_t kLargestNumber = 32767;  // the runner reads 16 bits
+
+std::string Literal(engine::TableReader& reader, const LinkColumn& column,
+                    engine::Problems& problems) {
+  const engine::TomlValue* value = reader.Find(column.name);
+  if (value == nullptr) return "NULL";
+  if (column.type == ColumnType::Text) return SqlLiteral(reader.Text(column.name)->text);
+  if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "1" : "0";
+  const std::int64_t number = reader.Integer(column.name, 0);
+  if (number < 0 || number > kLargestNumber) {
+    problems.Add(value->place, std::string(column.name) + " must be from 0 to 32767");
+  }
+  return std::to_string(number);
+}
+
+}  // namespace
+
+const std::vector<std::string>& LinkColumns() {
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> list;
+    for (const LinkColumn& column : kColumns) list.emplace_back(column.name);
+    return list;
+  }();
+  return names;
+}
+
+bool IsSecretColumn(const std::string& column) {
+  return column == "ds_password" || column == "ftp_password" || column == "ds_connect_string";
+}
+
+LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
+  engine::Problems problems(path);
+  const engine::TomlTable table = engine::ParseToml(text, problems);
+  problems.ThrowIfAny();
+  engine::TableReader reader(table, {}, problems);
+  LinkFile link;
+  link.model = reader.RequiredText("model").text;
+  link.name = reader.RequiredText("source_name").text;
+  for (const LinkColumn& column : kColumns) {
+    link.columns.emplace_back(column.name, Literal(reader, column, problems));
+  }
+  if (reader.Find("Type") == nullptr) {
+    problems.Add({},
+                 "Type is missing; 1 is a SQL Server, 3 flat files, 4 Excel, 5 Access, 6 Oracle");
+  }
+  reader.Finish();
+  problems.ThrowIfAny();
+  return link;
+}
+
+std::string SqlLiteral(const std::string& text) {
+  std::string literal = "'";
+  for (const char c : text) {
+    literal += c;
+    if (c == '\'') literal += c;
+  }
+  return literal + "'";
+}
+
+}  // namespace torvik::admin

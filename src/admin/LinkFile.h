@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace torvik::admin {
+
+/// A data link as a file holds it: columns of dwm_data_link and their values as SQL literals, the
+/// columns that the file leaves out being NULL.
+struct LinkFile {
+  std::string model;
+  std::string name;
+  std::vector<std::pair<std::string, std::string>> columns;
+};
+
+/// The columns of dwm_data_link, in the table's order.
+const std::vector<std::string>& LinkColumns();
+
+/// True for the columns that must never be shown.
+bool IsSecretColumn(const std::string& column);
+
+/// Reads a data link from a TOML document; `path` is for messages. Throws PlatformError that holds
+/// a line for each problem.
+LinkFile ReadLinkFile(const std::string& path, const std::string& text);
+
+/// `text` as an SQL literal.
+std::string SqlLiteral(const std::string& text);
+
+}  // namespace torvik::admin

@@ -1,0 +1,170 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "admin/Admin.h"
+#include "engine/PackageDocument.h"
+#include "engine/PackageStore.h"
+#include "engine/RunnerVariables.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+struct PackageOptions {
+  std::vector<std::string> files;
+  std::string name;
+  std::string version;
+};
+
+engine::PackageStore OpenStore(LinuxPlatform& platform, const ServerChoice& choice) {
+  return {*platform.databases,
+          {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)}};
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;
+  return text;
+}
+
+/// Reads and checks a document; throws PlatformError that holds a line for each problem.
+engine::PackageModel ReadChecked(const std::string& file, const std::string& text) {
+  engine::PackageModel package = engine::ReadPackageDocument(text, file);
+  if (const auto problems = engine::CheckTwelve(package); !problems.empty()) {
+    throw PlatformError(0, Joined(problems), "package document");
+  }
+  return package;
+}
+
+int NewPackage(LinuxPlatform&, const Invocation& invocation, const PackageOptions& options) {
+  const std::string text = engine::NewPackageDocument(options.name);
+  if (invocation.json) {
+    PrintResult({{"name", options.name}, {"document", text}}, "", true);
+  } else {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  }
+  return 0;
+}
+
+int PutPackages(LinuxPlatform& platform, const Invocation& invocation,
+                const PackageOptions& options) {
+  struct Checked {
+    std::string file, text, name, description;
+  };
+  // All are checked before the first is stored.
+  std::vector<Checked> packages;
+  for (const std::string& file : options.files) {
+    std::string text = ReadText(*platform.files, file);
+    const engine::PackageModel package = ReadChecked(file, text);
+    packages.push_back({file, std::move(text), package.name, package.description});
+  }
+  engine::PackageStore store = OpenStore(platform, invocation.server);
+  std::vector<std::vector<std::string>> rows;
+  for (const Checked& package : packages) {
+    const std::string version =
+        store.Save(package.name, package.description, package.text, *platform.clock);
+    rows.push_back({package.file, package.name, version});
+  }
+  PrintRows({"file", "package", "version"}, rows, invocation.json);
+  return 0;
+}
+
+int GetPackage(LinuxPlatform& platform, const Invocation& invocation,
+               const PackageOptions& options) {
+  const auto stored = OpenStore(platform, invocation.server).Load(options.name, options.version);
+  if (invocation.json) {
+    PrintResult({{"name", stored.name}, {"version", stored.versionId}, {"document", stored.text}},
+                "", true);
+  } else {
+    std::fwrite(stored.text.data(), 1, stored.text.size(), stdout);
+  }
+  return 0;
+}
+
+int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const PackageOptions&) {
+  std::vector<std::vector<std::string>> rows;
+  for (const auto& package : OpenStore(platform, invocation.server).List()) {
+    rows.push_back(
+        {package.name, std::to_string(package.versions), package.createDate, package.description});
+  }
+  PrintRows({"package", "versions", "created", "description"}, rows, invocation.json);
+  return 0;
+}
+
+int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
+                  const PackageOptions& options) {
+  bool allGood = true;
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& file : options.files) {
+    std::string problems;
+    try {
+      ReadChecked(file, ReadText(*platform.files, file));
+    } catch (const PlatformError& error) {
+      problems = error.Description();
+      allGood = false;
+    }
+    if (!problems.empty() && !invocation.json) std::fprintf(stderr, "%s\n", problems.c_str());
+    rows.push_back({file, problems.empty() ? "ok" : invocation.json ? problems : "has problems"});
+  }
+  PrintRows({"file", "result"}, rows, invocation.json);
+  return allGood ? 0 : 1;
+}
+
+int RemovePackage(LinuxPlatform& platform, const Invocation& invocation,
+                  const PackageOptions& options) {
+  const int versions = OpenStore(platform, invocation.server).Remove(options.name);
+  if (versions == 0) {
+    throw PlatformError(
+        0, "there is no package " + options.name + " on the server " + invocation.server.server,
+        "package store");
+  }
+  PrintResult({{"package", options.name}, {"versions", versions}},
+              "package " + options.name + " is removed, " + std::to_string(versions) +
+                  (versions == 1 ? " version" : " versions"),
+              invocation.json);
+  return 0;
+}
+
+using PackageCommand = int (*)(LinuxPlatform&, const Invocation&, const PackageOptions&);
+
+CLI::App* AddCommand(CLI::App& parent, Invocation& invocation,
+                     const std::shared_ptr<PackageOptions>& options, const char* name,
+                     const char* help, PackageCommand command) {
+  CLI::App* sub = parent.add_subcommand(name, help);
+  AddJsonOption(*sub, invocation);
+  sub->callback([&invocation, options, command] {
+    invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
+      return command(platform, invocation, *options);
+    };
+  });
+  return sub;
+}
+
+}  // namespace
+
+void AddPackageCommands(CLI::App& app, Invocation& invocation) {
+  const auto options = std::make_shared<PackageOptions>();
+  CLI::App* package = app.add_subcommand("package", "packages and the server that stores them");
+  package->require_subcommand(1);
+  const auto add = [&](const char* name, const char* help, PackageCommand command) {
+    return AddCommand(*package, invocation, options, name, help, command);
+  };
+
+  add("new", "print a first document", NewPackage)->add_option("NAME", options->name)->required();
+  add("check", "check documents without storing them", CheckPackages)
+      ->add_option("FILE", options->files)
+      ->required();
+
+  CLI::App* put = add("put", "check documents and store each as a new version", PutPackages);
+  put->add_option("FILE", options->files)->required();
+  CLI::App* get = add("get", "print a stored document", GetPackage);
+  get->add_option("NAME", options->name)->required();
+  get->add_option("--version-id", options->version, "this version instead of the latest");
+  CLI::App* list = add("list", "list the stored packages", ListPackages);
+  CLI::App* remove = add("remove", "remove a package, every version of it", RemovePackage);
+  remove->add_option("NAME", options->name)->required();
+  for (CLI::App* command : {put, get, list, remove}) AddServerOptions(*command, invocation);
+}
+
+}  // namespace torvik::admin

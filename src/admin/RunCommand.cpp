@@ -1,0 +1,98 @@
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "admin/Admin.h"
+#include "platform/Files.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+enum ExitCode : int { RunOk = 0, RunFailure = 1, RunWithoutVerdict = 3 };
+
+volatile sig_atomic_t childToSignal = 0;
+
+void ForwardSignal(int signal) {
+  if (childToSignal != 0) kill(childToSignal, signal);
+}
+
+/// The runner acts on these as on its Close button; it gets them from here, because it has a
+/// process group of its own.
+void ForwardCloseSignals() {
+  struct sigaction action {};
+  action.sa_handler = ForwardSignal;
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status) {
+  std::vector<std::string> arguments = {runner, "-configfile", job, "-statusfile", status};
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  setenv("TORVIK_PROGRESS", "1", 1);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+  pid_t child = 0;
+  const int error = posix_spawn(&child, runner.c_str(), nullptr, &attributes, argv.data(), environ);
+  posix_spawnattr_destroy(&attributes);
+  if (error != 0) {
+    throw PlatformError(error, runner + " cannot be started: " + std::strerror(error), "run");
+  }
+  return child;
+}
+
+std::string FirstWord(const std::string& path) {
+  std::ifstream file(path);
+  std::string word;
+  file >> word;
+  return word;
+}
+
+int Run(LinuxPlatform& platform, const std::string& job, bool json) {
+  const std::string runner =
+      std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
+  const std::string status =
+      platform.files->TempDirectory() + "run-" + std::to_string(getpid()) + ".status";
+  const pid_t child = StartRunner(runner, job, status);
+  childToSignal = child;
+  ForwardCloseSignals();
+  int ended = 0;
+  while (waitpid(child, &ended, 0) < 0 && errno == EINTR) {
+  }
+  childToSignal = 0;
+  const std::string word = FirstWord(status);
+  platform.files->Remove(status);
+  const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
+  PrintResult({{"job", job}, {"status", word}, {"exit_code", exitCode}},
+              exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word, json);
+  return exitCode;
+}
+
+}  // namespace
+
+void AddRunCommand(CLI::App& app, Invocation& invocation) {
+  CLI::App* run = app.add_subcommand("run", "run a job file as torvik -configfile does");
+  run->footer("Progress goes to standard error. Exit code: 0 ok, 1 failure, 3 no verdict.");
+  auto job = std::make_shared<std::string>();
+  run->add_option("JOB", *job, "job file (.etl)")->required();
+  AddJsonOption(*run, invocation);
+  run->callback([&invocation, job] {
+    invocation.command = [&invocation, job](LinuxPlatform& platform) {
+      return Run(platform, *job, invocation.json);
+    };
+  });
+}
+
+}  // namespace torvik::admin
