@@ -1,0 +1,164 @@
+// Runs that are interrupted from outside: a lock, a signal, a kill.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "platform/Ado.h"
+#include "platform/linux/AdoServers.h"
+#include "scenarios/Sandbox.h"
+
+namespace torvik {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+
+constexpr const char* kWarehouse = R"([[connections]]
+name = "warehouse"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "${DestinationServer}", "Initial Catalog" = "${DestServerDatabaseName}", "Connect Timeout" = 1 }
+)";
+
+/// Returns when the condition holds; fails the test when it does not come to hold.
+template <class Condition>
+void WaitUntil(Condition condition, const char* what) {
+  const auto end = std::chrono::steady_clock::now() + 60s;
+  while (!condition()) {
+    ASSERT_LT(std::chrono::steady_clock::now(), end) << what;
+    std::this_thread::sleep_for(5ms);
+  }
+}
+
+/// A step program that reads this named pipe ends when the test lets it.
+class Gate {
+ public:
+  explicit Gate(const Sandbox& sandbox) : path_(sandbox.PathOf("gate")) {
+    mkfifo(path_.c_str(), 0600);
+  }
+  /// Returns once the program has opened the pipe.
+  void WaitForReader() {
+    WaitUntil([&] { return (writer_ = open(path_.c_str(), O_WRONLY | O_NONBLOCK)) >= 0; },
+              "no step has opened the gate");
+  }
+  void Open() {
+    close(writer_);
+    writer_ = -1;
+  }
+
+ private:
+  std::string path_;
+  int writer_ = -1;
+};
+
+std::string GateStep(const Sandbox& sandbox, const std::string& after) {
+  return "[[steps]]\nname = \"gate\"\nafter = [{ step = \"" + after +
+         "\", on = \"success\" }]\ntask = \"ExecuteProcess\"\nprogram = \"cat\"\narguments = [\"" +
+         sandbox.PathOf("gate") + "\"]\n";
+}
+
+const std::string kInsert = R"toml([[steps]]
+name = "insert"
+task = "ExecuteSQL"
+connection = "warehouse"
+join_transaction = true
+sql = "INSERT INTO t VALUES (1)"
+)toml";
+
+std::unique_ptr<ado::Connection> Connect(const Sandbox& sandbox) {
+  auto provider = NewAdoProvider([&](const std::string&) {
+    return std::optional(ServerPlace{"embedded", sandbox.PathOf("server")});
+  });
+  auto connection = provider->NewConnection();
+  connection->SetProvider("SQLOLEDB");
+  connection->SetProperty("Data Source", "(local)");
+  connection->SetProperty("Initial Catalog", "DW");
+  connection->Open();
+  return connection;
+}
+
+const std::vector<std::string> kRun = {"torvik", "-configfile", "job.etl", "-statusfile", "s.txt"};
+
+TEST(InterruptedRun, ALockedWarehouseFailsTheStepAfterTheTimeOut) {
+  const Sandbox sandbox;
+  auto other = Connect(sandbox);
+  other->Execute("CREATE TABLE t (a INTEGER)");
+  sandbox.PutPackage("Sales_LoadDW", kWarehouse + kInsert);
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  other->BeginTrans();
+  sandbox.Run(kRun);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "failure\r\n");
+  EXPECT_THAT(sandbox.ReadFile("err.txt"), HasSubstr("locked"));
+  EXPECT_THAT(sandbox.ReadFile("err.txt"), HasSubstr("DW.db"));
+  other->RollbackTrans();
+  sandbox.Run(kRun);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
+  EXPECT_EQ(sandbox.Query("SELECT a FROM t"), "1\n");
+}
+
+TEST(InterruptedRun, SigtermDuringALongStepIsAnsweredInTheLogAndTheRunEndsWithItsVerdict) {
+  const Sandbox sandbox;
+  Connect(sandbox)->Execute("CREATE TABLE t (a INTEGER)");
+  sandbox.PutPackage("Sales_LoadDW", kWarehouse + kInsert + GateStep(sandbox, "insert"));
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  Gate gate(sandbox);
+  const RunningProgram run = sandbox.Start(kRun);
+  gate.WaitForReader();
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "running\r\n");
+  kill(run.pid, SIGTERM);
+  WaitUntil(
+      [&] {
+        return sandbox.ReadFile("err.txt").find("Waiting for end of execution") !=
+               std::string::npos;
+      },
+      "the signal was not answered");
+  gate.Open();
+  EXPECT_EQ(sandbox.Wait(run).exitCode, 0);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
+  EXPECT_EQ(sandbox.Query("SELECT a FROM t"), "1\n");
+}
+
+TEST(InterruptedRun, AKilledRunLeavesNoHalfOfAJoinedStepAndASecondRunSucceeds) {
+  const Sandbox sandbox;
+  Connect(sandbox)->Execute("CREATE TABLE t (a INTEGER)");
+  std::string rows = "a\n";
+  for (int i = 0; i < 20000; ++i) rows += std::to_string(i) + "\n";
+  sandbox.WriteFile("rows.csv", rows);
+  const std::string pump = R"([[connections]]
+name = "file"
+provider = "DTSFlatFile"
+properties = { "Data Source" = 'S:\rows.csv', "First Row Column Name" = true }
+[[steps]]
+name = "pump"
+task = "DataPump"
+source = "file"
+destination = "warehouse"
+table = "t"
+join_transaction = true
+)";
+  sandbox.PutPackage("Sales_LoadDW", kWarehouse + pump + GateStep(sandbox, "pump"));
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  Gate gate(sandbox);
+  const RunningProgram run = sandbox.Start(kRun);
+  gate.WaitForReader();  // the pump is done, its transaction is open
+  kill(run.pid, SIGKILL);
+  EXPECT_EQ(sandbox.Wait(run).exitCode, 128 + SIGKILL);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "running\r\n");
+  EXPECT_EQ(sandbox.Query("SELECT COUNT(*) FROM t"), "0\n");
+  gate.Open();
+
+  const RunningProgram second = sandbox.Start(kRun);
+  gate.WaitForReader();
+  gate.Open();
+  sandbox.Wait(second);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
+  EXPECT_EQ(sandbox.Query("SELECT COUNT(*) FROM t"), "20000\n");
+}
+
+}  // namespace
+}  // namespace torvik
