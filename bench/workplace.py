@@ -1,0 +1,112 @@
+"""What both benchmarks need: the release build, an embedded server of their own, jobs, medians."""
+
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BIN = ROOT / "build/release/src"
+PLACE = ROOT / "build/bench"
+WAREHOUSE = "BenchDW"
+
+PACKAGE_HEAD = """
+[global_variables]
+ExceptionFilePath = ""
+DTSServer = ""
+DTSServerTrustedLogin = true
+DTSServerLoginUserName = ""
+DTSServerLoginPassword = ""
+DestinationServer = ""
+DestServerTrustedLogin = true
+DestServerLoginUserName = ""
+DestServerLoginPassword = ""
+DestServerDatabaseName = ""
+WriteCompletionStatusToNT = false
+OverwriteGlobalSettings = false
+
+[[connections]]
+name = "warehouse"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "${DestinationServer}", "Initial Catalog" = "${DestServerDatabaseName}" }
+"""
+
+JOB = """[Package Info]
+Package={package}
+LogFile={place}/run.txt
+LogFileDir={place}/logs/
+UseDefaultLogFileDir=FALSE
+TruncLogFile=TRUE
+WriteEvent=FALSE
+[DTS Server Info]
+DTSServer=(local)
+DTSNTAut=TRUE
+[Datawarehouse Server Info]
+DWServer=(local)
+DWNTAut=TRUE
+DWDB={warehouse}
+"""
+
+
+def build():
+    """Builds torvik and torvik-admin as they are released."""
+    subprocess.run(["cmake", "--preset", "release"], cwd=ROOT, check=True,
+                   stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--build", "--preset", "release", "--target", "torvik",
+                    "torvik-admin"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+
+
+class Workplace:
+    """A directory below build/bench with its own settings, server, package and job."""
+
+    def __init__(self, name, package, steps):
+        self.place = PLACE / name
+        shutil.rmtree(self.place, ignore_errors=True)
+        self.place.mkdir(parents=True)
+        self.server = self.place / "server"
+        self.warehouse = self.server / f"{WAREHOUSE}.db"
+        self.status = self.place / "status"
+        self.job = self.place / "job.etl"
+        settings = self.place / "torvik.conf"
+        settings.write_text(f"[server (local)]\nbackend = embedded\ndirectory = {self.server}\n")
+        self.environment = dict(os.environ, TORVIK_CONF=str(settings),
+                                TORVIK_STATE=str(self.place / "state"))
+        self.environment.pop("DISPLAY", None)
+        self.environment.pop("WAYLAND_DISPLAY", None)
+        self.job.write_text(JOB.format(package=package, place=self.place, warehouse=WAREHOUSE))
+        document = self.place / f"{package}.toml"
+        document.write_text(f'name = "{package}"\n{PACKAGE_HEAD}{steps}')
+        self._admin("server", "init", "--warehouse", WAREHOUSE)
+        self._admin("package", "put", document)
+
+    def _admin(self, *arguments):
+        subprocess.run([BIN / "torvik-admin", *arguments], env=self.environment, check=True,
+                       stdout=subprocess.DEVNULL)
+
+    def command(self):
+        return [BIN / "torvik", "-configfile", self.job, "-statusfile", self.status]
+
+    def run(self):
+        """Runs the job once; answers its seconds. Ends the program when the job failed."""
+        self.status.unlink(missing_ok=True)
+        seconds = timed(self.command(), self.environment)
+        word = self.status.read_text().strip() if self.status.exists() else "no status"
+        if word != "ok":
+            log = self.place / "run.txt"
+            raise SystemExit(f"the job ended with: {word}\n"
+                             + (log.read_text() if log.exists() else ""))
+        return seconds
+
+
+def timed(command, environment=None, text=None):
+    """The wall time of a program in seconds."""
+    start = time.perf_counter()
+    subprocess.run(command, env=environment, input=text, text=True, check=True,
+                   stdout=subprocess.DEVNULL)
+    return time.perf_counter() - start
+
+
+def median(seconds):
+    return statistics.median(seconds)
