@@ -52,10 +52,12 @@ DWDB={warehouse}
 
 def build():
     """Builds torvik and torvik-admin as they are released."""
-    subprocess.run(["cmake", "--preset", "release"], cwd=ROOT, check=True,
-                   stdout=subprocess.DEVNULL)
-    subprocess.run(["cmake", "--build", "--preset", "release", "--target", "torvik",
-                    "torvik-admin"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    for command in (["cmake", "--preset", "release"],
+                    ["cmake", "--build", "--preset", "release", "--target", "torvik",
+                     "torvik-admin"]):
+        built = subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
+        if built.returncode != 0:
+            raise SystemExit(built.stdout + built.stderr)
 
 
 class Workplace:

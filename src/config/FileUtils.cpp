@@ -5,8 +5,6 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kSeparators = "\\/";
-
 std::string& AddTrailing(std::string& path, char separator) {
   if (path.empty() || (path.back() != '\\' && path.back() != '/')) path += separator;
   return path;
@@ -20,18 +18,10 @@ bool FileExists(Files& files, const std::string& path) {
 }
 
 std::string FileNameOf(const std::string& path) {
-  const std::string name = path.substr(path.find_last_of(kSeparators) + 1);
+  const std::string name = path.substr(path.find_last_of("\\/") + 1);
   const std::size_t first = name.find_first_not_of(' ');
   if (first == std::string::npos) return {};
   return name.substr(first, name.find_last_not_of(' ') - first + 1);
-}
-
-std::string DirectoryOf(const std::string& path) {
-  return path.substr(0, path.find_last_of(kSeparators) + 1);
-}
-
-char DriveOf(const std::string& path) {
-  return path.size() > 1 && path[1] == ':' ? path[0] : '/';
 }
 
 std::string& AddTrailingSeparator(std::string& path) {

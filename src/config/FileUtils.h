@@ -12,13 +12,6 @@ bool FileExists(Files& files, const std::string& path);
 /// The text after the last separator ('\' or '/'), without the blanks around it.
 std::string FileNameOf(const std::string& path);
 
-/// The text up to the last separator, with it; empty when there is none.
-std::string DirectoryOf(const std::string& path);
-
-/// The first character of a path whose second is ':', else '/', with which every current directory
-/// begins: it has no drive.
-char DriveOf(const std::string& path);
-
 /// Appends '\' unless the text ends in a separator; changes the caller's text and answers it.
 std::string& AddTrailingSeparator(std::string& path);
 

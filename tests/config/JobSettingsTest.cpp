@@ -143,39 +143,36 @@ TEST_F(JobFile, WithoutAFileNothingChanges) {
   EXPECT_FALSE(Write(job, "missing/new.etl"));
 }
 
-TEST(JobSettings, AFileThatCannotBeOpenedChangesNothing) {
-  FakeFiles files;
-  files.Put("job.etl", "");
-  files.locked.insert("job.etl");
-  FakeProfile profile;
-  FakeClock clock;
-  RecordingSectionWriter sections;
-  const auto codePages = NewIconvCodePages("windows-1252");
-  JobSettings job = Example();
-  job.TorvConfigFile = "job.etl";
-  EXPECT_FALSE(job.ReadConfigFile({profile, files, codePages->Ansi(), clock, sections}));
-  EXPECT_EQ(job.DTSPackageName, "Sales_LoadDW");
+class JobOnFakes : public testing::Test {
+ protected:
+  JobOnFakes() { job_.TorvConfigFile = "job.etl"; }
+
+  FakeFiles files_;
+  FakeProfile profile_;
+  FakeClock clock_;
+  RecordingSectionWriter sections_;
+  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
+  JobFileServices services_{profile_, files_, codePages_->Ansi(), clock_, sections_};
+  JobSettings job_ = Example();
+};
+
+TEST_F(JobOnFakes, AFileThatCannotBeOpenedChangesNothing) {
+  files_.Put("job.etl", "");
+  files_.locked.insert("job.etl");
+  EXPECT_FALSE(job_.ReadConfigFile(services_));
+  EXPECT_EQ(job_.DTSPackageName, "Sales_LoadDW");
 }
 
-TEST(JobSettings, TheLastKeyDecidesWhetherAFileIsWritten) {
+TEST_F(JobOnFakes, TheLastKeyDecidesWhetherTheFileIsWritten) {
   const struct {
     const char* failingKey;
     bool isWritten;
   } cases[] = {{"-", true}, {"Package", true}, {"DWPwd", true}, {"DWDB", false}};
   for (const auto& c : cases) {
-    FakeFiles files;
-    FakeProfile profile;
-    FakeClock clock;
-    RecordingSectionWriter sections;
-    const auto codePages = NewIconvCodePages("windows-1252");
-    profile.failingKey = c.failingKey;
-    JobSettings job = Example();
-    job.TorvConfigFile = "job.etl";
-    EXPECT_EQ(job.WriteConfigFile({profile, files, codePages->Ansi(), clock, sections}),
-              c.isWritten)
-        << c.failingKey;
-    EXPECT_EQ(sections.files.size(), 1u) << c.failingKey;
+    profile_.failingKey = c.failingKey;
+    EXPECT_EQ(job_.WriteConfigFile(services_), c.isWritten) << c.failingKey;
   }
+  EXPECT_EQ(sections_.files.size(), std::size(cases));
 }
 
 }  // namespace

@@ -129,14 +129,23 @@ struct FailingEvents final : dts::PackageEvents {
   void OnIdle() override {}
 };
 
-TEST_F(PackageTest, ACallerThatFailsLeavesNothingBehind) {
+TEST_F(PackageTest, ACallerThatFailsEndsTheRun) {
   warehouse_->Execute("CREATE TABLE t (n INTEGER)");
-  Put("P", Head("P") + Sql("a", "INSERT INTO t VALUES (1)", "join_transaction = true"));
+  Put("P", Head("P") + R"toml(
+[[steps]]
+name = "long"
+task = "DataPump"
+source = "dw"
+source_sql = """
+WITH RECURSIVE count (n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM count LIMIT 3000000)
+SELECT n FROM count"""
+destination = "dw again"
+table = "t"
+)toml" + Sql("next", "INSERT INTO t VALUES (0)", "after = [{ step = 'long', on = 'completion' }]"));
   const auto package = Load("P");
   FailingEvents events;
   EXPECT_THROW(package->Execute(events), std::runtime_error);
-  warehouse_->Execute("INSERT INTO t VALUES (2)");
-  EXPECT_EQ(Run(*package).ends, "S");
+  EXPECT_EQ(Query("SELECT COUNT(*) FROM t"), "0 ");
 }
 
 }  // namespace

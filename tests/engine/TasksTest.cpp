@@ -92,9 +92,14 @@ TEST_F(TasksTest, DataPumpLeavesNothingOfAFailure) {
   Write("c.csv", "id,name\n1,one\n2,two\nthree,x\n");
   const std::string pump = "source = \"file\"\ndestination = \"dw\"\ntable = \"t\"\n";
   const std::string head = Head("P") + File(Source("c.csv") + "\"First Row Column Name\" = true");
-  for (const char* keys : {"", "join_transaction = true"}) {
-    const RunResult result = Run("P", head + Step("DataPump", pump + keys));
-    EXPECT_EQ(result.ends, "F") << keys;
+  const std::string next = Sql("next", "INSERT INTO other VALUES (1)",
+                               "after = [{ step = \"s\", on = \"completion\" }]");
+  warehouse_->Execute("CREATE TABLE other (n INTEGER)");
+  for (const char* keys : {"", "rollback_failure = true\njoin_transaction = true"}) {
+    warehouse_->Execute("DELETE FROM other");
+    const RunResult result = Run("P", head + Step("DataPump", pump + keys) + next);
+    EXPECT_EQ(result.ends, "FS") << keys;
+    EXPECT_EQ(Query("SELECT n FROM other"), "1 ") << "the next step is not part of it: " << keys;
     EXPECT_THAT(result.events.errors, AllOf(HasSubstr("c.csv, line 4"), HasSubstr("three")))
         << keys;
     EXPECT_EQ(Query("SELECT id FROM t"), "") << keys;

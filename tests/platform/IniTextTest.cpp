@@ -105,13 +105,5 @@ TEST_F(ProfileFilesTest, WhatCannotBeWrittenLeavesTheFileAsItWas) {
   EXPECT_EQ(disk_.Entries(), 1);
 }
 
-TEST_F(ProfileFilesTest, ALinkStaysALink) {
-  disk_.Write("real.ini", "[S]\nkey=1\n");
-  std::filesystem::create_symlink("real.ini", disk_.PathOf("f.ini"));
-  EXPECT_NE(Set("key", "2"), 0);
-  EXPECT_TRUE(std::filesystem::is_symlink(disk_.PathOf("f.ini")));
-  EXPECT_EQ(disk_.Read("real.ini"), "[S]\nkey=2\n");
-}
-
 }  // namespace
 }  // namespace torvik

@@ -48,11 +48,15 @@ TEST_F(PosixFilesTest, WithoutASecondFileTheFirstIsWrittenInPlace) {
   disk_.SetMode("shared", 0555);
   disk_.SetMode("", 0755);
   const bool isRoot = geteuid() == 0;  // who may do everything
-  if (isRoot) ASSERT_EQ(seteuid(65534), 0);
+  if (isRoot) {
+    ASSERT_EQ(seteuid(65534), 0);
+  }
   EXPECT_FALSE(files_->ReplaceText(disk_.PathOf("shared/status"), "ok"));
   EXPECT_TRUE(files_->ReplaceText(disk_.PathOf("shared/closed"), "ok"));
   EXPECT_TRUE(files_->ReplaceText(disk_.PathOf("shared/new"), "ok"));
-  if (isRoot) ASSERT_EQ(seteuid(0), 0);
+  if (isRoot) {
+    ASSERT_EQ(seteuid(0), 0);
+  }
   EXPECT_EQ(disk_.Read("shared/status"), "ok");
   EXPECT_EQ(disk_.Read("shared/closed"), "running");
   disk_.SetMode("shared", 0755);

@@ -32,12 +32,5 @@ TEST_F(StdConsoleTest, ALineEndsInCrLfUntilTheInputEnds) {
   }
 }
 
-TEST_F(StdConsoleTest, WritesWhatItIsGivenAndNoTitleToAFile) {
-  testing::internal::CaptureStdout();
-  console_->SetConsoleTitle("Torv");
-  console_->WriteConsole("a\r\nb \u20ac");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\r\nb \x80");
-}
-
 }  // namespace
 }  // namespace torvik

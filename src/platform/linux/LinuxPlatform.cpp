@@ -45,10 +45,9 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
   }
   const PathMap paths = platform.settings.Paths();
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
-  platform.files =
-      NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
+  platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
-  platform.processes = NewPosixProcesses();
+  platform.processes = NewPosixProcesses(paths);
   platform.clock = NewSystemClock();
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();

@@ -168,18 +168,6 @@ TEST(DelimitedText, ReadsTheSameHoweverTheBytesArrive) {
   }
 }
 
-/// The end of the first block falls on each byte of a row in turn.
-TEST(DelimitedText, ReadsTheSameWhereverABlockEnds) {
-  for (std::size_t shift = 0; shift < 32; ++shift) {
-    SlowFiles files;
-    const std::string filler((128 << 10) - 32 + shift, 'x');
-    files.texts[kPath] = "a<>b\r\n" + filler + "<>\"\u00e9\"\"<>\"\r\n1<>\"\r\n\"\r\n";
-    EXPECT_TRUE("x|y/a|b/" + filler + "|\u00e9\"<>/1|\r\n/" ==
-                Outcome(files, {.columnDelimiter = "<>", .columnNames = {"x", "y"}}))
-        << "shift " << shift;
-  }
-}
-
 TEST(DelimitedText, CountsLinesAndBytesThroughAllBlocks) {
   SlowFiles files;
   for (int row = 0; row < 50'000; ++row) files.texts[kPath] += "1,\"2\n3\"\n";

@@ -1,14 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "PumpTools.h"
 #include "engine/pump/Pump.h"
+#include "fakes/TemporaryDirectory.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/AdoServers.h"
 #include "platform/linux/EmbeddedServer.h"
@@ -20,12 +19,12 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-/// Pumps into a database of its own, in a directory that goes away afterwards.
+/// Pumps into a database of its own.
 class PumpSqlite : public testing::Test {
  protected:
   PumpSqlite() {
-    CreateEmbeddedServer(directory_);
-    CreateWarehouse(directory_, "dw");
+    CreateEmbeddedServer(directory_.Path());
+    CreateWarehouse(directory_.Path(), "dw");
     warehouse_ = Open();
     warehouse_->Execute(
         "CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, price DECIMAL(6,2), rate DOUBLE "
@@ -34,7 +33,6 @@ class PumpSqlite : public testing::Test {
         "CREATE TABLE copy (id INTEGER, price DECIMAL(6,2), rate DOUBLE PRECISION, seen DATE,"
         " word VARCHAR(5))");
   }
-  ~PumpSqlite() override { std::filesystem::remove_all(directory_); }
 
   std::unique_ptr<ado::Connection> Open() {
     auto connection = databases_->NewConnection();
@@ -73,14 +71,11 @@ class PumpSqlite : public testing::Test {
             table + " ORDER BY id"));
   }
 
-  std::string directory_ = [] {
-    std::string name = std::filesystem::temp_directory_path() / "torvik-pump-XXXXXX";
-    return std::string(mkdtemp(name.data()));
-  }();
+  TemporaryDirectory directory_;
   std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
   SlowFiles files_;
   std::unique_ptr<ado::Provider> databases_ = NewAdoProvider([this](const std::string&) {
-    return std::optional(ServerPlace{"embedded", directory_});
+    return std::optional(ServerPlace{"embedded", directory_.Path()});
   });
   std::unique_ptr<ado::Connection> warehouse_;
 };

@@ -1,0 +1,17 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+#include "platform/linux/SqlNames.h"
+
+/// Resolving names keeps the number of lines, which error messages count.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string sql(reinterpret_cast<const char*>(data), size);
+  const auto none = [](const torvik::TableName&, int) { return std::string(); };
+  const std::string resolved = torvik::ResolveNames(sql, none);
+  if (std::count(sql.begin(), sql.end(), '\n') !=
+      std::count(resolved.begin(), resolved.end(), '\n'))
+    std::abort();
+  if (const auto name = torvik::SplitTableName(sql)) torvik::QuotedName(name->table);
+  return 0;
+}
