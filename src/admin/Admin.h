@@ -46,10 +46,11 @@ void AddJsonOption(CLI::App& command, Invocation& invocation);
 std::string ReadPassword(const ServerChoice& choice);
 
 using Json = nlohmann::ordered_json;
+using JsonRow = std::vector<Json>;
 
-/// Prints rows: as JSON, or as a table with a header line. Each row has one text for each heading.
-void PrintRows(const std::vector<std::string>& headings,
-               const std::vector<std::vector<std::string>>& rows, bool json);
+/// Prints rows: as JSON, or as a table with a header line. Each row has one value for each heading.
+void PrintRows(const std::vector<std::string>& headings, const std::vector<JsonRow>& rows,
+               bool json);
 
 /// Prints a result: as JSON, or as the sentence.
 void PrintResult(const Json& result, const std::string& sentence, bool json);

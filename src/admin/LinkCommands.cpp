@@ -19,6 +19,12 @@ struct LinkOptions {
   std::string name;
 };
 
+Json JsonOf(const ado::Value& value) {
+  if (std::holds_alternative<ado::Null>(value)) return nullptr;
+  if (const auto* whole = std::get_if<std::int64_t>(&value)) return *whole;
+  return TextOf(value);
+}
+
 void Connect(DataWarehouse& warehouse, const ServerChoice& choice, const std::string& database) {
   const ServerLogon logon{choice.server, choice.user.empty(), choice.user, ReadPassword(choice)};
   std::string errorText;
@@ -51,7 +57,7 @@ int PutLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkOp
   Connect(warehouse, invocation.server, options.database);
   ado::Connection& connection = warehouse.Connection();
   connection.BeginTrans();
-  std::vector<std::vector<std::string>> rows;
+  std::vector<JsonRow> rows;
   for (const LinkFile& link : links) {
     Store(connection, link);
     rows.push_back({link.model, link.name});
@@ -72,10 +78,10 @@ int ListLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkO
       options.model.empty() ? "" : " WHERE model = " + SqlLiteral(options.model);
   const auto links = warehouse.Connection().OpenRecordset(
       "SELECT * FROM dwm_data_link" + where + " ORDER BY model, source_name", {});
-  std::vector<std::vector<std::string>> rows;
+  std::vector<JsonRow> rows;
   for (; !links->Eof(); links->MoveNext()) {
     rows.emplace_back();
-    for (const auto& column : headings) rows.back().push_back(TextOf(links->Field(column)));
+    for (const auto& column : headings) rows.back().push_back(JsonOf(links->Field(column)));
   }
   PrintRows(headings, rows, invocation.json);
   return 0;

@@ -12,6 +12,11 @@ std::size_t Width(const std::string& text) {
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+std::string CellText(const Json& value) {
+  if (value.is_null()) return "";
+  return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
 void PrintLine(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
   std::string line;
   for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -27,8 +32,8 @@ void PrintJson(const Json& json) {
 
 }  // namespace
 
-void PrintRows(const std::vector<std::string>& headings,
-               const std::vector<std::vector<std::string>>& rows, bool json) {
+void PrintRows(const std::vector<std::string>& headings, const std::vector<JsonRow>& rows,
+               bool json) {
   if (json) {
     Json list = Json::array();
     for (const auto& row : rows) {
@@ -38,13 +43,16 @@ void PrintRows(const std::vector<std::string>& headings,
     }
     return PrintJson(list);
   }
-  std::vector<std::size_t> widths;
-  for (const auto& heading : headings) widths.push_back(Width(heading));
+  std::vector<std::vector<std::string>> lines = {headings};
   for (const auto& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+    lines.emplace_back();
+    for (const Json& value : row) lines.back().push_back(CellText(value));
   }
-  PrintLine(headings, widths);
-  for (const auto& row : rows) PrintLine(row, widths);
+  std::vector<std::size_t> widths(headings.size());
+  for (const auto& line : lines) {
+    for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], Width(line[i]));
+  }
+  for (const auto& line : lines) PrintLine(line, widths);
 }
 
 void PrintResult(const Json& result, const std::string& sentence, bool json) {

@@ -60,7 +60,7 @@ int PutPackages(LinuxPlatform& platform, const Invocation& invocation,
     packages.push_back({file, std::move(text), package.name, package.description});
   }
   engine::PackageStore store = OpenStore(platform, invocation.server);
-  std::vector<std::vector<std::string>> rows;
+  std::vector<JsonRow> rows;
   for (const Checked& package : packages) {
     const std::string version =
         store.Save(package.name, package.description, package.text, *platform.clock);
@@ -83,7 +83,7 @@ int GetPackage(LinuxPlatform& platform, const Invocation& invocation,
 }
 
 int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const PackageOptions&) {
-  std::vector<std::vector<std::string>> rows;
+  std::vector<JsonRow> rows;
   for (const auto& package : OpenStore(platform, invocation.server).List()) {
     rows.push_back(
         {package.name, std::to_string(package.versions), package.createDate, package.description});
@@ -95,7 +95,7 @@ int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const Pa
 int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
                   const PackageOptions& options) {
   bool allGood = true;
-  std::vector<std::vector<std::string>> rows;
+  std::vector<JsonRow> rows;
   for (const std::string& file : options.files) {
     std::string problems;
     try {
