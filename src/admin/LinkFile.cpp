@@ -41,7 +41,10 @@ std::string Literal(engine::TableReader& reader, const LinkColumn& column,
                     engine::Problems& problems) {
   const engine::TomlValue* value = reader.Find(column.name);
   if (value == nullptr) return "NULL";
-  if (column.type == ColumnType::Text) return SqlLiteral(reader.Text(column.name)->text);
+  if (column.type == ColumnType::Text) {
+    const auto text = reader.Text(column.name);
+    return text ? SqlLiteral(text->text) : "NULL";
+  }
   if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "1" : "0";
   const std::int64_t number = reader.Integer(column.name, 0);
   if (number < 0 || number > kLargestNumber) {
@@ -78,7 +81,8 @@ LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
   }
   if (reader.Find("Type") == nullptr) {
     problems.Add({},
-                 "Type is missing; 1 is a SQL Server, 3 flat files, 4 Excel, 5 Access, 6 Oracle");
+                 "the key \"Type\" is missing; add it: 1 is a SQL Server, 3 flat files, 4 Excel, 5 "
+                 "Access, 6 Oracle");
   }
   reader.Finish();
   problems.ThrowIfAny();

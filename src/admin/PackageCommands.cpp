@@ -85,8 +85,7 @@ int GetPackage(LinuxPlatform& platform, const Invocation& invocation,
 int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const PackageOptions&) {
   std::vector<JsonRow> rows;
   for (const auto& package : OpenStore(platform, invocation.server).List()) {
-    rows.push_back(
-        {package.name, std::to_string(package.versions), package.createDate, package.description});
+    rows.push_back({package.name, package.versions, package.createDate, package.description});
   }
   PrintRows({"package", "versions", "created", "description"}, rows, invocation.json);
   return 0;

@@ -73,7 +73,7 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     const int code = sqlite3_step(insert_);
     sqlite3_reset(insert_);
     if (code != SQLITE_DONE) throw session_->Failure(place_);
-    ++rows_;
+    rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
   }
 
   std::int64_t Finish() override { return rows_; }

@@ -47,7 +47,9 @@ SqliteSession::~SqliteSession() {
 
 void SqliteSession::Open() {
   const std::string& path = databases_.front().path;
-  if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX,
+  // One thread at a time uses a connection, so the library need not lock it for each call; an
+  // interrupt may come from another thread all the same.
+  if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
                       nullptr) != SQLITE_OK)
     throw Failure("the database " + path + " cannot be opened");
   sqlite3_extended_result_codes(handle_, 1);
@@ -59,7 +61,7 @@ void SqliteSession::Open() {
 }
 
 std::string SqliteSession::Resolve(std::string_view sql) {
-  return ResolveNames(sql, [this](const TableName& name, int line) -> std::string {
+  std::string text = ResolveNames(sql, [this](const TableName& name, int line) -> std::string {
     if (EqualsIgnoringCase(name.database, "master") &&
         EqualsIgnoringCase(name.table, kDatabaseList))
       return "temp.";
@@ -71,6 +73,15 @@ std::string SqliteSession::Resolve(std::string_view sql) {
                  "line " + std::to_string(line) + " of the SQL text: " + error.Description());
     }
   });
+  RefreshSchema();
+  return text;
+}
+
+/// A name without a database is looked up in what the connection remembers of each database, the
+/// current one first. A table that another process has made there since would not be seen, and one
+/// of that name in a database beside it would be taken; this brings the memory up to date.
+void SqliteSession::RefreshSchema() {
+  if (databases_.size() > 1) Run("SELECT 1 FROM main.sqlite_schema LIMIT 1");
 }
 
 std::string SqliteSession::Schema(const std::string& database) {

@@ -56,6 +56,7 @@ class SqliteSession {
  private:
   void Open();
   void Attach(const EmbeddedDatabase& database);
+  void RefreshSchema();
   std::string LockedText(int code) const;
   std::string OpenFiles() const;
   PlatformError Keep(long number, const std::string& description);
