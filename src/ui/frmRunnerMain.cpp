@@ -4,6 +4,7 @@
 #include "datalinks/ETLPackages.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
+#include "platform/PlatformError.h"
 #include "startup/HandOffFile.h"
 #include "startup/Program.h"
 
@@ -156,7 +157,7 @@ bool frmRunnerMain::getDataLinkInfo() {
 }
 
 void frmRunnerMain::SetBusy(bool busy) {
-  isBusy_ = busy;
+  Busy.Set(busy);
   cmdExecute.Enabled.Set(!busy);
   cmdSave.Enabled.Set(!busy);
 }
@@ -172,7 +173,12 @@ void frmRunnerMain::SetFormTitle(const std::string& text) {
 
 bool frmRunnerMain::SaveJobFile() {
   FormToJob().TorvConfigFile = TorvConfigFile;
-  if (!getDataLinkInfo()) return false;
+  try {
+    if (!getDataLinkInfo()) return false;
+  } catch (const PlatformError& error) {
+    program_.platform.messages.Box(error.Description(), "Torv Error", BoxIcon::Critical);
+    return false;
+  }
   if (!job_.WriteConfigFile(FileServices())) {
     program_.platform.messages.Box("Error: Can't save Config file " + TorvConfigFile, "Torv Error",
                                    BoxIcon::Critical);
@@ -198,7 +204,7 @@ void frmRunnerMain::FinishSchedulerConfiguration() {
 }
 
 void frmRunnerMain::cmdClose_Click() {
-  if (isBusy_) {
+  if (Busy.Get()) {
     program_.log.EchoToLog("Waiting for end of execution");
     program_.remoteData.CancelPolling();
     return;

@@ -42,6 +42,7 @@ class frmRunnerMain final : public MainForm {
   CommandButton cmdClose;
   StatusBar sbStatus;
   Observable<std::string> Caption;
+  Observable<bool> Busy;  ///< A job is executing: the pointer is the hourglass.
 
   void SetStartInQXJobConfigMode(bool on) override;
   void Show() override;
@@ -76,7 +77,6 @@ class frmRunnerMain final : public MainForm {
   ExecDTSPackage job_;
   RunDriver driver_;
   bool isOpen_ = false;
-  bool isBusy_ = false;
   bool startInQXJobConfigMode_ = false;
 };
 
