@@ -11,9 +11,10 @@
 //   has NAME                   holds these lines, in this order, each as a part of a line
 //   lacks NAME                 holds none of these lines
 //   absent NAME                there is no such file
-//   query SQL                  gives these rows
+//   query DATABASE SQL         gives these rows
 //
-// "%DIR%" stands for the sandbox; line ends are compared without their CR.
+// "%DIR%" stands for the sandbox, "%SOURCE%" for the checkout; line ends are compared without their
+// CR.
 
 #include <gtest/gtest.h>
 
@@ -106,7 +107,8 @@ class ScenarioRun {
     } else if (d.word == "absent") {
       EXPECT_FALSE(std::filesystem::exists(sandbox_.PathOf(d.rest))) << d.rest;
     } else if (d.word == "query") {
-      EXPECT_EQ(sandbox_.Query(d.rest), d.Joined());
+      const std::string database = words.at(0);
+      EXPECT_EQ(sandbox_.Query(d.rest.substr(database.size() + 1), database), d.Joined());
     } else {
       ADD_FAILURE() << "unknown directive " << d.word;
     }
@@ -114,9 +116,13 @@ class ScenarioRun {
 
  private:
   void Expand(std::string& text) const {
-    const std::string word = "%DIR%";
+    Replace(text, "%DIR%", sandbox_.PathOf("."));
+    Replace(text, "%SOURCE%", TORVIK_SOURCE_DIR);
+  }
+
+  static void Replace(std::string& text, const std::string& word, const std::string& value) {
     for (std::size_t at; (at = text.find(word)) != std::string::npos;) {
-      text.replace(at, word.size(), sandbox_.PathOf("").substr(0, sandbox_.PathOf("").size() - 1));
+      text.replace(at, word.size(), value);
     }
   }
 
