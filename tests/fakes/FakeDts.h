@@ -14,19 +14,23 @@
 
 namespace torvik {
 
-struct FakeStep final : dts::Step {
-  explicit FakeStep(std::string stepName,
-                    dts::StepExecutionStatus stepStatus = dts::StepExecutionStatus::Completed,
-                    dts::StepExecutionResult stepResult = dts::StepExecutionResult::Success)
-      : name(std::move(stepName)), status(stepStatus), result(stepResult) {}
+class FakeStep final : public dts::Step {
+ public:
+  using Status = dts::StepExecutionStatus;
+  using Result = dts::StepExecutionResult;
 
-  const std::string& Name() const override { return name; }
-  dts::StepExecutionStatus ExecutionStatus() const override { return status; }
-  dts::StepExecutionResult ExecutionResult() const override { return result; }
+  explicit FakeStep(std::string name, Status status = Status::Completed,
+                    Result result = Result::Success)
+      : name_(std::move(name)), status_(status), result_(result) {}
 
-  std::string name;
-  dts::StepExecutionStatus status;
-  dts::StepExecutionResult result;
+  const std::string& Name() const override { return name_; }
+  Status ExecutionStatus() const override { return status_; }
+  Result ExecutionResult() const override { return result_; }
+
+ private:
+  std::string name_;
+  Status status_;
+  Result result_;
 };
 
 /// Variables by name, in the order in which they were declared. A write is recorded as
@@ -38,9 +42,8 @@ struct FakeGlobalVariables final : dts::GlobalVariables {
     return entries[Find(name)].second;
   }
   void SetValue(std::string_view name, dts::Variant value) override {
-    auto& [entryName, entryValue] = entries[Find(name)];
-    calls.push_back("SetValue " + entryName);
-    entryValue = std::move(value);
+    entries[Find(name)].second = std::move(value);
+    calls.push_back("SetValue " + std::string(name));
   }
 
   std::vector<std::pair<std::string, dts::Variant>> entries;
@@ -48,10 +51,8 @@ struct FakeGlobalVariables final : dts::GlobalVariables {
 
  private:
   std::size_t Find(std::string_view name) const {
-    const auto same = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
-    const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
-      return std::equal(name.begin(), name.end(), entry.first.begin(), entry.first.end(), same);
-    });
+    const auto found =
+        std::ranges::find(entries, name, &std::pair<std::string, dts::Variant>::first);
     if (found == entries.end())
       throw PlatformError(0, "no global variable " + std::string(name), "fake package");
     return static_cast<std::size_t>(found - entries.begin());
@@ -75,7 +76,6 @@ struct FakePackageState {
   std::vector<std::string> calls;  ///< "NewPackage", "LoadFromSQLServer ...", "Execute", ...
   FakeGlobalVariables variables;
   std::vector<FakeStep> steps;
-  std::string loadedName;
   std::optional<std::string> failLoad;     ///< Every load fails with this text.
   std::optional<std::string> failExecute;  ///< Every execution ends with this text.
   /// Stands for the package's work: may report progress and change `steps`.
@@ -98,39 +98,34 @@ class FakePackage final : public dts::Package {
                            packagePassword + "|" + packageGuid + "|" + versionGuid + "|" +
                            packageName + "|" + hostStorage);
     if (state_.failLoad) throw PlatformError(0, *state_.failLoad, "fake package");
-    state_.loadedName = packageName;
-    loaded_ = true;
+    name_ = packageName;
   }
 
-  const std::string& Name() const override { return state_.loadedName; }
-
+  const std::string& Name() const override { return name_; }
   dts::GlobalVariables& GlobalVariables() override {
     RequireLoaded();
     return state_.variables;
   }
-
   void Execute(dts::PackageEvents& events) override {
     RequireLoaded();
     state_.calls.push_back("Execute");
     if (state_.onExecute) state_.onExecute(events);
     if (state_.failExecute) throw PlatformError(0, *state_.failExecute, "fake package");
   }
-
   int StepCount() const override { return static_cast<int>(state_.steps.size()); }
   const dts::Step& Step(int position) const override { return state_.steps.at(position - 1); }
-
   void UnInitialize() override {
     state_.calls.push_back("UnInitialize");
-    loaded_ = false;
+    name_.clear();
   }
 
  private:
   void RequireLoaded() const {
-    if (!loaded_) throw PlatformError(0, "the package is not loaded", "fake package");
+    if (name_.empty()) throw PlatformError(0, "the package is not loaded", "fake package");
   }
 
   FakePackageState& state_;
-  bool loaded_ = false;
+  std::string name_;  ///< Empty until it is loaded.
 };
 
 /// Makes packages that all show the one state.

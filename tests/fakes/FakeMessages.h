@@ -18,7 +18,6 @@ struct FakeMessages final : Messages {
 
   std::vector<ShownBox> boxes;
   std::vector<std::string> reports;
-  int pumps = 0;
   std::function<void()> onPump;  ///< What has arrived when events are handled; may be empty.
 
   void Box(std::string_view text, std::string_view title, BoxIcon icon) override {
@@ -26,7 +25,6 @@ struct FakeMessages final : Messages {
   }
   void Report(std::string_view line) override { reports.emplace_back(line); }
   void PumpEvents() override {
-    ++pumps;
     if (onPump) onPump();
   }
 };

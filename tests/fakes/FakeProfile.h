@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,6 @@ namespace torvik {
 struct FakeProfile final : Profile {
   struct Entry {
     std::string file, section, key, value;
-    bool operator==(const Entry&) const = default;
   };
 
   std::vector<Entry> entries;    ///< In the order in which they were first written.
@@ -27,27 +27,21 @@ struct FakeProfile final : Profile {
 
   int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                  std::string_view value, const std::string& file) override {
-    if (SameName(key, failingKey)) return 0;
-    if (Entry* entry = Find(file, section, key)) {
-      entry->value = value;
-    } else {
-      entries.push_back({file, std::string(section), std::string(key), std::string(value)});
-    }
+    if (key == failingKey) return 0;
+    if (Find(file, section, key) == nullptr)
+      entries.push_back({file, std::string(section), std::string(key), ""});
+    Find(file, section, key)->value = value;
     return 1;
   }
 
   Entry* Find(std::string_view file, std::string_view section, std::string_view key) {
-    const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
-      return entry.file == file && SameName(entry.section, section) && SameName(entry.key, key);
+    const auto isSame = [](std::string_view a, std::string_view b) {
+      return std::ranges::equal(a, b, {}, tolower, tolower);
+    };
+    const auto found = std::ranges::find_if(entries, [&](const Entry& entry) {
+      return entry.file == file && isSame(entry.section, section) && isSame(entry.key, key);
     });
     return found == entries.end() ? nullptr : &*found;
-  }
-
- private:
-  static bool SameName(std::string_view a, std::string_view b) {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char x, char y) { return upper(x) == upper(y); });
   }
 };
 

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <array>
+#include <functional>
 
 #include "EmbeddedFixture.h"
 #include "fakes/FakeAdo.h"
@@ -9,73 +8,36 @@
 namespace torvik {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr const char* kAllLinks = "SELECT name, kind FROM link ORDER BY name";
 constexpr const char* kNoLinks = "SELECT name, kind FROM link WHERE 0";
-constexpr ado::CursorOptions kLocked{ado::CursorLocation::UseClient, ado::CursorType::Dynamic,
-                                     ado::LockType::Pessimistic};
 
-/// A server with the table link(name, kind) and the rows (a, 1) and (b, NULL).
-struct Server {
-  virtual ~Server() = default;
-  virtual ado::Provider& Databases() = 0;
-};
-
-struct FakeServer final : Server {
-  FakeServer() {
-    const std::vector<std::string> fields = {"name", "kind"};
-    ado.state.rows[kAllLinks] = {
-        fields, {{std::string("a"), std::int64_t{1}}, {std::string("b"), ado::Null{}}}};
-    ado.state.rows[kNoLinks] = {fields, {}};
-    ado.state.tables["link"].resize(2);
-    ado.state.tables["link"][0].name = "name";
-    ado.state.tables["link"][1].name = "kind";
-  }
-  ado::Provider& Databases() override { return ado; }
-  FakeAdo ado;
-};
-
-struct SqliteServer final : Server {
-  SqliteServer() {
-    embedded.Open()->Execute(
-        "CREATE TABLE link (name TEXT PRIMARY KEY, kind INT);"
-        "INSERT INTO link VALUES ('b', NULL), ('a', 1)");
-  }
-  ado::Provider& Databases() override { return embedded.Databases(); }
-  EmbeddedFixture embedded;
-};
-
-struct Kind {
-  const char* name;
-  std::unique_ptr<Server> (*make)();
-};
-
-class AdoContract : public testing::TestWithParam<Kind> {
+/// A connection to a database with the table link(name, kind) and the rows (a, 1) and (b, NULL).
+class AdoContract : public testing::TestWithParam<const char*> {
  protected:
   AdoContract() {
+    fake_.state.rows[kAllLinks] = {{"name", "kind"}, {{"a", std::int64_t{1}}, {"b", ado::Null{}}}};
+    fake_.state.rows[kNoLinks] = {{"name", "kind"}, {}};
+    fake_.state.tables["link"] = {};
+    embedded_.Open()->Execute(
+        "CREATE TABLE link (name TEXT PRIMARY KEY, kind INT);"
+        "INSERT INTO link VALUES ('b', NULL), ('a', 1)");
     connection_->SetProvider("SQLOLEDB");
     connection_->SetProperty("Data Source", "(local)");
     connection_->SetProperty("Initial Catalog", "dw");
     connection_->Open();
   }
-  std::unique_ptr<Server> server_ = GetParam().make();
-  std::unique_ptr<ado::Connection> connection_ = server_->Databases().NewConnection();
+
+  FakeAdo fake_;
+  EmbeddedFixture embedded_;
+  std::unique_ptr<ado::Connection> connection_ =
+      (GetParam() == std::string("Fake") ? fake_ : embedded_.Databases()).NewConnection();
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    , AdoContract,
-    testing::Values(Kind{"Fake", [] { return std::unique_ptr<Server>(new FakeServer); }},
-                    Kind{"Sqlite", [] { return std::unique_ptr<Server>(new SqliteServer); }}),
-    [](const auto& kind) { return kind.param.name; });
-
-TEST_P(AdoContract, IsOpenBetweenOpenAndCloseAlone) {
-  EXPECT_EQ(ado::ObjectState::Open, connection_->State());
-  connection_->Close();
-  EXPECT_EQ(ado::ObjectState::Closed, connection_->State());
-  EXPECT_THAT(ErrorOf([&] { connection_->Execute("DELETE FROM link"); }), HasSubstr("not open"));
-  EXPECT_THAT(connection_->Errors().at(0).description, HasSubstr("not open"));
-}
+INSTANTIATE_TEST_SUITE_P(, AdoContract, testing::Values("Fake", "Sqlite"),
+                         [](const auto& tested) { return std::string(tested.param); });
 
 TEST_P(AdoContract, EveryCursorWalksTheRowsToTheEnd) {
   for (const ado::CursorOptions& options : {ado::CursorOptions{}, kLocked}) {
@@ -88,27 +50,35 @@ TEST_P(AdoContract, EveryCursorWalksTheRowsToTheEnd) {
     ASSERT_FALSE(rows->Eof());
     EXPECT_EQ(ado::Value("b"), rows->Field(0));
     EXPECT_EQ(ado::Value(ado::Null{}), rows->Field("kind"));
-    rows->MoveNext();
-    EXPECT_TRUE(rows->Eof());
-    rows->MoveNext();
-    EXPECT_TRUE(rows->Eof());
-    EXPECT_THROW(rows->Field("name"), PlatformError);
+    for (int beyond = 0; beyond < 2; ++beyond) {
+      rows->MoveNext();
+      EXPECT_TRUE(rows->Eof());
+    }
   }
 }
 
-TEST_P(AdoContract, AnUnknownFieldIsNamed) {
-  const auto rows = connection_->OpenRecordset(kAllLinks, kLocked);
-  EXPECT_THAT(ErrorOf([&] { rows->Field("colour"); }), HasSubstr("colour"));
-  EXPECT_THAT(ErrorOf([&] { rows->SetField("colour", 1); }), HasSubstr("colour"));
-}
-
-TEST_P(AdoContract, NothingCanBeSetWithoutARowOrALock) {
-  const auto none = connection_->OpenRecordset(kNoLinks, kLocked);
-  EXPECT_TRUE(none->Eof());
-  EXPECT_THAT(ErrorOf([&] { none->SetField("kind", 2); }), HasSubstr("no current row"));
-  EXPECT_THAT(connection_->Errors().at(0).description, HasSubstr("no current row"));
+TEST_P(AdoContract, AFailureSaysWhyAndIsKept) {
+  const auto locked = connection_->OpenRecordset(kAllLinks, kLocked);
   const auto unlocked = connection_->OpenRecordset(kAllLinks, {});
-  EXPECT_THAT(ErrorOf([&] { unlocked->SetField("kind", 2); }), HasSubstr("cannot be changed"));
+  const auto none = connection_->OpenRecordset(kNoLinks, kLocked);
+  const std::pair<const char*, std::function<void()>> cases[] = {
+      {"colour", [&] { locked->Field("colour"); }},
+      {"colour", [&] { locked->SetField("colour", 1); }},
+      {"no current row", [&] { none->Field("kind"); }},
+      {"no current row", [&] { none->SetField("kind", 2); }},
+      {"cannot be changed", [&] { unlocked->SetField("kind", 2); }},
+      {"no_such_table", [&] { connection_->OpenRecordset("SELECT * FROM no_such_table", {}); }},
+      {"not open", [&] {
+         EXPECT_EQ(ado::ObjectState::Open, connection_->State());
+         connection_->Close();
+         EXPECT_EQ(ado::ObjectState::Closed, connection_->State());
+         connection_->OpenRecordset(kNoLinks, {});
+       }}};
+  for (const auto& [reason, action] : cases) {
+    EXPECT_THAT(ErrorOf(action), HasSubstr(reason));
+    EXPECT_THAT(connection_->Errors(),
+                ElementsAre(testing::Field(&ado::ProviderError::description, HasSubstr(reason))));
+  }
 }
 
 TEST_P(AdoContract, AnUpdatedRowIsReadAgainChangedAndTheOthersAreNot) {
@@ -120,24 +90,13 @@ TEST_P(AdoContract, AnUpdatedRowIsReadAgainChangedAndTheOthersAreNot) {
   EXPECT_EQ("a|6\nb|-", RowsOf(*connection_, kAllLinks));
 }
 
-TEST_P(AdoContract, AFailedStatementLeavesTheServersWords) {
-  EXPECT_THROW(connection_->OpenRecordset("SELECT * FROM no_such_table", {}), PlatformError);
-  ASSERT_EQ(1u, connection_->Errors().size());
-  EXPECT_THAT(connection_->Errors()[0].description, HasSubstr("no_such_table"));
-}
-
-TEST_P(AdoContract, TheSchemaHasAKnownTablesColumnsAndNoneOfAnAbsentOne) {
-  const auto of = [&](const std::string& table) {
-    return connection_->OpenSchema(ado::SchemaQuery::Columns,
-                                   std::array{std::string(), std::string(), table, std::string()});
+TEST_P(AdoContract, TheSchemaHasATableThatIsThere) {
+  const auto isThere = [&](const char* table) {
+    const std::string restrictions[] = {"", "", table, ""};
+    return !connection_->OpenSchema(ado::SchemaQuery::Columns, restrictions)->Eof();
   };
-  EXPECT_TRUE(of("dwm_absent")->Eof());
-  const auto columns = of("LINK");
-  ASSERT_FALSE(columns->Eof());
-  EXPECT_EQ(ado::Value("link"), columns->Field("TABLE_NAME"));
-  EXPECT_EQ(ado::Value("name"), columns->Field("COLUMN_NAME"));
-  EXPECT_EQ(2u, connection_->TableColumns("link").size());
-  EXPECT_TRUE(connection_->TableColumns("dwm_absent").empty());
+  EXPECT_TRUE(isThere("link"));
+  EXPECT_FALSE(isThere("dwm_absent"));
 }
 
 }  // namespace

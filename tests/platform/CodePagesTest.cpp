@@ -7,39 +7,29 @@ namespace torvik {
 namespace {
 
 TEST(CodePages, ConvertBothWays) {
-  const struct {
-    const char *encoding, *text, *bytes;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"windows-1252", "", ""},
       {"Windows-1252", "0123456\u00e9 \u20ac \u2014 abcdefgh", "0123456\xE9 \x80 \x97 abcdefgh"},
       {"windows-1252", "\u0081\u00a0", "\x81\xA0"},  // nothing there, and so the control character
       {"windows-1250", "\u0159\u017e", "\xF8\x9E"},
       {"iso-8859-15", "\u20ac", "\xA4"},
-      {"UTF-8", "\u00e9\u20ac\U0001F600", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
-  };
-  const auto codePages = NewIconvCodePages("windows-1252");
-  for (const auto& c : cases) {
-    const auto codePage = codePages->Open(c.encoding);
-    ASSERT_NE(codePage, nullptr) << c.encoding;
-    EXPECT_EQ(codePage->Encode(c.text), c.bytes) << c.text;
-    EXPECT_EQ(codePage->Decode(c.bytes), c.text) << c.text;
+      {"UTF-8", "\u00e9\u20ac\U0001F600", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"}};
+  for (const auto& [encoding, text, bytes] : cases) {
+    const auto codePages = NewIconvCodePages(encoding);
+    EXPECT_EQ(codePages->Ansi().Encode(text), bytes) << encoding << ": " << text;
+    EXPECT_EQ(codePages->Ansi().Decode(bytes), text) << encoding << ": " << text;
   }
 }
 
 TEST(CodePages, TakeAQuestionMarkForWhatTheyLack) {
-  const struct {
-    const char *text, *bytes;
-  } cases[] = {{"\u6f22z", "?z"}, {"\u0080", "?"}, {"a\xFF\xE9z", "a??z"}, {"\xE2\x82", "??"}};
   const auto codePages = NewIconvCodePages("windows-1252");
-  for (const auto& c : cases) EXPECT_EQ(codePages->Ansi().Encode(c.text), c.bytes) << c.text;
+  const std::pair<const char*, const char*> cases[] = {
+      {"\u6f22z", "?z"}, {"\u0080", "?"}, {"a\xFF\xE9z", "a??z"}, {"\xE2\x82", "??"}};
+  for (const auto& [text, bytes] : cases) EXPECT_EQ(codePages->Ansi().Encode(text), bytes) << text;
 }
 
 TEST(CodePages, StrictlyTellTheFirstBadByte) {
-  const struct {
-    const char *encoding, *bytes;
-    std::size_t bad;
-    const char* lenient;
-  } cases[] = {
+  const std::tuple<const char*, std::string, std::size_t, const char*> cases[] = {
       {"utf-8", "plain ascii text", CodePage::kAllValid, "plain ascii text"},
       {"utf-8", "1234567\x80z", 7, "1234567\uFFFDz"},
       {"utf-8", "12345678\xC0\xAF", 8, "12345678\uFFFD\uFFFD"},              // overlong
@@ -50,16 +40,14 @@ TEST(CodePages, StrictlyTellTheFirstBadByte) {
       {"utf-8", "\u00e9\u00e9\u00e9\u00e9\xE2\x82", 8, "\u00e9\u00e9\u00e9\u00e9\uFFFD\uFFFD"},
       {"windows-1252", "12345678\xE9z\x8D", 10, "12345678\u00e9z\u008d"},
       {"windows-1252", "\x80\xFF", CodePage::kAllValid, "\u20ac\u00ff"},
-      {"windows-1253", "\xAA", 0, "\uFFFD"},
-  };
+      {"windows-1253", "\xAA", 0, "\uFFFD"}};
   const auto codePages = NewIconvCodePages("utf-8");
-  for (const auto& c : cases) {
-    const auto codePage = codePages->Open(c.encoding);
-    const std::string bytes = c.bytes;
+  for (const auto& [encoding, bytes, bad, lenient] : cases) {
+    const auto codePage = codePages->Open(encoding);
     std::string text = "before ";
-    EXPECT_EQ(codePage->DecodeStrict(bytes, text), c.bad) << bytes;
-    EXPECT_EQ(text, "before " + codePage->Decode(bytes.substr(0, c.bad))) << bytes;
-    EXPECT_EQ(codePage->Decode(bytes), c.lenient) << bytes;
+    EXPECT_EQ(codePage->DecodeStrict(bytes, text), bad) << bytes;
+    EXPECT_EQ(text, "before " + codePage->Decode(bytes.substr(0, bad))) << bytes;
+    EXPECT_EQ(codePage->Decode(bytes), lenient) << bytes;
   }
 }
 

@@ -1,14 +1,10 @@
 #pragma once
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
+#include "fakes/TemporaryDirectory.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/AdoServers.h"
@@ -16,17 +12,19 @@
 
 namespace torvik {
 
+/// How rows are opened that will be changed.
+constexpr ado::CursorOptions kLocked{ado::CursorLocation::UseClient, ado::CursorType::Dynamic,
+                                     ado::LockType::Pessimistic};
+
 /// An embedded server in a directory of its own, which goes away with it.
 class EmbeddedFixture {
  public:
   EmbeddedFixture() {
-    if (mkdtemp(parent_.data()) == nullptr) throw std::runtime_error("cannot make " + parent_);
     CreateEmbeddedServer(Directory());
     CreateWarehouse(Directory(), "dw");
   }
-  ~EmbeddedFixture() { std::filesystem::remove_all(parent_); }
 
-  std::string Directory() const { return parent_ + "/server"; }
+  std::string Directory() const { return disk_.PathOf("server"); }
   ado::Provider& Databases() { return *databases_; }
 
   std::unique_ptr<ado::Connection> Open(const std::string& database = "dw",
@@ -40,7 +38,7 @@ class EmbeddedFixture {
   }
 
  private:
-  std::string parent_ = (std::filesystem::temp_directory_path() / "torvik-ado-XXXXXX").string();
+  TemporaryDirectory disk_;
   std::unique_ptr<ado::Provider> databases_ = NewAdoProvider([this](const std::string& server) {
     return server == "(local)" ? std::optional(ServerPlace{"embedded", Directory()}) : std::nullopt;
   });

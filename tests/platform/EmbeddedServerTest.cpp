@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <fstream>
 #include <thread>
-#include <vector>
 
 #include "EmbeddedFixture.h"
 
@@ -13,8 +10,11 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-TEST(EmbeddedServer, IsPrivateDurableAndKeepsWhatIsThere) {
+struct EmbeddedServer : testing::Test {
   EmbeddedFixture server;
+};
+
+TEST_F(EmbeddedServer, IsPrivateDurableAndKeepsWhatIsThere) {
   EXPECT_EQ(fs::perms::owner_all, fs::status(server.Directory()).permissions());
   for (const auto& file : fs::directory_iterator(server.Directory()))
     EXPECT_EQ(fs::perms::owner_read | fs::perms::owner_write, file.status().permissions())
@@ -29,8 +29,7 @@ TEST(EmbeddedServer, IsPrivateDurableAndKeepsWhatIsThere) {
   EXPECT_EQ("dw\nmaster\nmsdb", RowsOf(*dw, "SELECT name FROM master..sysdatabases"));
 }
 
-TEST(EmbeddedServer, SeveralMayMakeItAtOnce) {
-  EmbeddedFixture server;
+TEST_F(EmbeddedServer, SeveralMayMakeItAtOnce) {
   std::vector<std::thread> makers;
   std::vector<std::string> errors(4);
   for (std::string& error : errors)
@@ -43,21 +42,19 @@ TEST(EmbeddedServer, SeveralMayMakeItAtOnce) {
     EXPECT_EQ(".db", file.path().extension()) << file.path();
 }
 
-TEST(EmbeddedServer, RefusesNamesThatAreNoFileOfTheDirectory) {
-  EmbeddedFixture server;
+TEST_F(EmbeddedServer, RefusesNamesThatAreNoFileOfTheDirectory) {
   for (const std::string name :
        {"", "../x", "a/b", "a\\b", ".x", "main", "TEMP", "a\"b", "a\nb", " x", "x ", "[x]"})
     EXPECT_THAT(ErrorOf([&] { CreateWarehouse(server.Directory(), name); }),
                 HasSubstr("cannot be the name of a database"))
         << name;
-  CreateWarehouse(server.Directory(), "Sales 2024-\xC3\xA9");
-  EXPECT_EQ("Sales 2024-\xC3\xA9", RowsOf(*server.Open("sales 2024-\xC3\xA9"),
-                                          "SELECT name FROM master..sysdatabases "
-                                          "WHERE name LIKE 'sales%'"));
+  CreateWarehouse(server.Directory(), "Sales 2024-\u00e9");
+  EXPECT_EQ("Sales 2024-\u00e9",
+            RowsOf(*server.Open("sales 2024-\u00e9"),
+                   "SELECT name FROM master..sysdatabases WHERE name LIKE 's%'"));
 }
 
-TEST(EmbeddedServer, AFileThatIsNoDatabaseIsNamedAtOpen) {
-  EmbeddedFixture server;
+TEST_F(EmbeddedServer, AFileThatIsNoDatabaseIsNamedAtOpen) {
   const std::string path = server.Directory() + "/odd.db";
   std::ofstream(path) << std::string(4096, 'x');
   EXPECT_THAT(ErrorOf([&] { server.Open("odd"); }), HasSubstr(path));

@@ -10,9 +10,8 @@ namespace torvik {
 namespace {
 
 TEST(IniText, FindsTheFirstKeyOfTheFirstSection) {
-  const struct {
-    const char *bytes, *value;  // of "key" in [Name]; null: there is none
-  } cases[] = {
+  // The value of "key" in [Name]; "none" when there is none.
+  const std::pair<const char*, const char*> cases[] = {
       {"[Name]\nkey=v", "v"},
       {" [NAME] \r\n\tKEY\t=  v w \t\r\n", "v w"},
       {"\xEF\xBB\xBF[name]\r\nkey=v\r\n", "v"},
@@ -23,23 +22,19 @@ TEST(IniText, FindsTheFirstKeyOfTheFirstSection) {
       {"[Name]\nkey=\"v'\n", "\"v'"},
       {"[Name]\nkey=\"\n", "\""},
       {"[Name]\nkey=1\nkey=2\n[Name]\nkey=3\n", "1"},
-      {"[Other]\nkey=1\n[Name]\n[Name]\nkey=2\n", nullptr},
+      {"[Other]\nkey=1\n[Name]\n[Name]\nkey=2\n", "none"},
       {"key=1\n[Name\n;key=2\nkey\n key =3\n", "3"},
       {"[Name]\nkey=1\x81\xE9\n", "1\x81\xE9"},
-      {"[Nam]\nkey=1\n[Name2]\nkey=2\n", nullptr},
-      {"[Name]\nkeys=1\n", nullptr},
-      {"", nullptr},
-  };
-  for (const auto& c : cases) {
-    const auto value = IniText(c.bytes).Find("Name", "key");
-    EXPECT_EQ(value.value_or("-"), c.value != nullptr ? c.value : "-") << c.bytes;
-  }
+      {"[Nam]\nkey=1\n[Name2]\nkey=2\n", "none"},
+      {"[Name]\nkeys=1\n", "none"},
+      {"", "none"}};
+  for (const auto& [bytes, value] : cases)
+    EXPECT_EQ(IniText(bytes).Find("Name", "key").value_or("none"), value) << bytes;
 }
 
 TEST(IniText, ChangesNothingButTheValue) {
-  const struct {
-    const char *before, *after;  // key=new is set in [Name]
-  } cases[] = {
+  // Before and after key=new is set in [Name].
+  const std::pair<const char*, const char*> cases[] = {
       {"", "[Name]\r\nkey=new\r\n"},
       {"[Name]\nKey = \"old\" \nx=y\n", "[Name]\nKey = new \nx=y\n"},
       {"[Name]\r\nkey=", "[Name]\r\nkey=new"},
@@ -50,13 +45,12 @@ TEST(IniText, ChangesNothingButTheValue) {
       {"[Name]", "[Name]\r\nkey=new\r\n"},
       {"a\n[Z]\r\nb", "a\n[Z]\r\nb\n[Name]\nkey=new\n"},
       {"[Name]\n;key=1\n[Name]\nkey=2\n", "[Name]\n;key=1\nkey=new\n[Name]\nkey=2\n"},
-      {"\xEF\xBB\xBF[Name]\nkey=\x81\n\xE9\n", "\xEF\xBB\xBF[Name]\nkey=new\n\xE9\n"},
-  };
-  for (const auto& c : cases) {
-    IniText text(c.before);
+      {"\xEF\xBB\xBF[Name]\nkey=\x81\n\xE9\n", "\xEF\xBB\xBF[Name]\nkey=new\n\xE9\n"}};
+  for (const auto& [before, after] : cases) {
+    IniText text(before);
     text.Set("Name", "key", "new");
-    EXPECT_EQ(text.Bytes(), c.after) << c.before;
-    EXPECT_EQ(text.Find("name", "KEY"), "new") << c.before;
+    EXPECT_EQ(text.Bytes(), after) << before;
+    EXPECT_EQ(text.Find("name", "KEY"), "new") << before;
   }
 }
 
@@ -68,41 +62,30 @@ TEST(IniText, ASectionMayBeNamedWithBrackets) {
   EXPECT_EQ(text.Find("Data Source::[a] b", "key"), "2");
 }
 
-class ProfileFilesTest : public testing::Test {
- protected:
-  std::string Get(const std::string& key, std::size_t size = 100, const char* fallback = "none") {
-    return profile_->GetPrivateProfileStringA("S", key, fallback, size, disk_.PathOf("f.ini"));
+TEST(ProfileFiles, KeepTextsInTheCodePageAndTheFileAsItWasOnFailure) {
+  const TemporaryDirectory disk;
+  const auto codePages = NewIconvCodePages("windows-1252");
+  const auto profile = NewProfileFiles(PathMap(), *codePages);
+  const auto get = [&](const char* key, std::size_t size) {
+    return profile->GetPrivateProfileStringA("S", key, "none", size, disk.PathOf("f.ini"));
+  };
+  const auto set = [&](const std::string& key, const std::string& value, const char* file) {
+    return profile->WritePrivateProfileStringA("S", key, value, disk.PathOf(file)) != 0;
+  };
+  EXPECT_EQ(get("key", 100), "none");
+  EXPECT_TRUE(set("key", "\u00e9\u20ac\u00fc", "f.ini"));
+  EXPECT_EQ(get("key", 100), "\u00e9\u20ac\u00fc");
+  EXPECT_EQ(get("key", 3), "\u00e9\u20ac");
+  EXPECT_EQ(get("other", 3), "no");
+  for (const std::string& bad : {std::string("a\nb"), std::string("a\r"), std::string("a\0b", 3)}) {
+    EXPECT_FALSE(set("key", bad, "f.ini")) << bad;
+    EXPECT_FALSE(set(bad, "1", "f.ini")) << bad;
   }
-  int Set(const std::string& key, const std::string& value, const std::string& file = "f.ini") {
-    return profile_->WritePrivateProfileStringA("S", key, value, disk_.PathOf(file));
-  }
-
-  TemporaryDirectory disk_;
-  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
-  std::unique_ptr<Profile> profile_ = NewProfileFiles(PathMap(), *codePages_);
-};
-
-TEST_F(ProfileFilesTest, TextsAreInTheCodePageAndCutByCharacters) {
-  EXPECT_NE(Set("key", "\u00e9\u20ac\u00fc"), 0);
-  EXPECT_EQ(disk_.Read("f.ini"), "[S]\r\nkey=\xE9\x80\xFC\r\n");
-  EXPECT_EQ(disk_.ModeOf("f.ini"), 0600);
-  EXPECT_EQ(Get("key"), "\u00e9\u20ac\u00fc");
-  EXPECT_EQ(Get("key", 3), "\u00e9\u20ac");
-  EXPECT_EQ(Get("other", 3), "no");
-}
-
-TEST_F(ProfileFilesTest, WhatCannotBeWrittenLeavesTheFileAsItWas) {
-  EXPECT_EQ(Get("key"), "none");
-  EXPECT_NE(Set("key", "1"), 0);
-  for (const std::string& value :
-       {std::string("a\nb"), std::string("a\r"), std::string("a\0b", 3)}) {
-    EXPECT_EQ(Set("key", value), 0) << value;
-    EXPECT_EQ(Set(value, "1"), 0) << value;
-  }
-  EXPECT_EQ(Set("key", "1", "no/f.ini"), 0);
-  EXPECT_EQ(Set("key", "1", ""), 0);  // the directory
-  EXPECT_EQ(disk_.Read("f.ini"), "[S]\r\nkey=1\r\n");
-  EXPECT_EQ(disk_.Entries(), 1);
+  EXPECT_FALSE(set("key", "1", "no/f.ini"));
+  EXPECT_FALSE(set("key", "1", ""));  // the directory
+  EXPECT_EQ(disk.Read("f.ini"), "[S]\r\nkey=\xE9\x80\xFC\r\n");
+  EXPECT_EQ(disk.ModeOf("f.ini"), 0600);
+  EXPECT_EQ(disk.Entries(), 1);
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 namespace torvik {
 namespace {
 
+using testing::ElementsAre;
+using testing::Pair;
 using testing::StartsWith;
 
 TEST(Settings, TakesTheFileOver) {
@@ -24,23 +26,21 @@ TEST(Settings, TakesTheFileOver) {
                           settings),
             "");
   EXPECT_EQ(settings.codePage, "utf-8");
-  EXPECT_EQ(settings.drives, (std::map<std::string, std::string>{{"c", "/srv/c;1"}}));
-  EXPECT_EQ(settings.shares, (std::map<std::string, std::string>{{"\\\\files\\in", "/mnt/a ; b"}}));
+  EXPECT_THAT(settings.drives, ElementsAre(Pair("c", "/srv/c;1")));
+  EXPECT_THAT(settings.shares, ElementsAre(Pair("\\\\files\\in", "/mnt/a ; b")));
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
   ASSERT_NE(server, nullptr);
   EXPECT_EQ(server->backend, "odbc");
-  EXPECT_EQ(server->options,
-            (std::map<std::string, std::string>{{"driver", "FreeTDS"}, {"port", "1433"}}));
-  ASSERT_NE(settings.FindServer("(LOCAL)"), nullptr);
-  EXPECT_EQ(settings.FindServer("(LOCAL)")->backend, "embedded");
-  EXPECT_EQ(settings.FindServer("(LOCAL)")->directory, "/srv/local");
+  EXPECT_THAT(server->options, ElementsAre(Pair("driver", "FreeTDS"), Pair("port", "1433")));
+  const ServerSettings* local = settings.FindServer("(LOCAL)");
+  ASSERT_NE(local, nullptr);
+  EXPECT_EQ(local->backend, "embedded");
+  EXPECT_EQ(local->directory, "/srv/local");
   EXPECT_EQ(settings.FindServer("other"), nullptr);
 }
 
 TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
-  const struct {
-    const char *text, *problem;
-  } cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"x = 1", "line 1: a [SECTION] must come before the first key"},
       {"\n[sever DW]\n", "line 2: the section [sever DW] is not known; there are [text]"},
       {"[server]\n", "line 1: the section [server] is not known"},
@@ -56,38 +56,34 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
       {"\n[server X]\nbackend = embedded\n", "line 2: [server x]: an embedded server needs a"},
       {"[server (local)]\nport = 1\n", "line 1: [server (local)]: an embedded server has no key"},
-      {"[server X]\nbackend = embedded\ndirectory = x\n", "line 3: a directory is given by its"},
-  };
-  for (const auto& c : cases) {
+      {"[server X]\nbackend = embedded\ndirectory = x\n", "line 3: a directory is given by its"}};
+  for (const auto& [text, problem] : cases) {
     Settings settings;
     settings.sourceFile = "t.conf";
-    EXPECT_THAT(ParseSettings(c.text, settings), StartsWith("t.conf, " + std::string(c.problem)))
-        << c.text;
+    EXPECT_THAT(ParseSettings(text, settings), StartsWith("t.conf, " + problem)) << text;
   }
 }
 
+using Variables = std::map<std::string, std::string>;
+
 TEST(Settings, StateHasItsPlace) {
-  const struct {
-    Environment environment;
-    const char *state, *temporary;
-  } cases[] = {
-      {{{{"TORVIK_STATE", "/s"}, {"HOME", "/h"}}, true}, "/s", "/s/tmp"},
-      {{{{"HOME", "/h"}}, true}, "/var/lib/torvik", "/var/lib/torvik/tmp"},
-      {{{{"HOME", "/h"}, {"TMPDIR", "/t"}}, false}, "/h/.local/state/torvik", "/t"},
-      {{{{"HOME", "/h"}, {"XDG_STATE_HOME", "/x"}, {"TMPDIR", ""}}, false},
+  const std::tuple<bool, Variables, std::string, std::string> cases[] = {
+      {true, {{"TORVIK_STATE", "/s"}, {"HOME", "/h"}}, "/s", "/s/tmp"},
+      {true, {{"HOME", "/h"}}, "/var/lib/torvik", "/var/lib/torvik/tmp"},
+      {false, {{"HOME", "/h"}, {"TMPDIR", "/t"}}, "/h/.local/state/torvik", "/t"},
+      {false,
+       {{"XDG_STATE_HOME", "/x"}, {"HOME", "/h"}, {"TMPDIR", ""}},
        "/x/torvik",
-       "/x/torvik/tmp"},
-  };
-  for (const auto& c : cases) {
-    Environment environment = c.environment;
-    environment.variables["TORVIK_CONF"] = "/dev/null";
+       "/x/torvik/tmp"}};
+  for (auto [isRoot, variables, state, temporary] : cases) {
+    variables["TORVIK_CONF"] = "/dev/null";
     Settings settings;
-    EXPECT_EQ(LoadSettings(environment, settings), "") << c.state;
-    EXPECT_EQ(settings.stateDirectory, c.state);
-    EXPECT_EQ(settings.temporaryDirectory, c.temporary);
+    EXPECT_EQ(LoadSettings({variables, isRoot}, settings), "") << state;
+    EXPECT_EQ(settings.stateDirectory, state);
+    EXPECT_EQ(settings.temporaryDirectory, temporary);
     EXPECT_EQ(settings.codePage, "windows-1252");
     EXPECT_EQ(settings.FindServer("(local)")->backend, "embedded");
-    EXPECT_EQ(settings.FindServer("(local)")->directory, c.state + std::string("/servers/local"));
+    EXPECT_EQ(settings.FindServer("(local)")->directory, state + "/servers/local");
   }
   Settings settings;
   EXPECT_THAT(LoadSettings({}, settings), StartsWith("there is no directory for"));
@@ -95,30 +91,26 @@ TEST(Settings, StateHasItsPlace) {
 
 TEST(Settings, TheFileIsLookedForInItsOrder) {
   TemporaryDirectory disk;
-  disk.Write("own.conf", "[text]\ncode_page = utf-8\n");
+  disk.Write("own.conf", "[own]\n");
   disk.Write("user/torvik/torvik.conf", "[server (local)]\nbackend = odbc\n");
-  disk.Write("home/.config/torvik/torvik.conf", "[nothing]\n");
-  Environment environment{{{"HOME", disk.PathOf("home")}}, false};
+  disk.Write("home/.config/torvik/torvik.conf", "[home]\n");
+  Variables variables;
+  const auto load = [&](const char* variable, const std::string& value, Settings& settings) {
+    variables[variable] = disk.PathOf(value);
+    return LoadSettings({variables, false}, settings);
+  };
   Settings settings;
-  EXPECT_EQ(LoadSettings(environment, settings),
+  EXPECT_EQ(load("HOME", "home", settings),
             disk.PathOf("home/.config/torvik/torvik.conf") +
-                ", line 1: the section [nothing] is not known; there are [text], [paths], [ftp], "
+                ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
                 "[server NAME], [provider NAME]");
-
-  environment.variables["XDG_CONFIG_HOME"] = disk.PathOf("user");
   settings = {};
-  EXPECT_EQ(LoadSettings(environment, settings), "");
+  EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));
   EXPECT_EQ(settings.FindServer("(local)")->backend, "odbc");
   EXPECT_EQ(settings.FindServer("(local)")->directory, "");
-
-  environment.variables["TORVIK_CONF"] = disk.PathOf("own.conf");
-  settings = {};
-  EXPECT_EQ(LoadSettings(environment, settings), "");
-  EXPECT_EQ(settings.codePage, "utf-8");
-
-  environment.variables["TORVIK_CONF"] = disk.PathOf("gone.conf");
-  EXPECT_EQ(LoadSettings(environment, settings),
+  EXPECT_THAT(load("TORVIK_CONF", "own.conf", settings), StartsWith(disk.PathOf("own.conf, line")));
+  EXPECT_EQ(load("TORVIK_CONF", "gone.conf", settings),
             disk.PathOf("gone.conf") + " cannot be read: No such file or directory");
 }
 

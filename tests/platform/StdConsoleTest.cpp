@@ -10,26 +10,16 @@
 namespace torvik {
 namespace {
 
-class StdConsoleTest : public testing::Test {
- protected:
-  ~StdConsoleTest() override { dup2(formerInput_.Number(), STDIN_FILENO); }
-
-  void SetInput(const std::string& bytes) {
-    disk_.Write("input", bytes);
-    dup2(OpenFile(disk_.PathOf("input"), O_RDONLY).Number(), STDIN_FILENO);
-  }
-
-  TemporaryDirectory disk_;
-  Descriptor formerInput_{dup(STDIN_FILENO)};
-  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
-  std::unique_ptr<Console> console_ = NewStdConsole(*codePages_);
-};
-
-TEST_F(StdConsoleTest, ALineEndsInCrLfUntilTheInputEnds) {
-  SetInput("one\n\r\nt\xE9o\r\n0123456789\nlast");
-  for (const char* line : {"one\r\n", "\r\n", "t\u00e9o\r\n", "01234567", "last\r\n", "", ""}) {
-    EXPECT_EQ(console_->ReadConsole(8), line);
-  }
+TEST(StdConsole, ALineEndsInCrLfUntilTheInputEnds) {
+  const TemporaryDirectory disk;
+  disk.Write("input", "one\n\r\nt\xE9o\r\n0123456789\nlast");
+  const Descriptor former{dup(STDIN_FILENO)};
+  dup2(OpenFile(disk.PathOf("input"), O_RDONLY).Number(), STDIN_FILENO);
+  const auto codePages = NewIconvCodePages("windows-1252");
+  const auto console = NewStdConsole(*codePages);
+  for (const char* line : {"one\r\n", "\r\n", "t\u00e9o\r\n", "01234567", "last\r\n", "", ""})
+    EXPECT_EQ(console->ReadConsole(8), line);
+  dup2(former.Number(), STDIN_FILENO);
 }
 
 }  // namespace

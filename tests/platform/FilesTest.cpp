@@ -1,0 +1,198 @@
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include "fakes/FakeFiles.h"
+#include "fakes/TemporaryDirectory.h"
+#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/PosixFiles.h"
+
+namespace torvik {
+namespace {
+
+using testing::UnorderedElementsAre;
+
+class FilesContract : public testing::TestWithParam<const char*> {
+ protected:
+  FilesContract() { fake_.MakeDirectory("C:\\work"); }
+
+  std::string At(const std::string& name) const {
+    return (isFake_ ? "C:\\work\\" : disk_.Path() + "/") + name;
+  }
+  std::string Read(const std::string& name) const {
+    return isFake_ ? fake_.Text(At(name)) : disk_.Read(name);
+  }
+  std::vector<std::string> List(const std::string& directory) {
+    std::vector<std::string> names = {"before"};
+    EXPECT_FALSE(files_.ListFiles(At(directory), names)) << directory;
+    return names;
+  }
+
+  const bool isFake_ = GetParam() == std::string("Fake");
+  TemporaryDirectory disk_;
+  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
+  FakeFiles fake_;
+  std::unique_ptr<Files> posix_ = NewPosixFiles(PathMap(), *codePages_, disk_.Path());
+  Files& files_ = isFake_ ? fake_ : *posix_;
+};
+
+INSTANTIATE_TEST_SUITE_P(, FilesContract, testing::Values("Fake", "Posix"),
+                         [](const auto& tested) { return std::string(tested.param); });
+
+TEST_P(FilesContract, TextIsAppendedAndReplaced) {
+  EXPECT_FALSE(files_.AppendText(At("log.txt"), "one\r\n"));
+  EXPECT_FALSE(files_.AppendText(At("log.txt"), "two\r\n"));
+  EXPECT_EQ(Read("log.txt"), "one\r\ntwo\r\n");
+  EXPECT_FALSE(files_.ReplaceText(At("log.txt"), "3"));
+  EXPECT_EQ(Read("log.txt"), "3");
+  EXPECT_THAT(List(""), UnorderedElementsAre("log.txt"));
+  EXPECT_FALSE(files_.Sync(At("log.txt")));
+}
+
+TEST_P(FilesContract, OnlyPlainFilesHaveALengthAndAreReadable) {
+  ASSERT_FALSE(files_.ReplaceText(At("five"), "12345"));
+  ASSERT_FALSE(files_.MakeDirectory(At("folder")));
+  std::uint64_t length = 99;
+  EXPECT_FALSE(files_.Size(At("five"), length));
+  EXPECT_FALSE(files_.CheckReadable(At("five")));
+  for (const std::string& path : {At("missing"), At("folder"), At("five/x"), std::string()}) {
+    EXPECT_TRUE(files_.Size(path, length)) << path;
+    EXPECT_TRUE(files_.CheckReadable(path)) << path;
+    EXPECT_TRUE(files_.Sync(path)) << path;
+    EXPECT_TRUE(files_.Remove(path)) << path;
+  }
+  EXPECT_EQ(length, 5u);
+  EXPECT_TRUE(files_.AppendText(At("folder"), "x"));
+}
+
+TEST_P(FilesContract, BothSpellingsLeadToOneFile) {
+  ASSERT_FALSE(files_.MakeDirectory(At("a\\b\\c\\")));
+  EXPECT_FALSE(files_.MakeDirectory(At("a/b/c")));  // it is there already
+  ASSERT_FALSE(files_.AppendText(At("a/b\\c/x.txt"), "text"));
+  EXPECT_EQ(Read("a/b/c/x.txt"), "text");
+  EXPECT_TRUE(files_.IsSameFile(At("a\\b/c\\x.txt"), At("a/b/c/x.txt")));
+  EXPECT_FALSE(files_.IsSameFile(At("a/x.txt"), At("a/x.txt")));  // there is none
+  EXPECT_THAT(List("a\\b\\c\\"), UnorderedElementsAre("x.txt"));
+  EXPECT_THAT(List("a"), UnorderedElementsAre());  // directories are not listed
+}
+
+TEST_P(FilesContract, CopiesAndAppendsFiles) {
+  ASSERT_FALSE(files_.ReplaceText(At("a"), "aaa"));
+  ASSERT_FALSE(files_.ReplaceText(At("b"), "b"));
+  EXPECT_FALSE(files_.Copy(At("b"), At("a")));
+  EXPECT_EQ(Read("a"), "b");
+  EXPECT_FALSE(files_.AppendFile(At("b"), At("a")));
+  EXPECT_FALSE(files_.AppendFile(At("b"), At("new")));
+  EXPECT_EQ(Read("new"), "b");
+  EXPECT_FALSE(files_.Copy(At("a"), At("a")));
+  EXPECT_TRUE(files_.AppendFile(At("a"), At("a")));
+  EXPECT_TRUE(files_.Copy(At("missing"), At("a")));
+  EXPECT_TRUE(files_.AppendFile(At("missing"), At("other")));
+  EXPECT_EQ(Read("a"), "bb");
+  EXPECT_THAT(List(""), UnorderedElementsAre("a", "b", "new"));
+}
+
+TEST_P(FilesContract, WhatCannotBeDoneSaysWhy) {
+  ASSERT_FALSE(files_.ReplaceText(At("file"), "kept"));
+  const auto missing = std::errc::no_such_file_or_directory;
+  EXPECT_EQ(files_.AppendText(At("no/log"), "x"), missing);
+  EXPECT_EQ(files_.ReplaceText(At("no/log"), "x"), missing);
+  EXPECT_EQ(files_.Copy(At("file"), At("no/log")), missing);
+  EXPECT_EQ(files_.Remove(At("missing")), missing);
+  std::vector<std::string> names = {"before"};
+  EXPECT_EQ(files_.ListFiles(At("missing"), names), missing);
+  EXPECT_TRUE(names.empty());
+  EXPECT_FALSE(files_.Remove(At("file")));
+  EXPECT_TRUE(files_.CheckReadable(At("file")));
+}
+
+class PosixFilesTest : public testing::Test {
+ protected:
+  std::string At(const std::string& name) const { return disk_.PathOf(name); }
+
+  TemporaryDirectory disk_;
+  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
+  std::unique_ptr<Files> files_ =
+      NewPosixFiles(PathMap({}, {}, At("state/drives")), *codePages_, At("state/tmp"));
+};
+
+TEST_F(PosixFilesTest, TextIsInTheCodePageOnDisk) {
+  EXPECT_FALSE(files_->AppendText(At("log"), "\u00e9 \u20ac \u6f22\r\n"));
+  EXPECT_EQ(disk_.Read("log"), "\xE9 \x80 ?\r\n");
+  EXPECT_FALSE(files_->ReplaceText(At("log"), "\u00e9"));
+  EXPECT_EQ(disk_.Read("log"), "\xE9");
+  std::error_code error;
+  const auto reader = files_->OpenRead(At("log"), error);
+  char bytes[9];
+  EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 1u);
+  EXPECT_EQ(bytes[0], '\xE9');
+  EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 0u);
+}
+
+TEST_F(PosixFilesTest, ReplacingKeepsModeAndLinksAndLeavesNothingBeside) {
+  disk_.Write("real/status", "old");
+  disk_.SetMode("real/status", 0604);
+  std::filesystem::create_symlink("real/status", At("link"));
+  std::filesystem::create_symlink("real/later", At("dangling"));
+  EXPECT_FALSE(files_->ReplaceText(At("link"), "new"));
+  EXPECT_FALSE(files_->ReplaceText(At("dangling"), "later"));
+  EXPECT_TRUE(files_->ReplaceText(At("real"), "x"));
+  EXPECT_TRUE(std::filesystem::is_symlink(At("link")));
+  EXPECT_EQ(disk_.Read("real/status"), "new");
+  EXPECT_EQ(disk_.ModeOf("real/status"), 0604);
+  EXPECT_EQ(disk_.Read("real/later"), "later");
+  EXPECT_EQ(disk_.Entries(), 3);
+}
+
+TEST_F(PosixFilesTest, WithoutASecondFileTheFirstIsWrittenInPlace) {
+  disk_.Write("shared/status", "running");
+  disk_.Write("shared/closed", "running");
+  disk_.SetMode("shared/status", 0666);
+  disk_.SetMode("shared/closed", 0444);
+  disk_.SetMode("shared", 0555);
+  disk_.SetMode("", 0755);
+  const bool isRoot = geteuid() == 0;  // who may do everything
+  ASSERT_TRUE(!isRoot || seteuid(65534) == 0);
+  EXPECT_FALSE(files_->ReplaceText(At("shared/status"), "ok"));
+  EXPECT_TRUE(files_->ReplaceText(At("shared/closed"), "ok"));
+  EXPECT_TRUE(files_->ReplaceText(At("shared/new"), "ok"));
+  ASSERT_TRUE(!isRoot || seteuid(0) == 0);
+  EXPECT_EQ(disk_.Read("shared/status"), "ok");
+  EXPECT_EQ(disk_.Read("shared/closed"), "running");
+  disk_.SetMode("shared", 0755);
+}
+
+TEST_F(PosixFilesTest, WhatIsNotAPlainFileIsWrittenInPlace) {
+  EXPECT_FALSE(files_->ReplaceText("/dev/null", "ok"));
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_TRUE(files_->CheckReadable("/dev/null"));
+}
+
+TEST_F(PosixFilesTest, ACopyIsAsPrivateAsItsOriginal) {
+  disk_.Write("job.etl", "text");
+  disk_.SetMode("job.etl", 0600);
+  EXPECT_FALSE(files_->Copy(At("job.etl"), At("copy.etl")));
+  EXPECT_EQ(disk_.ModeOf("copy.etl"), 0600);
+  EXPECT_TRUE(files_->MakeDirectory(At("job.etl/below")));
+}
+
+TEST_F(PosixFilesTest, DrivesAndTemporaryFilesAreInTheStateForTheUserAlone) {
+  EXPECT_FALSE(files_->AppendText("D:\\err.txt", "text"));
+  EXPECT_EQ(disk_.Read("state/drives/d/err.txt"), "text");
+  EXPECT_EQ(disk_.ModeOf("state/drives/d"), 0700);
+  EXPECT_THAT(files_->AppendText("\\\\Files\\In\\x", "text").message(),
+              testing::HasSubstr("for the share \\\\Files\\In; add it to [paths]"));
+  for (int time = 0; time < 2; ++time) EXPECT_EQ(files_->TempDirectory(), At("state/tmp/"));
+  EXPECT_EQ(disk_.ModeOf("state/tmp"), 0700);
+}
+
+TEST_F(PosixFilesTest, AFileThatNoPathCanNameIsNotListed) {
+  disk_.Write("logs/a.log", "");
+  disk_.Write("logs/..\\a.log", "");  // as a path, a file outside of the directory
+  std::filesystem::create_symlink("nowhere", At("logs/dangling"));
+  std::vector<std::string> names;
+  EXPECT_FALSE(files_->ListFiles(At("logs"), names));
+  EXPECT_THAT(names, testing::ElementsAre("a.log"));
+}
+
+}  // namespace
+}  // namespace torvik
