@@ -1,6 +1,4 @@
-#include <CLI/CLI.hpp>
-
-#include "admin/Admin.h"
+#include "admin/Commands.h"
 #include "admin/LinkFile.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/FieldReaders.h"
@@ -100,40 +98,24 @@ int RemoveLink(LinuxPlatform& platform, const Invocation& invocation, const Link
   return 0;
 }
 
-using LinkCommand = int (*)(LinuxPlatform&, const Invocation&, const LinkOptions&);
-
-CLI::App* AddCommand(CLI::App& parent, Invocation& invocation,
-                     const std::shared_ptr<LinkOptions>& options, const char* name,
-                     const char* help, LinkCommand command) {
-  CLI::App* sub = parent.add_subcommand(name, help);
-  sub->add_option("--database", options->database, "the data-warehouse database")->required();
-  AddServerOptions(*sub, invocation);
-  AddJsonOption(*sub, invocation);
-  sub->callback([&invocation, options, command] {
-    invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
-      return command(platform, invocation, *options);
-    };
-  });
-  return sub;
-}
-
 }  // namespace
 
 void AddLinkCommands(CLI::App& app, Invocation& invocation) {
-  const auto options = std::make_shared<LinkOptions>();
-  CLI::App* link = app.add_subcommand("link", "data links of a data-warehouse database");
-  link->require_subcommand(1);
-  AddCommand(*link, invocation, options, "put", "store data links; one that is there is replaced",
-             PutLinks)
-      ->add_option("FILE", options->files, "TOML file whose keys are columns of dwm_data_link")
+  CommandGroup<LinkOptions> group(app, invocation, "link",
+                                  "data links of a data-warehouse database");
+  LinkOptions& given = group.Given();
+  CLI::App* put = group.Add("put", "store data links; one that is there is replaced", PutLinks);
+  put->add_option("FILE", given.files, "TOML file whose keys are columns of dwm_data_link")
       ->required();
-  AddCommand(*link, invocation, options, "list", "list the data links, without their passwords",
-             ListLinks)
-      ->add_option("--model", options->model, "only those of this ETL model");
-  CLI::App* remove =
-      AddCommand(*link, invocation, options, "remove", "remove a data link", RemoveLink);
-  remove->add_option("MODEL", options->model)->required();
-  remove->add_option("NAME", options->name)->required();
+  CLI::App* list = group.Add("list", "list the data links, without their passwords", ListLinks);
+  list->add_option("--model", given.model, "only those of this ETL model");
+  CLI::App* remove = group.Add("remove", "remove a data link", RemoveLink);
+  remove->add_option("MODEL", given.model)->required();
+  remove->add_option("NAME", given.name)->required();
+  for (CLI::App* command : {put, list, remove}) {
+    command->add_option("--database", given.database, "the data-warehouse database")->required();
+    AddServerOptions(*command, invocation);
+  }
 }
 
 }  // namespace torvik::admin

@@ -1,7 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
-#include "admin/Admin.h"
+#include "admin/Commands.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/RunnerVariables.h"
@@ -125,44 +124,27 @@ int RemovePackage(LinuxPlatform& platform, const Invocation& invocation,
   return 0;
 }
 
-using PackageCommand = int (*)(LinuxPlatform&, const Invocation&, const PackageOptions&);
-
-CLI::App* AddCommand(CLI::App& parent, Invocation& invocation,
-                     const std::shared_ptr<PackageOptions>& options, const char* name,
-                     const char* help, PackageCommand command) {
-  CLI::App* sub = parent.add_subcommand(name, help);
-  AddJsonOption(*sub, invocation);
-  sub->callback([&invocation, options, command] {
-    invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
-      return command(platform, invocation, *options);
-    };
-  });
-  return sub;
-}
-
 }  // namespace
 
 void AddPackageCommands(CLI::App& app, Invocation& invocation) {
-  const auto options = std::make_shared<PackageOptions>();
-  CLI::App* package = app.add_subcommand("package", "packages and the server that stores them");
-  package->require_subcommand(1);
-  const auto add = [&](const char* name, const char* help, PackageCommand command) {
-    return AddCommand(*package, invocation, options, name, help, command);
-  };
-
-  add("new", "print a first document", NewPackage)->add_option("NAME", options->name)->required();
-  add("check", "check documents without storing them", CheckPackages)
-      ->add_option("FILE", options->files)
+  CommandGroup<PackageOptions> group(app, invocation, "package",
+                                     "packages and the server that stores them");
+  PackageOptions& given = group.Given();
+  group.Add("new", "print a first document", NewPackage)
+      ->add_option("NAME", given.name)
+      ->required();
+  group.Add("check", "check documents without storing them", CheckPackages)
+      ->add_option("FILE", given.files)
       ->required();
 
-  CLI::App* put = add("put", "check documents and store each as a new version", PutPackages);
-  put->add_option("FILE", options->files)->required();
-  CLI::App* get = add("get", "print a stored document", GetPackage);
-  get->add_option("NAME", options->name)->required();
-  get->add_option("--version-id", options->version, "this version instead of the latest");
-  CLI::App* list = add("list", "list the stored packages", ListPackages);
-  CLI::App* remove = add("remove", "remove a package, every version of it", RemovePackage);
-  remove->add_option("NAME", options->name)->required();
+  CLI::App* put = group.Add("put", "check documents and store each as a new version", PutPackages);
+  put->add_option("FILE", given.files)->required();
+  CLI::App* get = group.Add("get", "print a stored document", GetPackage);
+  get->add_option("NAME", given.name)->required();
+  get->add_option("--version-id", given.version, "this version instead of the latest");
+  CLI::App* list = group.Add("list", "list the stored packages", ListPackages);
+  CLI::App* remove = group.Add("remove", "remove a package, every version of it", RemovePackage);
+  remove->add_option("NAME", given.name)->required();
   for (CLI::App* command : {put, get, list, remove}) AddServerOptions(*command, invocation);
 }
 

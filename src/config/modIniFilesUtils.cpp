@@ -1,8 +1,7 @@
 #include "config/modIniFilesUtils.h"
 
-#include <algorithm>
-
 #include "platform/Profile.h"
+#include "platform/Text.h"
 
 namespace torvik {
 
@@ -18,10 +17,7 @@ std::int16_t WriteIniString(Profile& profile, const std::string& section, const 
 }
 
 bool IsIniTrue(const std::string& text) {
-  const std::string no = "FALSE";
-  return !std::equal(text.begin(), text.end(), no.begin(), no.end(), [](char a, char b) {
-    return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 32) : a) == b;
-  });
+  return !EqualsIgnoringCase(text, "FALSE");
 }
 
 std::string IniTruth(VariantBool value) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/Text.h"
+
 namespace torvik {
 namespace {
 
@@ -13,17 +15,13 @@ constexpr std::array<std::string_view, 10> kSuffixes = {"_CleanUpAll",  "_CleanU
                                                         "_Overall",     "_ProcessTransformations",
                                                         "_Upload",      "_AlterTableDW"};
 
-char Lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
 }  // namespace
 
 std::string ModelNameFromPackage(std::string_view packageName) {
   for (const std::string_view suffix : kSuffixes) {
     const auto found =
         std::search(packageName.begin(), packageName.end(), suffix.begin(), suffix.end(),
-                    [](char a, char b) { return Lower(a) == Lower(b); });
+                    [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
     if (found != packageName.end()) return {packageName.begin(), found};
   }
   return {};

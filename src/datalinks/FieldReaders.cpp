@@ -1,12 +1,12 @@
 #include "datalinks/FieldReaders.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
 
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {
@@ -37,12 +37,6 @@ std::optional<double> Number(const ado::Value& value) {
   return {};
 }
 
-bool IsWord(std::string_view text, std::string_view lowerCaseWord) {
-  return text.size() == lowerCaseWord.size() &&
-         std::equal(text.begin(), text.end(), lowerCaseWord.begin(),
-                    [](char a, char b) { return (a | 0x20) == b; });
-}
-
 }  // namespace
 
 std::string TextOf(const ado::Value& value) {
@@ -70,8 +64,8 @@ std::int16_t WholeNumberOf(const ado::Value& value) {
 bool TruthOf(const ado::Value& value) {
   if (std::holds_alternative<ado::Null>(value)) return false;
   const std::string text = TextOf(value);
-  if (IsWord(text, "true")) return true;
-  if (IsWord(text, "false")) return false;
+  if (EqualsIgnoringCase(text, "true")) return true;
+  if (EqualsIgnoringCase(text, "false")) return false;
   if (const auto number = Number(value)) return *number != 0;
   throw PlatformError(kTypeMismatch, "\"" + text + "\" is neither True nor False nor a number",
                       "data link");

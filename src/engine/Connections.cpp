@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "engine/Problems.h"
-#include "engine/TextCase.h"
 #include "engine/Variables.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -22,7 +22,7 @@ void SettleLogon(ConnectionSettings& settings) {
   };
   const std::string* security = settings.Find(kIntegratedSecurity);
   if (security == nullptr) return;
-  if (security->empty() || SameText(*security, "False")) {
+  if (security->empty() || EqualsIgnoringCase(*security, "False")) {
     std::erase_if(settings.properties, is(kIntegratedSecurity));
     return;
   }

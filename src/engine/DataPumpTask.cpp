@@ -1,5 +1,6 @@
 #include "engine/EngineServices.h"
 #include "engine/FlatFile.h"
+#include "engine/OwnTransaction.h"
 #include "engine/Providers.h"
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
@@ -10,33 +11,6 @@
 
 namespace torvik::engine {
 namespace {
-
-/// A transaction of the step's own: what is not committed is rolled back.
-class OwnTransaction {
- public:
-  explicit OwnTransaction(ado::Connection& connection) : connection_(connection) {
-    connection_.BeginTrans();
-  }
-  ~OwnTransaction() {
-    if (committed_) return;
-    try {
-      connection_.RollbackTrans();
-    } catch (const std::exception&) {
-      // The error that led here says more; closing the connection rolls back as well.
-    }
-  }
-  OwnTransaction(const OwnTransaction&) = delete;
-  OwnTransaction& operator=(const OwnTransaction&) = delete;
-
-  void Commit() {
-    connection_.CommitTrans();
-    committed_ = true;
-  }
-
- private:
-  ado::Connection& connection_;
-  bool committed_ = false;
-};
 
 class DataPumpTask final : public Task {
  public:

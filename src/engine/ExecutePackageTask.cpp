@@ -7,9 +7,9 @@
 #include "engine/PackageStore.h"
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
-#include "engine/TextCase.h"
 #include "engine/Variables.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -48,7 +48,7 @@ class ExecutePackageTask final : public Task {
   static std::vector<std::string> WithPackage(std::vector<std::string> running,
                                               const std::string& name) {
     const bool again = std::any_of(running.begin(), running.end(),
-                                   [&](const auto& one) { return SameText(one, name); });
+                                   [&](const auto& one) { return EqualsIgnoringCase(one, name); });
     running.push_back(name);
     if (!again) return running;
     std::string chain;

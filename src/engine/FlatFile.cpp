@@ -3,8 +3,8 @@
 #include <charconv>
 
 #include "engine/Problems.h"
-#include "engine/TextCase.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -17,8 +17,8 @@ PlatformError Unfit(const char* property, const std::string& value, const char* 
 
 bool Boolean(const ConnectionSettings& settings, const char* property) {
   const std::string* value = settings.Find(property);
-  if (value == nullptr || SameText(*value, "False")) return false;
-  if (SameText(*value, "True")) return true;
+  if (value == nullptr || EqualsIgnoringCase(*value, "False")) return false;
+  if (EqualsIgnoringCase(*value, "True")) return true;
   throw Unfit(property, *value, "True or False");
 }
 

@@ -7,8 +7,8 @@
 #include "engine/StepOrder.h"
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
-#include "engine/TextCase.h"
 #include "engine/TomlTable.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -57,9 +57,9 @@ class DocumentReader {
 
   void ReadVariables(const TomlTable& entries) {
     for (const TomlEntry& entry : entries) {
-      const bool twice =
-          std::any_of(model_.variables.begin(), model_.variables.end(),
-                      [&](const GlobalVariable& other) { return SameText(other.name, entry.key); });
+      const bool twice = std::any_of(
+          model_.variables.begin(), model_.variables.end(),
+          [&](const GlobalVariable& other) { return EqualsIgnoringCase(other.name, entry.key); });
       if (twice)
         problems_.Add(entry.place, "the global variable " + Quoted(entry.key) +
                                        " is declared twice (letter case does not matter); "

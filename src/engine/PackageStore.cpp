@@ -5,6 +5,7 @@
 #include <ctime>
 #include <random>
 
+#include "engine/OwnTransaction.h"
 #include "engine/Problems.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
@@ -78,30 +79,6 @@ std::string WithoutBraces(const std::string& identifier) {
   return identifier.substr(1, identifier.size() - 2);
 }
 
-/// Rolls back unless it has been committed.
-class StoreTransaction {
- public:
-  explicit StoreTransaction(ado::Connection& connection) : connection_(connection) {
-    connection_.BeginTrans();
-  }
-  ~StoreTransaction() {
-    if (committed_) return;
-    try {
-      connection_.RollbackTrans();
-    } catch (const PlatformError&) {
-      // The error that led here says more.
-    }
-  }
-  void Commit() {
-    connection_.CommitTrans();
-    committed_ = true;
-  }
-
- private:
-  ado::Connection& connection_;
-  bool committed_ = false;
-};
-
 }  // namespace
 
 PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
@@ -123,7 +100,7 @@ PackageStore::~PackageStore() = default;
 
 std::string PackageStore::Save(const std::string& name, const std::string& description,
                                const std::string& text, Clock& clock) {
-  StoreTransaction transaction(*connection_);
+  OwnTransaction transaction(*connection_);
   auto created = std::chrono::floor<Milliseconds>(clock.Now());
   std::string id = NewIdentifier();
   const auto latest = connection_->OpenRecordset(

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <numeric>
 
-#include "engine/TextCase.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -54,11 +54,11 @@ void Problems::ThrowIfAny() const {
 
 std::string DidYouMean(std::string_view word, std::span<const std::string> known,
                        const std::string& otherwise) {
-  const std::string lowered = Lowered(word);
+  const std::string lowered = LowerAscii(word);
   std::size_t best = std::string::npos;
   const std::string* nearest = nullptr;
   for (const std::string& one : known) {
-    const std::size_t distance = EditDistance(lowered, Lowered(one));
+    const std::size_t distance = EditDistance(lowered, LowerAscii(one));
     if (distance >= best) continue;
     best = distance;
     nearest = &one;

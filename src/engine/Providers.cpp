@@ -1,6 +1,6 @@
 #include "engine/Providers.h"
 
-#include "engine/TextCase.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -41,13 +41,13 @@ constexpr ProviderRule kProviders[] = {
 
 const ProviderRule* FindProvider(std::string_view name) {
   for (const ProviderRule& provider : kProviders)
-    if (SameText(provider.name, name)) return &provider;
+    if (EqualsIgnoringCase(provider.name, name)) return &provider;
   return nullptr;
 }
 
 const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view name) {
   for (const PropertyRule& property : provider.properties)
-    if (SameText(property.name, name)) return &property;
+    if (EqualsIgnoringCase(property.name, name)) return &property;
   return nullptr;
 }
 

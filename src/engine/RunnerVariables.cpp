@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/Problems.h"
-#include "engine/TextCase.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -51,9 +51,9 @@ std::string TomlString(const std::string& text) {
 std::vector<std::string> CheckTwelve(const PackageModel& package) {
   Problems problems(package.document);
   for (const RunnerVariable& wanted : kTwelve) {
-    const auto found =
-        std::find_if(package.variables.begin(), package.variables.end(),
-                     [&](const GlobalVariable& one) { return SameText(one.name, wanted.name); });
+    const auto found = std::find_if(
+        package.variables.begin(), package.variables.end(),
+        [&](const GlobalVariable& one) { return EqualsIgnoringCase(one.name, wanted.name); });
     const std::string name = Quoted(wanted.name);
     const std::string declaration =
         std::string(wanted.name) + (wanted.isBoolean ? " = false" : " = \"\"");

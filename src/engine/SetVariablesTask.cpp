@@ -2,10 +2,10 @@
 
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
-#include "engine/TextCase.h"
 #include "engine/Variables.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -24,9 +24,9 @@ std::string TextOfField(const ado::Value& value) {
 
 std::optional<bool> Boolean(const std::string& text) {
   for (const char* yes : {"True", "1", "-1"})
-    if (SameText(text, yes)) return true;
+    if (EqualsIgnoringCase(text, yes)) return true;
   for (const char* no : {"False", "0"})
-    if (SameText(text, no)) return false;
+    if (EqualsIgnoringCase(text, no)) return false;
   return std::nullopt;
 }
 

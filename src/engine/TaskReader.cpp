@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "engine/Providers.h"
-#include "engine/TextCase.h"
 #include "engine/TextTemplate.h"
 #include "engine/Variables.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -18,7 +18,7 @@ std::vector<std::string> NamesOf(const std::vector<GlobalVariable>& variables) {
 
 bool HasVariable(const std::vector<GlobalVariable>& variables, std::string_view name) {
   return std::any_of(variables.begin(), variables.end(),
-                     [&](const auto& one) { return SameText(one.name, name); });
+                     [&](const auto& one) { return EqualsIgnoringCase(one.name, name); });
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include <cctype>
 #include <charconv>
 
-#include "engine/TextCase.h"
 #include "engine/TextTemplate.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -34,8 +34,9 @@ std::string Number(double value) {
 }  // namespace
 
 const dts::Variant* Variables::Find(std::string_view name) const {
-  const auto found = std::find_if(all_.begin(), all_.end(),
-                                  [&](const auto& one) { return SameText(one.name, name); });
+  const auto found = std::find_if(all_.begin(), all_.end(), [&](const auto& one) {
+    return EqualsIgnoringCase(one.name, name);
+  });
   return found == all_.end() ? nullptr : &found->value;
 }
 
@@ -47,7 +48,7 @@ const dts::Variant& Variables::Value(std::string_view name) const {
 
 void Variables::SetValue(std::string_view name, dts::Variant value) {
   for (GlobalVariable& variable : all_) {
-    if (!SameText(variable.name, name)) continue;
+    if (!EqualsIgnoringCase(variable.name, name)) continue;
     variable.value = std::move(value);
     return;
   }
@@ -60,7 +61,7 @@ std::string Variables::Text(std::string_view name) const {
 }
 
 bool Variables::IsTrue(std::string_view name) const {
-  return SameText(Text(name), "True");
+  return EqualsIgnoringCase(Text(name), "True");
 }
 
 std::string Variables::Substitute(std::string_view text) const {
@@ -98,7 +99,7 @@ std::string TextOf(const dts::Variant& value) {
 
 bool IsPasswordName(std::string_view name) {
   constexpr std::string_view kEnding = "password";
-  return Lowered(name).ends_with(kEnding);
+  return LowerAscii(name).ends_with(kEnding);
 }
 
 }  // namespace torvik::engine

@@ -1,6 +1,5 @@
 #include "package/JobVariables.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
@@ -8,6 +7,7 @@
 #include "config/FileUtils.h"
 #include "config/JobSettings.h"
 #include "platform/Dts.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {
@@ -61,11 +61,9 @@ std::string AsText(const Variant& value) {
 bool AsTruth(const Variant& value) {
   if (const auto* truth = std::get_if<bool>(&value)) return *truth;
   const std::string text = AsText(value);
-  constexpr std::string_view yes = "true";
-  const bool isTrue = std::equal(text.begin(), text.end(), yes.begin(), yes.end(),
-                                 [](char a, char b) { return (a | 0x20) == b; });
-  return isTrue || (!text.empty() && text.find_first_not_of("+-.0123456789") == std::string::npos &&
-                    text.find_first_of("123456789") != std::string::npos);
+  return EqualsIgnoringCase(text, "true") ||
+         (!text.empty() && text.find_first_not_of("+-.0123456789") == std::string::npos &&
+          text.find_first_of("123456789") != std::string::npos);
 }
 
 bool Differs(const Variant& current, const Variant& wanted) {

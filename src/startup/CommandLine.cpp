@@ -1,6 +1,6 @@
 #include "startup/CommandLine.h"
 
-#include <algorithm>
+#include "platform/Text.h"
 
 namespace torvik {
 
@@ -38,8 +38,7 @@ std::vector<std::string> Tokens(std::string_view argumentText, int maxArgs) {
 }
 
 void ApplyOption(std::string& name, const std::string& value, CommandLineSettings& settings) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  name = LowerAscii(name);
   if (name == "configfile") {
     settings.ConfigFile = value;
   } else if (name == "config") {

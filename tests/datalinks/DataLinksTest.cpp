@@ -4,6 +4,7 @@
 
 #include "config/modCypher.h"
 #include "datalinks/FieldReaders.h"
+#include "fakes/DataLinkRow.h"
 #include "fakes/FakeAdo.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakeMessages.h"
@@ -13,7 +14,6 @@
 namespace torvik {
 namespace {
 
-using ado::Null;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -21,37 +21,6 @@ using ::testing::IsEmpty;
 const std::string kSelectModel = "SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'";
 const std::string kSelectFiles =
     "SELECT * FROM dwm_data_link WHERE model = 'Sales' AND source_name = 'files'";
-
-const std::vector<std::string> kColumns = {"model",
-                                           "source_name",
-                                           "Type",
-                                           "ds_server",
-                                           "ds_database",
-                                           "ds_trusted_login",
-                                           "ds_user",
-                                           "ds_password",
-                                           "ds_file",
-                                           "ds_directory",
-                                           "ds_connect_string",
-                                           "transfer_data",
-                                           "ftp_server",
-                                           "ftp_user",
-                                           "ftp_password",
-                                           "remote_directory",
-                                           "poll_duration",
-                                           "poll_interval"};
-
-/// A row of NULLs but for its key and what is given.
-std::vector<ado::Value> Row(const char* name, const std::map<std::string, ado::Value>& values) {
-  std::vector<ado::Value> row;
-  for (const std::string& column : kColumns) {
-    const auto given = values.find(column);
-    row.push_back(given == values.end() ? ado::Value(Null{}) : given->second);
-  }
-  row[0] = std::string("Sales");
-  row[1] = std::string(name);
-  return row;
-}
 
 struct DataLinksTest : ::testing::Test {
   FakeAdo ado;
@@ -67,13 +36,14 @@ struct DataLinksTest : ::testing::Test {
     connection->Open();
     ado.state.tables["dwm_data_link"] = {{.name = "model"}};
     ado.state.rows[kSelectModel] = {
-        kColumns,
-        {Row("files", {{"Type", std::int64_t{3}},
-                       {"ds_directory", std::string("C:\\old\\")},
-                       {"ds_trusted_login", std::string("True")},
-                       {"poll_interval", std::string("5")},
-                       {"poll_duration", std::int64_t{70000}}}),
-         Row("orders", {{"Type", std::int64_t{1}}, {"ds_password", std::string("s3cret")}})}};
+        kDataLinkColumns,
+        {DataLinkRow("files", {{"Type", std::int64_t{3}},
+                               {"ds_directory", std::string("C:\\old\\")},
+                               {"ds_trusted_login", std::string("True")},
+                               {"poll_interval", std::string("5")},
+                               {"poll_duration", std::int64_t{70000}}}),
+         DataLinkRow("orders",
+                     {{"Type", std::int64_t{1}}, {"ds_password", std::string("s3cret")}})}};
   }
 
   bool Load() { return links.LoadDataLinks(*connection, "Sales_LoadDW", names); }
@@ -194,7 +164,8 @@ TEST_F(DataLinksTest, SavingUpdatesTheRowAndAddsSeparatorsToFlatFileLinksAlone) 
       {8, TransferFtp, "C:\\data", "in", "C:\\data", "in"},
   };
   for (const auto& c : cases) {
-    ado.state.rows[kSelectFiles] = {kColumns, {Row("files", {{"Type", std::int64_t{77}}})}};
+    ado.state.rows[kSelectFiles] = {kDataLinkColumns,
+                                    {DataLinkRow("files", {{"Type", std::int64_t{77}}})}};
     cDataSource link;
     link.strModelName = "Sales";
     link.strName = "files";
@@ -213,7 +184,7 @@ TEST_F(DataLinksTest, SavingUpdatesTheRowAndAddsSeparatorsToFlatFileLinksAlone) 
 
 TEST_F(DataLinksTest, SavingALinkWithoutARowFailsWithItsName) {
   ASSERT_TRUE(Load());
-  ado.state.rows[kSelectFiles] = {kColumns, {}};
+  ado.state.rows[kSelectFiles] = {kDataLinkColumns, {}};
   try {
     links.SaveAllDataLinks(*connection);
     FAIL();
@@ -225,8 +196,8 @@ TEST_F(DataLinksTest, SavingALinkWithoutARowFailsWithItsName) {
 TEST_F(DataLinksTest, OneRecordIsLoadedByItsOwnNamesAsTheyStand) {
   ado.state.rows
       ["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales' AND "
-       "dwm_data_link.source_name = 'files'"] = {kColumns,
-                                                 {Row("files", {{"ds_user", std::string("me")}})}};
+       "dwm_data_link.source_name = 'files'"] = {
+      kDataLinkColumns, {DataLinkRow("files", {{"ds_user", std::string("me")}})}};
   cDataSource link;
   link.strModelName = "'Sales'";
   link.strName = "'files'";
@@ -242,7 +213,7 @@ TEST(FieldReaders, WholeNumbersAndTruths) {
     std::int16_t whole;
     std::optional<bool> truth;
   } cases[] = {
-      {Null{}, 0, false},
+      {ado::Null{}, 0, false},
       {std::int64_t{-1}, -1, true},
       {std::int64_t{40000}, 0, true},
       {2.5, 2, true},

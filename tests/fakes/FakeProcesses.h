@@ -4,16 +4,17 @@
 
 namespace torvik {
 
-/// Starts nothing; records what would have been started, and has ended at once.
+/// Starts nothing; records what would have been started.
 struct FakeProcesses final : Processes {
   std::vector<std::string> commandLines;
+  int polls = 0;  ///< How often a process is found running; -1 once its handle is closed.
 
   ProcessHandle CreateProcessA(const std::string& commandLine) override {
     commandLines.push_back(commandLine);
     return static_cast<ProcessHandle>(commandLines.size());
   }
-  bool IsRunning(ProcessHandle) override { return false; }
-  void CloseHandle(ProcessHandle) override {}
+  bool IsRunning(ProcessHandle) override { return polls > 0 && polls-- > 0; }
+  void CloseHandle(ProcessHandle) override { --polls; }
   ProcessExit Run(const ProcessRequest&, const std::function<void(std::string_view)>&) override {
     return {false, 0, "a FakeProcesses runs nothing"};
   }

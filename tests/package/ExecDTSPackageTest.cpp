@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 
 #include "datalinks/DataWarehouse.h"
+#include "fakes/DataLinkRow.h"
 #include "fakes/FakeAdo.h"
 #include "fakes/FakeDts.h"
 #include "fakes/FakeFiles.h"
+#include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
 #include "package/ErrLogging.h"
 #include "startup/ExecTask.h"
@@ -26,11 +28,6 @@ struct NoEvents final : dts::PackageEvents {
   void OnFinish(std::string_view) override {}
   void OnError(std::string_view, std::string_view) override {}
   void OnIdle() override {}
-};
-
-struct FakeLogForm final : LogForm {
-  std::string ErrorFile() const override { return "err.txt"; }
-  void SetFormStatus(const std::string&) override {}
 };
 
 struct JobTest : ::testing::Test {
@@ -184,31 +181,11 @@ TEST_F(JobTest, EveryRemoteLinkIsTriedAndOneThatFailsFailsTheStep) {
   ASSERT_TRUE(warehouse.ConnectDataWarehouse({"DW", true, "", ""}, "DW", errorText));
   FakeRows& links =
       ado.state.rows["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'"];
-  links.fields = {"model",
-                  "source_name",
-                  "Type",
-                  "ds_server",
-                  "ds_database",
-                  "ds_trusted_login",
-                  "ds_user",
-                  "ds_password",
-                  "ds_file",
-                  "ds_directory",
-                  "ds_connect_string",
-                  "transfer_data",
-                  "ftp_server",
-                  "ftp_user",
-                  "ftp_password",
-                  "remote_directory",
-                  "poll_duration",
-                  "poll_interval"};
+  links.fields = kDataLinkColumns;
   const auto add = [&](std::int64_t transfer, const char* server) {
-    std::vector<ado::Value> row(links.fields.size(), ado::Value(ado::Null{}));
-    row[0] = std::string("Sales");
-    row[11] = transfer;
-    row[12] = std::string(server);
-    row[14] = std::string("ftp password");
-    links.rows.push_back(std::move(row));
+    links.rows.push_back(DataLinkRow("link", {{"transfer_data", transfer},
+                                              {"ftp_server", std::string(server)},
+                                              {"ftp_password", std::string("ftp password")}}));
   };
   EXPECT_TRUE(job.HandleRemoteData());
   add(0, "");

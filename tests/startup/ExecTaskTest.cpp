@@ -4,6 +4,7 @@
 
 #include "fakes/FakeClock.h"
 #include "fakes/FakeFiles.h"
+#include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeProcesses.h"
 
@@ -12,13 +13,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-struct FakeLogForm final : LogForm {
-  std::string file = "err.txt";
-  std::vector<std::string> statuses;
-  std::string ErrorFile() const override { return file; }
-  void SetFormStatus(const std::string& text) override { statuses.push_back(text); }
-};
 
 struct RunLogTest : ::testing::Test {
   FakeFiles files;
@@ -55,7 +49,7 @@ TEST_F(RunLogTest, ALogThatCannotBeWrittenIsReportedOnce) {
   EXPECT_THAT(form.statuses, ElementsAre("one", "two"));
 }
 
-TEST(ExecTask, BuildsTheCommandLineAndWaitsInSlices) {
+TEST(ExecTask, WaitsInSlicesForTheCommandLineThatItBuilds) {
   const struct {
     const char* program;
     const char* arguments;
@@ -68,10 +62,16 @@ TEST(ExecTask, BuildsTheCommandLineAndWaitsInSlices) {
   };
   for (const auto& c : cases) {
     FakeProcesses processes;
+    processes.polls = 3;
     FakeClock clock;
     FakeMessages messages;
+    int pumps = 0;
+    messages.onPump = [&] { ++pumps; };
     ExecTask(processes, clock, messages).RunAndWait(c.program, c.arguments);
     EXPECT_THAT(processes.commandLines, ElementsAre(c.commandLine)) << c.arguments;
+    EXPECT_EQ(clock.steady.time_since_epoch(), std::chrono::milliseconds(300));
+    EXPECT_EQ(pumps, 3);
+    EXPECT_EQ(processes.polls, -1);  // the handle was released
   }
 }
 

@@ -8,9 +8,8 @@
 #include <limits>
 #include <string_view>
 
-#include "engine/TextCase.h"
 #include "engine/pump/RowBatch.h"
-#include "engine/pump/Utf8.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -81,9 +80,9 @@ std::string FitReal(std::string_view& text) {
 
 std::string FitBoolean(std::string_view& text) {
   for (const std::string_view word : {"1", "-1", "true", "yes"})
-    if (SameText(text, word)) return text = "1", "";
+    if (EqualsIgnoringCase(text, word)) return text = "1", "";
   for (const std::string_view word : {"0", "false", "no"})
-    if (SameText(text, word)) return text = "0", "";
+    if (EqualsIgnoringCase(text, word)) return text = "0", "";
   return "is neither true nor false";
 }
 

@@ -4,14 +4,13 @@
 #include <optional>
 #include <utility>
 
-#include "engine/TextCase.h"
 #include "engine/pump/BlockReader.h"
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowError.h"
 #include "engine/pump/RowScanner.h"
 #include "engine/pump/RowSource.h"
-#include "engine/pump/Utf8.h"
 #include "platform/CodePage.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -86,7 +85,7 @@ DelimitedText::DelimitedText(Files& files, const CodePages& codePages, const std
 }
 
 void DelimitedText::OpenEncoding(const CodePages& codePages, const std::string& name) {
-  encoding_ = Lowered(name);
+  encoding_ = LowerAscii(name);
   if (encoding_ == kUtf8) return;
   codePage_ = codePages.Open(encoding_);
   if (!codePage_) throw RowError::UnknownEncoding(path_, name);
@@ -224,8 +223,8 @@ std::span<char> DelimitedText::Decode(std::span<char> bytes, std::size_t column,
   const std::string_view text(bytes.data(), bytes.size());
   decoded_.clear();
   const std::size_t invalid =
-      codePage_ ? codePage_->DecodeStrict(text, decoded_) : FindInvalidUtf8(text);
-  if (invalid != std::string_view::npos) {
+      codePage_ ? codePage_->DecodeStrict(text, decoded_) : ValidUtf8Length(text);
+  if (invalid < text.size()) {
     const char* byte = &bytes[invalid];
     throw RowError::InvalidByte(PlaceOfByte(byte, column + 1), static_cast<unsigned char>(*byte),
                                 OffsetOf(byte), encoding_);

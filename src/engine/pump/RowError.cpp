@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "engine/pump/Utf8.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {

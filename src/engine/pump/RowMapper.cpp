@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "engine/TextCase.h"
 #include "engine/pump/Conversion.h"
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowError.h"
 #include "engine/pump/RowSource.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -36,7 +36,9 @@ std::size_t NameList::Find(const std::string& wanted) const {
   auto count = std::ranges::count(names, wanted);
   auto found = std::ranges::find(names, wanted);
   if (count == 0) {
-    const auto matches = [&wanted](const std::string& name) { return SameText(name, wanted); };
+    const auto matches = [&wanted](const std::string& name) {
+      return EqualsIgnoringCase(name, wanted);
+    };
     count = std::ranges::count_if(names, matches);
     found = std::ranges::find_if(names, matches);
   }

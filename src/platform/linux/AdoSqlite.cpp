@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/SqlNames.h"
 #include "platform/linux/SqliteBulkLoad.h"
 #include "platform/linux/SqliteColumns.h"

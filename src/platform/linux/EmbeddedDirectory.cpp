@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {

@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/EmbeddedDirectory.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/SqliteSession.h"

@@ -6,8 +6,7 @@
 #include <unordered_map>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/AsciiCase.h"
-#include "platform/linux/Utf8.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {

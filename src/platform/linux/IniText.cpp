@@ -1,6 +1,6 @@
 #include "platform/linux/IniText.h"
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {

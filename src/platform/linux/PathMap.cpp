@@ -4,7 +4,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/Posix.h"
 
 namespace torvik {

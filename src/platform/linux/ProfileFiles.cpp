@@ -1,10 +1,10 @@
 #include "platform/linux/ProfileFiles.h"
 
 #include "platform/CodePage.h"
+#include "platform/Text.h"
 #include "platform/linux/IniText.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/ReplaceFile.h"
-#include "platform/linux/Utf8.h"
 
 namespace torvik {
 namespace {
@@ -30,7 +30,7 @@ class ProfileFiles final : public Profile {
       const auto found = ini.Find(ansi_.Encode(section), ansi_.Encode(key));
       if (found) value = ansi_.Decode(*found);
     }
-    value.resize(Utf8LengthOf(value, size - 1));
+    value.resize(FirstCharacters(value, size - 1).size());
     return value;
   }
 

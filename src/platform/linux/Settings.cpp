@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/SettingsFile.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/IconvCodePages.h"
 #include "platform/linux/IniText.h"
 

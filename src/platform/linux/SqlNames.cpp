@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {

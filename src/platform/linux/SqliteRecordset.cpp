@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/SqliteRowUpdate.h"
 #include "platform/linux/SqliteSession.h"
 #include "platform/linux/SqliteStatement.h"

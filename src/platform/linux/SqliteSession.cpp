@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/SqlNames.h"
 #include "platform/linux/SqliteFunctions.h"
 #include "platform/linux/SqliteStatement.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/AsciiCase.h"
+#include "platform/Text.h"
 #include "platform/linux/SqlNames.h"
 #include "platform/linux/SqliteSession.h"
 

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+/// Letter case of ASCII letters, and characters of UTF-8.
+namespace torvik {
+
+inline char LowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+/// The text with its ASCII letters in lower case.
+inline std::string LowerAscii(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = LowerAscii(c);
+  return lower;
+}
+
+/// Equality without regard to the case of ASCII letters.
+inline bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
+}
+
+/// How many bytes at the start of `text` are ASCII characters.
+inline std::size_t AsciiLength(std::string_view text) {
+  constexpr std::uint64_t highBits = 0x8080808080808080;
+  std::size_t length = 0;
+  for (std::uint64_t word; length + sizeof word <= text.size(); length += sizeof word) {
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & highBits) != 0) break;
+  }
+  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80) ++length;
+  return length;
+}
+
+/// How many bytes a UTF-8 character has that begins with `first`, 0 for none, and the range of its
+/// second byte, which keeps out overlong forms, surrogates and numbers above U+10FFFF (table 3-7 of
+/// the Unicode standard).
+struct Utf8Lead {
+  std::size_t length;
+  unsigned char secondFirst = 0x80, secondLast = 0xBF;
+};
+
+inline Utf8Lead Utf8LeadOf(unsigned char first) {
+  if (first < 0x80) return {1};
+  if (first < 0xC2) return {0};
+  if (first < 0xE0) return {2};
+  if (first == 0xE0) return {3, 0xA0, 0xBF};
+  if (first == 0xED) return {3, 0x80, 0x9F};
+  if (first < 0xF0) return {3};
+  if (first == 0xF0) return {4, 0x90, 0xBF};
+  if (first < 0xF4) return {4};
+  if (first == 0xF4) return {4, 0x80, 0x8F};
+  return {0};
+}
+
+/// The length of the valid UTF-8 character that `text` begins with; 0 when there is none. `text` is
+/// not empty.
+inline std::size_t CharacterLength(std::string_view text) {
+  const Utf8Lead lead = Utf8LeadOf(static_cast<unsigned char>(text[0]));
+  if (lead.length < 2) return lead.length;
+  if (text.size() < lead.length) return 0;
+  const auto second = static_cast<unsigned char>(text[1]);
+  if (second < lead.secondFirst || second > lead.secondLast) return 0;
+  for (std::size_t i = 2; i < lead.length; ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
+  }
+  return lead.length;
+}
+
+/// How many bytes at the start of `text` are valid UTF-8.
+inline std::size_t ValidUtf8Length(std::string_view text) {
+  std::size_t at = 0;
+  for (;;) {
+    at += AsciiLength(text.substr(at));
+    if (at == text.size()) return at;
+    const std::size_t length = CharacterLength(text.substr(at));
+    if (length == 0) return at;
+    at += length;
+  }
+}
+
+/// The number of characters of a valid UTF-8 text.
+inline std::size_t CountCharacters(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
+/// The first `count` characters; a byte that is not valid UTF-8 counts as one.
+inline std::string_view FirstCharacters(std::string_view text, std::size_t count) {
+  std::size_t at = 0;
+  for (; count > 0 && at < text.size(); --count) {
+    at += std::max<std::size_t>(1, CharacterLength(text.substr(at)));
+  }
+  return text.substr(0, at);
+}
+
+}  // namespace torvik
