@@ -9,12 +9,6 @@
 namespace torvik::engine {
 namespace {
 
-std::string Text(const ConnectionSettings& settings) {
-  std::string text;
-  for (const auto& [name, value] : settings.properties) text += name + "=" + value + ";";
-  return text;
-}
-
 TEST(Connections, ATrustedLogonSendsNoUser) {
   const PackageModel package = ReadPackageDocument(R"toml(
 name = "P"
@@ -29,44 +23,40 @@ properties = { "Data Source" = "s", "User ID" = "u", "Password" = "p", "Integrat
   const struct {
     dts::Variant trusted;
     const char* properties;
-  } cases[] = {
-      {true, "Data Source=s;Integrated Security=SSPI;"},
-      {std::string("SSPI"), "Data Source=s;Integrated Security=SSPI;"},
-      {false, "Data Source=s;User ID=u;Password=p;"},
-      {std::string(), "Data Source=s;User ID=u;Password=p;"},
-  };
+  } cases[] = {{true, "Data Source=s;Integrated Security=SSPI;"},
+               {std::string("SSPI"), "Data Source=s;Integrated Security=SSPI;"},
+               {false, "Data Source=s;User ID=u;Password=p;"},
+               {std::string(), "Data Source=s;User ID=u;Password=p;"}};
   for (const auto& c : cases) {
     Variables variables(package.variables);
     variables.SetValue("Trusted", c.trusted);
-    EXPECT_EQ(Text(ResolveConnection(package, "c", variables)), c.properties) << TextOf(c.trusted);
+    std::string text;
+    for (const auto& [name, value] : ResolveConnection(package, "c", variables).properties)
+      text += name + "=" + value + ";";
+    EXPECT_EQ(text, c.properties) << TextOf(c.trusted);
   }
 }
 
 using ConnectionsTest = EngineTest;
 
 TEST_F(ConnectionsTest, AnOpenConnectionFollowsItsVariables) {
-  CreateWarehouse(directory_, "second");
+  CreateWarehouse(server_.Directory(), "second");
   for (const char* database : {"dw", "second"})
-    Open(database)->Execute("CREATE TABLE place (name TEXT); INSERT INTO place VALUES ('second')");
-  const std::string moving = "connection = \"moving\"\n";
+    server_.Open(database)->Execute("CREATE TABLE t (name TEXT); INSERT INTO t VALUES ('second')");
   Put("P", Head("P") + R"toml(
 [[connections]]
 name = "moving"
 provider = "SQLOLEDB"
 properties = { "Data Source" = "(local)", "Initial Catalog" = "${Text}" }
-[[steps]]
-name = "move"
-task = "SetVariables"
-connection = "moving"
-sql = "SELECT name AS Text FROM place"
 )toml" +
-               Sql("then", "INSERT INTO place VALUES ('here')",
-                   moving + "after = [{ step = \"move\" }]"));
+               Step("move", "SetVariables",
+                    "connection = \"moving\"\nsql = \"SELECT name AS Text FROM t\"") +
+               Sql("then", "INSERT INTO t VALUES ('here')", "connection = \"moving\""));
   const auto package = Load("P");
   package->GlobalVariables().SetValue("Text", std::string("dw"));
   EXPECT_EQ(Run(*package).events.errors, "");
-  EXPECT_EQ(Query("SELECT name FROM place"), "second ");
-  EXPECT_EQ(Query("SELECT name FROM second.dbo.place"), "second here ");
+  EXPECT_EQ(Query("SELECT name FROM t"), "second");
+  EXPECT_EQ(Query("SELECT name FROM second.dbo.t"), "second here");
 
   package->GlobalVariables().SetValue("Text", std::string("nowhere"));
   EXPECT_THAT(Run(*package).events.errors,

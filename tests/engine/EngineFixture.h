@@ -1,45 +1,49 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "engine/Package.h"
 #include "engine/PackageStore.h"
-#include "platform/Ado.h"
-#include "platform/Clock.h"
+#include "fakes/FakeClock.h"
+#include "fakes/TemporaryDirectory.h"
 #include "platform/CodePage.h"
+#include "platform/EmbeddedFixture.h"
 #include "platform/EventLog.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/Process.h"
-#include "platform/linux/AdoServers.h"
-#include "platform/linux/EmbeddedServer.h"
 #include "platform/linux/IconvCodePages.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/PosixProcesses.h"
-#include "platform/linux/SystemClock.h"
 
 namespace torvik::engine {
 
-struct RecordedEvents final : dts::PackageEvents {
-  void OnStart(std::string_view step) override { order += std::string(step) + " "; }
-  void OnProgress(std::string_view, std::int64_t rows) override { lastRows = rows; }
-  void OnFinish(std::string_view step) override { finished += std::string(step) + " "; }
+/// How a step stands: S(uccess), F(ailure), W(aiting), P (in progress) or I(nactive).
+inline char EndOf(const dts::Step& step) {
+  switch (step.ExecutionStatus()) {
+    case dts::StepExecutionStatus::Waiting: return 'W';
+    case dts::StepExecutionStatus::InProgress: return 'P';
+    case dts::StepExecutionStatus::Inactive: return 'I';
+    case dts::StepExecutionStatus::Completed: break;
+  }
+  return step.ExecutionResult() == dts::StepExecutionResult::Failure ? 'F' : 'S';
+}
+
+struct RecordedEvents : dts::PackageEvents {
+  void OnStart(std::string_view step) override { order += std::string(step) + "< "; }
+  void OnProgress(std::string_view, std::int64_t) override {}
+  void OnFinish(std::string_view step) override { order += std::string(step) + "> "; }
   void OnError(std::string_view step, std::string_view description) override {
     errors += std::string(step) + ": " + std::string(description) + "\n";
   }
   void OnIdle() override {}
 
-  std::string order, finished, errors;
-  std::int64_t lastRows = 0;
+  std::string order, errors;
 };
 
 struct RecordedLog final : EventLog {
@@ -53,30 +57,13 @@ struct RecordedLog final : EventLog {
 struct RunResult {
   std::string raised;  ///< Empty when Execute returned.
   long number = 0;
-  std::string ends;  ///< Of each step: S(uccess), F(ailure), W(aiting), I(nactive).
+  std::string ends;  ///< Of each step, see EndOf.
   RecordedEvents events;
 };
 
-/// Packages on an embedded server of their own, in a directory that goes away afterwards.
+/// Packages on an embedded server of their own.
 class EngineTest : public testing::Test {
  protected:
-  EngineTest() {
-    CreateEmbeddedServer(directory_);
-    CreateWarehouse(directory_, "dw");
-    host_ = NewPackageHost({*databases_, *files_, *codePages_, *clock_, *processes_, eventLog_});
-    warehouse_ = Open("dw");
-  }
-  ~EngineTest() override { std::filesystem::remove_all(directory_); }
-
-  std::unique_ptr<ado::Connection> Open(const std::string& database) {
-    auto connection = databases_->NewConnection();
-    connection->SetProvider("SQLOLEDB");
-    connection->SetProperty("Data Source", "(local)");
-    connection->SetProperty("Initial Catalog", database);
-    connection->Open();
-    return connection;
-  }
-
   /// The top of a document: the variables that tests use, and two connections to one database
   /// that do not wait for each other.
   std::string Head(const std::string& name, const std::string& keys = "") const {
@@ -92,7 +79,7 @@ Flag = false
 Count = 0
 Ratio = 0.5
 ExceptionFilePath = ")toml" +
-           directory_ + R"toml(/"
+           disk_.PathOf("") + R"toml("
 [[connections]]
 name = "dw"
 provider = "SQLOLEDB"
@@ -104,27 +91,31 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
 )toml";
   }
 
-  /// An ExecuteSQL step, with further keys.
+  static std::string Step(const std::string& name, const std::string& task,
+                          const std::string& keys) {
+    return "[[steps]]\nname = \"" + name + "\"\ntask = \"" + task + "\"\n" + keys + "\n";
+  }
+
+  /// An ExecuteSQL step on "dw", with further keys.
   static std::string Sql(const std::string& name, const std::string& sql,
                          const std::string& keys = "") {
-    return "[[steps]]\nname = \"" + name + "\"\ntask = \"ExecuteSQL\"\nsql = \"\"\"" + sql +
-           "\"\"\"\n" +
-           (keys.find("connection") == std::string::npos ? "connection = \"dw\"\n" : "") + keys +
-           "\n";
+    const bool elsewhere = keys.find("connection") != std::string::npos;
+    return Step(name, "ExecuteSQL",
+                "sql = \"" + sql + "\"\n" + (elsewhere ? "" : "connection = \"dw\"\n") + keys);
   }
 
   void Put(const std::string& name, const std::string& document) {
-    PackageStore(*databases_, {"(local)"}).Save(name, "", document, *clock_);
+    PackageStore(server_.Databases(), {"(local)"}).Save(name, "", document, clock_);
   }
 
-  std::unique_ptr<dts::Package> Load(const std::string& name, const std::string& version = "") {
+  std::unique_ptr<dts::Package> Load(const std::string& name) {
     auto package = host_->NewPackage();
     package->LoadFromSQLServer("(local)", "", "", dts::SqlServerStorageFlags::UseTrustedConnection,
-                               "", "", version, name, "");
+                               "", "", "", name, "");
     return package;
   }
 
-  RunResult Run(dts::Package& package) {
+  static RunResult Run(dts::Package& package) {
     RunResult outcome;
     try {
       package.Execute(outcome.events);
@@ -132,12 +123,7 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
       outcome.raised = error.Description();
       outcome.number = error.number;
     }
-    for (int i = 1; i <= package.StepCount(); ++i) {
-      const dts::Step& step = package.Step(i);
-      const char ends[] = {'W', 'P', 'I', 'S'};
-      const bool failed = step.ExecutionResult() == dts::StepExecutionResult::Failure;
-      outcome.ends += failed ? 'F' : ends[static_cast<int>(step.ExecutionStatus()) - 1];
-    }
+    for (int i = 1; i <= package.StepCount(); ++i) outcome.ends += EndOf(package.Step(i));
     return outcome;
   }
 
@@ -146,41 +132,23 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
     return Run(*Load(name));
   }
 
-  /// The first column of every row, each followed by a blank.
+  /// The rows, with blanks between them.
   std::string Query(const std::string& sql) {
-    std::string text;
-    for (auto row = warehouse_->OpenRecordset(sql, {}); !row->Eof(); row->MoveNext()) {
-      const ado::Value value = row->Field(0);
-      if (const auto* number = std::get_if<std::int64_t>(&value)) text += std::to_string(*number);
-      if (const auto* word = std::get_if<std::string>(&value)) text += *word;
-      text += ' ';
-    }
+    std::string text = RowsOf(*warehouse_, sql);
+    std::ranges::replace(text, '\n', ' ');
     return text;
   }
 
-  std::string PathOf(const std::string& file) const { return directory_ + "/" + file; }
-  std::string Read(const std::string& file) const {
-    std::ifstream stream(PathOf(file), std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
-  void Write(const std::string& file, const std::string& text) const {
-    std::ofstream(PathOf(file), std::ios::binary) << text;
-  }
-
-  std::string directory_ = [] {
-    std::string name = std::filesystem::temp_directory_path() / "torvik-engine-XXXXXX";
-    return std::string(mkdtemp(name.data()));
-  }();
+  TemporaryDirectory disk_;
+  EmbeddedFixture server_;
+  FakeClock clock_;
   std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
-  std::unique_ptr<Files> files_ = NewPosixFiles(PathMap{}, *codePages_, directory_ + "/");
-  std::unique_ptr<Clock> clock_ = NewSystemClock();
+  std::unique_ptr<Files> files_ = NewPosixFiles(PathMap{}, *codePages_, disk_.PathOf(""));
   std::unique_ptr<Processes> processes_ = NewPosixProcesses();
-  std::unique_ptr<ado::Provider> databases_ = NewAdoProvider([this](const std::string& server) {
-    return server == "(local)" ? std::optional(ServerPlace{"embedded", directory_}) : std::nullopt;
-  });
   RecordedLog eventLog_;
-  std::unique_ptr<dts::PackageHost> host_;
-  std::unique_ptr<ado::Connection> warehouse_;
+  std::unique_ptr<dts::PackageHost> host_ =
+      NewPackageHost({server_.Databases(), *files_, *codePages_, clock_, *processes_, eventLog_});
+  std::unique_ptr<ado::Connection> warehouse_ = server_.Open();
 };
 
 }  // namespace torvik::engine

@@ -14,94 +14,65 @@ class TransactionTest : public EngineTest {
         "CREATE TABLE t (n INTEGER PRIMARY KEY); CREATE TABLE u (n INTEGER PRIMARY KEY);"
         "CREATE TABLE child (n INTEGER REFERENCES t (n) DEFERRABLE INITIALLY DEFERRED)");
   }
+
+  static std::string Insert(const std::string& value, const std::string& keys) {
+    return Sql("insert " + value, "INSERT INTO t VALUES (" + value + ")", keys);
+  }
 };
 
 TEST_F(TransactionTest, KeepsOrDropsWhatJoinedStepsDid) {
-  const std::string join = "join_transaction = true\n";
+  const std::string join = "join_transaction = true\n", commit = join + "commit_success = true";
+  const std::string one = Insert("1", join), three = Insert("3", commit);
   const std::string bad = "INSERT INTO t VALUES (20); INSERT INTO nowhere VALUES (1)";
+  const std::string failing = Sql("bad", bad, join);
+  const std::string orphan = "INSERT INTO t VALUES (1); INSERT INTO child VALUES (9)";
+  const char* const uncommitted = "\"dw\" cannot be committed and is rolled back";
   const struct {
     const char* what;
-    std::string keys, steps;
-    const char *ends, *rows, *log;
+    std::string steps;
+    const char *ends, *rows;
+    const char* log = "";
+    const char* keys = "";
+    const char* raised = "";
   } cases[] = {
-      {"all succeed", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) + Sql("b", "INSERT INTO t VALUES (2)", join),
-       "SS", "1 2 ", "succeeded"},
-      {"a failed step drops all", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) + Sql("b", bad, join), "SF", "",
-       "rolled back: a step failed"},
-      {"a failed step is undone alone", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) + Sql("b", bad, join) +
-           Sql("c", "INSERT INTO t VALUES (3)", join + "commit_success = true"),
-       "SFS", "1 3 ", "failed"},
-      {"the first joined step fails", "",
-       Sql("a", bad, join) + Sql("b", "INSERT INTO t VALUES (2)", join + "commit_success = true"),
-       "FS", "2 ", "failed"},
-      {"committed work survives a failure", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join + "commit_success = true") +
-           Sql("b", "INSERT INTO t VALUES (2)", join) + Sql("c", bad, join),
-       "SSF", "1 ", "rolled back"},
-      {"rollback at a failure, then a new transaction", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) +
-           Sql("b", bad, join + "rollback_failure = true") +
-           Sql("c", "INSERT INTO t VALUES (3)", join + "commit_success = true"),
-       "SFS", "3 ", "rolled back: step \"b\" failed"},
-      {"an unjoined failure drops all too", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) + Sql("b", "SELECT * FROM nowhere"), "SF", "",
+      {"all succeed", one + Insert("2", join), "SS", "1 2"},
+      {"a failed step drops all", one + failing, "SF", "", "rolled back: a step failed"},
+      {"a failed step is undone alone", one + failing + three, "SFS", "1 3"},
+      {"the first joined step fails", failing + three, "FS", "3"},
+      {"committed work survives", Insert("1", commit) + Insert("2", join) + failing, "SSF", "1"},
+      {"rollback at a failure, then a new transaction",
+       one + Sql("bad", bad, join + "rollback_failure = true") + three, "SFS", "3",
+       "rolled back: step \"bad\" failed"},
+      {"an unjoined failure drops all too", one + Sql("bad", "SELECT * FROM nowhere"), "SF", "",
        "rolled back"},
-      {"no automatic commit", "auto_commit_transaction = false",
-       Sql("a", "INSERT INTO t VALUES (1)", join), "S", "",
-       "rolled back: auto_commit_transaction is false"},
-      {"joins are ignored", "use_transaction = false",
-       Sql("a", "INSERT INTO t VALUES (1)", join) + Sql("b", bad, join), "SF", "1 20 ", "failed"},
-      {"two connections, one database", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) +
-           Sql("b", "INSERT INTO t SELECT n + 1 FROM t", join + "connection = \"dw again\""),
-       "SS", "1 2 ", "succeeded"},
-      {"an unjoined reader sees what is committed: one row would overflow", "",
-       Sql("a", "INSERT INTO t VALUES (1)", join) +
-           Sql("b", "SELECT abs(-9223372036854775807 - COUNT(*)) FROM t"),
-       "SS", "1 ", "succeeded"},
-      {"an unjoined writer before and after", "",
-       Sql("a", "INSERT INTO t VALUES (1)") +
-           Sql("b", "INSERT INTO t VALUES (2)", join + "commit_success = true") +
-           Sql("c", "INSERT INTO t VALUES (3)") + Sql("d", bad, join),
-       "SSSF", "1 2 3 ", "failed"},
+      {"no automatic commit", one, "S", "", "rolled back: auto_commit_transaction is false",
+       "auto_commit_transaction = false"},
+      {"joins are ignored", one + failing, "SF", "1 20", "", "use_transaction = false"},
+      {"two connections, one database",
+       one + Sql("b", "INSERT INTO t SELECT n + 1 FROM t", join + "connection = \"dw again\""),
+       "SS", "1 2"},
+      {"an unjoined reader sees what is committed: one row would overflow",
+       one + Sql("b", "SELECT abs(-9223372036854775807 - COUNT(*)) FROM t"), "SS", "1"},
+      {"an unjoined writer beside learns why it had to wait",
+       one + Sql("b", "INSERT INTO u VALUES (2)"), "SF", "",
+       "the package's own transaction is open on the same"},
+      {"an unjoined writer before and after",
+       Insert("1", "") + Insert("2", commit) + Insert("3", "") + failing, "SSSF", "1 2 3"},
+      {"a commit at the end that fails", Sql("a", orphan, join) + Insert("2", join), "SS", "",
+       uncommitted, "", uncommitted},
+      {"a commit of a step that fails", Sql("a", orphan, commit) + Insert("2", join), "FW", "",
+       uncommitted, "", uncommitted},
   };
-  int number = 0;
   for (const auto& c : cases) {
-    const std::string name = "Case" + std::to_string(++number);
     warehouse_->Execute("DELETE FROM t");
-    const RunResult result = Run(name, Head(name, c.keys) + c.steps);
-    EXPECT_EQ(result.raised, "") << c.what;
+    disk_.Write("P.log", "");
+    const RunResult result = Run("P", Head("P", c.keys) + c.steps);
+    EXPECT_THAT(result.raised, HasSubstr(c.raised)) << c.what;
+    EXPECT_EQ(result.raised.empty(), *c.raised == 0) << c.what << result.raised;
+    EXPECT_THAT(result.events.errors, HasSubstr(c.raised)) << c.what;
     EXPECT_EQ(result.ends, c.ends) << c.what << "\n" << result.events.errors;
     EXPECT_EQ(Query("SELECT n FROM t ORDER BY n"), c.rows) << c.what;
-    EXPECT_THAT(Read(name + ".log"), HasSubstr(c.log)) << c.what;
-  }
-}
-
-TEST_F(TransactionTest, AWriterBesideTheTransactionLearnsWhyItHadToWait) {
-  const RunResult result =
-      Run("P", Head("P") + Sql("a", "INSERT INTO t VALUES (1)", "join_transaction = true") +
-                   Sql("b", "INSERT INTO u VALUES (2)"));
-  EXPECT_EQ(result.ends, "SF");
-  EXPECT_THAT(result.events.errors, HasSubstr("the package's own transaction is open on the same"));
-}
-
-TEST_F(TransactionTest, AFailedCommitFailsThePackage) {
-  const std::string orphan = "INSERT INTO t VALUES (1); INSERT INTO child VALUES (9)";
-  const struct {
-    const char* keys;
-    const char* ends;
-  } cases[] = {{"join_transaction = true", "SS"},
-               {"join_transaction = true\ncommit_success = true", "FW"}};
-  for (const auto& c : cases) {
-    const RunResult result = Run("P", Head("P") + Sql("a", orphan, c.keys) + Sql("b", "SELECT 1"));
-    EXPECT_THAT(result.raised, HasSubstr("\"dw\" cannot be committed and is rolled back"))
-        << c.keys;
-    EXPECT_THAT(result.events.errors, HasSubstr("cannot be committed")) << c.keys;
-    EXPECT_EQ(result.ends, c.ends) << c.keys;
-    EXPECT_EQ(Query("SELECT n FROM t"), "") << c.keys;
+    EXPECT_THAT(disk_.Read("P.log"), HasSubstr(c.log)) << c.what;
   }
 }
 

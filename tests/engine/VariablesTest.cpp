@@ -7,49 +7,40 @@
 namespace torvik::engine {
 namespace {
 
-Variables Declared() {
-  return Variables({{"Dir", std::string("/data/"), {}},
-                    {"Flag", true, {}},
-                    {"Count", std::int64_t{-7}, {}},
-                    {"Ratio", 0.25, {}},
-                    {"LoginPassword", std::string("ab.c"), {}},
-                    {"otherPASSWORD", std::string(), {}}});
-}
+struct Case {
+  const char* text;
+  const char* expected;
+};
 
-TEST(Variables, StandInTexts) {
-  const struct {
-    const char* text;
-    const char* expected;
-  } cases[] = {
-      {"", ""},
-      {"plain $ {Dir} }", "plain $ {Dir} }"},
-      {"${Dir}a.csv", "/data/a.csv"},
-      {"${dIR}${Dir}", "/data//data/"},
-      {"${Flag},${Count},${Ratio}", "True,-7,0.25"},
-      {"$${Dir}", "${Dir}"},
-      {"$$${Dir}", "$${Dir}"},
-      {"a$${b ${Dir}", "a${b /data/"},
-      {"${otherPassword}", ""},
-  };
-  for (const auto& c : cases) EXPECT_EQ(Declared().Substitute(c.text), c.expected) << c.text;
+const std::vector<GlobalVariable> kDeclared = {{"Dir", std::string("/data/"), {}},
+                                               {"Flag", true, {}},
+                                               {"Count", std::int64_t{-7}, {}},
+                                               {"Ratio", 0.25, {}},
+                                               {"LoginPassword", std::string("ab.c"), {}},
+                                               {"otherPASSWORD", std::string(), {}}};
+
+TEST(Variables, StandInTextsAndPasswordsAreTakenOut) {
+  const Case templates[] = {{"", ""},
+                            {"plain $ {Dir} }", "plain $ {Dir} }"},
+                            {"${dIR}${Dir}a.csv", "/data//data/a.csv"},
+                            {"${Flag},${Count},${Ratio}", "True,-7,0.25"},
+                            {"$${Dir}", "${Dir}"},
+                            {"$$${Dir}", "$${Dir}"},
+                            {"a$${b ${Dir}", "a${b /data/"},
+                            {"${otherPassword}", ""}};
+  const Case messages[] = {{"near \"ab.c\": syntax error", "near \"***\": syntax error"},
+                           {"ab.c ab.c", "*** ***"},
+                           {"ab.cd xab.c abxc", "ab.cd xab.c abxc"}};
+  const Variables variables(kDeclared);
+  for (const auto& c : templates) EXPECT_EQ(variables.Substitute(c.text), c.expected) << c.text;
   for (const char* text : {"${Nobody}", "${}", "${ Dir}", "${Dir"})
-    EXPECT_THROW(Declared().Substitute(text), PlatformError) << text;
-}
-
-TEST(Variables, PasswordsAreTakenOutOfTexts) {
-  const struct {
-    const char* text;
-    const char* expected;
-  } cases[] = {
-      {"near \"ab.c\": syntax error", "near \"***\": syntax error"},
-      {"ab.c ab.c", "*** ***"},
-      {"ab.cd xab.c abxc", "ab.cd xab.c abxc"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(Declared().WithoutPasswords(c.text), c.expected) << c.text;
+    EXPECT_THROW(variables.Substitute(text), PlatformError) << text;
+  for (const auto& c : messages)
+    EXPECT_EQ(variables.WithoutPasswords(c.text), c.expected) << c.text;
 }
 
 TEST(Variables, AreNeverMadeByWriting) {
-  Variables variables = Declared();
+  Variables variables(kDeclared);
   EXPECT_THROW(variables.SetValue("New", true), PlatformError);
   EXPECT_THROW(variables.Value("New"), PlatformError);
   variables.SetValue("FLAG", false);

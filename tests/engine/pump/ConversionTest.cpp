@@ -13,15 +13,6 @@ namespace {
 using ado::Column;
 using enum ado::ColumnKind;
 
-Column ColumnOf(ado::ColumnKind kind, int size = 0, int precision = 0, int scale = 0) {
-  Column column;
-  column.kind = kind;
-  column.size = size;
-  column.precision = precision;
-  column.scale = scale;
-  return column;
-}
-
 /// The value as it is loaded, or "! " and why it does not fit.
 std::string Fitted(const Column& column, const std::string& text) {
   RowBatch batch;
@@ -32,11 +23,11 @@ std::string Fitted(const Column& column, const std::string& text) {
 }
 
 TEST(Conversion, FitsValuesOrSaysWhyNot) {
-  const Column anyInteger = ColumnOf(Integer), small = ColumnOf(Integer, 2),
-               medium = ColumnOf(Integer, 4), money = ColumnOf(Decimal, 0, 5, 2),
-               anyDecimal = ColumnOf(Decimal), real = ColumnOf(Real), boolean = ColumnOf(Boolean),
-               date = ColumnOf(Date), dateTime = ColumnOf(DateTime), text3 = ColumnOf(Text, 3),
-               anyText = ColumnOf(Text), binary = ColumnOf(Binary);
+  const Column anyInteger{.kind = Integer}, small{.kind = Integer, .size = 2},
+      medium{.kind = Integer, .size = 4}, money{.kind = Decimal, .precision = 5, .scale = 2},
+      anyDecimal{.kind = Decimal}, real{.kind = Real}, boolean{.kind = Boolean}, date{.kind = Date},
+      dateTime{.kind = DateTime}, text3{.kind = Text, .size = 3}, anyText{.kind = Text},
+      binary{.kind = Binary};
   const struct {
     const Column& column;
     std::string outcome;

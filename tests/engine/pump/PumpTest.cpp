@@ -3,100 +3,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "PumpTools.h"
-#include "platform/PlatformError.h"
+#include "engine/pump/ReadAhead.h"
+#include "platform/EmbeddedFixture.h"
 #include "platform/linux/IconvCodePages.h"
 
 namespace torvik::engine {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-ado::Column ColumnOf(const char* name, const char* type, ado::ColumnKind kind, int size,
-                     bool nullable) {
-  ado::Column column;
-  column.name = name;
-  column.declaredType = type;
-  column.kind = kind;
-  column.size = size;
-  column.nullable = nullable;
-  return column;
-}
-
-/// A server with one table. Refuses a row whose first value is `refused`, and can lose rows.
-struct FakeDestination : ado::Connection {
-  std::vector<ado::Column> columns = {
-      ColumnOf("id", "INTEGER", ado::ColumnKind::Integer, 4, false),
-      ColumnOf("Name", "VARCHAR(3)", ado::ColumnKind::Text, 3, true),
-      ColumnOf("name", "", ado::ColumnKind::Text, 0, true),
-      ColumnOf("flag", "BIT", ado::ColumnKind::Boolean, 0, true)};
-  std::string refused;
-  std::int64_t lostRows = 0;
-  std::string loaded;  ///< As Shown() writes it, behind the names of the columns.
-  std::int64_t rows = 0;
-  std::function<void()> onAppend = [] {};
-
-  struct Load : ado::BulkLoad {
-    explicit Load(FakeDestination& owner) : server(owner) {}
-    void Append(std::span<const ado::LoadValue> row) override {
-      server.onAppend();
-      if (!server.refused.empty() && row[0] == server.refused)
-        throw PlatformError(19, "UNIQUE constraint failed", "server");
-      ++server.rows;
-      RowBatch shown;
-      std::ranges::copy(row, shown.AddRow(0, row.size()).begin());
-      server.loaded += Shown(shown);
-    }
-    std::int64_t Finish() override { return server.rows - server.lostRows; }
-    FakeDestination& server;
-  };
-
-  std::vector<ado::Column> TableColumns(const std::string& table) override {
-    return table == "t" ? columns : std::vector<ado::Column>{};
-  }
-  std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string&,
-                                              std::span<const std::string> names) override {
-    for (const std::string& name : names) loaded += name + " ";
-    return std::make_unique<Load>(*this);
-  }
-
-  void SetProvider(const std::string&) override {}
-  void SetConnectionTimeout(int) override {}
-  void SetProperty(const std::string&, const std::string&) override {}
-  void Open() override {}
-  void Close() override {}
-  ado::ObjectState State() const override { return ado::ObjectState::Open; }
-  std::vector<ado::ProviderError> Errors() const override { return {}; }
-  std::int64_t Execute(const std::string&) override { return 0; }
-  std::unique_ptr<ado::Recordset> OpenRecordset(const std::string&,
-                                                const ado::CursorOptions&) override {
-    return nullptr;
-  }
-  std::unique_ptr<ado::Recordset> OpenSchema(ado::SchemaQuery,
-                                             std::span<const std::string>) override {
-    return nullptr;
-  }
-  void BeginTrans() override {}
-  void CommitTrans() override {}
-  void RollbackTrans() override {}
-  void SetSavepoint() override {}
-  void RollbackToSavepoint() override {}
-  void Cancel() override {}
-};
-
-/// Batches of one row, numbered from 1, until `rows` have been fetched; then the end or an error.
+/// Batches of one row, numbered from 1, until `rows` have been fetched; then an error.
 struct FakeSource : RowSource {
-  std::int64_t rows = 0;
+  int rows = 0;
   bool readsAhead = true;
-  bool fails = false;
-  std::atomic<std::int64_t> fetched = 0;
+  int fetched = 0;
   std::atomic<bool> fetchedElsewhere = false;
   std::thread::id caller = std::this_thread::get_id();
   std::vector<std::string> columns = {"id"};
@@ -105,140 +31,149 @@ struct FakeSource : RowSource {
   bool Fetch(RowBatch& batch) override {
     if (std::this_thread::get_id() != caller) fetchedElsewhere = true;
     batch.Clear();
-    if (fetched == rows) {
-      if (fails) throw PlatformError(0, "the tape broke", "source");
-      return false;
-    }
-    batch.AddRow(++fetched, 1)[0] = batch.Store(std::to_string(fetched));
+    if (fetched == rows) throw PlatformError(0, "the tape broke", "source");
+    ++fetched;
+    batch.AddRow(fetched, 1)[0] = batch.Store(std::to_string(fetched));
     return true;
   }
-  std::string PlaceOf(const RowBatch& batch, std::size_t row) const override {
-    return "row " + std::to_string(batch.Position(row));
-  }
+  std::string PlaceOf(const RowBatch&, std::size_t) const override { return "a row"; }
   bool CanReadAhead() const override { return readsAhead; }
 };
 
-/// What the server has got, or the words of the error.
-std::string Pumped(const PumpRequest& request, FakeDestination& server) {
-  try {
-    const PumpCounts counts = RunPump(
-        request, [](std::int64_t) {}, false);
-    EXPECT_EQ(counts.read, counts.loaded);
-    return server.loaded;
-  } catch (const PlatformError& error) {
-    return error.Description();
+/// Pumps into a database of its own, in a transaction that stays open.
+class PumpTest : public testing::Test {
+ protected:
+  PumpTest() {
+    for (const std::string table : {"t", "copy"})
+      warehouse_->Execute("CREATE TABLE " + table +
+                          " (id INTEGER NOT NULL PRIMARY KEY, price DECIMAL(6,2),"
+                          " rate DOUBLE PRECISION, seen DATE, word VARCHAR(5), flag BIT)");
+    warehouse_->BeginTrans();
   }
-}
 
-TEST(Pump, MapsAndChecksValues) {
+  /// The error that ended it; empty: none.
+  std::string Pump(RowSource& source, const std::string& table,
+                   const std::vector<ColumnMapping>& columns = {}) {
+    const auto progress = [](std::int64_t) {};
+    return ErrorOf([&] {
+      const PumpCounts counts = RunPump({source, *warehouse_, table, columns}, progress, false);
+      EXPECT_EQ(counts.read, counts.loaded);
+    });
+  }
+
+  std::string PumpText(const std::string& text, const std::vector<ColumnMapping>& columns = {},
+                       const std::string& table = "t") {
+    files_.texts["t.csv"] = text;
+    const DelimitedFormat format{.firstRowColumnName = !text.empty()};
+    return Pump(*OpenDelimitedText(files_, *codePages_, "t.csv", format), table, columns);
+  }
+
+  std::string Stored(const std::string& values, const std::string& table = "t") {
+    return RowsOf(*warehouse_, "SELECT " + values + " FROM " + table + " ORDER BY id");
+  }
+
+  EmbeddedFixture server_;
+  std::unique_ptr<ado::Connection> warehouse_ = server_.Open();
+  std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
+  SlowFiles files_;
+};
+
+TEST_F(PumpTest, MapsAndChecksValues) {
+  const std::string digits(60, '7');
   const struct {
-    const char* text;
-    std::vector<ColumnMapping> columns;
-    const char* outcome;
+    std::string text;
+    std::string outcome;  // the error, or id, word and flag of what was loaded
+    std::vector<ColumnMapping> columns = {};
   } cases[] = {
-      {"Name,ID\nabc,1\n,2\n", {}, "Name id abc|1/NULL|2/"},
-      {"a,b\n 7 ,yes\n8,\"\"\n",
-       {{"a", "id"}, {"B", "flag"}, {"a", "Name"}, {"b", "name"}},
-       "id flag Name name 7|1| 7 |yes/8|NULL|8|/"},
-      {"a,b\n1,2\n", {{"b", "id"}}, "id 2/"},
-      {"id\n", {}, "id "},
-      {"", {}, ""},
+      {"word,ID\nabc,1\n,2\n", "1|abc|-\n2|-|-"},
+      {"a,b\n 7 ,yes\n8,\"\"\n", "7| 7 |1\n8|8|-", {{"a", "id"}, {"B", "flag"}, {"a", "Word"}}},
+      {"a,A\n1,2\n", "2|-|-", {{"A", "id"}}},
+      {"id\n", ""},
+      {"", ""},
       {"id\n1\n\"2\n\"\nx\n",
-       {},
-       "in.csv, line 5, column 1 (id): \"x\" is not a whole number; it goes into column id "
+       "t.csv, line 5, column 1 (id): \"x\" is not a whole number; it goes into column id "
        "(INTEGER)"},
-      {"a,b\n1,wxyz\n",
-       {{"b", "Name"}},
-       "in.csv, line 2, column 2 (b): \"wxyz\" has 4 characters, 3 fit; it goes into column Name "
-       "(VARCHAR(3))"},
-      {"a\n\u00e9123456789012345678901234567890123456789012345678901234567890\n",
-       {{"a", "flag"}},
-       "in.csv, line 2, column 1 (a): "
-       "\"\u00e912345678901234567890123456789012345678901234567890123456789...\" is neither true "
-       "nor false; it goes into column flag (BIT)"},
+      {"id,flag\n1,\u00e9" + digits,
+       "t.csv, line 2, column 2 (flag): \"\u00e9" + digits.substr(0, 59) +
+           "...\" is neither true nor false; it goes into column flag (BIT)"},
       {"id,flag\n,1\n",
-       {},
-       "in.csv, line 2, column 1 (id): the value is missing; column id (INTEGER) must have one"},
-      {"a\n1\n", {}, "the table t has no column a; its columns are: id, Name, name, flag"},
-      {"NAME\n1\n",
-       {},
-       "the table t has several columns NAME; its columns are: id, Name, name, flag"},
-      {"a,b\n1,2\n", {{"c", "id"}}, "the source has no column c; its columns are: a, b"},
-      {"a,b\n1,2\n", {{"a", "id"}, {"b", "ID"}}, "column id is filled twice; map one column to it"},
-      {"id\n1\n666\n", {}, "in.csv, line 3: UNIQUE constraint failed"},
+       "t.csv, line 2, column 1 (id): the value is missing; column id (INTEGER) must have one"},
+      {"a\n1\n", "the table t has no column a; its columns are: id, price, rate, seen, word, flag"},
+      {"ab,AB\n1,2\n",
+       "the source has several columns Ab; its columns are: ab, AB",
+       {{"Ab", "id"}}},
+      {"a,b\n1,2\n", "column id is filled twice; map one column to it", {{"a", "id"}, {"b", "ID"}}},
   };
-  const auto codePages = NewIconvCodePages("windows-1252");
   for (const auto& c : cases) {
-    SlowFiles files;
-    files.texts["in.csv"] = c.text;
-    DelimitedFormat format;
-    format.firstRowColumnName = *c.text != '\0';
-    const auto source = OpenDelimitedText(files, *codePages, "in.csv", format);
-    FakeDestination server;
-    server.refused = "666";
-    EXPECT_EQ(c.outcome, Pumped({*source, server, "t", c.columns}, server)) << c.text;
+    warehouse_->Execute("DELETE FROM t");
+    const std::string error = PumpText(c.text, c.columns);
+    EXPECT_EQ(c.outcome, error.empty() ? Stored("id, word, flag") : error) << c.text;
+  }
+  EXPECT_EQ("there is no table u", PumpText("id\n1\n", {}, "u"));
+}
+
+TEST_F(PumpTest, StoresValuesInTheirColumnsTypesAndCopiesThemUnchanged) {
+  EXPECT_EQ("", PumpText("word,id,price,rate,seen\n"
+                         "007, 7 ,+1.50,1e3,2024-02-29\n"
+                         "\"\",8,\"\",,\n"));
+  const std::string values = "quote(id), quote(price), quote(rate), quote(seen), quote(word)";
+  const std::string stored = "7|1.5|1000.0|'2024-02-29'|'007'\n8|NULL|NULL|NULL|''";
+  EXPECT_EQ(stored, Stored(values));
+
+  warehouse_->CommitTrans();
+  const auto other = server_.Open();
+  for (ado::Connection* from : {warehouse_.get(), other.get()}) {
+    warehouse_->Execute("DELETE FROM copy");
+    EXPECT_EQ("", Pump(*OpenQuerySource(*from, "SELECT * FROM t"), "copy"));
+    EXPECT_EQ(stored, Stored(values, "copy"));
   }
 }
 
-TEST(Pump, EndsWithTheSourcesErrorBehindTheRowsBeforeIt) {
+TEST_F(PumpTest, NamesTheRowThatTheServerRefusesAndMissesTheOneItDrops) {
+  std::string rows = "id\n";
+  for (int id = 1; id <= 40'000; ++id) rows += std::to_string(id) + "\n";
+  EXPECT_THAT(PumpText(rows + "5\n"),
+              AllOf(StartsWith("t.csv, line 40002: "), HasSubstr("UNIQUE")));
+  warehouse_->Execute(
+      "DELETE FROM t; CREATE TRIGGER drops BEFORE INSERT ON t WHEN NEW.id = 2 "
+      "BEGIN SELECT RAISE(IGNORE); END");
+  EXPECT_THAT(PumpText("id\n1\n2\n3\n"), StartsWith("3 rows were read but the server took 2;"));
+}
+
+TEST_F(PumpTest, EndsWithTheSourcesErrorBehindTheRowsBeforeIt) {
   for (const bool readsAhead : {true, false}) {
+    warehouse_->Execute("DELETE FROM t");
     FakeSource source;
     source.rows = 20;
-    source.fails = true;
     source.readsAhead = readsAhead;
-    FakeDestination server;
-    EXPECT_EQ("the tape broke", Pumped({source, server, "t", {}}, server)) << readsAhead;
-    EXPECT_EQ(20, server.rows);
+    EXPECT_EQ("the tape broke", Pump(source, "t")) << readsAhead;
+    EXPECT_EQ("20", RowsOf(*warehouse_, "SELECT COUNT(*) FROM t")) << readsAhead;
     EXPECT_EQ(readsAhead, source.fetchedElsewhere);
   }
 }
 
-TEST(Pump, RefusesAMissingTableAndALostRow) {
-  FakeSource source;
-  source.rows = 3;
-  FakeDestination server;
-  EXPECT_EQ("there is no table u", Pumped({source, server, "u", {}}, server));
-  server.lostRows = 1;
-  EXPECT_THAT(Pumped({source, server, "t", {}}, server),
-              StartsWith("3 rows were read but the server took 2;"));
-}
-
-/// The source has no end: only a bounded queue and a stop that reaches the reader let this return.
-TEST(Pump, StopsWhenCancelledAndNeverReadsFarAhead) {
+/// The source has no end: only a stop that reaches the reader lets this return.
+TEST_F(PumpTest, ReportsProgressOnTheCallingThreadAndStopsWhenCancelled) {
   FakeSource source;
   source.rows = -1;
-  FakeDestination server;
   std::atomic<bool> cancelled = false;
-  std::int64_t farthest = 0;
-  server.onAppend = [&] {
-    farthest = std::max(farthest, source.fetched - server.rows);
-    if (server.rows == 5000) cancelled = true;
-  };
-  const PumpRequest request{source, server, "t", {}};
-  try {
-    RunPump(
-        request, [](std::int64_t) {}, cancelled);
-    FAIL() << "ended by itself";
-  } catch (const PlatformError& error) {
-    EXPECT_EQ("the data pump was cancelled", error.Description());
-  }
-  EXPECT_LE(farthest, 8);
-}
-
-TEST(Pump, ReportsProgressOnTheCallingThread) {
-  FakeSource source;
-  source.rows = -1;
-  FakeDestination server;
-  std::atomic<bool> cancelled = false;
-  std::int64_t reported = 0;
   const auto progress = [&](std::int64_t rows) {
     EXPECT_EQ(source.caller, std::this_thread::get_id());
-    EXPECT_EQ(server.rows, rows);
-    reported = rows;
-    cancelled = true;
+    EXPECT_EQ(std::to_string(rows), RowsOf(*warehouse_, "SELECT COUNT(*) FROM t"));
+    cancelled = rows > 0;
   };
-  EXPECT_THROW(RunPump({source, server, "t", {}}, progress, cancelled), PlatformError);
-  EXPECT_GT(reported, 0);
+  EXPECT_EQ("the data pump was cancelled", ErrorOf([&] {
+              RunPump({source, *warehouse_, "t", {}}, progress, cancelled);
+            }));
+}
+
+TEST(ReadAhead, StaysAFewBatchesAheadAndStopsWhenItIsLeft) {
+  std::atomic<int> filled = 0;
+  ReadAhead batches([&](RowBatch&) { return ++filled > 0; });
+  for (int taken = 1; taken <= 5000; ++taken) {
+    ASSERT_NE(batches.Next(), nullptr);
+    ASSERT_LE(filled - taken, 8);
+  }
 }
 
 }  // namespace

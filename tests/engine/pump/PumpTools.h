@@ -57,19 +57,6 @@ struct SlowFiles : Files {
   std::string TempDirectory() override { return "/tmp/"; }
 };
 
-/// "a|NULL|c/d|e|f": the rows of `batch`, each ended by a slash.
-inline std::string Shown(const RowBatch& batch) {
-  std::string text;
-  for (std::size_t row = 0; row < batch.RowCount(); ++row) {
-    for (const char* bar = ""; const ado::LoadValue& value : batch.Row(row)) {
-      text.append(bar).append(value ? *value : "NULL");
-      bar = "|";
-    }
-    text += '/';
-  }
-  return text;
-}
-
 /// What the scanner decides about the row at the start of the first `length` bytes of `text`.
 inline std::string Decision(RowScanner& scanner, std::string& text, std::size_t length) {
   char* const begin = text.data();
@@ -93,11 +80,19 @@ inline std::string PrefixContradiction(RowScanner& scanner, std::string text) {
   return "";
 }
 
-/// All the rows that a source still has.
+/// "a|NULL|c/d|e|f/": all the rows that a source still has, each ended by a slash.
 inline std::string ReadAll(RowSource& source) {
   RowBatch batch;
   std::string text;
-  while (source.Fetch(batch)) text += Shown(batch);
+  while (source.Fetch(batch)) {
+    for (std::size_t row = 0; row < batch.RowCount(); ++row) {
+      for (const char* bar = ""; const ado::LoadValue& value : batch.Row(row)) {
+        text.append(bar).append(value ? *value : "NULL");
+        bar = "|";
+      }
+      text += '/';
+    }
+  }
   return text;
 }
 
