@@ -58,55 +58,49 @@ TEST(ErrLogging, TheExceptionFileReceivesThePackageLogAndThenTheOthers) {
   const struct {
     const char* what;
     const char* directory;
-    std::vector<std::pair<const char*, const char*>> before;
     const char* exceptionFile;
+    std::vector<std::pair<const char*, const char*>> before;
+    const char* after;
+    const char* copyInDirectory;  ///< The log directory keeps the former exception file.
   } cases[] = {
       {"all there",
        "C:\\logs\\",
+       "C:\\err.txt",
        {{"C:\\err.txt", "former;"},
         {"C:\\logs\\P.log", "log;"},
         {"C:\\logs\\a b.txt", "ab;"},
         {"C:\\logs\\p.log", "other case;"}},
-       "former;log;ab;other case;"},
-      {"no exception file", "C:\\logs\\", {{"C:\\logs\\P.log", "log;"}}, "log;"},
+       "former;log;ab;other case;",
+       "former;"},
+      {"no exception file", "C:\\logs\\", "C:\\err.txt", {{"C:\\logs\\P.log", "log;"}}, "log;", ""},
       {"no package log",
        "C:\\logs\\",
+       "C:\\err.txt",
        {{"C:\\err.txt", "former;"}, {"C:\\logs\\a", "a;"}},
-       "former;a;"},
+       "former;a;",
+       "former;"},
       {"directory without its separator: its files are not listed",
        "C:\\logs",
+       "C:\\err.txt",
        {{"C:\\err.txt", "former;"}, {"C:\\logs\\P.log", "log;"}, {"C:\\logs\\a", "a;"}},
-       "former;log;"},
+       "former;log;",
+       "former;"},
+      {"exception file in the log directory: not appended to itself",
+       "C:\\logs\\",
+       "C:\\logs\\err.txt",
+       {{"C:\\logs\\err.txt", "former;"}, {"C:\\logs\\P.log", "log;"}, {"C:\\logs\\z", "z;"}},
+       "former;log;z;",
+       "former;log;z;"},
   };
   for (const auto& c : cases) {
     FakeFiles files;
     ErrLogging logs(files);
-    logs.PrepareLogDirectory("P", c.directory, "C:\\err.txt", false);
+    logs.PrepareLogDirectory("P", c.directory, c.exceptionFile, false);
     for (const auto& [path, text] : c.before) files.Put(path, text);
     logs.CollectRunLogs();
-    EXPECT_EQ(files.Text("C:\\err.txt"), c.exceptionFile) << c.what;
+    EXPECT_EQ(files.Text(c.exceptionFile), c.after) << c.what;
+    EXPECT_EQ(files.Text("C:\\logs\\err.txt"), c.copyInDirectory) << c.what;
   }
-}
-
-TEST(ErrLogging, TheLogDirectoryKeepsACopyOfTheExceptionFile) {
-  FakeFiles files;
-  ErrLogging logs(files);
-  logs.PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", false);
-  files.Put("C:\\err.txt", "former;");
-  files.Put("C:\\logs\\P.log", "log;");
-  logs.CollectRunLogs();
-  EXPECT_EQ(files.Text("C:\\logs\\err.txt"), "former;");
-}
-
-TEST(ErrLogging, AnExceptionFileInTheLogDirectoryIsNotAppendedToItself) {
-  FakeFiles files;
-  ErrLogging logs(files);
-  logs.PrepareLogDirectory("P", "C:\\logs\\", "C:\\logs\\err.txt", false);
-  files.Put("C:\\logs\\err.txt", "former;");
-  files.Put("C:\\logs\\P.log", "log;");
-  files.Put("C:\\logs\\z.txt", "z;");
-  logs.CollectRunLogs();
-  EXPECT_EQ(files.Text("C:\\logs\\err.txt"), "former;log;z;");
 }
 
 TEST(ErrLogging, FailuresAreSkipped) {

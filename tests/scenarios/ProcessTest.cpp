@@ -10,7 +10,6 @@
 #include <thread>
 
 #include "platform/Ado.h"
-#include "platform/linux/AdoServers.h"
 #include "scenarios/Sandbox.h"
 
 namespace torvik {
@@ -70,23 +69,11 @@ join_transaction = true
 sql = "INSERT INTO t VALUES (1)"
 )toml";
 
-std::unique_ptr<ado::Connection> Connect(const Sandbox& sandbox) {
-  auto provider = NewAdoProvider([&](const std::string&) {
-    return std::optional(ServerPlace{"embedded", sandbox.PathOf("server")});
-  });
-  auto connection = provider->NewConnection();
-  connection->SetProvider("SQLOLEDB");
-  connection->SetProperty("Data Source", "(local)");
-  connection->SetProperty("Initial Catalog", "DW");
-  connection->Open();
-  return connection;
-}
-
 const std::vector<std::string> kRun = {"torvik", "-configfile", "job.etl", "-statusfile", "s.txt"};
 
 TEST(InterruptedRun, ALockedWarehouseFailsTheStepAfterTheTimeOut) {
   const Sandbox sandbox;
-  auto other = Connect(sandbox);
+  auto other = sandbox.Connect("DW");
   other->Execute("CREATE TABLE t (a INTEGER)");
   sandbox.PutPackage("Sales_LoadDW", kWarehouse + kInsert);
   sandbox.WriteJob("job.etl", "Sales_LoadDW");
@@ -103,7 +90,7 @@ TEST(InterruptedRun, ALockedWarehouseFailsTheStepAfterTheTimeOut) {
 
 TEST(InterruptedRun, SigtermDuringALongStepIsAnsweredInTheLogAndTheRunEndsWithItsVerdict) {
   const Sandbox sandbox;
-  Connect(sandbox)->Execute("CREATE TABLE t (a INTEGER)");
+  sandbox.Connect("DW")->Execute("CREATE TABLE t (a INTEGER)");
   sandbox.PutPackage("Sales_LoadDW", kWarehouse + kInsert + GateStep(sandbox, "insert"));
   sandbox.WriteJob("job.etl", "Sales_LoadDW");
   Gate gate(sandbox);
@@ -125,7 +112,7 @@ TEST(InterruptedRun, SigtermDuringALongStepIsAnsweredInTheLogAndTheRunEndsWithIt
 
 TEST(InterruptedRun, AKilledRunLeavesNoHalfOfAJoinedStepAndASecondRunSucceeds) {
   const Sandbox sandbox;
-  Connect(sandbox)->Execute("CREATE TABLE t (a INTEGER)");
+  sandbox.Connect("DW")->Execute("CREATE TABLE t (a INTEGER)");
   std::string rows = "a\n";
   for (int i = 0; i < 20000; ++i) rows += std::to_string(i) + "\n";
   sandbox.WriteFile("rows.csv", rows);

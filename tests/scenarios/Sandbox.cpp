@@ -125,15 +125,19 @@ void Sandbox::WriteJob(const std::string& name, const std::string& package) cons
                       "DWDB=DW\r\n");
 }
 
-std::string Sandbox::Query(const std::string& sql, const std::string& database) const {
-  const auto provider = NewAdoProvider([&](const std::string&) {
-    return std::optional(ServerPlace{"embedded", PathOf("server")});
+std::unique_ptr<ado::Connection> Sandbox::Connect(const std::string& database) const {
+  const auto provider = NewAdoProvider([directory = PathOf("server")](const std::string&) {
+    return std::optional(ServerPlace{"embedded", directory});
   });
-  const auto connection = provider->NewConnection();
-  connection->SetProvider("SQLOLEDB");
+  auto connection = provider->NewConnection();
   connection->SetProperty("Data Source", "(local)");
   connection->SetProperty("Initial Catalog", database);
   connection->Open();
+  return connection;
+}
+
+std::string Sandbox::Query(const std::string& sql, const std::string& database) const {
+  const auto connection = Connect(database);
   std::string text;
   for (auto rows = connection->OpenRecordset(sql, {}); !rows->Eof(); rows->MoveNext()) {
     for (int i = 0; i < rows->FieldCount(); ++i) {

@@ -2,10 +2,15 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace torvik {
+
+namespace ado {
+class Connection;
+}
 
 /// How a program ended and what it wrote.
 struct ProgramResult {
@@ -48,6 +53,9 @@ class Sandbox {
 
   /// Writes a job file for a package: exception file err.txt, log directory logs, database DW.
   void WriteJob(const std::string& name, const std::string& package) const;
+
+  /// An open connection to a database of the server.
+  std::unique_ptr<ado::Connection> Connect(const std::string& database) const;
 
   /// The rows of a query on a database of the server, values separated by "|".
   std::string Query(const std::string& sql, const std::string& database = "DW") const;
