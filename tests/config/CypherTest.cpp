@@ -23,6 +23,16 @@ class Cypher : public testing::Test {
   std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
 };
 
+TEST(RuntimeGenerator, HasTheValuesThatItsMakerPublished) {
+  RuntimeGenerator generator;
+  for (const float value : {0.7055475f, 0.533424f, 0.5795186f}) {
+    EXPECT_FLOAT_EQ(generator.Draw(), value);
+  }
+  EXPECT_FLOAT_EQ(generator.Reset(-1), 0.224007f);
+  generator.Seed(1);
+  EXPECT_FLOAT_EQ(generator.Draw(), 0.3335753f);
+}
+
 TEST_F(Cypher, ScramblesAsJobFilesHaveItAndUnscramblesWhateverIsStored) {
   const std::tuple<const char*, int, const char*> cases[] = {{"", 30, "6m"},
                                                              {"", 59, "8v"},
