@@ -19,15 +19,20 @@ void cDataSource::Load(ado::Connection& dataWarehouse, const std::string&, const
       "SELECT * FROM dwm_data_link WHERE dwm_data_link.model = " + strModelName +
           " AND dwm_data_link.source_name = " + strName,
       kReading);
-  const auto text = [&](const char* field) { return TextOf(row->Field(field)); };
-  const auto whole = [&](const char* field) { return WholeNumberOf(row->Field(field)); };
   // The model is read as a number here, unlike in the load of a whole collection.
-  strModelName = std::to_string(whole("model"));
+  strModelName = std::to_string(WholeNumberOf(row->Field("model")));
+  ReadRow(*row);
+  row->Close();
+}
+
+void cDataSource::ReadRow(const ado::Recordset& row) {
+  const auto text = [&](const char* field) { return TextOf(row.Field(field)); };
+  const auto whole = [&](const char* field) { return WholeNumberOf(row.Field(field)); };
   strName = text("source_name");
   etlType = whole("Type");
   strDSServer = text("ds_server");
   strDSDatabase = text("ds_database");
-  blnDSTrustedLogin = TruthOf(row->Field("ds_trusted_login"));
+  blnDSTrustedLogin = TruthOf(row.Field("ds_trusted_login"));
   strDSUser = text("ds_user");
   strDSPassword = text("ds_password");
   strDSFile = text("ds_file");
@@ -40,7 +45,6 @@ void cDataSource::Load(ado::Connection& dataWarehouse, const std::string&, const
   strRemoteDir = text("remote_directory");
   intPollInterval = whole("poll_interval");
   intPollDuration = whole("poll_duration");
-  row->Close();
 }
 
 void cDataSource::Save(ado::Connection& dataWarehouse) {

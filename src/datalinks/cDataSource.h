@@ -9,7 +9,8 @@ namespace torvik {
 
 namespace ado {
 class Connection;
-}
+class Recordset;
+}  // namespace ado
 
 /// How a data link's remote data is fetched (intTransferData).
 inline constexpr std::int16_t TransferNone = 0;
@@ -47,6 +48,10 @@ class cDataSource {
   /// when there is no such row; the fields read before the failure keep their new values.
   void Load(ado::Connection& dataWarehouse, const std::string& strModel,
             const std::string& strDataSourceName);
+
+  /// Fills every field but the model from a row of dwm_data_link. Throws PlatformError at a field
+  /// that is missing or of no use; the fields before it keep their new values.
+  void ReadRow(const ado::Recordset& row);
 
   /// Stores the record's connection fields in its existing row; model, name and kind are never
   /// written. A flat-file link's directories get their trailing separators first, here too. Throws
