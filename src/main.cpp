@@ -5,9 +5,9 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 #include "engine/Package.h"
-#include "platform/PlatformError.h"
 #include "platform/linux/ConsoleMessages.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "startup/Program.h"
@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
   std::setlocale(LC_TIME, "");  // the log's date is in the words of the locale
   try {
     RunProgram(JoinArguments({argv + 1, argv + argc}));
-  } catch (const PlatformError& error) {
+  } catch (const std::exception& error) {
     std::fprintf(stderr, "torvik: %s\n", error.what());
   }
   return EXIT_SUCCESS;  // schedulers read the outcome from the status file

@@ -1,9 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include "admin/Admin.h"
-#include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace {
@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
   try {
     LinuxPlatform platform = NewLinuxPlatform([] {});
     return invocation.command(platform);
-  } catch (const PlatformError& error) {
-    return Fail(error.Description());
+  } catch (const std::exception& error) {
+    return Fail(error.what());
   }
 }

@@ -17,8 +17,7 @@ inline constexpr std::int16_t TransferNone = 0;
 inline constexpr std::int16_t TransferFtp = 1;
 inline constexpr std::int16_t TransferShare = 2;
 
-/// Kinds of data link (etlType), as they are stored.
-inline constexpr std::int32_t EtlSqlServer = 1;
+/// The kind of data link (etlType) whose directories get their separators when it is saved.
 inline constexpr std::int32_t EtlFlatFile = 3;
 
 /// One data link: where one input of a package comes from. Values are kept as they are set.

@@ -16,8 +16,6 @@ class cDataSources {
   void Load(ado::Connection& dataWarehouse, const std::string& strModelName);
 
   cDataSource& Add(cDataSource link);
-  int Count() const { return static_cast<int>(links_.size()); }
-  void Clear() { links_.clear(); }
 
   /// The first link of exactly that name, or null.
   cDataSource* getDSByName(const std::string& strDSName);
