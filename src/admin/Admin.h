@@ -34,10 +34,13 @@ struct Invocation {
 void AddServerCommands(CLI::App& app, Invocation& invocation);
 void AddPackageCommands(CLI::App& app, Invocation& invocation);
 void AddLinkCommands(CLI::App& app, Invocation& invocation);
+void AddJobCommands(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
 
 /// Adds the options --server, --user and --password-file.
 void AddServerOptions(CLI::App& command, Invocation& invocation);
+/// The last two of them.
+void AddLogonOptions(CLI::App& command, Invocation& invocation);
 /// Adds the option --json.
 void AddJsonOption(CLI::App& command, Invocation& invocation);
 

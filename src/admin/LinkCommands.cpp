@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/SqlNames.h"
 
 namespace torvik::admin {
 namespace {
@@ -32,7 +33,7 @@ void Connect(DataWarehouse& warehouse, const ServerChoice& choice, const std::st
 }
 
 std::string RowOf(const std::string& model, const std::string& name) {
-  return " WHERE model = " + SqlLiteral(model) + " AND source_name = " + SqlLiteral(name);
+  return " WHERE model = " + QuotedText(model) + " AND source_name = " + QuotedText(name);
 }
 
 void Store(ado::Connection& connection, const LinkFile& link) {
@@ -73,7 +74,7 @@ int ListLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkO
     if (!IsSecretColumn(column)) headings.push_back(column);
   }
   const std::string where =
-      options.model.empty() ? "" : " WHERE model = " + SqlLiteral(options.model);
+      options.model.empty() ? "" : " WHERE model = " + QuotedText(options.model);
   const auto links = warehouse.Connection().OpenRecordset(
       "SELECT * FROM dwm_data_link" + where + " ORDER BY model, source_name", {});
   std::vector<JsonRow> rows;

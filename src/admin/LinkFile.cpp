@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/TomlTable.h"
+#include "platform/linux/SqlNames.h"
 
 namespace torvik::admin {
 namespace {
@@ -37,20 +38,21 @@ constexpr LinkColumn kColumns[] = {
 
 constexpr std::int64_t kLargestNumber = 32767;  // the runner reads 16 bits
 
+/// Every value is a text, which every server takes for its column's own type.
 std::string Literal(engine::TableReader& reader, const LinkColumn& column,
                     engine::Problems& problems) {
   const engine::TomlValue* value = reader.Find(column.name);
   if (value == nullptr) return "NULL";
   if (column.type == ColumnType::Text) {
     const auto text = reader.Text(column.name);
-    return text ? SqlLiteral(text->text) : "NULL";
+    return text ? QuotedText(text->text) : "NULL";
   }
-  if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "1" : "0";
+  if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "'1'" : "'0'";
   const std::int64_t number = reader.Integer(column.name, 0);
   if (number < 0 || number > kLargestNumber) {
     problems.Add(value->place, std::string(column.name) + " must be from 0 to 32767");
   }
-  return std::to_string(number);
+  return QuotedText(std::to_string(number));
 }
 
 }  // namespace
@@ -87,15 +89,6 @@ LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
   reader.Finish();
   problems.ThrowIfAny();
   return link;
-}
-
-std::string SqlLiteral(const std::string& text) {
-  std::string literal = "'";
-  for (const char c : text) {
-    literal += c;
-    if (c == '\'') literal += c;
-  }
-  return literal + "'";
 }
 
 }  // namespace torvik::admin

@@ -24,7 +24,4 @@ bool IsSecretColumn(const std::string& column);
 /// a line for each problem.
 LinkFile ReadLinkFile(const std::string& path, const std::string& text);
 
-/// `text` as an SQL literal.
-std::string SqlLiteral(const std::string& text);
-
 }  // namespace torvik::admin

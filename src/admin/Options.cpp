@@ -11,6 +11,10 @@ namespace torvik::admin {
 void AddServerOptions(CLI::App& command, Invocation& invocation) {
   command.add_option("--server", invocation.server.server, "server text, as jobs name it")
       ->capture_default_str();
+  AddLogonOptions(command, invocation);
+}
+
+void AddLogonOptions(CLI::App& command, Invocation& invocation) {
   CLI::Option* user = command.add_option("--user", invocation.server.user,
                                          "user name; without it the account of the process");
   command

@@ -1,21 +1,38 @@
 #include <CLI/CLI.hpp>
 
 #include "admin/Admin.h"
-#include "platform/PlatformError.h"
+#include "platform/linux/AdoOdbc.h"
 #include "platform/linux/EmbeddedServer.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/OdbcServerSetup.h"
 
 namespace torvik::admin {
 namespace {
 
+constexpr const char* kProvider = "SQLOLEDB";
+
+/// Makes what is missing; answers where the server is.
+std::string SetUp(LinuxPlatform& platform, const ServerChoice& choice,
+                  const std::string& warehouse) {
+  const ServerPlace place =
+      FindServerPlace(platform.settings, kProvider, choice.server, DriverOfDataSource);
+  if (place.kind == ServerPlace::Kind::Odbc) {
+    SetUpOdbcServer(*platform.databases, FamilyOf(place.odbc.driver),
+                    {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)},
+                    warehouse);
+    return place.odbc.dataSource.empty() ? place.odbc.host : place.odbc.dataSource;
+  }
+  CreateEmbeddedServer(place.path);
+  if (!warehouse.empty()) CreateWarehouse(place.path, warehouse);
+  return place.path;
+}
+
 int InitServer(LinuxPlatform& platform, const Invocation& invocation,
                const std::string& warehouse) {
   const std::string& server = invocation.server.server;
-  const std::string directory = platform.EmbeddedDirectory(server);
-  CreateEmbeddedServer(directory);
-  if (!warehouse.empty()) CreateWarehouse(directory, warehouse);
-  PrintResult({{"server", server}, {"directory", directory}, {"warehouse", warehouse}},
-              "server " + server + " is ready in " + directory +
+  const std::string place = SetUp(platform, invocation.server, warehouse);
+  PrintResult({{"server", server}, {"place", place}, {"warehouse", warehouse}},
+              "server " + server + " is ready in " + place +
                   (warehouse.empty() ? "" : ", with the warehouse " + warehouse),
               invocation.json);
   return 0;
@@ -24,15 +41,16 @@ int InitServer(LinuxPlatform& platform, const Invocation& invocation,
 }  // namespace
 
 void AddServerCommands(CLI::App& app, Invocation& invocation) {
-  CLI::App* server = app.add_subcommand("server", "embedded servers");
+  CLI::App* server = app.add_subcommand("server", "servers of packages and warehouses");
   server->require_subcommand(1);
   CLI::App* init = server->add_subcommand(
-      "init", "make an embedded server with master and msdb; what is there already stays");
+      "init", "make an embedded server, or the tables that any other needs; what is there stays");
   auto warehouse = std::make_shared<std::string>();
   init->add_option("SERVER", invocation.server.server, "server text, as jobs name it")
       ->capture_default_str();
   init->add_option("--warehouse", *warehouse,
                    "also make this data-warehouse database, with its table of data links");
+  AddLogonOptions(*init, invocation);
   AddJsonOption(*init, invocation);
   init->callback([&invocation, warehouse] {
     invocation.command = [&invocation, warehouse](LinuxPlatform& platform) {

@@ -74,6 +74,9 @@ std::string NewIdentifier() {
   return text;
 }
 
+/// The category that a SQL Server keeps its own packages in, where none is chosen.
+constexpr const char* kLocalCategory = "B8C30002-A282-11D1-B7D9-00C04FB6EFD5";
+
 std::string WithoutBraces(const std::string& identifier) {
   if (identifier.size() < 2 || identifier.front() != '{') return identifier;
   return identifier.substr(1, identifier.size() - 2);
@@ -82,7 +85,9 @@ std::string WithoutBraces(const std::string& identifier) {
 }  // namespace
 
 PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
-    : server_(logon.server), connection_(databases.NewConnection()) {
+    : server_(logon.server),
+      owner_(logon.trusted ? "torvik" : logon.user),
+      connection_(databases.NewConnection()) {
   connection_->SetProvider("SQLOLEDB");
   connection_->SetConnectionTimeout(kConnectTimeoutSeconds);
   connection_->SetProperty("Data Source", logon.server);
@@ -115,9 +120,10 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
 
   const std::string versionId = NewIdentifier();
   const std::string createDate = DateText(created);
-  const std::string columns[] = {"name",       "id",          "versionid",  "description",
-                                 "createdate", "packagedata", "packagetype"};
-  const ado::LoadValue row[] = {name, id, versionId, description, createDate, text, "0"};
+  const std::string columns[] = {"name",       "id",    "versionid",   "description", "categoryid",
+                                 "createdate", "owner", "packagedata", "packagetype"};
+  const ado::LoadValue row[] = {name,       id,     versionId, description, kLocalCategory,
+                                createDate, owner_, text,      "0"};
   const auto load = connection_->OpenBulkLoad("sysdtspackages", columns);
   load->Append(row);
   load->Finish();

@@ -59,6 +59,7 @@ class PackageStore {
 
  private:
   std::string server_;
+  std::string owner_;  ///< Of the versions that are saved.
   std::unique_ptr<ado::Connection> connection_;
 };
 

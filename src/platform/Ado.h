@@ -104,10 +104,12 @@ class Connection {
  public:
   virtual ~Connection() = default;
 
+  /// Chooses the provider and forgets the properties set before.
   virtual void SetProvider(const std::string& name) = 0;
   virtual void SetConnectionTimeout(int seconds) = 0;
   /// Properties of the provider: "Data Source", "Initial Catalog", "User ID", "Password",
-  /// "Integrated Security", "Persist Security Info", "Connect Timeout". Takes effect at Open.
+  /// "Integrated Security", "Persist Security Info", "Connect Timeout", "Extended Properties".
+  /// Takes effect at Open.
   virtual void SetProperty(const std::string& name, const std::string& value) = 0;
 
   /// Opens with what has been set. A failure throws and is also left in Errors().

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "fakes/TemporaryDirectory.h"
@@ -15,6 +14,13 @@ namespace torvik {
 /// How rows are opened that will be changed.
 constexpr ado::CursorOptions kLocked{ado::CursorLocation::UseClient, ado::CursorType::Dynamic,
                                      ado::LockType::Pessimistic};
+
+/// Settings in which "(local)" is the embedded server of a directory.
+inline Settings EmbeddedSettings(const std::string& directory) {
+  Settings settings;
+  settings.servers["(local)"] = {"embedded", directory, {}};
+  return settings;
+}
 
 /// An embedded server in a directory of its own, which goes away with it.
 class EmbeddedFixture {
@@ -39,9 +45,7 @@ class EmbeddedFixture {
 
  private:
   TemporaryDirectory disk_;
-  std::unique_ptr<ado::Provider> databases_ = NewAdoProvider([this](const std::string& server) {
-    return server == "(local)" ? std::optional(ServerPlace{"embedded", Directory()}) : std::nullopt;
-  });
+  std::unique_ptr<ado::Provider> databases_ = NewAdoProvider(EmbeddedSettings(Directory()));
 };
 
 /// The text of the PlatformError that `action` throws; empty when it throws none.
@@ -56,7 +60,7 @@ std::string ErrorOf(const Action& action) {
 }
 
 /// A query's rows: values separated by '|', rows by '\n'; NULL is "-", a blob stands in < and >.
-inline std::string RowsOf(ado::Connection& connection, const std::string& sql) {
+inline std::string RowsOf(auto& connection, const std::string& sql) {
   struct Printer {
     std::string operator()(const ado::Null&) const { return "-"; }
     std::string operator()(std::int64_t number) const { return std::to_string(number); }

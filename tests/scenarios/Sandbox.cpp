@@ -50,20 +50,27 @@ void Require(bool condition, const std::string& what) {
 
 }  // namespace
 
-Sandbox::Sandbox() {
+Sandbox::Sandbox() : Sandbox("") {
+  section_ = "[server (local)]\nbackend = embedded\ndirectory = " + PathOf("server") + "\n";
+  WriteSettings();
+  const ProgramResult made = Run({"torvik-admin", "server", "init", "--warehouse", "DW"});
+  Require(made.exitCode == 0, made.err);
+}
+
+Sandbox::Sandbox(const std::string& section) : section_(section) {
   std::string pattern = (fs::temp_directory_path() / "torvik-XXXXXX").string();
   Require(mkdtemp(pattern.data()) != nullptr, "cannot make " + pattern);
   directory_ = pattern;
-  WriteFile("torvik.conf",
-            "[paths]\ndrive S: = " + directory_ +
-                "\n[server (local)]\nbackend = embedded\ndirectory = " + PathOf("server") + "\n");
-  const ProgramResult made = Run({"torvik-admin", "server", "init", "--warehouse", "DW"});
-  Require(made.exitCode == 0, made.err);
+  WriteSettings();
 }
 
 Sandbox::~Sandbox() {
   std::error_code ignored;
   fs::remove_all(directory_, ignored);
+}
+
+void Sandbox::WriteSettings() const {
+  WriteFile("torvik.conf", "[paths]\ndrive S: = " + directory_ + "\n" + section_);
 }
 
 void Sandbox::WriteFile(const std::string& name, const std::string& text) const {
@@ -93,6 +100,7 @@ RunningProgram Sandbox::Start(const std::vector<std::string>& command) const {
     setenv("TORVIK_STATE", PathOf("state").c_str(), 1);
     setenv("LC_ALL", "C", 1);
     unsetenv("TMPDIR");
+    for (const auto& [name, value] : variables_) setenv(name.c_str(), value.c_str(), 1);
     if (chdir(directory_.c_str()) == 0) execv(argv[0], argv.data());
     _exit(127);
   }
@@ -126,10 +134,14 @@ void Sandbox::WriteJob(const std::string& name, const std::string& package) cons
 }
 
 std::unique_ptr<ado::Connection> Sandbox::Connect(const std::string& database) const {
-  const auto provider = NewAdoProvider([directory = PathOf("server")](const std::string&) {
-    return std::optional(ServerPlace{"embedded", directory});
-  });
-  auto connection = provider->NewConnection();
+  Settings settings;
+  Environment environment;
+  environment.variables = {{"TORVIK_CONF", PathOf("torvik.conf")}, {"TORVIK_STATE", directory_}};
+  const std::string problem = LoadSettings(environment, settings);
+  Require(problem.empty(), problem);
+  auto connection = NewAdoProvider(settings)->NewConnection();
+  connection->SetProvider("SQLOLEDB");
+  connection->SetProperty("Integrated Security", "SSPI");
   connection->SetProperty("Data Source", "(local)");
   connection->SetProperty("Initial Catalog", database);
   connection->Open();

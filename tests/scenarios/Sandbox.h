@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,6 +32,8 @@ struct RunningProgram {
 class Sandbox {
  public:
   Sandbox();
+  /// With another server "(local)", whose section of the settings this is; nothing is made on it.
+  explicit Sandbox(const std::string& section);
   ~Sandbox();
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
@@ -38,9 +41,15 @@ class Sandbox {
   /// The path of a file in the sandbox.
   std::string PathOf(const std::string& name) const { return directory_ + "/" + name; }
 
+  /// The section of the server "(local)" in the settings.
+  const std::string& ServerSection() const { return section_; }
+
   void WriteFile(const std::string& name, const std::string& text) const;
   /// Empty when there is no such file.
   std::string ReadFile(const std::string& name) const;
+
+  /// What every program gets in its environment besides the sandbox's own.
+  void SetVariable(const std::string& name, const std::string& value) { variables_[name] = value; }
 
   /// Runs "torvik" or "torvik-admin" with its arguments, in the sandbox, standard input empty.
   ProgramResult Run(const std::vector<std::string>& command) const;
@@ -61,7 +70,11 @@ class Sandbox {
   std::string Query(const std::string& sql, const std::string& database = "DW") const;
 
  private:
+  void WriteSettings() const;
+
   std::string directory_;
+  std::string section_;
+  std::map<std::string, std::string> variables_;
   mutable int programs_ = 0;
 };
 

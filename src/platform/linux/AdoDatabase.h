@@ -17,6 +17,9 @@ class AdoDatabase {
  public:
   virtual ~AdoDatabase() = default;
 
+  /// False once the server has gone away.
+  virtual bool IsAlive() const { return true; }
+
   virtual std::vector<ado::ProviderError> Errors() const = 0;
   virtual std::int64_t Execute(const std::string& sql) = 0;
   virtual std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,

@@ -6,8 +6,12 @@
 #include <utility>
 
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 #include "platform/linux/AdoDatabase.h"
+#include "platform/linux/AdoOdbc.h"
 #include "platform/linux/AdoSqlite.h"
+#include "platform/linux/AdoTableFile.h"
+#include "platform/linux/ServerPlace.h"
 
 namespace torvik {
 namespace {
@@ -15,28 +19,15 @@ namespace {
 constexpr int kDefaultTimeoutSeconds = 15;
 constexpr const char* kSource = "database connection";
 
-PlatformError UnknownServer(const std::string& server) {
-  return PlatformError(0,
-                       "the server \"" + server + "\" is not known; add a section [server " +
-                           server + "] with backend = embedded and directory = PATH to torvik.conf",
-                       kSource);
-}
-
-PlatformError UnknownBackend(const std::string& server, const std::string& backend) {
-  return PlatformError(0,
-                       "the server \"" + server + "\" is not known: section [server " + server +
-                           "] of torvik.conf asks for the backend \"" + backend +
-                           "\"; the backend there is: embedded",
-                       kSource);
-}
-
 /// Collects what Open needs; all else goes to the database that Open found.
 class AdoConnection final : public ado::Connection {
  public:
-  explicit AdoConnection(ServerLookup lookup) : lookup_(std::move(lookup)) {}
+  explicit AdoConnection(std::shared_ptr<const Settings> settings)
+      : settings_(std::move(settings)) {}
 
-  void SetProvider(const std::string&) override {
-    // The server text alone decides which library is used.
+  void SetProvider(const std::string& name) override {
+    provider_ = name;
+    properties_.clear();
   }
   void SetConnectionTimeout(int seconds) override { timeoutSeconds_ = seconds; }
   void SetProperty(const std::string& name, const std::string& value) override {
@@ -49,13 +40,13 @@ class AdoConnection final : public ado::Connection {
       if (database_) throw PlatformError(0, "the connection is open already", kSource);
       Replace(OpenDatabase());
     } catch (const PlatformError& error) {
-      errors_ = {{error.number, error.Description()}};
+      if (errors_.empty()) errors_ = {{error.number, error.Description()}};
       throw;
     }
   }
   void Close() override { Replace(nullptr); }
   ado::ObjectState State() const override {
-    return database_ ? ado::ObjectState::Open : ado::ObjectState::Closed;
+    return database_ && database_->IsAlive() ? ado::ObjectState::Open : ado::ObjectState::Closed;
   }
   std::vector<ado::ProviderError> Errors() const override {
     return database_ && errors_.empty() ? database_->Errors() : errors_;
@@ -89,12 +80,23 @@ class AdoConnection final : public ado::Connection {
   }
 
  private:
-  std::unique_ptr<AdoDatabase> OpenDatabase() const {
-    const std::string server = Property("Data Source");
-    const auto place = lookup_(server);
-    if (!place) throw UnknownServer(server);
-    if (place->backend != "embedded") throw UnknownBackend(server, place->backend);
-    return OpenSqliteDatabase(place->directory, Property("Initial Catalog"), TimeoutSeconds());
+  std::unique_ptr<AdoDatabase> OpenDatabase() {
+    const ServerPlace place =
+        FindServerPlace(*settings_, provider_, Property("Data Source"), DriverOfDataSource);
+    switch (place.kind) {
+      case ServerPlace::Kind::TableFile:
+        return OpenTableFile(place.path, Property("Extended Properties"), TimeoutSeconds());
+      case ServerPlace::Kind::Odbc:
+        return OpenOdbcDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
+      case ServerPlace::Kind::Embedded: break;
+    }
+    return OpenSqliteDatabase(place.path, Property("Initial Catalog"), TimeoutSeconds());
+  }
+
+  OdbcLogon Logon(const OdbcPlace& place) const {
+    return {place, Property("Initial Catalog"),
+            EqualsIgnoringCase(Property("Integrated Security"), "SSPI"), Property("User ID"),
+            Property("Password")};
   }
 
   std::string Property(const std::string& name) const {
@@ -122,7 +124,8 @@ class AdoConnection final : public ado::Connection {
     database_.swap(database);
   }
 
-  const ServerLookup lookup_;
+  const std::shared_ptr<const Settings> settings_;
+  std::string provider_;
   std::map<std::string, std::string> properties_;
   int timeoutSeconds_ = kDefaultTimeoutSeconds;
   std::vector<ado::ProviderError> errors_;  ///< Of calls that reached no database.
@@ -132,20 +135,21 @@ class AdoConnection final : public ado::Connection {
 
 class AdoProvider final : public ado::Provider {
  public:
-  explicit AdoProvider(ServerLookup lookup) : lookup_(std::move(lookup)) {}
+  explicit AdoProvider(Settings settings)
+      : settings_(std::make_shared<const Settings>(std::move(settings))) {}
 
   std::unique_ptr<ado::Connection> NewConnection() override {
-    return std::make_unique<AdoConnection>(lookup_);
+    return std::make_unique<AdoConnection>(settings_);
   }
 
  private:
-  const ServerLookup lookup_;
+  const std::shared_ptr<const Settings> settings_;
 };
 
 }  // namespace
 
-std::unique_ptr<ado::Provider> NewAdoProvider(ServerLookup lookup) {
-  return std::make_unique<AdoProvider>(std::move(lookup));
+std::unique_ptr<ado::Provider> NewAdoProvider(Settings settings) {
+  return std::make_unique<AdoProvider>(std::move(settings));
 }
 
 }  // namespace torvik

@@ -2,9 +2,8 @@
 
 #include <sqlite3.h>
 
-#include <algorithm>
-
 #include "platform/Text.h"
+#include "platform/linux/PickColumns.h"
 #include "platform/linux/SqlNames.h"
 #include "platform/linux/SqliteBulkLoad.h"
 #include "platform/linux/SqliteColumns.h"
@@ -62,8 +61,7 @@ constexpr const char* kSchemataQuery =
 
 class AdoSqlite final : public AdoDatabase {
  public:
-  AdoSqlite(const std::string& directory, const std::string& database, int timeoutSeconds)
-      : session_(std::make_shared<SqliteSession>(directory, database, timeoutSeconds)) {}
+  explicit AdoSqlite(std::shared_ptr<SqliteSession> session) : session_(std::move(session)) {}
 
   ~AdoSqlite() override {
     // A recordset that is still held keeps the handle open, but not the transaction.
@@ -110,18 +108,17 @@ class AdoSqlite final : public AdoDatabase {
 
   std::vector<ado::Column> TableColumns(const std::string& table) override {
     const auto name = SplitTableName(table);
-    return name ? ColumnsOf(*name) : std::vector<ado::Column>();
+    const bool isThere = name && (name->schema.empty() || EqualsIgnoringCase(name->schema, "dbo"));
+    return isThere ? ColumnsOf(*name) : std::vector<ado::Column>();
   }
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
                                               std::span<const std::string> columns) override {
+    const auto picked =
+        PickColumns(TableColumns(table), columns, table,
+                    [this](const std::string& reason) { return session_->Refusal(reason); });
     const auto name = SplitTableName(table);
-    const std::vector<ado::Column> all = TableColumns(table);
-    if (all.empty())
-      throw session_->Refusal("there is no table " + table +
-                              "; tables are named TABLE, dbo.TABLE or DATABASE.dbo.TABLE");
-    return NewSqliteBulkLoad(session_, session_->Schema(name->database), name->table,
-                             Pick(all, columns, table));
+    return NewSqliteBulkLoad(session_, session_->Schema(name->database), name->table, picked);
   }
 
   void BeginTrans() override {
@@ -156,6 +153,7 @@ class AdoSqlite final : public AdoDatabase {
 
   std::vector<ado::Column> ColumnsOf(const TableName& name) {
     const std::string schema = session_->Schema(name.database);
+    session_->Meet(name.table);
     SqliteStatement query(*session_,
                           "SELECT name, type, \"notnull\" FROM pragma_table_info(?1, ?2)", "");
     query.Bind(1, name.table);
@@ -169,21 +167,6 @@ class AdoSqlite final : public AdoDatabase {
     return columns;
   }
 
-  /// The columns of a table by their names, letter case aside.
-  std::vector<ado::Column> Pick(const std::vector<ado::Column>& columns,
-                                std::span<const std::string> names, const std::string& table) {
-    std::vector<ado::Column> picked;
-    for (const std::string& name : names) {
-      const auto found = std::ranges::find_if(columns, [&](const ado::Column& column) {
-        return EqualsIgnoringCase(column.name, name);
-      });
-      if (found == columns.end())
-        throw session_->Refusal("the table " + table + " has no column \"" + name + "\"");
-      picked.push_back(*found);
-    }
-    return picked;
-  }
-
   const std::shared_ptr<SqliteSession> session_;
   bool hasSavepoint_ = false;
 };
@@ -192,7 +175,14 @@ class AdoSqlite final : public AdoDatabase {
 
 std::unique_ptr<AdoDatabase> OpenSqliteDatabase(const std::string& directory,
                                                 const std::string& database, int timeoutSeconds) {
-  return std::make_unique<AdoSqlite>(directory, database, timeoutSeconds);
+  return std::make_unique<AdoSqlite>(
+      std::make_shared<SqliteSession>(directory, database, timeoutSeconds));
+}
+
+std::unique_ptr<AdoDatabase> OpenReadOnlyTables(const std::string& name, const std::string& path,
+                                                std::unique_ptr<SessionTables> tables) {
+  return std::make_unique<AdoSqlite>(
+      std::make_shared<SqliteSession>(EmbeddedDatabase{name, path}, std::move(tables)));
 }
 
 }  // namespace torvik

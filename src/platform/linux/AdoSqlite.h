@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/linux/AdoDatabase.h"
+#include "platform/linux/SessionTables.h"
 
 namespace torvik {
 
@@ -12,5 +13,10 @@ namespace torvik {
 /// one transaction is all or nothing for each of them, and for all unless the power fails.
 std::unique_ptr<AdoDatabase> OpenSqliteDatabase(const std::string& directory,
                                                 const std::string& database, int timeoutSeconds);
+
+/// Opens a file that is no database of SQLite by the tables that stand for it. `name` is that of
+/// its catalogue. What would change anything is refused.
+std::unique_ptr<AdoDatabase> OpenReadOnlyTables(const std::string& name, const std::string& path,
+                                                std::unique_ptr<SessionTables> tables);
 
 }  // namespace torvik

@@ -12,32 +12,6 @@
 #include "platform/linux/SystemClock.h"
 
 namespace torvik {
-namespace {
-
-ServerLookup LookupBy(const Settings& settings) {
-  return [settings](const std::string& server) -> std::optional<ServerPlace> {
-    const ServerSettings* found = settings.FindServer(server);
-    if (found == nullptr) return {};
-    return ServerPlace{found->backend, found->directory};
-  };
-}
-
-}  // namespace
-
-std::string LinuxPlatform::EmbeddedDirectory(const std::string& server) const {
-  const ServerSettings* found = settings.FindServer(server);
-  if (found == nullptr) {
-    throw PlatformError(0,
-                        "server " + server + " is not known; add a section [server " + server +
-                            "] with a directory to torvik.conf",
-                        "settings");
-  }
-  if (found->backend != "embedded") {
-    throw PlatformError(0, "server " + server + " is not an embedded one", "settings");
-  }
-  return found->directory;
-}
-
 LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
   LinuxPlatform platform;
   if (const auto error = LoadSettings(ProcessEnvironment(), platform.settings); !error.empty()) {
@@ -52,7 +26,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();
   platform.messages = NewConsoleMessages(std::move(onClose));
-  platform.databases = NewAdoProvider(LookupBy(platform.settings));
+  platform.databases = NewAdoProvider(platform.settings);
   return platform;
 }
 

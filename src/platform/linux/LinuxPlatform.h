@@ -29,10 +29,6 @@ struct LinuxPlatform {
   std::unique_ptr<EventLog> eventLog;
   std::unique_ptr<Messages> messages;
   std::unique_ptr<ado::Provider> databases;
-
-  /// The directory of an embedded server; throws PlatformError when the settings have no such
-  /// server, or one of another kind.
-  std::string EmbeddedDirectory(const std::string& server) const;
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,

@@ -60,8 +60,20 @@ const ServerSettings* Settings::FindServer(const std::string& name) const {
   return found == servers.end() ? nullptr : &found->second;
 }
 
+const ProviderSettings* Settings::FindProvider(const std::string& name) const {
+  const auto found = providers.find(ProviderKey(name));
+  return found == providers.end() ? nullptr : &found->second;
+}
+
 PathMap Settings::Paths() const {
   return PathMap(drives, shares, stateDirectory + "/drives");
+}
+
+std::string ProviderKey(const std::string& name) {
+  const std::size_t point = name.rfind('.');
+  const bool hasVersion = point != std::string::npos && point + 1 < name.size() &&
+                          name.find_first_not_of("0123456789", point + 1) == std::string::npos;
+  return LowerAscii(name.substr(0, hasVersion ? point : name.size()));
 }
 
 std::string Environment::Variable(const std::string& name) const {

@@ -14,6 +14,12 @@ struct ServerSettings {
   std::map<std::string, std::string> options;  ///< Further keys of an odbc server, small letters.
 };
 
+/// A section [provider NAME].
+struct ProviderSettings {
+  std::string driver;                          ///< Of odbcinst.ini.
+  std::map<std::string, std::string> options;  ///< Keywords of that driver, small letters.
+};
+
 /// What the machine's administrator has chosen (torvik.conf), and where the program keeps its
 /// state.
 struct Settings {
@@ -24,13 +30,21 @@ struct Settings {
   std::map<std::string, std::string> drives;      ///< Directories by small letter: "c".
   std::map<std::string, std::string> shares;      ///< By small letters: "\\files\incoming".
   std::map<std::string, ServerSettings> servers;  ///< By small letters. "(local)" is always there.
+  std::map<std::string, ProviderSettings> providers;  ///< By small letters, without ".1" behind.
 
   /// The server of that name, letter case aside, or null.
   const ServerSettings* FindServer(const std::string& name) const;
 
+  /// What is set for an OLE DB provider, or null. Letter case and a version behind the name
+  /// ("MSDAORA.1") do not count.
+  const ProviderSettings* FindProvider(const std::string& name) const;
+
   /// Where paths of either spelling lead by these settings.
   PathMap Paths() const;
 };
+
+/// A provider's name as the settings know it: small letters, without a last ".1".
+std::string ProviderKey(const std::string& name);
 
 /// What the process was started with: environment variables, an empty one counting as absent, and
 /// whether root runs it.

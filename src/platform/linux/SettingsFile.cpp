@@ -47,11 +47,12 @@ class SettingsParser {
       ++lineNumber_;
       if (std::string problem = Read(line); !problem.empty()) return At(lineNumber_, problem);
     }
-    return CheckServers();
+    std::string problem = CheckServers();
+    return problem.empty() ? CheckProviders() : problem;
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, OfOthers };
+  enum class Section { None, Text, Paths, Server, Provider, OfOthers };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -70,18 +71,24 @@ class SettingsParser {
 
   std::string ReadSection(const std::string& name) {
     const std::string server = LowerAscii(Behind("server", name));
+    const std::string provider = Behind("provider", name);
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
       section_ = Section::Paths;
-    } else if (EqualsIgnoringCase(name, "ftp") || !Behind("provider", name).empty()) {
+    } else if (EqualsIgnoringCase(name, "ftp")) {
       section_ = Section::OfOthers;
+    } else if (!provider.empty()) {
+      section_ = Section::Provider;
+      name_ = ProviderKey(provider);
+      providerLines_.emplace(name_, lineNumber_);
+      settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
              "] is not known; there are [text], [paths], [ftp], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
-      server_ = server;
+      name_ = server;
       serverLines_.emplace(server, lineNumber_);
       settings_.servers[server];
     }
@@ -94,6 +101,7 @@ class SettingsParser {
       case Section::Text: return ReadTextKey(key, value);
       case Section::Paths: return ReadPath(key, value);
       case Section::Server: return ReadServerKey(key, value);
+      case Section::Provider: ReadProviderKey(key, value); break;
       case Section::OfOthers: break;
     }
     return {};
@@ -131,7 +139,7 @@ class SettingsParser {
   }
 
   std::string ReadServerKey(const std::string& key, const std::string& value) {
-    ServerSettings& server = settings_.servers[server_];
+    ServerSettings& server = settings_.servers[name_];
     if (key == "backend") {
       server.backend = LowerAscii(value);
       const bool isKnown = server.backend == "embedded" || server.backend == "odbc";
@@ -144,6 +152,15 @@ class SettingsParser {
     }
     server.options[key] = value;
     return {};
+  }
+
+  void ReadProviderKey(const std::string& key, const std::string& value) {
+    ProviderSettings& provider = settings_.providers[name_];
+    if (key == "driver") {
+      provider.driver = value;
+    } else {
+      provider.options[key] = value;
+    }
   }
 
   /// What can only be said when all keys of a server are known.
@@ -165,11 +182,20 @@ class SettingsParser {
     return {};
   }
 
+  std::string CheckProviders() const {
+    for (const auto& [name, provider] : settings_.providers)
+      if (provider.driver.empty())
+        return At(providerLines_.at(name),
+                  "[provider " + name + "]: no driver is named; add driver = NAME");
+    return {};
+  }
+
   Settings& settings_;
   int lineNumber_ = 0;
   Section section_ = Section::None;
-  std::string server_;
+  std::string name_;  ///< Of the server or provider that the section is about.
   std::map<std::string, int> serverLines_;
+  std::map<std::string, int> providerLines_;
 };
 
 }  // namespace

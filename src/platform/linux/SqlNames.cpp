@@ -78,6 +78,15 @@ std::vector<Token> Tokenise(std::string_view sql) {
   return tokens;
 }
 
+std::string Enclosed(std::string_view text, char quote) {
+  std::string enclosed(1, quote);
+  for (const char c : text) {
+    enclosed += c;
+    if (c == quote) enclosed += c;
+  }
+  return enclosed + quote;
+}
+
 std::string Unquoted(std::string_view name) {
   const char quote = name.front();
   if (quote != '"' && quote != '`' && quote != '[') return std::string(name);
@@ -112,6 +121,36 @@ std::optional<QualifiedName> QualifiedNameAt(const std::vector<Token>& tokens, s
   return {};
 }
 
+/// Reads "table", "schema.table", "database.schema.table", "database..table".
+std::optional<TableName> TableNameOf(const std::vector<Token>& tokens) {
+  std::vector<std::string> parts(1);
+  for (const Token& token : tokens) {
+    if (token.kind == TokenKind::Point) {
+      parts.emplace_back();
+    } else if (token.kind == TokenKind::Name && parts.back().empty()) {
+      parts.back() = Unquoted(token.text);
+    } else {
+      return {};
+    }
+  }
+  if (parts.size() > 3 || parts.front().empty() || parts.back().empty()) return {};
+  if (parts.size() == 2 && parts[0].empty()) return {};
+  const std::string table = parts.back();
+  const std::string schema = parts.size() > 1 ? parts[parts.size() - 2] : "";
+  return TableName{parts.size() == 3 ? parts[0] : "", table, schema};
+}
+
+std::vector<Token> OutsideBrackets(const std::vector<Token>& tokens) {
+  std::vector<Token> outside;
+  int depth = 0;
+  for (const Token& token : tokens) {
+    if (token.text == ")") --depth;
+    if (depth == 0) outside.push_back(token);
+    if (token.text == "(") ++depth;
+  }
+  return outside;
+}
+
 bool IsIsNullCall(const std::vector<Token>& tokens, std::size_t first) {
   return EqualsIgnoringCase(tokens[first].text, "ISNULL") && first + 1 < tokens.size() &&
          tokens[first + 1].text == "(";
@@ -120,21 +159,33 @@ bool IsIsNullCall(const std::vector<Token>& tokens, std::size_t first) {
 }  // namespace
 
 std::string QuotedName(std::string_view name) {
-  std::string quoted = "\"";
-  for (const char c : name) {
-    quoted += c;
-    if (c == '"') quoted += c;
-  }
-  return quoted + '"';
+  return Enclosed(name, '"');
+}
+
+std::string QuotedText(std::string_view text) {
+  return Enclosed(text, '\'');
 }
 
 std::optional<TableName> SplitTableName(std::string_view text) {
-  const std::vector<Token> tokens = Tokenise(text);
-  if (tokens.size() == 1 && tokens[0].kind == TokenKind::Name)
-    return TableName{"", Unquoted(tokens[0].text)};
-  const auto qualified = QualifiedNameAt(tokens, 0);
-  if (!qualified || qualified->tableToken + 1 != tokens.size()) return {};
-  return qualified->name;
+  return TableNameOf(Tokenise(text));
+}
+
+std::optional<TableName> OneTableOf(std::string_view select) {
+  const std::vector<Token> tokens = OutsideBrackets(Tokenise(select));
+  const auto isWord = [](std::string_view word) {
+    return [word](const Token& token) { return EqualsIgnoringCase(token.text, word); };
+  };
+  if (tokens.empty() || !isWord("SELECT")(tokens.front())) return {};
+  for (const char* word : {"DISTINCT", "JOIN", "GROUP", "UNION", "EXCEPT", "INTERSECT"})
+    if (std::ranges::any_of(tokens, isWord(word))) return {};
+  const auto from = std::ranges::find_if(tokens, isWord("FROM"));
+  if (from == tokens.end()) return {};
+  auto end = from + 1;
+  for (bool wantsName = true; end != tokens.end(); ++end, wantsName = !wantsName)
+    if (end->kind != (wantsName ? TokenKind::Name : TokenKind::Point)) break;
+  const auto where = std::find_if(end, tokens.end(), isWord("WHERE"));
+  if (std::any_of(end, where, isWord(","))) return {};
+  return TableNameOf({from + 1, end});
 }
 
 std::string ResolveNames(std::string_view sql, const SchemaPrefix& prefixOf) {
@@ -155,10 +206,17 @@ std::string ResolveNames(std::string_view sql, const SchemaPrefix& prefixOf) {
       i = qualified->tableToken;
       replace(begin, tokens[i].begin, prefixOf(qualified->name, LineOf(sql, begin)));
     } else if (IsIsNullCall(tokens, i)) {
-      replace(begin, begin + tokens[i].text.size(), "IFNULL");
+      replace(begin, begin + tokens[i].text.size(), "COALESCE");
     }
   }
   return resolved.append(sql.substr(copied));
+}
+
+std::vector<std::string> NamesIn(std::string_view sql) {
+  std::vector<std::string> names;
+  for (const Token& token : Tokenise(sql))
+    if (token.kind == TokenKind::Name) names.push_back(Unquoted(token.text));
+  return names;
 }
 
 std::size_t SkipBlanks(std::string_view sql, std::size_t from) {

@@ -26,6 +26,28 @@ std::string Seconds(std::chrono::milliseconds duration) {
   return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
 
+/// Lets through what only reads, and transactions. A pragma with a value sets something, but for
+/// those that ask about a table. To learn the columns of a table that lies elsewhere SQLite has to
+/// change its own list of tables, which nobody else can.
+int AuthorizeReading(void*, int action, const char* first, const char* second, const char*,
+                     const char*) {
+  constexpr int reading[] = {SQLITE_SELECT,    SQLITE_READ,      SQLITE_FUNCTION,
+                             SQLITE_RECURSIVE, SQLITE_SAVEPOINT, SQLITE_TRANSACTION};
+  const std::string_view name = first ? first : "";
+  const bool isAllowed = std::ranges::find(reading, action) != std::end(reading) ||
+                         (action == SQLITE_PRAGMA && (!second || name.starts_with("table_"))) ||
+                         (action == SQLITE_UPDATE && name == "sqlite_master");
+  return isAllowed ? SQLITE_OK : SQLITE_DENY;
+}
+
+/// The server's list of databases, where there is no server.
+std::string CreateListOf(const std::string& database) {
+  std::string text;
+  for (const char c : database) text += c == '\'' ? "''" : std::string(1, c);
+  return std::string("CREATE TEMP VIEW ") + kDatabaseList + " AS SELECT '" + text +
+         "' AS name, 1 AS dbid";
+}
+
 }  // namespace
 
 SqliteSession::SqliteSession(const std::string& directory, const std::string& database,
@@ -34,7 +56,17 @@ SqliteSession::SqliteSession(const std::string& directory, const std::string& da
       databases_{RequireEmbeddedDatabase(directory, database.empty() ? "master" : database)},
       timeout_(std::chrono::seconds(std::max(timeoutSeconds, 0))) {
   try {
-    Open();
+    OpenServer();
+  } catch (...) {
+    sqlite3_close_v2(handle_);
+    throw;
+  }
+}
+
+SqliteSession::SqliteSession(const EmbeddedDatabase& file, std::unique_ptr<SessionTables> tables)
+    : tables_(std::move(tables)), databases_{file}, timeout_(0) {
+  try {
+    OpenTables();
   } catch (...) {
     sqlite3_close_v2(handle_);
     throw;
@@ -45,7 +77,7 @@ SqliteSession::~SqliteSession() {
   sqlite3_close_v2(handle_);
 }
 
-void SqliteSession::Open() {
+void SqliteSession::OpenServer() {
   const std::string& path = databases_.front().path;
   // One thread at a time uses a connection, so the library need not lock it for each call; an
   // interrupt may come from another thread all the same.
@@ -60,7 +92,24 @@ void SqliteSession::Open() {
   Run(kCreateDatabaseList);
 }
 
+void SqliteSession::OpenTables() {
+  if (sqlite3_open_v2(":memory:", &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) !=
+      SQLITE_OK)
+    throw Failure("no database can be made in memory");
+  sqlite3_extended_result_codes(handle_, 1);
+  AddServerFunctions(handle_, directory_);
+  Run(CreateListOf(CurrentDatabase()));
+  if (!tables_->AddTo(handle_)) throw Failure(OpenFiles() + " cannot be read as tables");
+  sqlite3_set_authorizer(handle_, AuthorizeReading, nullptr);
+}
+
+void SqliteSession::Meet(const std::string& table) {
+  if (tables_) tables_->Meet(handle_, table);
+}
+
 std::string SqliteSession::Resolve(std::string_view sql) {
+  if (tables_)
+    for (const std::string& name : NamesIn(sql)) Meet(name);
   std::string text = ResolveNames(sql, [this](const TableName& name, int line) -> std::string {
     if (EqualsIgnoringCase(name.database, "master") &&
         EqualsIgnoringCase(name.table, kDatabaseList))
@@ -88,6 +137,9 @@ std::string SqliteSession::Schema(const std::string& database) {
   if (database.empty() || EqualsIgnoringCase(database, CurrentDatabase())) return "main";
   for (std::size_t i = 1; i < databases_.size(); ++i)
     if (EqualsIgnoringCase(database, databases_[i].name)) return databases_[i].name;
+  if (tables_)
+    throw Refusal("no such database: " + database + ": this connection reads the file " +
+                  OpenFiles() + " alone");
   try {
     Attach(RequireEmbeddedDatabase(directory_, database));
   } catch (const PlatformError& error) {
@@ -123,7 +175,10 @@ PlatformError SqliteSession::Failure(const std::string& place) {
   const int primaryCode = code & 0xFF;
   std::string text = sqlite3_errmsg(handle_);
   if (primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED) text = LockedText(code);
-  if (IsAboutTheFile(primaryCode)) text += "; open: " + OpenFiles();
+  if (primaryCode == SQLITE_AUTH || (tables_ && primaryCode == SQLITE_READONLY))
+    text = ReadOnlyText();
+  else if (IsAboutTheFile(primaryCode))
+    text += "; open: " + OpenFiles();
   return Keep(code, place.empty() ? text : place + ": " + text);
 }
 
@@ -146,6 +201,10 @@ std::string SqliteSession::LockedText(int code) const {
            words;
   return "the database " + OpenFiles() + " is held by another process or connection; waited " +
          Seconds(waited_) + " for it; try again when that one has finished" + words;
+}
+
+std::string SqliteSession::ReadOnlyText() const {
+  return OpenFiles() + " can only be read; copy its rows into a table of a server to change them";
 }
 
 /// SQLite does not say which of its files an error is about, so that all are named.

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,18 +10,24 @@
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/EmbeddedDirectory.h"
+#include "platform/linux/SessionTables.h"
 
 struct sqlite3;
 
 namespace torvik {
 
-/// One SQLite handle on an embedded server: a current database, the others attached when SQL names
-/// them. Cancel may be called from another thread, all else from one at a time.
+/// One SQLite handle: on an embedded server, with a current database and the others attached when
+/// SQL names them, or on a file that something else reads. Cancel may be called from another
+/// thread, all else from one at a time.
 class SqliteSession {
  public:
   /// Opens a database that exists; an empty name is master. Throws PlatformError, and makes no
   /// file, when the directory or the database is not there.
   SqliteSession(const std::string& directory, const std::string& database, int timeoutSeconds);
+
+  /// A database in memory, empty but for `tables`, which stands for `file`. What would change
+  /// anything is refused.
+  SqliteSession(const EmbeddedDatabase& file, std::unique_ptr<SessionTables> tables);
   ~SqliteSession();
   SqliteSession(const SqliteSession&) = delete;
   SqliteSession& operator=(const SqliteSession&) = delete;
@@ -35,6 +42,9 @@ class SqliteSession {
   /// The schema that a database of the directory has here, attached if need be. An empty name is
   /// the current database.
   std::string Schema(const std::string& database);
+
+  /// Makes the table usable if it is one that is made when it is named.
+  void Meet(const std::string& table);
 
   /// Runs SQLite's own SQL, without rows.
   void Run(const std::string& sql);
@@ -54,16 +64,19 @@ class SqliteSession {
   void Cancel();
 
  private:
-  void Open();
+  void OpenServer();
+  void OpenTables();
   void Attach(const EmbeddedDatabase& database);
   void RefreshSchema();
   std::string LockedText(int code) const;
+  std::string ReadOnlyText() const;
   std::string OpenFiles() const;
   PlatformError Keep(long number, const std::string& description);
   static int OnBusy(void* session, int attempt);
   bool WaitForLock(int attempt);
 
-  std::string directory_;
+  std::string directory_;                    ///< Empty when the session stands for a file.
+  std::unique_ptr<SessionTables> tables_;    ///< Those of that file.
   std::vector<EmbeddedDatabase> databases_;  ///< The current one, then the attached ones.
   std::chrono::milliseconds timeout_;
   sqlite3* handle_ = nullptr;

@@ -2,8 +2,9 @@
 
 #include <functional>
 
-#include "EmbeddedFixture.h"
 #include "fakes/FakeAdo.h"
+#include "platform/EmbeddedFixture.h"
+#include "servers/PostgreSqlServer.h"
 
 namespace torvik {
 namespace {
@@ -12,7 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr const char* kAllLinks = "SELECT name, kind FROM link ORDER BY name";
-constexpr const char* kNoLinks = "SELECT name, kind FROM link WHERE 0";
+constexpr const char* kNoLinks = "SELECT name, kind FROM link WHERE name = ''";
 
 /// A connection to a database with the table link(name, kind) and the rows (a, 1) and (b, NULL).
 class AdoContract : public testing::TestWithParam<const char*> {
@@ -21,22 +22,32 @@ class AdoContract : public testing::TestWithParam<const char*> {
     fake_.state.rows[kAllLinks] = {{"name", "kind"}, {{"a", std::int64_t{1}}, {"b", ado::Null{}}}};
     fake_.state.rows[kNoLinks] = {{"name", "kind"}, {}};
     fake_.state.tables["link"] = {};
-    embedded_.Open()->Execute(
-        "CREATE TABLE link (name TEXT PRIMARY KEY, kind INT);"
-        "INSERT INTO link VALUES ('b', NULL), ('a', 1)");
-    connection_->SetProvider("SQLOLEDB");
-    connection_->SetProperty("Data Source", "(local)");
-    connection_->SetProperty("Initial Catalog", "dw");
+    connection_ = NewConnection(GetParam());
     connection_->Open();
+    if (GetParam() != std::string("Fake"))
+      connection_->Execute(
+          "CREATE TABLE link (name VARCHAR(20) PRIMARY KEY, kind INT);"
+          "INSERT INTO link VALUES ('b', NULL), ('a', 1)");
+  }
+
+  std::unique_ptr<ado::Connection> NewConnection(const std::string& kind) {
+    if (kind == "PostgreSql") {
+      PostgreSqlServer::Instance().MakeDatabase("dw");
+      return PostgreSqlServer::Instance().NewConnection("dw");
+    }
+    auto connection = (kind == "Fake" ? fake_ : embedded_.Databases()).NewConnection();
+    connection->SetProvider("SQLOLEDB");
+    connection->SetProperty("Data Source", "(local)");
+    connection->SetProperty("Initial Catalog", "dw");
+    return connection;
   }
 
   FakeAdo fake_;
   EmbeddedFixture embedded_;
-  std::unique_ptr<ado::Connection> connection_ =
-      (GetParam() == std::string("Fake") ? fake_ : embedded_.Databases()).NewConnection();
+  std::unique_ptr<ado::Connection> connection_;
 };
 
-INSTANTIATE_TEST_SUITE_P(, AdoContract, testing::Values("Fake", "Sqlite"),
+INSTANTIATE_TEST_SUITE_P(, AdoContract, testing::Values("Fake", "Sqlite", "PostgreSql"),
                          [](const auto& tested) { return std::string(tested.param); });
 
 TEST_P(AdoContract, EveryCursorWalksTheRowsToTheEnd) {

@@ -1,0 +1,211 @@
+#include "platform/linux/OdbcSession.h"
+
+#include <sql.h>
+#include <sqlext.h>
+
+#include <utility>
+
+#include "platform/linux/OdbcErrors.h"
+#include "platform/linux/OdbcStatement.h"
+#include "platform/linux/Utf16.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kSource = "ODBC";
+
+SQLPOINTER Pointer(std::uintptr_t value) {
+  return reinterpret_cast<SQLPOINTER>(value);
+}
+
+/// What to do about an error of the driver manager, which found no driver.
+std::string Advice(const std::vector<ado::ProviderError>& errors, const OdbcPlace& place) {
+  const std::string texts = InOneLine(errors);
+  if (texts.find("IM002") == std::string::npos && texts.find("IM003") == std::string::npos &&
+      texts.find("Can't open lib") == std::string::npos)
+    return "";
+  const char* package = "";
+  if (FamilyOf(place.driver) == OdbcFamily::FreeTds) package = " (Debian package tdsodbc)";
+  if (FamilyOf(place.driver) == OdbcFamily::PostgreSql)
+    package = " (Debian package odbc-postgresql)";
+  return "install the ODBC driver \"" + place.driver + "\"" + package +
+         "; odbcinst -q -d lists the drivers that are there";
+}
+
+}  // namespace
+
+OdbcSession::OdbcSession(const OdbcLogon& logon, int timeoutSeconds,
+                         std::vector<ado::ProviderError>& errors) {
+  try {
+    Connect(logon, timeoutSeconds);
+  } catch (...) {
+    errors = errors_;
+    Close();
+    throw;
+  }
+}
+
+OdbcSession::~OdbcSession() {
+  Close();
+}
+
+void OdbcSession::Close() {
+  if (isConnected_) {
+    // What was not committed must not be: a driver may refuse to disconnect within a transaction.
+    SQLEndTran(SQL_HANDLE_DBC, connection_, SQL_ROLLBACK);
+    SQLDisconnect(connection_);
+  }
+  if (connection_ != nullptr) SQLFreeHandle(SQL_HANDLE_DBC, connection_);
+  if (environment_ != nullptr) SQLFreeHandle(SQL_HANDLE_ENV, environment_);
+}
+
+void OdbcSession::Connect(const OdbcLogon& logon, int timeoutSeconds) {
+  if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment_)))
+    throw Refusal("the ODBC driver manager cannot be started: no memory");
+  SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION, Pointer(SQL_OV_ODBC3), 0);
+  if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_DBC, environment_, &connection_)))
+    throw Failure(SQL_HANDLE_ENV, environment_);
+  SQLSetConnectAttr(connection_, SQL_ATTR_LOGIN_TIMEOUT,
+                    Pointer(static_cast<std::uintptr_t>(std::max(timeoutSeconds, 1))), 0);
+  std::u16string text = ToUtf16(ConnectionText(logon));
+  if (!SQL_SUCCEEDED(SQLDriverConnectW(
+          connection_, nullptr, reinterpret_cast<SQLWCHAR*>(text.data()),
+          static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT))) {
+    auto errors = OdbcErrors(SQL_HANDLE_DBC, connection_);
+    const std::string advice = Advice(errors, logon.place);
+    if (!advice.empty()) errors.push_back({0, advice});
+    errors.push_back({0, "asked for: " + ShownConnectionText(logon)});
+    throw Keep(std::move(errors), "");
+  }
+  isConnected_ = true;
+  dialect_ =
+      std::make_unique<OdbcDialect>(Info(SQL_DBMS_NAME), logon.database, Info(SQL_DATABASE_NAME));
+  SQLUSMALLINT activities = 0;
+  SQLGetInfoW(connection_, SQL_MAX_CONCURRENT_ACTIVITIES, &activities, sizeof activities, nullptr);
+  carriesOneStatement_ = activities == 1 || dialect_->Server() == OdbcServer::SqlServer;
+  if (const std::string sql = dialect_->SessionSql(); !sql.empty()) Run(sql);
+}
+
+std::string OdbcSession::Info(unsigned short what) const {
+  std::u16string text(512, u'\0');
+  SQLSMALLINT bytes = 0;
+  const auto size = static_cast<SQLSMALLINT>(text.size() * sizeof(char16_t));
+  if (!SQL_SUCCEEDED(SQLGetInfoW(connection_, what, text.data(), size, &bytes))) return "";
+  text.resize(std::min<std::size_t>(static_cast<std::size_t>(bytes) / sizeof(char16_t), 511));
+  return FromUtf16(text);
+}
+
+bool OdbcSession::IsAlive() const {
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  const SQLRETURN code =
+      SQLGetConnectAttrW(connection_, SQL_ATTR_CONNECTION_DEAD, &dead, sizeof dead, nullptr);
+  return !SQL_SUCCEEDED(code) || dead != SQL_CD_TRUE;
+}
+
+PlatformError OdbcSession::Failure(short handleType, void* handle, const std::string& place) {
+  auto errors = OdbcErrors(handleType, handle);
+  // A driver may clear its errors when it is told to cancel.
+  if (errors.empty() && cancelled_) errors = {{0, "the statement was cancelled"}};
+  return Keep(std::move(errors), place);
+}
+
+PlatformError OdbcSession::Refusal(const std::string& reason) {
+  return Keep({{0, reason}}, "");
+}
+
+PlatformError OdbcSession::Keep(std::vector<ado::ProviderError> errors, const std::string& place) {
+  errors_ = std::move(errors);
+  if (!place.empty() && !errors_.empty()) errors_[0].description.insert(0, place + ": ");
+  return PlatformError(errors_.empty() ? 0 : errors_[0].number, InOneLine(errors_), kSource);
+}
+
+void OdbcSession::BeginStatement() {
+  errors_.clear();
+  if (carriesOneStatement_ && pendingRows_ != nullptr)
+    std::exchange(pendingRows_, nullptr)->ReadToEnd();
+}
+
+void OdbcSession::ForgetPendingRows(const PendingRows* rows) {
+  if (pendingRows_ == rows) pendingRows_ = nullptr;
+}
+
+void OdbcSession::Run(const std::string& sql) {
+  OdbcStatement(*this).Execute(sql);
+}
+
+void OdbcSession::SetAutocommit(bool on) {
+  const SQLRETURN code =
+      SQLSetConnectAttrW(connection_, SQL_ATTR_AUTOCOMMIT,
+                         Pointer(on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF), SQL_IS_UINTEGER);
+  if (!SQL_SUCCEEDED(code)) throw Failure(SQL_HANDLE_DBC, connection_);
+}
+
+void OdbcSession::BeginTrans() {
+  if (inTransaction_) throw Refusal("a transaction is open already");
+  BeginStatement();
+  if (const std::string sql = dialect_->BeginSql(); !sql.empty()) {
+    Run(sql);
+  } else {
+    SetAutocommit(false);
+  }
+  inTransaction_ = true;
+  points_.clear();
+}
+
+void OdbcSession::EndTrans(bool commit) {
+  if (!inTransaction_) throw Refusal("no transaction is open");
+  BeginStatement();
+  if (!commit) inTransaction_ = false;
+  if (const std::string sql = dialect_->EndSql(commit); !sql.empty()) {
+    Run(sql);
+  } else {
+    if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, connection_, commit ? SQL_COMMIT : SQL_ROLLBACK)))
+      throw Failure(SQL_HANDLE_DBC, connection_);
+    SetAutocommit(true);
+  }
+  inTransaction_ = false;
+}
+
+void OdbcSession::SetPoint(const std::string& point) {
+  if (!inTransaction_) throw Refusal("a savepoint needs a transaction, and none is open");
+  const std::string release = dialect_->ReleasePointSql(point);
+  if (points_.count(point) > 0 && !release.empty()) Run(release);
+  Run(dialect_->SetPointSql(point));
+  points_.insert(point);
+}
+
+void OdbcSession::RollbackToPoint(const std::string& point) {
+  Run(dialect_->RollbackToPointSql(point));
+}
+
+OdbcSession::Running::Running(OdbcSession& session, void* statement) : session_(session) {
+  const std::lock_guard guard(session_.runningGuard_);
+  session_.running_ = statement;
+  session_.cancelled_ = false;
+}
+
+OdbcSession::Running::~Running() {
+  const std::lock_guard guard(session_.runningGuard_);
+  session_.running_ = nullptr;
+}
+
+void OdbcSession::Cancel() {
+  const std::lock_guard guard(runningGuard_);
+  if (running_ == nullptr) return;
+  cancelled_ = true;
+  SQLCancel(running_);
+}
+
+const std::string& OdbcSession::DefaultSchema() {
+  if (std::exchange(knowsDefaultSchema_, true)) return defaultSchema_;
+  const std::string sql = dialect_->SchemaQuery();
+  if (sql.empty()) return defaultSchema_;
+  OdbcStatement query(*this);
+  query.Execute(sql);
+  if (query.Step())
+    if (const ado::Value value = query.Column(0); std::holds_alternative<std::string>(value))
+      defaultSchema_ = std::get<std::string>(value);
+  return defaultSchema_;
+}
+
+}  // namespace torvik

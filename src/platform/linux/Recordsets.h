@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/Ado.h"
+#include "platform/linux/QueryRows.h"
+#include "platform/linux/RefuseBy.h"
+#include "platform/linux/RowUpdate.h"
+
+namespace torvik {
+
+/// The rows of a query as a cursor of the given kind: on the server a row is read when it is moved
+/// to; on the client all are read at once and, with a lock, changed by way of `target`, which may
+/// be null otherwise.
+std::unique_ptr<ado::Recordset> NewRecordset(std::unique_ptr<QueryRows> query,
+                                             const ado::CursorOptions& options, RefuseBy refuse,
+                                             std::unique_ptr<RowTarget> target);
+
+}  // namespace torvik

@@ -1,0 +1,135 @@
+// Whole runs of the built program with PostgreSQL as package server and warehouse.
+
+#include <gmock/gmock.h>
+
+#include "scenarios/ScenarioRun.h"
+#include "servers/PostgreSqlServer.h"
+
+namespace torvik {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// Texts that must stand in `whole` in this order.
+void ExpectInOrder(const std::string& whole, const std::vector<std::string>& parts) {
+  std::size_t from = 0;
+  for (const std::string& part : parts) {
+    const std::size_t found = whole.find(part, from);
+    ASSERT_NE(found, std::string::npos) << "missing: " << part << "\nin:\n" << whole;
+    from = found + part.size();
+  }
+}
+
+TEST(PostgreSqlRun, TheExampleGivesTheSameFigures) {
+  Sandbox sandbox(PostgreSqlServer::Instance().Section("(local)"));
+  RunScenario(std::string(TORVIK_SOURCE_DIR) + "/tests/scenarios/air-safety.scenario", sandbox);
+}
+
+class FaultyRun : public testing::Test {
+ protected:
+  FaultyRun() {
+    server_.MakeDatabase("FaultyDW");
+    const auto made = sandbox_.Run({"torvik-admin", "server", "init", "--warehouse", "FaultyDW"});
+    EXPECT_EQ(made.exitCode, 0) << made.err;
+  }
+
+  /// The log of an unattended run of `job`; `status` is the word that it leaves.
+  std::string Run(const std::string& job, std::string& status) {
+    sandbox_.WriteFile("err.txt", "");
+    sandbox_.WriteFile("job.etl", job);
+    sandbox_.Run({"torvik", "-configfile", "job.etl", "-statusfile", "status"});
+    status = WithoutCr(sandbox_.ReadFile("status"));
+    return WithoutCr(sandbox_.ReadFile("err.txt"));
+  }
+
+  static std::string Job(const std::string& package, const std::string& packageServer,
+                         const std::string& warehouse) {
+    return "[Package Info]\nPackage=" + package +
+           "\nLogFile=S:\\err.txt\nLogFileDir=S:\\logs\\\n[DTS Server Info]\n" + packageServer +
+           "\n[Datawarehouse Server Info]\n" + warehouse + "\n";
+  }
+
+  PostgreSqlServer& server_ = PostgreSqlServer::Instance();
+  Sandbox sandbox_{server_.Section("(local)") + server_.Section("strict")};
+};
+
+TEST_F(FaultyRun, EndsWithTheDriversWordsAndTheRightStatusWord) {
+  sandbox_.PutPackage("Sales_LoadDW", R"toml([[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
+[[steps]]
+name = "look"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "SELECT * FROM no_such_table"
+)toml");
+  sandbox_.PutPackage("Killed_LoadDW", R"toml([[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
+[[steps]]
+name = "lose the connection"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "SELECT pg_terminate_backend(pg_backend_pid())"
+[[steps]]
+name = "go on"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "SELECT 1"
+after = [ { step = "lose the connection", on = "success" } ]
+)toml");
+  const std::string good = "DTSServer=(local)\nDTSNTAut=TRUE";
+  const std::string goodWarehouse = "DWServer=(local)\nDWNTAut=TRUE\nDWDB=FaultyDW";
+  const struct {
+    const char* what;
+    std::string job, status;
+    std::vector<std::string> log;
+  } cases[] = {
+      {"unknown package",
+       Job("Absent_LoadDW", good, goodWarehouse),
+       "failure\n",
+       {"Loading DTS Package : Absent_LoadDW", "Error: DTS Package loading error"}},
+      {"package server down",
+       Job("Sales_LoadDW", "DTSServer=127.0.0.1,1\nDTSNTAut=TRUE", goodWarehouse),
+       "failure\n",
+       {"Error: DTS Package loading error"}},
+      {"refused logon",
+       Job("Sales_LoadDW", good,
+           "DWServer=strict\nDWNTAut=FALSE\nDWUser=nobody\nDWPwd=AbCdEfGh\nDWDB=FaultyDW"),
+       "running\n",
+       {"Loaded DTS Package : Sales_LoadDW", "Error while connecting to : strict",
+        "authentication failed for user \"nobody\" (SQLSTATE ", "asked for: DRIVER=PostgreSQL",
+        "UID=nobody"}},
+      {"unknown database",
+       Job("Sales_LoadDW", good, "DWServer=(local)\nDWNTAut=TRUE\nDWDB=Nope"),
+       "running\n",
+       {"Error while connecting to : (local)", "database \"Nope\" does not exist (SQLSTATE "}},
+      {"no link table",
+       Job("Sales_LoadDW", good, "DWServer=(local)\nDWNTAut=TRUE\nDWDB=postgres"),
+       "failure\n",
+       {"Loaded DTS Package", "relation \"dwm_data_link\" does not exist"}},
+      {"missing table",
+       Job("Sales_LoadDW", good, goodWarehouse),
+       "failure\n",
+       {"Executing DTS Package : Sales_LoadDW", "relation \"no_such_table\" does not exist",
+        "(SQLSTATE 42P01)", "Error: DTS Package Execute error", "look in 'Sales_LoadDW' failed."}},
+      {"dead connection",
+       Job("Killed_LoadDW", good, goodWarehouse),
+       "failure\n",
+       {"Step \"lose the connection\" failed", "(SQLSTATE ", "Error: DTS Package Execute error",
+        "lose the connection in 'Killed_LoadDW' failed."}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::string status;
+    const std::string log = Run(c.job, status);
+    EXPECT_EQ(c.status, status) << log;
+    ExpectInOrder(log, c.log);
+    EXPECT_THAT(log, Not(HasSubstr(server_.Password())));
+  }
+}
+
+}  // namespace
+}  // namespace torvik

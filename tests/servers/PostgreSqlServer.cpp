@@ -1,0 +1,84 @@
+#include "servers/PostgreSqlServer.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "platform/linux/AdoServers.h"
+
+namespace torvik {
+namespace {
+
+/// What a command writes; throws when it fails.
+std::string OutputOf(const std::string& command) {
+  std::FILE* pipe = popen(command.c_str(), "r");
+  std::string text;
+  for (int c; (c = std::fgetc(pipe)) != EOF;) text += static_cast<char>(c);
+  if (pclose(pipe) != 0) throw std::runtime_error(command + " failed");
+  return text;
+}
+
+const std::string kScript = std::string(TORVIK_SOURCE_DIR) + "/scripts/private-postgresql ";
+
+}  // namespace
+
+PostgreSqlServer& PostgreSqlServer::Instance() {
+  static PostgreSqlServer server;
+  return server;
+}
+
+PostgreSqlServer::PostgreSqlServer() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "torvik-pg-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
+  directory_ = pattern;
+  chmod(directory_.c_str(), 0755);  // the server may run as another user
+  port_ = std::stoi(OutputOf(kScript + "start " + directory_ + " -c fsync=off"));
+  std::getline(std::ifstream(directory_ + "/password"), password_);
+  std::ofstream(PasswordFile()) << "127.0.0.1:*:*:torvik:" << password_ << "\n";
+  chmod(PasswordFile().c_str(), 0600);
+  setenv("PGPASSFILE", PasswordFile().c_str(), 1);
+}
+
+PostgreSqlServer::~PostgreSqlServer() {
+  OutputOf(kScript + "stop " + directory_);
+  std::error_code ignored;
+  std::filesystem::remove_all(directory_, ignored);
+}
+
+Settings PostgreSqlServer::AsServer(const std::string& server) const {
+  Settings settings;
+  settings.servers[server] = {
+      "odbc",
+      "",
+      {{"driver", "PostgreSQL Unicode"}, {"host", "127.0.0.1"}, {"port", std::to_string(port_)}}};
+  return settings;
+}
+
+std::string PostgreSqlServer::Section(const std::string& server) const {
+  return "[server " + server + "]\nbackend = odbc\ndriver = PostgreSQL Unicode\n" +
+         "host = 127.0.0.1\nport = " + std::to_string(port_) + "\nuid = torvik\n";
+}
+
+std::unique_ptr<ado::Connection> PostgreSqlServer::NewConnection(
+    const std::string& database) const {
+  auto connection = NewAdoProvider(AsServer("pg"))->NewConnection();
+  connection->SetProvider("SQLOLEDB");
+  connection->SetConnectionTimeout(20);
+  connection->SetProperty("Data Source", "pg");
+  connection->SetProperty("User ID", "torvik");
+  connection->SetProperty("Password", password_);
+  if (!database.empty()) connection->SetProperty("Initial Catalog", database);
+  return connection;
+}
+
+void PostgreSqlServer::MakeDatabase(const std::string& name) const {
+  const auto connection = NewConnection();
+  connection->Open();
+  connection->Execute("DROP DATABASE IF EXISTS \"" + name + "\" WITH (FORCE)");
+  connection->Execute("CREATE DATABASE \"" + name + "\"");
+}
+
+}  // namespace torvik
