@@ -10,7 +10,7 @@ namespace torvik {
 namespace {
 
 std::string SectionOf(const cDataSource& link) {
-  return "Data Source::" + link.strName;
+  return kDataLinkSection + link.strName;
 }
 
 }  // namespace
@@ -50,10 +50,10 @@ void DataLinks::WriteSection(const std::string& file, const cDataSource& link) {
 
 void DataLinks::ReadDataLinkSections(const std::string& file) {
   if (!links_) return;
-  for (const auto& link : *links_) ReadSection(file, *link);
+  for (const auto& link : *links_) ReadDataLinkSection(file, *link);
 }
 
-void DataLinks::ReadSection(const std::string& file, cDataSource& link) {
+void DataLinks::ReadDataLinkSection(const std::string& file, cDataSource& link) {
   const std::string section = SectionOf(link);
   const auto read = [&](const char* key, const char* fallback = "") {
     return ReadIniString(profile_, section, key, fallback, file);

@@ -14,6 +14,9 @@ class CodePage;
 class Messages;
 class Profile;
 
+/// A data link's section in a job file is called by this and the link's name.
+inline const std::string kDataLinkSection = "Data Source::";
+
 /// True when the connection knows a table of that name.
 bool TableExists(ado::Connection& connection, const std::string& table);
 
@@ -37,6 +40,9 @@ class DataLinks : public DataLinkSectionWriter {
   /// section has no name is left alone. Throws PlatformError when a number in a section is none.
   void ReadDataLinkSections(const std::string& file);
 
+  /// The same for one link, which need not be in the collection.
+  void ReadDataLinkSection(const std::string& file, cDataSource& link);
+
   /// Writes a section for each link, its passwords and connect string scrambled. Nothing is written
   /// when there is no collection.
   void WriteDataLinkSections(const std::string& file) override;
@@ -45,7 +51,6 @@ class DataLinks : public DataLinkSectionWriter {
   void SaveAllDataLinks(ado::Connection& dataWarehouse);
 
  private:
-  void ReadSection(const std::string& file, cDataSource& link);
   void WriteSection(const std::string& file, const cDataSource& link);
 
   Profile& profile_;

@@ -9,10 +9,11 @@ DataWarehouse::DataWarehouse(ado::Provider& databases) : databases_(databases) {
 
 DataWarehouse::~DataWarehouse() = default;
 
-bool DataWarehouse::ConnectDataWarehouse(const ServerLogon& logon, const std::string& database,
+bool DataWarehouse::ConnectDataWarehouse(const ServerLogon& logon,
+                                         const std::optional<std::string>& database,
                                          std::string& errorText, int timeoutSeconds) {
   if (HasBeenOpened()) connection_->Close();
-  connection_ = databases_.NewConnection();
+  if (!connection_) connection_ = databases_.NewConnection();
   connection_->SetConnectionTimeout(timeoutSeconds);
   connection_->SetProvider("sqloledb");
   connection_->SetProperty("Data Source", logon.server);
@@ -22,7 +23,7 @@ bool DataWarehouse::ConnectDataWarehouse(const ServerLogon& logon, const std::st
     connection_->SetProperty("User ID", logon.user);
     connection_->SetProperty("Password", logon.password);
   }
-  connection_->SetProperty("Initial Catalog", database);
+  if (database) connection_->SetProperty("Initial Catalog", *database);
   try {
     connection_->Open();
   } catch (const PlatformError&) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace torvik {
@@ -27,9 +28,10 @@ class DataWarehouse {
   explicit DataWarehouse(ado::Provider& databases);
   ~DataWarehouse();
 
-  /// Opens the connection, again when it was open. On failure false; `errorText` is then replaced
-  /// by the server's name and a line for each error of the provider.
-  bool ConnectDataWarehouse(const ServerLogon& logon, const std::string& database,
+  /// Opens the connection, again when it was open. Without a database the server chooses one. On
+  /// failure false; `errorText` is then replaced by the server's name and a line for each error of
+  /// the provider.
+  bool ConnectDataWarehouse(const ServerLogon& logon, const std::optional<std::string>& database,
                             std::string& errorText, int timeoutSeconds = kConnectionTimeoutSeconds);
 
   bool HasBeenOpened() const;

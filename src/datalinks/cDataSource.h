@@ -17,8 +17,14 @@ inline constexpr std::int16_t TransferNone = 0;
 inline constexpr std::int16_t TransferFtp = 1;
 inline constexpr std::int16_t TransferShare = 2;
 
-/// The kind of data link (etlType) whose directories get their separators when it is saved.
-inline constexpr std::int32_t EtlFlatFile = 3;
+/// Kinds of data link (etlType). Any other number is kept, and names nothing that can be opened.
+inline constexpr std::int32_t EtlSqlServer = 1;
+inline constexpr std::int32_t EtlFlatFile = 3;  ///< Saving it completes its directories.
+inline constexpr std::int32_t EtlExcel = 4;
+inline constexpr std::int32_t EtlAccess = 5;
+inline constexpr std::int32_t EtlOracle = 6;
+inline constexpr std::int32_t EtlOracleSchemas = 7;  ///< Oracle too, to list its schemas.
+inline constexpr std::int32_t EtlQuorServer = 8;     ///< Flat files that the maker's server leaves.
 
 /// One data link: where one input of a package comes from. Values are kept as they are set.
 class cDataSource {

@@ -71,6 +71,11 @@ std::vector<std::string> CheckTwelve(const PackageModel& package) {
   return problems.Lines();
 }
 
+bool IsRunnerVariable(std::string_view name) {
+  return std::any_of(std::begin(kTwelve), std::end(kTwelve),
+                     [&](const RunnerVariable& one) { return EqualsIgnoringCase(one.name, name); });
+}
+
 std::string NewPackageDocument(const std::string& name) {
   std::string text =
       "name = " + TomlString(name) +

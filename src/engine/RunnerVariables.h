@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/PackageModel.h"
@@ -10,6 +11,9 @@ namespace torvik::engine {
 /// Which of the twelve global variables that the runner sets are not declared, or not as the text
 /// or Boolean that they are: one line for each, "NAME, line L, column C: reason; what to do".
 std::vector<std::string> CheckTwelve(const PackageModel& package);
+
+/// True for the names of the twelve, letter case aside.
+bool IsRunnerVariable(std::string_view name);
 
 /// The text of a first document for a package of that name: the twelve variables, the warehouse and
 /// one step.

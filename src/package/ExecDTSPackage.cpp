@@ -1,10 +1,10 @@
 #include "package/ExecDTSPackage.h"
 
+#include "config/JobVariables.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/ETLPackages.h"
 #include "datalinks/cDataSources.h"
 #include "package/ErrLogging.h"
-#include "package/JobVariables.h"
 #include "platform/Dts.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"

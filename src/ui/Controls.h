@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "datalinks/DropDown.h"
+
 namespace torvik {
 
 /// A value that others can watch. Whoever watches is told after each change, in the order in which
@@ -50,10 +52,38 @@ struct OptionButton : Control {
   Observable<bool> Value;
 };
 
-/// A text with a list to choose it from.
-struct ComboBox : Control {
+/// A text with a list to choose it from. A text that is set, and is not that of the chosen entry,
+/// takes back the choice.
+struct ComboBox : Control, DropDown {
   Observable<std::string> Text;
   Observable<std::vector<std::string>> List;
+  Observable<int> ListIndex{-1};  ///< The chosen entry's position from 0, or -1. Set by Choose.
+
+  ComboBox() {
+    Text.Observe([this](const std::string& text) {
+      if (text != EntryAt(ListIndex.Get())) ListIndex.Set(-1);
+    });
+  }
+  ComboBox(const ComboBox&) = delete;
+  ComboBox& operator=(const ComboBox&) = delete;
+
+  const std::string& ShownText() const override { return Text.Get(); }
+  const std::vector<std::string>& Entries() const override { return List.Get(); }
+  int Chosen() const override { return ListIndex.Get(); }
+  void Choose(int position) override {
+    ListIndex.Set(position);
+    Text.Set(EntryAt(position));
+  }
+  void Refill(std::vector<std::string> entries, int position) override {
+    ListIndex.Set(-1);  // a position in the old list says nothing about the new one
+    List.Set(std::move(entries));
+    Choose(position);
+  }
+
+ private:
+  std::string EntryAt(int position) const {
+    return position < 0 ? "" : List.Get().at(static_cast<std::size_t>(position));
+  }
 };
 
 struct ListBox : Control {

@@ -23,10 +23,16 @@ TEST(DataWarehouse, SetsThePropertiesOneByOneAndOpens) {
 
   ado.state.calls.clear();
   EXPECT_TRUE(warehouse.ConnectDataWarehouse({"DWPROD", true, "sa", "pw"}, "DW", errorText));
-  EXPECT_THAT(ado.state.calls, ElementsAre("Close", "NewConnection", "SetConnectionTimeout 20",
+  EXPECT_THAT(ado.state.calls,
+              ElementsAre("Close", "SetConnectionTimeout 20", "SetProvider sqloledb",
+                          "SetProperty Data Source=DWPROD", "SetProperty Integrated Security=SSPI",
+                          "SetProperty Initial Catalog=DW", "Open"));
+
+  ado.state.calls.clear();
+  EXPECT_TRUE(warehouse.ConnectDataWarehouse({"DWPROD", true, "", ""}, std::nullopt, errorText, 5));
+  EXPECT_THAT(ado.state.calls, ElementsAre("Close", "SetConnectionTimeout 5",
                                            "SetProvider sqloledb", "SetProperty Data Source=DWPROD",
-                                           "SetProperty Integrated Security=SSPI",
-                                           "SetProperty Initial Catalog=DW", "Open"));
+                                           "SetProperty Integrated Security=SSPI", "Open"));
 }
 
 TEST(DataWarehouse, AFailureIsTheServerAndALineForEachError) {

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -20,6 +21,7 @@ namespace torvik {
 struct FakeRows {
   std::vector<std::string> fields;
   std::vector<std::vector<ado::Value>> rows;
+  std::optional<std::size_t> failAt = {};  ///< Moving on to this row fails.
 };
 
 /// What every connection of a FakeAdo shows, and what was done to them.
@@ -27,6 +29,8 @@ struct FakeAdoState {
   std::vector<std::string> calls;        ///< "NewConnection", "SetProperty NAME=VALUE", "Open", ...
   std::map<std::string, FakeRows> rows;  ///< By exact SQL text. Others fail.
   std::map<std::string, std::vector<ado::Column>> tables;   ///< Those that OpenSchema knows.
+  FakeRows schemata{{"SCHEMA_NAME"}, {}};                   ///< What it answers to that query.
+  std::set<std::string> refused;                            ///< Properties that cannot be set.
   std::optional<std::vector<ado::ProviderError>> failOpen;  ///< The next Open fails with these.
   std::vector<ado::ProviderError> errors;
 };
@@ -46,6 +50,7 @@ class FakeRecordset final : public ado::Recordset {
     if (Eof()) return;
     Update();
     ++position_;
+    if (source_.failAt == position_) FailFake(state_, {{0, "the server is gone"}});
   }
   int FieldCount() const override { return static_cast<int>(source_.fields.size()); }
   std::string FieldName(int position) const override { return source_.fields.at(position); }
@@ -93,6 +98,7 @@ class FakeConnection final : public ado::Connection {
   }
   void SetProperty(const std::string& name, const std::string& value) override {
     Note("SetProperty " + name + "=" + value);
+    if (state_.refused.contains(name)) FailFake(state_, {{0, "no property " + name}});
   }
   void Open() override {
     Note("Open");
@@ -119,8 +125,10 @@ class FakeConnection final : public ado::Connection {
   }
 
   /// A row without fields for a table that is known.
-  std::unique_ptr<ado::Recordset> OpenSchema(ado::SchemaQuery,
+  std::unique_ptr<ado::Recordset> OpenSchema(ado::SchemaQuery query,
                                              std::span<const std::string> restrictions) override {
+    if (query == ado::SchemaQuery::Schemata)
+      return std::make_unique<FakeRecordset>(state_, state_.schemata, false);
     schema_.rows.resize(state_.tables.count(restrictions[2]));
     return std::make_unique<FakeRecordset>(state_, schema_, false);
   }

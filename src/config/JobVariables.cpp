@@ -1,4 +1,4 @@
-#include "package/JobVariables.h"
+#include "config/JobVariables.h"
 
 #include <array>
 #include <charconv>
