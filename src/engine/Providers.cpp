@@ -13,6 +13,7 @@ constexpr PropertyRule kDatabaseProperties[] = {
     {"Integrated Security", PropertyKind::Text, false},
     {"Persist Security Info", PropertyKind::Boolean, false},
     {"Connect Timeout", PropertyKind::Whole, false},
+    {"Extended Properties", PropertyKind::Text, false},
 };
 
 constexpr PropertyRule kTextFileProperties[] = {
@@ -29,11 +30,17 @@ constexpr PropertyRule kTextFileProperties[] = {
 constexpr ProviderRule kProviders[] = {
     {"SQLOLEDB", kDatabaseProperties, false},
     {"SQLOLEDB.1", kDatabaseProperties, false},
+    {"SQLNCLI", kDatabaseProperties, false},
+    {"SQLNCLI10", kDatabaseProperties, false},
+    {"SQLNCLI11", kDatabaseProperties, false},
+    {"MSOLEDBSQL", kDatabaseProperties, false},
     {"MSDAORA", kDatabaseProperties, false},
     {"MSDAORA.1", kDatabaseProperties, false},
+    {"OraOLEDB.Oracle", kDatabaseProperties, false},
     {"MSDASQL", kDatabaseProperties, false},
     {"MSDASQL.1", kDatabaseProperties, false},
     {"Microsoft.Jet.OLEDB.4.0", kDatabaseProperties, false},
+    {"Microsoft.ACE.OLEDB.12.0", kDatabaseProperties, false},
     {"DTSFlatFile", kTextFileProperties, true},
 };
 

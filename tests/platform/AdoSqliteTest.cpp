@@ -134,15 +134,6 @@ TEST_F(AdoSqlite, ATransactionTakesInDatabasesThatItNamesLaterAndASavepointMoves
   EXPECT_NE("", ErrorOf([&] { dw_->RollbackToSavepoint(); }));
 }
 
-TEST_F(AdoSqlite, ClosingRollsBackEvenWhileARecordsetIsHeld) {
-  Do("CREATE TABLE t (a INT)");
-  dw_->BeginTrans();
-  Do("INSERT INTO t VALUES (1), (2)");
-  const auto rows = dw_->OpenRecordset("SELECT * FROM t", {});
-  dw_->Close();
-  EXPECT_EQ(1, server_.Open("dw", 0)->Execute("INSERT INTO t VALUES (3)"));
-}
-
 TEST_F(AdoSqlite, ASecondWriterWaitsOrSaysWhatItWaitedFor) {
   Do("CREATE TABLE t (a INT)");
   dw_->BeginTrans();
