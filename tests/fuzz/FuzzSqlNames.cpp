@@ -12,6 +12,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (std::count(sql.begin(), sql.end(), '\n') !=
       std::count(resolved.begin(), resolved.end(), '\n'))
     std::abort();
-  if (const auto name = torvik::SplitTableName(sql)) torvik::QuotedName(name->table);
+  for (const auto& name : {torvik::SplitTableName(sql), torvik::OneTableOf(sql)}) {
+    if (!name) continue;
+    const auto again = torvik::SplitTableName(torvik::QuotedName(name->table));
+    if (!again || again->table != name->table) std::abort();
+  }
   return 0;
 }

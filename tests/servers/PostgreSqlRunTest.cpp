@@ -21,9 +21,19 @@ void ExpectInOrder(const std::string& whole, const std::vector<std::string>& par
   }
 }
 
-TEST(PostgreSqlRun, TheExampleGivesTheSameFigures) {
-  Sandbox sandbox(PostgreSqlServer::Instance().Section("(local)"));
-  RunScenario(std::string(TORVIK_SOURCE_DIR) + "/tests/scenarios/air-safety.scenario", sandbox);
+TEST(PostgreSqlRun, TheExampleGivesTheSameFiguresAndACheckOfItChangesNothing) {
+  const PostgreSqlServer& server = PostgreSqlServer::Instance();
+  const std::string checkout = TORVIK_SOURCE_DIR;
+  Sandbox sandbox(server.Section("(local)"));
+  RunScenario(checkout + "/tests/scenarios/air-safety.scenario", sandbox);
+  const std::string before = server.Dump();
+  EXPECT_NE(before.find("LAGUARDIA NY"), std::string::npos);
+  for (const char* job : {"Init", "Transformations", "LoadDW", "Overall"}) {
+    const auto check = sandbox.Run({"torvik-admin", "job", "check",
+                                    checkout + "/examples/air-safety/AirSafety_" + job + ".etl"});
+    EXPECT_EQ(0, check.exitCode) << check.out << check.err;
+  }
+  EXPECT_TRUE(before == server.Dump());
 }
 
 class FaultyRun : public testing::Test {

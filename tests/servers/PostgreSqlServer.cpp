@@ -74,6 +74,12 @@ std::unique_ptr<ado::Connection> PostgreSqlServer::NewConnection(
   return connection;
 }
 
+std::string PostgreSqlServer::Dump() const {
+  // The lines left out hold a key that is new in each dump.
+  return OutputOf("pg_dumpall -h 127.0.0.1 -p " + std::to_string(port_) +
+                  " -U torvik | grep -v restrict");
+}
+
 void PostgreSqlServer::MakeDatabase(const std::string& name) const {
   const auto connection = NewConnection();
   connection->Open();

@@ -30,6 +30,9 @@ class PostgreSqlServer {
   /// A connection that has all it needs to open `database`; "" is the server's own.
   std::unique_ptr<ado::Connection> NewConnection(const std::string& database = "") const;
 
+  /// All that is on the server, as SQL.
+  std::string Dump() const;
+
   /// Makes an empty database of that name in place of an earlier one.
   void MakeDatabase(const std::string& name) const;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "platform/Text.h"
 #include "platform/linux/OdbcStatement.h"
@@ -73,18 +74,28 @@ enum ColumnsField : int {
   kOrdinalPosition = 16,
 };
 
-/// A serial column is a whole number with a default.
-std::string DeclaredType(const std::string& name) {
+/// A serial or identity column is a whole number with a default.
+std::string DeclaredType(std::string name) {
   if (name == "serial") return "int4";
   if (name == "bigserial") return "int8";
+  if (name.ends_with(" identity")) name.erase(name.find_first_of(" ("));
   return name;
+}
+
+/// SQL Server's catalogue calls its newer types texts, for the sake of older programs.
+ado::ColumnKind KindOfText(const std::string& type) {
+  if (type == "date") return ado::ColumnKind::Date;
+  const bool isMoment = type == "datetime2" || type == "datetimeoffset";
+  return isMoment ? ado::ColumnKind::DateTime : ado::ColumnKind::Text;
 }
 
 ado::Column ColumnOf(const QueryRows& row) {
   using enum ado::ColumnKind;
   ado::Column column{.name = TextAt(row, kColumnName), .declaredType = {}};
   column.nullable = NumberAt(row, kNullable) != SQL_NO_NULLS;
+  constexpr int kNoLimit = 0x3FFFFFFF;  // of a text of SQL Server, in characters
   const int size = NumberAt(row, kColumnSize);
+  const std::string type = DeclaredType(TextAt(row, kTypeName));
   std::string sizes;
   switch (NumberAt(row, kDataType)) {
     case SQL_TINYINT:
@@ -111,12 +122,14 @@ ado::Column ColumnOf(const QueryRows& row) {
     case SQL_VARCHAR:
     case SQL_WCHAR:
     case SQL_WVARCHAR:
+      column.kind = KindOfText(type);
+      if (column.kind != Text || size >= kNoLimit) break;
       column.size = std::max(size, 0);
       sizes = "(" + std::to_string(column.size) + ")";
       break;
     default: break;
   }
-  column.declaredType = DeclaredType(TextAt(row, kTypeName)) + sizes;
+  column.declaredType = type + sizes;
   return column;
 }
 
@@ -195,8 +208,10 @@ std::vector<Row> SchemaRows(OdbcSession& session) {
     };
     return SQLTablesW(handle, text(none), 0, text(all), 1, text(none), 0, text(none), 0);
   });
+  std::set<std::string> names;  // SQL Server's driver tells a schema once for every table in it
+  while (schemas.Step()) names.insert(TextAt(schemas, kTableSchema));
   std::vector<Row> rows;
-  while (schemas.Step()) rows.push_back({schemas.Column(kTableSchema)});
+  for (const std::string& name : names) rows.push_back({name});
   return rows;
 }
 

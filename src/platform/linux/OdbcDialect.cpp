@@ -22,6 +22,15 @@ std::string TypeName(const ado::Column& column) {
   return column.declaredType.substr(0, column.declaredType.find('('));
 }
 
+/// SQL Server turns a text into most types by itself, but not into these, nor a NULL that is sent
+/// as a text.
+std::string SqlServerMarker(const ado::Column& column) {
+  const std::string type = TypeName(column);
+  if (column.kind == ColumnKind::Binary) return "CAST(? AS varbinary(max))";
+  const bool isMoney = LowerAscii(type).find("money") != std::string::npos;
+  return isMoney ? "CAST(? AS " + type + ")" : "?";
+}
+
 /// What the server's own provider sets for a connection, so that old packages find what they are
 /// used to, whatever the login's or the database's defaults are.
 constexpr const char* kSqlServerSession =
@@ -80,12 +89,9 @@ bool OdbcDialect::IsCurrent(const std::string& database) const {
 }
 
 std::string OdbcDialect::Marker(const ado::Column& column) const {
-  const bool isMoney = column.kind == ColumnKind::Decimal &&
-                       LowerAscii(TypeName(column)).find("money") != std::string::npos;
-  // Neither server takes a text for these without being told to.
-  const bool needsCast = server_ == OdbcServer::PostgreSql
-                             ? column.kind != ColumnKind::Text || column.size == 0
-                             : server_ == OdbcServer::SqlServer && isMoney;
+  if (server_ == OdbcServer::SqlServer) return SqlServerMarker(column);
+  const bool needsCast =
+      server_ == OdbcServer::PostgreSql && (column.kind != ColumnKind::Text || column.size == 0);
   return needsCast ? "CAST(? AS " + TypeName(column) + ")" : "?";
 }
 

@@ -39,6 +39,9 @@ class OdbcDialect {
   std::string Marker(const ado::Column& column) const;
   std::string Sent(const ado::Column& column, std::string_view value) const;
 
+  /// True when the statements behind a query in one text run only as their results are read.
+  bool RunsAsItIsRead() const { return server_ == OdbcServer::SqlServer; }
+
   /// True when "=" may compare the column's values.
   bool CanCompare(const ado::Column& column) const;
 

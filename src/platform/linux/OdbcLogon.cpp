@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/PlatformError.h"
 #include "platform/Text.h"
 
 namespace torvik {
@@ -91,13 +92,21 @@ Keywords KeywordsOf(const OdbcLogon& logon) {
   return keywords;
 }
 
-/// Braces keep what would end the value; FreeTDS takes a doubled closing brace for two.
-std::string Braced(const std::string& value, bool doublesBraces) {
-  const bool isPlain = value.find_first_of(";{}") == std::string::npos && value.front() != ' ' &&
-                       value.back() != ' ';
+/// Braces keep what would end the value. Within them a closing brace is doubled, which not every
+/// version of FreeTDS takes for one: it gets braces only where there is no other way.
+std::string Written(const std::string& name, const std::string& value, OdbcFamily family) {
+  const bool isFreeTds = family == OdbcFamily::FreeTds;
+  const bool isPlain = isFreeTds ? !Contains(value, ";") && value.front() != '{'
+                                 : value.find_first_of(";{}") == std::string::npos &&
+                                       value.front() != ' ' && value.back() != ' ';
   if (isPlain) return value;
+  if (isFreeTds && Contains(value, "};"))
+    throw PlatformError(0,
+                        "the driver cannot be given the value of " + name +
+                            ": the characters \"};\" would end it; choose another value",
+                        "ODBC");
   std::string braced = "{";
-  for (const char c : value) braced += c == '}' && doublesBraces ? "}}" : std::string(1, c);
+  for (const char c : value) braced += c == '}' && !isFreeTds ? "}}" : std::string(1, c);
   return braced + "}";
 }
 
@@ -114,10 +123,10 @@ OdbcFamily FamilyOf(const std::string& driver) {
 }
 
 std::string ConnectionText(const OdbcLogon& logon) {
-  const bool doublesBraces = FamilyOf(logon.place.driver) != OdbcFamily::FreeTds;
+  const OdbcFamily family = FamilyOf(logon.place.driver);
   std::string text;
   for (const auto& [name, value] : KeywordsOf(logon))
-    text += name + "=" + Braced(value, doublesBraces) + ";";
+    text += name + "=" + Written(name, value, family) + ";";
   return text;
 }
 

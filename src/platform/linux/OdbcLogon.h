@@ -23,7 +23,8 @@ struct OdbcLogon {
   std::string password;
 };
 
-/// The connection text of the driver's own keywords.
+/// The connection text of the driver's own keywords. Throws PlatformError, which does not show it,
+/// for a value that the driver has no way to be given.
 std::string ConnectionText(const OdbcLogon& logon);
 
 /// The same without what no one may read: passwords are "***".

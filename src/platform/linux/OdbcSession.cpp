@@ -18,14 +18,30 @@ SQLPOINTER Pointer(std::uintptr_t value) {
   return reinterpret_cast<SQLPOINTER>(value);
 }
 
-/// What to do about an error of the driver manager, which found no driver.
-std::string Advice(const std::vector<ado::ProviderError>& errors, const OdbcPlace& place) {
+/// What to do when FreeTDS gives up by itself, as its first error says.
+std::string FreeTdsAdvice(long number, const OdbcLogon& logon) {
+  constexpr long kCannotReach = 20009, kNoNumber = 0;
+  const OdbcPlace& place = logon.place;
+  if (number == kCannotReach && place.port.empty() && place.host.find('\\') != std::string::npos)
+    return "the instance's port is asked of UDP port 1434 of its machine; if that is closed, add "
+           "port = NUMBER to the server's section of torvik.conf";
+  if (number == kNoNumber && logon.isTrusted)
+    return "a trusted logon needs a Kerberos ticket of this account (klist shows it); where the "
+           "domain knows the server by another name, add ServerSPN = NAME to the server's section "
+           "of torvik.conf";
+  return "";
+}
+
+/// What to do about a connection that could not be made.
+std::string Advice(const std::vector<ado::ProviderError>& errors, const OdbcLogon& logon) {
+  const OdbcPlace& place = logon.place;
   const std::string texts = InOneLine(errors);
+  const bool isFreeTds = FamilyOf(place.driver) == OdbcFamily::FreeTds;
   if (texts.find("IM002") == std::string::npos && texts.find("IM003") == std::string::npos &&
       texts.find("Can't open lib") == std::string::npos)
-    return "";
+    return isFreeTds && !errors.empty() ? FreeTdsAdvice(errors[0].number, logon) : "";
   const char* package = "";
-  if (FamilyOf(place.driver) == OdbcFamily::FreeTds) package = " (Debian package tdsodbc)";
+  if (isFreeTds) package = " (Debian package tdsodbc)";
   if (FamilyOf(place.driver) == OdbcFamily::PostgreSql)
     package = " (Debian package odbc-postgresql)";
   return "install the ODBC driver \"" + place.driver + "\"" + package +
@@ -72,7 +88,7 @@ void OdbcSession::Connect(const OdbcLogon& logon, int timeoutSeconds) {
           connection_, nullptr, reinterpret_cast<SQLWCHAR*>(text.data()),
           static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT))) {
     auto errors = OdbcErrors(SQL_HANDLE_DBC, connection_);
-    const std::string advice = Advice(errors, logon.place);
+    const std::string advice = Advice(errors, logon);
     if (!advice.empty()) errors.push_back({0, advice});
     errors.push_back({0, "asked for: " + ShownConnectionText(logon)});
     throw Keep(std::move(errors), "");
@@ -106,6 +122,7 @@ PlatformError OdbcSession::Failure(short handleType, void* handle, const std::st
   auto errors = OdbcErrors(handleType, handle);
   // A driver may clear its errors when it is told to cancel.
   if (errors.empty() && cancelled_) errors = {{0, "the statement was cancelled"}};
+  if (!IsAlive()) errors.push_back({0, "the connection to the server is lost; open it again"});
   return Keep(std::move(errors), place);
 }
 
@@ -202,7 +219,7 @@ const std::string& OdbcSession::DefaultSchema() {
   if (sql.empty()) return defaultSchema_;
   OdbcStatement query(*this);
   query.Execute(sql);
-  if (query.Step())
+  while (query.Step())
     if (const ado::Value value = query.Column(0); std::holds_alternative<std::string>(value))
       defaultSchema_ = std::get<std::string>(value);
   return defaultSchema_;

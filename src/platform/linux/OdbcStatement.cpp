@@ -55,52 +55,6 @@ std::string InCapitals(std::string text) {
   return text;
 }
 
-/// A parameter's value as it is bound; it must live until the statement has run.
-struct Bound {
-  SQLSMALLINT valueType = SQL_C_CHAR, type = SQL_VARCHAR;
-  SQLULEN size = 1;
-  std::int64_t whole = 0;
-  double real = 0;
-  std::u16string text;
-  std::string bytes;
-  SQLPOINTER data = nullptr;
-  SQLLEN length = SQL_NULL_DATA;
-};
-
-struct Binder {
-  Bound& bound;
-
-  void operator()(const ado::Null&) const { bound.data = &bound.whole; }
-  void operator()(std::int64_t number) const {
-    bound.whole = number;
-    Set(SQL_C_SBIGINT, SQL_BIGINT, 19, &bound.whole, 0);
-  }
-  void operator()(double number) const {
-    bound.real = number;
-    Set(SQL_C_DOUBLE, SQL_DOUBLE, 15, &bound.real, 0);
-  }
-  void operator()(const std::string& text) const {
-    constexpr std::size_t kLongestVarchar = 4000;  // of SQL Server, in UTF-16 units
-    bound.text = ToUtf16(text);
-    Set(SQL_C_WCHAR, bound.text.size() > kLongestVarchar ? SQL_WLONGVARCHAR : SQL_WVARCHAR,
-        bound.text.size(), bound.text.data(),
-        static_cast<SQLLEN>(bound.text.size() * sizeof(char16_t)));
-  }
-  void operator()(const ado::Blob& blob) const {
-    bound.bytes = blob.bytes;
-    Set(SQL_C_BINARY, SQL_LONGVARBINARY, bound.bytes.size(), bound.bytes.data(),
-        static_cast<SQLLEN>(bound.bytes.size()));
-  }
-
-  void Set(int valueType, int type, SQLULEN size, SQLPOINTER data, SQLLEN length) const {
-    bound.valueType = static_cast<SQLSMALLINT>(valueType);
-    bound.type = static_cast<SQLSMALLINT>(type);
-    bound.size = std::max<SQLULEN>(size, 1);
-    bound.data = data;
-    bound.length = length;
-  }
-};
-
 }  // namespace
 
 OdbcStatement::OdbcStatement(OdbcSession& session) : session_(session) {
@@ -159,20 +113,13 @@ void OdbcStatement::Prepare(const std::string& sql) {
                     static_cast<SQLINTEGER>(text.size())));
 }
 
-std::int64_t OdbcStatement::ExecutePrepared(const std::vector<ado::Value>& parameters) {
-  std::vector<Bound> bounds(parameters.size());
-  for (std::size_t i = 0; i < parameters.size(); ++i) {
-    Bound& bound = bounds[i];
-    std::visit(Binder{bound}, parameters[i]);
-    Check(SQLBindParameter(handle_, static_cast<SQLUSMALLINT>(i + 1), SQL_PARAM_INPUT,
-                           bound.valueType, bound.type, bound.size, 0, bound.data, 0,
-                           &bound.length));
-  }
+std::int64_t OdbcStatement::ExecutePrepared(const std::vector<ado::Value>& values) {
+  while (parameters_.size() < values.size()) parameters_.emplace_back();
+  for (std::size_t i = 0; i < values.size(); ++i)
+    Check(parameters_[i].Set(handle_, static_cast<std::uint16_t>(i + 1), values[i]));
   hasStarted_ = false;
   const OdbcSession::Running running(session_, handle_);
-  const std::int64_t rows = Results(SQLExecute(handle_));
-  SQLFreeStmt(handle_, SQL_RESET_PARAMS);
-  return rows;
+  return Results(SQLExecute(handle_));
 }
 
 void OdbcStatement::RunCatalogue(const std::function<short(void* statement)>& function) {
@@ -240,6 +187,7 @@ bool OdbcStatement::FetchRow(Values& row) {
   if (code == SQL_NO_DATA) {
     isAtEnd_ = true;
     session_.ForgetPendingRows(this);
+    if (session_.Dialect().RunsAsItIsRead()) RunRest();
     return false;
   }
   Check(code);
@@ -247,6 +195,11 @@ bool OdbcStatement::FetchRow(Values& row) {
   for (std::size_t i = 0; i < columns_.size(); ++i)
     row.push_back(Get(static_cast<std::uint16_t>(i + 1), columns_[i].fetch));
   return true;
+}
+
+/// The statements behind a query in the same text; to close the query would cancel them.
+void OdbcStatement::RunRest() {
+  for (SQLRETURN code; (code = SQLMoreResults(handle_)) != SQL_NO_DATA;) Check(code);
 }
 
 void OdbcStatement::ReadToEnd() {

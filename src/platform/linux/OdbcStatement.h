@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/Ado.h"
+#include "platform/linux/OdbcParameter.h"
 #include "platform/linux/OdbcSession.h"
 #include "platform/linux/QueryRows.h"
 
@@ -30,8 +31,8 @@ class OdbcStatement final : public QueryRows, private PendingRows {
 
   /// Compiles a text with a marker "?" for each parameter.
   void Prepare(const std::string& sql);
-  /// Runs what was prepared; answers the rows changed.
-  std::int64_t ExecutePrepared(const std::vector<ado::Value>& parameters);
+  /// Runs what was prepared with one value for each marker; answers the rows changed.
+  std::int64_t ExecutePrepared(const std::vector<ado::Value>& values);
 
   /// Runs a catalogue function of ODBC on this statement, given its handle; then its rows are here.
   void RunCatalogue(const std::function<short(void* statement)>& function);
@@ -54,6 +55,7 @@ class OdbcStatement final : public QueryRows, private PendingRows {
   std::int64_t Results(short code);
   void DescribeColumns();
   bool FetchRow(Values& row);
+  void RunRest();
   ado::Value Get(std::uint16_t column, Fetch fetch);
   template <class Plain>
   bool GetPlain(std::uint16_t column, short type, Plain& value);
@@ -62,6 +64,7 @@ class OdbcStatement final : public QueryRows, private PendingRows {
 
   OdbcSession& session_;
   void* handle_ = nullptr;
+  std::deque<OdbcParameter> parameters_;  ///< Of the prepared text; the driver points into them.
   std::vector<ColumnInfo> columns_;
   Values row_;
   std::deque<Values> readAhead_;

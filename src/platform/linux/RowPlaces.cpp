@@ -67,7 +67,9 @@ RowPlaces::RowPlaces(FileRows& rows, std::span<const int> columns) {
 std::span<const std::pair<std::uint64_t, std::int64_t>> RowPlaces::Find(
     std::span<const ado::Value> values) const {
   const auto hashOf = &std::pair<std::uint64_t, std::int64_t>::first;
-  return std::ranges::equal_range(places_, LooseHash(values), {}, hashOf);
+  const std::uint64_t hash = LooseHash(values);
+  return {std::ranges::lower_bound(places_, hash, {}, hashOf),
+          std::ranges::upper_bound(places_, hash, {}, hashOf)};
 }
 
 }  // namespace torvik

@@ -61,15 +61,16 @@ void CellGrid::Finish() {
     std::ranges::stable_sort(cells_, {}, PlaceOf);
     // Reversed, the last one of a place is the first one, which unique keeps.
     std::ranges::reverse(cells_);
-    const auto doubles = std::ranges::unique(cells_, {}, PlaceOf);
-    cells_.erase(doubles.begin(), doubles.end());
+    const auto isDouble = [](const Cell& a, const Cell& b) { return PlaceOf(a) == PlaceOf(b); };
+    cells_.erase(std::unique(cells_.begin(), cells_.end(), isDouble), cells_.end());
     std::ranges::reverse(cells_);
   }
   cells_.shrink_to_fit();
 }
 
 std::span<const Cell> CellGrid::Row(std::uint32_t row) const {
-  return std::ranges::equal_range(cells_, row, {}, &Cell::row);
+  return {std::ranges::lower_bound(cells_, row, {}, &Cell::row),
+          std::ranges::upper_bound(cells_, row, {}, &Cell::row)};
 }
 
 std::span<const Cell> CellGrid::Row(std::uint32_t row, const CellRange& range) const {
