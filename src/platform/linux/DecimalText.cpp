@@ -60,9 +60,10 @@ std::string DecimalText(std::string_view magnitude, bool negative, int scale) {
   std::string number(magnitude), digits;
   const auto isZero = [&] { return number.find_first_not_of('\0') == std::string::npos; };
   const bool hasValue = !isZero();
-  while (!isZero() || static_cast<int>(digits.size()) <= scale)
+  for (int position = 0; !isZero() || position <= scale; ++position) {
+    if (position == scale && scale > 0) digits += '.';
     digits += static_cast<char>('0' + TakeDigit(number));
-  if (scale > 0) digits.insert(static_cast<std::size_t>(scale), ".");
+  }
   if (negative && hasValue) digits += '-';
   std::ranges::reverse(digits);
   return digits;

@@ -27,6 +27,10 @@ std::optional<double> NumberIn(std::string_view text) {
   return number;
 }
 
+bool IsNull(const ado::Value& value) {
+  return std::holds_alternative<ado::Null>(value);
+}
+
 struct Hasher {
   std::uint64_t operator()(const ado::Null&) const { return 0; }
   std::uint64_t operator()(std::int64_t number) const {
@@ -58,8 +62,7 @@ RowPlaces::RowPlaces(FileRows& rows, std::span<const int> columns) {
     std::ranges::transform(columns, values.begin(),
                            [&](int column) { return rows.Column(column); });
     // NULL equals nothing.
-    if (std::ranges::find(values, ado::Value()) == values.end())
-      places_.emplace_back(LooseHash(values), rows.Place());
+    if (std::ranges::none_of(values, IsNull)) places_.emplace_back(LooseHash(values), rows.Place());
   }
   std::ranges::sort(places_);
 }
