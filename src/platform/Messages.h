@@ -5,7 +5,7 @@
 namespace torvik {
 
 /// The icons of a message box; the numbers are those of the Windows API's MessageBox.
-enum class BoxIcon : int { Critical = 0x10, Exclamation = 0x30, Information = 0x40 };
+enum class BoxIcon : int { None = 0, Critical = 0x10, Exclamation = 0x30, Information = 0x40 };
 
 /// What the user is told, and the events that wait for the user-interface thread.
 class Messages {

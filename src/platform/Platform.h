@@ -16,6 +16,10 @@ class Files;
 class Messages;
 class Processes;
 class Profile;
+class Shell;
+namespace wininet {
+class Client;
+}
 
 /// Everything outside the process that a run touches. Built in main.cpp, handed down, owned by no
 /// one else.
@@ -29,6 +33,8 @@ struct Platform {
   Messages& messages;
   Processes& processes;
   Profile& profile;
+  Shell& shell;
+  wininet::Client& internet;
 };
 
 }  // namespace torvik

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
@@ -16,12 +18,15 @@ namespace torvik {
 
 /// What exists once in a run of the program. Owned by main, handed down by reference.
 struct Program {
-  explicit Program(const Platform& theirs)
+  /// `newAnimateForm` makes the form of a transfer's progress dialog.
+  Program(const Platform& theirs, std::function<std::unique_ptr<AnimateForm>()> newAnimateForm)
       : platform(theirs),
         statusFile(theirs.files),
         log(theirs.files, theirs.messages),
         errLogging(theirs.files),
-        remoteData(log),
+        remoteData(log, theirs.clock,
+                   {theirs.internet, theirs.shell, theirs.files, theirs.messages,
+                    std::move(newAnimateForm)}),
         dataWarehouse(theirs.databases),
         dataLinks(theirs.profile, theirs.ansi, theirs.clock, theirs.messages) {}
 

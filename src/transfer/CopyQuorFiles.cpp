@@ -1,17 +1,104 @@
 #include "transfer/CopyQuorFiles.h"
 
+#include <chrono>
+#include <limits>
+
+#include "platform/Clock.h"
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
 #include "startup/ExecTask.h"
 
 namespace torvik {
+namespace {
 
-bool CopyQuorFiles::PollForRemoteData(const std::string& remoteDir, const std::string& localDir,
-                                      std::int16_t, std::int16_t, const RemoteLogon& logon) {
-  const std::string from =
-      logon.server.empty() ? "the share " + remoteDir
-                           : "the directory " + remoteDir + " of the FTP server " + logon.server;
-  log_.EchoToLog("Error: this version cannot fetch remote data from " + from +
-                 "; put the files into " + localDir +
-                 " by other means and set the data link's transfer_data to 0");
+/// The runtime's number for a result that its type cannot hold.
+constexpr long kOverflow = 6;
+
+std::int16_t Product(std::int16_t interval, std::int16_t attempts) {
+  const std::int32_t product = std::int32_t{interval} * attempts;
+  using Limits = std::numeric_limits<std::int16_t>;
+  if (product < Limits::min() || product > Limits::max())
+    throw PlatformError(kOverflow,
+                        "overflow: a poll interval of " + std::to_string(interval) +
+                            " minutes times " + std::to_string(attempts) +
+                            " attempts; shorten the data link's poll duration",
+                        "remote data");
+  return static_cast<std::int16_t>(product);
+}
+
+}  // namespace
+
+/// Where the data is; reading the status completes the directory's separator.
+struct CopyQuorFiles::Remote {
+  std::string directory;
+  const RemoteLogon& logon;
+
+  bool IsFtp() const { return !logon.server.empty(); }
+};
+
+CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, const TransferServices& services)
+    : log_(log),
+      clock_(clock),
+      messages_(services.messages),
+      ftp_(log, services),
+      share_(log, services) {}
+
+bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& localDir,
+                                      std::int16_t pollInterval, std::int16_t pollDuration,
+                                      const RemoteLogon& logon) {
+  Remote remote{std::move(remoteDir), logon};
+  pollCancelRequested_ = false;
+  log_.EchoToLog("Polling for Remote Data ...");
+  if (PollUntilReady(remote, pollInterval, pollDuration) != RemoteStatus::Ready) return false;
+  return remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
+}
+
+RemoteStatus CopyQuorFiles::PollUntilReady(Remote& remote, std::int16_t pollInterval,
+                                           std::int16_t pollDuration) {
+  std::int16_t attempts = 0;
+  while (Product(pollInterval, attempts) < pollDuration) {
+    ++attempts;
+    const RemoteStatus status = ReadStatus(remote);
+    if (pollCancelRequested_) return RemoteStatus::GiveUp;
+    if (status != RemoteStatus::KeepPolling) return status;
+    WaitMinutes(pollInterval);
+  }
+  // The number of attempts is compared, not the time: a longer interval ends without a word.
+  if (attempts == pollDuration) log_.EchoToLog("Polling for Remote Data Timed out ...");
+  return RemoteStatus::GiveUp;
+}
+
+RemoteStatus CopyQuorFiles::ReadStatus(Remote& remote) {
+  if (!remote.IsFtp()) return share_.ShareReadStatus(remote.directory);
+  return ftp_.FtpReadStatus(remote.logon.server, remote.directory, remote.logon.user,
+                            remote.logon.password);
+}
+
+void CopyQuorFiles::WaitMinutes(std::int32_t minutes) {
+  using std::chrono::milliseconds;
+  constexpr milliseconds kSlice{100};
+  for (milliseconds left = std::chrono::minutes(minutes); left > milliseconds::zero();
+       left -= kSlice) {
+    messages_.PumpEvents();
+    if (pollCancelRequested_) return;
+    clock_.Sleep(kSlice);
+  }
+}
+
+bool CopyQuorFiles::FetchByFtp(Remote& remote, const std::string& localDir) {
+  const auto& [server, user, password] = remote.logon;
+  ftp_.FtpWriteStatus(server, user, password, remote.directory, "idle");
+  log_.EchoToLog("Copying Remote Data via FTP");
+  if (ftp_.FtpGetDirectory(server, remote.directory, localDir, user, password)) return true;
+  ftp_.FtpWriteStatus(server, user, password, remote.directory, "ready");
+  return false;
+}
+
+bool CopyQuorFiles::FetchFromShare(Remote& remote, const std::string& localDir) {
+  share_.ShareWriteStatus(remote.directory, "idle");
+  log_.EchoToLog("Copying Remote Data from Share");
+  if (share_.ShareCopyFiles(remote.directory, localDir)) return true;
+  share_.ShareWriteStatus(remote.directory, "ready");
   return false;
 }
 

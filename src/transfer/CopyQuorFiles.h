@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <string>
 
+#include "transfer/CopyFuncModule.h"
+#include "transfer/FtpFuncModule.h"
+
 namespace torvik {
 
-class RunLog;
+class Clock;
 
 /// How to log on to an FTP server; an empty server stands for a share.
 struct RemoteLogon {
@@ -14,24 +17,38 @@ struct RemoteLogon {
   std::string password;
 };
 
-/// Fetches the remote data of a data link.
+/// Fetches the remote data of a data link, once its provider's status file says that it is
+/// complete.
 class CopyQuorFiles {
  public:
-  explicit CopyQuorFiles(RunLog& log) : log_(log) {}
+  CopyQuorFiles(RunLog& log, Clock& clock, const TransferServices& services);
 
-  /// Brings the files of `remoteDir` to `localDir`; interval and duration in minutes. False when
-  /// they did not come; the log says why. There is no FTP client and no access to shares yet, so a
-  /// link that asks for remote data fails its run instead of loading what an earlier one left.
-  bool PollForRemoteData(const std::string& remoteDir, const std::string& localDir,
+  /// Reads the status file of `remoteDir` every `pollInterval` minutes until it says "ready", at
+  /// most `pollDuration` minutes, then copies the directory's files to `localDir`. True when they
+  /// are all there; otherwise the log says why. Throws PlatformError when interval times attempts
+  /// leaves 16 bits.
+  bool PollForRemoteData(std::string remoteDir, const std::string& localDir,
                          std::int16_t pollInterval, std::int16_t pollDuration,
                          const RemoteLogon& logon);
 
-  /// Ends a wait for remote data.
+  /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
   bool IsCancelRequested() const { return pollCancelRequested_; }
 
  private:
+  struct Remote;
+
+  RemoteStatus PollUntilReady(Remote& remote, std::int16_t pollInterval, std::int16_t pollDuration);
+  RemoteStatus ReadStatus(Remote& remote);
+  void WaitMinutes(std::int32_t minutes);
+  bool FetchByFtp(Remote& remote, const std::string& localDir);
+  bool FetchFromShare(Remote& remote, const std::string& localDir);
+
   RunLog& log_;
+  Clock& clock_;
+  Messages& messages_;
+  FtpFuncModule ftp_;
+  CopyFuncModule share_;
   bool pollCancelRequested_ = false;
 };
 

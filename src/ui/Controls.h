@@ -94,6 +94,20 @@ struct CommandButton : Control {
   Observable<std::string> Caption;
 };
 
+struct Label : Control {
+  Observable<std::string> Caption;
+};
+
+/// From 0 to 100.
+struct ProgressBar : Control {
+  Observable<int> Value;
+};
+
+/// Who draws the form calls the form's handler each Interval milliseconds while it is enabled.
+struct Timer : Control {
+  Observable<int> Interval;
+};
+
 struct StatusBar : Control {
   Observable<std::string> Text;
 };

@@ -5,10 +5,14 @@
 #include "datalinks/DataWarehouse.h"
 #include "fakes/DataLinkRow.h"
 #include "fakes/FakeAdo.h"
+#include "fakes/FakeAnimateForm.h"
+#include "fakes/FakeClock.h"
 #include "fakes/FakeDts.h"
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
+#include "fakes/FakeShell.h"
+#include "fakes/FakeWinInet.h"
 #include "package/ErrLogging.h"
 #include "startup/ExecTask.h"
 #include "transfer/CopyQuorFiles.h"
@@ -35,10 +39,15 @@ struct JobTest : ::testing::Test {
   FakeAdo ado;
   FakeFiles files;
   FakeMessages messages;
+  FakeClock clock;
+  FakeShell shell;
+  FakeWinInet internet;
+  FakeAnimateForms animateForms;
   FakeLogForm form;
   DataWarehouse warehouse{ado};
   RunLog log{files, messages};
-  CopyQuorFiles remoteData{log};
+  CopyQuorFiles remoteData{
+      log, clock, {internet, shell, files, messages, [this] { return animateForms.New(); }}};
   ErrLogging errLogging{files};
   ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages}};
   NoEvents events;
@@ -185,6 +194,8 @@ TEST_F(JobTest, EveryRemoteLinkIsTriedAndOneThatFailsFailsTheStep) {
   const auto add = [&](std::int64_t transfer, const char* server) {
     links.rows.push_back(DataLinkRow("link", {{"transfer_data", transfer},
                                               {"ftp_server", std::string(server)},
+                                              {"poll_interval", std::int64_t{1}},
+                                              {"poll_duration", std::int64_t{1}},
                                               {"ftp_password", std::string("ftp password")}}));
   };
   EXPECT_TRUE(job.HandleRemoteData());
@@ -195,8 +206,8 @@ TEST_F(JobTest, EveryRemoteLinkIsTriedAndOneThatFailsFailsTheStep) {
   add(1, "ftp1");
   add(2, "not used");
   EXPECT_FALSE(job.HandleRemoteData());
-  EXPECT_THAT(files.Text("err.txt"), HasSubstr("FTP server ftp1"));
-  EXPECT_THAT(files.Text("err.txt"), HasSubstr("share"));
+  EXPECT_THAT(internet.calls, testing::Contains("Connect ftp1:21 "));
+  EXPECT_THAT(shell.calls, ElementsAre("Read status"));
   EXPECT_THAT(files.Text("err.txt"), Not(HasSubstr("ftp password")));
   EXPECT_EQ(job.LastError(), "");
 }

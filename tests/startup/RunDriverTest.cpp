@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "fakes/FakeAdo.h"
+#include "fakes/FakeAnimateForm.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakeConsole.h"
 #include "fakes/FakeDts.h"
@@ -10,6 +11,8 @@
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeProcesses.h"
 #include "fakes/FakeProfile.h"
+#include "fakes/FakeShell.h"
+#include "fakes/FakeWinInet.h"
 #include "platform/linux/IconvCodePages.h"
 #include "startup/Program.h"
 #include "startup/RunnerMain.h"
@@ -31,9 +34,13 @@ struct ProgramTest : ::testing::Test {
   FakeMessages messages;
   FakeProcesses processes;
   FakeProfile profile;
+  FakeShell shell;
+  FakeWinInet internet;
+  FakeAnimateForms animateForms;
   std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
-  Program program{
-      {ado, host, codePages->Ansi(), clock, console, files, messages, processes, profile}};
+  Program program{{ado, host, codePages->Ansi(), clock, console, files, messages, processes,
+                   profile, shell, internet},
+                  [this] { return animateForms.New(); }};
 
   ProgramTest() {
     ado.state.tables["dwm_data_link"] = {{.name = "model"}};

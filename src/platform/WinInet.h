@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The FTP client of the Windows Internet functions, as far as the system uses it. Functions and
+/// codes are those of the published interface. Texts are UTF-8; paths are the server's own
+/// spelling.
+namespace torvik::wininet {
+
+/// An open session, connection, file or listing; 0 is none. Closing a handle closes what was opened
+/// with it.
+using Handle = std::uint32_t;
+
+/// GetLastError after a call that failed.
+enum ErrorCode : std::uint32_t {
+  NoError = 0,
+  NoMoreFiles = 18,
+  Timeout = 12002,
+  ExtendedError = 12003,  ///< The server refused; its words are InternetGetLastResponseInfoA's.
+  NameNotResolved = 12007,
+  IncorrectPassword = 12014,
+  LoginFailure = 12015,
+  OperationCancelled = 12017,
+  IncorrectHandleType = 12018,
+  CannotConnect = 12029,
+  ConnectionAborted = 12030,
+  ConnectionReset = 12031,
+};
+
+enum class FileAccess : std::uint32_t { Read = 0x80000000, Write = 0x40000000 };
+
+inline constexpr std::uint32_t kDirectoryAttribute = 16;
+
+/// One entry of a listing.
+struct FindData {
+  std::string fileName;  ///< Without a directory.
+  std::uint32_t attributes = 0;
+};
+
+/// What fails answers 0 or false and leaves its reason in GetLastError.
+class Client {
+ public:
+  virtual ~Client() = default;
+
+  virtual Handle InternetOpenA(const std::string& agent) = 0;
+  /// Connects and logs on; an empty user is "anonymous".
+  virtual Handle InternetConnectA(Handle internet, const std::string& server, std::uint16_t port,
+                                  const std::string& user, const std::string& password) = 0;
+  virtual void InternetCloseHandle(Handle handle) = 0;
+
+  virtual bool FtpSetCurrentDirectoryA(Handle connection, const std::string& directory) = 0;
+
+  /// Opens a file of the server in ASCII mode. A file that is opened for writing replaces the one
+  /// that is there when its handle is closed.
+  virtual Handle FtpOpenFileA(Handle connection, const std::string& path, FileAccess access) = 0;
+  /// Reads at most `limit` bytes into `text`; none at the end of the file.
+  virtual bool InternetReadFile(Handle file, std::size_t limit, std::string& text) = 0;
+  virtual bool InternetWriteFile(Handle file, std::string_view bytes) = 0;
+
+  /// Downloads a file in ASCII mode in place of the local one, which stays as it is until all of
+  /// the new one has come.
+  virtual bool FtpGetFileA(Handle connection, const std::string& remotePath,
+                           const std::string& localPath) = 0;
+  virtual bool FtpDeleteFileA(Handle connection, const std::string& path) = 0;
+
+  /// Lists the current directory, in the server's order. NoMoreFiles when there is nothing in it.
+  virtual Handle FtpFindFirstFileA(Handle connection, FindData& found) = 0;
+  /// NoMoreFiles at the end.
+  virtual bool InternetFindNextFileA(Handle listing, FindData& found) = 0;
+
+  virtual std::uint32_t GetLastError() const = 0;
+  /// What the server said last.
+  virtual bool InternetGetLastResponseInfoA(std::string& text) const = 0;
+};
+
+}  // namespace torvik::wininet

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/CodePage.h"
+#include "platform/Shell.h"
+#include "platform/linux/PathMap.h"
+
+namespace torvik {
+
+/// The shell's work on directories; a share is the directory that the settings map for it.
+std::unique_ptr<Shell> NewPosixShell(const PathMap& paths, const CodePages& codePages);
+
+}  // namespace torvik

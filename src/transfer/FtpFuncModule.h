@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/WinInet.h"
+#include "transfer/StatusWord.h"
+#include "transfer/TransferServices.h"
+
+namespace torvik {
+
+class CopyAnimDlg;
+class RunLog;
+
+/// The text up to its first NUL character.
+std::string TrimAtNul(std::string_view text);
+
+/// The message for an error code of the client; for an extended error the server's last response.
+std::string InternetErrorText(const wininet::Client& internet, std::uint32_t code);
+
+/// Remote data on an FTP server. Each function opens and closes its own connection.
+class FtpFuncModule {
+ public:
+  FtpFuncModule(RunLog& log, const TransferServices& services) : log_(log), services_(services) {}
+
+  /// True when the user can read `fileName` in the directory, and make and delete a file there. The
+  /// first right that is missing is told in a message box.
+  bool FtpCheckRights(const std::string& server, const std::string& fileName,
+                      const std::string& remoteDir, const std::string& user,
+                      const std::string& password);
+
+  /// Downloads every file of the remote directory to `localDir`, which is made when it is missing;
+  /// "/" is added to `remoteDir`. False at the first file that does not come; the log says why, and
+  /// the files before it stay.
+  bool FtpGetDirectory(const std::string& server, std::string& remoteDir,
+                       const std::string& localDir, const std::string& user,
+                       const std::string& password);
+
+  /// Reads the status file in `remoteDir`, to which "/" is added. A missing file means to keep
+  /// polling; without a connection, or when it cannot be read, to give up.
+  RemoteStatus FtpReadStatus(const std::string& server, std::string& remoteDir,
+                             const std::string& user, const std::string& password);
+
+  /// Makes the word, and CR LF, the content of the status file in `remoteDir`, to which "/" is
+  /// added.
+  void FtpWriteStatus(const std::string& server, const std::string& user,
+                      const std::string& password, std::string& remoteDir, const std::string& word);
+
+ private:
+  class Session;
+
+  bool GetFiles(Session& session, const std::string& remoteDir, const std::string& localDir);
+  bool StopAndLog(CopyAnimDlg& dialog, Session& session);
+  bool LogFailure(Session& session, std::uint32_t code);
+  void Warn(const std::string& text);
+
+  RunLog& log_;
+  const TransferServices services_;
+};
+
+}  // namespace torvik

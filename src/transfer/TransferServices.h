@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace torvik {
+
+namespace wininet {
+class Client;
+}
+class AnimateForm;
+class Files;
+class Messages;
+class Shell;
+
+/// What the transfer of remote data uses outside the process.
+struct TransferServices {
+  wininet::Client& internet;
+  Shell& shell;
+  Files& files;
+  Messages& messages;
+  /// Makes the form of a progress dialog.
+  std::function<std::unique_ptr<AnimateForm>()> newAnimateForm;
+};
+
+}  // namespace torvik
