@@ -12,6 +12,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "startup/Program.h"
 #include "startup/RunnerMain.h"
+#include "ui/frmAnimate.h"
 #include "ui/frmRunnerMain.h"
 
 namespace {
@@ -57,9 +58,12 @@ void RunProgram(const std::string& argumentText) {
   const auto packages = engine::NewPackageHost({*linuxPlatform.databases, *linuxPlatform.files,
                                                 *linuxPlatform.codePages, *linuxPlatform.clock,
                                                 *linuxPlatform.processes, *linuxPlatform.eventLog});
-  Program program({*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(),
-                   *linuxPlatform.clock, *linuxPlatform.console, *linuxPlatform.files,
-                   *linuxPlatform.messages, *linuxPlatform.processes, *linuxPlatform.profile});
+  Program program(
+      {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
+       *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.messages,
+       *linuxPlatform.processes, *linuxPlatform.profile, *linuxPlatform.shell,
+       *linuxPlatform.internet},
+      [&linuxPlatform] { return std::make_unique<frmAnimate>(*linuxPlatform.messages); });
   running = &program;
   InstallCloseSignals();
   Main(program, argumentText, NewMainForm);

@@ -10,7 +10,8 @@
 namespace torvik::wininet {
 
 /// An open session, connection, file or listing; 0 is none. Closing a handle closes what was opened
-/// with it.
+/// with it. A handle that is closed, or of another kind than the function is for, is
+/// IncorrectHandleType.
 using Handle = std::uint32_t;
 
 /// GetLastError after a call that failed.
@@ -18,7 +19,8 @@ enum ErrorCode : std::uint32_t {
   NoError = 0,
   NoMoreFiles = 18,
   Timeout = 12002,
-  ExtendedError = 12003,  ///< The server refused; its words are InternetGetLastResponseInfoA's.
+  ExtendedError = 12003,  ///< Refused, by the server or on this side, for the reason that
+                          ///< InternetGetLastResponseInfoA gives.
   NameNotResolved = 12007,
   IncorrectPassword = 12014,
   LoginFailure = 12015,
@@ -52,10 +54,12 @@ class Client {
 
   virtual bool FtpSetCurrentDirectoryA(Handle connection, const std::string& directory) = 0;
 
-  /// Opens a file of the server in ASCII mode. A file that is opened for writing replaces the one
-  /// that is there when its handle is closed.
+  /// Opens a file of the server in ASCII mode: its bytes are those of the wire, where CR LF ends a
+  /// line. A file that is opened for writing is made, or emptied, at once, and complete when its
+  /// handle is closed. A connection serves one open file: any other use of it ends that file.
   virtual Handle FtpOpenFileA(Handle connection, const std::string& path, FileAccess access) = 0;
-  /// Reads at most `limit` bytes into `text`; none at the end of the file.
+  /// Reads `limit` bytes into `text`, fewer at the end of the file, then none. No more of the file
+  /// is fetched than that takes.
   virtual bool InternetReadFile(Handle file, std::size_t limit, std::string& text) = 0;
   virtual bool InternetWriteFile(Handle file, std::string_view bytes) = 0;
 
@@ -71,7 +75,8 @@ class Client {
   virtual bool InternetFindNextFileA(Handle listing, FindData& found) = 0;
 
   virtual std::uint32_t GetLastError() const = 0;
-  /// What the server said last.
+  /// After ExtendedError its reason, the server's own lines where it is the server's; after other
+  /// failures some words about them; after a success what the server said last.
   virtual bool InternetGetLastResponseInfoA(std::string& text) const = 0;
 };
 

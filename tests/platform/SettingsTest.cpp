@@ -18,7 +18,8 @@ TEST(Settings, TakesTheFileOver) {
                           "[Text]\n code_page = utf-8   ; of everything\n"
                           "[paths]\nDrive C: = /srv/c;1\t;comment\n"
                           "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
-                          "[ftp]\nmode = active ; or passive\nanything = goes\n"
+                          "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\n"
+                          "certificates = /etc/ftp.pem\n"
                           "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
                           "Port = 1433\n"
                           "[server (local)]\ndirectory = /srv/local\n"
@@ -28,6 +29,10 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.codePage, "utf-8");
   EXPECT_THAT(settings.drives, ElementsAre(Pair("c", "/srv/c;1")));
   EXPECT_THAT(settings.shares, ElementsAre(Pair("\\\\files\\in", "/mnt/a ; b")));
+  EXPECT_TRUE(settings.ftp.passive);
+  EXPECT_EQ(settings.ftp.tls, FtpSettings::Tls::Require);
+  EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
+  EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
   ASSERT_NE(server, nullptr);
   EXPECT_EQ(server->backend, "odbc");
@@ -52,6 +57,13 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[paths]\nshare \\\\a\\b\\c = /c\n", "line 2: [paths] has no key"},
       {"[paths]\ndrive C: = c\n", "line 2: a directory is given by its full path"},
       {"[paths]\ndrive C: = /c\n\ndrive c: = /d\n", "line 4: \"drive c:\" is given twice"},
+      {"[ftp]\nmode = on\n", "line 2: mode is active or passive"},
+      {"[ftp]\ntls = yes\n", "line 2: tls is off, try or require"},
+      {"[ftp]\ntimeout = 0\n", "line 2: timeout is a number of seconds from 1 to 3600"},
+      {"[ftp]\ntimeout = 5s\n", "line 2: timeout is a number"},
+      {"[ftp]\ntimeout = 99999999999\n", "line 2: timeout is a number"},
+      {"[ftp]\ncertificates = x\n", "line 2: a file is given by its full path"},
+      {"[ftp]\nport = 21\n", "line 2: [ftp] has no key \"port\"; there are mode, tls, cert"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
       {"\n[server X]\nbackend = embedded\n", "line 2: [server x]: an embedded server needs a"},

@@ -3,9 +3,11 @@
 #include "platform/PlatformError.h"
 #include "platform/linux/AdoServers.h"
 #include "platform/linux/ConsoleMessages.h"
+#include "platform/linux/FtpCurl.h"
 #include "platform/linux/IconvCodePages.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/PosixProcesses.h"
+#include "platform/linux/PosixShell.h"
 #include "platform/linux/ProfileFiles.h"
 #include "platform/linux/StdConsole.h"
 #include "platform/linux/SyslogEventLog.h"
@@ -20,12 +22,16 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
   const PathMap paths = platform.settings.Paths();
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
+  platform.shell = NewPosixShell(paths, *platform.codePages);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths);
   platform.clock = NewSystemClock();
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();
   platform.messages = NewConsoleMessages(std::move(onClose));
+  platform.internet =
+      NewFtpCurl(platform.settings.ftp, paths, platform.codePages->Ansi(),
+                 {[messages = platform.messages.get()] { messages->PumpEvents(); }});
   platform.databases = NewAdoProvider(platform.settings);
   return platform;
 }

@@ -13,6 +13,8 @@
 #include "platform/Messages.h"
 #include "platform/Process.h"
 #include "platform/Profile.h"
+#include "platform/Shell.h"
+#include "platform/WinInet.h"
 #include "platform/linux/Settings.h"
 
 namespace torvik {
@@ -29,6 +31,8 @@ struct LinuxPlatform {
   std::unique_ptr<EventLog> eventLog;
   std::unique_ptr<Messages> messages;
   std::unique_ptr<ado::Provider> databases;
+  std::unique_ptr<Shell> shell;
+  std::unique_ptr<wininet::Client> internet;
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,

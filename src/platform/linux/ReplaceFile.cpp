@@ -28,8 +28,23 @@ std::string DirectoryOf(const std::string& path) {
   return directory.empty() ? "." : directory;
 }
 
+std::error_code KeepOwnerAndMode(int file, const struct stat& old) {
+  // Only root may give a file away; for others the new owner is the writer, as with any editor.
+  if (geteuid() == 0 && fchown(file, old.st_uid, old.st_gid) != 0) return LastSystemError();
+  return fchmod(file, old.st_mode & 07777) == 0 ? std::error_code() : LastSystemError();
+}
+
+std::error_code SyncDirectory(const std::string& directory) {
+  const Descriptor opened = OpenFile(directory, O_RDONLY | O_DIRECTORY);
+  // Some file systems cannot sync a directory; the rename has been done all the same.
+  if (opened.IsOpen() && fsync(opened.Number()) != 0 && errno != EINVAL) return LastSystemError();
+  return {};
+}
+
+}  // namespace
+
 /// A file made beside another one, removed again unless it was renamed over it.
-class Beside {
+class FileReplacement::Beside {
  public:
   Beside(const std::string& directory, mode_t mode)
       : file_(Create(directory, mode)), isMade_(file_.IsOpen()) {}
@@ -66,36 +81,38 @@ class Beside {
   bool isMade_;
 };
 
-std::error_code KeepOwnerAndMode(int file, const struct stat& old) {
-  // Only root may give a file away; for others the new owner is the writer, as with any editor.
-  if (geteuid() == 0 && fchown(file, old.st_uid, old.st_gid) != 0) return LastSystemError();
-  return fchmod(file, old.st_mode & 07777) == 0 ? std::error_code() : LastSystemError();
+FileReplacement::FileReplacement() = default;
+FileReplacement::~FileReplacement() = default;
+
+std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMode) {
+  target_ = BehindLinks(path);
+  struct stat old {};
+  const bool exists = stat(target_.c_str(), &old) == 0;
+  if (exists && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
+    return LastSystemError();
+  beside_ = std::make_unique<Beside>(DirectoryOf(target_), exists ? 0600 : newFileMode);
+  return beside_->IsOpen() ? std::error_code() : LastSystemError();
 }
 
-std::error_code SyncDirectory(const std::string& directory) {
-  const Descriptor opened = OpenFile(directory, O_RDONLY | O_DIRECTORY);
-  // Some file systems cannot sync a directory; the rename has been done all the same.
-  if (opened.IsOpen() && fsync(opened.Number()) != 0 && errno != EINVAL) return LastSystemError();
-  return {};
+std::error_code FileReplacement::Write(std::string_view bytes) {
+  return WriteAll(beside_->Number(), bytes);
 }
 
-}  // namespace
+std::error_code FileReplacement::Commit() {
+  struct stat old {};
+  if (stat(target_.c_str(), &old) == 0) {
+    if (const auto error = KeepOwnerAndMode(beside_->Number(), old)) return error;
+  }
+  if (fsync(beside_->Number()) != 0) return LastSystemError();
+  if (const auto error = beside_->RenameTo(target_)) return error;
+  return SyncDirectory(DirectoryOf(target_));
+}
 
 std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
-  const std::string target = BehindLinks(path);
-  struct stat old {};
-  const bool exists = stat(target.c_str(), &old) == 0;
-  if (exists && faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
-    return LastSystemError();
-  Beside beside(DirectoryOf(target), exists ? 0600 : newFileMode);
-  if (!beside.IsOpen()) return LastSystemError();
-  if (const auto error = WriteAll(beside.Number(), bytes)) return error;
-  if (exists) {
-    if (const auto error = KeepOwnerAndMode(beside.Number(), old)) return error;
-  }
-  if (fsync(beside.Number()) != 0) return LastSystemError();
-  if (const auto error = beside.RenameTo(target)) return error;
-  return SyncDirectory(DirectoryOf(target));
+  FileReplacement replacement;
+  if (const auto error = replacement.Open(path, newFileMode)) return error;
+  if (const auto error = replacement.Write(bytes)) return error;
+  return replacement.Commit();
 }
 
 std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -14,7 +15,26 @@ namespace torvik {
 /// refused. On failure the file is as it was and nothing is left beside it.
 std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode);
 
-/// The same by writing over the file's bytes: for directories that allow no second file and for
+/// The same for a file that is written piece by piece: until Commit, and without it, the file stays
+/// as it was.
+class FileReplacement {
+ public:
+  FileReplacement();
+  ~FileReplacement();
+  FileReplacement(const FileReplacement&) = delete;
+  FileReplacement& operator=(const FileReplacement&) = delete;
+
+  std::error_code Open(const std::string& path, mode_t newFileMode);
+  std::error_code Write(std::string_view bytes);
+  std::error_code Commit();
+
+ private:
+  class Beside;
+  std::string target_;
+  std::unique_ptr<Beside> beside_;
+};
+
+/// ReplaceFile by writing over the file's bytes: for directories that allow no second file and for
 /// what is not a plain file. A failure may leave part of the new text.
 std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode);
 

@@ -20,6 +20,16 @@ struct ProviderSettings {
   std::map<std::string, std::string> options;  ///< Keywords of that driver, small letters.
 };
 
+/// The section [ftp].
+struct FtpSettings {
+  enum class Tls { Off, Try, Require };
+
+  bool passive = false;  ///< Who opens the data connections: the server, or in passive mode we.
+  Tls tls = Tls::Off;    ///< Try goes on without when the server has none.
+  std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
+  int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
+};
+
 /// What the machine's administrator has chosen (torvik.conf), and where the program keeps its
 /// state.
 struct Settings {
@@ -31,6 +41,8 @@ struct Settings {
   std::map<std::string, std::string> shares;      ///< By small letters: "\\files\incoming".
   std::map<std::string, ServerSettings> servers;  ///< By small letters. "(local)" is always there.
   std::map<std::string, ProviderSettings> providers;  ///< By small letters, without ".1" behind.
+
+  FtpSettings ftp;
 
   /// The server of that name, letter case aside, or null.
   const ServerSettings* FindServer(const std::string& name) const;

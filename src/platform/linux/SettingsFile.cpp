@@ -1,6 +1,7 @@
 #include "platform/linux/SettingsFile.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -9,6 +10,8 @@
 
 namespace torvik {
 namespace {
+
+constexpr int kLongestTimeout = 3600;
 
 /// The value without the comment behind it, which begins with a blank and a semicolon outside of
 /// quotes.
@@ -52,7 +55,7 @@ class SettingsParser {
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, OfOthers };
+  enum class Section { None, Text, Paths, Server, Provider, Ftp };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -77,7 +80,7 @@ class SettingsParser {
     } else if (EqualsIgnoringCase(name, "paths")) {
       section_ = Section::Paths;
     } else if (EqualsIgnoringCase(name, "ftp")) {
-      section_ = Section::OfOthers;
+      section_ = Section::Ftp;
     } else if (!provider.empty()) {
       section_ = Section::Provider;
       name_ = ProviderKey(provider);
@@ -102,7 +105,7 @@ class SettingsParser {
       case Section::Paths: return ReadPath(key, value);
       case Section::Server: return ReadServerKey(key, value);
       case Section::Provider: ReadProviderKey(key, value); break;
-      case Section::OfOthers: break;
+      case Section::Ftp: return ReadFtpKey(key, value);
     }
     return {};
   }
@@ -161,6 +164,31 @@ class SettingsParser {
     } else {
       provider.options[key] = value;
     }
+  }
+
+  std::string ReadFtpKey(const std::string& key, const std::string& value) {
+    using Tls = FtpSettings::Tls;
+    FtpSettings& ftp = settings_.ftp;
+    const std::string word = LowerAscii(value);
+    if (key == "mode") {
+      ftp.passive = word == "passive";
+      return ftp.passive || word == "active" ? "" : "mode is active or passive";
+    }
+    if (key == "tls") {
+      ftp.tls = word == "require" ? Tls::Require : word == "try" ? Tls::Try : Tls::Off;
+      return ftp.tls != Tls::Off || word == "off" ? "" : "tls is off, try or require";
+    }
+    if (key == "certificates") {
+      ftp.certificates = value;
+      return value.starts_with('/') ? "" : "a file is given by its full path, from / on";
+    }
+    if (key != "timeout")
+      return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout";
+    const auto end = value.data() + value.size();
+    const auto read = std::from_chars(value.data(), end, ftp.timeoutSeconds);
+    const bool isGood = read.ec == std::errc() && read.ptr == end && ftp.timeoutSeconds >= 1 &&
+                        ftp.timeoutSeconds <= kLongestTimeout;
+    return isGood ? "" : "timeout is a number of seconds from 1 to 3600";
   }
 
   /// What can only be said when all keys of a server are known.
