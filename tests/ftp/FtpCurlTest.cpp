@@ -235,8 +235,9 @@ TEST(FtpCurl, AListingIsReadWholeOrRefused) {
       {list + "data total 0\\r\\n\n" + end, 0, NoMoreFiles, ""},
       {"when LIST\nreply 450 nothing\n", 0, NoMoreFiles, ""},
       {mlst + "when MLSD\nreply 500 what?\n" + list + "names 2\n" + end, 2, NoMoreFiles, ""},
-      {mlst + "when EPRT\nreply 200 ok\nwhen EPRT\nreply 200 ok\nreply 150 too early\n" +
-           "when MLSD\nreply 500 what?\n" + list + "names 3\n" + end,
+      {mlst + "when MLSD\nreply 500 what?\nwhen EPRT\nreply 200 ok\nwhen EPRT\nreply 200 ok" +
+           "\\r\\n150 early\nwhen EPRT\nreply 200 ok\nwhen LIST\nnames 3\n" + end + list +
+           "names 3\n" + end,
        3, NoMoreFiles, ""},
       {mlst + "when MLSD\nreply 550 no\n", 0, ExtendedError, "550 no"},
       {mlst + "when MLSD\nreply 150 go\ndata type=file; \\xe4\\r\\n\n" + end, 1, NoMoreFiles, ""},

@@ -4,12 +4,12 @@
 usage: ftp-peer.py SCRIPT LOG
 
 Writes every command that it is sent to LOG. The first block of SCRIPT whose "when" text the command
-begins with answers it, once in a session when there is another; "when connect" stands for the
+begins with answers it, once when there is another behind it; "when connect" stands for the
 greeting. Where there is none, a well-behaved server of an empty directory does. Active mode only.
 
   when TEXT
-  reply TEXT        a line of a reply
-  data TEXT         over a data connection; \\r, \\n, \\x41 are characters
+  reply TEXT        a line of a reply; \\r, \\n, \\x41 are characters
+  data TEXT         over a data connection, likewise
   names COUNT       lines of LIST
   end | cut         ends the data connection, properly or not
   close | reset     ends the control connection likewise
@@ -37,6 +37,10 @@ def read_script(path):
     return blocks
 
 
+def unescaped(text):
+    return text.encode("latin-1").decode("unicode_escape").encode("latin-1")
+
+
 def cut(connection):
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     connection.close()
@@ -44,7 +48,7 @@ def cut(connection):
 
 class Session:
     def __init__(self, control, script, log):
-        self.control, self.script, self.log = control, list(script), log
+        self.control, self.script, self.log = control, script, log
         self.target = self.data = None
 
     def run(self):
@@ -82,9 +86,9 @@ class Session:
 
     def act(self, action, text):
         if action == "reply":
-            self.control.sendall(text.encode("latin-1") + b"\r\n")
+            self.control.sendall(unescaped(text) + b"\r\n")
         elif action == "data":
-            self.send(text.encode("latin-1").decode("unicode_escape").encode("latin-1"))
+            self.send(unescaped(text))
         elif action == "names":
             for number in range(int(text)):
                 self.send(b"-rw-r--r-- 1 o g 5 Jan  8 10:20 file %d\r\n" % number)
