@@ -55,7 +55,9 @@ std::uint32_t CodeOfSystemError(long error) {
 
 /// What the library's result means where the server has not said why.
 FtpFailure WithoutReply(CURLcode result, long systemError, const char* details) {
-  const std::string words = *details != '\0' ? details : curl_easy_strerror(result);
+  // Active mode leaves this complaint behind, whatever happens afterwards.
+  const bool tellsReason = *details != '\0' && !std::string_view(details).starts_with("sa_addr ");
+  const std::string words = tellsReason ? details : curl_easy_strerror(result);
   switch (result) {
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_URL_MALFORMAT: return {wininet::NameNotResolved, words};
