@@ -64,7 +64,8 @@ class Client {
   virtual bool InternetWriteFile(Handle file, std::string_view bytes) = 0;
 
   /// Downloads a file in ASCII mode in place of the local one, which stays as it is until all of
-  /// the new one has come.
+  /// the new one has come and is on disk. While a listing of the connection is open that may be
+  /// later, but before the listing says NoMoreFiles; its next call then tells the failure.
   virtual bool FtpGetFileA(Handle connection, const std::string& remotePath,
                            const std::string& localPath) = 0;
   virtual bool FtpDeleteFileA(Handle connection, const std::string& path) = 0;

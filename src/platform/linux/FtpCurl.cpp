@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/linux/Arrivals.h"
 #include "platform/linux/FtpConnection.h"
-#include "platform/linux/ReplaceFile.h"
 
 namespace torvik {
 namespace {
@@ -25,6 +25,7 @@ struct Connection {
   Handle internet;
   std::unique_ptr<FtpConnection> ftp;
   Handle openFile = 0;  ///< The one that the connection serves.
+  Handle listing = 0;   ///< Whose files are being fetched.
 };
 struct File {
   Handle connection;
@@ -33,6 +34,7 @@ struct File {
 struct Listing {
   Handle connection;
   std::deque<FindData> entries;
+  std::unique_ptr<Arrivals> arrivals = std::make_unique<Arrivals>();
 };
 
 bool HasControlCharacter(std::string_view text) {
@@ -118,6 +120,9 @@ class FtpCurl final : public wininet::Client {
         ftp->Retrieve(path, [&](std::string_view bytes) { return !(error = local.Write(bytes)); });
     if (error) return FailLocally(localPath, error);
     if (!Keep(*ftp, hasCome)) return false;
+    if (const auto listing = handles_.find(std::get<Connection>(handles_.at(connection)).listing);
+        listing != handles_.end())
+      return Arrived(std::get<Listing>(listing->second).arrivals->Take(std::move(local)));
     return !(error = local.Commit()) || FailLocally(localPath, error);
   }
 
@@ -131,7 +136,7 @@ class FtpCurl final : public wininet::Client {
     FtpConnection* ftp = Use(connection);
     Listing listing{connection, {}};
     if (!ftp || !Keep(*ftp, ftp->List(listing.entries)) || !Next(listing, found)) return 0;
-    return Make(std::move(listing));
+    return std::get<Connection>(handles_.at(connection)).listing = Make(std::move(listing));
   }
 
   bool InternetFindNextFileA(Handle handle, FindData& found) override {
@@ -156,6 +161,9 @@ class FtpCurl final : public wininet::Client {
   }
   bool FailLocally(const std::string& path, const std::error_code& error) {
     return Fail(wininet::ExtendedError, path + ": " + error.message());
+  }
+  bool Arrived(const Arrivals::Failure& failure) {
+    return !failure || FailLocally(failure.path, failure.error);
   }
   /// Keeps how a request went; the words are for whoever asks, after a success too.
   bool Keep(const FtpConnection& ftp, bool isGood) {
@@ -245,7 +253,9 @@ class FtpCurl final : public wininet::Client {
   }
 
   bool Next(Listing& listing, FindData& found) {
-    if (listing.entries.empty()) return Fail(wininet::NoMoreFiles, "there are no more files");
+    if (listing.entries.empty())
+      return Arrived(listing.arrivals->Finish()) &&
+             Fail(wininet::NoMoreFiles, "there are no more files");
     found = std::move(listing.entries.front());
     found.fileName = ansi_.Decode(found.fileName);
     listing.entries.pop_front();

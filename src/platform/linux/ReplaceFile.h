@@ -15,24 +15,37 @@ namespace torvik {
 /// refused. On failure the file is as it was and nothing is left beside it.
 std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode);
 
-/// The same for a file that is written piece by piece: until Commit, and without it, the file stays
-/// as it was.
+/// The same for a file that is written piece by piece: until it is put in place, and without that,
+/// the file stays as it was.
 class FileReplacement {
  public:
   FileReplacement();
   ~FileReplacement();
-  FileReplacement(const FileReplacement&) = delete;
-  FileReplacement& operator=(const FileReplacement&) = delete;
+  FileReplacement(FileReplacement&&) noexcept;
+  FileReplacement& operator=(FileReplacement&&) noexcept;
 
   std::error_code Open(const std::string& path, mode_t newFileMode);
   std::error_code Write(std::string_view bytes);
+
+  /// Sync, PutInPlace and SyncDirectory in one.
   std::error_code Commit();
+  /// Brings the bytes to disk.
+  std::error_code Sync();
+  /// Renames; the file must have been synced.
+  std::error_code PutInPlace();
+
+  /// Where the file will stand, behind symbolic links.
+  const std::string& Target() const { return target_; }
 
  private:
   class Beside;
   std::string target_;
   std::unique_ptr<Beside> beside_;
+  std::size_t unsent_ = 0;
 };
+
+/// Brings the names in the directory of `path` to disk.
+std::error_code SyncDirectoryOf(const std::string& path);
 
 /// ReplaceFile by writing over the file's bytes: for directories that allow no second file and for
 /// what is not a plain file. A failure may leave part of the new text.
