@@ -8,10 +8,13 @@
 #include <exception>
 
 #include "engine/Package.h"
+#include "platform/FetchProgress.h"
 #include "platform/linux/ConsoleMessages.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "startup/Program.h"
+#include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
+#include "startup/StatusLine.h"
 #include "ui/frmAnimate.h"
 #include "ui/frmRunnerMain.h"
 
@@ -27,8 +30,10 @@ bool ShowsProgress() {
 std::unique_ptr<MainForm> NewMainForm(Program& program) {
   auto form = std::make_unique<frmRunnerMain>(program);
   if (ShowsProgress()) {
-    form->sbStatus.Text.Observe(
-        [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
+    const auto line = std::make_shared<StatusLine>(
+        [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); },
+        isatty(STDERR_FILENO) != 0);
+    form->sbStatus.Text.Observe([line](const std::string& text) { line->Show(text); });
   }
   return form;
 }
@@ -50,11 +55,16 @@ void TellThatTheFormNeedsADisplay(const Program& program) {
 
 void RunProgram(const std::string& argumentText) {
   Program* running = nullptr;
-  LinuxPlatform linuxPlatform = NewLinuxPlatform([&running] {
-    if (running != nullptr && running->form) {
-      static_cast<frmRunnerMain&>(*running->form).cmdClose_Click();
-    }
-  });
+  const auto form = [&running] {
+    return running == nullptr ? nullptr : static_cast<frmRunnerMain*>(running->form.get());
+  };
+  LinuxPlatform linuxPlatform = NewLinuxPlatform(
+      [form] {
+        if (form() != nullptr) form()->cmdClose_Click();
+      },
+      [form](const FetchProgress& progress) {
+        if (form() != nullptr) form()->SetFormStatus(FetchText(progress));
+      });
   const auto packages = engine::NewPackageHost({*linuxPlatform.databases, *linuxPlatform.files,
                                                 *linuxPlatform.codePages, *linuxPlatform.clock,
                                                 *linuxPlatform.processes, *linuxPlatform.eventLog});

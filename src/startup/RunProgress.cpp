@@ -1,11 +1,26 @@
 #include "startup/RunProgress.h"
 
-#include <string>
+#include <cstdio>
 
+#include "platform/FetchProgress.h"
 #include "platform/Messages.h"
 #include "startup/ExecTask.h"
 
 namespace torvik {
+namespace {
+
+std::string Megabytes(std::int64_t bytes) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
+  return text;
+}
+
+}  // namespace
+
+std::string FetchText(const FetchProgress& progress) {
+  return "Remote data : " + std::to_string(progress.files) + " complete, " +
+         Megabytes(progress.bytes) + ", " + std::string(progress.file);
+}
 
 void RunProgress::OnStart(std::string_view step) {
   form_.SetFormStatus(std::string(step) + " ...");

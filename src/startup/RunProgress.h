@@ -1,11 +1,17 @@
 #pragma once
 
+#include <string>
+
 #include "platform/Dts.h"
 
 namespace torvik {
 
+struct FetchProgress;
 class LogForm;
 class Messages;
+
+/// What the status bar shows of the fetching of remote data.
+std::string FetchText(const FetchProgress& progress);
 
 /// Shows an execution in the form's status bar and keeps the form responsive meanwhile.
 class RunProgress final : public dts::PackageEvents {

@@ -110,6 +110,33 @@ TEST(InterruptedRun, SigtermDuringALongStepIsAnsweredInTheLogAndTheRunEndsWithIt
   EXPECT_EQ(sandbox.Query("SELECT a FROM t"), "1\n");
 }
 
+/// The exact lines matter to whoever reads logs; so does how soon a wait of minutes ends.
+TEST(InterruptedRun, SigtermDuringAPollEndsItAndTheRunFails) {
+  const Sandbox sandbox;
+  sandbox.PutPackage("Sales_LoadDW", "");
+  sandbox.WriteFile("in/status", "running\r\n");
+  sandbox.WriteFile("link.toml",
+                    "model = \"Sales\"\nsource_name = \"files\"\nType = 3\ntransfer_data = 2\n"
+                    "ds_directory = 'S:\\out'\nremote_directory = 'S:\\in'\n"
+                    "poll_interval = 5\npoll_duration = 60\n");
+  const ProgramResult put =
+      sandbox.Run({"torvik-admin", "link", "put", "link.toml", "--database", "DW"});
+  ASSERT_EQ(put.exitCode, 0) << put.err;
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  const RunningProgram run = sandbox.Start({"torvik-admin", "run", "job.etl"});
+  const auto logHas = [&](const char* line) {
+    return sandbox.ReadFile("err.txt").find(line) != std::string::npos;
+  };
+  WaitUntil([&] { return logHas("Polling for Remote Data ..."); }, "no poll has begun");
+  kill(run.pid, SIGTERM);
+  const ProgramResult ended = sandbox.Wait(run);
+  EXPECT_EQ(ended.exitCode, 1);
+  EXPECT_EQ(ended.out, "failure\n");
+  EXPECT_THAT(WithoutCr(sandbox.ReadFile("err.txt")),
+              testing::EndsWith("Polling for Remote Data ...\nWaiting for end of execution\n"));
+  EXPECT_EQ(sandbox.ReadFile("in/status"), "running\r\n");
+}
+
 TEST(InterruptedRun, AKilledRunLeavesNoHalfOfAJoinedStepAndASecondRunSucceeds) {
   const Sandbox sandbox;
   sandbox.Connect("DW")->Execute("CREATE TABLE t (a INTEGER)");

@@ -38,7 +38,9 @@ class ConsoleMessages final : public Messages {
   }
 
   void Report(std::string_view line) override {
-    WriteAll(STDERR_FILENO, "torvik: " + OnOneLine(line) + "\n");
+    // On a terminal the line of the status may be open, which is of the past then (ECMA-48).
+    const std::string overStatus = isatty(STDERR_FILENO) ? "\r\x1b[K" : "";
+    WriteAll(STDERR_FILENO, overStatus + "torvik: " + OnOneLine(line) + "\n");
   }
 
   void PumpEvents() override {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/Arrivals.h"
+#include "platform/linux/FetchCounter.h"
 #include "platform/linux/FtpConnection.h"
 
 namespace torvik {
@@ -52,8 +53,12 @@ std::error_code MustNotBeSpecial(const std::string& path) {
 class FtpCurl final : public wininet::Client {
  public:
   FtpCurl(const FtpSettings& settings, const PathMap& paths, const CodePage& ansi,
-          FtpWaiting waiting)
-      : settings_(settings), paths_(paths), ansi_(ansi), waiting_(std::move(waiting)) {}
+          std::function<void()> onWait, FetchObserver onFetch)
+      : settings_(settings),
+        paths_(paths),
+        ansi_(ansi),
+        onWait_(std::move(onWait)),
+        fetched_(std::move(onFetch)) {}
 
   Handle InternetOpenA(const std::string&) override { return Succeed(), Make(Internet{}); }
 
@@ -67,8 +72,7 @@ class FtpCurl final : public wininet::Client {
         !EncodeText(password, logon.password))
       return Fail(wininet::LoginFailure,
                   "user or password has a character that cannot be sent to " + server);
-    auto ftp = std::make_unique<FtpConnection>(
-        NewFtpTransfer(settings_, logon, [this](std::int64_t bytes) { Wait(bytes); }));
+    auto ftp = std::make_unique<FtpConnection>(NewFtpTransfer(settings_, logon, onWait_));
     if (!Keep(*ftp, ftp->LogOn())) return 0;
     return Make(Connection{internet, std::move(ftp)});
   }
@@ -116,10 +120,14 @@ class FtpCurl final : public wininet::Client {
     FileReplacement local;
     if (error || (error = MustNotBeSpecial(target)) || (error = local.Open(target, kNewFileMode)))
       return FailLocally(localPath, error);
-    const bool hasCome =
-        ftp->Retrieve(path, [&](std::string_view bytes) { return !(error = local.Write(bytes)); });
+    fetched_.BeginFile(remotePath);
+    const bool hasCome = ftp->Retrieve(path, [&](std::string_view bytes) {
+      fetched_.Add(bytes.size());
+      return !(error = local.Write(bytes));
+    });
     if (error) return FailLocally(localPath, error);
     if (!Keep(*ftp, hasCome)) return false;
+    fetched_.EndFile();
     if (const auto listing = handles_.find(std::get<Connection>(handles_.at(connection)).listing);
         listing != handles_.end())
       return Arrived(std::get<Listing>(listing->second).arrivals->Take(std::move(local)));
@@ -136,6 +144,7 @@ class FtpCurl final : public wininet::Client {
     FtpConnection* ftp = Use(connection);
     Listing listing{connection, {}};
     if (!ftp || !Keep(*ftp, ftp->List(listing.entries)) || !Next(listing, found)) return 0;
+    fetched_.BeginDirectory();
     return std::get<Connection>(handles_.at(connection)).listing = Make(std::move(listing));
   }
 
@@ -253,24 +262,22 @@ class FtpCurl final : public wininet::Client {
   }
 
   bool Next(Listing& listing, FindData& found) {
-    if (listing.entries.empty())
+    if (listing.entries.empty()) {
+      fetched_.EndDirectory();
       return Arrived(listing.arrivals->Finish()) &&
              Fail(wininet::NoMoreFiles, "there are no more files");
+    }
     found = std::move(listing.entries.front());
     found.fileName = ansi_.Decode(found.fileName);
     listing.entries.pop_front();
     return true;
   }
 
-  void Wait(std::int64_t bytes) const {
-    if (waiting_.progress) waiting_.progress(bytes);
-    if (waiting_.pumpEvents) waiting_.pumpEvents();
-  }
-
   const FtpSettings settings_;
   const PathMap paths_;
   const CodePage& ansi_;
-  const FtpWaiting waiting_;
+  const std::function<void()> onWait_;
+  FetchCounter fetched_;
   std::map<Handle, Object> handles_;
   Handle lastHandle_ = 0;
   std::uint32_t code_ = wininet::NoError;
@@ -280,8 +287,9 @@ class FtpCurl final : public wininet::Client {
 }  // namespace
 
 std::unique_ptr<wininet::Client> NewFtpCurl(const FtpSettings& settings, const PathMap& paths,
-                                            const CodePage& ansi, FtpWaiting waiting) {
-  return std::make_unique<FtpCurl>(settings, paths, ansi, std::move(waiting));
+                                            const CodePage& ansi, std::function<void()> onWait,
+                                            FetchObserver onFetch) {
+  return std::make_unique<FtpCurl>(settings, paths, ansi, std::move(onWait), std::move(onFetch));
 }
 
 }  // namespace torvik

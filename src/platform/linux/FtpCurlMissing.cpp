@@ -38,7 +38,7 @@ class NoFtp final : public wininet::Client {
 }  // namespace
 
 std::unique_ptr<wininet::Client> NewFtpCurl(const FtpSettings&, const PathMap&, const CodePage&,
-                                            FtpWaiting) {
+                                            std::function<void()>, FetchObserver) {
   return std::make_unique<NoFtp>();
 }
 

@@ -93,8 +93,7 @@ FtpFailure FailureOf(CURLcode result, long systemError, const char* details,
 
 class CurlTransfer final : public FtpTransfer {
  public:
-  CurlTransfer(const FtpSettings& settings, const FtpLogon& logon,
-               std::function<void(std::int64_t)> onWait)
+  CurlTransfer(const FtpSettings& settings, const FtpLogon& logon, std::function<void()> onWait)
       : settings_(settings), logon_(logon), onWait_(std::move(onWait)) {
     InitialiseLibrary();
     easy_.reset(curl_easy_init());
@@ -116,7 +115,6 @@ class CurlTransfer final : public FtpTransfer {
     replies_ = {};
     failure_ = {};
     details_[0] = '\0';
-    bytes_ = 0;
     SetOptions();
     isUnderWay_ = failure_.code == wininet::NoError &&
                   curl_multi_add_handle(multi_.get(), easy_.get()) == CURLM_OK;
@@ -279,7 +277,7 @@ class CurlTransfer final : public FtpTransfer {
     const auto now = SteadyClock::now();
     if (!onWait_ || now - lastTold_ < std::chrono::milliseconds(kSliceMilliseconds)) return;
     lastTold_ = now;
-    onWait_(bytes_);
+    onWait_();
   }
 
   /// A server may repeat what it was sent. A password that is part of common words would only be
@@ -312,7 +310,6 @@ class CurlTransfer final : public FtpTransfer {
       case FtpFlow::Stop: return 0;
       case FtpFlow::Go: break;
     }
-    transfer.bytes_ += static_cast<std::int64_t>(length);
     return length;
   }
 
@@ -325,7 +322,6 @@ class CurlTransfer final : public FtpTransfer {
       case FtpFlow::Stop: return CURL_READFUNC_ABORT;
       case FtpFlow::Go: break;
     }
-    transfer.bytes_ += static_cast<std::int64_t>(length);
     return length;
   }
 
@@ -341,14 +337,13 @@ class CurlTransfer final : public FtpTransfer {
 
   const FtpSettings settings_;
   const FtpLogon logon_;
-  std::function<void(std::int64_t)> onWait_;
+  std::function<void()> onWait_;
   FtpRequest request_;
   FtpReplies replies_;
   FtpFailure failure_;
   curl_socket_t control_ = CURL_SOCKET_BAD;  ///< As the last request left it.
   bool isUnderWay_ = false;
   bool isLoggedOn_ = false;
-  std::int64_t bytes_ = 0;
   SteadyClock::time_point lastSign_, lastTold_;
   SteadyClock::duration patience_ = std::chrono::seconds(settings_.timeoutSeconds);
   char details_[CURL_ERROR_SIZE] = "";
@@ -362,7 +357,7 @@ class CurlTransfer final : public FtpTransfer {
 }  // namespace
 
 std::unique_ptr<FtpTransfer> NewFtpTransfer(const FtpSettings& settings, const FtpLogon& logon,
-                                            std::function<void(std::int64_t bytes)> onWait) {
+                                            std::function<void()> onWait) {
   return std::make_unique<CurlTransfer>(settings, logon, std::move(onWait));
 }
 

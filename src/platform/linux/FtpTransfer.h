@@ -74,8 +74,8 @@ class FtpTransfer {
   virtual const FtpReplies& Replies() const = 0;
 };
 
-/// `onWait` is called about ten times a second with the bytes of the request that have gone by.
+/// `onWait` is called about ten times a second during a request; it may be empty.
 std::unique_ptr<FtpTransfer> NewFtpTransfer(const FtpSettings& settings, const FtpLogon& logon,
-                                            std::function<void(std::int64_t bytes)> onWait);
+                                            std::function<void()> onWait);
 
 }  // namespace torvik

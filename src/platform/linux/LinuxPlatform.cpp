@@ -14,7 +14,8 @@
 #include "platform/linux/SystemClock.h"
 
 namespace torvik {
-LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
+
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch) {
   LinuxPlatform platform;
   if (const auto error = LoadSettings(ProcessEnvironment(), platform.settings); !error.empty()) {
     throw PlatformError(0, error, "settings");
@@ -29,9 +30,9 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose) {
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();
   platform.messages = NewConsoleMessages(std::move(onClose));
-  platform.internet =
-      NewFtpCurl(platform.settings.ftp, paths, platform.codePages->Ansi(),
-                 {[messages = platform.messages.get()] { messages->PumpEvents(); }});
+  platform.internet = NewFtpCurl(
+      platform.settings.ftp, paths, platform.codePages->Ansi(),
+      [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.databases = NewAdoProvider(platform.settings);
   return platform;
 }

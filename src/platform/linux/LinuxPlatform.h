@@ -9,6 +9,7 @@
 #include "platform/CodePage.h"
 #include "platform/Console.h"
 #include "platform/EventLog.h"
+#include "platform/FetchProgress.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/Process.h"
@@ -36,8 +37,9 @@ struct LinuxPlatform {
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,
-/// for each signal that acts as the Close button. Throws PlatformError when the settings are wrong.
-LinuxPlatform NewLinuxPlatform(std::function<void()> onClose);
+/// for each signal that acts as the Close button; `onFetch` while remote data is fetched. Throws
+/// PlatformError when the settings are wrong.
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch = {});
 
 /// The text of a file, for programs that read their input whole; throws PlatformError.
 std::string ReadText(Files& files, const std::string& path);

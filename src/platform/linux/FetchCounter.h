@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "platform/FetchProgress.h"
+
+namespace torvik {
+
+/// Counts what is fetched of a directory, and tells an observer, which may be empty, now and then.
+class FetchCounter {
+ public:
+  explicit FetchCounter(FetchObserver observer) : observer_(std::move(observer)) {}
+
+  void BeginDirectory();
+  void BeginFile(std::string_view name);
+  void Add(std::size_t bytes);
+  void EndFile();
+  void EndDirectory();
+
+ private:
+  void TellNowAndThen();
+  void Tell();
+
+  FetchObserver observer_;
+  std::string file_;
+  FetchProgress progress_;
+  std::chrono::steady_clock::time_point lastTold_;
+};
+
+}  // namespace torvik
