@@ -1,4 +1,4 @@
-"""What both benchmarks need: the release build, an embedded server of their own, jobs, medians."""
+"""What the benchmarks need: the release build, an embedded server of their own, jobs, medians."""
 
 import os
 import pathlib
@@ -71,9 +71,10 @@ class Workplace:
         self.warehouse = self.server / f"{WAREHOUSE}.db"
         self.status = self.place / "status"
         self.job = self.place / "job.etl"
-        settings = self.place / "torvik.conf"
-        settings.write_text(f"[server (local)]\nbackend = embedded\ndirectory = {self.server}\n")
-        self.environment = dict(os.environ, TORVIK_CONF=str(settings),
+        self.settings = self.place / "torvik.conf"
+        self.settings.write_text(
+            f"[server (local)]\nbackend = embedded\ndirectory = {self.server}\n")
+        self.environment = dict(os.environ, TORVIK_CONF=str(self.settings),
                                 TORVIK_STATE=str(self.place / "state"))
         self.environment.pop("DISPLAY", None)
         self.environment.pop("WAYLAND_DISPLAY", None)
@@ -86,6 +87,16 @@ class Workplace:
     def _admin(self, *arguments):
         subprocess.run([BIN / "torvik-admin", *arguments], env=self.environment, check=True,
                        stdout=subprocess.DEVNULL)
+
+    def add_settings(self, text):
+        with self.settings.open("a") as file:
+            file.write(text)
+
+    def put_link(self, text):
+        """Stores a data link in the warehouse."""
+        document = self.place / "link.toml"
+        document.write_text(text)
+        self._admin("link", "put", document, "--database", WAREHOUSE)
 
     def command(self):
         return [BIN / "torvik", "-configfile", self.job, "-statusfile", self.status]
@@ -102,11 +113,11 @@ class Workplace:
         return seconds
 
 
-def timed(command, environment=None, text=None):
+def timed(command, environment=None, text=None, directory=None):
     """The wall time of a program in seconds."""
     start = time.perf_counter()
-    subprocess.run(command, env=environment, input=text, text=True, check=True,
-                   stdout=subprocess.DEVNULL)
+    subprocess.run(command, env=environment, input=text, text=True, check=True, cwd=directory,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL if directory else None)
     return time.perf_counter() - start
 
 

@@ -74,7 +74,7 @@ std::string NewIdentifier() {
   return text;
 }
 
-/// The category that a SQL Server keeps its own packages in, where none is chosen.
+/// The category of packages for which none is chosen; lists show it, nothing here depends on it.
 constexpr const char* kLocalCategory = "B8C30002-A282-11D1-B7D9-00C04FB6EFD5";
 
 std::string WithoutBraces(const std::string& identifier) {

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const TemporaryDirectory directory;
   directory.Write("input", {reinterpret_cast<const char*>(data), size});
   try {
-    const auto database = OpenTableFile(directory.PathOf("input"), "", 0);
+    const auto database = OpenTableFile(directory.PathOf("input"), "");
     const auto tables = database->OpenSchema(ado::SchemaQuery::Columns, {});
     for (; !tables->Eof(); tables->MoveNext()) {
       const auto name = std::get<std::string>(tables->Field("TABLE_NAME"));

@@ -17,7 +17,7 @@ std::string Data(const std::string& name) {
 }
 
 std::unique_ptr<AdoDatabase> Open(const std::string& name, const std::string& properties = "") {
-  return OpenTableFile(Data(name), properties, 0);
+  return OpenTableFile(Data(name), properties);
 }
 
 /// "name type" of each column.
@@ -38,13 +38,6 @@ std::string TablesOf(AdoDatabase& database) {
     last = table;
   }
   return text;
-}
-
-TEST(TableFile, IsToldByItsExtension) {
-  for (const char* name : {"a.xls", "/x/A.XLSX", "a.b.xlsm", "a.MDB", "a.accdb"})
-    EXPECT_TRUE(IsTableFile(name)) << name;
-  for (const char* name : {"", "xls", "a.csv", "a.xls/b", "a.xlsb"})
-    EXPECT_FALSE(IsTableFile(name)) << name;
 }
 
 TEST(Workbook, AllFormatsReadAlike) {
@@ -231,14 +224,14 @@ TEST(TableFile, AFileThatCannotBeReadIsNamedWithTheReason) {
       {Data("password2000.mdb"), "database password"},
       {Data("encrypted.accdb"), "encrypted with a password"}};
   for (const auto& [path, reason] : cases)
-    EXPECT_THAT(ErrorOf([&, file = path] { OpenTableFile(file, "", 0); }),
+    EXPECT_THAT(ErrorOf([&, file = path] { OpenTableFile(file, ""); }),
                 AllOf(HasSubstr(path), HasSubstr(reason)));
 }
 
 /// Reads all that a file holds; answers the first error.
 std::string ReadAllOf(const std::string& path) {
   return ErrorOf([&] {
-    const auto database = OpenTableFile(path, "", 0);
+    const auto database = OpenTableFile(path, "");
     for (const char* table : {"Every Type", "Orders", "Sales$", "Regions x$"})
       if (!database->TableColumns(QuotedName(table)).empty())
         RowsOf(*database, "SELECT * FROM " + QuotedName(table));

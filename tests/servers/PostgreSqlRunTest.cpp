@@ -65,21 +65,18 @@ class FaultyRun : public testing::Test {
 };
 
 TEST_F(FaultyRun, EndsWithTheDriversWordsAndTheRightStatusWord) {
-  sandbox_.PutPackage("Sales_LoadDW", R"toml([[connections]]
+  const std::string connection = R"toml([[connections]]
 name = "dw"
 provider = "SQLOLEDB"
 properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
-[[steps]]
+)toml";
+  sandbox_.PutPackage("Sales_LoadDW", connection + R"toml([[steps]]
 name = "look"
 task = "ExecuteSQL"
 connection = "dw"
 sql = "SELECT * FROM no_such_table"
 )toml");
-  sandbox_.PutPackage("Killed_LoadDW", R"toml([[connections]]
-name = "dw"
-provider = "SQLOLEDB"
-properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
-[[steps]]
+  sandbox_.PutPackage("Killed_LoadDW", connection + R"toml([[steps]]
 name = "lose the connection"
 task = "ExecuteSQL"
 connection = "dw"

@@ -85,7 +85,7 @@ class AdoConnection final : public ado::Connection {
         FindServerPlace(*settings_, provider_, Property("Data Source"), DriverOfDataSource);
     switch (place.kind) {
       case ServerPlace::Kind::TableFile:
-        return OpenTableFile(place.path, Property("Extended Properties"), TimeoutSeconds());
+        return OpenTableFile(place.path, Property("Extended Properties"));
       case ServerPlace::Kind::Odbc:
         return OpenOdbcDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
       case ServerPlace::Kind::Embedded: break;

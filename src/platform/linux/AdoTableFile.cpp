@@ -17,8 +17,6 @@
 namespace torvik {
 namespace {
 
-constexpr std::string_view kExtensions[] = {".xls", ".xlsx", ".xlsm", ".mdb", ".accdb"};
-
 /// The first bytes of the file, at most as many as tell its kind.
 std::string HeadOf(const std::string& path) {
   std::array<char, 512> head{};
@@ -82,14 +80,8 @@ std::unique_ptr<TableFile> OpenByContent(const std::string& path,
 
 }  // namespace
 
-bool IsTableFile(const std::string& path) {
-  const std::string extension = std::filesystem::path(path).extension();
-  return std::ranges::any_of(
-      kExtensions, [&](std::string_view one) { return EqualsIgnoringCase(one, extension); });
-}
-
 std::unique_ptr<AdoDatabase> OpenTableFile(const std::string& path,
-                                           const std::string& extendedProperties, int) {
+                                           const std::string& extendedProperties) {
   return OpenReadOnlyTables(std::filesystem::path(path).stem(), path,
                             NewTableFileModule(OpenByContent(path, extendedProperties)));
 }
