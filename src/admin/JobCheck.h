@@ -51,7 +51,14 @@ void CheckLogPlaces(JobUnderCheck& check);
 void CheckPackage(JobUnderCheck& check);
 void CheckDataLinks(JobUnderCheck& check);
 
-/// Opens what one data link names; says where its remote data would come from, without going there.
+/// Opens what one data link names.
 void CheckLinkSource(JobUnderCheck& check, const cDataSource& link);
+
+/// Goes where the remote data of a data link come from and reads the status there, but leaves it as
+/// it is.
+void CheckRemoteData(JobUnderCheck& check, const cDataSource& link);
+
+/// True for a data link whose data a run fetches.
+bool IsFetched(const cDataSource& link);
 
 }  // namespace torvik::admin
