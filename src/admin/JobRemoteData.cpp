@@ -55,7 +55,8 @@ std::string PlaceProblem(const cDataSource& link) {
   if (link.strFTPServer.empty()) return "ftp_server is empty; name the server there";
   // The files are asked for by this path once more, after it has been changed to.
   if (!remote.starts_with('/') && !remote.starts_with('\\'))
-    return "the remote directory " + remote + " is relative, and no file would come; write it from "
+    return "the remote directory " + remote +
+           " is relative, and no file would come; write it from "
            "/ on";
   return {};
 }

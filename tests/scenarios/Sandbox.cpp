@@ -73,6 +73,10 @@ void Sandbox::WriteSettings() const {
   WriteFile("torvik.conf", "[paths]\ndrive S: = " + directory_ + "\n" + section_);
 }
 
+void Sandbox::AddSettings(const std::string& sections) const {
+  WriteFile("torvik.conf", ReadFile("torvik.conf") + sections);
+}
+
 void Sandbox::WriteFile(const std::string& name, const std::string& text) const {
   fs::create_directories(fs::path(PathOf(name)).parent_path());
   std::ofstream(PathOf(name), std::ios::binary) << text;

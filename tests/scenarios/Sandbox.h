@@ -44,6 +44,9 @@ class Sandbox {
   /// The section of the server "(local)" in the settings.
   const std::string& ServerSection() const { return section_; }
 
+  /// Adds sections to the settings.
+  void AddSettings(const std::string& sections) const;
+
   void WriteFile(const std::string& name, const std::string& text) const;
   /// Empty when there is no such file.
   std::string ReadFile(const std::string& name) const;

@@ -2,24 +2,15 @@
 
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
+#include "fakes/PrivateServer.h"
 #include "platform/linux/AdoServers.h"
 
 namespace torvik {
 namespace {
-
-/// What a command writes; throws when it fails.
-std::string OutputOf(const std::string& command) {
-  std::FILE* pipe = popen(command.c_str(), "r");
-  std::string text;
-  for (int c; (c = std::fgetc(pipe)) != EOF;) text += static_cast<char>(c);
-  if (pclose(pipe) != 0) throw std::runtime_error(command + " failed");
-  return text;
-}
 
 const std::string kScript = std::string(TORVIK_SOURCE_DIR) + "/scripts/private-postgresql ";
 

@@ -28,6 +28,7 @@ struct FtpSettings {
   Tls tls = Tls::Off;    ///< Try goes on without when the server has none.
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
+  int port = 21;                  ///< Of every server.
 };
 
 /// What the machine's administrator has chosen (torvik.conf), and where the program keeps its

@@ -12,6 +12,7 @@ namespace torvik {
 namespace {
 
 constexpr int kLongestTimeout = 3600;
+constexpr int kLargestPort = 65535;
 
 /// The value without the comment behind it, which begins with a blank and a semicolon outside of
 /// quotes.
@@ -182,13 +183,19 @@ class SettingsParser {
       ftp.certificates = value;
       return value.starts_with('/') ? "" : "a file is given by its full path, from / on";
     }
+    if (key == "port") return ReadNumber(value, kLargestPort, ftp.port, "port is a number");
     if (key != "timeout")
-      return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout";
+      return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout, port";
+    return ReadNumber(value, kLongestTimeout, ftp.timeoutSeconds, "timeout is a number of seconds");
+  }
+
+  static std::string ReadNumber(const std::string& value, int largest, int& number,
+                                const std::string& what) {
     const auto end = value.data() + value.size();
-    const auto read = std::from_chars(value.data(), end, ftp.timeoutSeconds);
-    const bool isGood = read.ec == std::errc() && read.ptr == end && ftp.timeoutSeconds >= 1 &&
-                        ftp.timeoutSeconds <= kLongestTimeout;
-    return isGood ? "" : "timeout is a number of seconds from 1 to 3600";
+    const auto read = std::from_chars(value.data(), end, number);
+    const bool isGood =
+        read.ec == std::errc() && read.ptr == end && number >= 1 && number <= largest;
+    return isGood ? "" : what + " from 1 to " + std::to_string(largest);
   }
 
   /// What can only be said when all keys of a server are known.
