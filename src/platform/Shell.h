@@ -44,6 +44,9 @@ class Shell {
   /// name only when it is complete. Answers 0, or the platform's number of the first failure; the
   /// files copied before it stay.
   virtual int SHFileOperationA(const FileOperation& operation) = 0;
+
+  /// Why the last SHFileOperationA failed, naming the file, for the user; empty when it did not.
+  virtual std::string CopyFailure() const = 0;
 };
 
 }  // namespace torvik

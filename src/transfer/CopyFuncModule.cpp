@@ -30,6 +30,7 @@ bool CopyFuncModule::ShareCopyFiles(std::string& sourceDir, const std::string& l
   copy.progressTitle = "Please wait......  Copying data file to local server";
   if (services_.shell.SHFileOperationA(copy) == 0) return true;
   messages.Box("Couldn't copy all files", kProgram, BoxIcon::None);
+  messages.Report(services_.shell.CopyFailure());
   return false;
 }
 

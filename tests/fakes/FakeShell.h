@@ -16,6 +16,7 @@ struct FakeShell final : Shell {
   std::vector<std::string> calls;              ///< "Copy \\\\s\\in\\*.* to C:/in, flags 1172".
   std::map<std::string, ShareResult> failing;  ///< By path.
   int copyResult = 0;
+  std::string copyFailure;
 
   bool Exists(const std::string& path) override { return directories.contains(path); }
   ShareResult ReadFirstLine(const std::string& path, std::size_t limit,
@@ -37,6 +38,7 @@ struct FakeShell final : Shell {
                     std::to_string(operation.flags));
     return copyResult;
   }
+  std::string CopyFailure() const override { return copyFailure; }
 };
 
 }  // namespace torvik

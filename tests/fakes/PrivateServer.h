@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -19,28 +18,31 @@ inline std::string OutputOf(const std::string& command) {
   return text;
 }
 
-/// A server of the test's own on a loopback port, by one of the scripts private-ftp and
-/// private-share, stopped at the end of its life.
+/// A server of the test's own on a loopback port, by scripts/private-ftp or scripts/private-share.
 class PrivateServer {
  public:
-  /// `configuration` holds further lines for the server's own.
+  /// `configuration` holds further lines for the server's own; %DIR% in it is PathOf("").
   explicit PrivateServer(const std::string& script, const std::string& configuration = "")
       : script_(std::string(TORVIK_SOURCE_DIR) + "/scripts/" + script) {
-    if (!configuration.empty()) disk_.Write("more.conf", configuration);
-    const std::string more = configuration.empty() ? "" : " " + disk_.PathOf("more.conf");
-    port_ =
-        static_cast<std::uint16_t>(std::stoi(OutputOf(script_ + " start " + disk_.Path() + more)));
-    isRunning_ = true;
+    disk_.Write("more.conf", configuration);
+    Start();
   }
   ~PrivateServer() { Stop(); }
   PrivateServer(const PrivateServer&) = delete;
   PrivateServer& operator=(const PrivateServer&) = delete;
 
+  /// Ends the server and all its connections; Start starts it again at the same port.
   void Stop() {
-    if (std::exchange(isRunning_, false)) OutputOf(script_ + " stop " + disk_.Path());
+    if (isRunning_) OutputOf(script_ + " stop " + disk_.Path());
+    isRunning_ = false;
+  }
+  void Start() {
+    const std::string more = " " + disk_.PathOf("more.conf");
+    port_ = std::stoi(OutputOf(script_ + " start " + disk_.Path() + more));
+    isRunning_ = true;
   }
 
-  std::uint16_t Port() const { return port_; }
+  std::uint16_t Port() const { return static_cast<std::uint16_t>(port_); }
   std::string Password() const { return disk_.Read("password"); }
 
   /// Files that the server serves.
@@ -53,7 +55,7 @@ class PrivateServer {
  private:
   TemporaryDirectory disk_;
   const std::string script_;
-  std::uint16_t port_ = 0;
+  int port_ = 0;
   bool isRunning_ = false;
 };
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/UncPath.h"
+
 namespace torvik {
 namespace {
 
@@ -43,6 +45,28 @@ TEST(PathMap, NamesWhatIsNotMapped) {
     EXPECT_EQ(paths.ToLinux(cases[i].first, errors[i]), "") << cases[i].first;
   for (std::size_t i = 0; i < errors.size(); ++i)
     EXPECT_EQ(errors[i].message(), cases[i].second) << cases[i].first;
+}
+
+TEST(PathMap, TellsPathsThatLeadToAServer) {
+  const PathMap paths({}, {{"\\\\files\\in", "/mnt/in"}}, "");
+  const std::tuple<std::string, bool, std::string, std::string> cases[] = {
+      {"\\\\FILES/in\\a", false, "in/a", "\\\\FILES\\in"},
+      {"\\\\files\\in2\\a b\\c/", true, "in2/a b/c", "\\\\files\\in2\\a b"},
+      {"\\\\files\\out", true, "out", "\\\\files\\out"},
+      {"\\\\s\\out\\..\\.\\a\\\\..\\b", true, "out/b", "\\\\s\\out"},
+      {"\\\\s", true, "", ""},
+      {"\\\\s\\", true, "", ""},
+      {"\\\\s@t\\out", true, "", ""},
+      {"\\\\\\out\\a", true, "", ""},
+      {std::string("\\\\s\\o\0", 6), true, "", ""},
+      {"//files/out/a", false, "", ""},
+      {"C:\\a", false, "", ""}};
+  for (const auto& [path, isUnmapped, inServer, directory] : cases) {
+    EXPECT_EQ(isUnmapped, paths.IsUnmappedShare(path)) << path;
+    const auto place = ParseUncPath(path);
+    EXPECT_EQ(inServer, place ? place->InServer() : "") << path;
+    EXPECT_EQ(directory, place ? place->Directory().Text() : "") << path;
+  }
 }
 
 }  // namespace

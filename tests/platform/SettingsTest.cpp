@@ -18,12 +18,15 @@ TEST(Settings, TakesTheFileOver) {
                           "[Text]\n code_page = utf-8   ; of everything\n"
                           "[paths]\nDrive C: = /srv/c;1\t;comment\n"
                           "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
-                          "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\n"
+                          "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport = 2121\n"
                           "certificates = /etc/ftp.pem\n"
                           "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
                           "Port = 1433\n"
                           "[server (local)]\ndirectory = /srv/local\n"
-                          "[provider MSDAORA.1]\ndriver = x",
+                          "[provider MSDAORA.1]\ndriver = x\n"
+                          "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
+                          "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
+                          "[smb old]\ndomain = DW\nport = 4450\n",
                           settings),
             "");
   EXPECT_EQ(settings.codePage, "utf-8");
@@ -32,7 +35,17 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_TRUE(settings.ftp.passive);
   EXPECT_EQ(settings.ftp.tls, FtpSettings::Tls::Require);
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
+  EXPECT_EQ(settings.ftp.port, 2121);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
+  const SmbSettings files = settings.Smb("FILES"), old = settings.Smb("old");
+  EXPECT_EQ(files.user + files.password + files.credentials, "/etc/files");
+  EXPECT_EQ(files.section, "smb files");
+  EXPECT_TRUE(files.kerberos);
+  EXPECT_EQ(files.timeoutSeconds, 7);
+  EXPECT_EQ(old.user + "," + old.password + "," + old.domain, "etl,a ; b,DW");
+  EXPECT_EQ(old.port, 4450);
+  EXPECT_EQ(settings.Smb("others").port, 445);
+  EXPECT_EQ(settings.Smb("others").user, "etl");
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
   ASSERT_NE(server, nullptr);
   EXPECT_EQ(server->backend, "odbc");
@@ -63,7 +76,13 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[ftp]\ntimeout = 5s\n", "line 2: timeout is a number"},
       {"[ftp]\ntimeout = 99999999999\n", "line 2: timeout is a number"},
       {"[ftp]\ncertificates = x\n", "line 2: a file is given by its full path"},
-      {"[ftp]\nport = 21\n", "line 2: [ftp] has no key \"port\"; there are mode, tls, cert"},
+      {"[ftp]\nports = 21\n", "line 2: [ftp] has no key \"ports\"; there are mode, tls, cert"},
+      {"[smb]\nuser = a\n[smb h]\ntime = 1\n", "line 4: [smb] has no key \"time\"; there are user"},
+      {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password and credentials exclude"},
+      {"[smb]\ncredentials = c\n", "line 2: a file is given by its full path"},
+      {"[smb]\nkerberos = true\n", "line 2: kerberos is yes or no"},
+      {"[smb]\ntimeout = 3601\n", "line 2: timeout is a number of seconds from 1 to 3600"},
+      {"[smb]\nport = 65536\n", "line 2: port is a number from 1 to 65535"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
       {"\n[server X]\nbackend = embedded\n", "line 2: [server x]: an embedded server needs a"},
@@ -115,12 +134,21 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
   EXPECT_EQ(load("HOME", "home", settings),
             disk.PathOf("home/.config/torvik/torvik.conf") +
                 ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-                "[server NAME], [provider NAME]");
+                "[smb], [smb HOST], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));
   EXPECT_EQ(settings.FindServer("(local)")->backend, "odbc");
   EXPECT_EQ(settings.FindServer("(local)")->directory, "");
+  disk.Write("secret.conf", "[smb h]\npassword = geheim\n");
+  disk.SetMode("secret.conf", 0640);
+  EXPECT_EQ(load("TORVIK_CONF", "secret.conf", settings),
+            disk.PathOf("secret.conf") +
+                " holds a password and has the mode 0640, so that others may use it; run chmod "
+                "600 " +
+                disk.PathOf("secret.conf"));
+  disk.SetMode("secret.conf", 0600);
+  EXPECT_EQ(load("TORVIK_CONF", "secret.conf", settings), "");
   EXPECT_THAT(load("TORVIK_CONF", "own.conf", settings), StartsWith(disk.PathOf("own.conf, line")));
   EXPECT_EQ(load("TORVIK_CONF", "gone.conf", settings),
             disk.PathOf("gone.conf") + " cannot be read: No such file or directory");

@@ -7,8 +7,8 @@
 #include "platform/linux/IconvCodePages.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/PosixProcesses.h"
-#include "platform/linux/PosixShell.h"
 #include "platform/linux/ProfileFiles.h"
+#include "platform/linux/ShellByPath.h"
 #include "platform/linux/StdConsole.h"
 #include "platform/linux/SyslogEventLog.h"
 #include "platform/linux/SystemClock.h"
@@ -23,7 +23,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   const PathMap paths = platform.settings.Paths();
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
-  platform.shell = NewPosixShell(paths, *platform.codePages);
+  platform.shell = NewShellByPath(platform.settings, *platform.codePages, onFetch);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths);
   platform.clock = NewSystemClock();

@@ -49,6 +49,13 @@ std::size_t ShareLength(const std::string& path) {
   return std::min(path.find_first_of(kSeparators, serverEnd + 1), path.size());
 }
 
+/// The share as the map knows it.
+std::string ShareKey(const std::string& share) {
+  std::string key = LowerAscii(share);
+  std::replace(key.begin(), key.end(), '/', '\\');
+  return key;
+}
+
 /// `directory` and what follows it on the path, '/' between its parts.
 std::string Below(const std::string& directory, std::string rest) {
   std::replace(rest.begin(), rest.end(), '\\', '/');
@@ -96,10 +103,13 @@ std::string PathMap::DirectoryOfDrive(char letter, std::error_code& error) const
   return otherDrives_ + "/" + drive;
 }
 
+bool PathMap::IsUnmappedShare(const std::string& path) const {
+  return path.starts_with("\\\\") && !shares_.contains(ShareKey(path.substr(0, ShareLength(path))));
+}
+
 std::string PathMap::DirectoryOfShare(const std::string& share, std::error_code& error) const {
-  std::string key = LowerAscii(share);
-  std::replace(key.begin(), key.end(), '/', '\\');
-  if (const auto found = shares_.find(key); found != shares_.end()) return found->second;
+  if (const auto found = shares_.find(ShareKey(share)); found != shares_.end())
+    return found->second;
   error = unmapped_->ErrorOf("share " + share);
   return {};
 }

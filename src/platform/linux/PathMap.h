@@ -28,6 +28,9 @@ class PathMap {
   /// path that holds a NUL character.
   std::string ToLinux(const std::string& path, std::error_code& error) const;
 
+  /// True for a path "\\server\..." that no share of the settings leads to a directory.
+  bool IsUnmappedShare(const std::string& path) const;
+
  private:
   std::string DirectoryOfDrive(char letter, std::error_code& error) const;
   std::string DirectoryOfShare(const std::string& share, std::error_code& error) const;

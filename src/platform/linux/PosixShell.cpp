@@ -4,13 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <filesystem>
-#include <system_error>
-#include <vector>
 
+#include "platform/linux/CopyFiles.h"
+#include "platform/linux/FetchCounter.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/ReplaceFile.h"
+#include "platform/linux/ShellFiles.h"
 
 namespace torvik {
 namespace {
@@ -18,28 +19,66 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kNewFileMode = 0666;
-constexpr std::string_view kAllFiles = "*.*";
-/// The number for a file operation that failed for a reason of no other number.
-constexpr int kGeneralFailure = 31;
 
-/// A copy under a name of its own beside `to`, which takes its place when it is complete.
-std::error_code ArriveComplete(const fs::path& from, const fs::path& to) {
-  std::error_code error, ignored;
-  const fs::path part =
-      to.parent_path() / ("." + to.filename().string() + ".part-" + std::to_string(getpid()));
-  fs::copy_file(from, part, fs::copy_options::overwrite_existing, error);
-  if (!error) {
-    const Descriptor file = OpenFile(part.string(), O_RDONLY);
-    if (!file.IsOpen() || fsync(file.Number()) != 0) error = LastSystemError();
+class PosixFile final : public SourceFile {
+ public:
+  explicit PosixFile(Descriptor file) : file_(std::move(file)) {}
+
+  std::size_t Read(char* buffer, std::size_t capacity, std::error_code& error) override {
+    ssize_t got = 0;
+    do got = read(file_.Number(), buffer, capacity);
+    while (got < 0 && errno == EINTR);
+    if (got < 0) error = LastSystemError();
+    return got < 0 ? 0 : static_cast<std::size_t>(got);
   }
-  if (!error) fs::rename(part, to, error);
-  if (error) fs::remove(part, ignored);
-  return error;
-}
+
+  std::uint64_t Size(std::error_code& error) override {
+    struct stat status {};
+    if (fstat(file_.Number(), &status) != 0) error = LastSystemError();
+    return static_cast<std::uint64_t>(status.st_size);
+  }
+
+ private:
+  const Descriptor file_;
+};
+
+class PosixDirectory final : public SourceDirectory {
+ public:
+  explicit PosixDirectory(fs::path path) : path_(std::move(path)) {}
+
+  std::vector<Entry> List(FileFailure& failure) override {
+    std::vector<Entry> files;
+    std::error_code error;
+    for (fs::directory_iterator entry(path_, error), end; !error && entry != end;
+         entry.increment(error)) {
+      if (entry->is_regular_file(error))
+        files.push_back({entry->path().filename().string(), entry->file_size(error)});
+      if (error) break;
+    }
+    if (error) failure = {error, path_.string() + ": " + error.message()};
+    return files;
+  }
+
+  std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
+    Descriptor file = OpenFile(path_ / name, O_RDONLY);
+    if (!file.IsOpen()) error = LastSystemError();
+    return std::make_unique<PosixFile>(std::move(file));
+  }
+
+  std::string PathOf(const std::string& name) const override { return path_ / name; }
+
+  std::string Words(const std::string& name, const std::error_code& error) const override {
+    return PathOf(name) + ": " + error.message();
+  }
+
+ private:
+  const fs::path path_;
+};
 
 class PosixShell final : public Shell {
  public:
-  PosixShell(const PathMap& paths, const CodePage& ansi) : paths_(paths), ansi_(ansi) {}
+  PosixShell(const PathMap& paths, const CodePage& ansi, FetchObserver onFetch)
+      : paths_(paths), ansi_(ansi), counter_(std::move(onFetch)) {}
 
   bool Exists(const std::string& path) override {
     std::error_code error;
@@ -52,19 +91,16 @@ class PosixShell final : public Shell {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return Failure(path, linuxPath, error);
-    const Descriptor file = OpenFile(linuxPath, O_RDONLY);
-    if (!file.IsOpen()) return Failure(path, linuxPath, LastSystemError());
+    Descriptor opened = OpenFile(linuxPath, O_RDONLY);
+    if (!opened.IsOpen()) return Failure(path, linuxPath, LastSystemError());
+    PosixFile file(std::move(opened));
     std::string bytes(limit, '\0');
     std::size_t length = 0;
-    for (ssize_t got = 1; got > 0 && length < limit; length += static_cast<std::size_t>(got)) {
-      got = read(file.Number(), bytes.data() + length, limit - length);
-      if (got < 0) return Failure(path, linuxPath, LastSystemError());
-    }
-    if (length == 0)
-      return {ShareError::Other, path + ": Input past end of file: the file is empty"};
-    bytes.resize(std::min(length, bytes.find_first_of("\r\n")));
-    line = ansi_.Decode(bytes);
-    return {};
+    for (std::size_t got = 1; got > 0 && length < limit; length += got)
+      got = file.Read(bytes.data() + length, limit - length, error);
+    if (error) return Failure(path, linuxPath, error);
+    bytes.resize(length);
+    return FirstLineOf(path, bytes, ansi_, line);
   }
 
   ShareResult ReplaceText(const std::string& path, std::string_view text) override {
@@ -76,48 +112,43 @@ class PosixShell final : public Shell {
   }
 
   int SHFileOperationA(const FileOperation& operation) override {
-    std::string source = operation.from;
-    if (source.ends_with(kAllFiles)) source.erase(source.size() - kAllFiles.size());
-    std::error_code error;
-    const fs::path from = paths_.ToLinux(source, error);
-    if (error) return NumberOf(error);
-    const fs::path to = paths_.ToLinux(operation.to, error);
-    if (error) return NumberOf(error);
-    for (fs::directory_iterator entry(from, error), end; !error && entry != end;
-         entry.increment(error)) {
-      if (!entry->is_regular_file(error)) continue;
-      error = ArriveComplete(entry->path(), to / entry->path().filename());
-      if (error) break;
-    }
-    return NumberOf(error);
+    copyFailure_ = CopyAll(operation);
+    return NumberOf(copyFailure_.error);
   }
+
+  std::string CopyFailure() const override { return copyFailure_.words; }
 
  private:
-  static int NumberOf(const std::error_code& error) {
-    if (!error) return 0;
-    return error.value() > 0 ? error.value() : kGeneralFailure;
+  FileFailure CopyAll(const FileOperation& operation) {
+    const std::string source = DirectoryOfAllFiles(operation.from);
+    std::error_code error;
+    PosixDirectory from(paths_.ToLinux(source, error));
+    if (error) return {error, source + ": " + error.message()};
+    const std::string to = paths_.ToLinux(operation.to, error);
+    if (error) return {error, operation.to + ": " + error.message()};
+    return CopyFiles(from, to, counter_);
   }
 
-  /// A file that is missing where its directory is there is told apart from a missing directory.
   static ShareResult Failure(const std::string& path, const std::string& linuxPath,
                              const std::error_code& error) {
     const std::string description = path + ": " + error.message();
     if (linuxPath.empty()) return {ShareError::PathNotFound, description};
-    if (error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory)
-      return {ShareError::Other, description};
     std::error_code ignored;
     const bool hasDirectory = fs::is_directory(fs::path(linuxPath).parent_path(), ignored);
-    return {hasDirectory ? ShareError::FileNotFound : ShareError::PathNotFound, description};
+    return {ShareErrorOf(error, hasDirectory), description};
   }
 
   const PathMap paths_;
   const CodePage& ansi_;
+  FetchCounter counter_;
+  FileFailure copyFailure_;
 };
 
 }  // namespace
 
-std::unique_ptr<Shell> NewPosixShell(const PathMap& paths, const CodePages& codePages) {
-  return std::make_unique<PosixShell>(paths, codePages.Ansi());
+std::unique_ptr<Shell> NewPosixShell(const PathMap& paths, const CodePages& codePages,
+                                     FetchObserver onFetch) {
+  return std::make_unique<PosixShell>(paths, codePages.Ansi(), std::move(onFetch));
 }
 
 }  // namespace torvik

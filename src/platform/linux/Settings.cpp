@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "platform/Text.h"
 #include "platform/linux/Posix.h"
+#include "platform/linux/SecretFile.h"
 #include "platform/linux/SettingsFile.h"
 
 namespace torvik {
@@ -48,9 +50,14 @@ std::string FindSettingsFile(const Environment& environment) {
 
 std::string ReadSettingsFile(Settings& settings) {
   std::string text;
-  const std::error_code error = ReadFile(settings.sourceFile, text);
+  const Descriptor file = OpenFile(settings.sourceFile, O_RDONLY);
+  const std::error_code error = file.IsOpen() ? ReadAll(file.Number(), text) : LastSystemError();
   if (error) return settings.sourceFile + " cannot be read: " + error.message();
-  return ParseSettings(text, settings);
+  if (std::string problem = ParseSettings(text, settings); !problem.empty()) return problem;
+  const bool hasPassword =
+      std::any_of(settings.smb.begin(), settings.smb.end(),
+                  [](const auto& smb) { return !smb.second.password.empty(); });
+  return hasPassword ? CheckSecretFile(file, settings.sourceFile) : "";
 }
 
 }  // namespace
@@ -63,6 +70,12 @@ const ServerSettings* Settings::FindServer(const std::string& name) const {
 const ProviderSettings* Settings::FindProvider(const std::string& name) const {
   const auto found = providers.find(ProviderKey(name));
   return found == providers.end() ? nullptr : &found->second;
+}
+
+SmbSettings Settings::Smb(const std::string& server) const {
+  const auto own = smb.find(LowerAscii(server));
+  const auto found = own == smb.end() ? smb.find("") : own;
+  return found == smb.end() ? SmbSettings() : found->second;
 }
 
 PathMap Settings::Paths() const {

@@ -31,6 +31,16 @@ struct FtpSettings {
   int port = 21;                  ///< Of every server.
 };
 
+/// How a section [smb HOST] has us use the shares of a server.
+struct SmbSettings {
+  std::string section = "smb";         ///< That messages send the user to.
+  std::string user, password, domain;  ///< Without a user we are a guest.
+  std::string credentials;             ///< A file that holds the three instead.
+  bool kerberos = false;               ///< Log on by the ticket of the environment.
+  int timeoutSeconds = 30;             ///< To connect, and for each answer.
+  int port = 445;
+};
+
 /// What the machine's administrator has chosen (torvik.conf), and where the program keeps its
 /// state.
 struct Settings {
@@ -44,6 +54,7 @@ struct Settings {
   std::map<std::string, ProviderSettings> providers;  ///< By small letters, without ".1" behind.
 
   FtpSettings ftp;
+  std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.
 
   /// The server of that name, letter case aside, or null.
   const ServerSettings* FindServer(const std::string& name) const;
@@ -51,6 +62,9 @@ struct Settings {
   /// What is set for an OLE DB provider, or null. Letter case and a version behind the name
   /// ("MSDAORA.1") do not count.
   const ProviderSettings* FindProvider(const std::string& name) const;
+
+  /// How to use the shares of a server, letter case aside.
+  SmbSettings Smb(const std::string& server) const;
 
   /// Where paths of either spelling lead by these settings.
   PathMap Paths() const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <vector>
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -39,6 +40,48 @@ std::string UnlessAbsolute(const std::string& directory) {
   return directory.rfind('/', 0) == 0 ? "" : "a directory is given by its full path, from / on";
 }
 
+/// A whole number from 1 on; `what` says what it is.
+std::string ReadNumber(const std::string& text, int largest, int& number, const std::string& what) {
+  const auto end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  const bool isGood = read.ec == std::errc() && read.ptr == end && number >= 1 && number <= largest;
+  return isGood ? "" : what + " from 1 to " + std::to_string(largest);
+}
+
+std::string ReadTimeout(const std::string& text, int& seconds) {
+  return ReadNumber(text, kLongestTimeout, seconds, "timeout is a number of seconds");
+}
+
+std::string ReadPort(const std::string& text, int& port) {
+  return ReadNumber(text, kLargestPort, port, "port is a number");
+}
+
+std::string ReadYesNo(const std::string& key, const std::string& text, bool& value) {
+  value = EqualsIgnoringCase(text, "yes");
+  return value || EqualsIgnoringCase(text, "no") ? "" : key + " is yes or no";
+}
+
+/// Takes one key of a section [smb] over.
+std::string ReadSmbKey(const std::string& key, const std::string& value, SmbSettings& smb) {
+  if (key == "kerberos") return ReadYesNo(key, value, smb.kerberos);
+  if (key == "timeout") return ReadTimeout(value, smb.timeoutSeconds);
+  if (key == "port") return ReadPort(value, smb.port);
+  const std::pair<const char*, std::string*> texts[] = {{"user", &smb.user},
+                                                        {"password", &smb.password},
+                                                        {"domain", &smb.domain},
+                                                        {"credentials", &smb.credentials}};
+  const auto text = std::find_if(std::begin(texts), std::end(texts),
+                                 [&](const auto& known) { return key == known.first; });
+  if (text == std::end(texts))
+    return "[smb] has no key \"" + key +
+           "\"; there are user, password, domain, credentials, kerberos, timeout, port";
+  *text->second = value;
+  if (!smb.password.empty() && !smb.credentials.empty())
+    return "password and credentials exclude each other; leave one of them out";
+  const bool isRelative = key == "credentials" && !value.starts_with('/');
+  return isRelative ? "a file is given by its full path, from / on" : "";
+}
+
 /// Reads line by line. Each function answers what is wrong, or the empty text.
 class SettingsParser {
  public:
@@ -51,12 +94,13 @@ class SettingsParser {
       ++lineNumber_;
       if (std::string problem = Read(line); !problem.empty()) return At(lineNumber_, problem);
     }
+    JoinSmbSections();
     std::string problem = CheckServers();
     return problem.empty() ? CheckProviders() : problem;
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, Ftp };
+  enum class Section { None, Text, Paths, Server, Provider, Ftp, Smb };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -76,12 +120,17 @@ class SettingsParser {
   std::string ReadSection(const std::string& name) {
     const std::string server = LowerAscii(Behind("server", name));
     const std::string provider = Behind("provider", name);
+    const std::string host = LowerAscii(Behind("smb", name));
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
       section_ = Section::Paths;
     } else if (EqualsIgnoringCase(name, "ftp")) {
       section_ = Section::Ftp;
+    } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
+      section_ = Section::Smb;
+      name_ = host;
+      smb_.try_emplace(host);
     } else if (!provider.empty()) {
       section_ = Section::Provider;
       name_ = ProviderKey(provider);
@@ -89,7 +138,8 @@ class SettingsParser {
       settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
-             "] is not known; there are [text], [paths], [ftp], [server NAME], [provider NAME]";
+             "] is not known; there are [text], [paths], [ftp], [smb], [smb HOST], [server NAME], "
+             "[provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -107,6 +157,9 @@ class SettingsParser {
       case Section::Server: return ReadServerKey(key, value);
       case Section::Provider: ReadProviderKey(key, value); break;
       case Section::Ftp: return ReadFtpKey(key, value);
+      case Section::Smb:
+        smb_[name_].keys.emplace_back(key, value);
+        return ReadSmbKey(key, value, smb_[name_].own);
     }
     return {};
   }
@@ -183,19 +236,24 @@ class SettingsParser {
       ftp.certificates = value;
       return value.starts_with('/') ? "" : "a file is given by its full path, from / on";
     }
-    if (key == "port") return ReadNumber(value, kLargestPort, ftp.port, "port is a number");
+    if (key == "port") return ReadPort(value, ftp.port);
     if (key != "timeout")
       return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout, port";
-    return ReadNumber(value, kLongestTimeout, ftp.timeoutSeconds, "timeout is a number of seconds");
+    return ReadTimeout(value, ftp.timeoutSeconds);
   }
 
-  static std::string ReadNumber(const std::string& value, int largest, int& number,
-                                const std::string& what) {
-    const auto end = value.data() + value.size();
-    const auto read = std::from_chars(value.data(), end, number);
-    const bool isGood =
-        read.ec == std::errc() && read.ptr == end && number >= 1 && number <= largest;
-    return isGood ? "" : what + " from 1 to " + std::to_string(largest);
+  /// [smb HOST] has the keys of [smb] and its own, whichever comes first in the file. A logon of
+  /// its own takes the place of the other one whole.
+  void JoinSmbSections() {
+    const SmbKeys ofAll = smb_[""];
+    for (const auto& [host, keys] : smb_) {
+      SmbSettings& joined = settings_.smb[host] = ofAll.own;
+      if (host.empty()) continue;
+      joined.section = "smb " + host;
+      if (!keys.own.user.empty() || !keys.own.password.empty()) joined.credentials.clear();
+      if (!keys.own.credentials.empty()) joined.user = joined.password = joined.domain = "";
+      for (const auto& [key, value] : keys.keys) ReadSmbKey(key, value, joined);
+    }
   }
 
   /// What can only be said when all keys of a server are known.
@@ -225,12 +283,19 @@ class SettingsParser {
     return {};
   }
 
+  /// The keys of a section [smb HOST], and what they alone come to.
+  struct SmbKeys {
+    std::vector<std::pair<std::string, std::string>> keys;
+    SmbSettings own;
+  };
+
   Settings& settings_;
   int lineNumber_ = 0;
   Section section_ = Section::None;
   std::string name_;  ///< Of the server or provider that the section is about.
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
+  std::map<std::string, SmbKeys> smb_;  ///< By host; "" for [smb].
 };
 
 }  // namespace
