@@ -14,21 +14,22 @@ using testing::StartsWith;
 
 TEST(Settings, TakesTheFileOver) {
   Settings settings;
-  ASSERT_EQ(ParseSettings("; the machine's own\r\n"
-                          "[Text]\n code_page = utf-8   ; of everything\n"
-                          "[paths]\nDrive C: = /srv/c;1\t;comment\n"
-                          "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
-                          "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport = 2121\n"
-                          "certificates = /etc/ftp.pem\n"
-                          "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
-                          "Port = 1433\n"
-                          "[server (local)]\ndirectory = /srv/local\n"
-                          "[provider MSDAORA.1]\ndriver = x\n"
-                          "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
-                          "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
-                          "[smb old]\ndomain = DW\nport = 4450\n",
-                          settings),
-            "");
+  ASSERT_EQ(
+      ParseSettings("; the machine's own\r\n"
+                    "[Text]\n code_page = utf-8   ; of everything\n"
+                    "[paths]\nDrive C: = /srv/c;1\t;comment\n"
+                    "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
+                    "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport = 2121\n"
+                    "certificates = /etc/ftp.pem\n"
+                    "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
+                    "Port = 1433\n"
+                    "[server (local)]\ndirectory = /srv/local\n"
+                    "[provider MSDAORA.1]\ndriver = x\n"
+                    "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
+                    "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
+                    "[smb old]\ndomain = DW\nport = 4450\n",
+                    settings),
+      "");
   EXPECT_EQ(settings.codePage, "utf-8");
   EXPECT_THAT(settings.drives, ElementsAre(Pair("c", "/srv/c;1")));
   EXPECT_THAT(settings.shares, ElementsAre(Pair("\\\\files\\in", "/mnt/a ; b")));
