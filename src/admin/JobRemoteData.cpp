@@ -15,7 +15,6 @@ namespace {
 using namespace wininet;
 
 constexpr std::size_t kStatusLength = 256;
-constexpr std::uint16_t kFtpPort = 21;
 
 /// What is wrong with the times of a poll, or the empty text. The runner counts in 16 bits.
 std::string TimesProblem(const cDataSource& link) {
@@ -80,7 +79,7 @@ class FtpLook {
     const std::string slash = EndsInSeparator(link_.strRemoteDir) ? "" : "/";
     internet_ = client_.InternetOpenA("Torvik");
     if (internet_ == 0) Fail(server + " cannot be reached");
-    const Handle connection = client_.InternetConnectA(internet_, server, kFtpPort,
+    const Handle connection = client_.InternetConnectA(internet_, server, kDefaultFtpPort,
                                                        link_.strFTPUser, link_.strFTPPassword);
     if (connection == 0) Fail(server + " gives no logon to the user " + link_.strFTPUser);
     if (!client_.FtpSetCurrentDirectoryA(connection, link_.strRemoteDir))

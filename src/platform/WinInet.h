@@ -35,6 +35,8 @@ enum class FileAccess : std::uint32_t { Read = 0x80000000, Write = 0x40000000 };
 
 inline constexpr std::uint32_t kDirectoryAttribute = 16;
 
+inline constexpr std::uint16_t kDefaultFtpPort = 21;
+
 /// One entry of a listing.
 struct FindData {
   std::string fileName;  ///< Without a directory.
@@ -47,7 +49,8 @@ class Client {
   virtual ~Client() = default;
 
   virtual Handle InternetOpenA(const std::string& agent) = 0;
-  /// Connects and logs on; an empty user is "anonymous".
+  /// Connects and logs on; an empty user is "anonymous". The default port is the one that the
+  /// machine's settings name.
   virtual Handle InternetConnectA(Handle internet, const std::string& server, std::uint16_t port,
                                   const std::string& user, const std::string& password) = 0;
   virtual void InternetCloseHandle(Handle handle) = 0;

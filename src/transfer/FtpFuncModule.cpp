@@ -10,7 +10,6 @@ namespace torvik {
 namespace {
 
 constexpr const char* kAgent = "Torvik";
-constexpr std::uint16_t kFtpPort = 21;
 constexpr const char* kNoInternet = "The Internet connection is not available";
 constexpr const char* kNoLogin =
     "Login failed! FTP site doesn't exist or the password is incorrect!";
@@ -48,7 +47,8 @@ class FtpFuncModule::Session {
       if (*handle != 0) client.InternetCloseHandle(*handle);
       *handle = 0;
     }
-    connection = client.InternetConnectA(internet, server, kFtpPort, user, password);
+    connection =
+        client.InternetConnectA(internet, server, wininet::kDefaultFtpPort, user, password);
     return connection != 0;
   }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -25,13 +24,11 @@ struct FakeWinInet final : wininet::Client {
   std::set<std::string> directories;         ///< Likewise; those of files need not be here.
   std::set<std::string> readOnly;            ///< Directories in which nothing can be written.
   std::map<std::string, std::string> users;  ///< Passwords by name; when empty, anyone may log on.
-  std::vector<wininet::FindData> listedFirst;     ///< What a listing has before the files.
   std::map<std::string, std::string> downloaded;  ///< By local path, as it was asked for.
   /// "Open Torvik", "Connect server:21 user", "Close file", "SetDirectory in/", "OpenRead
   /// in/status", "OpenWrite in/status", "Read", "Write idle", "Get in//a to C:/in/a", "Delete
   /// in/a", "FindFirst", "FindNext". Paths as they were asked for.
   std::vector<std::string> calls;
-  std::optional<Failure> failNext;         ///< The next call fails with this, closing aside.
   std::map<std::string, Failure> failing;  ///< All calls that begin like this fail.
 
   std::size_t OpenHandles() const { return handles_.size(); }
@@ -41,8 +38,7 @@ struct FakeWinInet final : wininet::Client {
   }
   Handle InternetConnectA(Handle internet, const std::string& server, std::uint16_t port,
                           const std::string& user, const std::string& password) override {
-    if (!Begin("Connect " + server + ":" + std::to_string(port) + " " + user) ||
-        !Is(internet, "internet"))
+    if (!Begin("Connect " + server + ":" + std::to_string(port) + " " + user, internet, "internet"))
       return 0;
     const auto known = users.find(user.empty() ? "anonymous" : user);
     if (!users.empty() && (known == users.end() || known->second != password))
@@ -63,7 +59,7 @@ struct FakeWinInet final : wininet::Client {
   }
 
   bool FtpSetCurrentDirectoryA(Handle connection, const std::string& directory) override {
-    if (!Begin("SetDirectory " + directory) || !Is(connection, "connection")) return false;
+    if (!Begin("SetDirectory " + directory, connection, "connection")) return false;
     const std::string path = Resolve(connection, directory);
     if (!HasDirectory(path)) return Fail(NotFound(directory));
     handles_[connection].path = path;
@@ -72,36 +68,34 @@ struct FakeWinInet final : wininet::Client {
   Handle FtpOpenFileA(Handle connection, const std::string& path,
                       wininet::FileAccess access) override {
     const bool isRead = access == wininet::FileAccess::Read;
-    if (!Begin((isRead ? "OpenRead " : "OpenWrite ") + path) || !Is(connection, "connection"))
-      return 0;
+    if (!Begin((isRead ? "OpenRead " : "OpenWrite ") + path, connection, "connection")) return 0;
     const std::string full = Resolve(connection, path);
     if (isRead && !files.contains(full)) return Fail(NotFound(path));
     if (!isRead && !CanWrite(full)) return Fail(Denied(path));
     return Make({isRead ? "read" : "write", connection, full, isRead ? files[full] : ""});
   }
   bool InternetReadFile(Handle file, std::size_t limit, std::string& text) override {
-    if (!Begin("Read") || !Is(file, "read")) return false;
+    if (!Begin("Read", file, "read")) return false;
     std::string& content = handles_[file].content;
     text = content.substr(0, limit);
     content.erase(0, limit);
     return true;
   }
   bool InternetWriteFile(Handle file, std::string_view bytes) override {
-    if (!Begin("Write " + std::string(bytes)) || !Is(file, "write")) return false;
+    if (!Begin("Write " + std::string(bytes), file, "write")) return false;
     handles_[file].content += bytes;
     return true;
   }
   bool FtpGetFileA(Handle connection, const std::string& remotePath,
                    const std::string& localPath) override {
-    if (!Begin("Get " + remotePath + " to " + localPath) || !Is(connection, "connection"))
-      return false;
+    if (!Begin("Get " + remotePath + " to " + localPath, connection, "connection")) return false;
     const auto found = files.find(Resolve(connection, remotePath));
     if (found == files.end()) return Fail(NotFound(remotePath));
     downloaded[localPath] = found->second;
     return true;
   }
   bool FtpDeleteFileA(Handle connection, const std::string& path) override {
-    if (!Begin("Delete " + path) || !Is(connection, "connection")) return false;
+    if (!Begin("Delete " + path, connection, "connection")) return false;
     const std::string full = Resolve(connection, path);
     if (!files.contains(full)) return Fail(NotFound(path));
     if (!CanWrite(full)) return Fail(Denied(path));
@@ -109,7 +103,7 @@ struct FakeWinInet final : wininet::Client {
     return true;
   }
   Handle FtpFindFirstFileA(Handle connection, wininet::FindData& found) override {
-    if (!Begin("FindFirst") || !Is(connection, "connection")) return 0;
+    if (!Begin("FindFirst", connection, "connection")) return 0;
     const Handle listing =
         Make({"listing", connection, "", "", Entries(handles_[connection].path)});
     if (Next(listing, found)) return listing;
@@ -117,7 +111,7 @@ struct FakeWinInet final : wininet::Client {
     return 0;
   }
   bool InternetFindNextFileA(Handle listing, wininet::FindData& found) override {
-    return Begin("FindNext") && Is(listing, "listing") && Next(listing, found);
+    return Begin("FindNext", listing, "listing") && Next(listing, found);
   }
 
   std::uint32_t GetLastError() const override { return last_.code; }
@@ -146,7 +140,6 @@ struct FakeWinInet final : wininet::Client {
   bool Begin(const std::string& call) {
     calls.push_back(call);
     last_ = {wininet::NoError};
-    if (failNext) return Fail(*std::exchange(failNext, std::nullopt));
     for (const auto& [beginning, failure] : failing)
       if (call.starts_with(beginning)) return Fail(failure);
     return true;
@@ -155,7 +148,8 @@ struct FakeWinInet final : wininet::Client {
     last_ = std::move(failure);
     return false;
   }
-  bool Is(Handle handle, const std::string& kind) {
+  bool Begin(const std::string& call, Handle handle, const std::string& kind) {
+    if (!Begin(call)) return false;
     const auto found = handles_.find(handle);
     if (found != handles_.end() && found->second.kind == kind) return true;
     return Fail({wininet::IncorrectHandleType});
@@ -190,7 +184,7 @@ struct FakeWinInet final : wininet::Client {
            !HasDirectory(path);
   }
   std::vector<wininet::FindData> Entries(const std::string& directory) const {
-    std::vector<wininet::FindData> entries = listedFirst;
+    std::vector<wininet::FindData> entries;
     for (const auto& path : directories)
       if (path != directory && ParentOf(path) == directory)
         entries.push_back({path.substr(path.rfind('/') + 1), wininet::kDirectoryAttribute});

@@ -31,6 +31,7 @@ TEST(FtpListing, ReadsEveryManner) {
        "-rw-r--r--   1 1000 1000 12 Feb 29 2004  leading\r\n",
        "old/|a b  c| leading|"},
       {Kind::List, "insgesamt 0\ndrwx 2 o g 1 Jan 8 10:20 .\ndrwx 2 o g 1 Jan 8 10:20 ..\n", ""},
+      {Kind::List, "drwx 2 ftp 0 4096 Jan 8 10:20 old\n-rw- 1 ftp 5 2000 Jan 8 2001 b", "old/|b|"},
       {Kind::List, "lrwxrwxrwx 1 o g 7 Jan 8 10:20 now -> old -> er", "now|"},
       {Kind::List, "-rw-r--r-- 1 Domain Users g 5 8 Jan 2001 Jan 9 10:20 y", "Jan 9 10:20 y|"},
       {Kind::List, "-rw-r--r-- 1 o 5 m\xe4r 8 10:20 no group", "no group|"},

@@ -19,7 +19,7 @@ TEST(Settings, TakesTheFileOver) {
                     "[Text]\n code_page = utf-8   ; of everything\n"
                     "[paths]\nDrive C: = /srv/c;1\t;comment\n"
                     "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
-                    "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport = 2121\n"
+                    "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\n"
                     "certificates = /etc/ftp.pem\n"
                     "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
                     "Port = 1433\n"
@@ -36,7 +36,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_TRUE(settings.ftp.passive);
   EXPECT_EQ(settings.ftp.tls, FtpSettings::Tls::Require);
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
-  EXPECT_EQ(settings.ftp.port, 2121);
+  EXPECT_EQ(settings.ftp.port, 65535);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
   const SmbSettings files = settings.Smb("FILES"), old = settings.Smb("old");
   EXPECT_EQ(files.user + files.password + files.credentials, "/etc/files");
@@ -77,13 +77,15 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[ftp]\ntimeout = 5s\n", "line 2: timeout is a number"},
       {"[ftp]\ntimeout = 99999999999\n", "line 2: timeout is a number"},
       {"[ftp]\ncertificates = x\n", "line 2: a file is given by its full path"},
-      {"[ftp]\nports = 21\n", "line 2: [ftp] has no key \"ports\"; there are mode, tls, cert"},
+      {"[ftp]\nport = 0\n", "line 2: port is a number from 1 to 65535"},
+      {"[ftp]\ntls = try\nport = 990\n", "line 2: [ftp]: tls needs data connections from here"},
+      {"[ftp]\nhost = x\n", "line 2: [ftp] has no key \"host\"; there are mode, tls, cert"},
       {"[smb]\nuser = a\n[smb h]\ntime = 1\n", "line 4: [smb] has no key \"time\"; there are user"},
       {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password and credentials exclude"},
       {"[smb]\ncredentials = c\n", "line 2: a file is given by its full path"},
       {"[smb]\nkerberos = true\n", "line 2: kerberos is yes or no"},
       {"[smb]\ntimeout = 3601\n", "line 2: timeout is a number of seconds from 1 to 3600"},
-      {"[smb]\nport = 65536\n", "line 2: port is a number from 1 to 65535"},
+      {"[smb]\nport = 65536\n", "line 2: port is a number"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
       {"\n[server X]\nbackend = embedded\n", "line 2: [server x]: an embedded server needs a"},

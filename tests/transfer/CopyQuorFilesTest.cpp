@@ -16,27 +16,30 @@ namespace torvik {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
+using testing::Pair;
 
 constexpr const char* kShare = "\\\\files\\in";
 constexpr const char* kShareStatus = "\\\\files\\in\\status";
+
+const std::string kPolling = "Polling for Remote Data ...\n",
+                  kTimedOut = "Polling for Remote Data Timed out ...\n",
+                  kNoConnection = "FTP: Can't open Internet Connection\n",
+                  kNoLogin = "Login failed! FTP site doesn't exist or the password is incorrect!";
 
 class RemoteData : public testing::Test {
  protected:
   RemoteData() {
     log_.SetForm(form_);
     internet_.users["etl"] = "pw";
-    shell_.directories = {kShare, std::string(kShare) + "\\", "C:/in"};
+    internet_.files["/in/a"] = "1";
+    internet_.files["/in/b"] = "2";
+    internet_.directories = {"/in/old"};
   }
 
-  bool PollFtp(std::int16_t interval = 1, std::int16_t duration = 3,
-               const std::string& directory = "/in") {
-    return transfer_.PollForRemoteData(directory, "C:/in", interval, duration,
-                                       {"ftp1", "etl", "pw"});
+  bool PollFtp(std::int16_t interval = 1, std::int16_t duration = 3) {
+    return transfer_.PollForRemoteData("/in", "C:/in", interval, duration, {"ftp1", "etl", "pw"});
   }
-  bool PollShare(std::int16_t interval = 1, std::int16_t duration = 3) {
-    return transfer_.PollForRemoteData(kShare, "C:/in", interval, duration, {});
-  }
+  bool PollShare() { return transfer_.PollForRemoteData(kShare, "C:/in", 1, 1, {}); }
 
   /// The log's lines, and how many minutes have passed since the last call.
   std::string Log() {
@@ -59,6 +62,7 @@ class RemoteData : public testing::Test {
   FakeMessages messages_;
   FakeShell shell_;
   FakeWinInet internet_;
+  std::string& status_ = internet_.files["/in/status"];
   FakeLogForm form_;
   RunLog log_{files_, messages_};
   FakeAnimateForms forms_;
@@ -86,44 +90,19 @@ TEST_F(RemoteData, AStatusWordCountsByItsBeginningLetterCaseIncluded) {
 }
 
 TEST_F(RemoteData, ReadyDataIsClaimedAndFetchedAtOnce) {
-  internet_.files = {{"/in/a.csv", "1"}, {"/in/b.csv", "2"}, {"/in/status", "ready\r\n"}};
-  internet_.directories = {"/in/old"};
+  status_ = "ready\r\n";
   EXPECT_TRUE(PollFtp());
   EXPECT_EQ(0, MinutesWaited());
   EXPECT_EQ("Polling for Remote Data ...\nCopying Remote Data via FTP\n", Log());
-  EXPECT_EQ("idle\r\n", internet_.files["/in/status"]);
-  EXPECT_EQ("1", internet_.downloaded["C:/in/a.csv"]);
-  EXPECT_EQ("2", internet_.downloaded["C:/in/b.csv"]);
-  EXPECT_THAT(internet_.calls, testing::Contains("Get /in//a.csv to C:/in/a.csv"));
-  EXPECT_THAT(internet_.calls, testing::Not(testing::Contains(HasSubstr("old"))));
+  EXPECT_EQ("idle\r\n", status_);
+  EXPECT_THAT(internet_.downloaded, ElementsAre(Pair("C:/in/a", "1"), Pair("C:/in/b", "2"),
+                                                Pair("C:/in/status", "idle\r\n")));
+  EXPECT_THAT(internet_.calls, testing::Contains("Get /in//a to C:/in/a"));
   EXPECT_EQ(0U, internet_.OpenHandles());
-
-  shell_.texts[kShareStatus] = "ready\r\nmore";
-  EXPECT_TRUE(PollShare());
-  EXPECT_EQ("Polling for Remote Data ...\nCopying Remote Data from Share\n", Log());
-  EXPECT_EQ("idle\r\n\r\n", shell_.texts[kShareStatus]);
-  EXPECT_THAT(shell_.calls, testing::Contains("Copy \\\\files\\in\\*.* to C:/in, flags 1172"));
-}
-
-TEST_F(RemoteData, AFailedCopyHandsTheDataBackOverFtpAndNotOnAShare) {
-  internet_.files = {{"/in/a", "1"}, {"/in/b", "2"}, {"/in/status", "ready"}};
-  internet_.failing["Get /in//b"] = {wininet::ExtendedError, "451 disk error"};
-  EXPECT_FALSE(PollFtp());
-  EXPECT_THAT(Log(), HasSubstr("Error : 451 disk error\n"));
-  EXPECT_EQ("ready\r\n", internet_.files["/in/status"]);
-  EXPECT_EQ("1", internet_.downloaded["C:/in/a"]) << "files that came stay";
-  EXPECT_EQ(0U, internet_.OpenHandles());
-
-  shell_.texts[kShareStatus] = "ready";
-  shell_.copyResult = 5;
-  EXPECT_FALSE(PollShare());
-  EXPECT_EQ("idle\r\n\r\n", shell_.texts[kShareStatus]);
-  EXPECT_THAT(messages_.boxes, ElementsAre(FakeMessages::ShownBox{"Couldn't copy all files",
-                                                                  "Torvik", BoxIcon::None}));
 }
 
 TEST_F(RemoteData, IntervalAndDurationLimitTheReads) {
-  internet_.files["/in/status"] = "running";
+  status_ = "running";
   const struct {
     std::int16_t interval, duration;
     std::ptrdiff_t reads;
@@ -146,97 +125,111 @@ TEST_F(RemoteData, IntervalAndDurationLimitTheReads) {
     }
     EXPECT_EQ(c.reads, Reads());
     EXPECT_EQ(c.minutes, MinutesWaited());
-    EXPECT_EQ(c.hasTimedOut,
-              Log().find("Polling for Remote Data Timed out ...") != std::string::npos);
+    EXPECT_EQ(c.hasTimedOut, Log().find(kTimedOut) != std::string::npos);
   }
 }
 
-TEST_F(RemoteData, WhatTheProviderSaysLaterCounts) {
-  internet_.files["/in/status"] = "running";
+TEST_F(RemoteData, WhatTheProviderSaysLaterCountsUnlessThePollIsCancelled) {
   int slices = 0;
-  messages_.onPump = [&] {
-    if (++slices == 1000) internet_.files["/in/status"] = "ready";
-  };
-  internet_.files["/in/a"] = "1";
-  EXPECT_TRUE(PollFtp(1, 10));
-  EXPECT_EQ(2, MinutesWaited());
+  for (const bool isCancelled : {true, false}) {
+    status_ = "running";
+    slices = 0;
+    messages_.onPump = [&] {
+      if (++slices != 1000) return;
+      if (isCancelled) transfer_.CancelPolling();
+      status_ = "ready";
+    };
+    began_ = clock_.steady;
+    EXPECT_EQ(!isCancelled, PollFtp(1, 10));
+    EXPECT_NEAR(isCancelled ? 100 : 120, (clock_.steady - began_) / std::chrono::seconds(1), 1);
+    EXPECT_EQ(isCancelled ? "ready" : "idle\r\n", status_);
+  }
 }
 
-TEST_F(RemoteData, ACancelEndsAWaitWithinASliceAndNothingIsCopied) {
-  internet_.files["/in/status"] = "running";
-  int slices = 0;
-  messages_.onPump = [&] {
-    if (++slices == 20) transfer_.CancelPolling(), internet_.files["/in/status"] = "ready";
-  };
-  EXPECT_FALSE(PollFtp(5, 60));
-  EXPECT_LE(clock_.steady - began_, std::chrono::milliseconds(1900));
-  EXPECT_EQ("ready", internet_.files["/in/status"]);
-  messages_.onPump = {};
-  internet_.files["/in/a"] = "1";
-  EXPECT_TRUE(PollFtp()) << "a new poll begins uncancelled";
-}
-
-TEST_F(RemoteData, AReadThatFailsSaysWhyAndGivesUpOrGoesOn) {
-  using Failure = FakeWinInet::Failure;
-  const std::string polling = "Polling for Remote Data ...\n";
+TEST_F(RemoteData, AnFtpServerThatFailsIsToldAndItsDataHandedBack) {
+  using namespace wininet;
+  const std::string notYet = "FTP: Status file not found yet ... polling\n", error = "Error : ";
+  const std::string copying = "Copying Remote Data via FTP\n";
   const struct {
     const char* call;
-    Failure failure;
+    FakeWinInet::Failure failure;
     std::string log;
-    std::ptrdiff_t reads;
   } cases[] = {
-      {"Open Torvik",
-       {12022},
-       "FTP: Can't open Internet Connection\n"
-       "The Internet connection is not available\n",
-       0},
-      {"Connect",
-       {wininet::CannotConnect},
-       "FTP: Can't open Internet Connection\n"
-       "Login failed! FTP site doesn't exist or the password is incorrect!\n",
-       0},
-      {"OpenRead",
-       {wininet::ExtendedError, "550 no"},
-       "FTP: Status file not found yet ... polling\n"
-       "FTP: Status file not found yet ... polling\nPolling for Remote Data Timed out ...\n",
-       2},
-      {"Read", {wininet::ConnectionReset}, "FTP: Can't read status file\n", 1}};
+      {"Open Torvik", {12022}, kNoConnection + "The Internet connection is not available\n"},
+      {"Connect", {CannotConnect}, kNoConnection + kNoLogin + "\n"},
+      {"OpenRead", {ExtendedError, "550"}, notYet + notYet + kTimedOut},
+      {"Read", {ConnectionReset}, "FTP: Can't read status file\n"},
+      {"SetDirectory",
+       {ExtendedError, "550 no"},
+       copying + "Error occurred! Remote directory not found on FTP Server\n"},
+      {"FindFirst", {NoMoreFiles}, copying + "Remote directory is empty!\n"},
+      {"FindFirst", {Timeout}, copying + error + "The request has timed out.\n"},
+      {"FindNext", {12033}, copying + error + "Error details not available.\n"},
+      {"FindNext",
+       {12036},
+       copying + error + "The request failed because the handle already exists.\n"},
+      {"FindNext",
+       {IncorrectPassword},
+       copying + error +
+           "The request to connect and login to an FTP server could not be completed because the "
+           "supplied password is incorrect. \n"},
+      {"Get /in//b", {ExtendedError, "451 disk error"}, copying + error + "451 disk error\n"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.call);
-    internet_.files["/in/status"] = "running";
-    internet_.calls.clear();
+    const bool isReady = c.log.starts_with(copying);
+    status_ = isReady ? "ready" : "running";
     internet_.failing = {{c.call, c.failure}};
     EXPECT_FALSE(PollFtp(1, 2));
-    EXPECT_EQ(polling + c.log, Log());
-    EXPECT_EQ(c.reads, Reads());
+    EXPECT_EQ(kPolling + c.log, Log());
+    EXPECT_EQ(isReady ? "ready\r\n" : "running", status_);
     EXPECT_EQ(0U, internet_.OpenHandles());
   }
+  EXPECT_EQ("1", internet_.downloaded["C:/in/a"]) << "files that came stay";
+}
+
+TEST_F(RemoteData, AShareIsCopiedAndItsErrorsAreToldInBoxes) {
+  const std::string copying = "Copying Remote Data from Share\n";
+  const std::string notYet = "COPY: Status file not found yet ... polling\n";
+  using Boxes = std::vector<FakeMessages::ShownBox>;
+  const FakeMessages::ShownBox incomplete{"Couldn't copy all files", "Torvik", BoxIcon::None},
+      noDirectory{"Dir doesn't exist : \\\\files\\in\\", "Torvik", BoxIcon::None},
+      noPath{"Path not found : \\\\files\\in\\", "Check Ready to Copy data from Share",
+             BoxIcon::Critical},
+      noRights{"no rights", "CopyReadyToCopy", BoxIcon::Critical};
   const struct {
-    ShareResult result;
+    ShareResult read;
+    bool isThere;
+    int copyResult;
     std::string log;
-    std::vector<FakeMessages::ShownBox> boxes;
-  } shares[] = {
-      {{ShareError::FileNotFound, ""},
-       "COPY: Status file not found yet ... polling\nPolling for Remote Data Timed out ...\n",
-       {}},
-      {{ShareError::PathNotFound, ""},
-       "Error: Path not found yet ... \n",
-       {{"Path not found : \\\\files\\in\\", "Check Ready to Copy data from Share",
-         BoxIcon::Critical}}},
-      {{ShareError::Other, "no rights"},
-       "",
-       {{"no rights", "CopyReadyToCopy", BoxIcon::Critical}}}};
-  for (const auto& c : shares) {
-    shell_.failing[kShareStatus] = c.result;
+    Boxes boxes;
+  } cases[] = {
+      {{}, true, 0, copying, {}},
+      {{}, true, 5, copying, {incomplete}},
+      {{}, false, 3, copying, {noDirectory, incomplete}},
+      {{ShareError::FileNotFound, ""}, true, 0, notYet + kTimedOut, {}},
+      {{ShareError::PathNotFound, ""}, true, 0, "Error: Path not found yet ... \n", {noPath}},
+      {{ShareError::Other, "no rights"}, true, 0, "", {noRights}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.log + std::to_string(c.copyResult));
     messages_.boxes.clear();
-    EXPECT_FALSE(PollShare(1, 1));
-    EXPECT_EQ(polling + c.log, Log());
+    shell_.calls.clear();
+    shell_.texts[kShareStatus] = "ready\r\nmore";
+    shell_.directories.clear();
+    if (c.isThere) shell_.directories = {kShare, std::string(kShare) + "\\", "C:/in"};
+    if (c.read.error != ShareError::None) shell_.failing[kShareStatus] = c.read;
+    shell_.copyResult = c.copyResult;
+    EXPECT_EQ(c.log == copying && c.copyResult == 0, PollShare());
+    EXPECT_EQ(kPolling + c.log, Log());
     EXPECT_EQ(c.boxes, messages_.boxes);
+    if (c.log != copying) continue;
+    EXPECT_EQ("idle\r\n\r\n", shell_.texts[kShareStatus]);
+    EXPECT_THAT(shell_.calls, testing::Contains("Copy \\\\files\\in\\*.* to C:/in, flags 1172"));
   }
+  EXPECT_TRUE(files_.directories.contains("C:/in")) << "made when it is missing";
 }
 
 TEST_F(RemoteData, TheDialogShowsWhatIsCopiedAndItsCancelIsAskedBetweenFiles) {
-  internet_.files = {{"/in/a", "1"}, {"/in/b", "2"}, {"/in/status", "ready"}};
+  status_ = "ready";
   EXPECT_TRUE(PollFtp());
   const std::string details = "Details Please wait..... Transfering remote data with FTP";
   EXPECT_THAT(forms_.calls,
@@ -244,46 +237,19 @@ TEST_F(RemoteData, TheDialogShowsWhatIsCopiedAndItsCancelIsAskedBetweenFiles) {
                           "Every 25", "Show", "Clip 1", details + "\r\na to C:/in",
                           details + "\r\nb to C:/in", details + "\r\nstatus to C:/in", "Stop",
                           "Timer 0", "Stop", "Timer 0", "Clip 0", "Hide", "Gone"));
-  internet_.files["/in/status"] = "ready";
+  status_ = "ready";
   internet_.downloaded.clear();
   messages_.onPump = [&] {
     if (internet_.downloaded.contains("C:/in/a") && forms_.current) forms_.current->Cancelled();
   };
   EXPECT_FALSE(PollFtp());
   EXPECT_EQ(1U, internet_.downloaded.size());
-  EXPECT_EQ("ready\r\n", internet_.files["/in/status"]);
-}
-
-TEST_F(RemoteData, ADownloadThatCannotBeginSaysWhy) {
-  const struct {
-    const char* call;
-    FakeWinInet::Failure failure;
-    const char* line;
-  } cases[] = {
-      {"SetDirectory",
-       {wininet::ExtendedError, "550 no"},
-       "Error occurred! Remote directory not found on FTP Server"},
-      {"FindFirst", {wininet::NoMoreFiles}, "Remote directory is empty!"},
-      {"FindFirst", {wininet::Timeout}, "Error : The request has timed out."},
-      {"FindNext", {12033}, "Error : Error details not available."},
-      {"FindNext", {12036}, "Error : The request failed because the handle already exists."},
-      {"FindNext",
-       {12014},
-       "Error : The request to connect and login to an FTP server could not be "
-       "completed because the supplied password is incorrect. "}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    internet_.files = {{"/in/a", "1"}, {"/in/status", "ready"}};
-    internet_.failing = {{c.call, c.failure}};
-    EXPECT_FALSE(PollFtp());
-    EXPECT_THAT(Log(), HasSubstr(std::string("Copying Remote Data via FTP\n") + c.line + "\n"));
-    EXPECT_EQ("ready\r\n", internet_.files["/in/status"]);
-  }
+  EXPECT_EQ("ready\r\n", status_);
 }
 
 TEST_F(RemoteData, TheRightsTestTellsTheFirstMissingRight) {
   FtpFuncModule ftp(log_, services_);
-  internet_.files["/in/status"] = "idle";
+  status_ = "idle";
   EXPECT_TRUE(ftp.FtpCheckRights("ftp1", "status", "/in", "etl", "pw"));
   EXPECT_FALSE(internet_.files.contains("/in/statustest"));
   EXPECT_THAT(messages_.boxes, testing::IsEmpty());
@@ -291,7 +257,7 @@ TEST_F(RemoteData, TheRightsTestTellsTheFirstMissingRight) {
   const struct {
     const char *directory, *password, *text;
   } cases[] = {
-      {"/in", "wrong", "Login failed! FTP site doesn't exist or the password is incorrect!"},
+      {"/in", "wrong", kNoLogin.c_str()},
       {"/out", "pw",
        "Error occurred! The user doesn't have read rights or file 'status' doesn't exist!"},
       {"/in", "pw", "Error occurred! The user doesn't have write rights!"}};
@@ -302,18 +268,6 @@ TEST_F(RemoteData, TheRightsTestTellsTheFirstMissingRight) {
                 ElementsAre(FakeMessages::ShownBox{c.text, "FTP Check", BoxIcon::Exclamation}));
   }
   EXPECT_EQ(0U, internet_.OpenHandles());
-}
-
-TEST_F(RemoteData, AShareThatIsNotThereIsToldAndTheCopyIsTriedAllTheSame) {
-  shell_.directories.clear();
-  shell_.texts[kShareStatus] = "ready";
-  shell_.copyResult = 3;
-  EXPECT_FALSE(PollShare());
-  EXPECT_EQ((std::vector<FakeMessages::ShownBox>{
-                {"Dir doesn't exist : \\\\files\\in\\", "Torvik", BoxIcon::None},
-                {"Couldn't copy all files", "Torvik", BoxIcon::None}}),
-            messages_.boxes);
-  EXPECT_TRUE(files_.directories.contains("C:/in"));
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ using wininet::FindData;
 using wininet::Handle;
 
 constexpr mode_t kNewFileMode = 0644;
-constexpr std::uint16_t kUsualPort = 21;  // RFC 959; the settings may name another one
+
 constexpr const char* kAnonymous = "anonymous";
 
 struct Internet {};
@@ -66,8 +66,8 @@ class FtpCurl final : public wininet::Client {
   Handle InternetConnectA(Handle internet, const std::string& server, std::uint16_t port,
                           const std::string& user, const std::string& password) override {
     if (!Find<Internet>(internet)) return 0;
-    const bool isUsual = port == kUsualPort;
-    FtpLogon logon{server, isUsual ? static_cast<std::uint16_t>(settings_.port) : port};
+    const bool isDefault = port == wininet::kDefaultFtpPort;
+    FtpLogon logon{server, isDefault ? static_cast<std::uint16_t>(settings_.port) : port};
     if (HasControlCharacter(server))
       return Fail(wininet::NameNotResolved, "the server's name has a control character");
     if (!EncodeText(user.empty() ? kAnonymous : user, logon.user) ||

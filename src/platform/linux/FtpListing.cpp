@@ -74,22 +74,30 @@ std::size_t DateWords(const std::vector<Word>& words, std::size_t size) {
   return IsIsoDate(at(1)) && IsTimeOrYear(at(2)) ? 2 : 0;
 }
 
-/// Owner and group may be missing and may hold blanks: the date is looked for. One blank ends it;
-/// more belong to the name.
+/// Which word is the size; 0 when none is. Owner and group may be missing and may hold blanks: the
+/// date behind it is looked for, first at the usual place, since "2 ftp 0 4096" looks like one too.
+std::size_t SizeWord(const std::vector<Word>& words) {
+  constexpr std::size_t kUsual = 4;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const std::size_t size = i == 0 ? kUsual : i;
+    if (size < words.size() && IsNumber(words[size].text, 1, 20) && DateWords(words, size) != 0)
+      return size;
+  }
+  return 0;
+}
+
+/// One blank ends the date; more belong to the name.
 std::optional<Line> ReadUnixLine(std::string_view line) {
   if (line.empty() || std::string_view("-dlbcpsD").find(line[0]) == std::string_view::npos)
     return std::nullopt;
   const std::vector<Word> words = WordsOf(line);
-  for (std::size_t size = 1; size < words.size(); ++size) {
-    const std::size_t dateWords = DateWords(words, size);
-    if (dateWords == 0 || !IsNumber(words[size].text, 1, 20)) continue;
-    const std::size_t end = words[size + dateWords].end;
-    if (end + 1 >= line.size()) return std::nullopt;
-    std::string_view name = line.substr(end + 1);
-    if (line[0] == 'l') name = name.substr(0, name.find(" -> "));
-    return Line{name, line[0] == 'd'};
-  }
-  return std::nullopt;
+  const std::size_t size = SizeWord(words);
+  if (size == 0) return std::nullopt;
+  const std::size_t end = words[size + DateWords(words, size)].end;
+  if (end + 1 >= line.size()) return std::nullopt;
+  std::string_view name = line.substr(end + 1);
+  if (line[0] == 'l') name = name.substr(0, name.find(" -> "));
+  return Line{name, line[0] == 'd'};
 }
 
 /// The name stands behind one blank, after "<DIR>" behind ten.

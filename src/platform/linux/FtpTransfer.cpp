@@ -102,7 +102,7 @@ class CurlTransfer final : public FtpTransfer {
   ~CurlTransfer() override { HangUp(); }
 
   bool LogOn() override {
-    isLoggedOn_ = false;
+    isLoggedOn_ = isAscii_ = false;
     // An earlier connection, and what came over it too late, must not be taken for the new one.
     multi_.reset(curl_multi_init());
     if (!multi_) throw std::bad_alloc();
@@ -126,12 +126,16 @@ class CurlTransfer final : public FtpTransfer {
   bool Continue(const Condition& isEnough) override {
     lastSign_ = SteadyClock::now();  // a pause of the caller's is no silence of the server
     if (isUnderWay_) curl_easy_pause(easy_.get(), CURLPAUSE_CONT);
-    while (isUnderWay_) {
+    for (int slice = 0; isUnderWay_;) {
+      const auto lastSign = lastSign_;
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       TakeResult();
       if (!isUnderWay_ || (isEnough && isEnough())) break;
-      curl_multi_poll(multi_.get(), nullptr, 0, kSliceMilliseconds, nullptr);
+      // The library does not wait for all that it has to do next, whole steps among it: after each
+      // sign of the server it is called again at once, then more and more rarely.
+      slice = lastSign_ == lastSign ? std::min(2 * slice + 1, kSliceMilliseconds) : 0;
+      curl_multi_poll(multi_.get(), nullptr, 0, slice, nullptr);
       TellWaiter();
       if (SteadyClock::now() - lastSign_ > patience_) {
         Abandon();
@@ -156,6 +160,7 @@ class CurlTransfer final : public FtpTransfer {
 
  private:
   static constexpr int kSliceMilliseconds = 100;
+  static constexpr long kBufferSize = 256 * 1024;
 
   template <class T>
   void Set(CURLoption option, T value) {
@@ -195,6 +200,8 @@ class CurlTransfer final : public FtpTransfer {
     if (!settings_.passive) Set(CURLOPT_FTPPORT, "-");
     Set(CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_NOCWD));
     Set(CURLOPT_TCP_KEEPALIVE, 1L);
+    Set(CURLOPT_NOSIGNAL, 1L);
+    Set(CURLOPT_BUFFERSIZE, kBufferSize);
   }
 
   void SetSecurity() {
@@ -222,7 +229,10 @@ class CurlTransfer final : public FtpTransfer {
         Set(CURLOPT_QUOTE, commands_.get());
         Set(CURLOPT_NOBODY, 1L);
         return;
-      case FtpRequest::Kind::List: Set(CURLOPT_CUSTOMREQUEST, request_.listCommand.c_str()); return;
+      case FtpRequest::Kind::List:
+        isAscii_ = false;  // the library changes modes
+        Set(CURLOPT_CUSTOMREQUEST, request_.listCommand.c_str());
+        return;
       case FtpRequest::Kind::Store: Set(CURLOPT_UPLOAD, 1L); break;
       case FtpRequest::Kind::Retrieve:
         // The length that the server tells with its reply is that of its own file, without CR.
@@ -231,8 +241,8 @@ class CurlTransfer final : public FtpTransfer {
     }
     // The library's own ASCII mode changes line ends on this side too: CR LF to LF on the way here,
     // LF to CR LF on the way out, whatever stands before it. It is kept in binary mode, and the
-    // server is told otherwise behind its back.
-    AddCommand("TYPE A");
+    // server is told otherwise behind its back, once.
+    if (!isAscii_) AddCommand("TYPE A");
     if (request_.asksSize) AddCommand("*SIZE " + request_.path);
     Set(CURLOPT_PREQUOTE, commands_.get());
   }
@@ -257,8 +267,21 @@ class CurlTransfer final : public FtpTransfer {
       if (result != CURLE_OK && failure_.code == wininet::NoError)
         failure_ = FailureOf(result, systemError, details_, replies_);
       if (result == CURLE_OK) CheckEnd();
+      if (result == CURLE_SSL_CONNECT_ERROR) CheckHandshake();
       return;
     }
+  }
+
+  /// The library looks after the handshake of a data connection before it reads the server's reply
+  /// to the command: a server that says why it hangs up is not heard.
+  void CheckHandshake() {
+    if (!isLoggedOn_) return;
+    isLoggedOn_ = false;
+    if (replies_.HasBegunTransfer()) return;
+    failure_ = {
+        wininet::ExtendedError,
+        "the server has hung up before the TLS handshake of the data connection: it refuses " +
+            (request_.path.empty() ? "to list the directory" : request_.path)};
   }
 
   /// What the library takes for a success need not be one.
@@ -267,7 +290,9 @@ class CurlTransfer final : public FtpTransfer {
       failure_ = {wininet::ExtendedError, replies_.Refusal()};
     // It can overlook a data connection that comes later than the reply announcing it; the end of
     // the transfer is then still to come, and the connection of no more use.
-    if (request_.kind == FtpRequest::Kind::Command || FtpCodeOf(replies_.Last()) / 100 != 1) return;
+    if (request_.kind == FtpRequest::Kind::Command) return;
+    isAscii_ = request_.kind != FtpRequest::Kind::List;
+    if (FtpCodeOf(replies_.Last()) / 100 != 1) return;
     failure_ = {wininet::ConnectionAborted, "the data connection has not come about"};
     if (control_ != CURL_SOCKET_BAD) ::shutdown(control_, SHUT_RDWR);
     isLoggedOn_ = false;
@@ -344,6 +369,7 @@ class CurlTransfer final : public FtpTransfer {
   curl_socket_t control_ = CURL_SOCKET_BAD;  ///< As the last request left it.
   bool isUnderWay_ = false;
   bool isLoggedOn_ = false;
+  bool isAscii_ = false;  ///< The server is in ASCII mode, and the library does not know.
   SteadyClock::time_point lastSign_, lastTold_;
   SteadyClock::duration patience_ = std::chrono::seconds(settings_.timeoutSeconds);
   char details_[CURL_ERROR_SIZE] = "";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -25,7 +26,7 @@ struct FtpSettings {
   enum class Tls { Off, Try, Require };
 
   bool passive = false;  ///< Who opens the data connections: the server, or in passive mode we.
-  Tls tls = Tls::Off;    ///< Try goes on without when the server has none.
+  Tls tls = Tls::Off;    ///< Try goes on without when the server has none. Needs passive mode.
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
   int port = 21;                  ///< Of every server.

@@ -96,7 +96,8 @@ class SettingsParser {
     }
     JoinSmbSections();
     std::string problem = CheckServers();
-    return problem.empty() ? CheckProviders() : problem;
+    if (problem.empty()) problem = CheckProviders();
+    return problem.empty() ? CheckFtp() : problem;
   }
 
  private:
@@ -229,6 +230,7 @@ class SettingsParser {
       return ftp.passive || word == "active" ? "" : "mode is active or passive";
     }
     if (key == "tls") {
+      tlsLine_ = lineNumber_;
       ftp.tls = word == "require" ? Tls::Require : word == "try" ? Tls::Try : Tls::Off;
       return ftp.tls != Tls::Off || word == "off" ? "" : "tls is off, try or require";
     }
@@ -237,9 +239,8 @@ class SettingsParser {
       return value.starts_with('/') ? "" : "a file is given by its full path, from / on";
     }
     if (key == "port") return ReadPort(value, ftp.port);
-    if (key != "timeout")
-      return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout, port";
-    return ReadTimeout(value, ftp.timeoutSeconds);
+    if (key == "timeout") return ReadTimeout(value, ftp.timeoutSeconds);
+    return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout, port";
   }
 
   /// [smb HOST] has the keys of [smb] and its own, whichever comes first in the file. A logon of
@@ -254,6 +255,13 @@ class SettingsParser {
       if (!keys.own.credentials.empty()) joined.user = joined.password = joined.domain = "";
       for (const auto& [key, value] : keys.keys) ReadSmbKey(key, value, joined);
     }
+  }
+
+  /// The library that speaks FTP does not protect data connections that the server opens.
+  std::string CheckFtp() const {
+    const FtpSettings& ftp = settings_.ftp;
+    if (ftp.passive || ftp.tls == FtpSettings::Tls::Off) return {};
+    return At(tlsLine_, "[ftp]: tls needs data connections from here; add mode = passive");
   }
 
   /// What can only be said when all keys of a server are known.
@@ -293,6 +301,7 @@ class SettingsParser {
   int lineNumber_ = 0;
   Section section_ = Section::None;
   std::string name_;  ///< Of the server or provider that the section is about.
+  int tlsLine_ = 0;
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
   std::map<std::string, SmbKeys> smb_;  ///< By host; "" for [smb].
