@@ -7,6 +7,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/ProfileFiles.h"
+#include "platform/linux/ShellByPath.h"
 
 namespace torvik::admin {
 namespace {
@@ -53,7 +54,8 @@ JobUnderCheck::JobUnderCheck(LinuxPlatform& linux, const std::string& file)
     : platform(linux),
       paths(PathsThatMakeNothing(linux.settings)),
       files(NewPosixFiles(paths, *linux.codePages, linux.settings.temporaryDirectory)),
-      profile(NewProfileFiles(paths, *linux.codePages)) {
+      profile(NewProfileFiles(paths, *linux.codePages)),
+      shell(NewShellByPath(linux.settings, paths, *linux.codePages)) {
   if (const auto error = files->CheckReadable(file)) throw NoJobFile(file, error.message());
   text = linux.codePages->Ansi().Decode(ReadText(*files, file));
   RequireSections(file, text);

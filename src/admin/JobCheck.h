@@ -7,6 +7,7 @@
 #include "config/JobSettings.h"
 #include "platform/Files.h"
 #include "platform/Profile.h"
+#include "platform/Shell.h"
 #include "platform/linux/PathMap.h"
 
 namespace torvik {
@@ -26,6 +27,7 @@ struct JobUnderCheck {
   PathMap paths;
   std::unique_ptr<Files> files;
   std::unique_ptr<Profile> profile;
+  std::unique_ptr<Shell> shell;
   std::string text;  ///< Of the job file.
   JobSettings job;   ///< Its log directory is the one that a run uses.
   CheckReport report;

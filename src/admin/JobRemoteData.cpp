@@ -139,7 +139,7 @@ void CheckRemoteData(JobUnderCheck& check, const cDataSource& link) {
   try {
     const std::string status = link.intTransferData == TransferFtp
                                    ? FtpLook(*check.platform.internet, link).Status()
-                                   : ShareStatus(*check.platform.shell, link);
+                                   : ShareStatus(*check.shell, link);
     check.report.Ok(what, PlaceInWords(link) + ": " + status + "; " + TimesInWords(link));
   } catch (const PlatformError& error) {
     check.report.Problem(what, error.Description());

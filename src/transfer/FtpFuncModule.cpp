@@ -60,6 +60,13 @@ class FtpFuncModule::Session {
   wininet::Handle internet = 0, connection = 0, file = 0;
 };
 
+void FtpFuncModule::LogWithReason(const std::string& line, const std::string& server) {
+  log_.EchoToLog(line);
+  std::string words;
+  if (services_.internet.InternetGetLastResponseInfoA(words) && !words.empty())
+    services_.messages.Report("FTP server " + server + ": " + words);
+}
+
 void FtpFuncModule::Warn(const std::string& text) {
   services_.messages.Box(text, "FTP Check", BoxIcon::Exclamation);
 }
@@ -94,11 +101,11 @@ bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remo
   if (!services_.shell.Exists(localDir)) services_.files.MakeDirectory(localDir);
   Session session(services_.internet);
   if (!session.Open()) {
-    log_.EchoToLog(kNoInternet);
+    LogWithReason(kNoInternet, server);
   } else if (!session.Connect(server, user, password)) {
-    log_.EchoToLog(kNoLogin);
+    LogWithReason(kNoLogin, server);
   } else if (!session.client.FtpSetCurrentDirectoryA(session.connection, remoteDir)) {
-    log_.EchoToLog("Error occurred! Remote directory not found on FTP Server");
+    LogWithReason("Error occurred! Remote directory not found on FTP Server", server);
   } else {
     return GetFiles(session, remoteDir, localDir);
   }
@@ -154,7 +161,7 @@ RemoteStatus FtpFuncModule::FtpReadStatus(const std::string& server, std::string
   const bool isOpen = session.Open();
   if (!isOpen || !session.Connect(server, user, password)) {
     log_.EchoToLog("FTP: Can't open Internet Connection");
-    log_.EchoToLog(isOpen ? kNoLogin : kNoInternet);
+    LogWithReason(isOpen ? kNoLogin : kNoInternet, server);
     return RemoteStatus::GiveUp;
   }
   if (!session.OpenFile(remoteDir + kStatusFile, wininet::FileAccess::Read)) {
@@ -163,7 +170,7 @@ RemoteStatus FtpFuncModule::FtpReadStatus(const std::string& server, std::string
   }
   std::string text;
   if (!session.client.InternetReadFile(session.file, kStatusLength, text)) {
-    log_.EchoToLog("FTP: Can't read status file");
+    LogWithReason("FTP: Can't read status file", server);
     return RemoteStatus::GiveUp;
   }
   return ParseStatusWord(text);
@@ -175,9 +182,9 @@ void FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string&
   AddSlash(remoteDir);
   Session session(services_.internet);
   if (!session.Open()) {
-    log_.EchoToLog(kNoInternet);
+    LogWithReason(kNoInternet, server);
   } else if (!session.Connect(server, user, password)) {
-    log_.EchoToLog(kNoLogin);
+    LogWithReason(kNoLogin, server);
   } else if (session.OpenFile(remoteDir + kStatusFile, wininet::FileAccess::Write)) {
     session.client.InternetWriteFile(session.file, word + "\r\n");
   }

@@ -50,6 +50,8 @@ class FtpFuncModule {
  private:
   class Session;
 
+  /// A line that the log has for every reason; which one it is goes to whoever started the run.
+  void LogWithReason(const std::string& line, const std::string& server);
   bool GetFiles(Session& session, const std::string& remoteDir, const std::string& localDir);
   bool StopAndLog(CopyAnimDlg& dialog, Session& session);
   bool LogFailure(Session& session, std::uint32_t code);

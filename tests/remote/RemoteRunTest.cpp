@@ -128,7 +128,8 @@ TEST_F(RemoteRun, ALinkThatFailsDoesNotKeepTheNextOneFromBeingFetched) {
     std::string ftpKeeps, shareKeeps;  ///< The status afterwards.
   } cases[] = {
       {"wrong password", "falsch!", "out", "ready\n", "ready\n",
-       "*" + notLoggedOn + "*Copying Remote Data from Share\n", "", "ready\n", "idle\r\n\r\n"},
+       "*" + notLoggedOn + "*Copying Remote Data from Share\n", "FTP server 127.0.0.1: 530",
+       "ready\n", "idle\r\n\r\n"},
       {"a file cannot come", ftp_.Password(), "out", "ready\n", "stop\n",
        "*Copying Remote Data via FTP\nError : S:\\data\\/a.csv: Is a directory\n*", "", "ready\n",
        "stop\n"},

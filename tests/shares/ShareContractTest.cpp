@@ -29,7 +29,7 @@ std::unique_ptr<Shell> ShellOf(const std::string& settingsText) {
   static const std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
   Settings settings;
   EXPECT_EQ("", ParseSettings(settingsText, settings));
-  return NewShellByPath(settings, *codePages);
+  return NewShellByPath(settings, settings.Paths(), *codePages);
 }
 
 class ShareContract : public testing::TestWithParam<const char*> {

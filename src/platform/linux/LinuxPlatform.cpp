@@ -23,7 +23,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   const PathMap paths = platform.settings.Paths();
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
-  platform.shell = NewShellByPath(platform.settings, *platform.codePages, onFetch);
+  platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages, onFetch);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths);
   platform.clock = NewSystemClock();

@@ -10,10 +10,11 @@ namespace {
 
 class ShellByPath final : public Shell {
  public:
-  ShellByPath(const Settings& settings, const CodePages& codePages, const FetchObserver& onFetch)
-      : paths_(settings.Paths()),
-        posix_(NewPosixShell(paths_, codePages, onFetch)),
-        smb_(NewSmbShell(settings, paths_, codePages, onFetch)) {}
+  ShellByPath(const Settings& settings, const PathMap& paths, const CodePages& codePages,
+              const FetchObserver& onFetch)
+      : paths_(paths),
+        posix_(NewPosixShell(paths, codePages, onFetch)),
+        smb_(NewSmbShell(settings, paths, codePages, onFetch)) {}
 
   bool Exists(const std::string& path) override { return For(path).Exists(path); }
 
@@ -54,9 +55,9 @@ class ShellByPath final : public Shell {
 
 }  // namespace
 
-std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const CodePages& codePages,
-                                      FetchObserver onFetch) {
-  return std::make_unique<ShellByPath>(settings, codePages, onFetch);
+std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const PathMap& paths,
+                                      const CodePages& codePages, FetchObserver onFetch) {
+  return std::make_unique<ShellByPath>(settings, paths, codePages, onFetch);
 }
 
 }  // namespace torvik

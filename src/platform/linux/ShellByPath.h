@@ -9,10 +9,10 @@
 
 namespace torvik {
 
-/// The shell's work on every kind of path: a share that the settings map to no directory is reached
-/// over SMB, everything else is a directory of this system. Files are copied to directories of this
-/// system only; `onFetch` is called meanwhile.
-std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const CodePages& codePages,
-                                      FetchObserver onFetch = {});
+/// The shell's work on every kind of path: a share that `paths` leads to no directory is reached
+/// over SMB, as the settings say; everything else is a directory of this system, and so is where
+/// files are copied to. `onFetch` is called meanwhile.
+std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const PathMap& paths,
+                                      const CodePages& codePages, FetchObserver onFetch = {});
 
 }  // namespace torvik
