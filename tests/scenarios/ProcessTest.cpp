@@ -49,6 +49,17 @@ class Gate {
     close(writer_);
     writer_ = -1;
   }
+  /// Opens; returns once the program has gone, which another one could be taken for.
+  void OpenAndWaitForEnd() {
+    Open();
+    WaitUntil(
+        [&] {
+          const int another = open(path_.c_str(), O_WRONLY | O_NONBLOCK);
+          if (another >= 0) close(another);
+          return another < 0;
+        },
+        "the step does not end");
+  }
 
  private:
   std::string path_;
@@ -164,7 +175,7 @@ join_transaction = true
   EXPECT_EQ(sandbox.Wait(run).exitCode, 128 + SIGKILL);
   EXPECT_EQ(sandbox.ReadFile("s.txt"), "running\r\n");
   EXPECT_EQ(sandbox.Query("SELECT COUNT(*) FROM t"), "0\n");
-  gate.Open();
+  gate.OpenAndWaitForEnd();
 
   const RunningProgram second = sandbox.Start(kRun);
   gate.WaitForReader();
