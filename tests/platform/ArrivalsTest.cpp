@@ -28,11 +28,12 @@ TEST(Arrivals, FilesAppearInTheirOrderAndReplaceTheOldOnes) {
   for (int i = 0; i < kFiles; ++i) {
     const std::string large(i % 20 == 0 ? 1 << 20 : 10, 'x');
     EXPECT_FALSE(arrivals.Take(Written(disk.PathOf(std::to_string(i)), large)));
-    bool isMissing = false;
-    for (int before = 0; before <= i; ++before) {
-      const bool isThere = std::filesystem::exists(disk.PathOf(std::to_string(before)));
-      EXPECT_FALSE(isMissing && isThere && before != 99) << before << " came before its turn";
-      isMissing = isMissing || !isThere;
+    // From the last one on, since more appear meanwhile.
+    bool isThere = false;
+    for (int before = i; before >= 0; --before) {
+      const bool isThisThere = std::filesystem::exists(disk.PathOf(std::to_string(before)));
+      EXPECT_TRUE(isThisThere || !isThere) << before << " is late";
+      isThere = isThere || (isThisThere && before != 99);
     }
   }
   EXPECT_FALSE(arrivals.Finish());
