@@ -181,8 +181,7 @@ TEST(RunnerVariables, AreMissedOneByOneAndCompleteInAFirstDocument) {
 }
 
 TEST(PackageDocument, EveryWholeExampleOfTheManualIsRight) {
-  const auto manual =
-      std::filesystem::path(__FILE__).parent_path() / ".." / ".." / "docs" / "packages.md";
+  const std::string manual = TORVIK_SOURCE_DIR "/docs/packages.md";
   std::ifstream stream(manual);
   const std::string text(std::istreambuf_iterator<char>(stream), {});
   const std::string fence = "```toml\nname = ";
