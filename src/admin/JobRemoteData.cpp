@@ -8,13 +8,12 @@
 #include "platform/Shell.h"
 #include "platform/WinInet.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "transfer/StatusWord.h"
 
 namespace torvik::admin {
 namespace {
 
 using namespace wininet;
-
-constexpr std::size_t kStatusLength = 256;
 
 /// What is wrong with the times of a poll, or the empty text. The runner counts in 16 bits.
 std::string TimesProblem(const cDataSource& link) {
@@ -84,8 +83,8 @@ class FtpLook {
     if (connection == 0) Fail(server + " gives no logon to the user " + link_.strFTPUser);
     if (!client_.FtpSetCurrentDirectoryA(connection, link_.strRemoteDir))
       Fail(server + " has no directory " + link_.strRemoteDir);
-    const Handle file =
-        client_.FtpOpenFileA(connection, link_.strRemoteDir + slash + "status", FileAccess::Read);
+    const Handle file = client_.FtpOpenFileA(connection, link_.strRemoteDir + slash + kStatusFile,
+                                             FileAccess::Read);
     if (file == 0) return "there is no status yet";
     std::string text;
     if (!client_.InternetReadFile(file, kStatusLength, text)) Fail("the status cannot be read");
@@ -108,7 +107,7 @@ std::string ShareStatus(Shell& shell, const cDataSource& link) {
   const std::string& directory = link.strRemoteDir;
   std::string line;
   const ShareResult read = shell.ReadFirstLine(
-      directory + (EndsInSeparator(directory) ? "" : "\\") + "status", kStatusLength, line);
+      directory + (EndsInSeparator(directory) ? "" : "\\") + kStatusFile, kStatusLength, line);
   if (read.error == ShareError::None) return StatusInWords(line);
   if (read.error == ShareError::FileNotFound) return "there is no status yet";
   throw PlatformError(static_cast<int>(read.error), read.description, "share");

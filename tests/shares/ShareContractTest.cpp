@@ -113,6 +113,7 @@ TEST_P(ShareContract, FilesAloneAreCopiedAndArriveComplete) {
       {"a.csv", "new"}, {"ä b #1%41.txt", "2"}, {"empty", ""}, {"large", large}};
   for (const auto& [name, text] : files) Put(name, text);
   Put("below/c", "3");
+  fs::create_symlink("nowhere", server_.PathOf("in/link to nothing"));
   const TemporaryDirectory to;
   to.Write("a.csv", "old and longer");
   FileOperation copy{.from = PathOf("*.*"), .to = to.Path()};

@@ -145,8 +145,8 @@ class FtpCurl final : public wininet::Client {
   Handle FtpFindFirstFileA(Handle connection, FindData& found) override {
     FtpConnection* ftp = Use(connection);
     Listing listing{connection, {}};
-    if (!ftp || !Keep(*ftp, ftp->List(listing.entries)) || !Next(listing, found)) return 0;
     fetched_.BeginDirectory();
+    if (!ftp || !Keep(*ftp, ftp->List(listing.entries)) || !Next(listing, found)) return 0;
     return std::get<Connection>(handles_.at(connection)).listing = Make(std::move(listing));
   }
 

@@ -51,9 +51,11 @@ class PosixDirectory final : public SourceDirectory {
     std::error_code error;
     for (fs::directory_iterator entry(path_, error), end; !error && entry != end;
          entry.increment(error)) {
-      if (entry->is_regular_file(error))
-        files.push_back({entry->path().filename().string(), entry->file_size(error)});
-      if (error) break;
+      // A link to nothing is no plain file, nor is what has gone since it was listed.
+      std::error_code missing;
+      const bool isPlain = entry->is_regular_file(missing);
+      const std::uint64_t size = isPlain ? entry->file_size(missing) : 0;
+      if (isPlain && !missing) files.push_back({entry->path().filename().string(), size});
     }
     if (error) failure = {error, path_.string() + ": " + error.message()};
     return files;
