@@ -50,11 +50,11 @@ DWDB={warehouse}
 """
 
 
-def build():
-    """Builds torvik and torvik-admin as they are released."""
-    for command in (["cmake", "--preset", "release"],
+def build(*programs):
+    """Builds torvik and torvik-admin as they are released, and programs of this directory."""
+    for command in (["cmake", "--preset", "release", "-DTORVIK_BENCH=ON"],
                     ["cmake", "--build", "--preset", "release", "--target", "torvik",
-                     "torvik-admin"]):
+                     "torvik-admin", *programs]):
         built = subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
         if built.returncode != 0:
             raise SystemExit(built.stdout + built.stderr)

@@ -67,7 +67,8 @@ void RunProgram(const std::string& argumentText) {
       });
   const auto packages = engine::NewPackageHost({*linuxPlatform.databases, *linuxPlatform.files,
                                                 *linuxPlatform.codePages, *linuxPlatform.clock,
-                                                *linuxPlatform.processes, *linuxPlatform.eventLog});
+                                                *linuxPlatform.processes, *linuxPlatform.eventLog,
+                                                *linuxPlatform.mail});
   Program program(
       {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
        *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.messages,

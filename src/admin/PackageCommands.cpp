@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "admin/Commands.h"
+#include "admin/GraphCommand.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/RunnerVariables.h"
@@ -14,6 +15,8 @@ struct PackageOptions {
   std::vector<std::string> files;
   std::string name;
   std::string version;
+  bool isStored = false;  ///< `name` is a package of a server, not a file.
+  GraphOptions graph;
 };
 
 engine::PackageStore OpenStore(LinuxPlatform& platform, const ServerChoice& choice) {
@@ -124,6 +127,28 @@ int RemovePackage(LinuxPlatform& platform, const Invocation& invocation,
   return 0;
 }
 
+int GraphPackage(LinuxPlatform& platform, const Invocation& invocation,
+                 const PackageOptions& options) {
+  const std::string text = options.isStored
+                               ? OpenStore(platform, invocation.server).Load(options.name).text
+                               : ReadText(*platform.files, options.name);
+  return DrawPackage(platform, engine::ReadPackageDocument(text, options.name), options.graph,
+                     invocation.json);
+}
+
+/// The package is a file, or one of the server that is named.
+void AddGraphCommand(CommandGroup<PackageOptions>& group, Invocation& invocation) {
+  PackageOptions& given = group.Given();
+  CLI::App* graph = group.Add("graph", "draw the steps of a package as SVG", GraphPackage);
+  graph->add_option("FILE", given.name, "document; with --server the name of a stored package")
+      ->required();
+  graph->add_option("-o,--output", given.graph.output, "file to draw into; standard output else");
+  graph->add_option("--log", given.graph.log, "log of the package, whose last run is shown");
+  graph->add_flag("--dot", given.graph.isText, "print the input of Graphviz instead");
+  AddServerOptions(*graph, invocation);
+  graph->get_option("--server")->each([&given](const std::string&) { given.isStored = true; });
+}
+
 }  // namespace
 
 void AddPackageCommands(CLI::App& app, Invocation& invocation) {
@@ -146,6 +171,7 @@ void AddPackageCommands(CLI::App& app, Invocation& invocation) {
   CLI::App* remove = group.Add("remove", "remove a package, every version of it", RemovePackage);
   remove->add_option("NAME", given.name)->required();
   for (CLI::App* command : {put, get, list, remove}) AddServerOptions(*command, invocation);
+  AddGraphCommand(group, invocation);
 }
 
 }  // namespace torvik::admin

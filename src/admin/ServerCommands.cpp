@@ -16,10 +16,11 @@ std::string SetUp(LinuxPlatform& platform, const ServerChoice& choice,
                   const std::string& warehouse) {
   const ServerPlace place =
       FindServerPlace(platform.settings, kProvider, choice.server, DriverOfDataSource);
-  if (place.kind == ServerPlace::Kind::Odbc) {
-    SetUpOdbcServer(*platform.databases, FamilyOf(place.odbc.driver),
-                    {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)},
-                    warehouse);
+  const bool isPostgreSql = place.kind == ServerPlace::Kind::PostgreSql;
+  if (isPostgreSql || place.kind == ServerPlace::Kind::Odbc) {
+    SetUpOdbcServer(
+        *platform.databases, isPostgreSql ? OdbcFamily::PostgreSql : FamilyOf(place.odbc.driver),
+        {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)}, warehouse);
     return place.odbc.dataSource.empty() ? place.odbc.host : place.odbc.dataSource;
   }
   CreateEmbeddedServer(place.path);

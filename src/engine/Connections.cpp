@@ -71,9 +71,7 @@ std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const st
       connection->SetProperty(property, value);
     connection->Open();
   } catch (const PlatformError& error) {
-    throw PlatformError(error.number,
-                        "the connection " + Quoted(name) + " cannot be opened: " + error.what(),
-                        error.source);
+    throw error.Saying("the connection " + Quoted(name) + " cannot be opened: " + error.what());
   }
   return connection;
 }
@@ -81,14 +79,31 @@ std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const st
 Connections::Connections(ado::Provider& databases) : databases_(databases) {}
 Connections::~Connections() = default;
 
-ado::Connection& Connections::Use(const std::string& name, const ConnectionSettings& settings) {
-  Held& held = held_[name];
-  if (held.connection == nullptr || !(held.settings == settings)) {
-    held.connection = nullptr;
-    held.connection = OpenDatabase(databases_, name, settings);
-    held.settings = settings;
+std::unique_ptr<ado::Connection> Connections::Take(const std::string& name,
+                                                   const ConnectionSettings& settings, bool anew) {
+  // Opening and closing take as long as a server takes, and happen outside the lock.
+  std::vector<std::unique_ptr<ado::Connection>> outdated;
+  {
+    const std::lock_guard lock(mutex_);
+    Free& free = free_[name];
+    if (anew || !(free.settings == settings)) {
+      outdated.swap(free.connections);
+      free.settings = settings;
+    } else if (!free.connections.empty()) {
+      auto connection = std::move(free.connections.back());
+      free.connections.pop_back();
+      return connection;
+    }
   }
-  return *held.connection;
+  outdated.clear();
+  return OpenDatabase(databases_, name, settings);
+}
+
+void Connections::GiveBack(const std::string& name, const ConnectionSettings& settings,
+                           std::unique_ptr<ado::Connection> connection) {
+  const std::lock_guard lock(mutex_);
+  Free& free = free_[name];
+  if (free.settings == settings) free.connections.push_back(std::move(connection));
 }
 
 }  // namespace torvik::engine

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,22 +40,31 @@ ConnectionSettings ResolveConnection(const PackageModel& package, const std::str
 std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const std::string& name,
                                               const ConnectionSettings& settings);
 
-/// The databases that unjoined steps use, each opened on first use and held until the package ends.
+/// The databases that unjoined steps use. A step takes a connection for itself alone and gives it
+/// back for later ones; all are closed when the package ends. Safe for several threads.
 class Connections {
  public:
   explicit Connections(ado::Provider& databases);
   ~Connections();
 
-  /// The connection called `name`; opened anew when its settings have changed since.
-  ado::Connection& Use(const std::string& name, const ConnectionSettings& settings);
+  /// The connection called `name` that was given back last, or a new one when all are in use. Those
+  /// of the name that have other settings are closed: they have changed since. `anew`: the others
+  /// are closed too, since one of them has just failed, and a new one is opened.
+  std::unique_ptr<ado::Connection> Take(const std::string& name, const ConnectionSettings& settings,
+                                        bool anew = false);
+
+  /// Must have no transaction, and nothing that still reads from it.
+  void GiveBack(const std::string& name, const ConnectionSettings& settings,
+                std::unique_ptr<ado::Connection> connection);
 
  private:
-  struct Held {
+  struct Free {
     ConnectionSettings settings;
-    std::unique_ptr<ado::Connection> connection;
+    std::vector<std::unique_ptr<ado::Connection>> connections;
   };
   ado::Provider& databases_;
-  std::map<std::string, Held> held_;
+  std::mutex mutex_;
+  std::map<std::string, Free> free_;  // by the connections' names
 };
 
 }  // namespace torvik::engine

@@ -9,6 +9,7 @@ class Clock;
 class CodePages;
 class EventLog;
 class Files;
+class Mailer;
 class Processes;
 
 namespace engine {
@@ -21,6 +22,7 @@ struct EngineServices {
   Clock& clock;
   Processes& processes;
   EventLog& eventLog;
+  Mailer& mail;
 };
 
 }  // namespace engine

@@ -7,7 +7,7 @@
 #include "engine/PackageStore.h"
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
-#include "engine/Variables.h"
+#include "engine/VariableChanges.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -19,7 +19,9 @@ class ExecutePackageTask final : public Task {
  public:
   explicit ExecutePackageTask(TaskReader& reader)
       : package_(reader.RequiredTemplate("package")),
-        server_(reader.Template("server").value_or(PlacedText{"${DTSServer}", {}})) {
+        server_(reader.Template("server").value_or(PlacedText{"${DTSServer}", {}})),
+        handed_(reader.VariableTemplates("variables")),
+        returned_(reader.DeclaredVariables("return")) {
     for (const char* logon :
          {"DTSServer", "DTSServerTrustedLogin", "DTSServerLoginUserName", "DTSServerLoginPassword"})
       reader.RequireVariable(logon);
@@ -27,7 +29,7 @@ class ExecutePackageTask final : public Task {
 
   bool CanJoin() const override { return false; }
 
-  std::optional<std::int64_t> Run(TaskContext& context) const override {
+  TaskResult Run(TaskContext& context) const override {
     const Variables& own = context.GlobalVariables();
     const std::string name = own.Substitute(package_.text);
     const std::vector<std::string> running = WithPackage(context.RunningPackages(), name);
@@ -37,13 +39,40 @@ class ExecutePackageTask final : public Task {
                         own.Text("DTSServerLoginUserName"), own.Text("DTSServerLoginPassword")});
     const PackageModel package = ReadPackageDocument(store.Load(name).text, name);
     Variables variables(package.variables);
-    for (const GlobalVariable& variable : own.All())
-      if (variables.Find(variable.name)) variables.SetValue(variable.name, variable.value);
+    HandDown(own, package.name, variables);
     Execute(context, package, variables, running);
+    TakeBack(variables, package.name, context.GlobalVariables());
     return std::nullopt;
   }
 
  private:
+  /// Equal names first: what the step says goes before them.
+  void HandDown(const Variables& own, const std::string& package, Variables& theirs) const {
+    for (const GlobalVariable& variable : own.All())
+      if (theirs.Find(variable.name)) theirs.SetValue(variable.name, variable.value);
+    VariableChanges changes(theirs);
+    for (const auto& [name, text] : handed_)
+      changes.Add(name, own.Substitute(text.text),
+                  "the text for " + Quoted(name) + " of package " + Quoted(package),
+                  "declare it there, or remove it from \"variables\"");
+    changes.Commit();
+    // Known before hours of work are done for nothing.
+    for (const std::string& name : returned_)
+      if (theirs.Find(name) == nullptr)
+        throw PlatformError(0,
+                            "package " + Quoted(package) + " has no global variable " +
+                                Quoted(name) + "; declare it there, or remove it from \"return\"",
+                            "package engine");
+  }
+
+  void TakeBack(const Variables& theirs, const std::string& package, Variables& own) const {
+    VariableChanges changes(own);
+    for (const std::string& name : returned_)
+      changes.Add(name, TextOf(theirs.Value(name)), Quoted(name) + " of package " + Quoted(package),
+                  "declare it");
+    changes.Commit();
+  }
+
   /// A package that runs already would never end.
   static std::vector<std::string> WithPackage(std::vector<std::string> running,
                                               const std::string& name) {
@@ -82,6 +111,8 @@ class ExecutePackageTask final : public Task {
 
   PlacedText package_;
   PlacedText server_;
+  std::vector<std::pair<std::string, PlacedText>> handed_;  // their name, our text
+  std::vector<std::string> returned_;
 };
 
 }  // namespace

@@ -21,19 +21,25 @@ class ExecuteProcessTask final : public Task {
   /// What a program changes is its own affair.
   bool CanJoin() const override { return false; }
 
-  std::optional<std::int64_t> Run(TaskContext& context) const override {
+  TaskResult Run(TaskContext& context) const override {
     const Variables& variables = context.GlobalVariables();
     ProcessRequest request;
     request.program = variables.Substitute(program_.text);
     for (const PlacedText& argument : arguments_)
       request.arguments.push_back(variables.Substitute(argument.text));
     request.workingDirectory = variables.Substitute(workingDirectory_.text);
+    request.cancelled = &context.Cancelled();
     const ProcessExit exit = context.Services().processes.Run(
         request, [&](std::string_view line) { context.Output(line); });
     if (!exit.started)
       throw PlatformError(
           0, "the program " + Quoted(request.program) + " cannot be started: " + exit.error,
           "package engine");
+    if (exit.cancelled)
+      throw PlatformError(0,
+                          "the program " + Quoted(request.program) +
+                              " was ended before it was done, because the step is to end",
+                          "package engine");
     if (std::find(successCodes_.begin(), successCodes_.end(), exit.exitCode) == successCodes_.end())
       throw PlatformError(exit.exitCode,
                           "the program " + Quoted(request.program) + " ended with exit code " +

@@ -1,10 +1,14 @@
 #include "engine/Execution.h"
 
 #include <chrono>
+#include <mutex>
 
-#include "engine/Connections.h"
+#include "engine/PackageLog.h"
 #include "engine/Problems.h"
-#include "engine/Transaction.h"
+#include "engine/RunningSteps.h"
+#include "engine/StepRun.h"
+#include "engine/StepThreads.h"
+#include "engine/Watch.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
 #include "platform/EventLog.h"
@@ -15,184 +19,173 @@ namespace {
 
 using Kind = ExecutionEvent::Kind;
 
-/// The package object model's number for it.
-constexpr long kExecutionCanceled = 1063;
-
-/// What one step sees of the package that runs it.
-class StepContext final : public TaskContext {
- public:
-  StepContext(const Execution& execution, const StepModel& step, bool joined,
-              Connections& connections, Transaction& transaction)
-      : execution_(execution),
-        step_(step),
-        joined_(joined),
-        connections_(connections),
-        transaction_(transaction) {}
-
-  const EngineServices& Services() const override { return execution_.services; }
-  Variables& GlobalVariables() override { return execution_.variables; }
-  const std::vector<std::string>& RunningPackages() const override {
-    return execution_.runningPackages;
-  }
-  bool Joined() const override { return joined_; }
-  const std::atomic<bool>& Cancelled() const override { return execution_.cancelled; }
-
-  ado::Connection& Database(const std::string& connection) override {
-    const ConnectionSettings settings = Settings(connection);
-    if (joined_) return transaction_.Join(connection, settings);
-    besideTransaction_ = besideTransaction_ || transaction_.Find(settings) != nullptr;
-    return connections_.Use(connection, settings);
-  }
-
-  ado::Connection& ReadDatabase(const std::string& connection) override {
-    const ConnectionSettings settings = Settings(connection);
-    ado::Connection* shared = joined_ ? transaction_.Find(settings) : nullptr;
-    return shared ? *shared : connections_.Use(connection, settings);
-  }
-
-  ConnectionSettings Settings(const std::string& connection) const override {
-    return ResolveConnection(execution_.package, connection, execution_.variables);
-  }
-
-  void Progress(std::int64_t rows) override {
-    execution_.sink({.kind = Kind::StepProgress, .step = step_.name, .rows = rows});
-  }
-  void Output(std::string_view line) override {
-    execution_.sink({.kind = Kind::StepOutput,
-                     .step = step_.name,
-                     .text = execution_.variables.WithoutPasswords(std::string(line))});
-  }
-
-  /// True when the step wrote beside the package's open transaction to the same database.
-  bool BesideTransaction() const { return besideTransaction_; }
-
- private:
-  const Execution& execution_;
-  const StepModel& step_;
-  const bool joined_;
-  Connections& connections_;
-  Transaction& transaction_;
-  bool besideTransaction_ = false;
-};
-
 class PackageRun {
  public:
   explicit PackageRun(const Execution& execution)
       : execution_(execution),
         package_(execution.package),
         workflow_(execution.workflow),
-        connections_(execution.services.databases),
-        transaction_(execution.services.databases) {}
+        shared_{execution, [this](ExecutionEvent event) { Tell(std::move(event)); },
+                Connections(execution.services.databases),
+                Transaction(execution.services.databases)},
+        running_(execution.services.clock),
+        threads_(workflow_,
+                 {static_cast<std::size_t>(package_.maxConcurrentSteps), package_.useTransaction},
+                 [this](std::size_t step) { return TryStepAt(step); }) {}
 
   void Run() {
     const auto begin = Now();
-    execution_.sink({.kind = Kind::PackageStarted});
+    Tell({.kind = Kind::PackageStarted});
     RunSteps();
     EndTransaction();
     NameStepsNotRun();
-    const bool failed = failure_ || workflow_.AnyFailed();
-    execution_.sink({.kind = Kind::PackageEnded, .failed = failed, .seconds = SecondsSince(begin)});
-    WriteEvent(failed);
-    if (failure_) throw *failure_;
+    const auto failure = running_.Failure();
+    const bool failed = failure || workflow_.AnyFailed();
+    const double seconds = SecondsSince(begin);
+    Tell({.kind = Kind::PackageEnded, .failed = failed, .seconds = seconds});
+    WriteEvent(failed, seconds);
+    if (failure) throw *failure;
   }
 
  private:
   void RunSteps() {
-    for (auto next = workflow_.Next(); next && !failure_; next = workflow_.Next()) {
-      RunStep(*next);
-      if (execution_.cancelled && !failure_)
-        failure_.emplace(kExecutionCanceled, "the execution was cancelled", "package engine");
+    const Watch watch([this] {
+      if (execution_.cancelled) EndCancelled();
+      running_.Look();
+    });
+    threads_.RunAll();
+  }
+
+  /// What fails outside a task, as for want of memory, ends the package and not the process.
+  bool TryStepAt(std::size_t position) {
+    try {
+      return RunStepAt(position);
+    } catch (const std::exception& error) {
+      End(PlatformError(0, error.what(), "package engine"), "the package failed");
+      return false;
     }
   }
 
-  void RunStep(std::size_t position) {
+  bool RunStepAt(std::size_t position) {
     const StepModel& step = package_.steps[position];
     const auto begin = Now();
-    workflow_.Start(position);
-    execution_.sink({.kind = Kind::StepStarted, .step = step.name});
+    Tell({.kind = Kind::StepStarted, .step = step.name});
+    const auto control = running_.Add();
+    StepOutcome outcome = RunStep(shared_, step, *control);
+    running_.Remove(control);
+    if (!outcome.failure && step.commitSuccess) CommitAfter(step, outcome);
     ExecutionEvent ended{.kind = Kind::StepEnded, .step = step.name};
-    try {
-      ended.rows = RunTask(step);
-      if (step.commitSuccess) Commit();
-    } catch (const std::exception& error) {
-      ended.failed = true;
-      ended.text = execution_.variables.WithoutPasswords(error.what());
-    }
-    workflow_.End(position, ended.failed);
+    ended.failed = outcome.failure.has_value();
+    if (outcome.failure) ended.text = outcome.failure->Description();
+    ended.rows = outcome.result.rows;
+    ended.rejected = outcome.result.rejected;
     ended.seconds = SecondsSince(begin);
-    execution_.sink(ended);
-    if (ended.failed) StepFailed(step, ended.text);
+    Tell(ended);
+    if (outcome.failure) StepFailed(step, outcome);
+    if (execution_.cancelled) EndCancelled();
+    return !outcome.failure;
   }
 
-  std::optional<std::int64_t> RunTask(const StepModel& step) {
-    const bool joined = step.joinTransaction && package_.useTransaction;
-    StepContext context(execution_, step, joined, connections_, transaction_);
-    if (joined) transaction_.BeginStep();
-    try {
-      return step.task->Run(context);
-    } catch (const std::exception& error) {
-      std::string reason = error.what();
-      if (context.BesideTransaction())
-        reason +=
-            "; the package's own transaction is open on the same database: let this step join it, "
-            "or commit it before (commit_success)";
-      if (joined) transaction_.UndoStep(reason);
-      throw PlatformError(0, reason, "package engine");
+  void StepFailed(const StepModel& step, const StepOutcome& outcome) {
+    const std::string failed = "step " + Quoted(step.name) + " failed";
+    if (step.rollbackFailure) Rollback(failed);
+    const std::string text = "package " + Quoted(package_.name) + " failed because ";
+    const std::string words = failed + ": " + outcome.failure->Description();
+    if (outcome.lostEarlierSteps) {
+      // A new transaction would hold later steps without the earlier ones that they build on.
+      End(outcome.failure->Saying(text +
+                                  "the work of earlier steps in its transaction is lost: " + words),
+          failed);
+    } else if (package_.failOnError || step.failPackageOnError) {
+      End(PlatformError(static_cast<long>(dts::Error::FailedOnStepError), text + words,
+                        "package engine"),
+          failed);
     }
   }
 
-  void StepFailed(const StepModel& step, const std::string& reason) {
-    if (step.rollbackFailure) Rollback("step " + Quoted(step.name) + " failed");
-    if (failure_ || !(package_.failOnError || step.failPackageOnError)) return;
-    failure_.emplace(static_cast<long>(dts::Error::FailedOnStepError),
-                     "package " + Quoted(package_.name) + " failed because step " +
-                         Quoted(step.name) + " failed: " + reason,
-                     "package engine");
+  /// Ends the package: no further step starts, and those that run are cancelled.
+  void End(const PlatformError& failure, const std::string& because) {
+    threads_.Stop();
+    running_.Fail(failure, "cancelled because " + because);
   }
 
-  /// A commit that fails fails the package.
-  void Commit() {
+  void EndCancelled() {
+    threads_.Stop();
+    const char* const reason = "the execution was cancelled";
+    running_.Fail(
+        PlatformError(static_cast<long>(dts::Error::ExecutionCanceled), reason, "package engine"),
+        reason);
+  }
+
+  /// A commit that fails fails the package as well as the step.
+  void CommitAfter(const StepModel& step, StepOutcome& outcome) {
+    outcome.failure = Commit();
+    if (outcome.failure) End(*outcome.failure, "step " + Quoted(step.name) + " failed");
+  }
+
+  /// What refused; what is not committed is rolled back then.
+  std::optional<PlatformError> Commit() {
     try {
-      if (transaction_.Active()) transaction_.Commit();
+      if (shared_.transaction.Active()) shared_.transaction.Commit();
+      return std::nullopt;
     } catch (const PlatformError& error) {
-      failure_.emplace(error.number, execution_.variables.WithoutPasswords(error.what()),
-                       error.source);
-      throw;
+      return error.Saying(execution_.variables.WithoutPasswords(error.what()));
     }
   }
 
   void Rollback(const std::string& reason) {
-    if (!transaction_.Active()) return;
-    transaction_.Rollback();
-    execution_.sink(
-        {.kind = Kind::Note, .text = "the package's transaction is rolled back: " + reason});
+    if (!shared_.transaction.Active()) return;
+    shared_.transaction.Rollback();
+    Tell({.kind = Kind::Note, .text = "the package's transaction is rolled back: " + reason});
   }
 
   void EndTransaction() {
-    if (failure_ || workflow_.AnyFailed()) return Rollback("a step failed");
+    if (running_.Failure() || workflow_.AnyFailed()) return Rollback("a step failed");
     if (!package_.autoCommitTransaction) return Rollback("auto_commit_transaction is false");
-    try {
-      Commit();
-    } catch (const PlatformError&) {
-      execution_.sink({.kind = Kind::Error, .text = failure_->what()});
-    }
+    const auto failure = Commit();
+    if (!failure) return;
+    End(*failure, "");
+    Tell({.kind = Kind::Error, .text = failure->Description()});
   }
 
   void NameStepsNotRun() {
+    const char* const reason = running_.Failure() ? "the package ended before it could start"
+                                                  : "its constraints did not come to hold";
     for (const StepState& state : workflow_.States()) {
       if (state.status == dts::StepExecutionStatus::Completed) continue;
       const bool disabled = state.status == dts::StepExecutionStatus::Inactive;
-      execution_.sink(
-          {.kind = Kind::StepNotRun,
-           .step = state.name,
-           .text = disabled ? "it is disabled" : "its constraints did not come to hold"});
+      Tell({.kind = Kind::StepNotRun,
+            .step = state.name,
+            .text = disabled ? "it is disabled" : reason});
     }
   }
 
-  void WriteEvent(bool failed) {
-    if (!execution_.variables.IsTrue("WriteCompletionStatusToNT")) return;
-    execution_.services.eventLog.Write(
-        "Package " + Quoted(package_.name) + (failed ? " failed." : " succeeded."), failed);
+  void WriteEvent(bool failed, double seconds) {
+    if (!package_.writeCompletionStatusToNTEventLog &&
+        !execution_.variables.IsTrue("WriteCompletionStatusToNT"))
+      return;
+    execution_.services.eventLog.Write("Package " + Quoted(package_.name) +
+                                           (failed ? " failed after " : " succeeded after ") +
+                                           SecondsText(seconds) + (failed ? Culprits() : "") + ".",
+                                       failed);
+  }
+
+  /// The failed steps, by name as far as a line of a log has room for them; without one the reason.
+  std::string Culprits() const {
+    constexpr int kNamed = 20;
+    std::string names;
+    int count = 0;
+    for (const StepState& state : workflow_.States())
+      if (state.result == dts::StepExecutionResult::Failure && ++count <= kNamed)
+        names += (names.empty() ? "" : ", ") + Quoted(state.name);
+    if (count > kNamed) names += " and " + std::to_string(count - kNamed) + " others";
+    if (count > 0) return "; failed steps: " + names;
+    return ": " + running_.Failure()->Description();
+  }
+
+  void Tell(ExecutionEvent event) {
+    const std::lock_guard lock(tellMutex_);
+    execution_.sink(std::move(event));
   }
 
   std::chrono::steady_clock::time_point Now() const { return execution_.services.clock.Steady(); }
@@ -203,9 +196,10 @@ class PackageRun {
   const Execution& execution_;
   const PackageModel& package_;
   Workflow& workflow_;
-  Connections connections_;
-  Transaction transaction_;
-  std::optional<PlatformError> failure_;  // of the package as a whole
+  std::mutex tellMutex_;
+  RunShared shared_;
+  RunningSteps running_;
+  StepThreads threads_;
 };
 
 }  // namespace

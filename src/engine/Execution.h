@@ -20,8 +20,9 @@ struct ExecutionEvent {
     PackageStarted,
     StepStarted,
     StepProgress,  ///< `rows` so far.
+    StepRetried,   ///< `text`: the error's words and when the next attempt follows.
     StepOutput,    ///< `text`: a line of a program.
-    StepEnded,     ///< `failed`; `text`: the error's words; `rows` of a task that counts them.
+    StepEnded,     ///< `failed`; `text`: the error's words; `rows` and `rejected` of the task.
     StepNotRun,    ///< `text` says why.
     Note,          ///< `text`: what became of a transaction.
     Error,         ///< `text`: what failed outside the steps.
@@ -32,7 +33,8 @@ struct ExecutionEvent {
   std::string text = {};
   bool failed = false;
   std::optional<std::int64_t> rows = {};
-  double seconds = 0;  ///< What a step or the package took; set when it has ended.
+  std::int64_t rejected = 0;
+  double seconds = 0;  ///< What a step, an attempt or the package took; set when it has ended.
 };
 
 using EventSink = std::function<void(ExecutionEvent)>;
@@ -44,13 +46,13 @@ struct Execution {
   Variables& variables;
   Workflow& workflow;                        ///< Reset; holds the outcome afterwards.
   std::vector<std::string> runningPackages;  ///< The outermost first, this one last.
-  EventSink sink;                            ///< Called on the calling thread.
+  EventSink sink;  ///< Called on the threads of the steps, by one at a time.
   const std::atomic<bool>& cancelled;
 };
 
-/// Runs every step whose constraints come to hold, one at a time on the calling thread, and ends
-/// the package's transaction. Throws PlatformError when the package fails; a failed step alone does
-/// not.
+/// Runs every step whose constraints come to hold, as many at once as the package allows, and ends
+/// the package's transaction. Returns when no step runs any more. Throws PlatformError when the
+/// package fails; a failed step alone does not.
 void RunExecution(const Execution& execution);
 
 }  // namespace torvik::engine

@@ -23,6 +23,14 @@ class OwnTransaction {
   OwnTransaction(const OwnTransaction&) = delete;
   OwnTransaction& operator=(const OwnTransaction&) = delete;
 
+  /// Keeps what has been done, and begins another transaction.
+  void CommitAndGoOn() {
+    committed_ = true;
+    connection_.CommitTrans();
+    connection_.BeginTrans();
+    committed_ = false;
+  }
+
   void Commit() {
     connection_.CommitTrans();
     committed_ = true;

@@ -30,6 +30,7 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
       break;
     case Kind::Error: events.OnError("", event.text); break;
     case Kind::PackageStarted:
+    case Kind::StepRetried:
     case Kind::StepOutput:
     case Kind::StepNotRun:
     case Kind::Note:
@@ -50,7 +51,7 @@ class LoadedPackage final : public dts::Package {
     const bool trusted = flags == dts::SqlServerStorageFlags::UseTrustedConnection;
     PackageStore store(services_.databases, {serverName, trusted, serverUserName, serverPassword});
     model_ = ReadPackageDocument(store.Load(packageName, versionGuid).text, packageName);
-    variables_ = Variables(model_->variables);
+    variables_.Declare(model_->variables);
     workflow_ = Workflow(model_->steps);
   }
 
@@ -61,7 +62,7 @@ class LoadedPackage final : public dts::Package {
     return variables_;
   }
 
-  /// The steps run on a thread of their own, so that this one can serve the user.
+  /// The package has a thread of its own, so that this one can serve the user.
   void Execute(dts::PackageEvents& events) override {
     const PackageModel& model = Loaded();
     workflow_.Reset();
@@ -106,7 +107,7 @@ class LoadedPackage final : public dts::Package {
 
   void UnInitialize() override {
     workflow_ = {};
-    variables_ = {};
+    variables_.Declare({});
     model_.reset();
   }
 

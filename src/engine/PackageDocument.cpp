@@ -1,6 +1,7 @@
 #include "engine/PackageDocument.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "engine/ConnectionReader.h"
 #include "engine/Problems.h"
@@ -29,6 +30,8 @@ class DocumentReader {
     model_.failOnError = table.Boolean("fail_on_error", false);
     model_.useTransaction = table.Boolean("use_transaction", true);
     model_.autoCommitTransaction = table.Boolean("auto_commit_transaction", true);
+    model_.writeCompletionStatusToNTEventLog =
+        table.Boolean("write_completion_status_to_nt_event_log", false);
     if (const TomlValue* variables = table.Find("global_variables"))
       model_.variablesPlace = variables->place;
     if (const TomlTable* variables = table.Table("global_variables")) ReadVariables(*variables);
@@ -82,7 +85,7 @@ class DocumentReader {
 
   void ReadConnection(TableReader& table) {
     const PlacedText name = table.RequiredText("name");
-    CheckUnique(name, "connection", model_.connections);
+    CheckUnique(name, "connection", table.Place().line, connectionLines_);
     model_.connections.push_back(
         engine::ReadConnection(table, name.text, model_.variables, problems_));
   }
@@ -92,25 +95,49 @@ class DocumentReader {
     step.place = table.Place();
     const PlacedText name = table.RequiredText("name");
     step.name = name.text;
-    CheckUnique(name, "step", model_.steps);
+    CheckUnique(name, "step", table.Place().line, stepLines_);
     if (const auto text = table.Text("description")) step.description = text->text;
     step.disabled = table.Boolean("disabled", false);
     step.joinTransaction = table.Boolean("join_transaction", false);
     step.commitSuccess = table.Boolean("commit_success", false);
     step.rollbackFailure = table.Boolean("rollback_failure", false);
     step.failPackageOnError = table.Boolean("fail_package_on_error", false);
+    ReadRunning(table, step);
     waits_.push_back(ReadWaits(table));
     ReadTask(table, step);
     model_.steps.push_back(std::move(step));
+  }
+
+  /// When and how often the step runs, and on what.
+  void ReadRunning(TableReader& table, StepModel& step) {
+    constexpr std::int64_t kMany = 1'000'000'000;
+    step.closeConnection = table.Boolean("close_connection", false);
+    step.executeInMainThread = table.Boolean("execute_in_main_thread", false);
+    step.priority = static_cast<int>(Whole(table, "priority", 3, 1, 5));
+    step.retries = Whole(table, "retries", 0, 0, kMany);
+    step.retryDelay = std::chrono::seconds(Whole(table, "retry_delay_seconds", 10, 0, kMany));
+    if (table.Find("timeout_seconds"))
+      step.timeout = std::chrono::seconds(Whole(table, "timeout_seconds", 1, 1, kMany));
+  }
+
+  std::int64_t Whole(TableReader& table, const char* key, std::int64_t fallback, std::int64_t least,
+                     std::int64_t most) {
+    const std::int64_t number = table.Integer(key, fallback);
+    if (number >= least && number <= most) return number;
+    problems_.Add(table.Find(key)->place,
+                  Quoted(key) + " is " + std::to_string(number) + "; write a whole number from " +
+                      std::to_string(least) + " to " + std::to_string(most));
+    return fallback;
   }
 
   void ReadTask(TableReader& table, StepModel& step) {
     const PlacedText task = table.RequiredText("task");
     for (const TaskKind& kind : TaskKinds()) {
       if (task.text != kind.name) continue;
+      step.taskKind = kind.name;
       TaskReader reader(table, model_, problems_);
       step.task = kind.read(reader);
-      if (step.joinTransaction && !step.task->CanJoin())
+      if (step.joinTransaction && model_.useTransaction && !step.task->CanJoin())
         problems_.Add(table.Find("join_transaction")->place,
                       "a step of task " + Quoted(task.text) +
                           " cannot join a transaction; remove \"join_transaction\"");
@@ -152,36 +179,47 @@ class DocumentReader {
   }
 
   void ResolveConstraints() {
+    constexpr int kMostAdvised = 100;
+    int unknown = 0;
+    const std::vector<std::string> none;
     std::vector<std::string> names;
-    for (const StepModel& step : model_.steps) names.push_back(step.name);
+    std::unordered_map<std::string_view, std::size_t> positions;
+    for (const StepModel& step : model_.steps) {
+      positions.emplace(step.name, names.size());
+      names.push_back(step.name);
+    }
     for (std::size_t i = 0; i < waits_.size(); ++i) {
       for (const Wait& wait : waits_[i]) {
-        const auto found = std::find(names.begin(), names.end(), wait.step.text);
-        if (found != names.end()) {
-          model_.steps[i].after.push_back(
-              {static_cast<std::size_t>(found - names.begin()), wait.outcome});
+        const auto found = positions.find(wait.step.text);
+        if (found != positions.end()) {
+          model_.steps[i].after.push_back({found->second, wait.outcome});
         } else if (!wait.step.text.empty()) {
-          problems_.Add(wait.step.place,
-                        "the package has no step " + Quoted(wait.step.text) + "; " +
-                            DidYouMean(wait.step.text, names, "name one of its steps"));
+          // The nearest name takes long to find among many.
+          const bool isAdvised = ++unknown <= kMostAdvised;
+          problems_.Add(
+              wait.step.place,
+              "the package has no step " + Quoted(wait.step.text) + "; " +
+                  DidYouMean(wait.step.text, isAdvised ? names : none, "name one of its steps"));
         }
       }
     }
   }
 
-  template <typename Model>
-  void CheckUnique(const PlacedText& name, const char* kind, const std::vector<Model>& before) {
-    const auto first = std::find_if(before.begin(), before.end(),
-                                    [&](const Model& one) { return one.name == name.text; });
-    if (first == before.end() || name.text.empty()) return;
+  /// The line in which the first of each name begins.
+  using NameLines = std::unordered_map<std::string, int>;
+
+  void CheckUnique(const PlacedText& name, const char* kind, int line, NameLines& before) {
+    const auto [first, isNew] = before.emplace(name.text, line);
+    if (isNew || name.text.empty()) return;
     problems_.Add(name.place, std::string("a second ") + kind + " is called " + Quoted(name.text) +
-                                  ", as the one of line " + std::to_string(first->place.line) +
+                                  ", as the one of line " + std::to_string(first->second) +
                                   "; give it another name");
   }
 
   PackageModel& model_;
   Problems& problems_;
   std::vector<std::vector<Wait>> waits_;  // of each step
+  NameLines connectionLines_, stepLines_;
 };
 
 }  // namespace

@@ -21,12 +21,6 @@ std::string LogPath(std::string directory, std::string packageName) {
   return directory + packageName + ".log";
 }
 
-std::string Seconds(double seconds) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.3f seconds", seconds);
-  return text;
-}
-
 std::string Time(const std::tm& time) {
   char text[32];
   std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &time);
@@ -36,10 +30,14 @@ std::string Time(const std::tm& time) {
 /// How a step or package ended.
 std::string Ending(const ExecutionEvent& event) {
   if (event.failed)
-    return " failed after " + Seconds(event.seconds) + (event.text.empty() ? "" : ": ") +
+    return " failed after " + SecondsText(event.seconds) + (event.text.empty() ? "" : ": ") +
            event.text;
-  return " succeeded: " + (event.rows ? std::to_string(*event.rows) + " rows, " : "") +
-         Seconds(event.seconds);
+  const auto count = [](std::int64_t rows, const char* what) {
+    return std::to_string(rows) + what;
+  };
+  return " succeeded: " + (event.rows ? count(*event.rows, " rows, ") : "") +
+         (event.rejected > 0 ? count(event.rejected, " rejected, ") : "") +
+         SecondsText(event.seconds);
 }
 
 /// A log line is one line, whatever an error or a program says.
@@ -50,6 +48,12 @@ std::string OnOneLine(std::string text) {
 }
 
 }  // namespace
+
+std::string SecondsText(double seconds) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f seconds", seconds);
+  return text;
+}
 
 PackageLog::PackageLog(const EngineServices& services, const std::string& packageName,
                        const Variables& variables,
@@ -71,6 +75,8 @@ std::string PackageLog::LineOf(const ExecutionEvent& event) const {
   switch (event.kind) {
     case Kind::PackageStarted: return package + " started";
     case Kind::StepStarted: return step + " started";
+    case Kind::StepRetried:
+      return step + " failed after " + SecondsText(event.seconds) + ": " + event.text;
     case Kind::StepOutput: return step + ": " + event.text;
     case Kind::StepEnded: return step + Ending(event);
     case Kind::StepNotRun: return step + " did not run: " + event.text;

@@ -8,6 +8,9 @@
 
 namespace torvik::engine {
 
+/// "0.004 seconds".
+std::string SecondsText(double seconds);
+
 /// The log of one package's run: NAME.log in the directory of the global variable
 /// "ExceptionFilePath", one line for each event. Without that directory nothing is written.
 class PackageLog {

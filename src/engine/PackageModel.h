@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +43,7 @@ struct Constraint {
 struct StepModel {
   std::string name;
   std::string description;
+  std::string taskKind;  ///< As the document names it: "ExecuteSQL".
   std::unique_ptr<const Task> task;
   std::vector<Constraint> after;
   bool disabled = false;
@@ -48,6 +51,12 @@ struct StepModel {
   bool commitSuccess = false;
   bool rollbackFailure = false;
   bool failPackageOnError = false;
+  bool closeConnection = false;
+  bool executeInMainThread = false;
+  int priority = 3;  ///< 1 to 5; the higher one first.
+  std::int64_t retries = 0;
+  std::chrono::seconds retryDelay{10};
+  std::optional<std::chrono::seconds> timeout;  ///< Of each attempt.
   TextPlace place;
 };
 
@@ -59,6 +68,7 @@ struct PackageModel {
   bool failOnError = false;
   bool useTransaction = true;
   bool autoCommitTransaction = true;
+  bool writeCompletionStatusToNTEventLog = false;
   std::vector<GlobalVariable> variables;
   std::vector<ConnectionModel> connections;
   std::vector<StepModel> steps;

@@ -125,7 +125,10 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
   const ado::LoadValue row[] = {name,       id,     versionId, description, kLocalCategory,
                                 createDate, owner_, text,      "0"};
   const auto load = connection_->OpenBulkLoad("sysdtspackages", columns);
-  load->Append(row);
+  std::vector<ado::Refusal> refused;
+  load->Load({row, std::size(row)}, 0, refused);
+  if (!refused.empty())
+    throw PlatformError(refused[0].number, refused[0].description, "package store");
   load->Finish();
   transaction.Commit();
   return versionId;

@@ -73,6 +73,10 @@ std::string UseOneOf(std::span<const std::string> known) {
   return list;
 }
 
+std::string CountOf(std::int64_t count, const char* what) {
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string Quoted(std::string_view text) {
   return '"' + std::string(text) + '"';
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -52,6 +53,9 @@ std::string DidYouMean(std::string_view word, std::span<const std::string> known
 
 /// `use one of "A", "B"`.
 std::string UseOneOf(std::span<const std::string> known);
+
+/// "1 second", "10 seconds".
+std::string CountOf(std::int64_t count, const char* what);
 
 /// `text` in double quotes.
 std::string Quoted(std::string_view text);

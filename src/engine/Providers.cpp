@@ -18,13 +18,19 @@ constexpr PropertyRule kDatabaseProperties[] = {
 
 constexpr PropertyRule kTextFileProperties[] = {
     {"Data Source", PropertyKind::Text, true},
+    {"File Format", PropertyKind::Text, false},
     {"Column Delimiter", PropertyKind::Text, false},
     {"Row Delimiter", PropertyKind::Text, false},
     {"Text Qualifier", PropertyKind::Text, false},
     {"First Row Column Name", PropertyKind::Boolean, false},
     {"Skip Rows", PropertyKind::Whole, false},
     {"Column Names", PropertyKind::Text, false},
+    {"Column Lengths", PropertyKind::Text, false},
     {"Encoding", PropertyKind::Text, false},
+    {"File Type", PropertyKind::Text, false},
+    {"Compression", PropertyKind::Text, false},
+    {"Quote All", PropertyKind::Boolean, false},
+    {"Append", PropertyKind::Boolean, false},
 };
 
 constexpr ProviderRule kProviders[] = {

@@ -17,15 +17,34 @@ struct ConnectionSettings;
 struct EngineServices;
 class Variables;
 
-/// What a task may use while its step runs.
+/// What a task has done.
+struct TaskResult {
+  TaskResult() = default;
+  TaskResult(std::nullopt_t) {}
+  TaskResult(std::int64_t changedRows) : rows(changedRows) {}
+  TaskResult(std::optional<std::int64_t> changedRows, std::int64_t rejectedRows = 0)
+      : rows(changedRows), rejected(rejectedRows) {}
+
+  std::optional<std::int64_t> rows;  ///< Rows that were changed, of a task that counts them.
+  std::int64_t rejected = 0;         ///< Rows that were left out without failing the task.
+};
+
+/// What a task may use while its step runs, and no longer. Other steps run at the same time, each
+/// with a context and connections of its own. Databases and settings are asked for on the step's
+/// thread alone, and a connection is used by one thread at a time; all else may be called by any
+/// thread that the task starts.
 class TaskContext {
  public:
   virtual ~TaskContext() = default;
 
+  /// Shared by all steps, and safe for that.
   virtual const EngineServices& Services() const = 0;
 
-  /// The package's global variables.
+  /// The package's global variables, which other steps read and set meanwhile.
   virtual Variables& GlobalVariables() = 0;
+
+  /// The step's name.
+  virtual const std::string& Step() const = 0;
 
   /// The names of the packages that are running, the outermost first, this one last.
   virtual const std::vector<std::string>& RunningPackages() const = 0;
@@ -34,7 +53,7 @@ class TaskContext {
   virtual bool Joined() const = 0;
 
   /// A connection of the package to be written through, opened on first use: the transaction's when
-  /// the step has joined it, else the connection's own.
+  /// the step has joined it, else one that no other step uses until this one has ended.
   virtual ado::Connection& Database(const std::string& connection) = 0;
 
   /// The same for reading: does not draw a database into the transaction, but uses the
@@ -44,12 +63,15 @@ class TaskContext {
   /// A connection's properties as they are now, every `${Name}` replaced.
   virtual ConnectionSettings Settings(const std::string& connection) const = 0;
 
+  /// Rows so far. Cheap: what comes sooner than 100 ms after the last one told is told later.
   virtual void Progress(std::int64_t rows) = 0;
 
   /// A line for the package's log.
   virtual void Output(std::string_view line) = 0;
 
-  /// Becomes true when the step is to end early, with an error.
+  /// Becomes true when the step is to end early, with an error: its time has passed, another step
+  /// has failed the package, or the user has had enough. A statement that then runs on one of the
+  /// step's connections is cancelled as well.
   virtual const std::atomic<bool>& Cancelled() const = 0;
 };
 
@@ -61,8 +83,10 @@ class Task {
   /// True when all that the task changes can be part of the package's transaction.
   virtual bool CanJoin() const = 0;
 
-  /// Answers the rows that were changed, for a task that counts them. Throws when the task fails.
-  virtual std::optional<std::int64_t> Run(TaskContext& context) const = 0;
+  /// Runs once for each attempt of the step. Throws when the task fails; a PlatformError that is
+  /// transient lets the step try again. A task that ends well has succeeded, also when Cancelled()
+  /// had become true.
+  virtual TaskResult Run(TaskContext& context) const = 0;
 };
 
 }  // namespace torvik::engine

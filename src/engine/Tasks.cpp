@@ -4,9 +4,15 @@ namespace torvik::engine {
 
 std::span<const TaskKind> TaskKinds() {
   static constexpr TaskKind kKinds[] = {
-      {"ExecuteSQL", ReadExecuteSqlTask},         {"DataPump", ReadDataPumpTask},
-      {"ExecutePackage", ReadExecutePackageTask}, {"ExecuteProcess", ReadExecuteProcessTask},
+      {"ExecuteSQL", ReadExecuteSqlTask},
+      {"DataPump", ReadDataPumpTask},
+      {"ExecutePackage", ReadExecutePackageTask},
+      {"ExecuteProcess", ReadExecuteProcessTask},
       {"SetVariables", ReadSetVariablesTask},
+      {"BulkInsert", ReadBulkInsertTask},
+      {"TransferTables", ReadTransferTablesTask},
+      {"SendMail", ReadSendMailTask},
+      {"File", ReadFileTask},
   };
   return kKinds;
 }

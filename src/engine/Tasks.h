@@ -20,8 +20,12 @@ std::span<const TaskKind> TaskKinds();
 
 std::unique_ptr<Task> ReadExecuteSqlTask(TaskReader& reader);
 std::unique_ptr<Task> ReadDataPumpTask(TaskReader& reader);
+std::unique_ptr<Task> ReadBulkInsertTask(TaskReader& reader);
+std::unique_ptr<Task> ReadTransferTablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadExecutePackageTask(TaskReader& reader);
 std::unique_ptr<Task> ReadExecuteProcessTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSetVariablesTask(TaskReader& reader);
+std::unique_ptr<Task> ReadSendMailTask(TaskReader& reader);
+std::unique_ptr<Task> ReadFileTask(TaskReader& reader);
 
 }  // namespace torvik::engine

@@ -1,6 +1,7 @@
 #include "engine/Transaction.h"
 
 #include "engine/Problems.h"
+#include "engine/StepControl.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 
@@ -18,43 +19,65 @@ Transaction::Member* Transaction::FindMember(const ConnectionSettings& settings)
   return nullptr;
 }
 
-Transaction::Member& Transaction::Begin(const std::string& name,
-                                        const ConnectionSettings& settings) {
+bool Transaction::Holds(const ConnectionSettings& settings) {
+  const std::lock_guard lock(mutex_);
+  return FindMember(settings) != nullptr;
+}
+
+Transaction::Member& Transaction::Begin(const std::string& name, const ConnectionSettings& settings,
+                                        StepControl& control) {
   auto connection = OpenDatabase(databases_, name, settings);
-  connection->BeginTrans();
+  control.Hold(*connection);  // beginning may wait for a lock
+  try {
+    connection->BeginTrans();
+  } catch (const PlatformError& error) {
+    control.Release(*connection);
+    throw error.Saying("the connection " + Quoted(name) +
+                       " cannot join the package's transaction: " + error.what());
+  }
+  const std::lock_guard lock(mutex_);
   return members_.emplace_back(Member{name, settings, std::move(connection), false});
 }
 
-ado::Connection* Transaction::Find(const ConnectionSettings& settings) {
-  const Member* member = FindMember(settings);
-  return member ? member->connection.get() : nullptr;
+ado::Connection& Transaction::Join(const std::string& name, const ConnectionSettings& settings,
+                                   StepControl& control) {
+  Member* known = FindMember(settings);
+  Member& member = known ? *known : Begin(name, settings, control);
+  control.Hold(*member.connection);
+  if (!member.usedInStep) MarkPoint(member);
+  return *member.connection;
 }
 
-ado::Connection& Transaction::Join(const std::string& name, const ConnectionSettings& settings) {
-  Member* known = FindMember(settings);
-  Member& member = known ? *known : Begin(name, settings);
-  if (!member.usedInStep) member.connection->SetSavepoint();
+/// Without its own point a step could only go back to that of another one.
+void Transaction::MarkPoint(Member& member) {
+  try {
+    member.connection->SetSavepoint();
+  } catch (const PlatformError& error) {
+    cannotUndo_ = error.what();
+    throw;
+  }
   member.usedInStep = true;
-  return *member.connection;
 }
 
 void Transaction::BeginStep() {
   for (Member& member : members_) member.usedInStep = false;
 }
 
-void Transaction::UndoStep(const std::string& reason) {
+void Transaction::KeepStep() {
+  for (const Member& member : members_) hasEarlierSteps_ = hasEarlierSteps_ || member.usedInStep;
+}
+
+std::optional<Transaction::Loss> Transaction::UndoStep() {
   try {
     for (Member& member : members_)
       if (member.usedInStep) member.connection->RollbackToSavepoint();
   } catch (const PlatformError& error) {
-    Rollback();
-    throw PlatformError(error.number,
-                        reason +
-                            "; the package's whole transaction is rolled back, because the step "
-                            "cannot be undone alone: " +
-                            error.what(),
-                        error.source);
+    cannotUndo_ = error.what();
   }
+  if (cannotUndo_.empty()) return std::nullopt;
+  const Loss loss{cannotUndo_, hasEarlierSteps_};
+  Rollback();
+  return loss;
 }
 
 void Transaction::Commit() {
@@ -65,15 +88,13 @@ void Transaction::Commit() {
     } catch (const PlatformError& error) {
       const std::string name = Quoted(member.name);
       Rollback();
-      throw PlatformError(error.number,
-                          "the transaction on connection " + name +
-                              " cannot be committed and is rolled back: " + error.what() +
-                              (committed.empty() ? "" : "; committed before it:" + committed),
-                          error.source);
+      throw error.Saying("the transaction on connection " + name +
+                         " cannot be committed and is rolled back: " + error.what() +
+                         (committed.empty() ? "" : "; committed before it:" + committed));
     }
     committed += " " + Quoted(member.name);
   }
-  members_.clear();
+  Clear();
 }
 
 void Transaction::Rollback() {
@@ -84,7 +105,14 @@ void Transaction::Rollback() {
       // Closing the connection, below, ends its transaction without a commit.
     }
   }
+  Clear();
+}
+
+void Transaction::Clear() {
+  const std::lock_guard lock(mutex_);
   members_.clear();
+  hasEarlierSteps_ = false;
+  cannotUndo_.clear();
 }
 
 }  // namespace torvik::engine

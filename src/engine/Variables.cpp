@@ -33,43 +33,64 @@ std::string Number(double value) {
 
 }  // namespace
 
-const dts::Variant* Variables::Find(std::string_view name) const {
-  const auto found = std::find_if(all_.begin(), all_.end(), [&](const auto& one) {
-    return EqualsIgnoringCase(one.name, name);
-  });
-  return found == all_.end() ? nullptr : &found->value;
+void Variables::Declare(std::vector<GlobalVariable> declared) {
+  declared_ = std::move(declared);
+  values_.clear();
+  for (const GlobalVariable& variable : declared_) values_.push_back(variable.value);
 }
 
-const dts::Variant& Variables::Value(std::string_view name) const {
-  const dts::Variant* value = Find(name);
-  if (value == nullptr) throw NoVariable(name);
-  return *value;
+std::size_t Variables::PositionOf(std::string_view name) const {
+  const auto found = std::find_if(declared_.begin(), declared_.end(), [&](const auto& one) {
+    return EqualsIgnoringCase(one.name, name);
+  });
+  return static_cast<std::size_t>(found - declared_.begin());
+}
+
+const dts::Variant& Variables::Current(std::string_view name) const {
+  const std::size_t position = PositionOf(name);
+  if (position == declared_.size()) throw NoVariable(name);
+  return values_[position];
+}
+
+const dts::Variant* Variables::Find(std::string_view name) const {
+  const std::size_t position = PositionOf(name);
+  return position == declared_.size() ? nullptr : &declared_[position].value;
+}
+
+dts::Variant Variables::Value(std::string_view name) const {
+  const std::lock_guard lock(mutex_);
+  return Current(name);
 }
 
 void Variables::SetValue(std::string_view name, dts::Variant value) {
-  for (GlobalVariable& variable : all_) {
-    if (!EqualsIgnoringCase(variable.name, name)) continue;
-    variable.value = std::move(value);
-    return;
-  }
-  throw NoVariable(name);
+  const std::size_t position = PositionOf(name);
+  if (position == declared_.size()) throw NoVariable(name);
+  const std::lock_guard lock(mutex_);
+  values_[position].swap(value);
 }
 
 std::string Variables::Text(std::string_view name) const {
-  const dts::Variant* value = Find(name);
-  return value ? TextOf(*value) : std::string();
+  return Find(name) ? TextOf(Value(name)) : std::string();
 }
 
 bool Variables::IsTrue(std::string_view name) const {
   return EqualsIgnoringCase(Text(name), "True");
 }
 
+std::vector<GlobalVariable> Variables::All() const {
+  std::vector<GlobalVariable> all = declared_;
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < all.size(); ++i) all[i].value = values_[i];
+  return all;
+}
+
 std::string Variables::Substitute(std::string_view text) const {
+  const std::lock_guard lock(mutex_);
   std::string result;
   for (const TemplatePiece& piece : SplitTemplate(text)) {
     switch (piece.kind) {
       case TemplatePiece::Kind::Literal: result += piece.text; break;
-      case TemplatePiece::Kind::Variable: result += TextOf(Value(piece.text)); break;
+      case TemplatePiece::Kind::Variable: result += TextOf(Current(piece.text)); break;
       case TemplatePiece::Kind::Unclosed: throw NoVariable(piece.text);
     }
   }
@@ -78,8 +99,9 @@ std::string Variables::Substitute(std::string_view text) const {
 
 std::string Variables::WithoutPasswords(std::string text) const {
   constexpr std::string_view kHidden = "***";
-  for (const GlobalVariable& variable : all_) {
-    const std::string password = IsPasswordName(variable.name) ? TextOf(variable.value) : "";
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < declared_.size(); ++i) {
+    const std::string password = IsPasswordName(declared_[i].name) ? TextOf(values_[i]) : "";
     if (password.empty()) continue;
     for (auto at = text.find(password); at != std::string::npos; at = text.find(password, at)) {
       const bool whole = IsWordAt(text, at, password.size());

@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/Bulk.h"
+
 /// The database access of ActiveX Data Objects, as far as the system uses it: connections whose
 /// properties are set one by one, recordsets with a current row, schema rowsets. Names and numbers
 /// are those of the published interface. What fails throws PlatformError unless said otherwise.
@@ -80,23 +82,14 @@ struct Column {
   int size = 0;                  ///< Text: characters. Integer: bytes (2, 4 or 8).
   int precision = 0, scale = 0;  ///< Decimal: digits in all, and behind the point.
   bool nullable = true;
+  int keyPosition = 0;  ///< Place in the primary key, from 1; 0: not part of it.
 };
 
-/// One value of a row to be loaded: no data is NULL. The bytes stay the caller's; they must live
-/// until Append returns. Numbers, dates and texts are given as text; the loader stores them in the
-/// column's own type.
-using LoadValue = std::optional<std::string_view>;
-
-/// Rows on their way into one table, by the fastest way that the server has.
-class BulkLoad {
- public:
-  virtual ~BulkLoad() = default;
-
-  /// `row` holds one value for each column named when the load was opened.
-  virtual void Append(std::span<const LoadValue> row) = 0;
-
-  /// Ends the load; answers the number of rows that the server took.
-  virtual std::int64_t Finish() = 0;
+/// What a statement with parameters gave.
+struct StatementResult {
+  std::int64_t changedRows = 0;
+  std::vector<std::string> columns;  ///< Of the last statement that has rows; none: empty.
+  std::vector<Value> firstRow;       ///< Its first row; empty when it gave none.
 };
 
 /// One database connection. Used by one thread at a time.
@@ -123,6 +116,11 @@ class Connection {
   /// Runs every statement of `sql`; answers the number of rows that they changed.
   virtual std::int64_t Execute(const std::string& sql) = 0;
 
+  /// The same; each `?` outside texts, quoted names and comments stands for the next of
+  /// `parameters`. Throws when there are more or fewer of them, before anything has run.
+  virtual StatementResult ExecuteWith(const std::string& sql,
+                                      std::span<const Value> parameters) = 0;
+
   virtual std::unique_ptr<Recordset> OpenRecordset(const std::string& sql,
                                                    const CursorOptions& options) = 0;
 
@@ -135,8 +133,27 @@ class Connection {
   /// The columns of a table in its own order; empty when there is no such table.
   virtual std::vector<Column> TableColumns(const std::string& table) = 0;
 
+  /// Rows on their way into the named columns of a table.
   virtual std::unique_ptr<BulkLoad> OpenBulkLoad(const std::string& table,
                                                  std::span<const std::string> columns) = 0;
+
+  /// The rows of a query as they are needed: neither side holds all of them. `alongside`: the
+  /// connection runs other statements before the last row has been read.
+  virtual std::unique_ptr<BulkRead> OpenBulkRead(const std::string& sql, bool alongside) = 0;
+
+  /// Makes a table of these columns, key included. Types are the server's own that come closest.
+  virtual void CreateTable(const std::string& table, std::span<const Column> columns) = 0;
+
+  /// Deletes all rows of a table by the fastest way that a rollback undoes.
+  virtual void EmptyTable(const std::string& table) = 0;
+
+  /// Makes an empty table beside `table`, of its columns and, as far as the server can, its checks
+  /// and keys, in place of one that an interrupted run left. Answers its name, as SQL spells it
+  /// and as the other calls take it.
+  virtual std::string CreateStagingTable(const std::string& table) = 0;
+  /// Gives `table` the rows of `staging` in place of its own and drops `staging`: readers see the
+  /// old rows or the new ones. Belongs into a transaction. Answers how many rows it has now.
+  virtual std::int64_t ReplaceRows(const std::string& table, const std::string& staging) = 0;
 
   virtual void BeginTrans() = 0;
   virtual void CommitTrans() = 0;

@@ -19,19 +19,21 @@ enum class SqlServerStorageFlags : int { Default = 0, UseTrustedConnection = 0x1
 /// Error numbers that the package object raises.
 enum class Error : long {
   CyclicDependency = 1015,
+  ExecutionCanceled = 1063,
   FailedOnStepError = 1064,
 };
 
 /// The value of a global variable.
 using Variant = std::variant<std::string, bool, std::int64_t, double>;
 
-/// A package's global variables, found by name (letter case does not matter).
+/// A package's global variables, found by name (letter case does not matter). Several threads may
+/// use them at once.
 class GlobalVariables {
  public:
   virtual ~GlobalVariables() = default;
 
   /// Both throw PlatformError when the package has no variable of that name.
-  virtual const Variant& Value(std::string_view name) const = 0;
+  virtual Variant Value(std::string_view name) const = 0;
   virtual void SetValue(std::string_view name, Variant value) = 0;
 };
 
@@ -79,8 +81,9 @@ class Package {
   virtual dts::GlobalVariables& GlobalVariables() = 0;
 
   /// Runs every step whose constraints come to hold and returns when none is left. Throws
-  /// PlatformError when a step fails that the package lets fail the package, when a `${Name}` has
-  /// no variable, or when the package is not loaded; a failed step alone does not throw.
+  /// PlatformError when a step fails that the package lets fail the package, when the package's
+  /// transaction cannot be committed or is lost with the work of earlier steps, or when the package
+  /// is not loaded; a failed step alone does not throw.
   virtual void Execute(PackageEvents& events) = 0;
 
   virtual int StepCount() const = 0;

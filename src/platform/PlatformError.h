@@ -13,8 +13,18 @@ struct PlatformError : std::runtime_error {
 
   std::string Description() const { return what(); }
 
+  /// The same failure in other words.
+  PlatformError Saying(const std::string& words) const {
+    PlatformError other(number, words, source);
+    other.isTransient = isTransient;
+    return other;
+  }
+
   long number;         ///< The library's own code; 0 where it has none.
   std::string source;  ///< Who failed: "SQLite", "package engine", a driver's name.
+
+  /// True when the same call may succeed a little later: a lock, a deadlock, a lost connection.
+  bool isTransient = false;
 };
 
 }  // namespace torvik

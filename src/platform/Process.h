@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -16,13 +17,17 @@ struct ProcessRequest {
   std::string program;  ///< A path, or a name looked up in PATH.
   std::vector<std::string> arguments;
   std::string workingDirectory;  ///< Empty: the caller's.
+  /// When it becomes true, the program is told to end (SIGTERM to it and what it has started), and
+  /// is killed when it has not after five seconds. Null: nobody can end it.
+  const std::atomic<bool>* cancelled = nullptr;
 };
 
 /// How a process ended.
 struct ProcessExit {
   bool started = false;
-  int exitCode = 0;   ///< 128 + signal number when a signal ended it.
-  std::string error;  ///< Why it could not be started.
+  int exitCode = 0;        ///< 128 + signal number when a signal ended it.
+  std::string error;       ///< Why it could not be started.
+  bool cancelled = false;  ///< It was ended because the caller wanted it.
 };
 
 /// Starts programs. No command interpreter is involved.

@@ -74,6 +74,29 @@ inline std::size_t CharacterLength(std::string_view text) {
   return lead.length;
 }
 
+/// The code point of the one valid UTF-8 character in `character`; its byte when it is not valid.
+inline char32_t CodePointOf(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character[0]);
+  if (character.size() < 2) return first;
+  char32_t point = first & (0xFFu >> (character.size() + 1));
+  for (const char c : character.substr(1))
+    point = point << 6 | (static_cast<unsigned char>(c) & 0x3F);
+  return point;
+}
+
+/// Appends the character of a code point up to U+10FFFF.
+inline void AppendCodePoint(char32_t point, std::string& utf8) {
+  if (point < 0x80) {
+    utf8 += static_cast<char>(point);
+    return;
+  }
+  const int rest = point < 0x800 ? 1 : point < 0x10000 ? 2 : 3;
+  const unsigned lead = 0xFFu << (7 - rest) & 0xFF;
+  utf8 += static_cast<char>(lead | point >> (6 * rest));
+  for (int shift = 6 * (rest - 1); shift >= 0; shift -= 6)
+    utf8 += static_cast<char>(0x80 | (point >> shift & 0x3F));
+}
+
 /// How many bytes at the start of `text` are valid UTF-8.
 inline std::size_t ValidUtf8Length(std::string_view text) {
   std::size_t at = 0;

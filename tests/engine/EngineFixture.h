@@ -10,6 +10,7 @@
 #include "engine/Package.h"
 #include "engine/PackageStore.h"
 #include "fakes/FakeClock.h"
+#include "fakes/FakeMailer.h"
 #include "fakes/TemporaryDirectory.h"
 #include "platform/CodePage.h"
 #include "platform/EmbeddedFixture.h"
@@ -65,9 +66,11 @@ struct RunResult {
 class EngineTest : public testing::Test {
  protected:
   /// The top of a document: the variables that tests use, and two connections to one database
-  /// that do not wait for each other.
+  /// that do not wait for each other. Unless `keys` say how many, steps run one at a time.
   std::string Head(const std::string& name, const std::string& keys = "") const {
-    return "name = \"" + name + "\"\n" + keys + R"toml(
+    const bool parallel = keys.find("max_concurrent_steps") != std::string::npos;
+    return "name = \"" + name + "\"\n" + (parallel ? "" : "max_concurrent_steps = 1\n") + keys +
+           R"toml(
 [global_variables]
 DTSServer = "(local)"
 DTSServerTrustedLogin = true
@@ -146,8 +149,9 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
   std::unique_ptr<Files> files_ = NewPosixFiles(PathMap{}, *codePages_, disk_.PathOf(""));
   std::unique_ptr<Processes> processes_ = NewPosixProcesses();
   RecordedLog eventLog_;
-  std::unique_ptr<dts::PackageHost> host_ =
-      NewPackageHost({server_.Databases(), *files_, *codePages_, clock_, *processes_, eventLog_});
+  FakeMailer mail_;
+  std::unique_ptr<dts::PackageHost> host_ = NewPackageHost(
+      {server_.Databases(), *files_, *codePages_, clock_, *processes_, eventLog_, mail_});
   std::unique_ptr<ado::Connection> warehouse_ = server_.Open();
 };
 

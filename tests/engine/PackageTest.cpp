@@ -88,10 +88,11 @@ TEST_F(PackageTest, WritesItsEndToTheSystemLogWhenAsked) {
   EXPECT_THAT(eventLog_.entries, ElementsAre());
   package->GlobalVariables().SetValue("WriteCompletionStatusToNT", true);
   Run(*package);
-  package->GlobalVariables().SetValue("Count", std::string("nothing"));
-  Run(*package);
+  Put("P", Head("P", "write_completion_status_to_nt_event_log = true") + Sql("a", "bad"));
+  Run(*Load("P"));
   EXPECT_THAT(eventLog_.entries,
-              ElementsAre("information: Package \"P\" succeeded.", "error: Package \"P\" failed."));
+              ElementsAre("information: Package \"P\" succeeded after 0.000 seconds.",
+                          "error: Package \"P\" failed after 0.000 seconds; failed steps: \"a\"."));
 }
 
 TEST_F(PackageTest, NoPasswordReachesAMessage) {

@@ -33,7 +33,8 @@ TEST_F(TasksTest, SetVariablesKeepsTheDeclaredTypes) {
       {"SELECT 1 AS Count UNION ALL SELECT 2 ORDER BY 1", "", "text False 1 0.5"},
       {"SELECT NULL AS Text, NULL AS Flag, NULL AS Ratio", "", " False 0 0"},
       {"SELECT 1 AS Count WHERE 1 = 0", "the query has no row", "text False 0 0.5"},
-      {"SELECT 'x' AS Text, 2 AS Counter", "\"Counter\" is no global variable", "text False 0 0.5"},
+      {"SELECT 'x' AS Text, 2 AS Counter", "no global variable \"Counter\"; name the column",
+       "text False 0 0.5"},
       {"SELECT 'x' AS Text, 'many' AS Count", "\"Count\" does not fit", "text False 0 0.5"},
       {"SELECT 2 AS Flag", "declared as a Boolean", "text False 0 0.5"},
       {"SELECT 1.5 AS Count", "declared as a whole number", "text False 0 0.5"},
@@ -48,6 +49,94 @@ TEST_F(TasksTest, SetVariablesKeepsTheDeclaredTypes) {
             Sql("look", "INSERT INTO seen VALUES ('${Text} ${Flag} ${Count} ${Ratio}')",
                 "after = [{ step = \"s\", on = \"completion\" }]"));
     EXPECT_EQ(result.ends, *c.error ? "FS" : "SS") << c.sql << result.events.errors;
+    EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.sql;
+    EXPECT_EQ(Query("SELECT v FROM seen"), c.values) << c.sql;
+  }
+}
+
+TEST_F(TasksTest, SetVariablesTakesFilesAndTexts) {
+  const std::string file = "file = '${ExceptionFilePath}v.ini'\n";
+  const struct {
+    const char* text;  // of the file
+    std::string keys;
+    const char* error;   // empty: none
+    const char* values;  // of Text, Flag, Count and Ratio after the step
+  } cases[] = {
+      {"# c\r\n\r\nTEXT = a=b\r\nflag=-1\n;c\n[x]\n Count\t= 7 ", file, "", "a=b True 7 0.5"},
+      {"Text = \xE9 \x80\n", file, "", "\u00e9 \u20ac False 0 0.5"},
+      {"\xEF\xBB\xBFText = '\u6f22 '\n", file, "", "\u6f22  False 0 0.5"},
+      {"Count = 1\n[ Mine ]\nCount = 2\n[other]\nCount = x", file + "section = 'mine'", "",
+       "text False 2 0.5"},
+      {"Count = 1\n", file + "section = 'mine'", "has no section [mine]", "text False 0 0.5"},
+      {"Text = x\nCount = 1.5\n", file, "v.ini, line 2 does not fit the global variable",
+       "text False 0 0.5"},
+      {"Text = x\nCounter = 1\n", file, "v.ini, line 2: there is no global variable",
+       "text False 0 0.5"},
+      {"Text = x\ntext = y\n", file, "v.ini, line 2: \"text\" is given already in line 1",
+       "text False 0 0.5"},
+      {"Text\n", file, "v.ini, line 1: this is not NAME = VALUE", "text False 0 0.5"},
+      {"\xEF\xBB\xBFText = x\nText = \xE9\n", file, "v.ini, line 2: a byte is no character",
+       "text False 0 0.5"},
+      {"\n", file, "there is no line NAME = VALUE", "text False 0 0.5"},
+      {"", "file = '/dev/zero'", "/dev/zero: ", "text False 0 0.5"},
+      {"", "file = '/no/such'", "/no/such: No such file", "text False 0 0.5"},
+      {"", "values = { text = '${Count}${Text}', Count = 5, Flag = true, Ratio = 2.5 }", "",
+       "0text True 5 2.5"},
+      {"", "values = { Text = 'x', Count = '${Text}' }", "the text for \"Count\" does not fit",
+       "text False 0 0.5"},
+  };
+  warehouse_->Execute("CREATE TABLE seen (v TEXT)");
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM seen");
+    disk_.Write("v.ini", c.text);
+    const RunResult result =
+        Run("P", Head("P") + Step("s", "SetVariables", c.keys) +
+                     Sql("look", "INSERT INTO seen VALUES ('${Text} ${Flag} ${Count} ${Ratio}')",
+                         "after = [{ step = \"s\", on = \"completion\" }]"));
+    EXPECT_EQ(result.ends, *c.error ? "FS" : "SS") << c.text << c.keys << result.events.errors;
+    EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.text << c.keys;
+    EXPECT_EQ(Query("SELECT v FROM seen"), c.values) << c.text << c.keys;
+  }
+}
+
+TEST_F(TasksTest, ExecuteSqlTakesParametersAndGivesResults) {
+  const std::string one = "parameters = ['Text', 'Count']\n";
+  const struct {
+    const char* sql;
+    std::string keys;
+    const char* error;   // empty: none
+    const char* values;  // of Text, Flag, Count and Ratio after the step
+  } cases[] = {
+      {"INSERT INTO t VALUES (9, ?); SELECT name || '?', ? + 1 FROM t",
+       one + "results = ['Text', 'Count']", "", "it's ?? False 2 0.5"},
+      {"SELECT 7 AS Seven, NULL AS none, 1 AS yes",
+       "results = { SEVEN = 'Count', none = 'Text', yes = 'Flag' }", "", " True 7 0.5"},
+      {"SELECT ?", one, "parameters", "it's ? False 1 0.5"},
+      {"SELECT ?, ?, ?", one, "parameters", "it's ? False 1 0.5"},
+      {"SELECT 'x', 'many'", "results = ['Text', 'Count']",
+       "the result's column \"'many'\" does not fit", "it's ? False 1 0.5"},
+      {"SELECT 1 AS a", "results = ['Count', 'Text']",
+       "names 2 variables, and the statement gives 1", "it's ? False 1 0.5"},
+      {"SELECT 1 AS total", "results = { totl = 'Count' }", "did you mean \"total\"?",
+       "it's ? False 1 0.5"},
+      {"SELECT 5 WHERE 1 = 0", "results = ['Count']", "gave none to set variables from",
+       "it's ? False 1 0.5"},
+      {"SELECT 5 WHERE 1 = 0", "results = ['Count']\nno_row = 'keep'", "", "it's ? False 1 0.5"},
+      {"DELETE FROM t", "results = ['Count']", "no statement of \"sql\" gives rows",
+       "it's ? False 1 0.5"},
+  };
+  warehouse_->Execute("CREATE TABLE seen (v TEXT)");
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM seen; DELETE FROM t");
+    const RunResult result = Run(
+        "P", Head("P") + Step("set", "SetVariables", "values = { Text = \"it's ?\", Count = 1 }") +
+                 Sql("s", c.sql, c.keys) +
+                 Step("look", "ExecuteSQL",
+                      "after = [{ step = 's', on = 'completion' }]\nconnection = 'dw'\n"
+                      "parameters = ['Text', 'Flag', 'Count', 'Ratio']\n"
+                      "sql = \"INSERT INTO seen VALUES (? || CASE ? WHEN 0 THEN ' False ' ELSE "
+                      "' True ' END || ? || ' ' || ?)\""));
+    EXPECT_EQ(result.ends, *c.error ? "SFS" : "SSS") << c.sql << result.events.errors;
     EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.sql;
     EXPECT_EQ(Query("SELECT v FROM seen"), c.values) << c.sql;
   }
@@ -146,12 +235,65 @@ TEST_F(TasksTest, ExecutePackageHandsItsVariablesDown) {
   EXPECT_THAT(disk_.Read("Child.log"), HasSubstr("Package \"Child\" succeeded"));
 }
 
+TEST_F(TasksTest, ExecutePackageHandsTextsDownAndTakesValuesBack) {
+  const std::string child = Head("Child") + Sql("c", "INSERT INTO t VALUES (${Count}, '${Text}')") +
+                            Step("set", "SetVariables", "values = { Text = 'back', Count = 8 }");
+  Put("Child", child);
+  std::string other = Head("Other") + Sql("c", "SELECT 1");
+  other.replace(other.find("Ratio = 0.5"), 11, "Flag2 = ''");
+  Put("Other", other);
+  const struct {
+    const char* keys;
+    const char* error;
+    const char* rows;
+  } cases[] = {
+      {"package = 'Child'\nvariables = { Text = 'd-${Count}', Count = 3 }\nreturn = ['text']", "",
+       "0:back 3:d-0"},
+      {"package = 'Child'\nvariables = { Count = '${Text}' }", "the text for \"Count\" of package",
+       "0:text"},
+      {"package = 'Other'\nvariables = { Ratio = 2 }", "no global variable \"Ratio\"; declare it",
+       "0:text"},
+      {"package = 'Other'\nreturn = ['Ratio']",
+       "package \"Other\" has no global variable \"Ratio\"", "0:text"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM t");
+    const RunResult result = Run("P", Head("P") + Step("s", "ExecutePackage", c.keys) +
+                                          Sql("look", "INSERT INTO t VALUES (${Count}, '${Text}')",
+                                              "after = [{ step = \"s\", on = \"completion\" }]"));
+    EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.keys;
+    EXPECT_EQ(result.ends, *c.error ? "FS" : "SS") << c.keys << result.events.errors;
+    EXPECT_EQ(Query("SELECT id || ':' || name FROM t ORDER BY id"), c.rows) << c.keys;
+  }
+}
+
+TEST_F(TasksTest, SendMailHandsTheMailToTheMailer) {
+  const RunResult result = Run(
+      "P", Head("P") + Step("s", "SendMail",
+                            "to = '${Text}@example.com'\ncc = ['c', 'd']\nsubject = 'S ${Count}'\n"
+                            "text = 'T'\nattachments = ['${ExceptionFilePath}P.log']\n"
+                            "server = 'mail'\ntls = 'smtps'\nport = 26\nuser = 'u'\n"
+                            "password_file = '/p'"));
+  EXPECT_EQ(result.ends, "S") << result.events.errors;
+  ASSERT_EQ(mail_.messages.size(), 1u);
+  const MailMessage& mail = mail_.messages[0];
+  EXPECT_EQ(
+      mail.from + mail.to.at(0) + mail.cc.at(1) + mail.subject + mail.text + mail.attachments.at(0),
+      "text@example.comdS 0T" + disk_.PathOf("P.log"));
+  const MailServer& server = mail_.servers[0];
+  EXPECT_EQ(server.server + std::to_string(server.port) + server.user + server.passwordFile,
+            "mail26u/p");
+  EXPECT_EQ(server.tls, MailTls::Smtps);
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("the mail server has taken the mail: 250 kept"));
+}
+
 TEST_F(TasksTest, ExecutePackageFailsWithItsPackage) {
   const std::string bad = Sql("c", "SELECT nothing") + Sql("d", "SELECT 1");
   Put("Bad", Head("Bad") + bad);
   Put("Raising", Head("Raising", "fail_on_error = true") + bad);
   Put("Faulty", "name = 1");
-  Put("Loop", Head("Loop") + Step("s", "ExecutePackage", "package = \"P\""));
+  Put("Loop", Head("Loop") + Step("s", "ExecutePackage", "package = \"Middle\""));
+  Put("Middle", Head("Middle") + Step("s", "ExecutePackage", "package = \"P\""));
   const struct {
     std::string package;
     const char* error;
@@ -160,7 +302,7 @@ TEST_F(TasksTest, ExecutePackageFailsWithItsPackage) {
       {"Raising", "package \"Raising\" failed because step \"c\" failed: "},
       {"Faulty", "Faulty, line 1, column 8: "},
       {"Missing", "the server \"(local)\" has no package \"Missing\""},
-      {"Loop", "would run inside itself: \"P\" > \"Loop\" > \"P\""},
+      {"Loop", "would run inside itself: \"P\" > \"Loop\" > \"Middle\" > \"P\";"},
   };
   for (const auto& c : cases) {
     const RunResult result =

@@ -18,6 +18,7 @@ TEST(Workflow, RunsStepsInTheirOrder) {
     std::set<std::size_t> disabled;
     std::vector<std::size_t> order;
     std::string ends;  // see EndOf
+    std::vector<int> priorities = {};
   } cases[] = {
       {"no steps", {}, {}, {}, {}, ""},
       {"a later step first", {{{1, Success}}, {}, {}}, {}, {}, {1, 0, 2}, "SSS"},
@@ -30,12 +31,21 @@ TEST(Workflow, RunsStepsInTheirOrder) {
       {"never is passed on", {{}, {{0, Failure}}, {{1, Completion}}}, {}, {}, {0}, "SWW"},
       {"a disabled step", {{}, {}, {{0, Completion}}}, {}, {0}, {1}, "ISW"},
       {"a failure does not stop free steps", {{}, {}}, {0}, {}, {0, 1}, "FS"},
+      {"two constraints on one step", {{}, {{0, Success}, {0, Completion}}}, {}, {}, {0, 1}, "SS"},
+      {"the higher priority first",
+       {{}, {}, {{1, Success}}, {}},
+       {},
+       {},
+       {1, 2, 0, 3},
+       "SSSS",
+       {3, 5, 4, 3}},
   };
   for (const auto& c : cases) {
     std::vector<StepModel> steps(c.after.size());
     for (std::size_t i = 0; i < steps.size(); ++i) {
       steps[i].after = c.after[i];
       steps[i].disabled = c.disabled.contains(i);
+      if (!c.priorities.empty()) steps[i].priority = c.priorities[i];
     }
     Workflow workflow(steps);
     for (int round = 0; round < 2; ++round) {

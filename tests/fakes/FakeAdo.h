@@ -139,6 +139,14 @@ class FakeConnection final : public ado::Connection {
                                               std::span<const std::string>) override {
     Refuse();
   }
+  ado::StatementResult ExecuteWith(const std::string&, std::span<const ado::Value>) override {
+    Refuse();
+  }
+  std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string&, bool) override { Refuse(); }
+  void CreateTable(const std::string&, std::span<const ado::Column>) override { Refuse(); }
+  void EmptyTable(const std::string&) override { Refuse(); }
+  std::string CreateStagingTable(const std::string&) override { Refuse(); }
+  std::int64_t ReplaceRows(const std::string&, const std::string&) override { Refuse(); }
   void BeginTrans() override { Refuse(); }
   void CommitTrans() override { Refuse(); }
   void RollbackTrans() override { Refuse(); }

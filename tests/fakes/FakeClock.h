@@ -5,7 +5,7 @@
 namespace torvik {
 
 /// A clock that stands still until it is slept on or set. Its time zone is UTC.
-struct FakeClock final : Clock {
+struct FakeClock : Clock {
   /// 2001-01-08 10:20:30, a Monday.
   std::chrono::system_clock::time_point now = std::chrono::system_clock::from_time_t(978949230);
   std::chrono::steady_clock::time_point steady{};

@@ -38,9 +38,7 @@ class FakeStep final : public dts::Step {
 struct FakeGlobalVariables final : dts::GlobalVariables {
   explicit FakeGlobalVariables(std::vector<std::string>& callList) : calls(callList) {}
 
-  const dts::Variant& Value(std::string_view name) const override {
-    return entries[Find(name)].second;
-  }
+  dts::Variant Value(std::string_view name) const override { return entries[Find(name)].second; }
   void SetValue(std::string_view name, dts::Variant value) override {
     entries[Find(name)].second = std::move(value);
     calls.push_back("SetValue " + std::string(name));

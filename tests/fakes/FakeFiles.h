@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -42,13 +43,29 @@ struct FakeFiles final : Files {
     if (!error) bytes = Text(path).size();
     return error;
   }
+  /// A file changes with every write to any.
+  std::error_code Status(const std::string& path, FileStatus& status) override {
+    const auto error = Readable(path);
+    if (!error) status = {Text(path).size(), static_cast<std::int64_t>(calls.size())};
+    return error;
+  }
   std::error_code CheckReadable(const std::string& path) override {
     return locked.contains(Key(path)) ? make_error_code(std::errc::permission_denied)
                                       : Readable(path);
   }
-  std::unique_ptr<FileReader> OpenRead(const std::string&, std::error_code& error) override {
-    error = make_error_code(std::errc::not_supported);
-    return nullptr;
+  std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) override {
+    error = CheckReadable(path);
+    return error ? nullptr : std::make_unique<Reader>(Text(path));
+  }
+  std::unique_ptr<FileReader> OpenUnpacked(const std::string& path, Compression,
+                                           std::error_code& error) override {
+    return OpenRead(path, error);
+  }
+  /// Packs nothing.
+  std::unique_ptr<FileWriter> OpenWrite(const std::string& path, bool append, Compression,
+                                        std::error_code& error) override {
+    error = Failure(path);
+    return error ? nullptr : std::make_unique<Writer>(*this, path, append ? Text(path) : "");
   }
 
   std::error_code AppendText(const std::string& path, std::string_view text) override {
@@ -57,9 +74,26 @@ struct FakeFiles final : Files {
   std::error_code ReplaceText(const std::string& path, std::string_view text) override {
     return Write("ReplaceText", path, std::string(text));
   }
+  std::error_code AppendBytes(const std::string& path, std::string_view bytes) override {
+    return Write("AppendBytes", path, Text(path) + std::string(bytes));
+  }
+  std::error_code ReplaceBytes(const std::string& path, std::string_view bytes) override {
+    return Write("ReplaceBytes", path, std::string(bytes));
+  }
   std::error_code Copy(const std::string& from, const std::string& to) override {
     if (const auto error = Readable(from)) return error;
     return Write("Copy " + Key(from) + " to", to, Text(from));
+  }
+  std::error_code CopyWhole(const std::string& from, const std::string& to,
+                            bool overwrite) override {
+    if (const auto error = Readable(from)) return error;
+    if (!overwrite && Exists(to)) return make_error_code(std::errc::file_exists);
+    return Write("CopyWhole " + Key(from) + " to", to, Text(from));
+  }
+  std::error_code Move(const std::string& from, const std::string& to, bool overwrite) override {
+    if (IsSameFile(from, to)) return make_error_code(std::errc::file_exists);
+    if (const auto error = CopyWhole(from, to, overwrite)) return error;
+    return Remove(from);
   }
   std::error_code AppendFile(const std::string& from, const std::string& to) override {
     if (const auto error = Readable(from)) return error;
@@ -97,6 +131,30 @@ struct FakeFiles final : Files {
   std::string TempDirectory() override { return "T:/tmp/"; }
 
  private:
+  struct Reader final : FileReader {
+    explicit Reader(std::string content) : text(std::move(content)) {}
+    std::size_t Read(char* buffer, std::size_t capacity, std::error_code&) override {
+      const std::size_t got = text.copy(buffer, capacity, at);
+      at += got;
+      return got;
+    }
+    const std::string text;
+    std::size_t at = 0;
+  };
+
+  struct Writer final : FileWriter {
+    Writer(FakeFiles& owner, std::string target, std::string before)
+        : files(owner), path(std::move(target)), text(std::move(before)) {}
+    std::error_code Write(std::string_view bytes) override {
+      text += bytes;
+      return files.Failure(path);
+    }
+    std::error_code Commit() override { return files.Write("OpenWrite", path, text); }
+    FakeFiles& files;
+    const std::string path;
+    std::string text;
+  };
+
   /// The path with '/' for each separator, none doubled and none at its end.
   static std::string Key(const std::string& path) {
     std::string key;

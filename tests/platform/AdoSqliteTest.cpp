@@ -4,6 +4,8 @@
 #include <thread>
 
 #include "EmbeddedFixture.h"
+#include "fakes/LoadRow.h"
+#include "fakes/ReadRows.h"
 #include "platform/linux/SqlNames.h"
 
 namespace torvik {
@@ -142,6 +144,12 @@ TEST_F(AdoSqlite, ASecondWriterWaitsOrSaysWhatItWaitedFor) {
   EXPECT_THAT(ErrorOf([&] { impatient->BeginTrans(); }),
               AllOf(HasSubstr(server_.Directory() + "/dw.db"), HasSubstr("another process"),
                     HasSubstr("waited 0.0 s"), HasSubstr("database is locked")));
+  try {
+    impatient->Execute("DELETE FROM t");
+    ADD_FAILURE() << "two write at once";
+  } catch (const PlatformError& error) {
+    EXPECT_TRUE(error.isTransient);
+  }
   EXPECT_EQ("", RowsOf(*impatient, "SELECT a FROM t"));
   const auto patient = server_.Open();
   std::thread writer([&] { patient->Execute("INSERT INTO t VALUES (2)"); });
@@ -205,15 +213,15 @@ TEST_F(AdoSqlite, ABulkLoadStoresEachValueInItsColumnsTypeAndSaysWhatItCannotSto
   using Row = std::vector<ado::LoadValue>;
   dw_->BeginTrans();
   const auto load = dw_->OpenBulkLoad("dbo.t", columns);
-  load->Append(Row{"-7", "1.50", "1e2", "007", std::string_view()});
-  load->Append(Row{"x", "12", "nan", "", "\xFF"});
-  load->Append(Row{std::nullopt, std::nullopt, std::nullopt, "", std::nullopt});
+  LoadRow(*load, Row{"-7", "1.50", "1e2", "007", std::string_view()});
+  LoadRow(*load, Row{"x", "12", "nan", "", "\xFF"});
+  LoadRow(*load, Row{ado::LoadValue(), ado::LoadValue(), ado::LoadValue(), "", ado::LoadValue()});
   const std::pair<Row, const char*> faulty[] = {
       {{"x", "1", "1", "", ""}, "table t: UNIQUE constraint failed: t.i"},
       {Row(5), "table t: NOT NULL constraint failed: t.s"},
       {{"2"}, "1 values for 5 columns"}};
   for (const auto& [row, error] : faulty)
-    EXPECT_THAT(ErrorOf([&, values = row] { load->Append(values); }), HasSubstr(error));
+    EXPECT_THAT(ErrorOf([&, values = row] { LoadRow(*load, values); }), HasSubstr(error));
   EXPECT_EQ(3, load->Finish());
   EXPECT_EQ(
       "-7|1.500000|100.000000|007|<>|integer|real|real\n"
@@ -224,6 +232,135 @@ TEST_F(AdoSqlite, ABulkLoadStoresEachValueInItsColumnsTypeAndSaysWhatItCannotSto
   EXPECT_EQ("", Rows("SELECT * FROM t"));
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("t", unknown); }), HasSubstr("no column \"c\""));
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("a.b", columns); }), HasSubstr("no table a.b"));
+}
+
+TEST_F(AdoSqlite, ParametersGoToTheMarkersOfAllStatementsInOrder) {
+  Do("CREATE TABLE t (a INT UNIQUE, b TEXT)");
+  const auto run = [&](const std::string& sql, std::vector<ado::Value> parameters) {
+    const ado::StatementResult result = dw_->ExecuteWith(sql, parameters);
+    std::string text = std::to_string(result.changedRows);
+    for (const std::string& column : result.columns) text += " " + column;
+    return text + " " + std::to_string(result.firstRow.size());
+  };
+  const auto one = std::int64_t{1};
+  EXPECT_EQ("2 a b 2", run("INSERT INTO dbo.t VALUES (?, '?'); -- ?\nSELECT 5 AS x;\n"
+                           "INSERT INTO t VALUES (2, ?); SELECT a, b AS \"b\" FROM t WHERE b = ?",
+                           {one, "it's", "it's"}));
+  EXPECT_EQ("1|?\n2|it's", Rows("SELECT * FROM t ORDER BY a"));
+  EXPECT_EQ("1 a 0", run("DELETE FROM t WHERE a = ?; SELECT a FROM t WHERE a = ?", {one, one}));
+  const std::pair<const char*, const char*> faulty[] = {
+      {"DELETE FROM t; SELECT ?, ?", "2 markers \"?\" for 1 parameters"},
+      {"DELETE FROM t", "0 markers \"?\" for 1 parameters"},
+      {"SELECT ?3", "no plain \"?\""}};
+  for (const auto& [sql, error] : faulty)
+    EXPECT_THAT(ErrorOf([&, text = sql] { run(text, {one}); }), HasSubstr(error)) << sql;
+  EXPECT_EQ("2|it's", Rows("SELECT * FROM t"));
+}
+
+TEST_F(AdoSqlite, ABulkReadGivesEveryValueAsItIsAndStaysAsItWasAlongside) {
+  Do("CREATE TABLE t (i INT, r REAL, s TEXT, b BLOB);"
+     "INSERT INTO t VALUES (1, 2, '', x'0041'), ('x', NULL, 'dé', x'')");
+  const std::string rows = "1|2.000000|''|'" + std::string("\0A", 2) + "'|\n'x'|-|'dé'|''|\n";
+  for (const bool alongside : {false, true}) {
+    const auto read = dw_->OpenBulkRead("SELECT i, r, s AS i, b FROM dbo.t -- all", alongside);
+    EXPECT_THAT(read->Columns(), testing::ElementsAre("i", "r", "i", "b"));
+    if (alongside) Do("DELETE FROM t");
+    EXPECT_EQ(rows, RestOf(*read));
+    EXPECT_EQ("", RestOf(*read));
+  }
+  EXPECT_EQ("0", Rows("SELECT count(*) FROM temp.sqlite_schema WHERE type = 'table'"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("DELETE FROM t", false); }), HasSubstr("no query"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("SELECT 1; SELECT 2", true); }),
+              HasSubstr("one statement"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("\nSELECT nothing", true); }),
+              StartsWith("line 2 of the SQL text"));
+}
+
+TEST_F(AdoSqlite, ATableIsMadeOfTheColumnsOfAnotherAndItsRowsAreReplacedByStagedOnes) {
+  using enum ado::ColumnKind;
+  const ado::Column made[] = {{.name = "b y", .kind = Integer, .size = 4, .keyPosition = 2},
+                              {.name = "a", .kind = Text, .size = 9, .keyPosition = 1},
+                              {.name = "d", .kind = Decimal, .precision = 9, .scale = 2},
+                              {.name = "r", .kind = Real},
+                              {.name = "f", .kind = Boolean, .nullable = false},
+                              {.name = "x", .kind = Binary},
+                              {.name = "i", .kind = Integer, .size = 8},
+                              {.name = "s", .kind = Integer, .size = 2},
+                              {.name = "m", .kind = DateTime},
+                              {.name = "y", .kind = Date}};
+  dw_->CreateTable("msdb.dbo.[m x]", made);
+  const auto read = dw_->TableColumns("msdb..[m x]");
+  ASSERT_EQ(std::size(made), read.size());
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    const ado::Column &a = made[i], &b = read[i];
+    EXPECT_EQ(std::tuple(a.name, a.kind, a.size, a.precision, a.scale, a.keyPosition,
+                         a.nullable && a.keyPosition == 0),
+              std::tuple(b.name, b.kind, b.size, b.precision, b.scale, b.keyPosition, b.nullable));
+  }
+  EXPECT_EQ("\"msdb\".dbo.\"m x_torvik_staging\"", dw_->CreateStagingTable("msdb.dbo.[M X]"));
+
+  const struct {
+    const char *declared, *columns, *taken, *refused, *error;
+  } cases[] = {
+      {"(id INTEGER PRIMARY KEY, up INT REFERENCES T (id), n INT CHECK (T.n > 0))", "id, up, n",
+       "(2, 2, 1), (1, 2, 1)", "(9, 3, 1)", "FOREIGN KEY"},
+      {"(id INT NOT NULL UNIQUE, up INT AS (id + 1) STORED, n INT CHECK (n > 0))", "id, n",
+       "(2, 1), (1, 1)", "(9, 0)", "CHECK"},
+      {"(id INT UNIQUE, up INT, n INT); CREATE UNIQUE INDEX [i ON t] on t (up, n) WHERE n > 0",
+       "id, up, n", "(2, 2, 1), (1, 1, 1)", "(9, 2, 1)", "UNIQUE"}};
+  for (const auto& [declared, columns, taken, refused, error] : cases) {
+    SCOPED_TRACE(declared);
+    const std::string select = std::string("SELECT ") + columns + " FROM ", order = " ORDER BY id";
+    Do("DROP TABLE IF EXISTS child; DROP TABLE IF EXISTS t; CREATE TABLE t " +
+       std::string(declared) +
+       "; INSERT INTO t (id, n) VALUES (2, 7), (3, 7);"
+       "CREATE TABLE child (t INT REFERENCES t (id)); INSERT INTO child VALUES (2)");
+    const std::string before = Rows(select + "t" + order);
+    Do("INSERT INTO " + dw_->CreateStagingTable("t") + " (id, n) VALUES (4, 4)");
+    for (const bool commit : {false, true}) {
+      dw_->BeginTrans();
+      const std::string staging = dw_->CreateStagingTable("dbo.T");
+      const std::string insert = "INSERT INTO " + staging + " (" + columns + ") VALUES ";
+      Do(insert + taken);
+      EXPECT_THAT(ErrorOf([&] { Do(insert + refused); }), HasSubstr(error));
+      const std::string staged = Rows(select + staging + order);
+      EXPECT_EQ(2, dw_->ReplaceRows("t", staging));
+      EXPECT_EQ(staged, Rows(select + "t" + order));
+      commit ? dw_->CommitTrans() : dw_->RollbackTrans();
+      EXPECT_EQ(commit ? staged : before, Rows(select + "t" + order));
+      EXPECT_EQ(commit, dw_->TableColumns(staging).empty());
+    }
+  }
+  Do("DROP TABLE child");
+  dw_->EmptyTable("t");
+  EXPECT_EQ("", Rows("SELECT * FROM t"));
+  for (const char* table : {"absent", "a.b", "temp.dbo.sysdatabases"})
+    EXPECT_THAT(ErrorOf([&] { dw_->CreateStagingTable(table); }), HasSubstr("no ")) << table;
+}
+
+TEST_F(AdoSqlite, ARowIsRefusedForWhatIsInItAndABatchGoesOnWithTheOthers) {
+  Do("CREATE TABLE p (id INTEGER PRIMARY KEY); INSERT INTO p VALUES (1);"
+     "CREATE TABLE t (id INTEGER PRIMARY KEY, s TEXT NOT NULL, n INT CHECK (n < 9), p REFERENCES "
+     "p);"
+     "CREATE TRIGGER g BEFORE INSERT ON t WHEN new.s LIKE 'bad%' BEGIN SELECT"
+     " RAISE(ABORT, 'bad row') WHERE new.s = 'bad'; SELECT RAISE(ROLLBACK, 'all undone')"
+     " WHERE new.s = 'bad all'; END");
+  const std::vector<std::string> columns = {"id", "s", "n", "p"};
+  const std::vector<ado::LoadValue> rows = {"1", "a", "1", "1",   "1", "b", "1", "1", "x", "c", "1",
+                                            "1", "2", {},  "1",   "1", "3", "d", "9", "1", "4", "e",
+                                            "1", "2", "5", "bad", "1", "1", "6", "f", {},  {}};
+  dw_->BeginTrans();
+  const auto load = dw_->OpenBulkLoad("t", columns);
+  std::vector<ado::Refusal> refused;
+  load->Load({rows, 4}, 6, refused);
+  EXPECT_EQ("1 UNIQUE c;2 datatype;3 NOT NULL;4 CHECK co;5 FOREIGN ;6 bad row;",
+            WordsOf(refused, 9, 8));
+  EXPECT_EQ("1\n6", Rows("SELECT id FROM t"));
+  load->Load({std::span(rows).first(8), 4}, 0, refused);
+  EXPECT_EQ(7U, refused.size());
+  EXPECT_EQ(2, load->Finish());
+  const std::vector<ado::LoadValue> lost = {"7", "bad all", "1", "1"};
+  EXPECT_THAT(ErrorOf([&] { load->Load({lost, 4}, 5, refused); }), HasSubstr("all undone"));
 }
 
 }  // namespace

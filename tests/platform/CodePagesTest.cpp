@@ -60,5 +60,50 @@ TEST(CodePages, KnowWhatTheyCannotDo) {
   }
 }
 
+/// Decodes in pieces of `step` bytes, with room for `room` bytes of text at once.
+std::string Decoded(TextDecoder& decoder, std::string_view bytes, std::size_t step,
+                    std::size_t room) {
+  std::string text, buffer(room, '\0');
+  for (std::size_t given = std::min(step, bytes.size()); !bytes.empty();) {
+    std::string_view in = bytes.substr(0, given);
+    std::span<char> out(buffer);
+    decoder.Decode(in, out, given == bytes.size());
+    text.append(buffer, 0, buffer.size() - out.size());
+    bytes.remove_prefix(given - in.size());
+    given = std::min(in.size() + step, bytes.size());
+  }
+  return text;
+}
+
+TEST(CodePages, DecodeAndEncodeAnyEncodingPieceByPiece) {
+  const auto codePages = NewIconvCodePages("windows-1252");
+  const std::string text = "a\u00e9\u3042\u6f22 b\r\n\u3042";
+  for (const char* name : {"utf-8", "UTF-16LE", "utf-16be", "utf-32le", "shift_jisx0213", "gb18030",
+                           "iso-2022-jp-2", "utf-7"}) {
+    std::string bytes = "kept";
+    ASSERT_TRUE(codePages->OpenEncoder(name)->Encode(text, bytes)) << name;
+    for (const std::size_t step : {1, 3, 100})
+      for (const std::size_t room : {4, 7, 100})
+        EXPECT_EQ(Decoded(*codePages->OpenDecoder(name), bytes.substr(4), step, room), text)
+            << name << " " << step << " " << room;
+  }
+  const auto decoder = codePages->OpenDecoder("utf-16le");
+  EXPECT_EQ(Decoded(*decoder,
+                    std::string_view("a\0\0\xDC"
+                                     "b\0c",
+                                     7),
+                    1, 9),
+            "a\xFF"
+            "b\xFF");
+  std::string bytes = "kept";
+  for (const char* lacking : {"a\u3042", "a\xFF", "a\xE3\x81"})
+    EXPECT_FALSE(codePages->OpenEncoder("windows-1252")->Encode(lacking, bytes)) << lacking;
+  EXPECT_EQ(bytes, "kept");
+  for (const char* name : {"", "utf-99", "utf-8//translit"}) {
+    EXPECT_EQ(codePages->OpenDecoder(name), nullptr) << name;
+    EXPECT_EQ(codePages->OpenEncoder(name), nullptr) << name;
+  }
+}
+
 }  // namespace
 }  // namespace torvik

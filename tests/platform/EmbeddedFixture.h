@@ -18,7 +18,7 @@ constexpr ado::CursorOptions kLocked{ado::CursorLocation::UseClient, ado::Cursor
 /// Settings in which "(local)" is the embedded server of a directory.
 inline Settings EmbeddedSettings(const std::string& directory) {
   Settings settings;
-  settings.servers["(local)"] = {"embedded", directory, {}};
+  settings.servers["(local)"] = {"embedded", directory};
   return settings;
 }
 

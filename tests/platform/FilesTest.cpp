@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <thread>
 
 #include "fakes/FakeFiles.h"
 #include "fakes/TemporaryDirectory.h"
@@ -48,6 +51,29 @@ TEST_P(FilesContract, TextIsAppendedAndReplaced) {
   EXPECT_FALSE(files_.Sync(At("log.txt")));
 }
 
+TEST_P(FilesContract, AFileIsWrittenOnceItIsCommitted) {
+  std::error_code error;
+  const auto none = Compression::None;
+  for (const bool append : {false, true}) {
+    auto left = files_.OpenWrite(At("f"), append, none, error);
+    EXPECT_FALSE(left->Write("left"));
+    left.reset();
+    auto writer = files_.OpenWrite(At("f"), append, none, error);
+    EXPECT_FALSE(writer->Write("one "));
+    EXPECT_FALSE(writer->Write("two "));
+    EXPECT_EQ(Read("f"), append ? "one two " : "");
+    EXPECT_FALSE(writer->Commit());
+  }
+  EXPECT_EQ(Read("f"), "one two one two ");
+  EXPECT_THAT(List(""), UnorderedElementsAre("f"));
+  const auto reader = files_.OpenUnpacked(At("f"), Compression::Auto, error);
+  char bytes[9];
+  EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), sizeof bytes);
+  EXPECT_EQ(std::string(bytes, sizeof bytes), "one two o");
+  EXPECT_FALSE(files_.OpenUnpacked(At("missing"), Compression::Auto, error));
+  EXPECT_EQ(error, std::errc::no_such_file_or_directory);
+}
+
 TEST_P(FilesContract, OnlyPlainFilesHaveALengthAndAreReadable) {
   ASSERT_FALSE(files_.ReplaceText(At("five"), "12345"));
   ASSERT_FALSE(files_.MakeDirectory(At("folder")));
@@ -91,6 +117,35 @@ TEST_P(FilesContract, CopiesAndAppendsFiles) {
   EXPECT_THAT(List(""), UnorderedElementsAre("a", "b", "new"));
 }
 
+TEST_P(FilesContract, FilesArriveWholeOrNotAtAll) {
+  ASSERT_FALSE(files_.ReplaceText(At("a"), "aaaa"));
+  ASSERT_FALSE(files_.ReplaceText(At("old"), "old"));
+  ASSERT_FALSE(files_.MakeDirectory(At("folder")));
+  FileStatus before, after;
+  EXPECT_FALSE(files_.Status(At("old"), before));
+  EXPECT_EQ(before.bytes, 3u);
+  for (const bool isMove : {false, true}) {
+    const auto bring = [&](const std::string& from, const std::string& to, bool overwrite) {
+      return isMove ? files_.Move(At(from), At(to), overwrite)
+                    : files_.CopyWhole(At(from), At(to), overwrite);
+    };
+    EXPECT_EQ(bring("a", "old", false), std::errc::file_exists);
+    EXPECT_EQ(bring("a", "folder", true), std::errc::is_a_directory);
+    EXPECT_EQ(bring("a", "no/b", true), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(bring("missing", "b", true), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(bring("folder", "b", true), std::errc::is_a_directory);
+    EXPECT_EQ(Read("a") + Read("old"), "aaaaold");
+    EXPECT_FALSE(bring("a", isMove ? "folder/new" : "b", false));
+  }
+  EXPECT_EQ(Read("b") + Read("folder/new"), "aaaaaaaa");
+  EXPECT_FALSE(files_.Move(At("b"), At("old"), true));
+  EXPECT_TRUE(files_.Move(At("old"), At("old"), true));
+  EXPECT_FALSE(files_.Status(At("old"), after));
+  EXPECT_NE(before, after);
+  EXPECT_TRUE(files_.Status(At("folder"), after));
+  EXPECT_THAT(List(""), UnorderedElementsAre("old"));
+}
+
 TEST_P(FilesContract, WhatCannotBeDoneSaysWhy) {
   ASSERT_FALSE(files_.ReplaceText(At("file"), "kept"));
   const auto missing = std::errc::no_such_file_or_directory;
@@ -126,6 +181,35 @@ TEST_F(PosixFilesTest, TextIsInTheCodePageOnDisk) {
   EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 1u);
   EXPECT_EQ(bytes[0], '\xE9');
   EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 0u);
+}
+
+TEST_F(PosixFilesTest, AFileThatGetsShorterWhileItIsReadSaysSo) {
+  disk_.Write("log", "123456");
+  std::error_code error;
+  const auto reader = files_->OpenRead(At("log"), error);
+  char bytes[4];
+  EXPECT_EQ(reader->Read(bytes, 4, error), 4u);
+  std::filesystem::resize_file(At("log"), 3);
+  EXPECT_EQ(reader->Read(bytes, 4, error), 0u);
+  EXPECT_EQ(error.message(), "the file was truncated while it was read");
+}
+
+TEST_F(PosixFilesTest, APipeIsReadAndWritten) {
+  disk_.Write("beside", "");
+  ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
+  std::thread writing([this] {
+    std::error_code error;
+    const auto writer = files_->OpenWrite(At("pipe"), false, Compression::Gzip, error);
+    EXPECT_FALSE(writer->Write("text"));
+    EXPECT_FALSE(writer->Commit());
+  });
+  std::error_code error;
+  const auto reader = files_->OpenUnpacked(At("pipe"), Compression::Auto, error);
+  char bytes[9];
+  EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 4u) << error.message();
+  EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 0u);
+  EXPECT_FALSE(error) << error.message();
+  writing.join();
 }
 
 TEST_F(PosixFilesTest, ReplacingKeepsModeAndLinksAndLeavesNothingBeside) {
@@ -173,6 +257,27 @@ TEST_F(PosixFilesTest, ACopyIsAsPrivateAsItsOriginal) {
   EXPECT_FALSE(files_->Copy(At("job.etl"), At("copy.etl")));
   EXPECT_EQ(disk_.ModeOf("copy.etl"), 0600);
   EXPECT_TRUE(files_->MakeDirectory(At("job.etl/below")));
+}
+
+TEST_F(PosixFilesTest, AFileMovesToAnotherFileSystemAsItWas) {
+  const std::string away = "/dev/shm/torvik-test-" + std::to_string(getpid());
+  ASSERT_FALSE(files_->MakeDirectory(away));
+  const std::string target = away + "/target";
+  for (const bool isLink : {false, true}) {
+    disk_.Write("real", "text");
+    disk_.SetMode("real", 0640);
+    const auto time = std::filesystem::last_write_time(At("real")) - std::chrono::hours(1);
+    std::filesystem::last_write_time(At("real"), time);
+    std::filesystem::create_symlink("real", At("link"));
+    EXPECT_EQ(files_->Move(At(isLink ? "link" : "real"), target, isLink), std::error_code());
+    EXPECT_EQ(std::filesystem::last_write_time(target), time);
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(disk_.Entries(), 1) << "what was moved is gone";
+    EXPECT_EQ(disk_.Read("real"), isLink ? "text" : "") << "a link's file stays";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(away), {}), 1);
+    std::filesystem::remove(At("link"));
+  }
+  std::filesystem::remove_all(away);
 }
 
 TEST_F(PosixFilesTest, DrivesAndTemporaryFilesAreInTheStateForTheUserAlone) {

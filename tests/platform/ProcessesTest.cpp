@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include "fakes/TemporaryDirectory.h"
 #include "platform/linux/CommandText.h"
 #include "platform/linux/ConsoleMessages.h"
@@ -89,6 +91,40 @@ TEST_F(ProcessesTest, AnExceptionOfTheListenerKillsTheProgram) {
   EXPECT_THROW(processes_->Run({"sh", {"-c", "echo line; exec cat /dev/zero >/dev/null"}, ""},
                                [](std::string_view) { throw std::runtime_error("enough"); }),
                std::runtime_error);
+}
+
+TEST_F(ProcessesTest, ACancelledProgramEndsWithAllThatItHasStarted) {
+  const std::tuple<const char*, int, Lines> cases[] = {
+      {"trap 'echo bye; exit 7' TERM; ", 7, {"bye"}},
+      {"", 128 + SIGTERM, {}},
+      {"trap '' TERM; ", 128 + SIGKILL, {}},
+      {"exec >/dev/null 2>&1; ", 128 + SIGTERM, {}},  // its output ends before it does
+  };
+  const auto processes = NewPosixProcesses({}, std::chrono::milliseconds(300));
+  for (const auto& [trap, exitCode, lines] : cases) {
+    const std::string gate = disk_.PathOf("gate");
+    ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+    std::atomic<bool> cancelled = false;
+    std::thread canceller([&] {
+      std::ifstream stream(gate);
+      std::string word;
+      stream >> word;
+      cancelled = true;
+      EXPECT_FALSE(stream >> word) << "the end comes when nobody holds it open any more";
+    });
+    const std::string script =
+        trap + std::string("exec 3>") + gate +
+        "; sleep 1000 & echo ready >&3; while true; do wait; sleep 1000; done";
+    Lines heard;
+    const ProcessExit exit =
+        processes->Run({"sh", {"-c", script}, "", &cancelled},
+                       [&](std::string_view line) { heard.emplace_back(line); });
+    canceller.join();
+    EXPECT_TRUE(exit.cancelled) << trap;
+    EXPECT_EQ(exit.exitCode, exitCode) << trap;
+    EXPECT_EQ(heard, lines) << trap;
+    std::filesystem::remove(gate);
+  }
 }
 
 TEST_F(ProcessesTest, AProgramDiesWithItsCaller) {

@@ -26,6 +26,10 @@ host = db2
 port = 5433
 database = etl
 uid = runner
+[server native]
+backend = postgresql
+host = db3
+uid = runner
 [server old]
 backend = odbc
 dsn = legacy
@@ -51,7 +55,8 @@ std::string Asked(const std::string& provider, const std::string& server, OdbcLo
     if (place.kind == ServerPlace::Kind::Embedded) return "embedded " + place.path;
     if (place.kind == ServerPlace::Kind::TableFile) return "file " + place.path;
     logon.place = place.odbc;
-    return ConnectionText(logon);
+    const bool isPostgreSql = place.kind == ServerPlace::Kind::PostgreSql;
+    return (isPostgreSql ? "PostgreSQL " : "") + ConnectionText(logon);
   } catch (const PlatformError& error) {
     return error.Description();
   }
@@ -80,11 +85,13 @@ TEST(ServerPlace, IsFoundByTheSettingsThenADataSourceThenTheProvidersDriver) {
        "DRIVER=FreeTDS;SERVER=localhost\\x;" + tds + "Trusted_Connection=Yes;"},
       {"SQLOLEDB", "old", msdb, "DSN=legacy;DATABASE=msdb;" + tds + "Trusted_Connection=Yes;"},
       {"SQLOLEDB", "PG", trusted,
-       "DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=DW;uid=runner;" + pg},
+       "PostgreSQL DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=DW;uid=runner;" + pg},
       {"SQLOLEDB", "pg", msdb,
-       "DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=etl;uid=runner;" + pg},
+       "PostgreSQL DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=etl;uid=runner;" + pg},
       {"SQLOLEDB", "pg", user,
-       "DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=DW;" + pg + "UID=sa;PWD={x;{y}}};"},
+       "PostgreSQL DRIVER=PostgreSQL Unicode;SERVER=db2;PORT=5433;DATABASE=DW;" + pg +
+           "UID=sa;PWD={x;{y}}};"},
+      {"SQLOLEDB", "native", none, "PostgreSQL SERVER=db3;uid=runner;"},
       {"", "sales", msdb, "DSN=sales;DATABASE=postgres;" + pg},
       {"MSDAORA", "ORCL", user, "DRIVER=Oracle 19 ODBC driver;DBQ=ORCL;UID=sa;PWD={x;{y}}};"},
       {"DB2OLEDB.1", "as400", none, "DRIVER=IBM DB2;SERVER=as400;protocol=TCPIP;"},

@@ -21,6 +21,9 @@ TEST(Settings, TakesTheFileOver) {
                     "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
                     "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\n"
                     "certificates = /etc/ftp.pem\n"
+                    "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
+                    "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
+                    "certificates = /etc/mail.pem\n"
                     "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
                     "Port = 1433\n"
                     "[server (local)]\ndirectory = /srv/local\n"
@@ -38,6 +41,11 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
   EXPECT_EQ(settings.ftp.port, 65535);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
+  const MailSettings& mail = settings.mail;
+  EXPECT_EQ(mail.server + mail.user + mail.passwordFile + mail.from + mail.certificates,
+            "mailetl/etc/mailTorvik <t@example.com>/etc/mail.pem");
+  EXPECT_EQ(mail.port + mail.timeoutSeconds, 587 + 9);
+  EXPECT_EQ(mail.tls, MailTls::Require);
   const SmbSettings files = settings.Smb("FILES"), old = settings.Smb("old");
   EXPECT_EQ(files.user + files.password + files.credentials, "/etc/files");
   EXPECT_EQ(files.section, "smb files");
@@ -71,6 +79,9 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[paths]\nshare \\\\a\\b\\c = /c\n", "line 2: [paths] has no key"},
       {"[paths]\ndrive C: = c\n", "line 2: a directory is given by its full path"},
       {"[paths]\ndrive C: = /c\n\ndrive c: = /d\n", "line 4: \"drive c:\" is given twice"},
+      {"[mail]\npassword = x\n", "line 2: [mail] has no key \"password\"; there are server, port"},
+      {"[mail]\ntls = yes\n", "line 2: tls is off, try, require or smtps"},
+      {"[mail]\npassword_file = x\n", "line 2: a file is given by its full path"},
       {"[ftp]\nmode = on\n", "line 2: mode is active or passive"},
       {"[ftp]\ntls = yes\n", "line 2: tls is off, try or require"},
       {"[ftp]\ntimeout = 0\n", "line 2: timeout is a number of seconds from 1 to 3600"},
@@ -134,10 +145,11 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
     return LoadSettings({variables, false}, settings);
   };
   Settings settings;
-  EXPECT_EQ(load("HOME", "home", settings),
-            disk.PathOf("home/.config/torvik/torvik.conf") +
-                ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-                "[smb], [smb HOST], [server NAME], [provider NAME]");
+  EXPECT_EQ(
+      load("HOME", "home", settings),
+      disk.PathOf("home/.config/torvik/torvik.conf") +
+          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
+          "[smb], [smb HOST], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 
+#include <functional>
+
 #include "EmbeddedFixture.h"
+#include "fakes/LoadRow.h"
 #include "platform/linux/AdoTableFile.h"
 #include "platform/linux/DecimalText.h"
 #include "platform/linux/SerialDate.h"
@@ -199,7 +202,17 @@ TEST(TableFile, NothingIsChanged) {
                 isRefused);
     const std::string columns[] = {column};
     const ado::LoadValue row[] = {"x"};
-    EXPECT_THAT(ErrorOf([&] { database->OpenBulkLoad(table, columns)->Append(row); }), isRefused);
+    EXPECT_THAT(ErrorOf([&] { LoadRow(*database->OpenBulkLoad(table, columns), row); }), isRefused);
+    const ado::Column made[] = {{.name = "a"}};
+    const std::function<void()> changes[] = {
+        [&] { database->CreateTable("t", made); }, [&] { database->EmptyTable(table); },
+        [&] { database->CreateStagingTable(table); }, [&] { database->ReplaceRows(table, table); }};
+    for (const auto& change : changes) EXPECT_THAT(ErrorOf(change), isRefused);
+    const std::string query = "SELECT " + column + " FROM " + table + " LIMIT 1";
+    const auto read = database->OpenBulkRead(query, true);
+    ado::LoadValue first[1];
+    EXPECT_TRUE(read->Next(first));
+    EXPECT_EQ(RowsOf(*database, query), first[0].Text());
     EXPECT_THAT(ErrorOf([&] { database->Execute("SELECT * FROM msdb.dbo.t"); }),
                 AllOf(HasSubstr("msdb"), HasSubstr(Data(file))));
   }

@@ -37,7 +37,8 @@ void WaitUntil(Condition condition, const char* what) {
 /// A step program that reads this named pipe ends when the test lets it.
 class Gate {
  public:
-  explicit Gate(const Sandbox& sandbox) : path_(sandbox.PathOf("gate")) {
+  explicit Gate(const Sandbox& sandbox, const std::string& name = "gate")
+      : path_(sandbox.PathOf(name)) {
     mkfifo(path_.c_str(), 0600);
   }
   /// Returns once the program has opened the pipe.
@@ -66,10 +67,11 @@ class Gate {
   int writer_ = -1;
 };
 
-std::string GateStep(const Sandbox& sandbox, const std::string& after) {
-  return "[[steps]]\nname = \"gate\"\nafter = [{ step = \"" + after +
+std::string GateStep(const Sandbox& sandbox, const std::string& after,
+                     const std::string& name = "gate") {
+  return "[[steps]]\nname = \"" + name + "\"\nafter = [{ step = \"" + after +
          "\", on = \"success\" }]\ntask = \"ExecuteProcess\"\nprogram = \"cat\"\narguments = [\"" +
-         sandbox.PathOf("gate") + "\"]\n";
+         sandbox.PathOf(name) + "\"]\n";
 }
 
 const std::string kInsert = R"toml([[steps]]
@@ -183,6 +185,66 @@ join_transaction = true
   sandbox.Wait(second);
   EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
   EXPECT_EQ(sandbox.Query("SELECT COUNT(*) FROM t"), "20000\n");
+}
+
+TEST(InterruptedRun, AKillBetweenTwoStepsLosesNothingAndASecondRunDoublesNothing) {
+  const Sandbox sandbox;
+  const auto warehouse = sandbox.Connect("DW");
+  warehouse->Execute("CREATE TABLE t (a INTEGER)");
+  const struct {
+    const char *sql, *keys, *rows;  // what a kill behind the step leaves
+  } steps[] = {{"DELETE FROM t", "", "9\n"},
+               {"INSERT INTO t VALUES (1)", "", "9\n"},
+               {"INSERT INTO t VALUES (2)", "commit_success = true", "1\n2\n"},
+               {"INSERT INTO t VALUES (3)", "", "1\n2\n"}};
+  std::vector<Gate> gates;
+  std::string body = kWarehouse, after;
+  for (const auto& step : steps) {
+    const std::string number = std::to_string(gates.size()), gate = "gate" + number;
+    body += "[[steps]]\nname = \"" + number + "\"\n" + after +
+            "task = \"ExecuteSQL\"\nconnection = \"warehouse\"\njoin_transaction = true\nsql = \"" +
+            step.sql + "\"\n" + step.keys + "\n" + GateStep(sandbox, number, gate);
+    after = "after = [{ step = \"" + gate + "\" }]\n";
+    gates.emplace_back(sandbox, gate);
+  }
+  sandbox.PutPackage("Sales_LoadDW", body);
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  for (std::size_t killed = 0; killed < gates.size(); ++killed) {
+    warehouse->Execute("DELETE FROM t; INSERT INTO t VALUES (9)");
+    for (const bool toTheEnd : {false, true}) {
+      const RunningProgram run = sandbox.Start(kRun);
+      for (std::size_t i = 0; i < (toTheEnd ? gates.size() : killed); ++i) {
+        gates[i].WaitForReader();
+        gates[i].OpenAndWaitForEnd();
+      }
+      if (!toTheEnd) {
+        gates[killed].WaitForReader();
+        kill(run.pid, SIGKILL);
+      }
+      sandbox.Wait(run);
+      if (!toTheEnd) gates[killed].OpenAndWaitForEnd();
+      EXPECT_EQ(sandbox.Query("SELECT a FROM t ORDER BY a"),
+                toTheEnd ? "1\n2\n3\n" : steps[killed].rows)
+          << "killed behind step " << killed;
+    }
+    EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
+  }
+}
+
+/// Each of two programs waits for the other to open the pipe: one alone is ended by its time.
+TEST(ParallelRun, StepsWithoutConstraintsOverlap) {
+  const Sandbox sandbox;
+  mkfifo(sandbox.PathOf("pipe").c_str(), 0600);
+  const auto step = [&](const char* name, const char* program, const char* from, const char* to) {
+    return "[[steps]]\nname = \"" + std::string(name) + "\"\ntask = \"ExecuteProcess\"\n" +
+           "program = \"timeout\"\narguments = [\"30\", \"" + program + "\", \"" +
+           sandbox.PathOf(from) + "\", \"" + sandbox.PathOf(to) + "\"]\n";
+  };
+  sandbox.PutPackage("Sales_LoadDW",
+                     step("read", "cp", "pipe", "copy") + step("write", "cp", "job.etl", "pipe"));
+  sandbox.WriteJob("job.etl", "Sales_LoadDW");
+  sandbox.Run(kRun);
+  EXPECT_EQ(sandbox.ReadFile("s.txt"), "ok\r\n");
 }
 
 }  // namespace

@@ -41,6 +41,7 @@ std::string ReadWhole(const std::string& path) {
 std::string ProgramPath(const std::string& name) {
   if (name == "torvik") return TORVIK_PROGRAM;
   if (name == "torvik-admin") return TORVIK_ADMIN_PROGRAM;
+  if (name.starts_with('/')) return name;
   throw std::invalid_argument("unknown program " + name);
 }
 

@@ -54,7 +54,8 @@ class Sandbox {
   /// What every program gets in its environment besides the sandbox's own.
   void SetVariable(const std::string& name, const std::string& value) { variables_[name] = value; }
 
-  /// Runs "torvik" or "torvik-admin" with its arguments, in the sandbox, standard input empty.
+  /// Runs "torvik", "torvik-admin" or the program of a path with its arguments, in the sandbox,
+  /// standard input empty.
   ProgramResult Run(const std::vector<std::string>& command) const;
   RunningProgram Start(const std::vector<std::string>& command) const;
   ProgramResult Wait(const RunningProgram& program) const;

@@ -31,9 +31,10 @@ class AdoContract : public testing::TestWithParam<const char*> {
   }
 
   std::unique_ptr<ado::Connection> NewConnection(const std::string& kind) {
-    if (kind == "PostgreSql") {
+    if (kind == "PostgreSql" || kind == "PsqlOdbc") {
       PostgreSqlServer::Instance().MakeDatabase("dw");
-      return PostgreSqlServer::Instance().NewConnection("dw");
+      return PostgreSqlServer::Instance().NewConnection("dw",
+                                                        kind == "PsqlOdbc" ? "by ODBC" : "pg");
     }
     auto connection = (kind == "Fake" ? fake_ : embedded_.Databases()).NewConnection();
     connection->SetProvider("SQLOLEDB");
@@ -47,7 +48,7 @@ class AdoContract : public testing::TestWithParam<const char*> {
   std::unique_ptr<ado::Connection> connection_;
 };
 
-INSTANTIATE_TEST_SUITE_P(, AdoContract, testing::Values("Fake", "Sqlite", "PostgreSql"),
+INSTANTIATE_TEST_SUITE_P(, AdoContract, testing::Values("Fake", "Sqlite", "PostgreSql", "PsqlOdbc"),
                          [](const auto& tested) { return std::string(tested.param); });
 
 TEST_P(AdoContract, EveryCursorWalksTheRowsToTheEnd) {

@@ -1,4 +1,4 @@
-// What connections by ODBC do that the contracts of all servers do not say.
+// What connections to PostgreSQL and by ODBC do that the contracts of all servers do not say.
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
@@ -16,10 +16,11 @@ namespace {
 
 using testing::HasSubstr;
 
-class AdoOdbc : public testing::Test {
+/// By the server's own library ("pg"), and by its ODBC driver.
+class ToPostgreSql : public testing::TestWithParam<const char*> {
  protected:
   std::unique_ptr<ado::Connection> Open(const std::string& database = "") {
-    auto connection = server_.NewConnection(database);
+    auto connection = server_.NewConnection(database, GetParam());
     connection->Open();
     return connection;
   }
@@ -27,7 +28,11 @@ class AdoOdbc : public testing::Test {
   PostgreSqlServer& server_ = PostgreSqlServer::Instance();
 };
 
-TEST_F(AdoOdbc, EveryTypeIsReadAsOnAnyOtherServer) {
+INSTANTIATE_TEST_SUITE_P(, ToPostgreSql, testing::Values("pg", "by ODBC"), [](const auto& tested) {
+  return std::string(tested.param == std::string("pg") ? "Libpq" : "PsqlOdbc");
+});
+
+TEST_P(ToPostgreSql, EveryTypeIsReadAsOnAnyOtherServer) {
   std::string longText;
   for (int i = 0; i < 100000; ++i) longText += "äb";
   const std::pair<const char*, ado::Value> cases[] = {
@@ -57,7 +62,7 @@ TEST_F(AdoOdbc, EveryTypeIsReadAsOnAnyOtherServer) {
   }
 }
 
-TEST_F(AdoOdbc, MasterAndMsdbAreSchemasOfOneDatabase) {
+TEST_P(ToPostgreSql, MasterAndMsdbAreSchemasOfOneDatabase) {
   server_.MakeDatabase("Names");
   const auto connection = Open("Names");
   connection->Execute(
@@ -76,7 +81,7 @@ TEST_F(AdoOdbc, MasterAndMsdbAreSchemasOfOneDatabase) {
   EXPECT_EQ("3", RowsOf(*connection, "SELECT 3"));
 }
 
-TEST_F(AdoOdbc, AConnectionWhoseServerHasGoneSaysSoAndIsClosed) {
+TEST_P(ToPostgreSql, AConnectionWhoseServerHasGoneSaysSoAndIsClosed) {
   const auto connection = Open();
   const std::string backend = RowsOf(*connection, "SELECT pg_backend_pid()");
   Open()->Execute("SELECT pg_terminate_backend(" + backend + ")");
@@ -110,9 +115,10 @@ class SilentPort {
   int number_ = 0;
 };
 
-TEST_F(AdoOdbc, OpenGivesTheDriversWordsThenWhatItWasAskedFor) {
+TEST(Servers, OpenGivesTheServersWordsThenWhatItWasAskedFor) {
+  const PostgreSqlServer& server = PostgreSqlServer::Instance();
   const SilentPort silent;
-  Settings settings = server_.AsServer("pg");
+  Settings settings = server.AsServer("pg");
   const auto add = [&](const char* name, std::map<std::string, std::string> options) {
     settings.servers[name] = {"odbc", "", std::move(options)};
   };
@@ -120,6 +126,11 @@ TEST_F(AdoOdbc, OpenGivesTheDriversWordsThenWhatItWasAskedFor) {
   add("silent tds", {{"driver", "FreeTDS"}, {"host", "127.0.0.1"}, {"port", silent.Number()}});
   add("silent pg",
       {{"driver", "PostgreSQL Unicode"}, {"host", "127.0.0.1"}, {"port", silent.Number()}});
+  // A key that only the driver understands is for the driver.
+  add("silent psqlodbc", {{"driver", "PostgreSQL Unicode"},
+                          {"host", "127.0.0.1"},
+                          {"port", silent.Number()},
+                          {"fetch", "100"}});
   add("driverless", {{"driver", "No such driver"}, {"host", "db"}});
   const auto databases = NewAdoProvider(settings);
   const struct {
@@ -128,12 +139,18 @@ TEST_F(AdoOdbc, OpenGivesTheDriversWordsThenWhatItWasAskedFor) {
     const char* database;
     const char* words;
     const char* state;
+    const char* asked = "UID=sa;PWD=***";
   } cases[] = {{"tds", "sa", "", "Unable to connect", "08S01"},
                {"silent tds", "sa", "", "Timeout expired", "HYT00"},
-               {"silent pg", "sa", "", "timeout expired", "08001"},
+               {"silent pg", "sa", "", "timeout expired", "08001", "user=sa;password=***"},
+               {"silent psqlodbc", "sa", "", "timeout expired", "08001"},
                {"driverless", "sa", "", "install the ODBC driver \"No such driver\"", "0100"},
-               {"pg", "nobody", "", "authentication failed for user \"nobody\"", "08001"},
-               {"pg", "torvik", "Nowhere", "database \"Nowhere\" does not exist", "08001"}};
+               {"pg", "nobody", "", "authentication failed for user \"nobody\"", "08001",
+                "user=nobody;password=***"},
+               {"by ODBC", "nobody", "", "authentication failed for user \"nobody\"", "08001",
+                "UID=nobody;PWD=***"},
+               {"pg", "torvik", "Nowhere", "database \"Nowhere\" does not exist", "08001",
+                "user=torvik;password=***"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.server) + " " + c.user);
     const auto connection = databases->NewConnection();
@@ -142,7 +159,7 @@ TEST_F(AdoOdbc, OpenGivesTheDriversWordsThenWhatItWasAskedFor) {
     connection->SetProperty("Data Source", c.server);
     connection->SetProperty("User ID", c.user);
     connection->SetProperty("Password",
-                            c.user == std::string("torvik") ? server_.Password() : "geheim");
+                            c.user == std::string("torvik") ? server.Password() : "geheim");
     connection->SetProperty("Initial Catalog", c.database);
     const auto began = std::chrono::steady_clock::now();
     const std::string error = ErrorOf([&] { connection->Open(); });
@@ -152,27 +169,30 @@ TEST_F(AdoOdbc, OpenGivesTheDriversWordsThenWhatItWasAskedFor) {
     EXPECT_THAT(error, testing::Not(HasSubstr("geheim")));
     const auto errors = connection->Errors();
     ASSERT_GE(errors.size(), 2U);
-    EXPECT_THAT(errors.back().description, HasSubstr(std::string("UID=") + c.user + ";PWD=***"));
+    EXPECT_THAT(errors.back().description, HasSubstr(c.asked));
     EXPECT_EQ(ado::ObjectState::Closed, connection->State());
   }
 }
 
-TEST_F(AdoOdbc, APasswordOfAnyCharactersAndADataSourceOfTheOdbcSettingsAreUsed) {
-  Open()->Execute("DROP ROLE IF EXISTS tricky; CREATE ROLE tricky LOGIN PASSWORD 'a;b{c}=d%41 '");
+TEST(Servers, APasswordOfAnyCharactersAndADataSourceOfTheOdbcSettingsAreUsed) {
+  const PostgreSqlServer& server = PostgreSqlServer::Instance();
+  const auto admin = server.NewConnection();
+  admin->Open();
+  admin->Execute("DROP ROLE IF EXISTS tricky; CREATE ROLE tricky LOGIN PASSWORD 'a;b{c}=d%41 '");
   const TemporaryDirectory disk;
   disk.Write("odbc.ini", "[sales]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=" +
-                             std::to_string(server_.Port()) + "\nDatabase=postgres\n");
+                             std::to_string(server.Port()) + "\nDatabase=postgres\n");
   setenv("ODBCINI", disk.PathOf("odbc.ini").c_str(), 1);
-  const auto databases = NewAdoProvider(server_.AsServer("pg"));
-  for (const char* server : {"pg", "sales"}) {
+  const auto databases = NewAdoProvider(server.AsServer("pg"));
+  for (const char* name : {"pg", "sales"}) {
     const auto connection = databases->NewConnection();
     connection->SetProvider("SQLOLEDB");
-    connection->SetProperty("Data Source", server);
+    connection->SetProperty("Data Source", name);
     connection->SetProperty("User ID", "tricky");
     connection->SetProperty("Password", "a;b{c}=d%41 ");
-    EXPECT_EQ("", ErrorOf([&] { connection->Open(); })) << server;
+    EXPECT_EQ("", ErrorOf([&] { connection->Open(); })) << name;
   }
-  unsetenv("ODBCINI");
+  setenv("ODBCINI", server.DataSourceFile().c_str(), 1);
 }
 
 }  // namespace

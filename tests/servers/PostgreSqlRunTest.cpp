@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 #include "scenarios/ScenarioRun.h"
 #include "servers/PostgreSqlServer.h"
 
@@ -108,8 +110,8 @@ after = [ { step = "lose the connection", on = "success" } ]
            "DWServer=strict\nDWNTAut=FALSE\nDWUser=nobody\nDWPwd=AbCdEfGh\nDWDB=FaultyDW"),
        "running\n",
        {"Loaded DTS Package : Sales_LoadDW", "Error while connecting to : strict",
-        "authentication failed for user \"nobody\" (SQLSTATE ", "asked for: DRIVER=PostgreSQL",
-        "UID=nobody"}},
+        "authentication failed for user \"nobody\" (SQLSTATE ", "asked for: host=127.0.0.1",
+        "user=nobody;password=***"}},
       {"unknown database",
        Job("Sales_LoadDW", good, "DWServer=(local)\nDWNTAut=TRUE\nDWDB=Nope"),
        "running\n",
@@ -136,6 +138,35 @@ after = [ { step = "lose the connection", on = "success" } ]
     ExpectInOrder(log, c.log);
     EXPECT_THAT(log, Not(HasSubstr(server_.Password())));
   }
+}
+
+TEST_F(FaultyRun, AStepWhoseTimeHasPassedIsCancelledAndUndoneAlone) {
+  std::string body = R"toml([[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
+)toml";
+  std::string before;
+  for (const std::string step :
+       {"CREATE TABLE t (n INTEGER); INSERT INTO t VALUES (1)\"",
+        "INSERT INTO t VALUES (2); SELECT pg_sleep(60)\"\ntimeout_seconds = 1",
+        "INSERT INTO t VALUES (3)\"\ncommit_success = true"}) {
+    body += "[[steps]]\nname = \"" + step.substr(0, step.find('"')) +
+            "\"\ntask = \"ExecuteSQL\"\nconnection = \"dw\"\njoin_transaction = true\nsql = \"" +
+            step + "\n" + before;
+    before =
+        "after = [{ step = \"" + step.substr(0, step.find('"')) + "\", on = \"completion\" }]\n";
+  }
+  sandbox_.PutPackage("Slow_LoadDW", body);
+  const auto begin = std::chrono::steady_clock::now();
+  std::string status;
+  const std::string log = Run(Job("Slow_LoadDW", "DTSServer=(local)\nDTSNTAut=TRUE",
+                                  "DWServer=(local)\nDWNTAut=TRUE\nDWDB=FaultyDW"),
+                              status);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+  EXPECT_EQ("failure\n", status);
+  EXPECT_THAT(log, HasSubstr("took longer than its 1 second (timeout_seconds): "));
+  EXPECT_EQ(sandbox_.Query("SELECT n FROM t ORDER BY n", "FaultyDW"), "1\n3\n") << log;
 }
 
 }  // namespace

@@ -31,6 +31,10 @@ PostgreSqlServer::PostgreSqlServer() {
   std::ofstream(PasswordFile()) << "127.0.0.1:*:*:torvik:" << password_ << "\n";
   chmod(PasswordFile().c_str(), 0600);
   setenv("PGPASSFILE", PasswordFile().c_str(), 1);
+  std::ofstream(DataSourceFile()) << "[torvik_test]\nDriver=PostgreSQL Unicode\n"
+                                     "Servername=127.0.0.1\nPort="
+                                  << port_ << "\n";
+  setenv("ODBCINI", DataSourceFile().c_str(), 1);
 }
 
 PostgreSqlServer::~PostgreSqlServer() {
@@ -45,20 +49,21 @@ Settings PostgreSqlServer::AsServer(const std::string& server) const {
       "odbc",
       "",
       {{"driver", "PostgreSQL Unicode"}, {"host", "127.0.0.1"}, {"port", std::to_string(port_)}}};
+  settings.servers["by odbc"] = {"odbc", "", {{"dsn", "torvik_test"}}};
   return settings;
 }
 
 std::string PostgreSqlServer::Section(const std::string& server) const {
-  return "[server " + server + "]\nbackend = odbc\ndriver = PostgreSQL Unicode\n" +
+  return "[server " + server + "]\nbackend = postgresql\n" +
          "host = 127.0.0.1\nport = " + std::to_string(port_) + "\nuid = torvik\n";
 }
 
-std::unique_ptr<ado::Connection> PostgreSqlServer::NewConnection(
-    const std::string& database) const {
+std::unique_ptr<ado::Connection> PostgreSqlServer::NewConnection(const std::string& database,
+                                                                 const std::string& server) const {
   auto connection = NewAdoProvider(AsServer("pg"))->NewConnection();
   connection->SetProvider("SQLOLEDB");
   connection->SetConnectionTimeout(20);
-  connection->SetProperty("Data Source", "pg");
+  connection->SetProperty("Data Source", server);
   connection->SetProperty("User ID", "torvik");
   connection->SetProperty("Password", password_);
   if (!database.empty()) connection->SetProperty("Initial Catalog", database);

@@ -20,15 +20,19 @@ class PostgreSqlServer {
   int Port() const { return port_; }
   const std::string& Password() const { return password_; }
 
-  /// Settings in which `server` is this one.
+  /// Settings in which `server` is this one; "by ODBC" is always this one too, reached by psqlODBC
+  /// through a data source.
   Settings AsServer(const std::string& server) const;
   /// The same as the section of a settings file, with a trusted logon as "torvik": its password is
   /// in PasswordFile(), which the environment of this program names too.
   std::string Section(const std::string& server) const;
   std::string PasswordFile() const { return directory_ + "/pgpass"; }
+  /// The data sources of ODBC, which the environment of this program names.
+  std::string DataSourceFile() const { return directory_ + "/odbc.ini"; }
 
   /// A connection that has all it needs to open `database`; "" is the server's own.
-  std::unique_ptr<ado::Connection> NewConnection(const std::string& database = "") const;
+  std::unique_ptr<ado::Connection> NewConnection(const std::string& database = "",
+                                                 const std::string& server = "pg") const;
 
   /// All that is on the server, as SQL.
   std::string Dump() const;

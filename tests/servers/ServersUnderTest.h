@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 
@@ -8,22 +10,26 @@
 
 namespace torvik {
 
-/// An empty database "dw" of each kind of server that takes SQL.
+/// The kinds of servers that take SQL, PostgreSQL by its own library and by ODBC.
+inline const auto kSqlServers = testing::Values("Sqlite", "PostgreSql", "PsqlOdbc");
+
+/// An empty database "dw" of each kind.
 class DatabaseUnderTest {
  public:
-  explicit DatabaseUnderTest(const std::string& kind) : isPostgreSql_(kind == "PostgreSql") {
-    if (isPostgreSql_) PostgreSqlServer::Instance().MakeDatabase("dw");
+  explicit DatabaseUnderTest(const std::string& kind) : kind_(kind) {
+    if (kind_ != "Sqlite") PostgreSqlServer::Instance().MakeDatabase("dw");
   }
 
   std::unique_ptr<ado::Connection> Open() {
-    if (!isPostgreSql_) return embedded_.Open("dw");
-    auto connection = PostgreSqlServer::Instance().NewConnection("dw");
+    if (kind_ == "Sqlite") return embedded_.Open("dw");
+    auto connection =
+        PostgreSqlServer::Instance().NewConnection("dw", kind_ == "PsqlOdbc" ? "by ODBC" : "pg");
     connection->Open();
     return connection;
   }
 
  private:
-  const bool isPostgreSql_;
+  const std::string kind_;
   EmbeddedFixture embedded_;
 };
 

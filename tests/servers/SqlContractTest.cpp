@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
+#include "fakes/LoadRow.h"
 #include "servers/ServersUnderTest.h"
 
 namespace torvik {
@@ -21,7 +23,7 @@ class SqlContract : public testing::TestWithParam<const char*> {
   std::unique_ptr<ado::Connection> dw_ = database_.Open();
 };
 
-INSTANTIATE_TEST_SUITE_P(, SqlContract, testing::Values("Sqlite", "PostgreSql"),
+INSTANTIATE_TEST_SUITE_P(, SqlContract, kSqlServers,
                          [](const auto& tested) { return std::string(tested.param); });
 
 TEST_P(SqlContract, ExecuteCountsTheRowsThatItsStatementsChange) {
@@ -160,21 +162,186 @@ TEST_P(SqlContract, ABulkLoadStoresEachValueInItsColumnsTypeAndSaysWhatItCannotS
   using Row = std::vector<ado::LoadValue>;
   const ado::Column s = dw_->TableColumns("Sales").at(5);
   EXPECT_EQ(std::pair(5, false), std::pair(s.size, s.nullable));
-  dw_->BeginTrans();
   const auto load = dw_->OpenBulkLoad("dbo.Sales", columns);
-  load->Append(Row{"-7", "1.50", "1e2", "1", "2001-01-08", "007"});
-  load->Append(Row{std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt, ""});
+  LoadRow(*load, Row{"-7", "1.50", "1e2", "1", "2001-01-08", "007"});
+  LoadRow(*load, Row{ado::LoadValue(), ado::LoadValue(), ado::LoadValue(), ado::LoadValue(),
+                     ado::LoadValue(), ""});
   const std::pair<Row, const char*> faulty[] = {{{"-7", "1", "1", "0", "2001-01-08", ""}, "i"},
                                                 {Row(6), "s"},
                                                 {{"2"}, "1 values for 6 columns"}};
   for (const auto& [row, error] : faulty)
-    EXPECT_THAT(ErrorOf([&, values = row] { load->Append(values); }), HasSubstr(error));
+    EXPECT_THAT(ErrorOf([&, values = row] { LoadRow(*load, values); }), HasSubstr(error));
   EXPECT_EQ(2, load->Finish());
-  dw_->CommitTrans();
   EXPECT_EQ("-|-|-|-|-|\n-7|1.500000|100.000000|1|2001-01-08|007",
             Rows("SELECT * FROM Sales ORDER BY s"));
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("Sales", unknown); }), HasSubstr("no column \"c\""));
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("a.b", columns); }), HasSubstr("no table a.b"));
+}
+
+TEST_P(SqlContract, ABulkLoadTiesEachRefusalToItsRow) {
+  Do("CREATE TABLE t (id INT PRIMARY KEY, s VARCHAR(9) NOT NULL)");
+  const std::vector<std::string> columns = {"id", "s"};
+  const std::vector<std::size_t> cases[] = {{},  {0},          {5},
+                                            {9}, {0, 1, 5, 9}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}};
+  for (const bool inTransaction : {false, true}) {
+    for (const std::size_t tolerated : {std::size_t{0}, std::size_t{10}}) {
+      for (const std::vector<std::size_t>& bad : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << inTransaction << tolerated << testing::PrintToString(bad));
+        Do("DELETE FROM t; INSERT INTO t VALUES (100, 'x')");
+        std::vector<ado::LoadValue> values;
+        for (std::size_t row = 0; row < 10; ++row) {
+          const bool isBad = std::ranges::count(bad, row) > 0;
+          // A key that is there already, or no text.
+          values.emplace_back(isBad && row % 2 == 1 ? std::int64_t{100}
+                                                    : static_cast<std::int64_t>(row));
+          values.push_back(isBad && row % 2 == 0 ? ado::LoadValue() : "x");
+        }
+        if (inTransaction) dw_->BeginTrans();
+        std::vector<ado::Refusal> refused;
+        const auto load = dw_->OpenBulkLoad("t", columns);
+        load->Load({values, 2}, tolerated, refused);
+        std::vector<std::size_t> rows;
+        for (const ado::Refusal& refusal : refused) rows.push_back(refusal.row);
+        const bool isKept = bad.empty() || tolerated > 0;
+        EXPECT_EQ(isKept ? bad : std::vector{bad[0]}, rows);
+        const auto taken = static_cast<std::int64_t>(isKept ? 10 - bad.size() : 0);
+        EXPECT_TRUE(!isKept || load->Finish() == taken);
+        if (inTransaction) isKept ? dw_->CommitTrans() : dw_->RollbackTrans();
+        // Without a transaction the server keeps what it likes of a load that has ended.
+        EXPECT_TRUE((!isKept && !inTransaction) ||
+                    Rows("SELECT COUNT(*) FROM t") == std::to_string(taken + 1));
+      }
+    }
+  }
+}
+
+/// The rows that are left, as RowsOf shows them.
+std::string RestOf(ado::BulkRead& read) {
+  std::string rows;
+  std::vector<ado::LoadValue> row(read.Columns().size());
+  while (read.Next(row)) {
+    for (const ado::LoadValue& value : row) {
+      const bool isInteger = value.GetKind() == ado::LoadValue::Kind::Integer;
+      rows += (isInteger        ? std::to_string(value.Integer())
+               : value.IsNull() ? "-"
+                                : std::string(value.Text())) +
+              "|";
+    }
+    rows += "\n";
+  }
+  return rows;
+}
+
+TEST_P(SqlContract, AQueryIsReadInBulkAloneOrAlongsideOtherStatements) {
+  Do("CREATE TABLE t (id INT, f BOOLEAN, at TIMESTAMP, s VARCHAR(20));"
+     "INSERT INTO t VALUES (1, '1', '2001-01-08 09:10:11', 'tab\there\nline\\N'), "
+     "(2, '0', NULL, ''), (3, NULL, NULL, NULL)");
+  Do("CREATE TABLE n (i INT); INSERT INTO n WITH RECURSIVE c(i) AS (SELECT 1 UNION ALL "
+     "SELECT i + 1 FROM c WHERE i < 9000) SELECT i FROM c");
+  for (const bool inTransaction : {false, true}) {
+    for (const bool alongside : {false, true}) {
+      SCOPED_TRACE(testing::Message() << inTransaction << alongside);
+      if (inTransaction) dw_->BeginTrans();
+      const auto read =
+          dw_->OpenBulkRead("SELECT id, f AS flag, at, s FROM t ORDER BY id", alongside);
+      EXPECT_EQ((std::vector<std::string>{"id", "flag", "at", "s"}), read->Columns());
+      if (alongside) Do("UPDATE n SET i = i WHERE i = 1");
+      EXPECT_EQ("1|1|2001-01-08 09:10:11|tab\there\nline\\N|\n2|0|-||\n3|-|-|-|\n", RestOf(*read));
+      EXPECT_EQ("", RestOf(*read));
+      {
+        const auto many = dw_->OpenBulkRead("SELECT i FROM n ORDER BY i", alongside);
+        const std::string rows = RestOf(*many);
+        EXPECT_EQ(9000, std::ranges::count(rows, '\n'));
+        EXPECT_TRUE(rows.ends_with("\n9000|\n"));
+        const auto left = dw_->OpenBulkRead("SELECT a.i FROM n a, n b WHERE a.i < 30", alongside);
+        std::vector<ado::LoadValue> row(1);
+        EXPECT_TRUE(left->Next(row));
+      }
+      EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("SELECT * FROM no_such_table", alongside); }),
+                  HasSubstr("no_such_table"));
+      EXPECT_EQ("9000", Rows("SELECT COUNT(*) FROM n"));
+      if (inTransaction) dw_->CommitTrans();
+    }
+  }
+}
+
+TEST_P(SqlContract, ExecuteWithPutsEachValueInPlaceOfItsMarker) {
+  Do("CREATE TABLE t (id INT, s VARCHAR(20), r DOUBLE PRECISION)");
+  const ado::Value values[] = {std::int64_t{1}, "Grüße '?'", 1.5,
+                               std::int64_t{2}, ado::Null{}, std::int64_t{1}};
+  for (const bool inTransaction : {false, true}) {
+    if (inTransaction) dw_->BeginTrans();
+    Do("DELETE FROM t");
+    const ado::StatementResult result = dw_->ExecuteWith(
+        "INSERT INTO t VALUES (?, ?, ?); -- one?\nINSERT INTO t (id, s, r) VALUES (?, 'a?', ?);"
+        "SELECT s AS \"s?\", r FROM t WHERE id = ? /* ? */",
+        values);
+    EXPECT_EQ(2, result.changedRows);
+    EXPECT_EQ(std::vector<std::string>({"s?", "r"}), result.columns);
+    EXPECT_EQ(std::vector<ado::Value>({"Grüße '?'", 1.5}), result.firstRow);
+    for (const std::size_t count : {1, 3})
+      EXPECT_THAT(ErrorOf([&] {
+                    dw_->ExecuteWith("DELETE FROM t; SELECT id FROM t WHERE id IN (?, ?)",
+                                     std::span(values).first(count));
+                  }),
+                  HasSubstr("2 "));
+    EXPECT_NE("", ErrorOf([&] { dw_->ExecuteWith("SELECT ? FROM none", std::span(values, 1)); }));
+    EXPECT_EQ("1|Grüße '?'|1.500000\n2|a?|-", Rows("SELECT * FROM t ORDER BY id"));
+    if (inTransaction) dw_->CommitTrans();
+  }
+}
+
+TEST_P(SqlContract, ATableIsMadeEmptiedAndReplacedFromBesideIt) {
+  using enum ado::ColumnKind;
+  const std::vector<ado::Column> made = {
+      {.name = "id", .kind = Integer, .size = 8, .nullable = false, .keyPosition = 2},
+      {.name = "part", .kind = Integer, .size = 2, .nullable = false, .keyPosition = 1},
+      {.name = "s", .kind = Text, .size = 40},
+      {.name = "words", .kind = Text},
+      {.name = "price", .kind = Decimal, .precision = 9, .scale = 2},
+      {.name = "r", .kind = Real},
+      {.name = "f", .kind = Boolean},
+      {.name = "day", .kind = Date},
+      {.name = "at", .kind = DateTime},
+      {.name = "bytes", .kind = Binary}};
+  dw_->CreateTable("made", made);
+  const auto columns = dw_->TableColumns("made");
+  ASSERT_EQ(made.size(), columns.size());
+  for (std::size_t i = 0; i < made.size(); ++i) {
+    const auto facts = [](const ado::Column& c) {
+      return std::tuple(c.name, c.kind, c.nullable, c.keyPosition, c.precision, c.scale);
+    };
+    EXPECT_EQ(facts(made[i]), facts(columns[i])) << columns[i].declaredType;
+  }
+  EXPECT_EQ(40, columns[2].size);
+
+  Do("INSERT INTO made (id, part) VALUES (1, 1)");
+  const std::vector<std::string> filled = {"part", "id", "s"};
+  Do("CREATE TABLE long_name_of_a_table_that_fills_all_of_the_sixty_three_bytes__ (a INT)");
+  EXPECT_NE("", dw_->CreateStagingTable(
+                    "long_name_of_a_table_that_fills_all_of_the_sixty_three_bytes__"));
+  dw_->CreateStagingTable("made");
+  const std::string staging = dw_->CreateStagingTable("made");
+  const ado::LoadValue rows[] = {"1", "7", "a", "1", "8", "b", "1", "7", "again"};
+  std::vector<ado::Refusal> refused;
+  const auto load = dw_->OpenBulkLoad(staging, filled);
+  load->Load({rows, 3}, 1, refused);
+  EXPECT_EQ(2, load->Finish()) << "the key is not there";
+  EXPECT_EQ("1", Rows("SELECT id FROM made"));
+  for (const bool commit : {false, true}) {
+    dw_->BeginTrans();
+    EXPECT_EQ(2, dw_->ReplaceRows("made", staging));
+    commit ? dw_->CommitTrans() : dw_->RollbackTrans();
+    EXPECT_EQ(commit ? "7|a\n8|b" : "1|-", Rows("SELECT id, s FROM made ORDER BY id"));
+  }
+  EXPECT_TRUE(dw_->TableColumns(staging).empty());
+  for (const bool commit : {false, true}) {
+    dw_->BeginTrans();
+    dw_->EmptyTable("made");
+    commit ? dw_->CommitTrans() : dw_->RollbackTrans();
+    EXPECT_EQ(commit ? "0" : "2", Rows("SELECT COUNT(*) FROM made"));
+  }
 }
 
 }  // namespace

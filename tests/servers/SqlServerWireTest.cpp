@@ -10,6 +10,8 @@
 #include <sstream>
 #include <thread>
 
+#include "fakes/LoadRow.h"
+#include "fakes/ReadRows.h"
 #include "platform/EmbeddedFixture.h"
 
 namespace torvik {
@@ -259,7 +261,7 @@ TEST(SqlServerWire, AnUpdatedRowAndLoadedRowsAreSentAsTheServerTakesThem) {
   const auto load = connection->OpenBulkLoad("fact", names);
   const ado::LoadValue loaded[][5] = {{"Bo😀", "1.5", "2001-01-08", "2001-01-08 09:10:11", "ab"},
                                       {"", {}, {}, {}, {}}};
-  for (const auto& row : loaded) load->Append(row);
+  for (const auto& row : loaded) LoadRow(*load, row);
   EXPECT_EQ(2, load->Finish());
   const std::string markers = "(@P1, CAST(@P2 AS money), @P3, @P4, CAST(@P5 AS varbinary(max)))'";
   const std::vector<testing::Matcher<std::string>> sent = {
@@ -275,6 +277,187 @@ TEST(SqlServerWire, AnUpdatedRowAndLoadedRowsAreSentAsTheServerTakesThem) {
       StartsWith("rpc sp_execute int 7 | nvarchar '' | nvarchar NULL | nvarchar NULL | nvarchar "
                  "NULL | varbinary(max) NULL")};
   EXPECT_THAT(peer.Log(), testing::IsSupersetOf(sent));
+}
+
+/// The rows of `load`, and what of them was refused.
+std::string Refused(ado::BulkLoad& load, const std::vector<ado::LoadValue>& rows,
+                    std::size_t width) {
+  std::vector<ado::Refusal> refused;
+  load.Load({rows, width}, 9, refused);
+  return WordsOf(refused, 0, 120);
+}
+
+/// The catalogue's answers for dbo.fact with columns of every kind that is copied in bulk.
+const std::string kCopied =
+    kFact.substr(0, kFact.find("row")) + FactColumn("id", "4", "int identity", "10", "0") +
+    FactColumn("name", "-9", "nvarchar", "9", "NULL") +
+    FactColumn("price", "3", "money", "19", "4") + FactColumn("day", "-9", "date", "10", "NULL") +
+    FactColumn("at", "93", "datetime", "23", "3") +
+    FactColumn("at2", "-9", "datetime2", "27", "7") + FactColumn("n", "3", "decimal", "17", "2") +
+    FactColumn("f", "6", "float", "15", "NULL") + FactColumn("b", "-7", "bit", "1", "NULL") +
+    FactColumn("t", "-6", "tinyint", "3", "0") +
+    "when SELECT SCHEMA_NAME()\ncolumns x nvarchar\nrow dbo\n"
+    "when is_identity\ncolumns n nvarchar, i int\nrow id | 1\nrow name | 0\nrow price | 0\n"
+    "row day | 0\nrow at | 0\nrow at2 | 0\nrow n | 0\nrow f | 0\nrow b | 0\nrow t | 0\n"
+    "when FMTONLY\ncolumns #id int, name nvarchar, price money, day date, at datetime, "
+    "at2 datetime2, n decimal, f float, b bit, t tinyint\n";
+
+TEST(SqlServerWire, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting) {
+  const TdsPeer peer(kCopied +
+                     "when 'twice'\nerror 2627 14 Violation of a key\n"
+                     "when long name!\nerror 8152 16 Data would be truncated\n"
+                     "when 'dead'\nerror 1205 13 Deadlock\nwhen rpc\ncount 1\n");
+  const auto connection = peer.Open();
+  const std::vector<std::string> names = {"price", "NAME", "day", "at", "at2", "n", "f", "b", "t"};
+  const auto load = connection->OpenBulkLoad("fact", names);
+  const auto row = [&](const char* name) {
+    std::vector<ado::LoadValue> values(names.size());
+    values[1] = name;
+    return values;
+  };
+  connection->BeginTrans();
+  std::size_t sent = peer.Log(0).size();
+  EXPECT_EQ("", Refused(*load,
+                        {"1.5",
+                         "Bo😀",
+                         "2001-01-08",
+                         "2001-01-08 09:10:11.250",
+                         "2001-01-08 00:00:00.1",
+                         "-12.5",
+                         0.1,
+                         "1",
+                         "255",
+                         "-2",
+                         "",
+                         {},
+                         "2001-01-08",
+                         {},
+                         std::int64_t{7},
+                         "1e300",
+                         {},
+                         {}},
+                        names.size()));
+  EXPECT_THAT(
+      peer.Log(sent),
+      ElementsAre(
+          "batch SAVE TRANSACTION torvik_copy", HasSubstr("FMTONLY"),
+          "batch insert bulk \"Sales\".\"dbo\".\"fact\" ([name] NVARCHAR(4000), [price] MONEY, "
+          "[day] "
+          "DATE, [at] DATETIME, [at2] DATETIME2, [n] DECIMAL(38,2), [f] FLOAT, [b] BIT, [t] "
+          "TINYINT) with (CHECK_CONSTRAINTS, FIRE_TRIGGERS, KEEP_NULLS)",
+          "bulk 'Bo😀' | 1.5 | 2001-01-08 | 2001-01-08 09:10:11.250000 | 2001-01-08+1000000 | "
+          "-12.50 "
+          "| 0.1 | 1 | 255; '' | -2 | NULL | 2001-01-08 00:00:00 | NULL | 7.00 | 1e+300 | NULL | "
+          "NULL"));
+  std::vector<ado::LoadValue> rows;
+  for (const char* name : {"a", "twice", "b", "long name!"})
+    for (const ado::LoadValue& value : row(name)) rows.push_back(value);
+  sent = peer.Log(0).size();
+  EXPECT_THAT(Refused(*load, rows, names.size()),
+              testing::MatchesRegex("1 table .*Violation of a key.*;3 table .*truncated.*;"));
+  std::string steps;
+  for (const std::string& line : peer.Log(sent)) {
+    const auto point = line.rfind("torvik_");
+    steps += line.substr(0, line.find(' ', 6)) +
+             (point < line.size() ? line.substr(point + 6) : "") + "\n";
+  }
+  EXPECT_EQ(
+      "batch SAVE_copy\nbatch SET\nbatch insert\nbulk 'a'\nbatch ROLLBACK_copy\nbatch SAVE_load\n"
+      "rpc sp_prepare\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\n"
+      "batch ROLLBACK_load\nbatch SAVE_load\nrpc sp_prepexec\nbatch SAVE_load\nrpc sp_unprepare\n"
+      "rpc sp_prepexec\nbatch ROLLBACK_load\nbatch SAVE_load\nrpc sp_execute\nbatch SAVE_load\n"
+      "rpc sp_unprepare\nrpc sp_prepexec\nbatch ROLLBACK_load\n",
+      steps);
+  EXPECT_EQ(4, load->Finish());
+  std::vector<ado::Refusal> refused;
+  try {
+    load->Load({row("dead"), names.size()}, 9, refused);
+    ADD_FAILURE() << "a deadlock is no refusal";
+  } catch (const PlatformError& error) {
+    EXPECT_TRUE(error.isTransient) << error.Description();
+  }
+}
+
+TEST(SqlServerWire, ABulkReadFetchesBlocksAndSetsTheRestAsideWhenAnotherStatementBegins) {
+  std::string rows;
+  for (int i = 0; i < 1200; ++i) rows += "row " + std::to_string(i) + " | Grüße \\u1F600;\n";
+  const TdsPeer peer(
+      "when 'block'\ncolumns i int, s nvarchar\n" + rows +
+      "when 'types'\ncolumns b bit, f float, m money, n decimal, d date, t datetime2, "
+      "u uniqueidentifier, s varchar\nrow 1 | 0.5 | 12.5 | -0.50 | 2001-01-08 | "
+      "2001-01-08T09:10:11.1234567 | 6f9619ff-8b86-d011-b42d-00c04fc964ff | \n"
+      "row NULL | NULL | NULL | NULL | NULL | NULL | NULL | NULL\n"
+      "when 'long'\ncolumns x nvarchar(max), b varbinary(max)\nrow ä | 00ff\nrow ö | 01\n"
+      "when 'late'\ncolumns a int\nrow 1\nerror 8134 16 by zero\n");
+  const auto connection = peer.Open();
+  const std::pair<const char*, std::string> cases[] = {
+      {"SELECT 'types'",
+       "1|0.500000|'12.5000'|'-0.50'|'2001-01-08'|'2001-01-08 09:10:11.1234567'|"
+       "'6F9619FF-8B86-D011-B42D-00C04FC964FF'|''|\n-|-|-|-|-|-|-|-|\n"},
+      {"SELECT 'long'", "'ä'|'" + std::string("\0\xff", 2) + "'|\n'ö'|'\1'|\n"}};
+  for (const auto& [sql, all] : cases) {
+    EXPECT_EQ(all, RestOf(*connection->OpenBulkRead(sql, false)));
+    const auto read = connection->OpenBulkRead(sql, true);
+    ado::LoadValue first[8];
+    ASSERT_TRUE(read->Next({first, read->Columns().size()}));
+    connection->Execute("UPDATE t");
+    if (first[0].IsText()) {
+      EXPECT_EQ("ä", first[0].Text()) << "the row read last is gone";
+    }
+    EXPECT_EQ(all.substr(all.find('\n') + 1), RestOf(*read));
+  }
+  for (const bool alongside : {false, true}) {
+    const auto read = connection->OpenBulkRead("SELECT 'block'", alongside);
+    ado::LoadValue row[2];
+    for (std::int64_t i = 0; i < 1200; ++i) {
+      ASSERT_TRUE(read->Next(row)) << i;
+      ASSERT_EQ(i, row[0].Integer());
+      ASSERT_EQ("Grüße 😀", row[1].Text());
+      if (alongside && i == 600) connection->Execute("UPDATE t");
+    }
+    EXPECT_FALSE(read->Next(row));
+  }
+  const auto late = connection->OpenBulkRead("SELECT 'late'", false);
+  EXPECT_THAT(ErrorOf([&] { RestOf(*late); }), HasSubstr("by zero"));
+}
+
+TEST(SqlServerWire, TablesAreMadeAndReplacedByItsOwnStatements) {
+  const TdsPeer peer(kCopied +
+                     "when TRUNCATE\nerror 4712 16 is referenced\nwhen INSERT\ncount 3\n"
+                     "");
+  const auto connection = peer.Open();
+  using enum ado::ColumnKind;
+  const ado::Column columns[] = {{.name = "Id", .kind = Integer, .size = 4, .keyPosition = 1},
+                                 {.name = "s", .kind = Text},
+                                 {.name = "n", .kind = Decimal},
+                                 {.name = "k", .kind = Text, .keyPosition = 2}};
+  const std::size_t sent = peer.Log(0).size();
+  connection->CreateTable("Sales.dbo.made", columns);
+  connection->EmptyTable("fact");
+  const std::string staging = connection->CreateStagingTable("fact");
+  EXPECT_EQ("\"Sales\".\"dbo\".\"fact_torvik_staging\"", staging);
+  EXPECT_EQ(3, connection->ReplaceRows("fact", staging));
+  const std::string
+      fact = "\"Sales\".\"dbo\".\"fact",
+      names = "\"id\", \"name\", \"price\", \"day\", \"at\", \"at2\", \"n\", \"f\", \"b\", \"t\"";
+  std::string statements;
+  for (const std::string& line : peer.Log(sent))
+    if (line.starts_with("batch") && line.find("SELECT name") == std::string::npos &&
+        line.find("SCHEMA_NAME") == std::string::npos)
+      statements += line.substr(6) + "\n";
+  EXPECT_EQ(
+      "CREATE TABLE \"Sales\".\"dbo\".\"made\" (\"Id\" int NOT NULL, \"s\" nvarchar(max), \"n\" "
+      "decimal(38, 10), \"k\" nvarchar(450) NOT NULL, PRIMARY KEY (\"Id\", \"k\"))\n"
+      "BEGIN TRANSACTION\nTRUNCATE TABLE " +
+          fact +
+          "\"\nIF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\n"
+          "DELETE FROM " +
+          fact + "\"\nIF OBJECT_ID(N'" + staging + "') IS NOT NULL DROP TABLE " + staging +
+          "\nSELECT TOP 0 " + names + " INTO " + staging + " FROM " + fact + "\"\nDELETE FROM " +
+          fact + "\"\nSET IDENTITY_INSERT " + fact + "\" ON\nINSERT INTO " + fact + "\" (" + names +
+          ") SELECT " + names + " FROM \"Sales\".\"dbo\".\"fact\"\nSET IDENTITY_INSERT " + fact +
+          "\" OFF\nDROP TABLE \"Sales\".\"dbo\".\"fact\"\n",
+      statements);
 }
 
 TEST(SqlServerWire, AStatementIsCancelledAndALostConnectionIsClosed) {

@@ -4,11 +4,11 @@
 usage: tds-peer.py SCRIPT LOG
 
 Writes its loopback port to stdout, then to LOG one line for all that a client sends: "logon ...",
-"batch TEXT", "rpc NAME PARAMETER | ..." or "attention". The first block of SCRIPT whose "when" text
+"batch TEXT", "rpc NAME PARAMETER | ...", "bulk VALUE | VALUE; ..." or "attention". The first block of SCRIPT whose "when" text
 is part of the line answers it; where there is none, a success without rows does.
 
   when TEXT
-  columns NAME TYPE, NAME TYPE      row VALUE | VALUE     NULL is NULL, \\u1F600; a character
+  columns NAME TYPE, #IDENTITY TYPE      row VALUE | VALUE     NULL is NULL, \\u1F600; a character
   error NUMBER SEVERITY TEXT        info NUMBER SEVERITY TEXT
   done COUNT: one of several statements ends      count COUNT: the last one's
   close: hangs up                                 wait: until the next request
@@ -23,10 +23,11 @@ import sys
 import uuid
 
 COLLATION = bytes([0x09, 0x04, 0xD0, 0x00, 0x34])  # Latin, code page 1252
-PROCEDURES = {12: "sp_execute", 13: "sp_prepexec", 15: "sp_unprepare"}
-ANSWER, BATCH, CALL, ATTENTION, LOGON, PRELOGIN = 4, 1, 3, 6, 16, 18
+PROCEDURES = {11: "sp_prepare", 12: "sp_execute", 13: "sp_prepexec", 15: "sp_unprepare"}
+ANSWER, BATCH, CALL, ATTENTION, BULK, LOGON, PRELOGIN = 4, 1, 3, 6, 7, 16, 18
 DONE, DONE_CALL, DONE_IN_CALL = 0xFD, 0xFE, 0xFF
 MORE, ERROR, COUNTED, CANCELLED = 1, 2, 0x10, 0x20
+NEXT_CALL = 0xFF
 
 
 def wide(text): return text.encode("utf-16-le")
@@ -110,7 +111,8 @@ def environment(kind, new):
 def columns(text):
     """The description of a result's columns, and their types."""
     names = [part.strip().rsplit(" ", 1) for part in text.split(",")]
-    body = b"".join(struct.pack("<IH", 0, 9) + TYPES[kind][0] + counted(name) for name, kind in names)
+    body = b"".join(struct.pack("<IH", 0, 0x19 if name[0] == "#" else 9) + TYPES[kind][0]
+                    + counted(name.lstrip("#")) for name, kind in names)
     return struct.pack("<BH", 0x81, len(names)) + body, [kind for _, kind in names]
 
 
@@ -153,7 +155,7 @@ class Call:
         return data
 
     def parameters(self):
-        while self.at < len(self.data):
+        while self.at < len(self.data) and self.data[self.at] != NEXT_CALL:
             name, _, kind = self.take(2 * self.number(1)).decode("utf-16-le"), self.number(1), self.number(1)
             yield name + "=" * bool(name) + self.value(kind)
 
@@ -171,6 +173,50 @@ class Call:
         data = self.chunks() if is_large else self.bytes(size)
         text = "NULL" if data is None else "'" + data.decode(code) + "'" if code else "0x" + data.hex()
         return word + ("(max) " if is_large else " ") + text
+
+
+class Rows(Call):
+    """Reads the rows of a bulk load."""
+
+    def __init__(self, data):
+        super().__init__(data)
+        self.number(1)
+        self.kinds = [self.described() for _ in range(self.number(2))]
+
+    def described(self):
+        """A column's type, and the scale of its values."""
+        self.number(6)
+        kind = self.number(1)
+        sizes = {0x28: 0, 0x6A: 3, 0x6C: 3, 0xE7: 7, 0xA7: 7}.get(kind, 1)
+        described = self.take(sizes)
+        self.take(2 * self.number(1))
+        return kind, described[-1] if described else 0
+
+    def __iter__(self):
+        while self.number(1) == 0xD1:
+            yield " | ".join(self.read(*kind) for kind in self.kinds)
+
+    def read(self, kind, scale):
+        is_text = kind in (0xE7, 0xA7)
+        data = self.bytes(2) if is_text else self.take(self.number(1))
+        if data is None or not data and not is_text:
+            return "NULL"
+        if is_text:
+            return "'" + data.decode("utf-16-le" if kind == 0xE7 else "cp1252") + "'"
+        if kind == 0x6D:
+            return str(struct.unpack("<d", data)[0])
+        if kind == 0x6E:
+            high, low = struct.unpack("<iI", data)
+            return str(decimal.Decimal((high << 32) + low) / 10000)
+        if kind in (0x6A, 0x6C):
+            return str(decimal.Decimal(int.from_bytes(data[1:], "little") * (1 if data[0] else -1)).scaleb(-scale))
+        if kind == 0x6F:
+            days, ticks = struct.unpack("<iI", data)
+            return str(datetime.datetime(1900, 1, 1) + datetime.timedelta(days, ticks / 300))
+        if kind in (0x28, 0x2A):
+            date = datetime.date.fromordinal(1 + int.from_bytes(data[-3:], "little"))
+            return str(date) + (f"+{int.from_bytes(data[:-3], 'little')}" if kind == 0x2A else "")
+        return str(int.from_bytes(data, "little", signed=len(data) > 1))
 
 
 class Client(socketserver.BaseRequestHandler):
@@ -196,9 +242,9 @@ class Client(socketserver.BaseRequestHandler):
         with open(sys.argv[2], "a", encoding="utf-8") as log:
             log.write(line + "\n")
 
-    def answer(self, line, out=b"", call_end=b""):
+    def answer(self, line, out=b"", call_end=b"", rows=None, is_whole=True):
         self.log(line)
-        kinds, rows, failed = [], None, 0
+        kinds, failed = [], 0
         for step in next((steps for text, steps in SCRIPT if text in line), []):
             word, _, rest = step.partition(" ")
             if word == "columns":
@@ -221,7 +267,7 @@ class Client(socketserver.BaseRequestHandler):
                 return
         if call_end:
             out += done(MORE | failed, rows, DONE_IN_CALL) + call_end
-            return self.send(out + done(failed, None, DONE_CALL))
+            return self.send(out + done(failed | MORE * (not is_whole), None, DONE_CALL), is_whole)
         self.send(out + done(failed, rows))
 
     def prelogin(self):
@@ -260,9 +306,13 @@ class Client(socketserver.BaseRequestHandler):
     def call(self, call):
         name = call.name()
         end = b"\x79" + struct.pack("<i", 0)
-        if name == "sp_prepexec":  # its first parameter answers a handle
+        if name in ("sp_prepare", "sp_prepexec"):  # the first parameter answers a handle
             end += struct.pack("<BHBBIH", 0xAC, 0, 0, 1, 0, 0) + b"\x26\x04" + packed("<i")(7)
-        self.answer("rpc " + name + " " + " | ".join(call.parameters()), b"", end)
+        line = "rpc " + name + " " + " | ".join(call.parameters())
+        is_last = call.at == len(call.data)
+        call.number(not is_last)
+        self.answer(line, b"", end, is_whole=is_last)
+        return is_last
 
     def respond(self, kind, data):
         if kind == PRELOGIN:
@@ -272,13 +322,19 @@ class Client(socketserver.BaseRequestHandler):
         if kind == ATTENTION:
             self.log("attention")
             return self.send(done(CANCELLED))
+        if kind == BULK:
+            rows = list(Rows(data))
+            return self.answer("bulk " + "; ".join(rows), rows=len(rows))
         headers, carried = struct.unpack_from("<I", data)[0], struct.unpack_from("<Q", data, 10)[0]
         if carried != self.transaction:
             self.log(f"transaction {carried} in place of {self.transaction}")
         if kind == BATCH:
             return self.batch(data[headers:].decode("utf-16-le"))
         if kind == CALL:
-            return self.call(Call(data[headers:]))
+            call = Call(data[headers:])
+            while not self.call(call):
+                pass
+            return None
         raise ConnectionError
 
     def handle(self):

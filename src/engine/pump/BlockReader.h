@@ -4,43 +4,74 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
-namespace torvik {
-class FileReader;
-class Files;
-}  // namespace torvik
+#include "engine/pump/TextEncoding.h"
+#include "platform/Files.h"
 
 namespace torvik::engine {
 
 class RowBatch;
 
-/// A stretch of a file, in a batch's block.
+/// A stretch of a file's text, in a batch's block.
 struct TextBlock {
   char* begin = nullptr;
   char* end = nullptr;
-  std::uint64_t offset = 0;  ///< Of `begin` in the file.
-  bool last = false;         ///< The file ends at `end`.
+  bool last = false;  ///< The file ends at `end`.
 };
 
-/// Reads a file block by block; what one block leaves over begins the next.
+/// Reads a file block by block; what one block leaves over begins the next. Bytes that must be
+/// decoded before they can be scanned stand in the batch's block as well, behind their text.
 class BlockReader {
  public:
-  /// Throws RowError when the file cannot be opened.
-  BlockReader(Files& files, std::string path);
+  /// Throws RowError when the file cannot be opened or its start not be read.
+  BlockReader(Files& files, std::string path, Compression compression);
   ~BlockReader();
+
+  /// The file's first bytes, before any block.
+  std::string_view Head() const { return kept_; }
+  /// Leaves the byte-order mark away and takes the decoders. Belongs before the first block.
+  void Decode(TextEncoding& encoding);
 
   /// Puts what was kept and more of the file, at least as much again, into the batch's block.
   TextBlock Next(RowBatch& batch);
 
-  /// Keeps the bytes from `from` to the block's end.
-  void Keep(const TextBlock& block, const char* from);
+  /// Keeps the text from `from` to the block's end. Belongs after each block.
+  void Keep(const char* from);
+
+  /// Where in the file the text at `at` stands. Each call for a place of the same block must go on
+  /// from the one before, or repeat it.
+  std::uint64_t OffsetOf(const char* at) {
+    if (!decoder_) return offset_ + static_cast<std::uint64_t>(at - bytes_);
+    Follow(at);
+    return offset_ + static_cast<std::uint64_t>(followedBytes_ - bytes_);
+  }
+  /// The file's bytes from one such offset to another one, in the block.
+  std::string_view Original(std::uint64_t from, std::uint64_t to) const {
+    return {bytes_ + (from - offset_), static_cast<std::size_t>(to - from)};
+  }
 
  private:
-  std::string path_;
+  std::size_t Fill(char* begin, std::size_t filled, std::size_t capacity);
+  TextBlock NextDecoded(RowBatch& batch);
+  void Follow(const char* at);
+
+  const std::string path_;
   std::unique_ptr<FileReader> file_;
-  std::string kept_;
-  std::uint64_t offset_ = 0;  // of the first byte kept
+  std::unique_ptr<TextDecoder> decoder_, follower_;
+  std::string kept_;      // bytes
+  std::string keptText_;  // what of their text is decoded
+  std::size_t keptDecoded_ = 0;
+  std::uint64_t offset_ = 0;  // of the block's first byte, or of the first one kept
   bool atEnd_ = false;
+  bool isBegun_ = false;
+
+  TextBlock block_;
+  const char* bytes_ = nullptr;  // the block's bytes, up to bytesEnd_; decodedEnd_ is in between
+  const char* bytesEnd_ = nullptr;
+  const char* decodedEnd_ = nullptr;
+  const char* followedText_ = nullptr;  // the place last asked for
+  const char* followedBytes_ = nullptr;
 };
 
 }  // namespace torvik::engine

@@ -36,20 +36,55 @@ void DropPlus(std::string_view& text) {
   if (text[0] == '+' && !text.substr(1).starts_with('-')) text.remove_prefix(1);
 }
 
-std::string FitInteger(const ado::Column& column, std::string_view& text) {
+/// Cuts digits behind a point; false when there is something else.
+bool CutFraction(std::string_view& text) {
+  const std::size_t point = text.find('.');
+  if (point == std::string_view::npos || point == 0) return false;
+  if (Digits(text.substr(point + 1)).size() + point + 1 != text.size()) return false;
+  text = text.substr(0, point);
+  return true;
+}
+
+/// SQL Server's TINYINT is the one type without a sign.
+bool IsUnsigned(const ado::Column& column) {
+  return column.size == 1 && EqualsIgnoringCase(column.declaredType.substr(0, 7), "tinyint");
+}
+
+int BytesOf(const ado::Column& column) {
+  return column.size > 0 ? column.size : 8;
+}
+
+std::string TooLarge(const ado::Column& column) {
+  return "does not fit a whole number of " + std::to_string(BytesOf(column)) + " bytes" +
+         (IsUnsigned(column) ? " without a sign" : "");
+}
+
+std::string FitWhole(const ado::Column& column, unsigned flags, std::int64_t& number) {
+  std::int64_t highest = std::numeric_limits<std::int64_t>::max() >> (64 - 8 * BytesOf(column));
+  std::int64_t lowest = -highest - 1;
+  if (IsUnsigned(column)) {
+    if (number < 0 && number >= lowest && (flags & kAllowSignChange)) number &= 0xFF;
+    highest = 0xFF;
+    lowest = 0;
+  }
+  return number <= highest && number >= lowest ? std::string() : TooLarge(column);
+}
+
+std::string FitInteger(const ado::Column& column, unsigned flags, std::string_view text,
+                       ado::LoadValue& value) {
   DropPlus(text);
+  if (flags & kAllowNumericTruncation) CutFraction(text);
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size())
     return "is not a whole number";
-  const int bytes = column.size > 0 ? column.size : 8;
-  const std::int64_t highest = std::numeric_limits<std::int64_t>::max() >> (64 - 8 * bytes);
-  if (error != std::errc() || number > highest || number < -highest - 1)
-    return "does not fit a whole number of " + std::to_string(bytes) + " bytes";
-  return {};
+  if (error != std::errc()) return TooLarge(column);
+  std::string misfit = FitWhole(column, flags, number);
+  if (misfit.empty()) value = number;
+  return misfit;
 }
 
-std::string FitDecimal(const ado::Column& column, std::string_view& text) {
+std::string FitDecimal(const ado::Column& column, unsigned flags, std::string_view& text) {
   DropPlus(text);
   std::string_view rest = text;
   if (rest.starts_with('-')) rest.remove_prefix(1);
@@ -65,24 +100,37 @@ std::string FitDecimal(const ado::Column& column, std::string_view& text) {
   const int room = column.precision - column.scale;
   if (column.precision > 0 && whole.size() > static_cast<std::size_t>(room))
     return "has more than " + std::to_string(room) + " digits before the point";
+  const auto scale = static_cast<std::size_t>(column.scale);
+  if ((flags & kAllowNumericTruncation) && column.precision > 0 && fraction.size() > scale)
+    text.remove_suffix(fraction.size() - scale + (scale == 0 ? 1 : 0));
   return {};
 }
 
-std::string FitReal(std::string_view& text) {
+std::string FitReal(std::string_view text, ado::LoadValue& value) {
   DropPlus(text);
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size() ||
       !std::isfinite(number))
     return "is not a number";
-  return error == std::errc() ? "" : "is outside the range of a floating-point number";
+  if (error != std::errc()) return "is outside the range of a floating-point number";
+  value = number;
+  return {};
 }
 
-std::string FitBoolean(std::string_view& text) {
-  for (const std::string_view word : {"1", "-1", "true", "yes"})
-    if (EqualsIgnoringCase(text, word)) return text = "1", "";
-  for (const std::string_view word : {"0", "false", "no"})
-    if (EqualsIgnoringCase(text, word)) return text = "0", "";
+std::string FitBoolean(unsigned flags, std::string_view text, ado::LoadValue& value) {
+  value = std::int64_t{1};
+  for (const std::string_view word : {"1", "-1", "true", "yes", "t"})
+    if (EqualsIgnoringCase(text, word)) return {};
+  std::int64_t number = 0;
+  if ((flags & kForceConvert) &&
+      std::from_chars(text.data(), text.data() + text.size(), number).ptr ==
+          text.data() + text.size() &&
+      number != 0)
+    return {};
+  value = std::int64_t{0};
+  for (const std::string_view word : {"0", "false", "no", "f"})
+    if (EqualsIgnoringCase(text, word)) return {};
   return "is neither true nor false";
 }
 
@@ -123,8 +171,18 @@ bool IsTime(std::string_view text) {
          digits + 1 == fraction.size();
 }
 
-std::string FitDate(std::string_view text) {
-  return IsDate(text) ? "" : "is not a date of the form YYYY-MM-DD";
+std::string FitDate(unsigned flags, std::string_view& text) {
+  if (IsDate(text)) return {};
+  // A date that comes as a date with time loses nothing at midnight.
+  constexpr std::size_t kDateEnd = 10;
+  const std::string_view time = text.substr(std::min(kDateEnd + 1, text.size()));
+  const bool separated = text.size() > kDateEnd && (text[kDateEnd] == ' ' || text[kDateEnd] == 'T');
+  if (!separated || !IsDate(text.substr(0, kDateEnd)) || !IsTime(time))
+    return "is not a date of the form YYYY-MM-DD";
+  if (time.find_first_not_of("0:.") != std::string_view::npos && !(flags & kAllowDemotion))
+    return "is a date with a time, and the time would be lost (allow \"demotion\")";
+  text = text.substr(0, kDateEnd);
+  return {};
 }
 
 /// Stored as "YYYY-MM-DD HH:MM:SS" and the fraction that the text has.
@@ -145,39 +203,118 @@ std::string FitDateTime(std::string_view& text, RowBatch& batch) {
   return {};
 }
 
-std::string FitText(const ado::Column& column, std::string_view text) {
+std::string FitText(const ado::Column& column, unsigned flags, std::string_view& text) {
   const auto room = static_cast<std::size_t>(column.size);
   // A text has at most as many characters as bytes, so counting is for the rare long ones.
   if (room == 0 || text.size() <= room) return {};
   const std::size_t characters = CountCharacters(text);
   if (characters <= room) return {};
+  if (flags & kAllowStringTruncation) return text = FirstCharacters(text, room), "";
   return "has " + std::to_string(characters) + " characters, " + std::to_string(room) + " fit";
+}
+
+std::string FitTextValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,
+                         RowBatch& batch) {
+  using enum ado::ColumnKind;
+  std::string_view text = value.Text();
+  std::string misfit;
+  if (column.kind == Binary) return {};
+  if (column.kind != Text && (text = Trimmed(text)).empty()) {
+    value = {};
+    return {};
+  }
+  switch (column.kind) {
+    case Integer: return FitInteger(column, flags, text, value);
+    case Real: return FitReal(text, value);
+    case Boolean: return FitBoolean(flags, text, value);
+    case Decimal: misfit = FitDecimal(column, flags, text); break;
+    case Date: misfit = FitDate(flags, text); break;
+    case DateTime: misfit = FitDateTime(text, batch); break;
+    case Text: misfit = FitText(column, flags, text); break;
+    case Binary: break;
+  }
+  if (misfit.empty()) value = text;
+  return misfit;
+}
+
+/// True for a number that its column takes as a number.
+bool StaysNumber(const ado::Column& column, const ado::LoadValue& value) {
+  using enum ado::ColumnKind;
+  const double number = value.GetKind() == ado::LoadValue::Kind::Integer
+                            ? static_cast<double>(value.Integer())
+                            : value.Real();
+  if (column.kind == Real) return std::isfinite(number);
+  if (column.kind != Decimal || !std::isfinite(number)) return false;
+  const bool exact = value.GetKind() == ado::LoadValue::Kind::Integer;
+  return column.precision == 0
+             ? exact
+             : std::abs(number) < std::pow(10.0, column.precision - column.scale) &&
+                   column.precision <= std::numeric_limits<double>::digits10;
+}
+
+/// True when a query's value is of the type that its column has.
+bool HasExactType(ado::ColumnKind column, ado::LoadValue::Kind value) {
+  using enum ado::ColumnKind;
+  switch (column) {
+    case Integer:
+    case Boolean: return value == ado::LoadValue::Kind::Integer;
+    case Real: return value == ado::LoadValue::Kind::Real;
+    case Decimal: return value != ado::LoadValue::Kind::Integer;
+    default: return value == ado::LoadValue::Kind::Text;
+  }
 }
 
 }  // namespace
 
-std::string FitValue(const ado::Column& column, ado::LoadValue& value, RowBatch& batch) {
+std::string FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,
+                     RowBatch& batch) {
+  if (flags & kForceConvert) flags |= 63;
+  if ((flags & kRequireExactType) && !HasExactType(column.kind, value.GetKind()))
+    return "is of another type than its column, and no conversion is allowed";
+  if (value.IsText()) return FitTextValue(column, flags, value, batch);
+  if (StaysNumber(column, value)) return {};
+  if (column.kind == ado::ColumnKind::Integer && value.GetKind() == ado::LoadValue::Kind::Integer) {
+    std::int64_t number = value.Integer();
+    std::string misfit = FitWhole(column, flags, number);
+    if (misfit.empty()) value = number;
+    return misfit;
+  }
+  value = TextOfValue(value, batch);
+  return FitTextValue(column, flags, value, batch);
+}
+
+bool FillNull(const ado::Column& column, unsigned flags, ado::LoadValue& value) {
   using enum ado::ColumnKind;
-  if (column.kind == Text) return FitText(column, *value);
-  if (column.kind == Binary) return {};
-  std::string_view text = Trimmed(*value);
-  if (text.empty()) {
-    value.reset();
-    return {};
-  }
-  std::string misfit;
+  if (!(flags & (kAllowNullChange | kForceConvert))) return false;
   switch (column.kind) {
-    case Integer: misfit = FitInteger(column, text); break;
-    case Decimal: misfit = FitDecimal(column, text); break;
-    case Real: misfit = FitReal(text); break;
-    case Boolean: misfit = FitBoolean(text); break;
-    case Date: misfit = FitDate(text); break;
-    case DateTime: misfit = FitDateTime(text, batch); break;
+    case Integer:
+    case Decimal:
+    case Real:
+    case Boolean: value = std::int64_t{0}; return true;
     case Text:
-    case Binary: break;
+    case Binary: value = ""; return true;
+    case Date:
+    case DateTime: break;
   }
-  value = text;
-  return misfit;
+  return false;
+}
+
+std::string_view TextOfValue(const ado::LoadValue& value, RowBatch& batch) {
+  char text[400];  // the longest double in fixed notation has 309 digits and a fraction
+  char* const end = text + sizeof text;
+  switch (value.GetKind()) {
+    case ado::LoadValue::Kind::Integer:
+      return batch.Store({text, std::to_chars(text, end, value.Integer()).ptr});
+    case ado::LoadValue::Kind::Real: {
+      const bool fixed = std::abs(value.Real()) < 1e15 && std::abs(value.Real()) >= 1e-5;
+      const auto written = fixed ? std::to_chars(text, end, value.Real(), std::chars_format::fixed)
+                                 : std::to_chars(text, end, value.Real());
+      return batch.Store({text, written.ptr});
+    }
+    case ado::LoadValue::Kind::Text: return value.Text();
+    case ado::LoadValue::Kind::Null: break;
+  }
+  return {};
 }
 
 }  // namespace torvik::engine

@@ -1,75 +1,108 @@
 #include "engine/pump/Pump.h"
 
+#include <algorithm>
 #include <chrono>
-#include <optional>
+#include <exception>
 
-#include "engine/pump/ReadAhead.h"
-#include "engine/pump/RowBatch.h"
+#include "engine/pump/ExceptionFile.h"
+#include "engine/pump/MappedBatches.h"
 #include "engine/pump/RowError.h"
-#include "engine/pump/RowMapper.h"
 #include "engine/pump/RowSource.h"
+#include "engine/pump/RowTarget.h"
 
 namespace torvik::engine {
 namespace {
 
-/// The batches of a source, mapped; read ahead where the source allows that.
-class MappedBatches {
- public:
-  MappedBatches(RowSource& source, RowMapper& mapper) : source_(source), mapper_(mapper) {
-    if (source.CanReadAhead()) readAhead_.emplace([this](RowBatch& batch) { return Fill(batch); });
-  }
-
-  const RowBatch* Next() {
-    if (readAhead_) return readAhead_->Next();
-    return Fill(inline_) ? &inline_ : nullptr;
-  }
-
- private:
-  bool Fill(RowBatch& batch) {
-    if (!source_.Fetch(batch)) return false;
-    mapper_.Map(batch);
-    return true;
-  }
-
-  RowSource& source_;
-  RowMapper& mapper_;
-  RowBatch inline_;
-  std::optional<ReadAhead> readAhead_;
-};
-
-/// Hands rows to the server and tells how far it is.
+/// Hands rows to the destination, keeps the books, and tells how far it is.
 class Loader {
  public:
-  Loader(const PumpRequest& request, std::span<const std::string> columns,
+  Loader(const PumpRequest& request, const std::vector<std::string>& columns,
          const std::function<void(std::int64_t)>& progress, const std::atomic<bool>& cancelled)
-      : source_(request.source),
-        load_(request.destination.OpenBulkLoad(request.table, columns)),
+      : request_(request),
+        columns_(columns),
+        load_(request.target.Open(columns)),
         progress_(progress),
         cancelled_(cancelled) {}
 
-  void Load(const RowBatch& batch) {
-    for (std::size_t row = 0; row < batch.RowCount(); ++row) {
-      if (counts_.read % kRowsPerLook == 0) LookAround();
-      Append(batch, row);
+  void Load(RowBatch& batch) {
+    LookAround();
+    for (const BadRow& row : batch.BadRows()) {
       ++counts_.read;
+      Reject(row);
     }
+    for (std::size_t row = 0; row < batch.RowCount();) {
+      const std::size_t count = std::min(batch.RowCount() - row, RowsToCommit());
+      LoadPart(batch, row, count);
+      row += count;
+    }
+    if (request_.exceptions) request_.exceptions->Flush();
   }
 
   PumpCounts Finish() {
     LookAround();
-    counts_.loaded = load_->Finish();
-    if (counts_.loaded != counts_.read)
-      throw PlatformError(0,
-                          std::to_string(counts_.read) + " rows were read but the server took " +
-                              std::to_string(counts_.loaded) + "; nothing of them may be kept",
-                          "data pump");
+    FinishLoad();
     return counts_;
   }
 
+  const PumpCounts& Counts() const { return counts_; }
+
  private:
   using Steady = std::chrono::steady_clock;
-  static constexpr std::int64_t kRowsPerLook = 64;
   static constexpr std::chrono::milliseconds kProgressInterval{100};
+
+  std::size_t RowsToCommit() const {
+    return request_.commitSize > 0 ? static_cast<std::size_t>(request_.commitSize) - uncommitted_
+                                   : static_cast<std::size_t>(-1);
+  }
+
+  void LoadPart(RowBatch& batch, std::size_t first, std::size_t count) {
+    const ado::LoadRows all = batch.Rows();
+    const ado::LoadRows part{all.values.subspan(first * all.width, count * all.width), all.width};
+    refused_.clear();
+    load_->Load(part, static_cast<std::size_t>(request_.maximumErrorCount - counts_.rejected),
+                refused_);
+    counts_.read += static_cast<std::int64_t>(count);
+    for (const ado::Refusal& refusal : refused_) RejectRefused(batch, first, refusal);
+    uncommitted_ += count;
+    if (request_.commitSize > 0 && RowsToCommit() == 0) Commit();
+  }
+
+  void Commit() {
+    FinishLoad();
+    request_.commit();
+    uncommitted_ = 0;
+    load_ = request_.target.Open(columns_);
+  }
+
+  void FinishLoad() {
+    counts_.loaded += load_->Finish();
+    if (counts_.loaded + counts_.rejected == counts_.read) return;
+    throw PlatformError(0,
+                        std::to_string(counts_.read - counts_.rejected) +
+                            " rows were read but the server took " +
+                            std::to_string(counts_.loaded) + "; nothing of them may be kept",
+                        "data pump");
+  }
+
+  void RejectRefused(RowBatch& batch, std::size_t first, const ado::Refusal& refusal) {
+    const std::size_t row = first + refusal.row;
+    const RowPlace at{request_.source.PlaceOf(batch, row)};
+    if (request_.exceptions) request_.exceptions->AddSent(batch.Row(row), columns_, batch);
+    Reject({batch.Origin(row),
+            RowError::Refused(at, {refusal.number, refusal.description, "data pump"})});
+  }
+
+  void Reject(const BadRow& row) {
+    ++counts_.rejected;
+    if (request_.exceptions) request_.exceptions->Add(row, request_.source);
+    if (counts_.rejected <= request_.maximumErrorCount) return;
+    if (request_.maximumErrorCount == 0) throw row.error;
+    throw PlatformError(row.error.number,
+                        row.error.Description() + "; " + std::to_string(counts_.rejected) +
+                            " rows are rejected, and maximum_error_count allows " +
+                            std::to_string(request_.maximumErrorCount),
+                        row.error.source);
+  }
 
   void LookAround() {
     if (cancelled_) throw PlatformError(0, "the data pump was cancelled", "data pump");
@@ -78,21 +111,21 @@ class Loader {
     progress_(counts_.read);
   }
 
-  void Append(const RowBatch& batch, std::size_t row) {
-    try {
-      load_->Append(batch.Row(row));
-    } catch (const PlatformError& error) {
-      throw RowError::Refused({source_.PlaceOf(batch, row)}, error);
-    }
-  }
-
-  const RowSource& source_;
+  const PumpRequest& request_;
+  const std::vector<std::string>& columns_;
   std::unique_ptr<ado::BulkLoad> load_;
   const std::function<void(std::int64_t)>& progress_;
   const std::atomic<bool>& cancelled_;
   Steady::time_point reported_ = Steady::now();
+  std::size_t uncommitted_ = 0;
+  std::vector<ado::Refusal> refused_;
   PumpCounts counts_;
 };
+
+void LoadAll(const PumpRequest& request, RowMapper& mapper, Loader& loader) {
+  MappedBatches batches(request, mapper);
+  while (RowBatch* batch = batches.Next()) loader.Load(*batch);
+}
 
 }  // namespace
 
@@ -102,9 +135,15 @@ PumpCounts RunPump(const PumpRequest& request, const std::function<void(std::int
   if (request.source.Columns().empty()) return {};
   RowMapper mapper(request);
   Loader loader(request, mapper.Destinations(), progress, cancelled);
-  MappedBatches batches(request.source, mapper);
-  while (const RowBatch* batch = batches.Next()) loader.Load(*batch);
-  return loader.Finish();
+  try {
+    LoadAll(request, mapper, loader);
+    const PumpCounts counts = loader.Finish();
+    if (request.exceptions) request.exceptions->End(counts, "");
+    return counts;
+  } catch (const std::exception& error) {
+    if (request.exceptions) request.exceptions->End(loader.Counts(), error.what());
+    throw;
+  }
 }
 
 }  // namespace torvik::engine

@@ -3,43 +3,57 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-namespace torvik::ado {
-class Connection;
-}
-
 namespace torvik::engine {
 
+class ExceptionFile;
 class RowSource;
+class RowTarget;
+class Transformation;
 
-/// Which source column fills which destination column.
+/// What fills one destination column.
 struct ColumnMapping {
-  std::string source;
+  std::string source;  ///< Empty: no source column; the value begins as NULL.
   std::string destination;
+  unsigned flags = 0;                                       ///< TransformFlags.
+  std::vector<std::shared_ptr<Transformation>> chain = {};  ///< In the order of their work.
 };
 
-/// One data pump: every row of a source into one table.
+/// One data pump: the rows of a source into one destination.
 struct PumpRequest {
   RowSource& source;
-  ado::Connection& destination;
-  std::string table;
+  RowTarget& target;
   /// Empty: every source column into the destination column of the same name.
-  std::vector<ColumnMapping> columns;
+  std::vector<ColumnMapping> columns = {};
+  unsigned flags = 0;  ///< TransformFlags of columns that no mapping names.
+  /// Numbers of the first and last row that are pumped, from 1; 0: all.
+  std::int64_t firstRow = 0, lastRow = 0;
+  /// Rows that may be rejected before the pump fails.
+  std::int64_t maximumErrorCount = 0;
+  /// Rows after which `commit` is called, if it is set; 0: never.
+  std::int64_t commitSize = 0;
+  std::function<void()> commit = {};
+  ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
+  /// Reading, mapping and loading share something that one thread at a time may use.
+  bool onOneThread = false;
 };
 
 /// What a pump has done.
 struct PumpCounts {
-  std::int64_t read = 0;
+  std::int64_t read = 0;  ///< Rows that could not be parsed are among them.
   std::int64_t loaded = 0;
+  std::int64_t rejected = 0;
 };
 
-/// Loads all rows. Does not begin or end a transaction: the caller does, and rolls back when this
-/// throws. Throws PlatformError at the first row that cannot be read, converted to its column's
-/// type or stored, when a column of the mapping does not exist, when the server took another number
-/// of rows than were read, and when `cancelled` becomes true. `progress` gets the rows so far, at
-/// most every 100 ms, on the calling thread.
+/// Loads all rows. Does not begin or end a transaction but by `commit`: the caller does, and rolls
+/// back when this throws. A row that cannot be parsed, converted to its column's type or stored is
+/// rejected. Throws PlatformError when more rows are rejected than the request allows (the text is
+/// the last one's error), when a column of the mapping does not exist, when the server took another
+/// number of rows than it was given, and when `cancelled` becomes true. `progress` gets the rows so
+/// far, at most every 100 ms, on the calling thread.
 PumpCounts RunPump(const PumpRequest& request, const std::function<void(std::int64_t)>& progress,
                    const std::atomic<bool>& cancelled);
 

@@ -5,7 +5,7 @@
 namespace torvik::engine {
 namespace {
 
-constexpr std::size_t kBatches = 4;
+constexpr std::size_t kBatches = 3;
 
 }  // namespace
 
@@ -23,7 +23,7 @@ ReadAhead::~ReadAhead() {
   thread_.join();
 }
 
-const RowBatch* ReadAhead::Next() {
+RowBatch* ReadAhead::Next() {
   std::unique_lock lock(mutex_);
   if (taken_) free_.push_back(std::move(taken_));
   changed_.notify_all();

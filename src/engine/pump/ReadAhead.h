@@ -26,7 +26,7 @@ class ReadAhead {
 
   /// The next batch, in the order in which they were filled, valid until the next call. Null when
   /// there are no more. Throws what a fill threw, after the batches before it.
-  const RowBatch* Next();
+  RowBatch* Next();
 
  private:
   void Run();

@@ -1,29 +1,68 @@
 #include "engine/pump/RowBatch.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace torvik::engine {
 
 void RowBatch::Clear() {
   values_.clear();
-  positions_.clear();
+  origins_.clear();
+  badRows_.clear();
   texts_->release();
 }
 
-std::span<ado::LoadValue> RowBatch::AddRow(std::int64_t position, std::size_t width) {
+std::span<ado::LoadValue> RowBatch::AddRow(const RowOrigin& origin, std::size_t width) {
   width_ = width;
-  positions_.push_back(position);
+  origins_.push_back(origin);
   values_.resize(values_.size() + width);
   return std::span(values_).last(width);
+}
+
+void RowBatch::AddBadRow(const RowOrigin& origin, RowError error) {
+  badRows_.push_back({origin, std::move(error)});
+}
+
+void RowBatch::SortBadRows() {
+  std::ranges::stable_sort(badRows_, {}, [](const BadRow& row) { return row.origin.position; });
 }
 
 std::span<const ado::LoadValue> RowBatch::Row(std::size_t row) const {
   return std::span(values_).subspan(row * width_, width_);
 }
 
-void RowBatch::SwapValues(std::vector<ado::LoadValue>& values, std::size_t width) {
+void RowBatch::SwapRows(std::vector<ado::LoadValue>& values, std::size_t width,
+                        std::vector<RowOrigin>& origins) {
   values_.swap(values);
+  origins_.swap(origins);
   width_ = width;
+}
+
+void RowBatch::KeepRange(std::int64_t first, std::int64_t from, std::int64_t to) {
+  std::vector<ado::LoadValue> values;
+  std::vector<RowOrigin> origins;
+  std::vector<BadRow> badRows;
+  std::size_t good = 0, bad = 0;
+  for (std::int64_t number = first; good < origins_.size() || bad < badRows_.size(); ++number) {
+    const bool isBad =
+        good == origins_.size() ||
+        (bad < badRows_.size() && badRows_[bad].origin.position < origins_[good].position);
+    const bool keeps = number >= from && number <= to;
+    if (isBad) {
+      if (keeps) badRows.push_back(badRows_[bad]);
+      ++bad;
+      continue;
+    }
+    if (keeps) {
+      const auto row = Row(good);
+      values.insert(values.end(), row.begin(), row.end());
+      origins.push_back(origins_[good]);
+    }
+    ++good;
+  }
+  badRows_.swap(badRows);
+  SwapRows(values, width_, origins);
 }
 
 std::span<char> RowBatch::Block(std::size_t bytes) {

@@ -8,11 +8,26 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Ado.h"
+#include "engine/pump/RowError.h"
+#include "platform/Bulk.h"
 
 namespace torvik::engine {
 
-/// Rows of text values on their way from a source to a destination. The values point into the
+/// A row as it stands in its source.
+struct RowOrigin {
+  std::int64_t position = 0;    ///< As the source counts: a line of a file, a row of a query.
+  std::uint64_t offset = 0;     ///< Of the row's first byte in the file.
+  std::uint64_t length = 0;     ///< Of the row in the file, its end included; 0 for a query.
+  std::string_view bytes = {};  ///< The row's own bytes; not all of them where it is too long.
+};
+
+/// A row that could not be read.
+struct BadRow {
+  RowOrigin origin;
+  RowError error;
+};
+
+/// Rows of values on their way from a source to a destination. The values point into the
 /// batch's own memory and stay valid until it is cleared, which keeps that memory for the next
 /// rows.
 class RowBatch {
@@ -20,18 +35,31 @@ class RowBatch {
   /// Forgets the rows and every text; keeps the memory.
   void Clear();
 
-  /// Adds a row of `width` values, all NULL; every row of a batch has the same width. `position` is
-  /// the row's number as its source counts: a line of a file, a row of a query. The answer is valid
-  /// until the next row is added.
-  std::span<ado::LoadValue> AddRow(std::int64_t position, std::size_t width);
+  /// Adds a row of `width` values, all NULL; every row of a batch has the same width. The answer is
+  /// valid until the next row is added.
+  std::span<ado::LoadValue> AddRow(const RowOrigin& origin, std::size_t width);
 
-  std::size_t RowCount() const { return positions_.size(); }
+  /// Adds a row that could not be read, in place of its values.
+  void AddBadRow(const RowOrigin& origin, RowError error);
+  const std::vector<BadRow>& BadRows() const { return badRows_; }
+  /// In the order of their origins.
+  void SortBadRows();
+
+  std::size_t RowCount() const { return origins_.size(); }
   std::span<const ado::LoadValue> Row(std::size_t row) const;
-  std::int64_t Position(std::size_t row) const { return positions_[row]; }
+  const RowOrigin& Origin(std::size_t row) const { return origins_[row]; }
 
-  /// Exchanges the values of all rows, row after row, for `values`: RowCount() times `width` of
-  /// them. Positions and texts stay.
-  void SwapValues(std::vector<ado::LoadValue>& values, std::size_t width);
+  /// All rows, one after the other; there must be one.
+  ado::LoadRows Rows() const { return {values_, width_}; }
+
+  /// Exchanges the rows for others made from them: `width` values for each of `origins`. Texts
+  /// stay.
+  void SwapRows(std::vector<ado::LoadValue>& values, std::size_t width,
+                std::vector<RowOrigin>& origins);
+
+  /// Keeps the rows whose number is in a range, the good and the bad ones counted together in the
+  /// order of their origins. `first` is the number of the batch's first row.
+  void KeepRange(std::int64_t first, std::int64_t from, std::int64_t to);
 
   /// At least `bytes` bytes for a source to read into. Asking again may move the block: values must
   /// not point into it by then.
@@ -44,7 +72,8 @@ class RowBatch {
 
  private:
   std::vector<ado::LoadValue> values_;
-  std::vector<std::int64_t> positions_;
+  std::vector<RowOrigin> origins_;
+  std::vector<BadRow> badRows_;
   std::size_t width_ = 0;
   std::vector<char> block_;
   std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_ =

@@ -1,45 +1,57 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "engine/pump/Pump.h"
+#include "engine/pump/RowError.h"
 #include "platform/Ado.h"
 
 namespace torvik::engine {
 
 class RowBatch;
+struct RowOrigin;
 
-/// Turns rows of a source into rows for a table: which value goes where, and whether it fits.
+/// Turns rows of a source into rows for a destination: which value goes where, what is made of it,
+/// and whether it fits.
 class RowMapper {
  public:
   /// Resolves the request's column names, exactly or else without regard to letter case. Throws
-  /// PlatformError when the table does not exist, and when a name fits no column or several; the
-  /// text lists the columns that there are.
+  /// PlatformError when a name fits no column or several; the text lists the columns that there
+  /// are.
   explicit RowMapper(const PumpRequest& request);
 
-  /// The destination columns that are filled, as the table spells them.
+  /// The destination columns that are filled, as the destination spells them.
   const std::vector<std::string>& Destinations() const { return destinations_; }
 
-  /// Replaces each row's values by those of the destination columns. Throws RowError at the first
-  /// value that does not fit.
+  /// Replaces each row's values by those of the destination columns. A row with a value that does
+  /// not fit becomes one of the batch's bad rows; these then stand in the order of their origins.
   void Map(RowBatch& batch);
 
  private:
   struct Target {
-    std::size_t source;
+    std::size_t source;  ///< kNoSource: no source column.
     ado::Column column;
+    unsigned flags;
+    std::vector<std::shared_ptr<Transformation>> chain;
   };
+  static constexpr std::size_t kNoSource = static_cast<std::size_t>(-1);
 
-  void AddTarget(std::size_t source, const ado::Column& column);
-  void Fit(const Target& target, std::size_t row, ado::LoadValue& value, RowBatch& batch) const;
+  void AddTarget(const ColumnMapping& mapping, std::size_t source, const ado::Column& column);
+  bool MapRow(RowBatch& batch, std::size_t row);
+  std::string Fit(const Target& target, std::span<const ado::LoadValue> source,
+                  ado::LoadValue& value, RowBatch& batch) const;
+  void Reject(RowBatch& batch, std::size_t row, const Target& target, const ado::LoadValue& value,
+              const std::string& misfit) const;
 
   const RowSource& source_;
   std::vector<Target> targets_;
   std::vector<std::string> destinations_;
   std::vector<ado::LoadValue> values_;
+  std::vector<RowOrigin> origins_;
 };
 
 }  // namespace torvik::engine

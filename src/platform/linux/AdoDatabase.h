@@ -29,6 +29,13 @@ class AdoDatabase {
   virtual std::vector<ado::Column> TableColumns(const std::string& table) = 0;
   virtual std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
                                                       std::span<const std::string> columns) = 0;
+  virtual ado::StatementResult ExecuteWith(const std::string& sql,
+                                           std::span<const ado::Value> parameters) = 0;
+  virtual std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) = 0;
+  virtual void CreateTable(const std::string& table, std::span<const ado::Column> columns) = 0;
+  virtual void EmptyTable(const std::string& table) = 0;
+  virtual std::string CreateStagingTable(const std::string& table) = 0;
+  virtual std::int64_t ReplaceRows(const std::string& table, const std::string& staging) = 0;
   virtual void BeginTrans() = 0;
   virtual void CommitTrans() = 0;
   virtual void RollbackTrans() = 0;

@@ -3,13 +3,18 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
+
 #include "platform/Text.h"
 #include "platform/linux/OdbcBulkLoad.h"
+#include "platform/linux/OdbcBulkRead.h"
 #include "platform/linux/OdbcCatalogue.h"
 #include "platform/linux/OdbcRowTarget.h"
 #include "platform/linux/OdbcStatement.h"
+#include "platform/linux/OdbcTables.h"
 #include "platform/linux/PickColumns.h"
 #include "platform/linux/Recordsets.h"
+#include "platform/linux/SqlStatements.h"
 #include "platform/linux/Utf16.h"
 
 namespace torvik {
@@ -73,14 +78,57 @@ class AdoOdbc final : public AdoDatabase {
   }
 
   std::vector<ado::Column> TableColumns(const std::string& table) override {
-    return Find(table).columns;
+    OdbcTable found = Find(table);
+    if (found.columns.empty()) return {};
+    int position = 0;
+    for (const std::string& name : PrimaryKey(*session_, found)) {
+      const auto column = std::ranges::find(found.columns, name, &ado::Column::name);
+      ++position;
+      if (column != found.columns.end()) column->keyPosition = position;
+    }
+    return found.columns;
   }
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
                                               std::span<const std::string> columns) override {
     const OdbcTable found = Find(table);
-    return NewOdbcBulkLoad(session_, QuotedTable(found),
-                           PickColumns(found.columns, columns, table, Refuse()));
+    return NewOdbcBulkLoad(session_, found, PickColumns(found.columns, columns, table, Refuse()));
+  }
+
+  ado::StatementResult ExecuteWith(const std::string& sql,
+                                   std::span<const ado::Value> parameters) override {
+    const std::string text = Resolved(sql);
+    const auto statements = SplitStatements(text);
+    if (const auto misfit = MarkerMisfit(statements, parameters.size()); !misfit.empty())
+      throw session_->Refusal(misfit);
+    ado::StatementResult result;
+    if (parameters.empty()) {
+      RunWith(text, {}, result);
+      return result;
+    }
+    // A driver takes the parameters of one statement at a time.
+    for (const SqlStatementText& statement : statements) {
+      RunWith(std::string(statement.text), parameters.first(statement.markers), result);
+      parameters = parameters.subspan(statement.markers);
+    }
+    return result;
+  }
+
+  std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool) override {
+    return NewOdbcBulkRead(session_, Resolved(sql));
+  }
+
+  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+    CreateOdbcTable(*session_, table, columns);
+  }
+  void EmptyTable(const std::string& table) override {
+    EmptyOdbcTable(*session_, RequireTable(table));
+  }
+  std::string CreateStagingTable(const std::string& table) override {
+    return CreateOdbcStagingTable(*session_, RequireTable(table));
+  }
+  std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
+    return ReplaceOdbcRows(*session_, RequireTable(table), RequireTable(staging));
   }
 
   void BeginTrans() override { session_->BeginTrans(); }
@@ -106,6 +154,42 @@ class AdoOdbc final : public AdoDatabase {
   OdbcTable Find(const std::string& table) const {
     const auto name = SplitTableName(table);
     return name ? FindOdbcTable(*session_, *name) : OdbcTable();
+  }
+
+  OdbcTable RequireTable(const std::string& table) const {
+    OdbcTable found = Find(table);
+    PickColumns(found.columns, {}, table, Refuse());
+    return found;
+  }
+
+  void RunWith(const std::string& sql, std::span<const ado::Value> parameters,
+               ado::StatementResult& result) {
+    OdbcStatement statement(*session_);
+    statement.LeaveRest();
+    if (parameters.empty()) {
+      result.changedRows += statement.Execute(sql);
+    } else {
+      statement.Prepare(sql);
+      result.changedRows += statement.ExecutePrepared(AsSent(parameters));
+    }
+    for (; statement.ColumnCount() > 0; result.changedRows += statement.ExecuteRest()) {
+      result.columns.clear(), result.firstRow.clear();
+      const bool hasRow = statement.Step();
+      for (int i = 0; i < statement.ColumnCount(); ++i) {
+        result.columns.push_back(statement.ColumnName(i));
+        if (hasRow) result.firstRow.push_back(statement.Column(i));
+      }
+    }
+  }
+
+  /// PostgreSQL takes a number for a truth value, say, only as a text, which it makes what is
+  /// wanted.
+  std::vector<ado::Value> AsSent(std::span<const ado::Value> parameters) const {
+    std::vector<ado::Value> sent(parameters.begin(), parameters.end());
+    if (session_->Dialect().Server() != OdbcServer::PostgreSql) return sent;
+    for (ado::Value& value : sent)
+      if (const auto* number = std::get_if<std::int64_t>(&value)) value = std::to_string(*number);
+    return sent;
   }
 
   const std::shared_ptr<OdbcSession> session_;

@@ -9,6 +9,7 @@
 #include "platform/Text.h"
 #include "platform/linux/AdoDatabase.h"
 #include "platform/linux/AdoOdbc.h"
+#include "platform/linux/AdoPostgres.h"
 #include "platform/linux/AdoSqlite.h"
 #include "platform/linux/AdoTableFile.h"
 #include "platform/linux/ServerPlace.h"
@@ -68,6 +69,23 @@ class AdoConnection final : public ado::Connection {
                                               std::span<const std::string> columns) override {
     return Database().OpenBulkLoad(table, columns);
   }
+  ado::StatementResult ExecuteWith(const std::string& sql,
+                                   std::span<const ado::Value> parameters) override {
+    return Database().ExecuteWith(sql, parameters);
+  }
+  std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
+    return Database().OpenBulkRead(sql, alongside);
+  }
+  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+    Database().CreateTable(table, columns);
+  }
+  void EmptyTable(const std::string& table) override { Database().EmptyTable(table); }
+  std::string CreateStagingTable(const std::string& table) override {
+    return Database().CreateStagingTable(table);
+  }
+  std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
+    return Database().ReplaceRows(table, staging);
+  }
   void BeginTrans() override { Database().BeginTrans(); }
   void CommitTrans() override { Database().CommitTrans(); }
   void RollbackTrans() override { Database().RollbackTrans(); }
@@ -86,11 +104,16 @@ class AdoConnection final : public ado::Connection {
     switch (place.kind) {
       case ServerPlace::Kind::TableFile:
         return OpenTableFile(place.path, Property("Extended Properties"));
+      case ServerPlace::Kind::PostgreSql:
+        if (TakesPostgresPlace(place.odbc))
+          return OpenPostgresDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
+        [[fallthrough]];
       case ServerPlace::Kind::Odbc:
         return OpenOdbcDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
       case ServerPlace::Kind::Embedded: break;
     }
-    return OpenSqliteDatabase(place.path, Property("Initial Catalog"), TimeoutSeconds());
+    return OpenSqliteDatabase(place.path, Property("Initial Catalog"), TimeoutSeconds(),
+                              place.durability);
   }
 
   OdbcLogon Logon(const OdbcPlace& place) const {

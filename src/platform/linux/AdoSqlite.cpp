@@ -5,11 +5,14 @@
 #include "platform/Text.h"
 #include "platform/linux/PickColumns.h"
 #include "platform/linux/SqlNames.h"
+#include "platform/linux/SqlStatements.h"
 #include "platform/linux/SqliteBulkLoad.h"
+#include "platform/linux/SqliteBulkRead.h"
 #include "platform/linux/SqliteColumns.h"
 #include "platform/linux/SqliteRecordset.h"
 #include "platform/linux/SqliteSession.h"
 #include "platform/linux/SqliteStatement.h"
+#include "platform/linux/SqliteTables.h"
 
 namespace torvik {
 namespace {
@@ -86,11 +89,7 @@ class AdoSqlite final : public AdoDatabase {
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,
                                                 const ado::CursorOptions& options) override {
     const std::string text = session_->Resolve(sql);
-    SqlScript script(text);
-    auto query = script.Next(*session_);
-    if (!script.AtEnd())
-      throw session_->Refusal("a recordset takes one statement; the text has more than one");
-    return NewSqliteRecordset(session_, std::move(query), options);
+    return NewSqliteRecordset(session_, OnlyStatement(text, "a recordset"), options);
   }
 
   std::unique_ptr<ado::Recordset> OpenSchema(ado::SchemaQuery query,
@@ -121,6 +120,41 @@ class AdoSqlite final : public AdoDatabase {
     return NewSqliteBulkLoad(session_, session_->Schema(name->database), name->table, picked);
   }
 
+  ado::StatementResult ExecuteWith(const std::string& sql,
+                                   std::span<const ado::Value> parameters) override {
+    const std::string text = session_->Resolve(sql);
+    if (const auto misfit = MarkerMisfit(SplitStatements(text), parameters.size()); !misfit.empty())
+      throw session_->Refusal(misfit);
+    ado::StatementResult result;
+    for (SqlScript script(text); !script.AtEnd();) {
+      const auto statement = script.Next(*session_);
+      parameters = Bind(*statement, parameters);
+      RunWhole(*statement, result);
+    }
+    return result;
+  }
+
+  std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
+    const std::string text = session_->Resolve(sql);
+    auto query = OnlyStatement(text, "a query");
+    if (query->ColumnCount() == 0)
+      throw session_->Refusal("the SQL text is no query: it has no rows");
+    // Nothing can change what is only read.
+    if (!alongside || session_->IsReadOnly()) return NewSqliteBulkRead(session_, std::move(query));
+    return NewSqliteSpooledRead(session_, text, *query);
+  }
+
+  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+    CreateSqliteTable(*session_, Place(table), columns);
+  }
+  void EmptyTable(const std::string& table) override { EmptySqliteTable(*session_, Place(table)); }
+  std::string CreateStagingTable(const std::string& table) override {
+    return CreateSqliteStagingTable(*session_, Place(table));
+  }
+  std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
+    return ReplaceSqliteRows(*session_, Place(table), Place(staging));
+  }
+
   void BeginTrans() override {
     session_->Run("BEGIN IMMEDIATE");
     hasSavepoint_ = false;
@@ -141,6 +175,37 @@ class AdoSqlite final : public AdoDatabase {
   void Cancel() override { session_->Cancel(); }
 
  private:
+  SqlitePlace Place(const std::string& table) { return SqlitePlaceOf(*session_, table); }
+
+  std::unique_ptr<SqliteStatement> OnlyStatement(const std::string& text, const char* what) {
+    SqlScript script(text);
+    auto statement = script.Next(*session_);
+    if (!script.AtEnd())
+      throw session_->Refusal(std::string(what) +
+                              " takes one statement; the text has more than one");
+    return statement;
+  }
+
+  /// Binds the first of `parameters`, as many as the statement takes, and answers the others.
+  std::span<const ado::Value> Bind(SqliteStatement& statement,
+                                   std::span<const ado::Value> parameters) {
+    const auto count = static_cast<std::size_t>(statement.ParameterCount());
+    if (count > parameters.size())
+      throw session_->Refusal("the SQL text has a marker that is no plain \"?\"");
+    for (std::size_t i = 0; i < count; ++i) statement.Bind(static_cast<int>(i) + 1, parameters[i]);
+    return parameters.subspan(count);
+  }
+
+  static void RunWhole(SqliteStatement& statement, ado::StatementResult& result) {
+    bool isFirst = true;
+    const int columns = statement.ColumnCount();
+    if (columns > 0) result.columns.clear(), result.firstRow.clear();
+    for (int i = 0; i < columns; ++i) result.columns.push_back(statement.ColumnName(i));
+    for (; statement.Step(); isFirst = false)
+      for (int i = 0; isFirst && i < columns; ++i) result.firstRow.push_back(statement.Column(i));
+    result.changedRows += statement.ChangedRows();
+  }
+
   /// A schema rowset. It is small, so that no lock need be held while it is read.
   std::unique_ptr<ado::Recordset> Rows(const std::string& sql,
                                        const std::vector<ado::Value>& parameters) {
@@ -155,7 +220,7 @@ class AdoSqlite final : public AdoDatabase {
     const std::string schema = session_->Schema(name.database);
     session_->Meet(name.table);
     SqliteStatement query(*session_,
-                          "SELECT name, type, \"notnull\" FROM pragma_table_info(?1, ?2)", "");
+                          "SELECT name, type, \"notnull\", pk FROM pragma_table_info(?1, ?2)", "");
     query.Bind(1, name.table);
     query.Bind(2, schema);
     std::vector<ado::Column> columns;
@@ -163,6 +228,7 @@ class AdoSqlite final : public AdoDatabase {
       columns.push_back(ColumnOfType(std::get<std::string>(query.Column(1))));
       columns.back().name = std::get<std::string>(query.Column(0));
       columns.back().nullable = std::get<std::int64_t>(query.Column(2)) == 0;
+      columns.back().keyPosition = static_cast<int>(std::get<std::int64_t>(query.Column(3)));
     }
     return columns;
   }
@@ -174,9 +240,10 @@ class AdoSqlite final : public AdoDatabase {
 }  // namespace
 
 std::unique_ptr<AdoDatabase> OpenSqliteDatabase(const std::string& directory,
-                                                const std::string& database, int timeoutSeconds) {
+                                                const std::string& database, int timeoutSeconds,
+                                                const EmbeddedDurability& durability) {
   return std::make_unique<AdoSqlite>(
-      std::make_shared<SqliteSession>(directory, database, timeoutSeconds));
+      std::make_shared<SqliteSession>(directory, database, timeoutSeconds, durability));
 }
 
 std::unique_ptr<AdoDatabase> OpenReadOnlyTables(const std::string& name, const std::string& path,

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/linux/AdoDatabase.h"
+#include "platform/linux/EmbeddedDurability.h"
 #include "platform/linux/SessionTables.h"
 
 namespace torvik {
@@ -12,7 +13,8 @@ namespace torvik {
 /// up to `timeoutSeconds` for one that another connection holds. A change of several databases in
 /// one transaction is all or nothing for each of them, and for all unless the power fails.
 std::unique_ptr<AdoDatabase> OpenSqliteDatabase(const std::string& directory,
-                                                const std::string& database, int timeoutSeconds);
+                                                const std::string& database, int timeoutSeconds,
+                                                const EmbeddedDurability& durability = {});
 
 /// Opens a file that is no database of SQLite by the tables that stand for it. `name` is that of
 /// its catalogue. What would change anything is refused.

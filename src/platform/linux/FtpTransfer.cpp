@@ -1,31 +1,19 @@
 #include "platform/linux/FtpTransfer.h"
 
-#include <curl/curl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <chrono>
-#include <mutex>
 #include <new>
+
+#include "platform/linux/CurlLibrary.h"
 
 namespace torvik {
 namespace {
 
 using SteadyClock = std::chrono::steady_clock;
-
-template <auto release>
-struct Releaser {
-  void operator()(auto* owned) const { release(owned); }
-};
-template <class T, auto release>
-using Owned = std::unique_ptr<T, Releaser<release>>;
-
-void InitialiseLibrary() {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
 
 /// Everything but letters and digits is escaped, so that nothing in a path means something else.
 std::string EscapedPath(const std::string& path) {
@@ -95,7 +83,7 @@ class CurlTransfer final : public FtpTransfer {
  public:
   CurlTransfer(const FtpSettings& settings, const FtpLogon& logon, std::function<void()> onWait)
       : settings_(settings), logon_(logon), onWait_(std::move(onWait)) {
-    InitialiseLibrary();
+    InitialiseCurl();
     easy_.reset(curl_easy_init());
     if (!easy_) throw std::bad_alloc();
   }

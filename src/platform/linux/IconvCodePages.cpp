@@ -1,12 +1,12 @@
 #include "platform/linux/IconvCodePages.h"
 
-#include <iconv.h>
-
 #include <array>
+#include <cerrno>
 #include <unordered_map>
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
+#include "platform/linux/IconvStreams.h"
 
 namespace torvik {
 namespace {
@@ -94,49 +94,31 @@ class SingleByteCodePage final : public CodePage {
   std::unordered_map<std::string, char> bytes_;
 };
 
-/// A conversion of iconv from an encoding to UTF-8.
-class Converter {
- public:
-  explicit Converter(const std::string& name) : handle_(iconv_open("UTF-8", name.c_str())) {}
-  ~Converter() {
-    if (IsOpen()) iconv_close(handle_);
-  }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
+/// What iconv says of one byte of an encoding.
+enum class ByteKind { Character, Invalid, NotSingleByte };
 
-  bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
-
-  enum class Outcome { Character, Invalid, NotSingleByte };
-
-  Outcome Convert(char byte, std::string& utf8) {
-    char text[16];
-    char* in = &byte;
-    char* out = text;
-    std::size_t inLeft = 1;
-    std::size_t outLeft = sizeof text;
-    iconv(handle_, nullptr, nullptr, nullptr, nullptr);
-    const bool failed =
-        iconv(handle_, &in, &inLeft, &out, &outLeft) == static_cast<std::size_t>(-1);
-    // The first half of a longer character is EINVAL; a shift of a stateful encoding gives no text.
-    if (failed && errno == EILSEQ) return Outcome::Invalid;
-    if (failed || out == text) return Outcome::NotSingleByte;
-    utf8.assign(text, out);
-    return Outcome::Character;
-  }
-
- private:
-  iconv_t handle_;
-};
+ByteKind ConvertByte(IconvHandle& toUtf8, char byte, std::string& utf8) {
+  char text[16];
+  std::string_view in(&byte, 1);
+  std::span<char> out(text);
+  toUtf8.Reset();
+  const int failure = toUtf8.Convert(in, out);
+  // The first half of a longer character is EINVAL; a shift of a stateful encoding gives no text.
+  if (failure == EILSEQ) return ByteKind::Invalid;
+  if (failure != 0 || out.size() == sizeof text) return ByteKind::NotSingleByte;
+  utf8.assign(text, sizeof text - out.size());
+  return ByteKind::Character;
+}
 
 /// Null unless every byte is a character for itself, or nothing, and ASCII characters themselves.
 std::unique_ptr<CodePage> OpenSingleByte(const std::string& name) {
-  Converter converter(name);
-  if (!converter.IsOpen()) return nullptr;
+  IconvHandle toUtf8("UTF-8", name);
+  if (!toUtf8.IsOpen()) return nullptr;
   ByteTable table;
   for (int byte = 0; byte < 256; ++byte) {
     std::string& character = table[static_cast<std::size_t>(byte)];
-    const auto outcome = converter.Convert(static_cast<char>(byte), character);
-    if (outcome == Converter::Outcome::NotSingleByte) return nullptr;
+    const ByteKind kind = ConvertByte(toUtf8, static_cast<char>(byte), character);
+    if (kind == ByteKind::NotSingleByte) return nullptr;
     if (byte < 0x80 && character != std::string(1, static_cast<char>(byte))) return nullptr;
   }
   return std::make_unique<SingleByteCodePage>(table);
@@ -156,14 +138,24 @@ class IconvCodePages final : public CodePages {
   std::unique_ptr<CodePage> Open(std::string_view name) const override {
     const std::string lower = LowerAscii(name);
     if (lower == "utf-8" || lower == "utf8") return std::make_unique<Utf8CodePage>();
-    // To iconv, no name is the locale's encoding, and what follows a slash an instruction.
-    if (lower.empty() || lower.find('/') != std::string::npos) return nullptr;
-    return OpenSingleByte(lower);
+    return IsPlainName(lower) ? OpenSingleByte(lower) : nullptr;
+  }
+
+  std::unique_ptr<TextDecoder> OpenDecoder(std::string_view name) const override {
+    return IsPlainName(name) ? NewIconvDecoder(LowerAscii(name)) : nullptr;
+  }
+  std::unique_ptr<TextEncoder> OpenEncoder(std::string_view name) const override {
+    return IsPlainName(name) ? NewIconvEncoder(LowerAscii(name)) : nullptr;
   }
 
   const CodePage& Ansi() const override { return *ansi_; }
 
  private:
+  /// To iconv, no name is the locale's encoding, and what follows a slash an instruction.
+  static bool IsPlainName(std::string_view name) {
+    return !name.empty() && name.find_first_of(std::string_view("/\0", 2)) == name.npos;
+  }
+
   std::unique_ptr<CodePage> ansi_;
 };
 

@@ -5,6 +5,7 @@
 #include "platform/linux/ConsoleMessages.h"
 #include "platform/linux/FtpCurl.h"
 #include "platform/linux/IconvCodePages.h"
+#include "platform/linux/MailCurl.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/PosixProcesses.h"
 #include "platform/linux/ProfileFiles.h"
@@ -33,6 +34,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   platform.internet = NewFtpCurl(
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
+  platform.mail = NewMailCurl(platform.settings.mail, paths);
   platform.databases = NewAdoProvider(platform.settings);
   return platform;
 }

@@ -11,6 +11,7 @@
 #include "platform/EventLog.h"
 #include "platform/FetchProgress.h"
 #include "platform/Files.h"
+#include "platform/Mail.h"
 #include "platform/Messages.h"
 #include "platform/Process.h"
 #include "platform/Profile.h"
@@ -34,6 +35,7 @@ struct LinuxPlatform {
   std::unique_ptr<ado::Provider> databases;
   std::unique_ptr<Shell> shell;
   std::unique_ptr<wininet::Client> internet;
+  std::unique_ptr<Mailer> mail;
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,

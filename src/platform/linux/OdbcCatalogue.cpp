@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "platform/linux/OdbcStatement.h"
 #include "platform/linux/Recordsets.h"
+#include "platform/linux/ServerValues.h"
 #include "platform/linux/Utf16.h"
 
 namespace torvik {
@@ -229,8 +230,18 @@ OdbcTable FindOdbcTable(OdbcSession& session, const TableName& name) {
   return own == tables.end() ? tables.front() : *own;
 }
 
+std::string FoldedWord(const OdbcSession& session, const std::string& name) {
+  const auto isPlain = [](char c) {
+    return c == '_' || (c >= '0' && c <= '9') || (LowerAscii(c) >= 'a' && LowerAscii(c) <= 'z');
+  };
+  return std::ranges::all_of(name, isPlain) ? Folded(session, name) : name;
+}
+
 std::vector<std::string> PrimaryKey(OdbcSession& session, const OdbcTable& table) {
   constexpr int kKeyColumn = 3, kKeySequence = 4;
+  SQLUSMALLINT isThere = SQL_TRUE;
+  SQLGetFunctions(session.Handle(), SQL_API_SQLPRIMARYKEYS, &isThere);
+  if (isThere != SQL_TRUE) return {};
   Argument a(table.catalogue), b(table.schema), c(table.name);
   OdbcStatement keys(session);
   keys.RunCatalogue([&](void* handle) {

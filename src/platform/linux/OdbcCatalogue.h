@@ -22,7 +22,11 @@ struct OdbcTable {
 /// table of the connection's own schema goes before those of others.
 OdbcTable FindOdbcTable(OdbcSession& session, const TableName& name);
 
-/// The columns of the table's primary key; empty when it has none.
+/// A name that is a plain word as the server stores it when it is not quoted; any other as it is.
+std::string FoldedWord(const OdbcSession& session, const std::string& name);
+
+/// The columns of the table's primary key; empty when it has none or
+/// the driver cannot tell.
 std::vector<std::string> PrimaryKey(OdbcSession& session, const OdbcTable& table);
 
 /// The name as a statement takes it, quoted.

@@ -1,8 +1,6 @@
 #include "platform/linux/OdbcDialect.h"
 
-#include "platform/PlatformError.h"
 #include "platform/Text.h"
-#include "platform/linux/OdbcLogon.h"
 
 namespace torvik {
 namespace {
@@ -39,53 +37,24 @@ constexpr const char* kSqlServerSession =
     "SET NUMERIC_ROUNDABORT, IMPLICIT_TRANSACTIONS, CURSOR_CLOSE_ON_COMMIT OFF; "
     "SET TEXTSIZE 2147483647";
 
-/// The catalogue under the name, and with the columns, that the query texts know.
-constexpr const char* kDatabaseList =
-    "(SELECT datname AS name, oid::bigint AS dbid FROM pg_catalog.pg_database"
-    " WHERE datallowconn AND NOT datistemplate) AS ";
-
 }  // namespace
 
 OdbcDialect::OdbcDialect(const std::string& serverName, const std::string& asked,
                          const std::string& connected)
-    : server_(ServerOf(serverName)), asked_(asked), connected_(connected) {}
+    : server_(ServerOf(serverName)), postgreSqlNames_(asked, connected) {}
 
 std::string OdbcDialect::SessionSql() const {
   if (server_ == OdbcServer::SqlServer) return kSqlServerSession;
-  if (server_ == OdbcServer::PostgreSql && IsSystemDatabase(asked_))
-    return "SET search_path TO " + LowerAscii(asked_) + ", public";
-  return "";
+  return server_ == OdbcServer::PostgreSql ? postgreSqlNames_.SessionSql() : "";
 }
 
 std::string OdbcDialect::Resolve(std::string_view sql) const {
-  if (server_ != OdbcServer::PostgreSql) return std::string(sql);
-  return ResolveNames(
-      sql, [this](const TableName& name, int line) { return PostgreSqlPrefix(name, line); });
-}
-
-std::string OdbcDialect::PostgreSqlPrefix(const TableName& name, int line) const {
-  if (EqualsIgnoringCase(name.database, "master") && EqualsIgnoringCase(name.table, "sysdatabases"))
-    return kDatabaseList;
-  if (IsSystemDatabase(name.database)) return LowerAscii(name.database) + ".";
-  if (IsCurrent(name.database)) return "";
-  throw PlatformError(0,
-                      "line " + std::to_string(line) + " of the SQL text: the table " + name.table +
-                          " of database " + name.database +
-                          " cannot be reached: PostgreSQL reads one database at a time, here " +
-                          connected_ + "; use a connection whose \"Initial Catalog\" is " +
-                          name.database,
-                      "PostgreSQL");
+  return server_ == OdbcServer::PostgreSql ? postgreSqlNames_.Resolve(sql) : std::string(sql);
 }
 
 OdbcDialect::Place OdbcDialect::PlaceOf(const TableName& name) const {
   if (server_ != OdbcServer::PostgreSql) return {name.database, name.schema};
-  if (IsSystemDatabase(name.database)) return {"", LowerAscii(name.database)};
-  return {"", EqualsIgnoringCase(name.schema, "dbo") ? "" : name.schema};
-}
-
-bool OdbcDialect::IsCurrent(const std::string& database) const {
-  return database.empty() || EqualsIgnoringCase(database, asked_) ||
-         EqualsIgnoringCase(database, connected_);
+  return {"", PostgreSqlNames::SchemaOf(name)};
 }
 
 std::string OdbcDialect::Marker(const ado::Column& column) const {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/Ado.h"
+#include "platform/linux/PostgreSqlNames.h"
 #include "platform/linux/SqlNames.h"
 
 namespace torvik {
@@ -24,9 +25,8 @@ class OdbcDialect {
   /// Run on every new connection; may be empty.
   std::string SessionSql() const;
 
-  /// The statement as this server takes it. PostgreSQL has one database at a time: the databases
-  /// master and msdb of three-part names are schemas there, master.dbo.sysdatabases is its
-  /// catalogue. Throws PlatformError for a name in another database.
+  /// The statement as this server takes it. Throws PlatformError for a name in another database on
+  /// PostgreSQL.
   std::string Resolve(std::string_view sql) const;
 
   /// Catalogue and schema of a table that is named by its parts; empty ones are left open.
@@ -58,11 +58,8 @@ class OdbcDialect {
   std::string SchemaQuery() const;
 
  private:
-  bool IsCurrent(const std::string& database) const;
-  std::string PostgreSqlPrefix(const TableName& name, int line) const;
-
   OdbcServer server_;
-  std::string asked_, connected_;
+  PostgreSqlNames postgreSqlNames_;
 };
 
 }  // namespace torvik

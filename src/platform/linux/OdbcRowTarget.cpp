@@ -5,48 +5,10 @@
 #include "platform/Text.h"
 #include "platform/linux/OdbcCatalogue.h"
 #include "platform/linux/OdbcStatement.h"
+#include "platform/linux/OdbcUndo.h"
 
 namespace torvik {
 namespace {
-
-constexpr const char* kPoint = "torvik_row";
-
-/// A transaction, or a point in the one that is open, to which everything is undone that has not
-/// been kept at the end of the scope.
-class Undo {
- public:
-  explicit Undo(OdbcSession& session) : session_(session), isOwn_(!session.InTransaction()) {
-    if (isOwn_) {
-      session_.BeginTrans();
-    } else {
-      session_.SetPoint(kPoint);
-    }
-  }
-  ~Undo() {
-    if (kept_) return;
-    try {
-      if (isOwn_) {
-        session_.EndTrans(false);
-      } else {
-        session_.RollbackToPoint(kPoint);
-      }
-    } catch (const PlatformError&) {
-      // An error here has been reported already: it is the one that led here.
-    }
-  }
-  Undo(const Undo&) = delete;
-  Undo& operator=(const Undo&) = delete;
-
-  void Keep() {
-    if (isOwn_) session_.EndTrans(true);
-    kept_ = true;
-  }
-
- private:
-  OdbcSession& session_;
-  const bool isOwn_;
-  bool kept_ = false;
-};
 
 class OdbcRowTarget final : public RowTarget {
  public:
@@ -77,7 +39,7 @@ class OdbcRowTarget final : public RowTarget {
   }
 
   std::int64_t UpdateOneRow(const std::string& sql, const Row& parameters) override {
-    Undo undo(*session_);
+    OdbcUndo undo(*session_, "torvik_row");
     OdbcStatement update(*session_);
     update.Prepare(sql);
     const std::int64_t rows = update.ExecutePrepared(AsText(parameters));

@@ -3,9 +3,10 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <algorithm>
 #include <utility>
 
-#include "platform/linux/OdbcErrors.h"
+#include "platform/linux/OdbcBulkCopy.h"
 #include "platform/linux/OdbcStatement.h"
 #include "platform/linux/Utf16.h"
 
@@ -83,15 +84,19 @@ void OdbcSession::Connect(const OdbcLogon& logon, int timeoutSeconds) {
     throw Failure(SQL_HANDLE_ENV, environment_);
   SQLSetConnectAttr(connection_, SQL_ATTR_LOGIN_TIMEOUT,
                     Pointer(static_cast<std::uintptr_t>(std::max(timeoutSeconds, 1))), 0);
+  family_ = FamilyOf(logon.place.driver);
+  if constexpr (TORVIK_HAS_BULK_COPY)
+    if (family_ == OdbcFamily::FreeTds) OdbcBulkCopy::Enable(connection_);
   std::u16string text = ToUtf16(ConnectionText(logon));
   if (!SQL_SUCCEEDED(SQLDriverConnectW(
           connection_, nullptr, reinterpret_cast<SQLWCHAR*>(text.data()),
           static_cast<SQLSMALLINT>(text.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT))) {
-    auto errors = OdbcErrors(SQL_HANDLE_DBC, connection_);
+    const auto diagnostics = OdbcDiagnostics(SQL_HANDLE_DBC, connection_);
+    auto errors = ErrorsOf(diagnostics);
     const std::string advice = Advice(errors, logon);
     if (!advice.empty()) errors.push_back({0, advice});
     errors.push_back({0, "asked for: " + ShownConnectionText(logon)});
-    throw Keep(std::move(errors), "");
+    throw Keep(std::move(errors), "", IsTransient(diagnostics));
   }
   isConnected_ = true;
   dialect_ =
@@ -119,21 +124,36 @@ bool OdbcSession::IsAlive() const {
 }
 
 PlatformError OdbcSession::Failure(short handleType, void* handle, const std::string& place) {
-  auto errors = OdbcErrors(handleType, handle);
+  return Failure(OdbcDiagnostics(handleType, handle), place);
+}
+
+PlatformError OdbcSession::Failure(std::vector<OdbcDiagnostic> diagnostics,
+                                   const std::string& place) {
+  diagnostics_ = std::move(diagnostics);
+  auto errors = ErrorsOf(diagnostics_);
   // A driver may clear its errors when it is told to cancel.
   if (errors.empty() && cancelled_) errors = {{0, "the statement was cancelled"}};
-  if (!IsAlive()) errors.push_back({0, "the connection to the server is lost; open it again"});
-  return Keep(std::move(errors), place);
+  const bool isLost = !IsAlive();
+  if (isLost) errors.push_back({0, "the connection to the server is lost; open it again"});
+  return Keep(std::move(errors), place, !cancelled_ && (isLost || IsTransient(diagnostics_)));
+}
+
+bool OdbcSession::IsRowAtFault(const PlatformError& error) const {
+  return !cancelled_ && !error.isTransient && !diagnostics_.empty() &&
+         torvik::IsRefusal(diagnostics_[0]) && IsAlive();
 }
 
 PlatformError OdbcSession::Refusal(const std::string& reason) {
   return Keep({{0, reason}}, "");
 }
 
-PlatformError OdbcSession::Keep(std::vector<ado::ProviderError> errors, const std::string& place) {
+PlatformError OdbcSession::Keep(std::vector<ado::ProviderError> errors, const std::string& place,
+                                bool isTransient) {
   errors_ = std::move(errors);
   if (!place.empty() && !errors_.empty()) errors_[0].description.insert(0, place + ": ");
-  return PlatformError(errors_.empty() ? 0 : errors_[0].number, InOneLine(errors_), kSource);
+  PlatformError error(errors_.empty() ? 0 : errors_[0].number, InOneLine(errors_), kSource);
+  error.isTransient = isTransient;
+  return error;
 }
 
 void OdbcSession::BeginStatement() {
@@ -167,6 +187,9 @@ void OdbcSession::BeginTrans() {
   }
   inTransaction_ = true;
   points_.clear();
+  // PostgreSQL's driver undoes the whole transaction when the first statement in it fails that is
+  // no savepoint, and the points with it.
+  if (dialect_->Server() == OdbcServer::PostgreSql) Run("SELECT 1");
 }
 
 void OdbcSession::EndTrans(bool commit) {
@@ -186,13 +209,20 @@ void OdbcSession::EndTrans(bool commit) {
 void OdbcSession::SetPoint(const std::string& point) {
   if (!inTransaction_) throw Refusal("a savepoint needs a transaction, and none is open");
   const std::string release = dialect_->ReleasePointSql(point);
-  if (points_.count(point) > 0 && !release.empty()) Run(release);
+  // A point goes with those that were set after it.
+  const auto earlier = std::ranges::find(points_, point);
+  if (earlier != points_.end()) {
+    points_.erase(earlier, points_.end());
+    if (!release.empty()) Run(release);
+  }
   Run(dialect_->SetPointSql(point));
-  points_.insert(point);
+  points_.push_back(point);
 }
 
 void OdbcSession::RollbackToPoint(const std::string& point) {
   Run(dialect_->RollbackToPointSql(point));
+  const auto set = std::ranges::find(points_, point);
+  if (set != points_.end()) points_.erase(set + 1, points_.end());
 }
 
 OdbcSession::Running::Running(OdbcSession& session, void* statement) : session_(session) {

@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/OdbcDialect.h"
+#include "platform/linux/OdbcErrors.h"
 #include "platform/linux/OdbcLogon.h"
 
 namespace torvik {
@@ -35,6 +35,7 @@ class OdbcSession {
 
   void* Handle() const { return connection_; }
   const OdbcDialect& Dialect() const { return *dialect_; }
+  OdbcFamily Family() const { return family_; }
 
   /// False once the server has gone away.
   bool IsAlive() const;
@@ -43,8 +44,14 @@ class OdbcSession {
   /// kept in Errors().
   PlatformError Failure(short handleType, void* handle, const std::string& place = "");
 
+  /// The same of what it has reported earlier.
+  PlatformError Failure(std::vector<OdbcDiagnostic> diagnostics, const std::string& place);
+
   /// An error that is not the driver's own. Also kept in Errors().
   PlatformError Refusal(const std::string& reason);
+
+  /// True when the failure just made lies in the row that was to be stored.
+  bool IsRowAtFault(const PlatformError& error) const;
 
   const std::vector<ado::ProviderError>& Errors() const { return errors_; }
 
@@ -77,6 +84,8 @@ class OdbcSession {
     OdbcSession& session_;
   };
   void Cancel();
+  /// True when the running statement, or else the last one, has been cancelled.
+  bool IsCancelled() const { return cancelled_; }
 
   /// A text about the connection (SQLGetInfo).
   std::string Info(unsigned short what) const;
@@ -88,17 +97,20 @@ class OdbcSession {
   void Connect(const OdbcLogon& logon, int timeoutSeconds);
   void Close();
   void SetAutocommit(bool on);
-  PlatformError Keep(std::vector<ado::ProviderError> errors, const std::string& place);
+  PlatformError Keep(std::vector<ado::ProviderError> errors, const std::string& place,
+                     bool isTransient = false);
 
   void* environment_ = nullptr;
   void* connection_ = nullptr;
   bool isConnected_ = false;
   bool carriesOneStatement_ = true;
+  OdbcFamily family_ = OdbcFamily::Other;
   std::unique_ptr<OdbcDialect> dialect_;
   std::vector<ado::ProviderError> errors_;
+  std::vector<OdbcDiagnostic> diagnostics_;  ///< Of the last failure.
   PendingRows* pendingRows_ = nullptr;
   bool inTransaction_ = false;
-  std::set<std::string> points_;  ///< Of the transaction.
+  std::vector<std::string> points_;  ///< Of the transaction, in their order.
   std::string defaultSchema_;
   bool knowsDefaultSchema_ = false;
   std::mutex runningGuard_;

@@ -4,59 +4,14 @@
 #include <sqlext.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <optional>
 
+#include "platform/linux/OdbcValueText.h"
+#include "platform/linux/ServerValues.h"
 #include "platform/linux/Utf16.h"
 
 namespace torvik {
-namespace {
-
-/// A decimal as a number where that loses nothing, else as its digits.
-ado::Value ExactNumber(std::string text) {
-  if (!text.empty() && text[0] == '.') text.insert(0, 1, '0');
-  if (text.rfind("-.", 0) == 0) text.insert(1, 1, '0');
-  const char* end = text.data() + text.size();
-  std::int64_t whole = 0;
-  if (const auto read = std::from_chars(text.data(), end, whole);
-      read.ec == std::errc() && read.ptr == end)
-    return whole;
-  constexpr std::size_t kDigitsOfDouble = 15;
-  double real = 0;
-  const auto read = std::from_chars(text.data(), end, real);
-  const bool isWhollyRead = read.ec == std::errc() && read.ptr == end;
-  if (isWhollyRead && text.size() <= kDigitsOfDouble + 1) return real;
-  return text;
-}
-
-std::string DateText(const SQL_DATE_STRUCT& date) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", date.year, date.month, date.day);
-  return text;
-}
-
-/// The fraction, in billionths of a second, without zeros behind.
-std::string MomentText(const SQL_TIMESTAMP_STRUCT& moment) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%09u", moment.year, moment.month,
-                moment.day, moment.hour, moment.minute, moment.second,
-                static_cast<unsigned>(moment.fraction));
-  std::string result = text;
-  result.erase(result.find_last_not_of('0') + 1);
-  if (result.back() == '.') result.pop_back();
-  return result;
-}
-
-/// As SQL Server spells a uniqueidentifier.
-std::string InCapitals(std::string text) {
-  for (char& c : text)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-  return text;
-}
-
-}  // namespace
-
 OdbcStatement::OdbcStatement(OdbcSession& session) : session_(session) {
   session_.BeginStatement();
   if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, session_.Handle(), &handle_)))
@@ -113,7 +68,7 @@ void OdbcStatement::Prepare(const std::string& sql) {
                     static_cast<SQLINTEGER>(text.size())));
 }
 
-std::int64_t OdbcStatement::ExecutePrepared(const std::vector<ado::Value>& values) {
+std::int64_t OdbcStatement::ExecutePrepared(std::span<const ado::Value> values) {
   while (parameters_.size() < values.size()) parameters_.emplace_back();
   for (std::size_t i = 0; i < values.size(); ++i)
     Check(parameters_[i].Set(handle_, static_cast<std::uint16_t>(i + 1), values[i]));
@@ -158,7 +113,7 @@ void OdbcStatement::DescribeColumns() {
       case SQL_GUID: fetch = Fetch::Identifier; break;
       default: break;
     }
-    columns_.push_back({FromUtf16(name), fetch});
+    columns_.push_back({FromUtf16(name), fetch, size});
   }
   isAtEnd_ = false;
   session_.SetPendingRows(this);
@@ -184,17 +139,18 @@ ado::Value OdbcStatement::Column(int column) const {
 bool OdbcStatement::FetchRow(Values& row) {
   const OdbcSession::Running running(session_, handle_);
   const SQLRETURN code = SQLFetch(handle_);
-  if (code == SQL_NO_DATA) {
-    isAtEnd_ = true;
-    session_.ForgetPendingRows(this);
-    if (session_.Dialect().RunsAsItIsRead()) RunRest();
-    return false;
-  }
+  if (code == SQL_NO_DATA) return EndRows(), false;
   Check(code);
   row.clear();
   for (std::size_t i = 0; i < columns_.size(); ++i)
     row.push_back(Get(static_cast<std::uint16_t>(i + 1), columns_[i].fetch));
   return true;
+}
+
+void OdbcStatement::EndRows() {
+  isAtEnd_ = true;
+  session_.ForgetPendingRows(this);
+  if (session_.Dialect().RunsAsItIsRead() && !leavesRest_) RunRest();
 }
 
 /// The statements behind a query in the same text; to close the query would cancel them.

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,13 @@ class OdbcStatement final : public QueryRows, private PendingRows {
   /// Compiles a text with a marker "?" for each parameter.
   void Prepare(const std::string& sql);
   /// Runs what was prepared with one value for each marker; answers the rows changed.
-  std::int64_t ExecutePrepared(const std::vector<ado::Value>& values);
+  std::int64_t ExecutePrepared(std::span<const ado::Value> values);
+
+  /// Ends the rows that someone else has fetched to their end by the handle.
+  void EndRows();
+
+  /// Leaves the statements behind a query in the same text to ExecuteRest().
+  void LeaveRest() { leavesRest_ = true; }
 
   /// Runs a catalogue function of ODBC on this statement, given its handle; then its rows are here.
   void RunCatalogue(const std::function<short(void* statement)>& function);
@@ -42,13 +49,16 @@ class OdbcStatement final : public QueryRows, private PendingRows {
   bool Step() override;
   ado::Value Column(int column) const override;
 
- private:
   /// How a column's values are fetched.
   enum class Fetch { Whole, Truth, Real, Exact, Date, Moment, Bytes, Identifier, Text };
   struct ColumnInfo {
     std::string name;
     Fetch fetch;
+    std::size_t size;  ///< Of a text in characters, of bytes; 0: as the driver does not say.
   };
+  const std::vector<ColumnInfo>& Columns() const { return columns_; }
+
+ private:
   using Values = std::vector<ado::Value>;
 
   void ReadToEnd() override;
@@ -70,6 +80,7 @@ class OdbcStatement final : public QueryRows, private PendingRows {
   std::deque<Values> readAhead_;
   bool isAtEnd_ = true;
   bool hasStarted_ = false;
+  bool leavesRest_ = false;
 };
 
 }  // namespace torvik

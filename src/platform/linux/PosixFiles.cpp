@@ -8,7 +8,10 @@
 #include <filesystem>
 
 #include "platform/CodePage.h"
+#include "platform/linux/GzipFile.h"
+#include "platform/linux/MoveFile.h"
 #include "platform/linux/Posix.h"
+#include "platform/linux/PosixStreams.h"
 #include "platform/linux/ReplaceFile.h"
 
 namespace torvik {
@@ -48,23 +51,6 @@ std::error_code CopyBytes(int from, int to) {
   }
 }
 
-class PosixReader final : public FileReader {
- public:
-  explicit PosixReader(Descriptor file) : file_(std::move(file)) {}
-
-  std::size_t Read(char* buffer, std::size_t capacity, std::error_code& error) override {
-    ssize_t got = 0;
-    do {
-      got = read(file_.Number(), buffer, capacity);
-    } while (got < 0 && errno == EINTR);
-    error = got < 0 ? LastSystemError() : std::error_code();
-    return got < 0 ? 0 : static_cast<std::size_t>(got);
-  }
-
- private:
-  Descriptor file_;
-};
-
 class PosixFiles final : public Files {
  public:
   PosixFiles(const PathMap& paths, const CodePage& ansi, std::string temporaryDirectory)
@@ -85,6 +71,16 @@ class PosixFiles final : public Files {
     return {};
   }
 
+  std::error_code Status(const std::string& path, FileStatus& status) override {
+    std::error_code error;
+    struct stat found {};
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error || (error = StatusOf(linuxPath, found)) || (error = MustBePlain(found))) return error;
+    status = {static_cast<std::uint64_t>(found.st_size),
+              found.st_mtim.tv_sec * std::int64_t{1000000000} + found.st_mtim.tv_nsec};
+    return {};
+  }
+
   std::error_code CheckReadable(const std::string& path) override {
     std::error_code error;
     OpenPlain(path, error);
@@ -94,22 +90,43 @@ class PosixFiles final : public Files {
   std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) override {
     Descriptor file = Open(path, O_RDONLY, error);
     if (error) return nullptr;
-    posix_fadvise(file.Number(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    return std::make_unique<PosixReader>(std::move(file));
+    return NewPosixReader(std::move(file));
+  }
+
+  std::unique_ptr<FileReader> OpenUnpacked(const std::string& path, Compression compression,
+                                           std::error_code& error) override {
+    auto file = OpenRead(path, error);
+    if (!file || compression == Compression::None) return file;
+    return NewGzipReader(std::move(file), compression);
+  }
+
+  std::unique_ptr<FileWriter> OpenWrite(const std::string& path, bool append,
+                                        Compression compression, std::error_code& error) override {
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return nullptr;
+    auto file = NewPosixWriter(linuxPath, append, kNewFileMode, error);
+    const bool packs = compression == Compression::Gzip ||
+                       (compression == Compression::Auto && path.ends_with(".gz"));
+    return file && packs ? NewGzipWriter(std::move(file), error) : std::move(file);
   }
 
   std::error_code AppendText(const std::string& path, std::string_view text) override {
+    return AppendBytes(path, ansi_.Encode(text));
+  }
+  std::error_code AppendBytes(const std::string& path, std::string_view bytes) override {
     std::error_code error;
     Descriptor file = Open(path, O_WRONLY | O_APPEND | O_CREAT, error, kNewFileMode);
-    if (error || (error = WriteAll(file.Number(), ansi_.Encode(text)))) return error;
+    if (error || (error = WriteAll(file.Number(), bytes))) return error;
     return file.Close();
   }
 
   std::error_code ReplaceText(const std::string& path, std::string_view text) override {
+    return ReplaceBytes(path, ansi_.Encode(text));
+  }
+  std::error_code ReplaceBytes(const std::string& path, std::string_view bytes) override {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return error;
-    const std::string bytes = ansi_.Encode(text);
     struct stat status {};
     const bool isPlain = StatusOf(linuxPath, status) || S_ISREG(status.st_mode);
     if (isPlain) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
@@ -122,6 +139,19 @@ class PosixFiles final : public Files {
     const Descriptor source = OpenPlain(from, error);
     if (error || IsSameFile(from, to)) return error;  // opening it for writing would empty it
     return CopyInto(source, to, O_TRUNC);
+  }
+
+  std::error_code CopyWhole(const std::string& from, const std::string& to,
+                            bool overwrite) override {
+    return WithBoth(from, to, [&](const std::string& linuxFrom, const std::string& linuxTo) {
+      return CopyWholeFile(linuxFrom, linuxTo, overwrite);
+    });
+  }
+
+  std::error_code Move(const std::string& from, const std::string& to, bool overwrite) override {
+    return WithBoth(from, to, [&](const std::string& linuxFrom, const std::string& linuxTo) {
+      return MoveFile(linuxFrom, linuxTo, overwrite);
+    });
   }
 
   std::error_code AppendFile(const std::string& from, const std::string& to) override {
@@ -190,6 +220,15 @@ class PosixFiles final : public Files {
   }
 
  private:
+  template <typename Action>
+  std::error_code WithBoth(const std::string& from, const std::string& to, const Action& action) {
+    std::error_code error;
+    const std::string linuxFrom = paths_.ToLinux(from, error);
+    if (error) return error;
+    const std::string linuxTo = paths_.ToLinux(to, error);
+    return error ? error : action(linuxFrom, linuxTo);
+  }
+
   Descriptor Open(const std::string& path, int flags, std::error_code& error, mode_t mode = 0) {
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return Descriptor();

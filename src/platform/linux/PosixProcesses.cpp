@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <optional>
 
 #include "platform/linux/ChildProcess.h"
 #include "platform/linux/CommandText.h"
@@ -28,6 +30,10 @@ class RunningChild {
   }
   RunningChild(const RunningChild&) = delete;
   RunningChild& operator=(const RunningChild&) = delete;
+
+  /// Sends a signal to the child and to what it has started; to what is left of that when the child
+  /// has ended and Wait has not been called.
+  void Signal(int signal) const { kill(-id_, signal); }
 
   /// The exit code; 128 + signal number when a signal ended it.
   int Wait() {
@@ -60,17 +66,52 @@ bool HasInput(int pipe) {
   return poll(&input, 1, 0) == 1 && (input.revents & POLLIN) != 0;
 }
 
-/// Reads until the output ends, or the child: what it has left behind may hold the output open.
-void ReadOutput(int pipe, pid_t child, LineSplitter& lines) {
+/// Ends a child, and what it has started, once the caller wants it.
+class Ending {
+ public:
+  Ending(const std::atomic<bool>* wanted, const RunningChild& child,
+         std::chrono::milliseconds grace)
+      : wanted_(wanted), child_(child), grace_(grace) {}
+
+  /// How long a wait may take before Look is called again, in milliseconds; -1: for ever.
+  int Patience() const { return wanted_ == nullptr ? -1 : kSliceMilliseconds; }
+
+  void Look() {
+    if (wanted_ == nullptr || !*wanted_) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (!begin_) {
+      begin_ = now;
+      child_.Signal(SIGTERM);
+      child_.Signal(SIGCONT);  // one that stands still would not hear of it
+    } else if (now - *begin_ >= grace_) {
+      child_.Signal(SIGKILL);
+    }
+  }
+
+  bool HasBegun() const { return begin_.has_value(); }
+
+ private:
+  static constexpr int kSliceMilliseconds = 50;
+
+  const std::atomic<bool>* wanted_;
+  const RunningChild& child_;
+  const std::chrono::milliseconds grace_;
+  std::optional<std::chrono::steady_clock::time_point> begin_;
+};
+
+/// Reads until the child ends: what it has left behind may hold the output open.
+void ReadOutput(int pipe, pid_t child, LineSplitter& lines, Ending& ending) {
   const Descriptor childEnd = OpenProcess(child);
   pollfd events[] = {{pipe, POLLIN, 0}, {childEnd.Number(), POLLIN, 0}};
-  for (;;) {
-    if (poll(events, 2, -1) < 0) {
+  while (events[1].revents == 0) {
+    if (poll(events, 2, ending.Patience()) < 0) {
       if (errno == EINTR) continue;
       return;
     }
-    if (events[0].revents != 0 && !ReadSome(pipe, lines)) return;
-    if (events[1].revents != 0) break;
+    ending.Look();
+    if (events[0].revents == 0 || ReadSome(pipe, lines)) continue;
+    if (!childEnd.IsOpen()) return;
+    events[0].fd = -1;
   }
   while (HasInput(pipe) && ReadSome(pipe, lines)) {
   }
@@ -78,7 +119,8 @@ void ReadOutput(int pipe, pid_t child, LineSplitter& lines) {
 
 class PosixProcesses final : public Processes {
  public:
-  explicit PosixProcesses(const PathMap& paths) : paths_(paths) {
+  PosixProcesses(const PathMap& paths, std::chrono::milliseconds grace)
+      : paths_(paths), grace_(grace) {
     // Whoever started the program may have had it ignored, and exit codes would then be lost.
     signal(SIGCHLD, SIG_DFL);
   }
@@ -120,8 +162,12 @@ class PosixProcesses final : public Processes {
     exit.started = true;
     RunningChild running(child);
     LineSplitter lines(onLine);
-    ReadOutput(reading.Number(), child, lines);
+    Ending ending(request.cancelled, running, grace_);
+    ReadOutput(reading.Number(), child, lines, ending);
     lines.Finish();
+    exit.cancelled = ending.HasBegun();
+    // What did not end with the program does not stay behind.
+    if (exit.cancelled) running.Signal(SIGKILL);
     exit.exitCode = running.Wait();
     return exit;
   }
@@ -157,12 +203,14 @@ class PosixProcesses final : public Processes {
   }
 
   const PathMap paths_;
+  const std::chrono::milliseconds grace_;
 };
 
 }  // namespace
 
-std::unique_ptr<Processes> NewPosixProcesses(const PathMap& paths) {
-  return std::make_unique<PosixProcesses>(paths);
+std::unique_ptr<Processes> NewPosixProcesses(const PathMap& paths,
+                                             std::chrono::milliseconds grace) {
+  return std::make_unique<PosixProcesses>(paths, grace);
 }
 
 }  // namespace torvik

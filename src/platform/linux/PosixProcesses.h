@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "platform/Process.h"
@@ -12,7 +13,8 @@ namespace torvik {
 /// default signal actions. One started by Run has a process group of its own, so that the
 /// terminal's Ctrl-C does not reach it, and is killed when the caller's thread ends; Run returns
 /// when it has ended, even if it has left others behind that hold its output open. Lines longer
-/// than 8 KiB come in pieces.
-std::unique_ptr<Processes> NewPosixProcesses(const PathMap& paths = {});
+/// than 8 KiB come in pieces. `grace` is how long a program that is told to end may take for that.
+std::unique_ptr<Processes> NewPosixProcesses(
+    const PathMap& paths = {}, std::chrono::milliseconds grace = std::chrono::seconds(5));
 
 }  // namespace torvik

@@ -54,9 +54,9 @@ class FileReplacement::Beside {
   bool IsOpen() const { return file_.IsOpen(); }
   int Number() const { return file_.Number(); }
 
-  std::error_code RenameTo(const std::string& path) {
+  std::error_code RenameTo(const std::string& path, bool overwrite = true) {
     if (const auto error = file_.Close()) return error;
-    if (rename(path_.c_str(), path.c_str()) != 0) return LastSystemError();
+    if (const auto error = RenameFile(path_, path, overwrite)) return error;
     isMade_ = false;
     return {};
   }
@@ -119,6 +119,27 @@ std::error_code FileReplacement::Commit() {
   if (const auto error = Sync()) return error;
   if (const auto error = PutInPlace()) return error;
   return SyncDirectoryOf(target_);
+}
+
+std::error_code FileReplacement::CommitAs(const struct stat& like, bool overwrite) {
+  const timespec times[] = {like.st_atim, like.st_mtim};
+  if (fchmod(beside_->Number(), like.st_mode & 0777) != 0 ||
+      futimens(beside_->Number(), times) != 0 || fsync(beside_->Number()) != 0)
+    return LastSystemError();
+  if (const auto error = beside_->RenameTo(target_, overwrite)) return error;
+  return SyncDirectoryOf(target_);
+}
+
+std::error_code RenameFile(const std::string& from, const std::string& to, bool overwrite) {
+  const auto done = [](int result) { return result == 0 ? std::error_code() : LastSystemError(); };
+  if (overwrite) return done(rename(from.c_str(), to.c_str()));
+  const auto error =
+      done(renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE));
+  if (error != std::errc::invalid_argument && error != std::errc::function_not_supported)
+    return error;
+  // Not every file system can: there a second name is made, which fails when `to` is one already.
+  if (link(from.c_str(), to.c_str()) != 0) return LastSystemError();
+  return done(unlink(from.c_str()));
 }
 
 std::error_code SyncDirectoryOf(const std::string& path) {

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <system_error>
 
+struct stat;
+
 namespace torvik {
 
 /// Makes `bytes` the whole content of the file: written beside it, brought to disk and renamed over
@@ -29,6 +31,9 @@ class FileReplacement {
 
   /// Sync, PutInPlace and SyncDirectory in one.
   std::error_code Commit();
+  /// Commit with the mode and the times of another file. Unless `overwrite` is set, a file that
+  /// has come about at the path stays, and the error is file_exists.
+  std::error_code CommitAs(const struct stat& like, bool overwrite);
   /// Brings the bytes to disk.
   std::error_code Sync();
   /// Renames; the file must have been synced.
@@ -43,6 +48,10 @@ class FileReplacement {
   std::unique_ptr<Beside> beside_;
   std::size_t unsent_ = 0;
 };
+
+/// Renames a file. Unless `overwrite` is set, a `to` that exists stays, and the error is
+/// file_exists.
+std::error_code RenameFile(const std::string& from, const std::string& to, bool overwrite);
 
 /// Brings the names in the directory of `path` to disk.
 std::error_code SyncDirectoryOf(const std::string& path);

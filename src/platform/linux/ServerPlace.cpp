@@ -2,6 +2,7 @@
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
+#include "platform/linux/OdbcLogon.h"
 #include "platform/linux/Settings.h"
 
 namespace torvik {
@@ -78,6 +79,13 @@ OdbcPlace PlaceOfSection(const Settings& settings, const std::string& provider,
   return place;
 }
 
+/// A data source may say more than a library of the server's own understands.
+ServerPlace PlaceByOdbc(const OdbcPlace& place) {
+  const bool isPostgreSql =
+      place.dataSource.empty() && FamilyOf(place.driver) == OdbcFamily::PostgreSql;
+  return {isPostgreSql ? ServerPlace::Kind::PostgreSql : ServerPlace::Kind::Odbc, "", place};
+}
+
 std::string FilePath(const Settings& settings, const std::string& path) {
   std::error_code error;
   const PathMap paths = settings.Paths();
@@ -102,10 +110,15 @@ ServerPlace FindServerPlace(const Settings& settings, const std::string& provide
                             const std::string& server, const DataSourceDriver& driverOf) {
   using Kind = ServerPlace::Kind;
   if (const ServerSettings* section = settings.FindServer(server)) {
-    if (section->backend == "embedded") return {Kind::Embedded, section->directory, {}};
-    const OdbcPlace place = PlaceOfSection(settings, provider, server, *section, driverOf);
+    if (section->backend == "embedded")
+      return {Kind::Embedded, section->directory, {}, section->durability};
+    OdbcPlace place = PlaceOfSection(settings, provider, server, *section, driverOf);
+    if (section->backend == "postgresql") {
+      place.driver.clear();
+      return {Kind::PostgreSql, "", place};
+    }
     if (place.driver.empty() && place.dataSource.empty()) throw NoDriver(provider, server);
-    return {Kind::Odbc, "", place};
+    return PlaceByOdbc(place);
   }
   if (IsFileProvider(provider) && settings.FindProvider(provider) == nullptr)
     return {Kind::TableFile, FilePath(settings, server), {}};
@@ -118,7 +131,7 @@ ServerPlace FindServerPlace(const Settings& settings, const std::string& provide
   }
   if (place.driver.empty()) throw NoDriver(provider, server);
   SetHost(place, server);
-  return {Kind::Odbc, "", place};
+  return PlaceByOdbc(place);
 }
 
 }  // namespace torvik

@@ -4,14 +4,18 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/EmbeddedDurability.h"
+
 namespace torvik {
 
 struct Settings;
 
-/// How an ODBC driver reaches a server: by a data source name, or by a driver and a host.
+/// How a server is reached: by an ODBC data source name, by a driver and a host or, for PostgreSQL,
+/// by its own library and a host.
 struct OdbcPlace {
   std::string dataSource;  ///< Of odbc.ini.
-  std::string driver;      ///< Of odbcinst.ini; with a data source, the one it uses.
+  std::string driver;      ///< Of odbcinst.ini; with a data source, the one it uses. May be empty
+                           ///< for PostgreSQL.
   std::string host;        ///< As the driver spells it; an instance may follow a '\'.
   std::string port;
   std::string database;                        ///< When the connection names none.
@@ -20,9 +24,10 @@ struct OdbcPlace {
 
 /// What stands behind a server text.
 struct ServerPlace {
-  enum class Kind { Embedded, TableFile, Odbc } kind = Kind::Embedded;
+  enum class Kind { Embedded, TableFile, Odbc, PostgreSql } kind = Kind::Embedded;
   std::string path;  ///< The embedded server's directory, or the workbook or Access file.
-  OdbcPlace odbc;
+  OdbcPlace odbc;    ///< Of PostgreSQL too; a driver that is named may be used for it.
+  EmbeddedDurability durability = {};  ///< Of an embedded server.
 };
 
 /// Answers the driver of an ODBC data source; empty when there is no such data source.

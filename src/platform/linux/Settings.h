@@ -4,15 +4,20 @@
 #include <map>
 #include <string>
 
+#include "platform/Mail.h"
 #include "platform/linux/PathMap.h"
+
+#include "platform/linux/EmbeddedDurability.h"
 
 namespace torvik {
 
 /// A section [server NAME].
 struct ServerSettings {
-  std::string backend;                         ///< "embedded" or "odbc".
-  std::string directory;                       ///< Of an embedded server.
-  std::map<std::string, std::string> options;  ///< Further keys of an odbc server, small letters.
+  std::string backend;    ///< "embedded", "odbc" or "postgresql".
+  std::string directory;  ///< Of an embedded server.
+  std::map<std::string, std::string> options =
+      {};                              ///< Further keys, small letters; none of an embedded one.
+  EmbeddedDurability durability = {};  ///< Of an embedded server.
 };
 
 /// A section [provider NAME].
@@ -30,6 +35,18 @@ struct FtpSettings {
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
   int port = 21;                  ///< Of every server.
+};
+
+/// The section [mail].
+struct MailSettings {
+  std::string server = {};        ///< Empty: a step that sends mail must name one.
+  int port = 0;                   ///< 0: 465 for smtps, else 25.
+  MailTls tls = MailTls::Try;     ///< With a user, Try is Require: passwords need protection.
+  std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
+  std::string user = {};          ///< Empty: no logon.
+  std::string passwordFile = {};
+  std::string from = {};
+  int timeoutSeconds = 30;  ///< To connect, and for a server that is silent in between.
 };
 
 /// How a section [smb HOST] has us use the shares of a server.
@@ -55,6 +72,7 @@ struct Settings {
   std::map<std::string, ProviderSettings> providers;  ///< By small letters, without ".1" behind.
 
   FtpSettings ftp;
+  MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.
 
   /// The server of that name, letter case aside, or null.

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kLongestTimeout = 3600;
 constexpr int kLargestPort = 65535;
+constexpr const char* kBackends = "there are embedded, odbc and postgresql";
 
 /// The value without the comment behind it, which begins with a blank and a semicolon outside of
 /// quotes.
@@ -38,6 +39,10 @@ std::string Behind(std::string_view word, std::string_view text) {
 
 std::string UnlessAbsolute(const std::string& directory) {
   return directory.rfind('/', 0) == 0 ? "" : "a directory is given by its full path, from / on";
+}
+
+std::string UnlessFile(const std::string& path) {
+  return path.starts_with('/') ? "" : "a file is given by its full path, from / on";
 }
 
 /// A whole number from 1 on; `what` says what it is.
@@ -78,8 +83,37 @@ std::string ReadSmbKey(const std::string& key, const std::string& value, SmbSett
   *text->second = value;
   if (!smb.password.empty() && !smb.credentials.empty())
     return "password and credentials exclude each other; leave one of them out";
-  const bool isRelative = key == "credentials" && !value.starts_with('/');
-  return isRelative ? "a file is given by its full path, from / on" : "";
+  return key == "credentials" ? UnlessFile(value) : "";
+}
+
+/// Takes one key of the section [mail] over.
+std::string ReadMailKey(const std::string& key, const std::string& value, MailSettings& mail) {
+  const std::pair<const char*, MailTls> ways[] = {{"off", MailTls::Off},
+                                                  {"try", MailTls::Try},
+                                                  {"require", MailTls::Require},
+                                                  {"smtps", MailTls::Smtps}};
+  if (key == "tls") {
+    const auto way = std::find_if(std::begin(ways), std::end(ways), [&](const auto& known) {
+      return EqualsIgnoringCase(value, known.first);
+    });
+    if (way == std::end(ways)) return "tls is off, try, require or smtps";
+    mail.tls = way->second;
+    return {};
+  }
+  if (key == "port") return ReadPort(value, mail.port);
+  if (key == "timeout") return ReadTimeout(value, mail.timeoutSeconds);
+  const std::pair<const char*, std::string*> texts[] = {{"server", &mail.server},
+                                                        {"user", &mail.user},
+                                                        {"from", &mail.from},
+                                                        {"password_file", &mail.passwordFile},
+                                                        {"certificates", &mail.certificates}};
+  const auto text = std::find_if(std::begin(texts), std::end(texts),
+                                 [&](const auto& known) { return key == known.first; });
+  if (text == std::end(texts))
+    return "[mail] has no key \"" + key +
+           "\"; there are server, port, tls, certificates, user, password_file, from, timeout";
+  *text->second = value;
+  return key == "password_file" || key == "certificates" ? UnlessFile(value) : "";
 }
 
 /// Reads line by line. Each function answers what is wrong, or the empty text.
@@ -101,7 +135,7 @@ class SettingsParser {
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, Ftp, Smb };
+  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Smb };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -128,6 +162,8 @@ class SettingsParser {
       section_ = Section::Paths;
     } else if (EqualsIgnoringCase(name, "ftp")) {
       section_ = Section::Ftp;
+    } else if (EqualsIgnoringCase(name, "mail")) {
+      section_ = Section::Mail;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -139,8 +175,8 @@ class SettingsParser {
       settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
-             "] is not known; there are [text], [paths], [ftp], [smb], [smb HOST], [server NAME], "
-             "[provider NAME]";
+             "] is not known; there are [text], [paths], [ftp], [mail], [smb], [smb HOST], "
+             "[server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -158,6 +194,7 @@ class SettingsParser {
       case Section::Server: return ReadServerKey(key, value);
       case Section::Provider: ReadProviderKey(key, value); break;
       case Section::Ftp: return ReadFtpKey(key, value);
+      case Section::Mail: return ReadMailKey(key, value, settings_.mail);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -200,9 +237,9 @@ class SettingsParser {
     ServerSettings& server = settings_.servers[name_];
     if (key == "backend") {
       server.backend = LowerAscii(value);
-      const bool isKnown = server.backend == "embedded" || server.backend == "odbc";
-      return isKnown ? ""
-                     : "the backend \"" + value + "\" is not known; there are embedded and odbc";
+      for (const char* known : {"embedded", "odbc", "postgresql"})
+        if (server.backend == known) return "";
+      return "the backend \"" + value + "\" is not known; " + kBackends;
     }
     if (key == "directory") {
       server.directory = value;
@@ -236,7 +273,7 @@ class SettingsParser {
     }
     if (key == "certificates") {
       ftp.certificates = value;
-      return value.starts_with('/') ? "" : "a file is given by its full path, from / on";
+      return UnlessFile(value);
     }
     if (key == "port") return ReadPort(value, ftp.port);
     if (key == "timeout") return ReadTimeout(value, ftp.timeoutSeconds);
@@ -264,20 +301,41 @@ class SettingsParser {
     return At(tlsLine_, "[ftp]: tls needs data connections from here; add mode = passive");
   }
 
+  static std::string TakeDurability(ServerSettings& server) {
+    EmbeddedDurability& durability = server.durability;
+    for (auto& [key, value] : server.options) {
+      value = LowerAscii(value);
+      if (key == "synchronous") {
+        if (value != "full" && value != "normal" && value != "off")
+          return "synchronous is full, normal or off";
+        durability.synchronous = value;
+      } else if (key == "journal") {
+        if (value != "wal" && value != "off") return "journal is wal or off";
+        durability.journal = value;
+      } else {
+        return "an embedded server has no key \"" + key +
+               "\"; there are directory, synchronous and journal";
+      }
+    }
+    return {};
+  }
+
   /// What can only be said when all keys of a server are known.
   std::string CheckServers() {
     for (auto& [name, server] : settings_.servers) {
       const bool isLocal = name == "(local)";
       if (server.backend.empty() && isLocal) server.backend = "embedded";
       std::string problem;
-      if (server.backend.empty()) problem = "no backend is named; there are embedded and odbc";
-      if (server.backend == "embedded" && !server.options.empty()) {
-        problem = "an embedded server has no key \"" + server.options.begin()->first +
-                  "\"; there is directory";
-      }
+      if (server.backend.empty()) problem = std::string("no backend is named; ") + kBackends;
+      if (server.backend == "embedded") problem = TakeDurability(server);
       if (server.backend == "embedded" && server.directory.empty() && !isLocal) {
         problem = "an embedded server needs a directory";
       }
+      if (server.backend == "postgresql")
+        for (const char* key : {"dsn", "driver"})
+          if (server.options.count(key) > 0)
+            problem = std::string("backend = postgresql has no key \"") + key +
+                      "\"; leave it out, or use backend = odbc";
       if (!problem.empty()) return At(serverLines_.at(name), "[server " + name + "]: " + problem);
     }
     return {};

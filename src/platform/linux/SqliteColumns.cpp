@@ -80,4 +80,22 @@ ado::Column ColumnOfType(std::string_view declaredType) {
   return column;
 }
 
+std::string SqliteTypeOf(const ado::Column& column) {
+  switch (column.kind) {
+    case Text:
+      return column.size > 0 ? "VARCHAR(" + std::to_string(column.size) + ")" : std::string("TEXT");
+    case Integer: return column.size == 2 ? "SMALLINT" : column.size == 4 ? "INT" : "BIGINT";
+    case Decimal:
+      if (column.precision == 0) return "DECIMAL";
+      return "DECIMAL(" + std::to_string(column.precision) + ", " + std::to_string(column.scale) +
+             ")";
+    case Real: return "DOUBLE PRECISION";
+    case Boolean: return "BOOLEAN";
+    case Date: return "DATE";
+    case DateTime: return "DATETIME";
+    case Binary: return "BLOB";
+  }
+  return "TEXT";
+}
+
 }  // namespace torvik

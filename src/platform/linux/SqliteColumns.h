@@ -11,4 +11,7 @@ namespace torvik {
 /// type that is none of the server's is text of any length.
 ado::Column ColumnOfType(std::string_view declaredType);
 
+/// The type by which a table declares such a column; ColumnOfType() reads it back alike.
+std::string SqliteTypeOf(const ado::Column& column);
+
 }  // namespace torvik

@@ -51,8 +51,9 @@ std::string CreateListOf(const std::string& database) {
 }  // namespace
 
 SqliteSession::SqliteSession(const std::string& directory, const std::string& database,
-                             int timeoutSeconds)
+                             int timeoutSeconds, const EmbeddedDurability& durability)
     : directory_(directory),
+      durability_(durability),
       databases_{RequireEmbeddedDatabase(directory, database.empty() ? "master" : database)},
       timeout_(std::chrono::seconds(std::max(timeoutSeconds, 0))) {
   try {
@@ -87,7 +88,8 @@ void SqliteSession::OpenServer() {
   sqlite3_extended_result_codes(handle_, 1);
   sqlite3_busy_handler(handle_, OnBusy, this);
   // Reading the schema's version shows at once whether the file is a database.
-  Run("PRAGMA foreign_keys = ON; PRAGMA synchronous = FULL; PRAGMA schema_version");
+  Run("PRAGMA foreign_keys = ON; PRAGMA schema_version");
+  SetDurability("main");
   AddServerFunctions(handle_, directory_);
   Run(kCreateDatabaseList);
 }
@@ -156,8 +158,14 @@ void SqliteSession::Attach(const EmbeddedDatabase& database) {
   attach.Bind(1, database.path);
   attach.Step();
   databases_.push_back(database);
-  // SQLite refuses this inside a transaction; its default is the same.
-  if (sqlite3_get_autocommit(handle_)) Run("PRAGMA " + schema + ".synchronous = FULL");
+  // SQLite refuses this inside a transaction; its default is the safest.
+  if (sqlite3_get_autocommit(handle_)) SetDurability(schema);
+}
+
+/// The write-ahead log is a property of the file, and is there already.
+void SqliteSession::SetDurability(const std::string& schema) {
+  Run("PRAGMA " + schema + ".synchronous = " + durability_.synchronous);
+  if (durability_.journal == "off") Run("PRAGMA " + schema + ".journal_mode = OFF");
 }
 
 void SqliteSession::Run(const std::string& sql) {
@@ -179,7 +187,13 @@ PlatformError SqliteSession::Failure(const std::string& place) {
     text = ReadOnlyText();
   else if (IsAboutTheFile(primaryCode))
     text += "; open: " + OpenFiles();
-  return Keep(code, place.empty() ? text : place + ": " + text);
+  PlatformError error = Keep(code, place.empty() ? text : place + ": " + text);
+  error.isTransient = !cancelled_ && (primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED);
+  return error;
+}
+
+void SqliteSession::RequireWritable() {
+  if (IsReadOnly()) throw Refusal(ReadOnlyText());
 }
 
 PlatformError SqliteSession::Refusal(const std::string& reason) {

@@ -10,6 +10,7 @@
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/EmbeddedDirectory.h"
+#include "platform/linux/EmbeddedDurability.h"
 #include "platform/linux/SessionTables.h"
 
 struct sqlite3;
@@ -23,7 +24,8 @@ class SqliteSession {
  public:
   /// Opens a database that exists; an empty name is master. Throws PlatformError, and makes no
   /// file, when the directory or the database is not there.
-  SqliteSession(const std::string& directory, const std::string& database, int timeoutSeconds);
+  SqliteSession(const std::string& directory, const std::string& database, int timeoutSeconds,
+                const EmbeddedDurability& durability = {});
 
   /// A database in memory, empty but for `tables`, which stands for `file`. What would change
   /// anything is refused.
@@ -34,6 +36,15 @@ class SqliteSession {
 
   sqlite3* Handle() const { return handle_; }
   const std::string& CurrentDatabase() const { return databases_.front().name; }
+
+  /// True on a file that something else reads: nothing can be changed.
+  bool IsReadOnly() const { return tables_ != nullptr; }
+
+  /// Throws what any change meets there.
+  void RequireWritable();
+
+  /// Another number at each call.
+  int NextNumber() { return ++lastNumber_; }
 
   /// The server's SQL as SQLite takes it. Attaches the databases that it names; throws for one that
   /// the directory does not have.
@@ -65,6 +76,7 @@ class SqliteSession {
 
  private:
   void OpenServer();
+  void SetDurability(const std::string& schema);
   void OpenTables();
   void Attach(const EmbeddedDatabase& database);
   void RefreshSchema();
@@ -75,7 +87,8 @@ class SqliteSession {
   static int OnBusy(void* session, int attempt);
   bool WaitForLock(int attempt);
 
-  std::string directory_;                    ///< Empty when the session stands for a file.
+  std::string directory_;  ///< Empty when the session stands for a file.
+  const EmbeddedDurability durability_;
   std::unique_ptr<SessionTables> tables_;    ///< Those of that file.
   std::vector<EmbeddedDatabase> databases_;  ///< The current one, then the attached ones.
   std::chrono::milliseconds timeout_;
@@ -84,6 +97,7 @@ class SqliteSession {
   std::atomic<bool> cancelled_ = false;
   std::chrono::steady_clock::time_point waitBegan_;
   std::chrono::milliseconds waited_{};
+  int lastNumber_ = 0;
 };
 
 }  // namespace torvik

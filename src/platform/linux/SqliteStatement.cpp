@@ -76,6 +76,10 @@ std::int64_t SqliteStatement::ChangedRows() const {
   return changed ? sqlite3_changes64(session_.Handle()) : 0;
 }
 
+int SqliteStatement::ParameterCount() const {
+  return sqlite3_bind_parameter_count(handle_);
+}
+
 int SqliteStatement::ColumnCount() const {
   return sqlite3_column_count(handle_);
 }

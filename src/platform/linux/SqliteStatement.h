@@ -23,6 +23,8 @@ class SqliteStatement {
   SqliteStatement(const SqliteStatement&) = delete;
   SqliteStatement& operator=(const SqliteStatement&) = delete;
 
+  sqlite3_stmt* Handle() const { return handle_; }
+
   /// How much of the text the statement takes.
   std::size_t Length() const { return length_; }
 
@@ -34,6 +36,9 @@ class SqliteStatement {
 
   /// Rows that the statement itself changed so far, without those that its triggers changed.
   std::int64_t ChangedRows() const;
+
+  /// How many parameters the statement has.
+  int ParameterCount() const;
 
   /// Columns count from 0.
   int ColumnCount() const;

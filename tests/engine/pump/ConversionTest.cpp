@@ -17,9 +17,9 @@ using enum ado::ColumnKind;
 std::string Fitted(const Column& column, const std::string& text) {
   RowBatch batch;
   ado::LoadValue value = text;
-  const std::string misfit = FitValue(column, value, batch);
+  const std::string misfit = FitValue(column, 0, value, batch);
   if (!misfit.empty()) return "! " + misfit;
-  return value ? std::string(*value) : "NULL";
+  return value.IsNull() ? "NULL" : std::string(TextOfValue(value, batch));
 }
 
 TEST(Conversion, FitsValuesOrSaysWhyNot) {
@@ -34,7 +34,7 @@ TEST(Conversion, FitsValuesOrSaysWhyNot) {
     std::vector<std::string> texts;  ///< All with that outcome.
   } cases[] = {
       {anyInteger, "-42", {" -42\t", "-42"}},
-      {anyInteger, "007", {"+007"}},
+      {anyInteger, "7", {"+007"}},
       {anyInteger, "9223372036854775807", {"9223372036854775807"}},
       {anyInteger, "! does not fit a whole number of 8 bytes", {"9223372036854775808"}},
       {anyInteger, "NULL", {"", " "}},
@@ -49,7 +49,7 @@ TEST(Conversion, FitsValuesOrSaysWhyNot) {
       {money, "! has more than 3 digits before the point", {"1000", "-1000.0"}},
       {money, "! is not a decimal number", {"1,5", ".", "--1", "1e2"}},
       {anyDecimal, "123456789012345678901234567890.1", {"123456789012345678901234567890.1"}},
-      {real, "-1.5e-3", {"-1.5e-3"}},
+      {real, "-0.0015", {"-1.5e-3"}},
       {real, "2", {"+2"}},
       {real, "! is not a number", {"nan", "inf", "1.5x"}},
       {real, "! is outside the range of a floating-point number", {"1e999"}},
@@ -59,7 +59,11 @@ TEST(Conversion, FitsValuesOrSaysWhyNot) {
       {date, "2024-02-29", {" 2024-02-29 "}},
       {date,
        "! is not a date of the form YYYY-MM-DD",
-       {"2023-02-29", "0000-01-01", "2024-13-01", "24-01-01", "2024-01-01 10:00"}},
+       {"2023-02-29", "0000-01-01", "2024-13-01", "24-01-01", "2024-01-01 1"}},
+      {date, "2024-01-01", {"2024-01-01 00:00:00.000"}},
+      {date,
+       "! is a date with a time, and the time would be lost (allow \"demotion\")",
+       {"2024-01-01 10:00"}},
       {dateTime, "2024-01-31 00:00:00", {"2024-01-31", "2024-01-31T00:00", "2024-01-31 00:00:00"}},
       {dateTime, "2024-01-31 23:02:03.456", {"2024-01-31T23:02:03.456"}},
       {dateTime,

@@ -8,6 +8,7 @@
 
 #include "PumpTools.h"
 #include "engine/pump/ReadAhead.h"
+#include "engine/pump/RowTarget.h"
 #include "platform/EmbeddedFixture.h"
 #include "platform/linux/IconvCodePages.h"
 
@@ -33,7 +34,7 @@ struct FakeSource : RowSource {
     batch.Clear();
     if (fetched == rows) throw PlatformError(0, "the tape broke", "source");
     ++fetched;
-    batch.AddRow(fetched, 1)[0] = batch.Store(std::to_string(fetched));
+    batch.AddRow({fetched}, 1)[0] = batch.Store(std::to_string(fetched));
     return true;
   }
   std::string PlaceOf(const RowBatch&, std::size_t) const override { return "a row"; }
@@ -56,7 +57,8 @@ class PumpTest : public testing::Test {
                    const std::vector<ColumnMapping>& columns = {}) {
     const auto progress = [](std::int64_t) {};
     return ErrorOf([&] {
-      const PumpCounts counts = RunPump({source, *warehouse_, table, columns}, progress, false);
+      const auto target = NewTableTarget(*warehouse_, table);
+      const PumpCounts counts = RunPump({source, *target, columns}, progress, false);
       EXPECT_EQ(counts.read, counts.loaded);
     });
   }
@@ -64,8 +66,8 @@ class PumpTest : public testing::Test {
   std::string PumpText(const std::string& text, const std::vector<ColumnMapping>& columns = {},
                        const std::string& table = "t") {
     files_.texts["t.csv"] = text;
-    const DelimitedFormat format{.firstRowColumnName = !text.empty()};
-    return Pump(*OpenDelimitedText(files_, *codePages_, "t.csv", format), table, columns);
+    const TextFormat format{.firstRowColumnName = !text.empty()};
+    return Pump(*OpenTextSource(files_, *codePages_, "t.csv", format), table, columns);
   }
 
   std::string Stored(const std::string& values, const std::string& table = "t") {
@@ -124,7 +126,8 @@ TEST_F(PumpTest, StoresValuesInTheirColumnsTypesAndCopiesThemUnchanged) {
   const auto other = server_.Open();
   for (ado::Connection* from : {warehouse_.get(), other.get()}) {
     warehouse_->Execute("DELETE FROM copy");
-    EXPECT_EQ("", Pump(*OpenQuerySource(*from, "SELECT * FROM t"), "copy"));
+    EXPECT_EQ("",
+              Pump(*OpenQuerySource(*from, "SELECT * FROM t", from == warehouse_.get()), "copy"));
     EXPECT_EQ(stored, Stored(values, "copy"));
   }
 }
@@ -163,7 +166,7 @@ TEST_F(PumpTest, ReportsProgressOnTheCallingThreadAndStopsWhenCancelled) {
     cancelled = rows > 0;
   };
   EXPECT_EQ("the data pump was cancelled", ErrorOf([&] {
-              RunPump({source, *warehouse_, "t", {}}, progress, cancelled);
+              RunPump({source, *NewTableTarget(*warehouse_, "t")}, progress, cancelled);
             }));
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "engine/pump/RowBatch.h"
@@ -43,11 +44,25 @@ struct SlowFiles : Files {
     return nullptr;
   }
 
+  std::unique_ptr<FileReader> OpenUnpacked(const std::string& path, Compression,
+                                           std::error_code& error) override {
+    return OpenRead(path, error);
+  }
+  std::unique_ptr<FileWriter> OpenWrite(const std::string&, bool, Compression,
+                                        std::error_code&) override {
+    return nullptr;
+  }
+
   std::error_code Size(const std::string&, std::uint64_t&) override { return {}; }
   std::error_code CheckReadable(const std::string&) override { return {}; }
   std::error_code AppendText(const std::string&, std::string_view) override { return {}; }
   std::error_code ReplaceText(const std::string&, std::string_view) override { return {}; }
+  std::error_code AppendBytes(const std::string&, std::string_view) override { return {}; }
+  std::error_code ReplaceBytes(const std::string&, std::string_view) override { return {}; }
   std::error_code Copy(const std::string&, const std::string&) override { return {}; }
+  std::error_code Status(const std::string&, FileStatus&) override { return {}; }
+  std::error_code CopyWhole(const std::string&, const std::string&, bool) override { return {}; }
+  std::error_code Move(const std::string&, const std::string&, bool) override { return {}; }
   std::error_code AppendFile(const std::string&, const std::string&) override { return {}; }
   std::error_code Remove(const std::string&) override { return {}; }
   std::error_code MakeDirectory(const std::string&) override { return {}; }
@@ -64,8 +79,13 @@ inline std::string Decision(RowScanner& scanner, std::string& text, std::size_t 
   if (scan.outcome == RowScan::Outcome::NeedMore) return "needs more";
   std::string decision =
       std::to_string(static_cast<int>(scan.outcome)) + " at " + std::to_string(scan.at - begin);
+  if (scan.outcome == RowScan::Outcome::Row)
+    decision += ", lines " + std::to_string(scanner.LinesInside());
   for (const RawField& field : scanner.Fields())
-    decision.append("|").append(field.begin, field.end).append(field.doubled ? "\"" : "");
+    decision.append("|")
+        .append(field.begin, field.end)
+        .append(field.doubled ? "\"" : "")
+        .append(field.odd ? "?" : "");
   return decision;
 }
 
@@ -80,20 +100,58 @@ inline std::string PrefixContradiction(RowScanner& scanner, std::string text) {
   return "";
 }
 
-/// "a|NULL|c/d|e|f/": all the rows that a source still has, each ended by a slash.
-inline std::string ReadAll(RowSource& source) {
-  RowBatch batch;
+/// What a source gave.
+struct Reading {
+  std::string rows;   ///< "a|NULL|c/d|e|f/": each ended by a slash. See Shortened.
+  std::string bytes;  ///< Of all rows, one after the other.
+  std::uint64_t start = 0;
+  std::string gap = {};  ///< A row that does not stand where the one before it ends.
+};
+
+inline void Add(Reading& reading, const RowOrigin& origin, const std::string& row) {
+  if (reading.rows.empty()) reading.start = origin.offset;
+  if (origin.offset != reading.start + reading.bytes.size()) reading.gap = row;
+  reading.bytes += origin.bytes;
+  reading.rows += row + '/';
+}
+
+inline std::string Joined(std::span<const ado::LoadValue> values) {
   std::string text;
-  while (source.Fetch(batch)) {
-    for (std::size_t row = 0; row < batch.RowCount(); ++row) {
-      for (const char* bar = ""; const ado::LoadValue& value : batch.Row(row)) {
-        text.append(bar).append(value ? *value : "NULL");
-        bar = "|";
-      }
-      text += '/';
-    }
+  for (const char* bar = ""; const ado::LoadValue& value : values) {
+    text.append(bar).append(value.IsNull() ? "NULL" : value.Text());
+    bar = "|";
   }
   return text;
+}
+
+/// A bad row as its line, column and the first words of the reason: "!3.2 the row ends after".
+inline std::string Shortened(const RowError& error) {
+  std::size_t end = 0;
+  for (int word = 0; word < 4 && end != std::string::npos; ++word)
+    end = error.reason.find(' ', end + 1);
+  return "!" + error.at.row.substr(error.at.row.rfind(' ') + 1) + "." +
+         std::to_string(error.at.column) + " " + error.reason.substr(0, end);
+}
+
+/// All the rows that a source still has, in their order.
+inline Reading ReadOn(RowSource& source, RowBatch&& batch = RowBatch()) {
+  Reading reading;
+  while (source.Fetch(batch)) {
+    auto bad = batch.BadRows().begin();
+    for (std::size_t row = 0; row <= batch.RowCount(); ++row) {
+      const bool atEnd = row == batch.RowCount();
+      for (;
+           bad != batch.BadRows().end() && (atEnd || bad->origin.offset < batch.Origin(row).offset);
+           ++bad)
+        Add(reading, bad->origin, Shortened(bad->error));
+      if (!atEnd) Add(reading, batch.Origin(row), Joined(batch.Row(row)));
+    }
+  }
+  return reading;
+}
+
+inline std::string ReadAll(RowSource& source) {
+  return ReadOn(source).rows;
 }
 
 }  // namespace torvik::engine

@@ -1,0 +1,111 @@
+#include "engine/pump/ExceptionFile.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/pump/CsvLine.h"
+#include "engine/pump/Pump.h"
+#include "engine/pump/RowBatch.h"
+#include "engine/pump/RowSource.h"
+#include "platform/Files.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+constexpr char kSource[] = ".Source";
+constexpr char kDestination[] = ".Dest";
+constexpr char kLineEnd[] = "\r\n";
+
+std::string OnOneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
+  return text;
+}
+
+std::string Described(const BadRow& row) {
+  const RowPlace& at = row.error.at;
+  std::string line = at.row;
+  if (at.column > 0) line += ", column " + std::to_string(at.column);
+  if (!at.columnName.empty()) line += " (" + at.columnName + ")";
+  if (row.origin.length > 0)
+    line += ", bytes " + std::to_string(row.origin.offset) + " to " +
+            std::to_string(row.origin.offset + row.origin.length - 1);
+  return OnOneLine(line + ": " + row.error.reason);
+}
+
+}  // namespace
+
+ExceptionFile::ExceptionFile(Files& files, Settings settings)
+    : files_(files), settings_(std::move(settings)) {}
+
+void ExceptionFile::Begin() {
+  began_ = settings_.time();
+  if (!settings_.overwrite) return;
+  for (const char* suffix : {"", kSource, kDestination}) {
+    const std::error_code error = files_.Remove(settings_.path + suffix);
+    if (error && error != std::errc::no_such_file_or_directory)
+      throw PlatformError(error.value(),
+                          settings_.path + suffix +
+                              ": the exception file of an earlier run cannot "
+                              "be removed: " +
+                              error.message(),
+                          "data pump");
+  }
+}
+
+void ExceptionFile::Add(const BadRow& row, const RowSource& source) {
+  if (!hasRows_) {
+    errors_ = settings_.title + ", started " + began_ + kLineEnd;
+    std::uint64_t size = 0;
+    if (files_.Size(settings_.path + kSource, size) || size == 0) sources_ = source.Header();
+  }
+  hasRows_ = true;
+  errors_ += Described(row) + kLineEnd;
+  if (row.origin.bytes.empty()) return;  // of a query; what was sent is kept
+  sources_ += row.origin.bytes;
+  const std::string rowEnd = source.RowEnd();
+  if (!row.origin.bytes.ends_with(rowEnd)) sources_ += rowEnd;
+}
+
+void ExceptionFile::AddSent(std::span<const ado::LoadValue> sent,
+                            std::span<const std::string> columns, RowBatch& batch) {
+  std::uint64_t size = 0;
+  if (!hasSent_ && (files_.Size(settings_.path + kDestination, size) || size == 0)) {
+    const std::vector<ado::LoadValue> names(columns.begin(), columns.end());
+    destinations_ = CsvLine(names, batch);
+  }
+  hasSent_ = true;
+  destinations_ += CsvLine(sent, batch);
+}
+
+void ExceptionFile::Flush() {
+  Append(kSource, sources_, false);
+  Append(kDestination, destinations_, false);
+  Append("", errors_, true);
+}
+
+void ExceptionFile::End(const PumpCounts& counts, const std::string& failure) {
+  if (!hasRows_) return;
+  errors_ += "ended " + settings_.time() + ": " + std::to_string(counts.read) + " rows read, " +
+             std::to_string(counts.rejected) + " rejected" +
+             (failure.empty() ? ", " + std::to_string(counts.loaded) + " loaded"
+                              : "; the pump failed: " + OnOneLine(failure)) +
+             kLineEnd;
+  Flush();
+}
+
+void ExceptionFile::Append(const std::string& suffix, std::string& pending, bool isText) {
+  if (pending.empty()) return;
+  const std::string path = settings_.path + suffix;
+  const std::error_code error =
+      isText ? files_.AppendText(path, pending) : files_.AppendBytes(path, pending);
+  if (error)
+    throw PlatformError(error.value(),
+                        path + ": rejected rows cannot be written: " + error.message() +
+                            "; the pump ends so that none is lost",
+                        "data pump");
+  pending.clear();
+}
+
+}  // namespace torvik::engine

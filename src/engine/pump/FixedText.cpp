@@ -1,0 +1,131 @@
+#include <algorithm>
+#include <numeric>
+
+#include "engine/pump/TextLayouts.h"
+#include "engine/pump/TextSource.h"
+#include "platform/Text.h"
+
+namespace torvik::engine {
+namespace {
+
+/// So that a row of the longest characters can be read.
+constexpr std::size_t kMaxRowCharacters = std::size_t{4} << 20;
+
+class FixedText final : public TextSource {
+ public:
+  FixedText(Files& files, const CodePages& codePages, const std::string& path,
+            const TextFormat& format)
+      : TextSource(files, codePages, path, format),
+        rowLength_(FixedRowLength(path, format)),
+        hasDelimiter_(format.rowDelimiter != kNoRowDelimiter),
+        fields_(format.columnLengths.size()),
+        all_(fields_.size()) {
+    std::iota(all_.begin(), all_.end(), std::size_t{0});
+    const std::string delimiter = hasDelimiter_ ? Encoded(format.rowDelimiter) : "";
+    scanner_.emplace("", delimiter, "");
+    countsLineFeeds_ =
+        hasDelimiter_ && (delimiter.empty() || delimiter.find('\n') != delimiter.npos);
+    if (!hasDelimiter_) lineWord_ = "row";
+  }
+
+ private:
+  std::optional<RowError> SplitRow(std::span<RawField>& fields) override;
+  void NameColumnsByNumber() override { TextSource::NameColumnsByNumber(fields_.size()); }
+  bool IsEmptyLine() override { return hasDelimiter_ && TextSource::IsEmptyLine(); }
+
+  RowScan FindRow(char* from, char* end, bool last) override {
+    if (hasDelimiter_) return TextSource::FindRow(from, end, last);
+    std::size_t taken = 0;
+    char* const rowEnd = Skip(from, last ? end : CompleteEnd(from, end), rowLength_, taken);
+    return {taken == rowLength_ || last ? RowScan::Outcome::Row : RowScan::Outcome::NeedMore,
+            rowEnd};
+  }
+  RowScan FindLine(char* from, char* end, bool last) override {
+    if (hasDelimiter_) return TextSource::FindLine(from, end, last);
+    RowScan scan = FindRow(from, end, last);
+    if (scan.outcome == RowScan::Outcome::NeedMore) scan.at = nullptr;
+    return scan;
+  }
+
+  char* Skip(char* from, char* end, std::size_t wanted, std::size_t& taken) const;
+  char* CompleteEnd(char* from, char* end) const;
+
+  const std::size_t rowLength_;
+  const bool hasDelimiter_;
+  std::vector<RawField> fields_;
+  std::vector<std::size_t> all_;  // their numbers
+};
+
+/// Where the text goes on behind `wanted` characters, or `end`; `taken` gets how many there are. A
+/// byte that is not text counts as one.
+char* FixedText::Skip(char* from, char* end, std::size_t wanted, std::size_t& taken) const {
+  const auto left = static_cast<std::size_t>(end - from);
+  const std::size_t ascii =
+      IsSingleByte() ? std::min(left, wanted) : AsciiLength({from, std::min(left, wanted)});
+  taken = ascii;
+  for (from += ascii; from < end && taken < wanted; ++taken) {
+    const std::string_view rest(from, static_cast<std::size_t>(end - from));
+    from += std::max<std::size_t>(1, CharacterLength(rest));
+  }
+  return from;
+}
+
+/// `end`, or before the beginning of a character there that more bytes may complete.
+char* FixedText::CompleteEnd(char* from, char* end) const {
+  if (IsSingleByte()) return end;
+  for (char* p = end - std::min<std::ptrdiff_t>(3, end - from); p < end; ++p)
+    if (Utf8LeadOf(static_cast<unsigned char>(*p)).length > static_cast<std::size_t>(end - p))
+      return p;
+  return end;
+}
+
+std::optional<RowError> FixedText::SplitRow(std::span<RawField>& fields) {
+  char* at = row_;
+  char* const end = hasDelimiter_ ? scanner_->Fields()[0].end : rowEnd_;
+  const bool mayBeOdd = !hasDelimiter_ || !scanner_->OddFields().empty();
+  oddFields_ = mayBeOdd ? std::span<const std::size_t>(all_) : std::span<const std::size_t>();
+  fields = fields_;
+  for (std::size_t column = 0; column < fields_.size(); ++column) {
+    const std::size_t want = format_.columnLengths[column];
+    std::size_t got = 0;
+    char* const next = Skip(at, end, want, got);
+    if (got > 0 && got < want && column + 1 < fields_.size())
+      return RowError::EndsInside(PlaceOfByte(at, column + 1), want, got, ShownText(at, next));
+    RawField& field = fields_[column] = {at, next};
+    while (field.end > field.begin && field.end[-1] == ' ') --field.end;
+    at = next;
+  }
+  if (std::all_of(at, end, [](char c) { return c == ' '; })) return std::nullopt;
+  std::size_t more = 0;
+  Skip(at, end, static_cast<std::size_t>(end - at), more);
+  return RowError::TooWide(PlaceOfByte(at, fields_.size() + 1), rowLength_, rowLength_ + more,
+                           ShownText(at, end));
+}
+
+}  // namespace
+
+std::size_t FixedRowLength(const std::string& path, const TextFormat& format) {
+  const std::vector<std::size_t>& lengths = format.columnLengths;
+  if (lengths.empty())
+    throw RowError::BadFormat(path, "fixed-width text needs the property \"Column Lengths\"");
+  if (!format.columnNames.empty() && format.columnNames.size() != lengths.size())
+    throw RowError::BadFormat(path, "there are " + std::to_string(format.columnNames.size()) +
+                                        " column names and " + std::to_string(lengths.size()) +
+                                        " column lengths; give as many of both");
+  std::size_t length = 0;
+  for (const std::size_t one : lengths) {
+    length += std::min(one, kMaxRowCharacters + 1);
+    if (one == 0 || length > kMaxRowCharacters)
+      throw RowError::BadFormat(path, "a column length of " + std::to_string(one) +
+                                          " cannot be; a row has up to " +
+                                          std::to_string(kMaxRowCharacters) + " characters");
+  }
+  return length;
+}
+
+std::unique_ptr<TextSource> NewFixedText(Files& files, const CodePages& codePages,
+                                         const std::string& path, const TextFormat& format) {
+  return std::make_unique<FixedText>(files, codePages, path, format);
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+namespace torvik::engine {
+
+class RowBatch;
+
+/// The text, in the batch's own memory, with one of every two qualifiers.
+std::string_view Undoubled(std::string_view text, char qualifier, RowBatch& batch);
+
+}  // namespace torvik::engine

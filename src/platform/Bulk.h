@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Rows in bulk, on their way into a table or out of a query.
+namespace torvik::ado {
+
+/// One value: NULL, a text in UTF-8 (of a binary column: its bytes), a whole number or a real one.
+/// The bytes of a text stay their owner's.
+class LoadValue {
+ public:
+  enum class Kind : std::uint8_t { Null, Text, Integer, Real };
+
+  constexpr LoadValue() = default;
+  constexpr LoadValue(std::string_view text)
+      : data_(text.data()), size_(text.size()), kind_(Kind::Text) {}
+  constexpr LoadValue(const char* text) : LoadValue(std::string_view(text)) {}
+  LoadValue(const std::string& text) : LoadValue(std::string_view(text)) {}
+  constexpr LoadValue(std::int64_t number) : integer_(number), kind_(Kind::Integer) {}
+  constexpr LoadValue(double number) : real_(number), kind_(Kind::Real) {}
+
+  constexpr Kind GetKind() const { return kind_; }
+  constexpr bool IsNull() const { return kind_ == Kind::Null; }
+  constexpr bool IsText() const { return kind_ == Kind::Text; }
+
+  /// Each for a value of that kind alone.
+  constexpr std::string_view Text() const { return {data_, size_}; }
+  constexpr std::int64_t Integer() const { return integer_; }
+  constexpr double Real() const { return real_; }
+
+ private:
+  union {
+    const char* data_ = nullptr;
+    std::int64_t integer_;
+    double real_;
+  };
+  std::size_t size_ = 0;
+  Kind kind_ = Kind::Null;
+};
+
+/// Rows of equal width, one after the other.
+struct LoadRows {
+  std::span<const LoadValue> values;
+  std::size_t width = 0;  ///< Values of a row; more than 0.
+
+  std::size_t Count() const { return values.size() / width; }
+  std::span<const LoadValue> Row(std::size_t row) const {
+    return values.subspan(row * width, width);
+  }
+};
+
+/// A row that the server did not take, and why, in the server's words.
+struct Refusal {
+  std::size_t row = 0;  ///< Its position among the rows given, from 0.
+  long number = 0;
+  std::string description;
+};
+
+/// Rows on their way into one table, by the fastest way that the server has. They go into the
+/// connection's transaction; without one the server may commit them as they come.
+class BulkLoad {
+ public:
+  virtual ~BulkLoad() = default;
+
+  /// Loads `rows`, one value for each column named when the load was opened; their bytes must live
+  /// until this returns. Numbers, dates and texts may be given as text; the loader stores them in
+  /// the column's own type. A row that the server refuses for what is in it (a constraint, a
+  /// trigger, a value out of range) is added to `refused` and leaves nothing; the others are
+  /// loaded. After more than `tolerated` refusals by this call the load may end: what it has loaded
+  /// is then for the caller to roll back. Anything else that fails (connection, disk, cancel)
+  /// throws PlatformError.
+  virtual void Load(const LoadRows& rows, std::size_t tolerated, std::vector<Refusal>& refused) = 0;
+
+  /// Ends the load; answers the number of rows that the server took, as the server counts them.
+  virtual std::int64_t Finish() = 0;
+};
+
+/// The rows of a query on their way out, by the fastest way that the server has.
+class BulkRead {
+ public:
+  virtual ~BulkRead() = default;
+
+  virtual const std::vector<std::string>& Columns() const = 0;
+
+  /// Puts the next row into `row`, one value for each column; texts are valid until the next call.
+  /// False when there are no more.
+  virtual bool Next(std::span<LoadValue> row) = 0;
+};
+
+}  // namespace torvik::ado

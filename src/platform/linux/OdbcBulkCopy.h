@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/Ado.h"
+#include "platform/PlatformError.h"
+
+namespace torvik {
+
+class OdbcSession;
+
+/// Bulk copy into a table of SQL Server by FreeTDS, on the ODBC connection itself and so within its
+/// transaction. The server checks constraints and runs triggers as for any other row.
+class OdbcBulkCopy {
+ public:
+  /// A column that is copied, and its place in the table, from 1.
+  struct Target {
+    ado::Column column;
+    int place = 0;
+  };
+
+  /// Asks the driver for it when a connection is made; `connection` is not yet open.
+  static void Enable(void* connection);
+
+  /// True when the driver can send values of this column.
+  static bool Takes(const ado::Column& column);
+
+  /// `table` is quoted.
+  OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets);
+  OdbcBulkCopy(const OdbcBulkCopy&) = delete;
+  OdbcBulkCopy& operator=(const OdbcBulkCopy&) = delete;
+
+  /// True when every value can be sent as its column's type. Others are left to the server's words.
+  bool Fits(std::span<const ado::LoadValue> row) const;
+
+  /// Sends rows that fit as one batch; answers how many the server took. When it throws, the server
+  /// has none of them, unless the connection has no transaction.
+  std::int64_t Copy(const ado::LoadRows& rows, std::span<const std::size_t> which);
+
+ private:
+  /// How a column's values lie in memory: after a length of four bytes, or plain.
+  struct Slot {
+    Target target;
+    int type = 0;
+    std::string memory;
+  };
+  void Begin();
+  void Put(Slot& slot, const ado::LoadValue& value);
+  PlatformError Failure();
+
+  OdbcSession& session_;
+  const std::string table_;
+  std::vector<Slot> slots_;
+};
+
+}  // namespace torvik

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "platform/Ado.h"
+
+/// What ado::Connection does to whole tables, with its contracts.
+namespace torvik {
+
+class PgSession;
+
+/// Names that need no quotes are folded to small letters, as the server does in SQL texts.
+void CreatePgTable(PgSession& session, const std::string& table,
+                   std::span<const ado::Column> columns);
+
+/// By TRUNCATE; by DELETE where a foreign key or a missing right stands against that.
+void EmptyPgTable(PgSession& session, const std::string& table);
+
+/// The staging table is written to no log and has the columns, defaults, checks and keys of its
+/// table, but no foreign keys and no triggers.
+std::string CreatePgStagingTable(PgSession& session, const std::string& table);
+
+/// By DELETE and INSERT, which make no reader wait.
+std::int64_t ReplacePgRows(PgSession& session, const std::string& table,
+                           const std::string& staging);
+
+}  // namespace torvik

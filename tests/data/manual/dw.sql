@@ -1,0 +1,11 @@
+CREATE TABLE orders (order_no INTEGER, amount DECIMAL(9,2));
+CREATE TABLE staging (order_no INTEGER, amount DECIMAL(9,2));
+INSERT INTO staging VALUES (1, 9.5);
+CREATE TABLE trouble (step TEXT);
+CREATE TABLE customer (customer_no INTEGER PRIMARY KEY, customer_name VARCHAR(40));
+CREATE TABLE sale (order_no INTEGER PRIMARY KEY, sold_on DATE NOT NULL, country VARCHAR(40), note TEXT, origin TEXT);
+CREATE TABLE country (code VARCHAR(3) PRIMARY KEY, name VARCHAR(40));
+INSERT INTO country VALUES ('LU', 'Luxembourg'), ('FR', 'France');
+INSERT INTO dwm_data_link (model, source_name, ds_directory) VALUES ('Sales', 'orders', '${Directory}');
+CREATE TABLE batch (id INTEGER PRIMARY KEY, source TEXT, started TEXT);
+CREATE TABLE batch_order (batch INTEGER, order_no INTEGER, amount DECIMAL(9,2));
