@@ -10,7 +10,8 @@
 namespace torvik {
 
 /// Opens a database of the embedded server in `directory`; an empty name is master. Statements wait
-/// up to `timeoutSeconds` for one that another connection holds. A change of several databases in
+/// for one that another connection holds as long as that one writes, and then up to
+/// `timeoutSeconds`. A change of several databases in
 /// one transaction is all or nothing for each of them, and for all unless the power fails.
 std::unique_ptr<AdoDatabase> OpenSqliteDatabase(const std::string& directory,
                                                 const std::string& database, int timeoutSeconds,

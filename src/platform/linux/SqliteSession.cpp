@@ -243,12 +243,28 @@ bool SqliteSession::WaitForLock(int attempt) {
   using namespace std::chrono;
   constexpr milliseconds kLongestNap{25};
   const auto now = steady_clock::now();
-  if (attempt == 0) waitBegan_ = now;
+  // A load of hours is no reason to give up, in this process or another one; one that does nothing
+  // any more may never end.
+  if (const auto written = LastWrite(); attempt == 0 || written != lastWrite_) {
+    waitBegan_ = now;
+    lastWrite_ = written;
+  }
   waited_ = duration_cast<milliseconds>(now - waitBegan_);
   if (cancelled_ || waited_ >= timeout_) return false;
   std::this_thread::sleep_for(
       std::min({milliseconds(attempt + 1), kLongestNap, timeout_ - waited_}));
   return true;
+}
+
+/// When anything was last written to the logs of the databases.
+std::filesystem::file_time_type SqliteSession::LastWrite() const {
+  auto last = std::filesystem::file_time_type::min();
+  for (const EmbeddedDatabase& database : databases_) {
+    std::error_code ignored;
+    const auto written = std::filesystem::last_write_time(database.path + "-wal", ignored);
+    if (!ignored) last = std::max(last, written);
+  }
+  return last;
 }
 
 }  // namespace torvik

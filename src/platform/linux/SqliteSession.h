@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,7 +24,8 @@ namespace torvik {
 class SqliteSession {
  public:
   /// Opens a database that exists; an empty name is master. Throws PlatformError, and makes no
-  /// file, when the directory or the database is not there.
+  /// file, when the directory or the database is not there. A statement waits for a database that
+  /// another connection holds for as long as that one writes, and then up to `timeoutSeconds`.
   SqliteSession(const std::string& directory, const std::string& database, int timeoutSeconds,
                 const EmbeddedDurability& durability = {});
 
@@ -86,6 +88,7 @@ class SqliteSession {
   PlatformError Keep(long number, const std::string& description);
   static int OnBusy(void* session, int attempt);
   bool WaitForLock(int attempt);
+  std::filesystem::file_time_type LastWrite() const;
 
   std::string directory_;  ///< Empty when the session stands for a file.
   const EmbeddedDurability durability_;
@@ -97,6 +100,7 @@ class SqliteSession {
   std::atomic<bool> cancelled_ = false;
   std::chrono::steady_clock::time_point waitBegan_;
   std::chrono::milliseconds waited_{};
+  std::filesystem::file_time_type lastWrite_{};  ///< Seen while waiting.
   int lastNumber_ = 0;
 };
 
