@@ -76,7 +76,7 @@ std::span<char> RowBatch::Allocate(std::size_t bytes) {
 
 std::string_view RowBatch::Store(std::string_view text) {
   const std::span<char> copy = Allocate(text.size());
-  std::memcpy(copy.data(), text.data(), text.size());
+  if (!text.empty()) std::memcpy(copy.data(), text.data(), text.size());
   return {copy.data(), copy.size()};
 }
 
