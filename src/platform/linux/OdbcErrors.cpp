@@ -58,7 +58,7 @@ std::vector<OdbcDiagnostic> OdbcDiagnostics(short handleType, void* handle) {
     const std::string sqlState = Text(state, SQL_SQLSTATE_SIZE);
     SQLLEN row = 0;
     if (handleType == SQL_HANDLE_STMT)
-      SQLGetDiagField(handleType, handle, record, SQL_DIAG_ROW_NUMBER, &row, sizeof row, nullptr);
+      SQLGetDiagFieldW(handleType, handle, record, SQL_DIAG_ROW_NUMBER, &row, sizeof row, nullptr);
     diagnostics.push_back(
         {{number, OneLine(Text(text, kept)) + " (SQLSTATE " + sqlState + ")"}, sqlState, row});
   }
