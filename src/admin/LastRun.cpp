@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "admin/PackageGraph.h"
 #include "platform/CodePage.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::admin {
 namespace {
@@ -42,9 +44,7 @@ class LogReader {
  private:
   /// A name as the log has it: on one line, with '?' for what the code page lacks.
   static std::string AsLogged(std::string name, const CodePage& ansi) {
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return c < 0x20; }, ' ');
-    return ansi.Decode(ansi.Encode(name));
+    return ansi.Decode(ansi.Encode(ControlsAsBlanks(std::move(name))));
   }
 
   /// A name may hold quotes itself: the first that ends a step's name counts.

@@ -1,31 +1,15 @@
 #include "engine/PackageLog.h"
 
-#include <algorithm>
 #include <cstdio>
 
+#include "engine/LogFiles.h"
 #include "engine/Problems.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
-
-bool IsSeparator(char c) {
-  return c == '/' || c == '\\';
-}
-
-std::string LogPath(std::string directory, std::string packageName) {
-  if (directory.empty()) return {};
-  if (!IsSeparator(directory.back())) directory += '/';
-  std::replace_if(packageName.begin(), packageName.end(), IsSeparator, '_');
-  return directory + packageName + ".log";
-}
-
-std::string Time(const std::tm& time) {
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &time);
-  return text;
-}
 
 /// How a step or package ended.
 std::string Ending(const ExecutionEvent& event) {
@@ -38,13 +22,6 @@ std::string Ending(const ExecutionEvent& event) {
   return " succeeded: " + (event.rows ? count(*event.rows, " rows, ") : "") +
          (event.rejected > 0 ? count(event.rejected, " rejected, ") : "") +
          SecondsText(event.seconds);
-}
-
-/// A log line is one line, whatever an error or a program says.
-std::string OnOneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
-  return text;
 }
 
 }  // namespace
@@ -60,12 +37,12 @@ PackageLog::PackageLog(const EngineServices& services, const std::string& packag
                        std::function<void(const std::string&)> onTrouble)
     : services_(services),
       packageName_(packageName),
-      path_(LogPath(variables.Text("ExceptionFilePath"), packageName)),
+      path_(InLogDirectory(variables, packageName + ".log")),
       onTrouble_(std::move(onTrouble)) {}
 
 void PackageLog::Handle(const ExecutionEvent& event) {
   if (path_.empty() || event.kind == ExecutionEvent::Kind::StepProgress) return;
-  Append(Time(services_.clock.LocalTime()) + " " + OnOneLine(LineOf(event)));
+  Append(LogTime(services_.clock.LocalTime()) + " " + ControlsAsBlanks(LineOf(event)));
 }
 
 std::string PackageLog::LineOf(const ExecutionEvent& event) const {

@@ -64,6 +64,11 @@ const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view 
   return nullptr;
 }
 
+bool IsTextFileProvider(std::string_view name) {
+  const ProviderRule* provider = FindProvider(name);
+  return provider != nullptr && provider->isTextFile;
+}
+
 std::vector<std::string> ProviderNames() {
   std::vector<std::string> names;
   for (const ProviderRule& provider : kProviders) names.emplace_back(provider.name);

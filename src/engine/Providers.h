@@ -27,6 +27,9 @@ struct ProviderRule {
 const ProviderRule* FindProvider(std::string_view name);
 const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view name);
 
+/// True for the provider of text files; one that is not known is none.
+bool IsTextFileProvider(std::string_view name);
+
 std::vector<std::string> ProviderNames();
 std::vector<std::string> PropertyNames(const ProviderRule& provider);
 

@@ -13,14 +13,6 @@
 #include "platform/Ado.h"
 
 namespace torvik::engine {
-namespace {
-
-bool IsTextFile(const ConnectionModel& connection) {
-  const ProviderRule* provider = FindProvider(connection.provider);
-  return provider != nullptr && provider->isTextFile;
-}
-
-}  // namespace
 
 PumpSource::PumpSource(TaskReader& reader) {
   const ConnectionModel* source = reader.AnyConnection("source");
@@ -33,7 +25,7 @@ PumpSource::PumpSource(TaskReader& reader) {
   }
   if (source == nullptr) return;
   connection_ = source->name;
-  isTextFile_ = IsTextFile(*source);
+  isTextFile_ = IsTextFileProvider(source->provider);
   CheckKeys(reader, query, table);
 }
 
@@ -67,7 +59,7 @@ PumpDestination::PumpDestination(TaskReader& reader) {
   const ConnectionModel* destination = reader.AnyConnection("destination");
   if (destination != nullptr) {
     connection_ = destination->name;
-    isTextFile_ = IsTextFile(*destination);
+    isTextFile_ = IsTextFileProvider(destination->provider);
   }
   if (!isTextFile_) {
     table_ = reader.RequiredTemplate("table");

@@ -1,10 +1,9 @@
 #include "engine/PumpSettings.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <ctime>
 
 #include "engine/EngineServices.h"
+#include "engine/LogFiles.h"
 #include "engine/OwnTransaction.h"
 #include "engine/TaskReader.h"
 #include "engine/Variables.h"
@@ -18,30 +17,12 @@
 namespace torvik::engine {
 namespace {
 
-std::string TimeOfDay(Clock& clock) {
-  const std::tm time = clock.LocalTime();
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &time);
-  return text;
-}
-
-/// A step's name as the name of a file.
-std::string FileName(std::string step) {
-  std::replace_if(
-      step.begin(), step.end(),
-      [](unsigned char c) { return c < ' ' || c == '/' || c == '\\' || c == ':'; }, '_');
-  return step + ".exceptions";
-}
-
 /// The file that the step names, else one of the step's name in the run's log directory; empty when
 /// there is no such directory.
 std::string ExceptionPath(const TaskContext& context, const PumpSettings& settings,
                           const Variables& variables) {
   if (settings.exceptionFile) return variables.Substitute(settings.exceptionFile->text);
-  std::string directory = variables.Text("ExceptionFilePath");
-  if (directory.empty()) return {};
-  if (directory.back() != '/' && directory.back() != '\\') directory += '/';
-  return directory + FileName(context.Step());
+  return InLogDirectory(variables, context.Step() + ".exceptions");
 }
 
 std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSettings& settings) {
@@ -58,7 +39,7 @@ std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSe
                ExceptionFile::Settings{path, settings.exceptionFileOverwrite,
                                        "Package " + Quoted(context.RunningPackages().back()) +
                                            ", step " + Quoted(context.Step()),
-                                       [&clock] { return TimeOfDay(clock); }});
+                                       [&clock] { return LogTime(clock.LocalTime()); }});
   file->Begin();
   return file;
 }

@@ -204,8 +204,7 @@ const ConnectionModel* TaskReader::AnyConnection(std::string_view key) {
 std::string TaskReader::Database(std::string_view key) {
   const ConnectionModel* connection = AnyConnection(key);
   if (connection == nullptr) return {};
-  const ProviderRule* provider = FindProvider(connection->provider);
-  if (provider != nullptr && provider->isTextFile)
+  if (IsTextFileProvider(connection->provider))
     problems_.Add(table_.Find(key)->place, "the connection " + Quoted(connection->name) +
                                                " is a text file; name a database here");
   return connection->name;

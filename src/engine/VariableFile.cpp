@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "engine/Problems.h"
+#include "engine/pump/WholeFile.h"
 #include "platform/CodePage.h"
-#include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -22,16 +22,8 @@ PlatformError Failure(const std::string& place, const std::string& reason) {
 
 std::string ReadBytes(Files& files, const std::string& path) {
   std::string bytes;
-  std::error_code error = files.CheckReadable(path);
-  const auto file = error ? nullptr : files.OpenRead(path, error);
-  char block[16384];
-  for (std::size_t got = 1; !error && got > 0 && bytes.size() <= kLargestFile;) {
-    got = file->Read(block, sizeof block, error);
-    bytes.append(block, got);
-  }
-  if (error) throw Failure(path, error.message());
-  if (bytes.size() > kLargestFile)
-    throw Failure(path, "the file has more than 1 MiB; name a file of lines NAME = VALUE");
+  const std::string reason = ReadWhole(files, path, kLargestFile, bytes);
+  if (!reason.empty()) throw Failure(path, reason + "; name a file of lines NAME = VALUE");
   return bytes;
 }
 

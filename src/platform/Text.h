@@ -27,6 +27,13 @@ inline bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
 }
 
+/// The text with blanks for control characters: one line, whatever it held.
+inline std::string ControlsAsBlanks(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
+  return text;
+}
+
 /// How many bytes at the start of `text` are ASCII characters.
 inline std::size_t AsciiLength(std::string_view text) {
   constexpr std::uint64_t highBits = 0x8080808080808080;

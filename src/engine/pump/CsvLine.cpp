@@ -1,7 +1,8 @@
 #include "engine/pump/CsvLine.h"
 
-#include "engine/pump/Conversion.h"
-#include "engine/pump/RowBatch.h"
+#include <array>
+
+#include "engine/pump/TextRow.h"
 
 namespace torvik::engine {
 namespace {
@@ -12,19 +13,18 @@ bool NeedsQuotes(std::string_view text) {
 
 }  // namespace
 
-std::string CsvLine(std::span<const ado::LoadValue> values, RowBatch& batch) {
+std::string CsvLine(std::span<const ado::LoadValue> values) {
   std::string line;
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (i > 0) line += ',';
     if (values[i].IsNull()) continue;
-    const std::string_view text = TextOfValue(values[i], batch);
-    if (!NeedsQuotes(text)) {
+    std::array<char, kNumberCharacters> room;
+    const std::string_view text = WrittenText(values[i], room);
+    if (NeedsQuotes(text)) {
+      AppendQuoted(text, '"', line);
+    } else {
       line += text;
-      continue;
     }
-    line += '"';
-    for (const char c : text) line.append(c == '"' ? 2 : 1, c);
-    line += '"';
   }
   return line + "\r\n";
 }

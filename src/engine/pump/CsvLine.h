@@ -7,10 +7,8 @@
 
 namespace torvik::engine {
 
-class RowBatch;
-
 /// Values as a line of comma-separated text with CR LF (RFC 4180): NULL is empty, the empty text
 /// "".
-std::string CsvLine(std::span<const ado::LoadValue> values, RowBatch& batch);
+std::string CsvLine(std::span<const ado::LoadValue> values);
 
 }  // namespace torvik::engine

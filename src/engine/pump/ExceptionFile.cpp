@@ -9,6 +9,7 @@
 #include "engine/pump/RowSource.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -16,12 +17,6 @@ namespace {
 constexpr char kSource[] = ".Source";
 constexpr char kDestination[] = ".Dest";
 constexpr char kLineEnd[] = "\r\n";
-
-std::string OnOneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
-  return text;
-}
 
 std::string Described(const BadRow& row) {
   const RowPlace& at = row.error.at;
@@ -31,7 +26,7 @@ std::string Described(const BadRow& row) {
   if (row.origin.length > 0)
     line += ", bytes " + std::to_string(row.origin.offset) + " to " +
             std::to_string(row.origin.offset + row.origin.length - 1);
-  return OnOneLine(line + ": " + row.error.reason);
+  return ControlsAsBlanks(line + ": " + row.error.reason);
 }
 
 }  // namespace
@@ -69,14 +64,14 @@ void ExceptionFile::Add(const BadRow& row, const RowSource& source) {
 }
 
 void ExceptionFile::AddSent(std::span<const ado::LoadValue> sent,
-                            std::span<const std::string> columns, RowBatch& batch) {
+                            std::span<const std::string> columns) {
   std::uint64_t size = 0;
   if (!hasSent_ && (files_.Size(settings_.path + kDestination, size) || size == 0)) {
     const std::vector<ado::LoadValue> names(columns.begin(), columns.end());
-    destinations_ = CsvLine(names, batch);
+    destinations_ = CsvLine(names);
   }
   hasSent_ = true;
-  destinations_ += CsvLine(sent, batch);
+  destinations_ += CsvLine(sent);
 }
 
 void ExceptionFile::Flush() {
@@ -90,7 +85,7 @@ void ExceptionFile::End(const PumpCounts& counts, const std::string& failure) {
   errors_ += "ended " + settings_.time() + ": " + std::to_string(counts.read) + " rows read, " +
              std::to_string(counts.rejected) + " rejected" +
              (failure.empty() ? ", " + std::to_string(counts.loaded) + " loaded"
-                              : "; the pump failed: " + OnOneLine(failure)) +
+                              : "; the pump failed: " + ControlsAsBlanks(failure)) +
              kLineEnd;
   Flush();
 }

@@ -14,7 +14,6 @@ class Files;
 namespace torvik::engine {
 
 struct BadRow;
-class RowBatch;
 class RowSource;
 struct PumpCounts;
 
@@ -39,8 +38,7 @@ class ExceptionFile {
 
   void Add(const BadRow& row, const RowSource& source);
   /// `sent`: the values that the destination `columns` were to have.
-  void AddSent(std::span<const ado::LoadValue> sent, std::span<const std::string> columns,
-               RowBatch& batch);
+  void AddSent(std::span<const ado::LoadValue> sent, std::span<const std::string> columns);
 
   /// Writes what has been added.
   void Flush();

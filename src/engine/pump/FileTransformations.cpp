@@ -3,13 +3,14 @@
 #include "engine/pump/Conversion.h"
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/Transformation.h"
+#include "engine/pump/WholeFile.h"
 #include "platform/CodePage.h"
 #include "platform/Files.h"
 
 namespace torvik::engine {
 namespace {
 
-constexpr std::uint64_t kMaxFileBytes = std::uint64_t{16} << 20;
+constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
 
 /// Why `name` may not be used; it comes with the data, and must not lead out of the directory.
 std::string Misnamed(std::string_view name) {
@@ -17,21 +18,6 @@ std::string Misnamed(std::string_view name) {
   const bool leadsOut = name.find_first_of("/\\") != std::string_view::npos || name == "." ||
                         name == ".." || name.find('\0') != std::string_view::npos;
   return leadsOut ? "is not a plain file name; names may not lead out of the directory" : "";
-}
-
-std::string ReadWhole(Files& files, const std::string& path, std::string& content) {
-  std::error_code error;
-  std::uint64_t size = 0;
-  if ((error = files.Size(path, size))) return error.message();
-  if (size > kMaxFileBytes) return "is longer than " + std::to_string(kMaxFileBytes >> 20) + " MiB";
-  const auto reader = files.OpenRead(path, error);
-  if (!reader) return error.message();
-  char block[1 << 16];
-  while (const std::size_t got = reader->Read(block, sizeof block, error)) {
-    content.append(block, got);
-    if (content.size() > kMaxFileBytes) return "grows while it is read";
-  }
-  return error ? error.message() : "";
 }
 
 class ReadFile final : public Transformation {
@@ -44,7 +30,8 @@ class ReadFile final : public Transformation {
     const std::string name(TextOfValue(value, row.batch));
     if (std::string misnamed = Misnamed(name); !misnamed.empty()) return misnamed;
     std::string content;
-    if (const std::string reason = ReadWhole(files_, directory_ + name, content); !reason.empty())
+    if (const std::string reason = ReadWhole(files_, directory_ + name, kMaxFileBytes, content);
+        !reason.empty())
       return "names a file that cannot be read (" + directory_ + name + "): " + reason;
     if (!codePage_) return value = row.batch.Store(content), "";
     std::string text;

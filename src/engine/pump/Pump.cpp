@@ -87,7 +87,7 @@ class Loader {
   void RejectRefused(RowBatch& batch, std::size_t first, const ado::Refusal& refusal) {
     const std::size_t row = first + refusal.row;
     const RowPlace at{request_.source.PlaceOf(batch, row)};
-    if (request_.exceptions) request_.exceptions->AddSent(batch.Row(row), columns_, batch);
+    if (request_.exceptions) request_.exceptions->AddSent(batch.Row(row), columns_);
     Reject({batch.Origin(row),
             RowError::Refused(at, {refusal.number, refusal.description, "data pump"})});
   }

@@ -109,7 +109,7 @@ void RowMapper::Reject(RowBatch& batch, std::size_t row, const Target& target,
     at.columnName = source_.Columns()[target.source];
   }
   RowOrigin origin = batch.Origin(row);
-  if (origin.bytes.empty()) origin.bytes = batch.Store(CsvLine(batch.Row(row), batch));
+  if (origin.bytes.empty()) origin.bytes = batch.Store(CsvLine(batch.Row(row)));
   batch.AddBadRow(origin, misfit == kMissing
                               ? RowError::NullNotAllowed(at, Described(target.column))
                               : RowError::Misfit(at, TextOfValue(value, batch), misfit,

@@ -44,7 +44,7 @@ class DelimitedRow final : public TextRow {
                                "it holds part of a delimiter, and there is no text qualifier");
       const bool isEmptyText = value.empty() && !values[column].IsNull();
       if (isSpecial || isEmptyText || (quoteAll_ && !values[column].IsNull()))
-        AppendQuoted(value, text);
+        AppendQuoted(value, qualifier_[0], text);
       else
         text += value;
     }
@@ -53,15 +53,6 @@ class DelimitedRow final : public TextRow {
   }
 
  private:
-  void AppendQuoted(std::string_view value, std::string& text) const {
-    text += qualifier_;
-    for (const char c : value) {
-      text += c;
-      if (c == qualifier_[0]) text += c;
-    }
-    text += qualifier_;
-  }
-
   const std::vector<std::string> columns_;
   const std::string columnDelimiter_, rowDelimiter_, qualifier_;
   const bool quoteAll_;
@@ -139,6 +130,12 @@ std::string_view WrittenText(const ado::LoadValue& value, std::span<char> room) 
     case ado::LoadValue::Kind::Real: return {begin, std::to_chars(begin, end, value.Real()).ptr};
   }
   return {};
+}
+
+void AppendQuoted(std::string_view value, char qualifier, std::string& text) {
+  text += qualifier;
+  for (const char c : value) text.append(c == qualifier ? 2 : 1, c);
+  text += qualifier;
 }
 
 std::string UnwritableValue(const std::string& column, const std::string& reason) {

@@ -34,6 +34,9 @@ std::string WrittenRowDelimiter(const TextFormat& format);
 std::string_view WrittenText(const ado::LoadValue& value, std::span<char> room);
 constexpr std::size_t kNumberCharacters = 32;
 
+/// Appends the value between qualifiers, those inside doubled.
+void AppendQuoted(std::string_view value, char qualifier, std::string& text);
+
 /// `column "name": reason`.
 std::string UnwritableValue(const std::string& column, const std::string& reason);
 

@@ -99,7 +99,8 @@ class AdoOdbc final : public AdoDatabase {
                                    std::span<const ado::Value> parameters) override {
     const std::string text = Resolved(sql);
     const auto statements = SplitStatements(text);
-    if (const auto misfit = MarkerMisfit(statements, parameters.size()); !misfit.empty())
+    if (const auto misfit = MarkerMisfit(CountMarkers(statements), parameters.size());
+        !misfit.empty())
       throw session_->Refusal(misfit);
     ado::StatementResult result;
     if (parameters.empty()) {

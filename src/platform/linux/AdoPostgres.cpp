@@ -13,6 +13,7 @@
 #include "platform/linux/PgSession.h"
 #include "platform/linux/PgTables.h"
 #include "platform/linux/Recordsets.h"
+#include "platform/linux/SqlStatements.h"
 
 namespace torvik {
 namespace {
@@ -54,12 +55,8 @@ class AdoPostgres final : public AdoDatabase {
   ado::StatementResult ExecuteWith(const std::string& sql,
                                    std::span<const ado::Value> parameters) override {
     const auto statements = Statements(sql, PgMarkers::Numbered);
-    std::size_t markers = 0;
-    for (const PgStatement& statement : statements) markers += statement.markers;
-    if (markers != parameters.size())
-      throw session_->Refusal("the SQL text has " + std::to_string(markers) +
-                              " markers \"?\", and " + std::to_string(parameters.size()) +
-                              " values are given for them");
+    const std::string misfit = MarkerMisfit(CountMarkers(statements), parameters.size());
+    if (!misfit.empty()) throw session_->Refusal(misfit);
     const std::vector<PgSession::Parameter> texts = PgParameters(parameters);
     ado::StatementResult result;
     std::size_t used = 0;

@@ -123,7 +123,8 @@ class AdoSqlite final : public AdoDatabase {
   ado::StatementResult ExecuteWith(const std::string& sql,
                                    std::span<const ado::Value> parameters) override {
     const std::string text = session_->Resolve(sql);
-    if (const auto misfit = MarkerMisfit(SplitStatements(text), parameters.size()); !misfit.empty())
+    if (const auto misfit = MarkerMisfit(CountMarkers(SplitStatements(text)), parameters.size());
+        !misfit.empty())
       throw session_->Refusal(misfit);
     ado::StatementResult result;
     for (SqlScript script(text); !script.AtEnd();) {

@@ -24,9 +24,7 @@ std::vector<SqlStatementText> SplitStatements(std::string_view sql) {
   return statements;
 }
 
-std::string MarkerMisfit(const std::vector<SqlStatementText>& statements, std::size_t parameters) {
-  std::size_t markers = 0;
-  for (const SqlStatementText& statement : statements) markers += statement.markers;
+std::string MarkerMisfit(std::size_t markers, std::size_t parameters) {
   if (markers == parameters) return "";
   return "the SQL text has " + std::to_string(markers) + " markers \"?\" for " +
          std::to_string(parameters) + " parameters; give one parameter for each marker";

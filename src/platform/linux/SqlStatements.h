@@ -18,7 +18,15 @@ struct SqlStatementText {
 std::vector<SqlStatementText> SplitStatements(std::string_view sql);
 
 /// Why a text with that many markers cannot take that many parameters; empty when it can.
-std::string MarkerMisfit(const std::vector<SqlStatementText>& statements, std::size_t parameters);
+std::string MarkerMisfit(std::size_t markers, std::size_t parameters);
+
+/// The markers of all of them.
+template <typename Statement>
+std::size_t CountMarkers(const std::vector<Statement>& statements) {
+  std::size_t markers = 0;
+  for (const Statement& statement : statements) markers += statement.markers;
+  return markers;
+}
 
 /// A CREATE TABLE or CREATE INDEX text about the table `from` as one about `to`: where the table is
 /// named, refers to itself or stands before a column. `to` is put in as it is.
