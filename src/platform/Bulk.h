@@ -18,30 +18,40 @@ class LoadValue {
 
   constexpr LoadValue() = default;
   constexpr LoadValue(std::string_view text)
-      : data_(text.data()), size_(text.size()), kind_(Kind::Text) {}
+      : data_(text.data()), sizeAndKind_(WordOf(Kind::Text) | text.size()) {}
   constexpr LoadValue(const char* text) : LoadValue(std::string_view(text)) {}
   LoadValue(const std::string& text) : LoadValue(std::string_view(text)) {}
-  constexpr LoadValue(std::int64_t number) : integer_(number), kind_(Kind::Integer) {}
-  constexpr LoadValue(double number) : real_(number), kind_(Kind::Real) {}
+  constexpr LoadValue(std::int64_t number)
+      : integer_(number), sizeAndKind_(WordOf(Kind::Integer)) {}
+  constexpr LoadValue(double number) : real_(number), sizeAndKind_(WordOf(Kind::Real)) {}
 
-  constexpr Kind GetKind() const { return kind_; }
-  constexpr bool IsNull() const { return kind_ == Kind::Null; }
-  constexpr bool IsText() const { return kind_ == Kind::Text; }
+  constexpr Kind GetKind() const { return static_cast<Kind>(sizeAndKind_ >> kSizeBits); }
+  constexpr bool IsNull() const { return GetKind() == Kind::Null; }
+  constexpr bool IsText() const { return GetKind() == Kind::Text; }
 
   /// Each for a value of that kind alone.
-  constexpr std::string_view Text() const { return {data_, size_}; }
+  constexpr std::string_view Text() const {
+    return {data_, static_cast<std::size_t>(sizeAndKind_ ^ WordOf(Kind::Text))};
+  }
   constexpr std::int64_t Integer() const { return integer_; }
   constexpr double Real() const { return real_; }
 
  private:
+  static constexpr int kSizeBits = 56;
+
+  static constexpr std::uint64_t WordOf(Kind kind) {
+    return static_cast<std::uint64_t>(kind) << kSizeBits;
+  }
+
   union {
     const char* data_ = nullptr;
     std::int64_t integer_;
     double real_;
   };
-  std::size_t size_ = 0;
-  Kind kind_ = Kind::Null;
+  // One word for both: values pass by the million, and memory sets the pace.
+  std::uint64_t sizeAndKind_ = 0;
 };
+static_assert(sizeof(LoadValue) == 16);
 
 /// Rows of equal width, one after the other.
 struct LoadRows {

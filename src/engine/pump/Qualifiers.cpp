@@ -10,6 +10,8 @@
 namespace torvik::engine {
 namespace {
 
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+
 /// The position of the first of eight bytes that is `wanted`, 8 if none is.
 std::size_t FirstOf(std::uint64_t bytes, char wanted) {
   constexpr std::uint64_t ones = 0x0101010101010101, highBits = 0x8080808080808080;
@@ -19,21 +21,32 @@ std::size_t FirstOf(std::uint64_t bytes, char wanted) {
   return static_cast<std::size_t>(std::countr_zero(found)) / 8;
 }
 
+/// The bytes from `at` on, eight at most; zeros behind the text's end.
+std::uint64_t WordAt(std::string_view text, std::size_t at) {
+  std::uint64_t word = 0;
+  if (text.size() < kWord) {
+    std::memcpy(&word, text.data() + at, text.size() - at);
+    return word;
+  }
+  const std::size_t begin = std::min(at, text.size() - kWord);
+  std::memcpy(&word, text.data() + begin, kWord);
+  const std::size_t before = 8 * (at - begin);
+  return std::endian::native == std::endian::big ? word << before : word >> before;
+}
+
 }  // namespace
 
 /// Eight bytes at a time, as the values are short.
 std::string_view Undoubled(std::string_view text, char qualifier, RowBatch& batch) {
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
   char* const single = batch.Allocate(text.size() + kWord).data();
   char* to = single;
-  while (!text.empty()) {
-    const std::size_t size = std::min(text.size(), kWord);
-    std::uint64_t word = 0;
-    size == kWord ? std::memcpy(&word, text.data(), kWord) : std::memcpy(&word, text.data(), size);
+  for (std::size_t from = 0; from < text.size();) {
+    const std::uint64_t word = WordAt(text, from);
     std::memcpy(to, &word, kWord);
+    const std::size_t size = std::min(text.size() - from, kWord);
     const std::size_t at = FirstOf(word, qualifier);
     to += std::min(at + 1, size);
-    text.remove_prefix(std::min(at < size ? at + 2 : size, text.size()));
+    from += at < size ? at + 2 : size;
   }
   return {single, static_cast<std::size_t>(to - single)};
 }

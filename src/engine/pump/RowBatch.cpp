@@ -1,23 +1,15 @@
 #include "engine/pump/RowBatch.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
 namespace torvik::engine {
 
 void RowBatch::Clear() {
-  values_.clear();
+  used_ = 0;
   origins_.clear();
   badRows_.clear();
   texts_->release();
-}
-
-std::span<ado::LoadValue> RowBatch::AddRow(const RowOrigin& origin, std::size_t width) {
-  width_ = width;
-  origins_.push_back(origin);
-  values_.resize(values_.size() + width);
-  return std::span(values_).last(width);
 }
 
 void RowBatch::AddBadRow(const RowOrigin& origin, RowError error) {
@@ -36,6 +28,7 @@ void RowBatch::SwapRows(std::vector<ado::LoadValue>& values, std::size_t width,
                         std::vector<RowOrigin>& origins) {
   values_.swap(values);
   origins_.swap(origins);
+  used_ = values_.size();
   width_ = width;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -35,9 +36,16 @@ class RowBatch {
   /// Forgets the rows and every text; keeps the memory.
   void Clear();
 
-  /// Adds a row of `width` values, all NULL; every row of a batch has the same width. The answer is
-  /// valid until the next row is added.
-  std::span<ado::LoadValue> AddRow(const RowOrigin& origin, std::size_t width);
+  /// Adds a row of `width` values, all of which the caller sets; every row of a batch has the same
+  /// width. The answer is valid until the next row is added.
+  std::span<ado::LoadValue> AddRow(const RowOrigin& origin, std::size_t width) {
+    width_ = width;
+    origins_.push_back(origin);
+    const std::size_t begin = used_;
+    used_ += width;
+    if (used_ > values_.size()) values_.resize(2 * used_);
+    return std::span(values_).subspan(begin, width);
+  }
 
   /// Adds a row that could not be read, in place of its values.
   void AddBadRow(const RowOrigin& origin, RowError error);
@@ -50,7 +58,7 @@ class RowBatch {
   const RowOrigin& Origin(std::size_t row) const { return origins_[row]; }
 
   /// All rows, one after the other; there must be one.
-  ado::LoadRows Rows() const { return {values_, width_}; }
+  ado::LoadRows Rows() const { return {std::span(values_).first(used_), width_}; }
 
   /// Exchanges the rows for others made from them: `width` values for each of `origins`. Texts
   /// stay.
@@ -71,7 +79,8 @@ class RowBatch {
   std::string_view Store(std::string_view text);
 
  private:
-  std::vector<ado::LoadValue> values_;
+  std::vector<ado::LoadValue> values_;  // the rows', and room for more
+  std::size_t used_ = 0;                // how many are the rows'
   std::vector<RowOrigin> origins_;
   std::vector<BadRow> badRows_;
   std::size_t width_ = 0;

@@ -31,11 +31,7 @@ std::uint64_t BitsBelow(unsigned bit) {
 /// The 64 bytes that a scan has classified, somewhere between its start and its end.
 struct RowScanner::Window {
   Window(const RowScanner& scanner, char* from, char* textEnd, bool isLast)
-      : set(scanner.set_),
-        end(textEnd),
-        last(isLast),
-        isSimple(scanner.isSimple_),
-        quoteBits(scanner.quoteBits_) {
+      : set(scanner.set_), end(textEnd), last(isLast), quoteBits(scanner.quoteBits_) {
     Load(from);
   }
 
@@ -61,7 +57,6 @@ struct RowScanner::Window {
   const ByteSet& set;
   char* const end;
   const bool last;
-  const bool isSimple;
   const std::uint64_t quoteBits;
   char* base = nullptr;
   ByteMasks masks;
@@ -84,30 +79,41 @@ RowScanner::RowScanner(std::string columnDelimiter, const std::string& rowDelimi
       odd_(16) {}
 
 RowScan RowScanner::Scan(char* from, char* end, bool last) {
+  return isSimple_ ? ScanRow<true>(from, end, last) : ScanRow<false>(from, end, last);
+}
+
+template <bool kIsSimple>
+RowScan RowScanner::ScanRow(char* from, char* end, bool last) {
   Window window(*this, from, end, last);
   RowScan failure{RowScan::Outcome::NeedMore};
   linesInside_ = 0;
-  oddCount_ = 0;
-  std::size_t count = 0, room = fields_.size();
-  for (char* p = from;; ++count) {
+  RawField* fields = fields_.data();
+  std::size_t* odd = odd_.data();
+  std::size_t count = 0, oddCount = 0, room = fields_.size();
+  Ending ending = Ending::Column;
+  char* p = from;
+  for (; ending == Ending::Column; ++count) {
     if (count == room) {
       fields_.resize(room *= 2);
       odd_.resize(room);
+      fields = fields_.data();
+      odd = odd_.data();
     }
     const bool quoted = p < end && *p == quoteByte_ && window.quoteBits != 0;
     RawField field{p};
-    const Ending ending =
-        quoted ? QuotedField(window, field, p, failure) : PlainField(window, field, p);
-    fields_[count] = field;
-    odd_[oddCount_] = count;
-    oddCount_ += field.odd ? 1 : 0;
-    if (ending == Ending::Column) continue;
-    count_ = count + (ending == Ending::Row ? 1 : 0);
-    return ending == Ending::Row ? RowScan{RowScan::Outcome::Row, p} : failure;
+    ending = quoted ? QuotedField<kIsSimple>(window, field, p, failure)
+                    : PlainField<kIsSimple>(window, field, p);
+    fields[count] = field;
+    odd[oddCount] = count;
+    oddCount += field.odd ? 1 : 0;
   }
+  count_ = ending == Ending::Row ? count : count - 1;
+  oddCount_ = oddCount;
+  return ending == Ending::Row ? RowScan{RowScan::Outcome::Row, p} : failure;
 }
 
 /// Finds the end of a field without quotes; `next` gets where the text goes on behind it.
+template <bool kIsSimple>
 [[gnu::always_inline]] inline RowScanner::Ending RowScanner::PlainField(Window& window,
                                                                         RawField& field,
                                                                         char*& next) const {
@@ -129,7 +135,7 @@ RowScan RowScanner::Scan(char* from, char* end, bool last) {
     char* const p = window.base + at;
     std::size_t length = 1;
     Ending ending = (window.masks.row >> at & 1) != 0 ? Ending::Row : Ending::Column;
-    if (!window.isSimple) ending = EndingAt(p, window.end, window.last, length);
+    if constexpr (!kIsSimple) ending = EndingAt(p, window.end, window.last, length);
     if (ending == Ending::None) {
       odd |= window.masks.odd & (std::uint64_t{1} << at);
       bit = window.BitOf(p + 1);
@@ -145,6 +151,7 @@ RowScan RowScanner::Scan(char* from, char* end, bool last) {
 }
 
 /// The same for a field that begins with a quote. None: `failure` says why there is no end.
+template <bool kIsSimple>
 [[gnu::always_inline]] inline RowScanner::Ending RowScanner::QuotedField(Window& window,
                                                                          RawField& field,
                                                                          char*& next,
@@ -176,7 +183,7 @@ RowScan RowScanner::Scan(char* from, char* end, bool last) {
     field.end = p;
     field.odd = odd != 0;
     std::size_t length = 1;
-    const bool isColumn = window.isSimple && p + 1 < window.end && p[1] == columnByte_;
+    const bool isColumn = kIsSimple && p + 1 < window.end && p[1] == columnByte_;
     const Ending ending =
         isColumn ? Ending::Column : EndingAt(p + 1, window.end, window.last, length);
     if (ending == Ending::None) failure = {RowScan::Outcome::TextAfterQuote, p + 1};

@@ -62,7 +62,11 @@ class RowScanner {
   struct Window;
 
   Ending EndingAt(const char* p, const char* end, bool last, std::size_t& length) const;
+  template <bool kIsSimple>
+  RowScan ScanRow(char* from, char* end, bool last);
+  template <bool kIsSimple>
   Ending PlainField(Window& window, RawField& field, char*& next) const;
+  template <bool kIsSimple>
   Ending QuotedField(Window& window, RawField& field, char*& next, RowScan& failure);
 
   const std::string columnDelimiter_;

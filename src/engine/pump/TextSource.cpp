@@ -129,8 +129,8 @@ void TextSource::TakeRow(RowBatch& batch, const RowScan& scan) {
     const std::string_view text(field.begin, static_cast<std::size_t>(field.end - field.begin));
     if (field.doubled)
       *value = Undoubled(text, qualifier_, batch);
-    else if (!text.empty() || field.quoted)
-      *value = text;
+    else
+      *value = text.empty() && !field.quoted ? ado::LoadValue() : ado::LoadValue(text);
     ++value;
   }
 }
