@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/pump/BlockReader.h"
 #include "engine/pump/PumpTools.h"
 #include "platform/CodePage.h"
 #include "platform/PlatformError.h"
@@ -46,7 +47,7 @@ inline void FuzzText(const std::string& text, TextFormat format, unsigned encodi
   const std::string end = format.rowDelimiter.empty()     ? "\n"
                           : format.rowDelimiter != "none" ? format.rowDelimiter
                                                           : "";
-  std::size_t length = (std::size_t{128} << 10) / unit - end.size() - text.size() / 2 / unit;
+  std::size_t length = BlockReader::kBlockBytes / unit - end.size() - text.size() / 2 / unit;
   if (isFixed && end.empty()) {
     length -= length % 6;  // of whole rows
     format.skipRows += static_cast<int>(length / 6);
@@ -58,7 +59,7 @@ inline void FuzzText(const std::string& text, TextFormat format, unsigned encodi
   if (unit == 2) {
     static const std::string wide = [] {
       std::string text;
-      for (int i = 0; i < 64 << 10; ++i) text += std::string("x\0", 2);
+      for (std::size_t i = 0; i < BlockReader::kBlockBytes / 2; ++i) text += std::string("x\0", 2);
       return text;
     }();
     before = wide.substr(0, 2 * length);

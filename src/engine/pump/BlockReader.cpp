@@ -14,7 +14,6 @@
 namespace torvik::engine {
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{1} << 19;
 /// No character of any encoding has more bytes, shifts included.
 constexpr std::size_t kCharacterBytes = 32;
 

@@ -24,6 +24,10 @@ struct TextBlock {
 /// decoded before they can be scanned stand in the batch's block as well, behind their text.
 class BlockReader {
  public:
+  /// Of a block, unless what is kept needs more. A batch of that many bytes and its values stay in
+  /// the processor's cache.
+  static constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
+
   /// Throws RowError when the file cannot be opened or its start not be read.
   BlockReader(Files& files, std::string path, Compression compression);
   ~BlockReader();

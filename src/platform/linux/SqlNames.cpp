@@ -10,7 +10,6 @@ namespace torvik {
 namespace {
 
 using Token = SqlToken;
-using TokenKind = SqlTokenKind;
 
 bool IsBlank(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
@@ -33,11 +32,11 @@ struct QualifiedName {
 
 /// The qualified name that begins with token `first`.
 std::optional<QualifiedName> QualifiedNameAt(const std::vector<Token>& tokens, std::size_t first) {
-  const auto is = [&](std::size_t offset, TokenKind kind) {
+  const auto is = [&](std::size_t offset, SqlTokenKind kind) {
     return first + offset < tokens.size() && tokens[first + offset].kind == kind;
   };
   const auto part = [&](std::size_t offset) { return Unquoted(tokens[first + offset].text); };
-  using enum TokenKind;
+  using enum SqlTokenKind;
   if (!is(0, Name) || !is(1, Point)) return {};
   if (is(2, Point) && is(3, Name)) return QualifiedName{{part(0), part(3)}, first + 3};
   if (!is(2, Name)) return {};
@@ -51,9 +50,9 @@ std::optional<QualifiedName> QualifiedNameAt(const std::vector<Token>& tokens, s
 std::optional<TableName> TableNameOf(const std::vector<Token>& tokens) {
   std::vector<std::string> parts(1);
   for (const Token& token : tokens) {
-    if (token.kind == TokenKind::Point) {
+    if (token.kind == SqlTokenKind::Point) {
       parts.emplace_back();
-    } else if (token.kind == TokenKind::Name && parts.back().empty()) {
+    } else if (token.kind == SqlTokenKind::Name && parts.back().empty()) {
       parts.back() = Unquoted(token.text);
     } else {
       return {};
@@ -108,7 +107,7 @@ std::optional<TableName> OneTableOf(std::string_view select) {
   if (from == tokens.end()) return {};
   auto end = from + 1;
   for (bool wantsName = true; end != tokens.end(); ++end, wantsName = !wantsName)
-    if (end->kind != (wantsName ? TokenKind::Name : TokenKind::Point)) break;
+    if (end->kind != (wantsName ? SqlTokenKind::Name : SqlTokenKind::Point)) break;
   const auto where = std::find_if(end, tokens.end(), isWord("WHERE"));
   if (std::any_of(end, where, isWord(","))) return {};
   return TableNameOf({from + 1, end});
@@ -126,7 +125,7 @@ std::string ResolveNames(std::string_view sql, const SchemaPrefix& prefixOf) {
     copied = end;
   };
   for (std::size_t i = 0; i < tokens.size(); ++i) {
-    if (i > 0 && tokens[i - 1].kind == TokenKind::Point) continue;
+    if (i > 0 && tokens[i - 1].kind == SqlTokenKind::Point) continue;
     const std::size_t begin = tokens[i].begin;
     if (const auto qualified = QualifiedNameAt(tokens, i)) {
       i = qualified->tableToken;
@@ -141,7 +140,7 @@ std::string ResolveNames(std::string_view sql, const SchemaPrefix& prefixOf) {
 std::vector<std::string> NamesIn(std::string_view sql) {
   std::vector<std::string> names;
   for (const Token& token : Tokenise(sql))
-    if (token.kind == TokenKind::Name) names.push_back(Unquoted(token.text));
+    if (token.kind == SqlTokenKind::Name) names.push_back(Unquoted(token.text));
   return names;
 }
 
