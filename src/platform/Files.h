@@ -79,7 +79,8 @@ class Files {
 
   /// Makes `text` the file's whole content: written beside it, brought to disk and renamed over it,
   /// so that a reader sees the old text or the new one. Where the directory does not allow a second
-  /// file, or the path is not a plain file, it is written in place.
+  /// file, the path is not a plain file, or the disk is full and the text needs no room of its own,
+  /// it is written in place.
   virtual std::error_code ReplaceText(const std::string& path, std::string_view text) = 0;
 
   /// The same for bytes that are written as they are.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -32,6 +33,16 @@ std::error_code MustBePlain(const struct stat& status) {
 bool IsRefusedByDirectory(const std::error_code& error) {
   return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
          error == std::errc::read_only_file_system;
+}
+
+/// True when the disk is full, but a text so short finds its place where the file's bytes are: the
+/// disk writes it as a whole or not at all.
+bool HasRoomInPlace(const std::error_code& error, const struct stat& status, std::size_t bytes) {
+  constexpr std::size_t kSector = 512;
+  const bool isFull = error == std::errc::no_space_on_device ||
+                      error == std::error_code(EDQUOT, std::generic_category());
+  const auto room = std::max<off_t>(status.st_size, status.st_blocks * off_t{kSector});
+  return isFull && bytes <= kSector && static_cast<off_t>(bytes) <= room;
 }
 
 bool IsPlainEntry(int directory, const char* name) {
@@ -130,7 +141,8 @@ class PosixFiles final : public Files {
     struct stat status {};
     const bool isPlain = StatusOf(linuxPath, status) || S_ISREG(status.st_mode);
     if (isPlain) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
-    if (isPlain && !IsRefusedByDirectory(error)) return error;
+    if (isPlain && !IsRefusedByDirectory(error) && !HasRoomInPlace(error, status, bytes.size()))
+      return error;
     return OverwriteFile(linuxPath, bytes, kNewFileMode);
   }
 
