@@ -59,6 +59,8 @@ void RowBatch::KeepRange(std::int64_t first, std::int64_t from, std::int64_t to)
 }
 
 std::span<char> RowBatch::Block(std::size_t bytes) {
+  // One long row does not keep its memory for all that follow.
+  if (block_.size() / 4 > bytes) std::vector<char>().swap(block_);
   if (block_.size() < bytes) block_.resize(bytes);
   return block_;
 }
