@@ -66,9 +66,10 @@ class LoadedPackage final : public dts::Package {
   void Execute(dts::PackageEvents& events) override {
     const PackageModel& model = Loaded();
     workflow_.Reset();
-    PackageLog log(services_, model.name, variables_,
-                   [&](const std::string& trouble) { events.OnError("", trouble); });
     EventQueue queue;
+    PackageLog log(services_, model.name, variables_, [&](const std::string& trouble) {
+      queue.Post({.kind = ExecutionEvent::Kind::Error, .text = trouble});
+    });
     std::atomic<bool> cancelled = false;
     std::exception_ptr failure;
     std::thread worker([&] {
@@ -78,19 +79,20 @@ class LoadedPackage final : public dts::Package {
                       variables_,
                       workflow_,
                       {model.name},
-                      [&](ExecutionEvent event) { queue.Post(std::move(event)); },
+                      // The log first: the step after this one may send it.
+                      [&](ExecutionEvent event) {
+                        log.Handle(event);
+                        queue.Post(std::move(event));
+                      },
                       cancelled});
       } catch (...) {
         failure = std::current_exception();
       }
       queue.Close();
     });
-    const auto handle = [&](const ExecutionEvent& event) {
-      log.Handle(event);
-      Forward(event, events);
-    };
     try {
-      queue.Deliver(handle, [&] { events.OnIdle(); });
+      queue.Deliver([&](const ExecutionEvent& event) { Forward(event, events); },
+                    [&] { events.OnIdle(); });
     } catch (...) {
       cancelled = true;
       worker.join();

@@ -30,7 +30,9 @@ class SmallDisk {
       std::ofstream("/proc/self/uid_map") << user + " " + user + " 1";
       std::ofstream("/proc/self/gid_map") << group + " " + group + " 1";
     }
-    Require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "mount /");
+    // Inside a changed root there is no such mount; what is mounted then may be seen outside.
+    const bool isAlone = mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    Require(isAlone || errno == EINVAL, "mount /");
     return true;
   }
 
