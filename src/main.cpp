@@ -65,10 +65,10 @@ void RunProgram(const std::string& argumentText) {
       [form](const FetchProgress& progress) {
         if (form() != nullptr) form()->SetFormStatus(FetchText(progress));
       });
-  const auto packages = engine::NewPackageHost({*linuxPlatform.databases, *linuxPlatform.files,
-                                                *linuxPlatform.codePages, *linuxPlatform.clock,
-                                                *linuxPlatform.processes, *linuxPlatform.eventLog,
-                                                *linuxPlatform.mail});
+  const auto packages = engine::NewPackageHost(
+      {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
+       *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
+       linuxPlatform.settings.scriptDirectories});
   Program program(
       {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
        *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.messages,

@@ -86,15 +86,20 @@ ConnectionModel ReadConnection(TableReader& table, const std::string& name,
   const PlacedText provider = table.RequiredText("provider");
   connection.provider = provider.text;
   const TomlTable* entries = table.Table("properties");
+  table.SkipOriginal();
   table.Finish();
-  if (const ProviderRule* rule = FindProvider(provider.text)) {
+  const auto known = ProviderNames();
+  const std::string advice = DidYouMean(provider.text, known, "");
+  const ProviderRule* rule = FindProvider(provider.text);
+  // Any other one needs a driver in the settings, which shows when it is opened.
+  if (rule == nullptr && advice.empty()) rule = &OtherProvider();
+  if (provider.text.empty()) return connection;
+  if (rule != nullptr) {
     PropertyReader reader(*rule, variables, problems);
     if (entries) connection.properties = reader.Read(*entries);
     reader.CheckRequired(connection);
-  } else if (!provider.text.empty()) {
-    const auto known = ProviderNames();
-    problems.Add(provider.place, "unknown provider " + Quoted(provider.text) + "; " +
-                                     DidYouMean(provider.text, known, UseOneOf(known)));
+  } else {
+    problems.Add(provider.place, "unknown provider " + Quoted(provider.text) + "; " + advice);
   }
   return connection;
 }

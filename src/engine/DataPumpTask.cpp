@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "engine/PumpEnds.h"
+#include "engine/PumpScripts.h"
 #include "engine/PumpSettings.h"
 #include "engine/TaskReader.h"
 #include "engine/Tasks.h"
@@ -19,6 +20,7 @@ class DataPumpTask final : public Task {
         settings_(ReadPumpSettings(reader, destination_.IsTable())) {
     columns_ = reader.TemplateTable("columns");
     transformations_ = ReadTransformations(reader);
+    lookups_ = ReadLookups(reader);
   }
 
   bool CanJoin() const override { return destination_.IsTable(); }
@@ -27,33 +29,38 @@ class DataPumpTask final : public Task {
     // The destination first: a source in the same database then reads what the transaction wrote.
     ado::Connection* destination = destination_.Open(context);
     std::vector<ado::Connection*> others = {destination};
-    for (const TransformationPlan& plan : transformations_)
+    for (const TransformationPlan& plan : transformations_.columns)
       if (!plan.connection.empty()) others.push_back(&context.ReadDatabase(plan.connection));
+    for (const LookupPlan& plan : lookups_)
+      others.push_back(&context.ReadDatabase(plan.connection));
     const OpenedSource source = source_.Open(context, others);
     // What reads lookups may share neither the source's nor the destination's connection between
     // two threads.
     const bool lookupsShare =
         std::find(others.begin() + 1, others.end(), destination) != others.end() ||
         source.alongside;
-    const PumpJob job{settings_, Columns(context, source.rows->Columns()), lookupsShare};
+    const TransformationScope scope{context, source.rows->Columns()};
+    const PumpJob job{settings_, Columns(scope),
+                      NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
+                      lookupsShare};
     return ResultOf(destination_.Pump(context, job, *source.rows, destination));
   }
 
  private:
-  std::vector<ColumnMapping> Columns(TaskContext& context,
-                                     const std::vector<std::string>& sourceColumns) const {
+  std::vector<ColumnMapping> Columns(const TransformationScope& scope) const {
+    const Variables& variables = scope.context.GlobalVariables();
     std::vector<ColumnMapping> columns;
     for (const auto& [from, to] : columns_)
-      columns.push_back({from, context.GlobalVariables().Substitute(to.text), settings_.flags});
-    return WithTransformations(std::move(columns), transformations_, settings_.flags,
-                               {context, sourceColumns});
+      columns.push_back({from, variables.Substitute(to.text), settings_.flags});
+    return WithTransformations(std::move(columns), transformations_, settings_.flags, scope);
   }
 
   PumpSource source_;
   PumpDestination destination_;
   PumpSettings settings_;
   std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
-  std::vector<TransformationPlan> transformations_;
+  TransformationPlans transformations_;
+  std::vector<LookupPlan> lookups_;
 };
 
 }  // namespace

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 namespace torvik {
 
 namespace ado {
@@ -23,6 +26,8 @@ struct EngineServices {
   Processes& processes;
   EventLog& eventLog;
   Mailer& mail;
+  /// In which scripts may use files; the text files among them are in the ANSI code page.
+  std::vector<std::string> scriptDirectories = {};
 };
 
 }  // namespace engine

@@ -57,22 +57,28 @@ class PackageRun {
   }
 
   /// What fails outside a task, as for want of memory, ends the package and not the process.
-  bool TryStepAt(std::size_t position) {
+  StepEnd TryStepAt(std::size_t position) {
     try {
       return RunStepAt(position);
     } catch (const std::exception& error) {
       End(PlatformError(0, error.what(), "package engine"), "the package failed");
-      return false;
+      return StepEnd::Failed;
     }
   }
 
-  bool RunStepAt(std::size_t position) {
+  StepEnd RunStepAt(std::size_t position) {
     const StepModel& step = package_.steps[position];
     const auto begin = Now();
     Tell({.kind = Kind::StepStarted, .step = step.name});
     const auto control = running_.Add();
     StepOutcome outcome = RunStep(shared_, step, *control);
     running_.Remove(control);
+    if (outcome.leftOut) {
+      Tell({.kind = Kind::StepNotRun,
+            .step = step.name,
+            .text = "its workflow script wants it left out"});
+      return StepEnd::LeftOut;
+    }
     if (!outcome.failure && step.commitSuccess) CommitAfter(step, outcome);
     ExecutionEvent ended{.kind = Kind::StepEnded, .step = step.name};
     ended.failed = outcome.failure.has_value();
@@ -83,7 +89,7 @@ class PackageRun {
     Tell(ended);
     if (outcome.failure) StepFailed(step, outcome);
     if (execution_.cancelled) EndCancelled();
-    return !outcome.failure;
+    return outcome.failure ? StepEnd::Failed : StepEnd::Succeeded;
   }
 
   void StepFailed(const StepModel& step, const StepOutcome& outcome) {
@@ -151,12 +157,12 @@ class PackageRun {
   void NameStepsNotRun() {
     const char* const reason = running_.Failure() ? "the package ended before it could start"
                                                   : "its constraints did not come to hold";
-    for (const StepState& state : workflow_.States()) {
-      if (state.status == dts::StepExecutionStatus::Completed) continue;
-      const bool disabled = state.status == dts::StepExecutionStatus::Inactive;
-      Tell({.kind = Kind::StepNotRun,
-            .step = state.name,
-            .text = disabled ? "it is disabled" : reason});
+    for (std::size_t i = 0; i < package_.steps.size(); ++i) {
+      const StepModel& step = package_.steps[i];
+      if (step.disabled)
+        Tell({.kind = Kind::StepNotRun, .step = step.name, .text = "it is disabled"});
+      else if (workflow_.States()[i].status == dts::StepExecutionStatus::Waiting)
+        Tell({.kind = Kind::StepNotRun, .step = step.name, .text = reason});
     }
   }
 

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "engine/ConnectionReader.h"
+#include "engine/PackageScript.h"
 #include "engine/Problems.h"
 #include "engine/StepOrder.h"
 #include "engine/TaskReader.h"
@@ -37,6 +38,7 @@ class DocumentReader {
     if (const TomlTable* variables = table.Table("global_variables")) ReadVariables(*variables);
     ForEachTable(table, "connections", [this](TableReader& one) { ReadConnection(one); });
     ForEachTable(table, "steps", [this](TableReader& one) { ReadStep(one); });
+    table.SkipOriginal();
     table.Finish();
     ResolveConstraints();
     CheckStepOrder(model_.steps, problems_);
@@ -102,6 +104,7 @@ class DocumentReader {
     step.commitSuccess = table.Boolean("commit_success", false);
     step.rollbackFailure = table.Boolean("rollback_failure", false);
     step.failPackageOnError = table.Boolean("fail_package_on_error", false);
+    table.SkipOriginal();
     ReadRunning(table, step);
     waits_.push_back(ReadWaits(table));
     ReadTask(table, step);
@@ -137,6 +140,8 @@ class DocumentReader {
       step.taskKind = kind.name;
       TaskReader reader(table, model_, problems_);
       step.task = kind.read(reader);
+      if (table.Find("workflow_script"))
+        step.workflowScript = ReadScript(reader, "workflow_script", "workflow_function");
       if (step.joinTransaction && model_.useTransaction && !step.task->CanJoin())
         problems_.Add(table.Find("join_transaction")->place,
                       "a step of task " + Quoted(task.text) +

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/ScriptSource.h"
 #include "engine/Task.h"
 #include "engine/TomlTable.h"
 #include "platform/Dts.h"
@@ -53,7 +54,8 @@ struct StepModel {
   bool failPackageOnError = false;
   bool closeConnection = false;
   bool executeInMainThread = false;
-  int priority = 3;  ///< 1 to 5; the higher one first.
+  std::optional<ScriptSource> workflowScript;  ///< Decides whether the task runs.
+  int priority = 3;                            ///< 1 to 5; the higher one first.
   std::int64_t retries = 0;
   std::chrono::seconds retryDelay{10};
   std::optional<std::chrono::seconds> timeout;  ///< Of each attempt.

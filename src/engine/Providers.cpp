@@ -58,6 +58,11 @@ const ProviderRule* FindProvider(std::string_view name) {
   return nullptr;
 }
 
+const ProviderRule& OtherProvider() {
+  static constexpr ProviderRule kOther = {"", kDatabaseProperties, false};
+  return kOther;
+}
+
 const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view name) {
   for (const PropertyRule& property : provider.properties)
     if (EqualsIgnoringCase(property.name, name)) return &property;

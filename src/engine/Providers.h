@@ -25,6 +25,8 @@ struct ProviderRule {
 
 /// Null when there is none of that name. Letter case does not matter.
 const ProviderRule* FindProvider(std::string_view name);
+/// Of a provider that is none of these.
+const ProviderRule& OtherProvider();
 const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view name);
 
 /// True for the provider of text files; one that is not known is none.

@@ -47,6 +47,7 @@ std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSe
 PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
   const PumpSettings& settings = job.settings;
   request.columns = job.columns;
+  request.scripts = job.scripts;
   request.flags = settings.flags;
   request.firstRow = settings.firstRow;
   request.lastRow = settings.lastRow;

@@ -46,6 +46,7 @@ unsigned ReadTransformFlags(TaskReader& reader);
 struct PumpJob {
   const PumpSettings& settings;
   std::vector<ColumnMapping> columns = {};
+  std::vector<ScriptMapping> scripts = {};
   bool onOneThread = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "engine/Problems.h"
 #include "engine/Variables.h"
+#include "engine/WorkflowScript.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
 
@@ -22,6 +23,10 @@ class StepRun {
         joined_(step.joinTransaction && shared.execution.package.useTransaction) {}
 
   StepOutcome Run() {
+    if (step_.workflowScript) {
+      StepOutcome outcome = AskScript();
+      if (outcome.leftOut || outcome.failure) return outcome;
+    }
     for (std::int64_t attempt = 1;; ++attempt) {
       const auto begin = Now();
       StepOutcome outcome = Attempt(attempt > 1);
@@ -38,6 +43,19 @@ class StepRun {
   }
 
  private:
+  StepOutcome AskScript() {
+    StepOutcome outcome;
+    control_.BeginAttempt(step_.timeout);
+    try {
+      outcome.leftOut = !WantsToRun(shared_, step_, control_);
+    } catch (const std::exception& error) {
+      outcome.failure = AsPlatformError(error);
+    }
+    const std::string endReason = control_.EndAttempt();
+    if (outcome.failure) outcome.failure = Told(*outcome.failure, endReason);
+    return outcome;
+  }
+
   StepOutcome Attempt(bool again) {
     StepOutcome outcome;
     StepContext context(shared_, step_, joined_, again, control_);

@@ -12,6 +12,7 @@ namespace torvik::engine {
 struct StepOutcome {
   TaskResult result = {};
   std::optional<PlatformError> failure = {};  ///< Its words hold no passwords.
+  bool leftOut = false;                       ///< The step's workflow script wants no run.
   /// The work of earlier steps in the package's transaction is lost.
   bool lostEarlierSteps = false;
 };

@@ -4,7 +4,7 @@
 
 namespace torvik::engine {
 
-StepThreads::StepThreads(Workflow& workflow, Limits limits, std::function<bool(std::size_t)> run)
+StepThreads::StepThreads(Workflow& workflow, Limits limits, Run run)
     : limits_(limits), run_(std::move(run)), workflow_(workflow) {}
 
 void StepThreads::RunAll() {
@@ -44,11 +44,11 @@ bool StepThreads::TryOne(Lock& lock, bool onMainThread) {
   ++running_;
   if (takesTransaction) transactionInUse_ = true;
   lock.unlock();
-  const bool succeeded = run_(*step);
+  const StepEnd end = run_(*step);
   lock.lock();
   if (takesTransaction) transactionInUse_ = false;
   --running_;
-  workflow_.End(*step, !succeeded);
+  workflow_.End(*step, end);
   AddThreads(onMainThread ? 0 : 1);
   changed_.notify_all();
   return true;

@@ -21,8 +21,9 @@ class StepThreads {
     std::size_t concurrent;  ///< From 1.
     bool sharesTransaction;  ///< False: steps have no transaction to take turns for.
   };
-  /// `run` runs a step, on any thread, and answers whether it succeeded; it does not throw.
-  StepThreads(Workflow& workflow, Limits limits, std::function<bool(std::size_t)> run);
+  /// Runs a step, on any thread, and answers how it ended; does not throw.
+  using Run = std::function<StepEnd(std::size_t)>;
+  StepThreads(Workflow& workflow, Limits limits, Run run);
 
   /// Returns when no step can start and none runs.
   void RunAll();
@@ -40,7 +41,7 @@ class StepThreads {
   void AddThreads(std::size_t free);
 
   const Limits limits_;
-  const std::function<bool(std::size_t)> run_;
+  const Run run_;
   std::mutex mutex_;  // of all below
   std::condition_variable changed_;
   Workflow& workflow_;

@@ -13,6 +13,7 @@ std::span<const TaskKind> TaskKinds() {
       {"TransferTables", ReadTransferTablesTask},
       {"SendMail", ReadSendMailTask},
       {"File", ReadFileTask},
+      {"Script", ReadScriptTask},
   };
   return kKinds;
 }

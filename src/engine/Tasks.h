@@ -27,5 +27,6 @@ std::unique_ptr<Task> ReadExecuteProcessTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSetVariablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSendMailTask(TaskReader& reader);
 std::unique_ptr<Task> ReadFileTask(TaskReader& reader);
+std::unique_ptr<Task> ReadScriptTask(TaskReader& reader);
 
 }  // namespace torvik::engine

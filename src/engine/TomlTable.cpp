@@ -121,6 +121,19 @@ const TomlTable* TableReader::Table(std::string_view key) {
   return Get<TomlTable>(key);
 }
 
+void TableReader::SkipOriginal() {
+  const TomlTable* const properties = Table("original");
+  if (properties == nullptr) return;
+  for (const TomlEntry& property : *properties) {
+    const auto& data = property.value.data;
+    if (std::holds_alternative<std::monostate>(data) || std::holds_alternative<TomlArray>(data) ||
+        std::holds_alternative<TomlTable>(data))
+      problems_.Add(property.place, "the original property " + Quoted(property.key) + " is " +
+                                        KindOf(property.value) +
+                                        "; write a text, a Boolean or a number");
+  }
+}
+
 void TableReader::Finish() {
   std::sort(known_.begin(), known_.end());
   known_.erase(std::unique(known_.begin(), known_.end()), known_.end());

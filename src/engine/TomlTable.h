@@ -63,6 +63,10 @@ class TableReader {
   const TomlArray* Array(std::string_view key);
   const TomlTable* Table(std::string_view key);
 
+  /// Checks the table "original": properties by their names in the package's original designer,
+  /// which the document keeps and nothing here uses.
+  void SkipOriginal();
+
   /// Reports the keys that nobody has asked for.
   void Finish();
 

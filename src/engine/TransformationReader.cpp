@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/EngineServices.h"
+#include "engine/PumpScripts.h"
 #include "engine/PumpSettings.h"
 #include "engine/TaskReader.h"
 #include "engine/Variables.h"
@@ -134,6 +135,8 @@ Make ReadWriteFile(TaskReader& reader, TransformationPlan&) {
   };
 }
 
+constexpr const char* kScript = "script";
+
 struct Kind {
   const char* name;
   Make (*read)(TaskReader& reader, TransformationPlan& plan);
@@ -153,19 +156,22 @@ constexpr Kind kKinds[] = {
     {"write_file", ReadWriteFile},
 };
 
-TransformationPlan ReadOne(TaskReader& reader) {
+void ReadOne(TaskReader& reader, TransformationPlans& plans) {
+  reader.Table().SkipOriginal();
   static const std::vector<const char*> kNames = [] {
     std::vector<const char*> names;
     for (const Kind& kind : kKinds) names.push_back(kind.name);
+    names.push_back(kScript);
     return names;
   }();
+  if (reader.Table().RequiredText("type").text == kScript)
+    return plans.scripts.push_back(ReadScriptTransformation(reader));
   TransformationPlan plan;
-  reader.Table().RequiredText("type");
   if (const auto source = reader.Table().Text("source")) plan.source = source->text;
   plan.destination = reader.Table().RequiredText("destination").text;
   plan.flags = ReadTransformFlags(reader);
   plan.make = kKinds[reader.OneOf("type", kNames, 0)].read(reader, plan);
-  return plan;
+  plans.columns.push_back(std::move(plan));
 }
 
 ColumnMapping* Find(std::vector<ColumnMapping>& columns, const std::string& destination) {
@@ -183,20 +189,19 @@ bool Uses(const std::vector<TransformationPlan>& plans, const std::string& sourc
 
 }  // namespace
 
-std::vector<TransformationPlan> ReadTransformations(TaskReader& reader) {
-  std::vector<TransformationPlan> plans;
-  reader.ForEach("transformations", [&](TaskReader& one) { plans.push_back(ReadOne(one)); });
+TransformationPlans ReadTransformations(TaskReader& reader) {
+  TransformationPlans plans;
+  reader.ForEach("transformations", [&](TaskReader& one) { ReadOne(one, plans); });
   return plans;
 }
 
 std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns,
-                                               const std::vector<TransformationPlan>& plans,
-                                               unsigned flags, const TransformationScope& scope) {
-  if (plans.empty()) return columns;
-  if (columns.empty())
+                                               const TransformationPlans& plans, unsigned flags,
+                                               const TransformationScope& scope) {
+  if (columns.empty() && !plans.columns.empty() && plans.scripts.empty())
     for (const std::string& name : scope.sourceColumns)
-      if (!Uses(plans, name)) columns.push_back({name, name, flags});
-  for (const TransformationPlan& plan : plans) {
+      if (!Uses(plans.columns, name)) columns.push_back({name, name, flags});
+  for (const TransformationPlan& plan : plans.columns) {
     ColumnMapping* mapping = Find(columns, plan.destination);
     if (mapping != nullptr && !plan.source.empty() &&
         !EqualsIgnoringCase(mapping->source, plan.source))

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/ScriptSource.h"
 #include "engine/pump/Pump.h"
 
 namespace torvik::engine {
@@ -28,14 +29,27 @@ struct TransformationPlan {
   std::function<std::unique_ptr<Transformation>(const TransformationScope&)> make;  ///< Null: copy.
 };
 
+/// A transformation that is a script.
+struct ScriptPlan {
+  ScriptSource script;
+  std::vector<std::string> sources;  ///< Those that the script sees; empty: all.
+  std::vector<std::string> destinations;
+  unsigned flags = 0;
+};
+
+struct TransformationPlans {
+  std::vector<TransformationPlan> columns;  ///< Each of one destination.
+  std::vector<ScriptPlan> scripts;
+};
+
 /// The key "transformations" of a data pump.
-std::vector<TransformationPlan> ReadTransformations(TaskReader& reader);
+TransformationPlans ReadTransformations(TaskReader& reader);
 
 /// Adds the transformations to `columns`: one whose destination is filled already works on what
-/// fills it. Without any `columns`, source columns that no transformation uses are copied by their
-/// names.
+/// fills it. Without any `columns` and scripts, source columns that no transformation uses are
+/// copied by their names.
 std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns,
-                                               const std::vector<TransformationPlan>& plans,
-                                               unsigned flags, const TransformationScope& scope);
+                                               const TransformationPlans& plans, unsigned flags,
+                                               const TransformationScope& scope);
 
 }  // namespace torvik::engine

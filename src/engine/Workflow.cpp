@@ -90,7 +90,12 @@ void Workflow::Start(std::size_t step) {
   states_[step].status = StepExecutionStatus::InProgress;
 }
 
-void Workflow::End(std::size_t step, bool failed) {
+void Workflow::End(std::size_t step, StepEnd end) {
+  if (end == StepEnd::LeftOut) {
+    states_[step].status = StepExecutionStatus::Inactive;
+    return;
+  }
+  const bool failed = end == StepEnd::Failed;
   states_[step].status = StepExecutionStatus::Completed;
   states_[step].result = failed ? StepExecutionResult::Failure : StepExecutionResult::Success;
   if (failed) ++failures_;

@@ -23,6 +23,9 @@ struct StepState final : dts::Step {
   dts::StepExecutionResult result = dts::StepExecutionResult::Success;
 };
 
+/// How a step that was started has ended; one that was left out is inactive.
+enum class StepEnd { Succeeded, Failed, LeftOut };
+
 /// Which of the steps that are ready may be taken.
 struct StepChoice {
   bool anyThread = true;    ///< Those that run on any thread.
@@ -47,7 +50,7 @@ class Workflow {
   std::size_t ReadyCount(const StepChoice& choice) const;
 
   void Start(std::size_t step);
-  void End(std::size_t step, bool failed);
+  void End(std::size_t step, StepEnd end);
 
   /// True for a step that joins the package's transaction, commits it or rolls it back.
   bool UsesTransaction(std::size_t step) const { return rules_[step].usesTransaction; }

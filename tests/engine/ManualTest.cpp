@@ -86,6 +86,7 @@ TEST_F(Manual, EveryWholeExampleRuns) {
     EXPECT_EQ("", result.raised + result.events.errors) << name;
     EXPECT_EQ(std::string::npos, result.ends.find('F')) << name << ": " << result.ends;
   }
+  EXPECT_EQ("2|France|FR-002\n3|France|FR-003", RowsOf(*warehouse_, "SELECT * FROM scripted"));
   EXPECT_EQ("1|2024-01-31|Luxembourg|-|orders.txt\n3|2024-02-01|France|gro\u00df|orders.txt",
             RowsOf(*warehouse_, "SELECT * FROM sale ORDER BY order_no"));
 }

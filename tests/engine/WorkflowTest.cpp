@@ -54,7 +54,7 @@ TEST(Workflow, RunsStepsInTheirOrder) {
       while (const auto next = workflow.Next()) {
         order.push_back(*next);
         workflow.Start(*next);
-        workflow.End(*next, c.failing.contains(*next));
+        workflow.End(*next, c.failing.contains(*next) ? StepEnd::Failed : StepEnd::Succeeded);
       }
       for (const StepState& state : workflow.States()) ends += EndOf(state);
       EXPECT_EQ(order, c.order) << c.what << ", round " << round;

@@ -21,6 +21,7 @@ TEST(Settings, TakesTheFileOver) {
                     "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
                     "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\n"
                     "certificates = /etc/ftp.pem\n"
+                    "[scripts]\ndirectories = C:\\in; /srv/lists;\n"
                     "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
                     "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
                     "certificates = /etc/mail.pem\n"
@@ -41,6 +42,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
   EXPECT_EQ(settings.ftp.port, 65535);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
+  EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
   const MailSettings& mail = settings.mail;
   EXPECT_EQ(mail.server + mail.user + mail.passwordFile + mail.from + mail.certificates,
             "mailetl/etc/mailTorvik <t@example.com>/etc/mail.pem");
@@ -79,6 +81,7 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[paths]\nshare \\\\a\\b\\c = /c\n", "line 2: [paths] has no key"},
       {"[paths]\ndrive C: = c\n", "line 2: a directory is given by its full path"},
       {"[paths]\ndrive C: = /c\n\ndrive c: = /d\n", "line 4: \"drive c:\" is given twice"},
+      {"[scripts]\ndirectory = x\n", "line 2: [scripts] has no key \"directory\"; there is dir"},
       {"[mail]\npassword = x\n", "line 2: [mail] has no key \"password\"; there are server, port"},
       {"[mail]\ntls = yes\n", "line 2: tls is off, try, require or smtps"},
       {"[mail]\npassword_file = x\n", "line 2: a file is given by its full path"},
@@ -149,7 +152,7 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
       load("HOME", "home", settings),
       disk.PathOf("home/.config/torvik/torvik.conf") +
           ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
-          "[smb], [smb HOST], [server NAME], [provider NAME]");
+          "[scripts], [smb], [smb HOST], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

@@ -84,6 +84,7 @@ void ExceptionFile::End(const PumpCounts& counts, const std::string& failure) {
   if (!hasRows_) return;
   errors_ += "ended " + settings_.time() + ": " + std::to_string(counts.read) + " rows read, " +
              std::to_string(counts.rejected) + " rejected" +
+             (counts.skipped > 0 ? ", " + std::to_string(counts.skipped) + " left out" : "") +
              (failure.empty() ? ", " + std::to_string(counts.loaded) + " loaded"
                               : "; the pump failed: " + ControlsAsBlanks(failure)) +
              kLineEnd;

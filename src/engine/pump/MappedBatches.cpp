@@ -18,7 +18,7 @@ RowBatch* MappedBatches::Next() {
 }
 
 bool MappedBatches::Fill(RowBatch& batch) {
-  if (!FetchWanted(batch)) return false;
+  if (mapper_.Ended() || !FetchWanted(batch)) return false;
   mapper_.Map(batch);
   return true;
 }

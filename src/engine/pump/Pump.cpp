@@ -26,6 +26,8 @@ class Loader {
 
   void Load(RowBatch& batch) {
     LookAround();
+    counts_.skipped += batch.SkippedRows();
+    counts_.read += batch.SkippedRows();
     for (const BadRow& row : batch.BadRows()) {
       ++counts_.read;
       Reject(row);
@@ -76,10 +78,10 @@ class Loader {
 
   void FinishLoad() {
     counts_.loaded += load_->Finish();
-    if (counts_.loaded + counts_.rejected == counts_.read) return;
+    const std::int64_t sent = counts_.read - counts_.rejected - counts_.skipped;
+    if (counts_.loaded == sent) return;
     throw PlatformError(0,
-                        std::to_string(counts_.read - counts_.rejected) +
-                            " rows were read but the server took " +
+                        std::to_string(sent) + " rows were read but the server took " +
                             std::to_string(counts_.loaded) + "; nothing of them may be kept",
                         "data pump");
   }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/pump/RowScript.h"
+
 namespace torvik::engine {
 
 class ExceptionFile;
@@ -26,8 +28,10 @@ struct ColumnMapping {
 struct PumpRequest {
   RowSource& source;
   RowTarget& target;
-  /// Empty: every source column into the destination column of the same name.
+  /// Empty, and no scripts: every source column into the destination column of the same name.
   std::vector<ColumnMapping> columns = {};
+  /// They run in their order, each for every row, before the mappings.
+  std::vector<ScriptMapping> scripts = {};
   unsigned flags = 0;  ///< TransformFlags of columns that no mapping names.
   /// Numbers of the first and last row that are pumped, from 1; 0: all.
   std::int64_t firstRow = 0, lastRow = 0;
@@ -43,9 +47,11 @@ struct PumpRequest {
 
 /// What a pump has done.
 struct PumpCounts {
-  std::int64_t read = 0;  ///< Rows that could not be parsed are among them.
+  /// Rows that could not be parsed are among them, and each row that a script makes of one.
+  std::int64_t read = 0;
   std::int64_t loaded = 0;
   std::int64_t rejected = 0;
+  std::int64_t skipped = 0;  ///< Left out by a script.
 };
 
 /// Loads all rows. Does not begin or end a transaction but by `commit`: the caller does, and rolls

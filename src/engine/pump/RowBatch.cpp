@@ -9,6 +9,7 @@ void RowBatch::Clear() {
   used_ = 0;
   origins_.clear();
   badRows_.clear();
+  skipped_ = 0;
   texts_->release();
 }
 
@@ -18,6 +19,10 @@ void RowBatch::AddBadRow(const RowOrigin& origin, RowError error) {
 
 void RowBatch::SortBadRows() {
   std::ranges::stable_sort(badRows_, {}, [](const BadRow& row) { return row.origin.position; });
+}
+
+void RowBatch::DropBadRowsBehind(const RowOrigin& origin) {
+  std::erase_if(badRows_, [&](const BadRow& row) { return row.origin.position > origin.position; });
 }
 
 std::span<const ado::LoadValue> RowBatch::Row(std::size_t row) const {

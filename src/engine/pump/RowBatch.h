@@ -52,6 +52,12 @@ class RowBatch {
   const std::vector<BadRow>& BadRows() const { return badRows_; }
   /// In the order of their origins.
   void SortBadRows();
+  /// Forgets those that stand behind a row.
+  void DropBadRowsBehind(const RowOrigin& origin);
+
+  /// Rows that are neither loaded nor rejected: a script leaves them out.
+  void CountSkippedRow() { ++skipped_; }
+  std::int64_t SkippedRows() const { return skipped_; }
 
   std::size_t RowCount() const { return origins_.size(); }
   std::span<const ado::LoadValue> Row(std::size_t row) const;
@@ -83,6 +89,7 @@ class RowBatch {
   std::size_t used_ = 0;                // how many are the rows'
   std::vector<RowOrigin> origins_;
   std::vector<BadRow> badRows_;
+  std::int64_t skipped_ = 0;
   std::size_t width_ = 0;
   std::vector<char> block_;
   std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_ =

@@ -19,11 +19,14 @@ PlatformError MappingError(const std::string& text) {
   return {0, text, "data pump"};
 }
 
+/// So often a script may ask for one row.
+constexpr std::size_t kMostTimes = 100'000;
+
 /// Why a NULL does not do; no other reason is this one.
 constexpr char kMissing[] = "is missing";
 
 std::vector<ColumnMapping> MappingOf(const PumpRequest& request) {
-  if (!request.columns.empty()) return request.columns;
+  if (!request.columns.empty() || !request.scripts.empty()) return request.columns;
   std::vector<ColumnMapping> byName;
   for (const std::string& name : request.source.Columns())
     byName.push_back({.source = name, .destination = name, .flags = request.flags});
@@ -37,27 +40,35 @@ std::string Described(const ado::Column& column) {
 
 }  // namespace
 
-RowMapper::RowMapper(const PumpRequest& request) : source_(request.source) {
+RowMapper::RowMapper(const PumpRequest& request)
+    : source_(request.source), scripts_(request.scripts) {
   const auto columns = request.target.Columns();
   std::vector<std::string> names;
   if (columns)
     for (const ado::Column& column : *columns) names.push_back(column.name);
+  const auto columnOf = [&](const std::string& name) {
+    return columns ? (*columns)[FindColumn(names, name, request.target.Name())]
+                   : ado::Column{.name = name, .declaredType = {}};
+  };
   for (const ColumnMapping& mapping : MappingOf(request)) {
     const std::size_t source = mapping.source.empty()
                                    ? kNoSource
                                    : FindColumn(source_.Columns(), mapping.source, "source");
-    AddTarget(mapping, source,
-              columns ? (*columns)[FindColumn(names, mapping.destination, request.target.Name())]
-                      : ado::Column{.name = mapping.destination, .declaredType = {}});
+    AddTarget({source, kNoSource, columnOf(mapping.destination), mapping.flags, mapping.chain});
   }
+  std::size_t position = 0;
+  for (const ScriptMapping& script : scripts_)
+    for (const std::string& name : script.destinations)
+      AddTarget({kNoSource, position++, columnOf(name), script.flags, {}});
+  scripted_.resize(position);
 }
 
-void RowMapper::AddTarget(const ColumnMapping& mapping, std::size_t source,
-                          const ado::Column& column) {
-  if (std::ranges::find(destinations_, column.name) != destinations_.end())
-    throw MappingError("column " + column.name + " is filled twice; map one column to it");
-  targets_.push_back({source, column, mapping.flags, mapping.chain});
-  destinations_.push_back(column.name);
+void RowMapper::AddTarget(Target target) {
+  const std::string& name = target.column.name;
+  if (std::ranges::find(destinations_, name) != destinations_.end())
+    throw MappingError("column " + name + " is filled twice; map one column to it");
+  destinations_.push_back(name);
+  targets_.push_back(std::move(target));
 }
 
 void RowMapper::Map(RowBatch& batch) {
@@ -65,10 +76,62 @@ void RowMapper::Map(RowBatch& batch) {
   values_.reserve(batch.RowCount() * targets_.size());
   origins_.clear();
   const std::size_t badBefore = batch.BadRows().size();
-  for (std::size_t row = 0; row < batch.RowCount(); ++row)
-    if (MapRow(batch, row)) origins_.push_back(batch.Origin(row));
+  for (std::size_t row = 0; row < batch.RowCount() && !ended_; ++row) {
+    if (!scripts_.empty())
+      MapScripted(batch, row);
+    else if (MapRow(batch, row))
+      origins_.push_back(batch.Origin(row));
+    if (ended_) batch.DropBadRowsBehind(batch.Origin(row));
+  }
   batch.SwapRows(values_, targets_.size(), origins_);
   if (badBefore > 0) batch.SortBadRows();
+}
+
+/// Runs the scripts for a row until they do not ask for it again.
+void RowMapper::MapScripted(RowBatch& batch, std::size_t row) {
+  for (std::size_t times = 1;; ++times) {
+    const std::optional<unsigned> status = RunScripts(batch, row);
+    if (!status) return;
+    ended_ = (*status & kTransformNoMoreRows) != 0;
+    if (*status & (kTransformSkipRow | kTransformSkipInsert | kTransformNoMoreRows))
+      batch.CountSkippedRow();
+    else if (MapRow(batch, row))
+      origins_.push_back(batch.Origin(row));
+    if (ended_ || !(*status & kTransformSkipFetch)) return;
+    if (times == kMostTimes)
+      throw MappingError(source_.PlaceOf(batch, row) + ": the script has asked for this row " +
+                         std::to_string(times) +
+                         " times (SkipFetch); let it go on to the next row");
+  }
+}
+
+/// What the scripts together say of a row; nothing when it is rejected.
+std::optional<unsigned> RowMapper::RunScripts(RowBatch& batch, std::size_t row) {
+  std::ranges::fill(scripted_, ado::LoadValue());
+  unsigned all = 0;
+  std::size_t position = 0;
+  std::optional<RowScriptError> error;
+  for (const ScriptMapping& mapping : scripts_) {
+    const std::size_t count = mapping.destinations.size();
+    try {
+      const unsigned status = mapping.script->Run({batch.Row(row), batch},
+                                                  std::span(scripted_).subspan(position, count));
+      all |= status;
+      if (status & (kTransformError | kTransformExceptionRow))
+        error = {0, "the script answers that there is an error in the row"};
+    } catch (const RowScriptError& failure) {
+      error = failure;
+    }
+    if (error) break;
+    position += count;
+  }
+  if (all & kTransformAbortPump)
+    throw MappingError(source_.PlaceOf(batch, row) + ": the script has ended the pump (AbortPump)");
+  if (!error) return all;
+  batch.AddBadRow(OriginOf(batch, row),
+                  RowError::Refused({source_.PlaceOf(batch, row)},
+                                    {error->number, error->reason, "data pump"}));
+  return std::nullopt;
 }
 
 /// False when the row is rejected.
@@ -76,7 +139,9 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
   const std::span<const ado::LoadValue> source = batch.Row(row);
   const std::size_t begin = values_.size();
   for (const Target& target : targets_) {
-    ado::LoadValue value = target.source == kNoSource ? ado::LoadValue() : source[target.source];
+    ado::LoadValue value;
+    if (target.source != kNoSource) value = source[target.source];
+    if (target.scripted != kNoSource) value = scripted_[target.scripted];
     const ado::LoadValue given = value;
     const std::string misfit = Fit(target, source, value, batch);
     if (!misfit.empty()) {
@@ -101,6 +166,13 @@ std::string RowMapper::Fit(const Target& target, std::span<const ado::LoadValue>
   return FillNull(target.column, target.flags, value) ? std::string() : kMissing;
 }
 
+/// With the row's bytes, those of a query's row as comma-separated text.
+RowOrigin RowMapper::OriginOf(RowBatch& batch, std::size_t row) const {
+  RowOrigin origin = batch.Origin(row);
+  if (origin.bytes.empty()) origin.bytes = batch.Store(CsvLine(batch.Row(row)));
+  return origin;
+}
+
 void RowMapper::Reject(RowBatch& batch, std::size_t row, const Target& target,
                        const ado::LoadValue& value, const std::string& misfit) const {
   RowPlace at{source_.PlaceOf(batch, row)};
@@ -108,12 +180,10 @@ void RowMapper::Reject(RowBatch& batch, std::size_t row, const Target& target,
     at.column = target.source + 1;
     at.columnName = source_.Columns()[target.source];
   }
-  RowOrigin origin = batch.Origin(row);
-  if (origin.bytes.empty()) origin.bytes = batch.Store(CsvLine(batch.Row(row)));
-  batch.AddBadRow(origin, misfit == kMissing
-                              ? RowError::NullNotAllowed(at, Described(target.column))
-                              : RowError::Misfit(at, TextOfValue(value, batch), misfit,
-                                                 Described(target.column)));
+  batch.AddBadRow(OriginOf(batch, row), misfit == kMissing
+                                            ? RowError::NullNotAllowed(at, Described(target.column))
+                                            : RowError::Misfit(at, TextOfValue(value, batch),
+                                                               misfit, Described(target.column)));
 }
 
 }  // namespace torvik::engine

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -29,25 +30,36 @@ class RowMapper {
 
   /// Replaces each row's values by those of the destination columns. A row with a value that does
   /// not fit becomes one of the batch's bad rows; these then stand in the order of their origins.
+  /// A script may leave rows out and make several of one.
   void Map(RowBatch& batch);
+
+  /// True when a script wants no more rows.
+  bool Ended() const { return ended_; }
 
  private:
   struct Target {
-    std::size_t source;  ///< kNoSource: no source column.
+    std::size_t source;    ///< kNoSource: no source column.
+    std::size_t scripted;  ///< The position in scripted_, or kNoSource.
     ado::Column column;
     unsigned flags;
     std::vector<std::shared_ptr<Transformation>> chain;
   };
   static constexpr std::size_t kNoSource = static_cast<std::size_t>(-1);
 
-  void AddTarget(const ColumnMapping& mapping, std::size_t source, const ado::Column& column);
+  void AddTarget(Target target);
+  void MapScripted(RowBatch& batch, std::size_t row);
+  std::optional<unsigned> RunScripts(RowBatch& batch, std::size_t row);
   bool MapRow(RowBatch& batch, std::size_t row);
   std::string Fit(const Target& target, std::span<const ado::LoadValue> source,
                   ado::LoadValue& value, RowBatch& batch) const;
+  RowOrigin OriginOf(RowBatch& batch, std::size_t row) const;
   void Reject(RowBatch& batch, std::size_t row, const Target& target, const ado::LoadValue& value,
               const std::string& misfit) const;
 
   const RowSource& source_;
+  std::vector<ScriptMapping> scripts_;
+  std::vector<ado::LoadValue> scripted_;  // what they have made of the row
+  bool ended_ = false;
   std::vector<Target> targets_;
   std::vector<std::string> destinations_;
   std::vector<ado::LoadValue> values_;

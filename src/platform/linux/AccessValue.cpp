@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "platform/linux/DecimalText.h"
+#include "platform/linux/LittleEndian.h"
 #include "platform/linux/SerialDate.h"
 #include "platform/linux/Utf16.h"
 
@@ -15,14 +16,6 @@ namespace torvik {
 namespace {
 
 using enum AccessType;
-
-template <typename Number>
-Number ReadNumber(std::string_view bytes) {
-  std::make_unsigned_t<Number> number = 0;
-  for (std::size_t i = sizeof number; i > 0; --i)
-    number = static_cast<decltype(number)>(number << 8 | static_cast<unsigned char>(bytes[i - 1]));
-  return static_cast<Number>(number);
-}
 
 /// The double of the same shortest text: 0.1 stays 0.1.
 double Widened(float number) {
@@ -34,7 +27,7 @@ double Widened(float number) {
 }
 
 std::string CurrencyText(std::string_view bytes) {
-  const auto amount = ReadNumber<std::int64_t>(bytes);
+  const auto amount = LittleEndian<std::int64_t>(bytes);
   const auto unsignedAmount = static_cast<std::uint64_t>(amount);
   std::uint64_t magnitude = amount < 0 ? 0 - unsignedAmount : unsignedAmount;
   std::string digits(sizeof magnitude, '\0');
@@ -90,7 +83,7 @@ std::string TextOf(std::string_view bytes, const CodePage* codePage) {
   if (bytes.starts_with("\xFF\xFE")) return FromUtf16(Decompressed(bytes.substr(2)));
   std::u16string text;
   for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
-    text += static_cast<char16_t>(ReadNumber<std::int16_t>(bytes.substr(i)));
+    text += static_cast<char16_t>(LittleEndian<std::int16_t>(bytes.substr(i)));
   return FromUtf16(text);
 }
 
@@ -142,14 +135,14 @@ std::optional<ado::Value> AccessValue(AccessType type, std::string_view bytes, i
   if (bytes.size() < LeastSize(type)) return {};
   switch (type) {
     case Byte: return static_cast<unsigned char>(bytes[0]);
-    case Integer: return ReadNumber<std::int16_t>(bytes);
+    case Integer: return LittleEndian<std::int16_t>(bytes);
     case LongInteger:
-    case Complex: return ReadNumber<std::int32_t>(bytes);
-    case BigInteger: return ReadNumber<std::int64_t>(bytes);
+    case Complex: return LittleEndian<std::int32_t>(bytes);
+    case BigInteger: return LittleEndian<std::int64_t>(bytes);
     case Currency: return CurrencyText(bytes);
-    case Single: return Widened(std::bit_cast<float>(ReadNumber<std::int32_t>(bytes)));
-    case Double: return std::bit_cast<double>(ReadNumber<std::int64_t>(bytes));
-    case DateTime: return OleDateText(std::bit_cast<double>(ReadNumber<std::int64_t>(bytes)));
+    case Single: return Widened(std::bit_cast<float>(LittleEndian<std::int32_t>(bytes)));
+    case Double: return std::bit_cast<double>(LittleEndian<std::int64_t>(bytes));
+    case DateTime: return OleDateText(std::bit_cast<double>(LittleEndian<std::int64_t>(bytes)));
     case Text:
     case Memo: return TextOf(bytes, codePage);
     case Guid: return GuidText(bytes);

@@ -8,6 +8,7 @@
 #include "platform/linux/AccessFile.h"
 #include "platform/linux/AdoSqlite.h"
 #include "platform/linux/ContainerFile.h"
+#include "platform/linux/DbaseDirectory.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/TableFileModule.h"
 #include "platform/linux/WorkbookFile.h"
@@ -82,6 +83,15 @@ std::unique_ptr<TableFile> OpenByContent(const std::string& path,
 
 std::unique_ptr<AdoDatabase> OpenTableFile(const std::string& path,
                                            const std::string& extendedProperties) {
+  if (LowerAscii(extendedProperties).starts_with("dbase")) {
+    std::error_code ignored;
+    const std::filesystem::path place(path);
+    // Some name a file instead of the directory that it lies in.
+    const auto directory =
+        std::filesystem::is_directory(place, ignored) ? place : place.parent_path();
+    return OpenReadOnlyTables(directory.stem(), path,
+                              NewTableFileModule(OpenDbaseDirectory(directory)));
+  }
   return OpenReadOnlyTables(std::filesystem::path(path).stem(), path,
                             NewTableFileModule(OpenByContent(path, extendedProperties)));
 }

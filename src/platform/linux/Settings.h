@@ -71,6 +71,9 @@ struct Settings {
   std::map<std::string, ServerSettings> servers;  ///< By small letters. "(local)" is always there.
   std::map<std::string, ProviderSettings> providers;  ///< By small letters, without ".1" behind.
 
+  /// In which scripts may use files, in either spelling. Empty: in none.
+  std::vector<std::string> scriptDirectories;
+
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.

@@ -135,7 +135,7 @@ class SettingsParser {
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Smb };
+  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Scripts, Smb };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -164,6 +164,8 @@ class SettingsParser {
       section_ = Section::Ftp;
     } else if (EqualsIgnoringCase(name, "mail")) {
       section_ = Section::Mail;
+    } else if (EqualsIgnoringCase(name, "scripts")) {
+      section_ = Section::Scripts;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -175,7 +177,8 @@ class SettingsParser {
       settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
-             "] is not known; there are [text], [paths], [ftp], [mail], [smb], [smb HOST], "
+             "] is not known; there are [text], [paths], [ftp], [mail], [scripts], [smb], [smb "
+             "HOST], "
              "[server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
@@ -195,6 +198,7 @@ class SettingsParser {
       case Section::Provider: ReadProviderKey(key, value); break;
       case Section::Ftp: return ReadFtpKey(key, value);
       case Section::Mail: return ReadMailKey(key, value, settings_.mail);
+      case Section::Scripts: return ReadScriptsKey(key, value);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -211,6 +215,18 @@ class SettingsParser {
     } catch (const PlatformError& error) {
       return error.Description();
     }
+  }
+
+  std::string ReadScriptsKey(const std::string& key, const std::string& value) {
+    if (key != "directories")
+      return "[scripts] has no key \"" + key + "\"; there is directories, separated by \";\"";
+    for (std::size_t begin = 0; begin <= value.size();) {
+      const std::size_t end = std::min(value.find(';', begin), value.size());
+      const std::string directory(IniValue(std::string_view(value).substr(begin, end - begin)));
+      begin = end + 1;
+      if (!directory.empty()) settings_.scriptDirectories.push_back(directory);
+    }
+    return {};
   }
 
   std::string ReadPath(const std::string& key, const std::string& value) {

@@ -9,3 +9,4 @@ INSERT INTO country VALUES ('LU', 'Luxembourg'), ('FR', 'France');
 INSERT INTO dwm_data_link (model, source_name, ds_directory) VALUES ('Sales', 'orders', '${Directory}');
 CREATE TABLE batch (id INTEGER PRIMARY KEY, source TEXT, started TEXT);
 CREATE TABLE batch_order (batch INTEGER, order_no INTEGER, amount DECIMAL(9,2));
+CREATE TABLE scripted (order_no INTEGER, country VARCHAR(40), label VARCHAR(8));

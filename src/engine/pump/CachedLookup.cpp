@@ -1,0 +1,56 @@
+#include "engine/pump/CachedLookup.h"
+
+#include <algorithm>
+#include <array>
+
+#include "engine/pump/TextRow.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+ado::Value ParameterOf(const ado::LoadValue& value) {
+  switch (value.GetKind()) {
+    case ado::LoadValue::Kind::Integer: return value.Integer();
+    case ado::LoadValue::Kind::Real: return value.Real();
+    case ado::LoadValue::Kind::Text: return std::string(value.Text());
+    case ado::LoadValue::Kind::Null: break;
+  }
+  return ado::Null{};
+}
+
+/// Equal for equal keys alone: each is preceded by its length, or by what it is without one.
+std::string NameOf(std::span<const ado::LoadValue> keys) {
+  std::string name;
+  for (const ado::LoadValue& key : keys) {
+    std::array<char, kNumberCharacters> room;
+    const std::string_view text = WrittenText(key, room);
+    name += (key.IsNull() ? "-" : std::to_string(text.size()) + ":");
+    name += text;
+  }
+  return name;
+}
+
+}  // namespace
+
+const std::vector<ado::Value>& CachedLookup::FirstRow(std::span<const ado::LoadValue> keys) {
+  std::string name = NameOf(keys);
+  auto found = answers_.find(name);
+  if (found == answers_.end()) {
+    if (answers_.size() >= std::max<std::size_t>(cacheSize_, 1)) answers_.clear();
+    found = answers_.emplace(std::move(name), Ask(keys)).first;
+  }
+  return found->second;
+}
+
+std::vector<ado::Value> CachedLookup::Ask(std::span<const ado::LoadValue> keys) const {
+  std::vector<ado::Value> parameters;
+  for (const ado::LoadValue& key : keys) parameters.push_back(ParameterOf(key));
+  ado::StatementResult result = connection_.ExecuteWith(sql_, parameters);
+  if (result.columns.empty())
+    throw PlatformError(0, "the lookup's statement has no result; it must be a SELECT",
+                        "data pump");
+  return std::move(result.firstRow);
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/Ado.h"
+#include "platform/Bulk.h"
+
+namespace torvik::engine {
+
+/// A query that is asked again and again, and whose answers are remembered.
+class CachedLookup {
+ public:
+  /// `sql` is a SELECT with one `?` for each key. At most `cacheSize` answers are remembered.
+  CachedLookup(ado::Connection& connection, std::string sql, std::size_t cacheSize)
+      : connection_(connection), sql_(std::move(sql)), cacheSize_(cacheSize) {}
+
+  /// The first row for these keys, empty when there is none; valid until the next call.
+  const std::vector<ado::Value>& FirstRow(std::span<const ado::LoadValue> keys);
+
+ private:
+  std::vector<ado::Value> Ask(std::span<const ado::LoadValue> keys) const;
+
+  ado::Connection& connection_;
+  const std::string sql_;
+  const std::size_t cacheSize_;
+  std::unordered_map<std::string, std::vector<ado::Value>> answers_;
+};
+
+}  // namespace torvik::engine

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "script/Heap.h"
+#include "script/ScriptError.h"
+
+namespace torvik {
+class Clock;
+}  // namespace torvik
+
+namespace torvik::script {
+
+class FileAccess;
+
+/// What one run may use; passing a limit ends the script.
+struct Limits {
+  std::uint64_t steps = 50'000'000;     ///< Statements and passes of loops, of one call.
+  std::size_t memoryBytes = 256 << 20;  ///< Of texts, arrays and dictionaries.
+  int callDepth = 250;                  ///< Procedures that call each other.
+};
+
+/// The last run-time error as scripts see it.
+struct ErrState {
+  int number = 0;
+  std::string description, source;
+};
+
+/// What the functions and objects of the language work on.
+struct Context {
+  Heap& heap;
+  Clock& clock;
+  FileAccess* files;  ///< Null: scripts see no files.
+  ErrState err = {};
+  std::uint64_t stepsLeft = 0;
+  std::uint32_t random = 0x50000;
+
+  void Spend(std::uint64_t steps) {
+    if (steps > stepsLeft) throw StepLimitPassed();
+    stepsLeft -= steps;
+  }
+  /// Counts the work on a text or an array of this size.
+  void Work(std::size_t bytes) { Spend(bytes / 256); }
+};
+
+}  // namespace torvik::script

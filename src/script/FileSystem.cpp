@@ -1,0 +1,212 @@
+#include "script/FileSystem.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+#include <iterator>
+#include <string>
+
+#include "platform/Clock.h"
+#include "platform/Files.h"
+#include "script/Context.h"
+#include "script/Conversion.h"
+#include "script/DateText.h"
+#include "script/FileAccess.h"
+#include "script/Object.h"
+#include "script/TextStream.h"
+
+namespace torvik::script {
+
+namespace {
+
+constexpr std::int64_t nanosecondsOfSecond = 1'000'000'000;
+
+double LocalDate(Clock& clock, std::int64_t nanoseconds) {
+  std::tm local = clock.LocalTime();
+  const auto now = std::chrono::system_clock::to_time_t(clock.Now());
+  const std::int64_t zone = timegm(&local) - now;
+  return DateNumber(DaysOfDate(1970, 1, 1), nanoseconds / nanosecondsOfSecond + zone);
+}
+
+/// What GetFile tells of a file.
+class FileObject final : public Object {
+ public:
+  FileObject(Heap& heap, std::string path) : path_(std::move(path)) {
+    CountOn(heap, sizeof(FileObject) + path_.size());
+  }
+
+  std::string_view TypeName() const override { return "File"; }
+  int FindMember(std::string_view name) const override {
+    static constexpr std::string_view members[] = {"path", "name", "size", "datelastmodified"};
+    const auto at = std::ranges::find(members, name.empty() ? "path" : name);
+    return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+  }
+  Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
+    ExpectArguments(arguments, 0, 0);
+    if (member == 0) return Value::OfText(path_, &context.heap);
+    if (member == 1) return Value::OfText(FileNameOf(path_), &context.heap);
+    FileStatus status;
+    ThrowIfFailed(context.files->AllFiles().Status(path_, status), path_);
+    if (member == 2) return Value::OfWhole(static_cast<std::int64_t>(status.bytes));
+    return Value::OfDate(LocalDate(context.clock, status.changed));
+  }
+
+ private:
+  const std::string path_;
+};
+
+using Arguments = std::span<const Value>;
+
+std::string Path(Context& context, const Value& value) {
+  return context.files->Allowed(ToText(value));
+}
+
+bool FlagOr(Arguments a, std::size_t index, bool otherwise) {
+  return index < a.size() && !a[index].Is(Kind::Missing) ? ToBoolean(a[index]) : otherwise;
+}
+
+Value NewText(Context& context, std::string_view text) {
+  return Value::OfText(text, &context.heap);
+}
+
+/// Where a copy goes: into the folder when `to` ends with a separator.
+std::string TargetPath(Context& context, const std::string& from, const Value& to) {
+  const std::string text = ToText(to);
+  const bool isFolder = text.ends_with('/') || text.ends_with('\\');
+  return context.files->Allowed(isFolder ? JoinedPath(text, FileNameOf(from)) : text);
+}
+
+Value BuildPath(Context& context, Arguments a) {
+  return NewText(context, JoinedPath(ToText(a[0]), ToText(a[1])));
+}
+
+Value CopyFile(Context& context, Arguments a) {
+  const std::string from = Path(context, a[0]), to = TargetPath(context, from, a[1]);
+  ThrowIfFailed(context.files->AllFiles().CopyWhole(from, to, FlagOr(a, 2, true)),
+                from + "' to '" + to);
+  return {};
+}
+
+Value MoveFile(Context& context, Arguments a) {
+  const std::string from = Path(context, a[0]), to = TargetPath(context, from, a[1]);
+  ThrowIfFailed(context.files->AllFiles().Move(from, to, false), from + "' to '" + to);
+  return {};
+}
+
+Value CreateFolder(Context& context, Arguments a) {
+  const std::string path = Path(context, a[0]);
+  if (context.files->FolderExists(path) || context.files->FileExists(path))
+    throw RuntimeError(58, path);
+  if (!context.files->FolderExists(std::string(ParentFolderOf(path)))) throw RuntimeError(76, path);
+  ThrowIfFailed(context.files->AllFiles().MakeDirectory(path), path);
+  return {};
+}
+
+Value DeleteFile(Context& context, Arguments a) {
+  const std::string path = Path(context, a[0]);
+  ThrowIfFailed(context.files->AllFiles().Remove(path), path);
+  return {};
+}
+
+Value FileExists(Context& context, Arguments a) {
+  return Value::OfBoolean(context.files->FileExists(Path(context, a[0])));
+}
+
+Value FolderExists(Context& context, Arguments a) {
+  return Value::OfBoolean(context.files->FolderExists(Path(context, a[0])));
+}
+
+Value GetBaseName(Context& context, Arguments a) {
+  const std::string path = ToText(a[0]);
+  const std::string_view name = FileNameOf(path);
+  return NewText(context, name.substr(0, name.rfind('.')));
+}
+
+Value GetExtensionName(Context& context, Arguments a) {
+  const std::string path = ToText(a[0]);
+  const std::string_view name = FileNameOf(path);
+  const std::size_t point = name.rfind('.');
+  return NewText(context, point == std::string_view::npos ? "" : name.substr(point + 1));
+}
+
+Value GetFileName(Context& context, Arguments a) {
+  return NewText(context, FileNameOf(ToText(a[0])));
+}
+
+Value GetParentFolderName(Context& context, Arguments a) {
+  return NewText(context, ParentFolderOf(ToText(a[0])));
+}
+
+Value GetFile(Context& context, Arguments a) {
+  const std::string path = Path(context, a[0]);
+  if (!context.files->FileExists(path)) throw RuntimeError(53, path);
+  return NewObject<FileObject>(context.heap, path);
+}
+
+/// CreateTextFile(path [, overwrite [, unicode]])
+Value CreateTextFile(Context& context, Arguments a) {
+  const std::string path = Path(context, a[0]);
+  if (FlagOr(a, 2, false)) throw InvalidCall("CreateTextFile: a Unicode file");
+  if (!FlagOr(a, 1, true) && context.files->FileExists(path)) throw RuntimeError(58, path);
+  ThrowIfFailed(context.files->AllFiles().ReplaceText(path, ""), path);
+  return TextStream::OpenToWrite(context, path);
+}
+
+/// OpenTextFile(path [, 1 read, 2 write, 8 append [, create [, format]]])
+Value OpenTextFile(Context& context, Arguments a) {
+  const std::string path = Path(context, a[0]);
+  const std::int32_t mode = a.size() > 1 && !a[1].Is(Kind::Missing) ? ToLong(a[1]) : 1;
+  if (mode != 1 && mode != 2 && mode != 8) throw InvalidCall("OpenTextFile");
+  if (a.size() > 3 && !a[3].Is(Kind::Missing) && ToLong(a[3]) == -1)
+    throw InvalidCall("OpenTextFile: a Unicode file");
+  const bool exists = context.files->FileExists(path);
+  if (!exists && !FlagOr(a, 2, false)) throw RuntimeError(53, path);
+  if (!exists || mode == 2) ThrowIfFailed(context.files->AllFiles().ReplaceText(path, ""), path);
+  return mode == 1 ? TextStream::OpenToRead(context, path) : TextStream::OpenToWrite(context, path);
+}
+
+constexpr struct {
+  std::string_view name;
+  std::size_t least, most;
+  Value (*call)(Context&, Arguments);
+} methods[] = {
+    {"buildpath", 2, 2, BuildPath},
+    {"copyfile", 2, 3, CopyFile},
+    {"movefile", 2, 2, MoveFile},
+    {"deletefile", 1, 2, DeleteFile},
+    {"createfolder", 1, 1, CreateFolder},
+    {"fileexists", 1, 1, FileExists},
+    {"folderexists", 1, 1, FolderExists},
+    {"getbasename", 1, 1, GetBaseName},
+    {"getextensionname", 1, 1, GetExtensionName},
+    {"getfilename", 1, 1, GetFileName},
+    {"getparentfoldername", 1, 1, GetParentFolderName},
+    {"getfile", 1, 1, GetFile},
+    {"createtextfile", 1, 3, CreateTextFile},
+    {"opentextfile", 1, 4, OpenTextFile},
+};
+
+class FileSystem final : public Object {
+ public:
+  explicit FileSystem(Heap& heap) { CountOn(heap, sizeof(FileSystem)); }
+  std::string_view TypeName() const override { return "FileSystemObject"; }
+  int FindMember(std::string_view name) const override {
+    for (std::size_t i = 0; i < std::size(methods); ++i) {
+      if (name == methods[i].name) return static_cast<int>(i);
+    }
+    return NoMember;
+  }
+  Value Invoke(Context& context, int member, Arguments arguments) override {
+    const auto& method = methods[static_cast<std::size_t>(member)];
+    ExpectArguments(arguments, method.least, method.most);
+    return method.call(context, arguments);
+  }
+};
+
+}  // namespace
+
+Value NewFileSystem(Heap& heap) {
+  return NewObject<FileSystem>(heap);
+}
+
+}  // namespace torvik::script

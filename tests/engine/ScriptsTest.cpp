@@ -1,0 +1,226 @@
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "EngineFixture.h"
+#include "engine/PackageDocument.h"
+
+namespace torvik::engine {
+namespace {
+
+using testing::HasSubstr;
+
+std::string StepOf(const std::string& name, const std::string& keys) {
+  return "[[steps]]\nname = \"" + name + "\"\n" + keys + "\n";
+}
+
+/// The keys of a script task, or of a workflow script, that does `statements`.
+std::string Script(const std::string& key, const std::string& statements) {
+  return key + " = '''\nFunction Main()\n" + statements + "\nEnd Function\n'''\n";
+}
+
+class Scripts : public EngineTest {
+ protected:
+  /// Runs a package of these steps; answers each step's end, what was raised and the errors.
+  std::string Ran(const std::string& steps) {
+    Put("P", Head("P") + File() + steps);
+    package_ = Load("P");
+    const RunResult result = Run(*package_);
+    return result.ends + result.raised + result.events.errors;
+  }
+
+  std::string File() const {
+    return "[[connections]]\nname = \"file\"\nprovider = \"DTSFlatFile\"\n"
+           "properties = { \"First Row Column Name\" = true, \"Data Source\" = '" +
+           disk_.PathOf("in.csv") + "' }\n";
+  }
+
+  std::unique_ptr<dts::Package> package_;
+};
+
+TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
+  const struct {
+    const char* statements;
+    const char* words;  ///< Of the failure; empty: none.
+  } cases[] = {
+      {"Main = DTSTaskExecResult_Success", ""},
+      {"", ""},
+      {"Main = DTSTaskExecResult_Failure", "the script answers that it has failed"},
+      {"Main = DTSTaskExecResult_RetryStep", "the script asks to be run again"},
+      {"Main = 7", "the script answers 7, which is no DTSTaskExecResult"},
+      {"x = 1 / 0", "Division by zero (error 11) in line 2"},
+      {"CreateObject(\"ADODB.Connection\")", "'ADODB.Connection'"},
+      {"Do : Loop", "error 18"},
+      {"DTSGlobalVariables(\"None\").Value = 1", "the package has no global variable \"None\""},
+      {"DTSGlobalVariables(\"Count\").Value = \"x\"", "Type mismatch"},
+      {"Set f = CreateObject(\"Scripting.FileSystemObject\") : f.DeleteFile \"/etc/passwd\"",
+       "Permission denied"},
+  };
+  for (const auto& c : cases) {
+    const std::string ended =
+        Ran(StepOf("s", "task = \"Script\"\n" + Script("script", c.statements)));
+    if (*c.words == '\0')
+      EXPECT_EQ(std::string::npos, ended.find('F')) << c.statements << ended;
+    else
+      EXPECT_THAT(ended, HasSubstr(c.words)) << c.statements;
+  }
+  Ran(StepOf("s",
+             "task = \"Script\"\n" +
+                 Script("script",
+                        "Set v = DTSGlobalVariables\n v(\"count\") = v(\"Count\") + \"42\"\n"
+                        "n = \"Text\" : v(n).Value = v(n).Name & v.Count : v(\"Flag\") = -1")));
+  const dts::GlobalVariables& variables = package_->GlobalVariables();
+  EXPECT_EQ(dts::Variant(std::int64_t{42}), variables.Value("Count"));
+  EXPECT_EQ(dts::Variant(std::string("Text10")), variables.Value("Text"));
+  EXPECT_EQ(dts::Variant(true), variables.Value("Flag"));
+}
+
+TEST_F(Scripts, AWorkflowScriptDecidesWhetherItsStepRuns) {
+  const std::string task =
+      "task = \"Script\"\n" + Script("script", "DTSGlobalVariables(\"Text\").Value = \"ran\"");
+  const struct {
+    const char* statements;
+    const char* word;     ///< "ran" when the task has run.
+    const char* failure;  ///< Of the step.
+  } cases[] = {
+      {"Main = DTSStepScriptResult_ExecuteTask", "ran", ""},
+      {"Main = DTSStepScriptResult_DontExecuteTask", "text", ""},
+      {"Set n = DTSGlobalVariables(\"Count\") : n.Value = n.Value + 1\n"
+       "If n.Value < 3 Then Main = DTSStepScriptResult_RetryLater",
+       "ran", ""},
+      {"Main = 9", "text", "the workflow script answers 9"},
+      {"Err.Raise 1000, \"me\", \"no\"", "text", "the workflow script failed: no"},
+  };
+  for (const auto& c : cases) {
+    const std::string ended = Ran(StepOf(
+        "first", "retry_delay_seconds = 0\n" + Script("workflow_script", c.statements) + task));
+    EXPECT_EQ(dts::Variant(std::string(c.word)), package_->GlobalVariables().Value("Text"))
+        << c.statements << ended;
+    EXPECT_THAT(ended, HasSubstr(c.failure)) << c.statements;
+  }
+  // What waits for a step that was left out does not run.
+  Ran(StepOf("first", Script("workflow_script", "Main = 1") + task) +
+      StepOf("second", "after = [ { step = \"first\", on = \"completion\" } ]\n" + task));
+  EXPECT_EQ(dts::StepExecutionStatus::Inactive, package_->Step(1).ExecutionStatus());
+  EXPECT_EQ(dts::StepExecutionStatus::Waiting, package_->Step(2).ExecutionStatus());
+}
+
+TEST_F(Scripts, ARowScriptSaysWhatBecomesOfEachRow) {
+  disk_.Write("in.csv", "a,b\n1,x\n2,\n3,z\n");
+  warehouse_->Execute("CREATE TABLE t (id INTEGER NOT NULL, word VARCHAR(20))");
+  const struct {
+    const char* statements;
+    const char* rows;   ///< Of the table.
+    const char* words;  ///< Of the run.
+  } cases[] = {
+      {"DTSDestination(\"id\") = DTSSource(\"a\") * 2 : DTSDestination(2) = DTSSource(2) & \"!\"\n"
+       "Main = DTSTransformStat_OK",
+       "2|x!\n4|!\n6|z!", ""},
+      {"DTSDestination(\"id\") = DTSSource(\"A\")\n"
+       "If IsNull(DTSSource(\"b\")) Then Main = DTSTransformStat_SkipRow Else Main = 1",
+       "1|-\n3|-", ""},
+      {"DTSDestination(\"id\") = DTSSource(\"a\") : n = DTSGlobalVariables(\"Count\")\n"
+       "DTSGlobalVariables(\"Count\").Value = n + 1 : DTSDestination(\"word\") = n\n"
+       "If n Mod 2 = 1 Then Main = DTSTransformStat_SkipFetch Else Main = DTSTransformStat_OK",
+       "1|0\n2|1\n2|2\n3|3\n3|4", ""},
+      {"DTSDestination(\"id\") = 1 : Main = DTSTransformStat_SkipInsert", "", ""},
+      {"If DTSSource(\"a\") = 3 Then Main = DTSTransformStat_NoMoreRows : Exit Function\n"
+       "DTSDestination(\"id\") = 5 : Main = 1",
+       "5|-\n5|-", ""},
+      {"DTSDestination(\"id\") = 1\nIf DTSSource(\"a\") = 2 Then Main = DTSTransformStat_Error "
+       "Else Main = 1",
+       "1|-\n1|-", ""},
+      {"DTSDestination(\"id\") = 10 / (DTSSource(\"a\") - 2) : Main = 1", "-10|-\n10|-", ""},
+      {"DTSDestination(\"id\") = \"no number\" : Main = 1", "", "is not a whole number"},
+      {"Main = DTSTransformStat_AbortPump", "", "the script has ended the pump"},
+      {"Main = DTSTransformStat_InsertQuery", "", "only a data-driven query"},
+      {"x = DTSSource(\"c\") : Main = 1", "", "DTSSource has no column \"c\""},
+      {"DTSSource(\"a\") = 1 : Main = 1", "", "DTSSource cannot be assigned to"},
+      {"DTSDestination(\"id\") = 1", "", "the script answers nothing"},
+      {"Do : Loop", "", "error 18"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM t");
+    const std::string ended =
+        Ran(StepOf("pump",
+                   "task = \"DataPump\"\nsource = \"file\"\ndestination = \"dw\"\ntable = "
+                   "\"t\"\nmaximum_error_count = 1\n[[steps.transformations]]\ntype = "
+                   "\"script\"\ndestinations = [\"id\", \"word\"]\n" +
+                       Script("script", c.statements)));
+    EXPECT_EQ(c.rows, RowsOf(*warehouse_, "SELECT * FROM t")) << c.statements << ended;
+    EXPECT_THAT(ended, HasSubstr(c.words)) << c.statements;
+  }
+}
+
+TEST_F(Scripts, AScriptAsksLookupsAndSeesItsOwnSources) {
+  disk_.Write("in.csv", "a,b\n1,x\n2,y\n");
+  warehouse_->Execute(
+      "CREATE TABLE t (id INTEGER, word VARCHAR(20), at DATETIME);"
+      "CREATE TABLE known (k VARCHAR(3), w VARCHAR(9), n INTEGER);"
+      "INSERT INTO known VALUES ('x', 'ex', 7)");
+  const std::string ended = Ran(StepOf("pump", R"(task = "DataPump"
+source = "file"
+destination = "dw"
+table = "t"
+[[steps.lookups]]
+name = "one"
+connection = "dw"
+sql = "SELECT w FROM known WHERE k = ?"
+[[steps.lookups]]
+name = "both"
+connection = "dw"
+sql = "SELECT w, n FROM known WHERE k = ?"
+[[steps.transformations]]
+type = "script"
+sources = ["b"]
+destinations = ["word", "id"]
+)" + Script("script", R"(
+word = DTSLookups("one").Execute(DTSSource(1).Value)
+If IsEmpty(word) Then
+  DTSDestination("word") = "none of " & DTSSource.Count
+Else
+  pair = DTSLookups("both").Execute(DTSSource("b"))
+  DTSDestination("word") = pair(0) & pair(1)
+End If
+Main = DTSTransformStat_OK)") +
+                                                   R"([[steps.transformations]]
+type = "script"
+destinations = ["at"]
+)" + Script("script", "DTSDestination(\"at\") = #2/1/2024 10:30# : Main = DTSTransformStat_OK")));
+  EXPECT_EQ("-|ex7|2024-02-01 10:30:00\n-|none of 1|2024-02-01 10:30:00",
+            RowsOf(*warehouse_, "SELECT * FROM t"))
+      << ended;
+}
+
+TEST_F(Scripts, ADocumentsScriptsAreCheckedWithIt) {
+  const std::string head =
+      "name = \"P\"\n[[connections]]\nname = \"as400\"\n"
+      "provider = \"IBMDA400\"\nproperties = { \"Data Source\" = \"x\" }\n"
+      "original = { \"Catalog Library List\" = \"L\", Flag = true, N = 1.5 }\n";
+  const struct {
+    const char* step;
+    const char* problem;  ///< Empty: none.
+  } cases[] = {
+      {"script = 'Function Main() : End Function'\noriginal = { \"ExecuteInMainThread\" = 0 }", ""},
+      {"script = 'Sub Other : End Sub'\nfunction = \"other\"", ""},
+      {"script = 'Sub Other : End Sub'", "has no function \"Main\""},
+      {"script = 'Function Main( : End Function'", "cannot be compiled: "},
+      {"script = 'Sub Main : End Sub'\nworkflow_script = 'If'", "\"workflow_script\" cannot be"},
+      {"script = 'Sub Main : End Sub'\noriginal = { a = [1] }", "original property \"a\" is "},
+  };
+  for (const auto& c : cases) {
+    std::string problem;
+    try {
+      ReadPackageDocument(head + StepOf("s", std::string("task = \"Script\"\n") + c.step), "d");
+    } catch (const PlatformError& error) {
+      problem = error.Description();
+    }
+    if (*c.problem == '\0')
+      EXPECT_EQ("", problem);
+    else
+      EXPECT_THAT(problem, HasSubstr(c.problem));
+  }
+}
+
+}  // namespace
+}  // namespace torvik::engine
