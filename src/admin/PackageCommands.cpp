@@ -2,6 +2,7 @@
 
 #include "admin/Commands.h"
 #include "admin/GraphCommand.h"
+#include "admin/ImportCommand.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/RunnerVariables.h"
@@ -17,6 +18,7 @@ struct PackageOptions {
   std::string version;
   bool isStored = false;  ///< `name` is a package of a server, not a file.
   GraphOptions graph;
+  ImportOptions import;
 };
 
 engine::PackageStore OpenStore(LinuxPlatform& platform, const ServerChoice& choice) {
@@ -93,6 +95,16 @@ int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const Pa
   return 0;
 }
 
+/// The steps of an imported package that will fail whatever happens, a line for each.
+std::string StepsThatCannotRun(const engine::PackageModel& package) {
+  std::vector<std::string> lines;
+  for (const engine::StepModel& step : package.steps)
+    if (const std::string reason = step.task->WhyNot(); !reason.empty())
+      lines.push_back(package.document + ": the step \"" + step.name +
+                      "\" will not run: " + reason);
+  return Joined(lines);
+}
+
 int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
                   const PackageOptions& options) {
   bool allGood = true;
@@ -100,7 +112,8 @@ int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
   for (const std::string& file : options.files) {
     std::string problems;
     try {
-      ReadChecked(file, ReadText(*platform.files, file));
+      problems = StepsThatCannotRun(ReadChecked(file, ReadText(*platform.files, file)));
+      allGood = allGood && problems.empty();
     } catch (const PlatformError& error) {
       problems = error.Description();
       allGood = false;
@@ -134,6 +147,22 @@ int GraphPackage(LinuxPlatform& platform, const Invocation& invocation,
                                : ReadText(*platform.files, options.name);
   return DrawPackage(platform, engine::ReadPackageDocument(text, options.name), options.graph,
                      invocation.json);
+}
+
+int ImportPackages(LinuxPlatform& platform, const Invocation& invocation,
+                   const PackageOptions& options) {
+  return ImportPackageFile(platform, options.name, options.import, invocation.json);
+}
+
+void AddImportCommand(CommandGroup<PackageOptions>& group) {
+  PackageOptions& given = group.Given();
+  CLI::App* import =
+      group.Add("import", "turn a package that was saved as Visual Basic text into a document",
+                ImportPackages);
+  import->add_option("FILE", given.name, "the text: .bas, .cls, .frm, .vb or .vbs")->required();
+  import->add_option("--var", given.import.variables,
+                     "NAME=VALUE: what a variable or an argument of the text is; may be repeated");
+  import->add_option("-o,--output", given.import.output, "file to write; standard output else");
 }
 
 /// The package is a file, or one of the server that is named.
@@ -172,6 +201,7 @@ void AddPackageCommands(CLI::App& app, Invocation& invocation) {
   remove->add_option("NAME", given.name)->required();
   for (CLI::App* command : {put, get, list, remove}) AddServerOptions(*command, invocation);
   AddGraphCommand(group, invocation);
+  AddImportCommand(group);
 }
 
 }  // namespace torvik::admin

@@ -18,6 +18,7 @@ class DataPumpTask final : public Task {
       : source_(reader),
         destination_(reader),
         settings_(ReadPumpSettings(reader, destination_.IsTable())) {
+    namesColumns_ = reader.Table().Find("columns") != nullptr;
     columns_ = reader.TemplateTable("columns");
     transformations_ = ReadTransformations(reader);
     lookups_ = ReadLookups(reader);
@@ -52,12 +53,14 @@ class DataPumpTask final : public Task {
     std::vector<ColumnMapping> columns;
     for (const auto& [from, to] : columns_)
       columns.push_back({from, variables.Substitute(to.text), settings_.flags});
-    return WithTransformations(std::move(columns), transformations_, settings_.flags, scope);
+    return WithTransformations(std::move(columns), !namesColumns_, transformations_,
+                               settings_.flags, scope);
   }
 
   PumpSource source_;
   PumpDestination destination_;
   PumpSettings settings_;
+  bool namesColumns_ = false;
   std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
   TransformationPlans transformations_;
   std::vector<LookupPlan> lookups_;

@@ -9,6 +9,8 @@
 namespace torvik::engine {
 namespace {
 
+constexpr std::size_t kLongestWord = 200, kMostListed = 30;
+
 /// The number of characters to insert, drop or change to make `b` of `a`.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
@@ -58,6 +60,9 @@ std::string DidYouMean(std::string_view word, std::span<const std::string> known
   std::size_t best = std::string::npos;
   const std::string* nearest = nullptr;
   for (const std::string& one : known) {
+    // Words of very different lengths, and very long ones, are not one misspelled.
+    const auto [shorter, longer] = std::minmax({lowered.size(), one.size()});
+    if (longer > kLongestWord || longer - shorter > 1 + one.size() / 4) continue;
     const std::size_t distance = EditDistance(lowered, LowerAscii(one));
     if (distance >= best) continue;
     best = distance;
@@ -69,8 +74,9 @@ std::string DidYouMean(std::string_view word, std::span<const std::string> known
 
 std::string UseOneOf(std::span<const std::string> known) {
   std::string list;
-  for (const std::string& one : known) list += (list.empty() ? "use one of " : ", ") + Quoted(one);
-  return list;
+  for (const std::string& one : known.first(std::min(known.size(), kMostListed)))
+    list += (list.empty() ? "use one of " : ", ") + Quoted(one);
+  return known.size() > kMostListed ? list + ", ..." : list;
 }
 
 std::string CountOf(std::int64_t count, const char* what) {

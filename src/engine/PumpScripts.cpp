@@ -357,10 +357,6 @@ ScriptPlan ReadScriptTransformation(TaskReader& reader) {
   for (const PlacedText& name : reader.Templates("sources")) plan.sources.push_back(name.text);
   for (const PlacedText& name : reader.Templates("destinations"))
     plan.destinations.push_back(name.text);
-  if (plan.destinations.empty())
-    reader.Problem(reader.Table().Place(),
-                   "the transformation \"script\" has no \"destinations\"; list the columns that "
-                   "it fills");
   plan.flags = ReadTransformFlags(reader);
   return plan;
 }

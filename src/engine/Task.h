@@ -83,6 +83,9 @@ class Task {
   /// True when all that the task changes can be part of the package's transaction.
   virtual bool CanJoin() const = 0;
 
+  /// Why the task cannot run whatever happens; empty for one that can.
+  virtual std::string WhyNot() const { return {}; }
+
   /// Runs once for each attempt of the step. Throws when the task fails; a PlatformError that is
   /// transient lets the step try again. A task that ends well has succeeded, also when Cancelled()
   /// had become true.

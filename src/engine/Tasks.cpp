@@ -14,6 +14,7 @@ std::span<const TaskKind> TaskKinds() {
       {"SendMail", ReadSendMailTask},
       {"File", ReadFileTask},
       {"Script", ReadScriptTask},
+      {"NotImported", ReadNotImportedTask},
   };
   return kKinds;
 }

@@ -28,5 +28,6 @@ std::unique_ptr<Task> ReadSetVariablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSendMailTask(TaskReader& reader);
 std::unique_ptr<Task> ReadFileTask(TaskReader& reader);
 std::unique_ptr<Task> ReadScriptTask(TaskReader& reader);
+std::unique_ptr<Task> ReadNotImportedTask(TaskReader& reader);
 
 }  // namespace torvik::engine

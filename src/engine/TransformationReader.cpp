@@ -168,9 +168,11 @@ void ReadOne(TaskReader& reader, TransformationPlans& plans) {
     return plans.scripts.push_back(ReadScriptTransformation(reader));
   TransformationPlan plan;
   if (const auto source = reader.Table().Text("source")) plan.source = source->text;
-  plan.destination = reader.Table().RequiredText("destination").text;
+  const Kind& kind = kKinds[reader.OneOf("type", kNames, 0)];
+  if (kind.read != ReadWriteFile || reader.Table().Find("destination") != nullptr)
+    plan.destination = reader.Table().RequiredText("destination").text;
   plan.flags = ReadTransformFlags(reader);
-  plan.make = kKinds[reader.OneOf("type", kNames, 0)].read(reader, plan);
+  plan.make = kind.read(reader, plan);
   plans.columns.push_back(std::move(plan));
 }
 
@@ -195,14 +197,15 @@ TransformationPlans ReadTransformations(TaskReader& reader) {
   return plans;
 }
 
-std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns,
+std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns, bool byName,
                                                const TransformationPlans& plans, unsigned flags,
                                                const TransformationScope& scope) {
-  if (columns.empty() && !plans.columns.empty() && plans.scripts.empty())
+  if (byName && !plans.columns.empty() && plans.scripts.empty())
     for (const std::string& name : scope.sourceColumns)
       if (!Uses(plans.columns, name)) columns.push_back({name, name, flags});
   for (const TransformationPlan& plan : plans.columns) {
-    ColumnMapping* mapping = Find(columns, plan.destination);
+    const bool fillsNone = plan.destination.empty();
+    ColumnMapping* mapping = fillsNone ? nullptr : Find(columns, plan.destination);
     if (mapping != nullptr && !plan.source.empty() &&
         !EqualsIgnoringCase(mapping->source, plan.source))
       throw PlatformError(0,

@@ -22,8 +22,8 @@ struct TransformationScope {
 
 /// One transformation of a document, checked.
 struct TransformationPlan {
-  std::string source;  ///< Empty: the value so far, or none.
-  std::string destination;
+  std::string source;       ///< Empty: the value so far, or none.
+  std::string destination;  ///< Empty for one that fills no column.
   unsigned flags = 0;
   std::string connection;  ///< Of a lookup.
   std::function<std::unique_ptr<Transformation>(const TransformationScope&)> make;  ///< Null: copy.
@@ -46,9 +46,9 @@ struct TransformationPlans {
 TransformationPlans ReadTransformations(TaskReader& reader);
 
 /// Adds the transformations to `columns`: one whose destination is filled already works on what
-/// fills it. Without any `columns` and scripts, source columns that no transformation uses are
+/// fills it. With `byName` and without scripts, source columns that no transformation uses are
 /// copied by their names.
-std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns,
+std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns, bool byName,
                                                const TransformationPlans& plans, unsigned flags,
                                                const TransformationScope& scope);
 

@@ -88,6 +88,22 @@ TEST_F(PumpTasksTest, TransformationsMakeTheValuesOfColumns) {
                      .ends);
   EXPECT_EQ("1:1", Rows());
   EXPECT_EQ("f\u00fcr", disk_.Read("1"));
+  // For its effect alone: no column is filled, and no row is loaded.
+  const RunResult alone = Pump("id,raw\n7,seven\n8,\n",
+                               "columns = {}\n[[steps.transformations]]\ntype = 'write_file'\n"
+                               "source = 'raw'\nname_column = 'id'\n" +
+                                   directory);
+  EXPECT_EQ("S", alone.ends) << alone.events.errors;
+  EXPECT_EQ("1:1", Rows());
+  EXPECT_EQ("seven", disk_.Read("7"));
+  EXPECT_EQ("", disk_.Read("8"));
+  EXPECT_THAT(Pump("id,raw\n../x,a\n",
+                   "columns = {}\n[[steps.transformations]]\n"
+                   "type = 'write_file'\nsource = 'raw'\n"
+                   "name_column = 'id'\n" +
+                       directory)
+                  .events.errors,
+              HasSubstr("may not lead out of the directory"));
 }
 
 TEST_F(PumpTasksTest, RejectedRowsAreKeptAsTheyStood) {

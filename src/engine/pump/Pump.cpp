@@ -20,7 +20,7 @@ class Loader {
          const std::function<void(std::int64_t)>& progress, const std::atomic<bool>& cancelled)
       : request_(request),
         columns_(columns),
-        load_(request.target.Open(columns)),
+        load_(columns.empty() ? nullptr : request.target.Open(columns)),
         progress_(progress),
         cancelled_(cancelled) {}
 
@@ -77,7 +77,7 @@ class Loader {
   }
 
   void FinishLoad() {
-    counts_.loaded += load_->Finish();
+    if (load_) counts_.loaded += load_->Finish();
     const std::int64_t sent = counts_.read - counts_.rejected - counts_.skipped;
     if (counts_.loaded == sent) return;
     throw PlatformError(0,
@@ -115,7 +115,7 @@ class Loader {
 
   const PumpRequest& request_;
   const std::vector<std::string>& columns_;
-  std::unique_ptr<ado::BulkLoad> load_;
+  std::unique_ptr<ado::BulkLoad> load_;  // null when no column is filled
   const std::function<void(std::int64_t)>& progress_;
   const std::atomic<bool>& cancelled_;
   Steady::time_point reported_ = Steady::now();

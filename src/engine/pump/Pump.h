@@ -18,9 +18,9 @@ class Transformation;
 
 /// What fills one destination column.
 struct ColumnMapping {
-  std::string source;  ///< Empty: no source column; the value begins as NULL.
-  std::string destination;
-  unsigned flags = 0;                                       ///< TransformFlags.
+  std::string source;       ///< Empty: no source column; the value begins as NULL.
+  std::string destination;  ///< Empty: the chain works for what it does beside.
+  unsigned flags = 0;       ///< TransformFlags.
   std::vector<std::shared_ptr<Transformation>> chain = {};  ///< In the order of their work.
 };
 

@@ -34,6 +34,7 @@ std::vector<ColumnMapping> MappingOf(const PumpRequest& request) {
 }
 
 std::string Described(const ado::Column& column) {
+  if (column.name.empty()) return "no column";
   return "column " + column.name +
          (column.declaredType.empty() ? "" : " (" + column.declaredType + ")");
 }
@@ -54,7 +55,10 @@ RowMapper::RowMapper(const PumpRequest& request)
     const std::size_t source = mapping.source.empty()
                                    ? kNoSource
                                    : FindColumn(source_.Columns(), mapping.source, "source");
-    AddTarget({source, kNoSource, columnOf(mapping.destination), mapping.flags, mapping.chain});
+    if (mapping.destination.empty())
+      effects_.push_back({source, kNoSource, {}, mapping.flags, mapping.chain});
+    else
+      AddTarget({source, kNoSource, columnOf(mapping.destination), mapping.flags, mapping.chain});
   }
   std::size_t position = 0;
   for (const ScriptMapping& script : scripts_)
@@ -79,8 +83,8 @@ void RowMapper::Map(RowBatch& batch) {
   for (std::size_t row = 0; row < batch.RowCount() && !ended_; ++row) {
     if (!scripts_.empty())
       MapScripted(batch, row);
-    else if (MapRow(batch, row))
-      origins_.push_back(batch.Origin(row));
+    else
+      MapOnce(batch, row);
     if (ended_) batch.DropBadRowsBehind(batch.Origin(row));
   }
   batch.SwapRows(values_, targets_.size(), origins_);
@@ -95,8 +99,8 @@ void RowMapper::MapScripted(RowBatch& batch, std::size_t row) {
     ended_ = (*status & kTransformNoMoreRows) != 0;
     if (*status & (kTransformSkipRow | kTransformSkipInsert | kTransformNoMoreRows))
       batch.CountSkippedRow();
-    else if (MapRow(batch, row))
-      origins_.push_back(batch.Origin(row));
+    else
+      MapOnce(batch, row);
     if (ended_ || !(*status & kTransformSkipFetch)) return;
     if (times == kMostTimes)
       throw MappingError(source_.PlaceOf(batch, row) + ": the script has asked for this row " +
@@ -134,6 +138,15 @@ std::optional<unsigned> RowMapper::RunScripts(RowBatch& batch, std::size_t row) 
   return std::nullopt;
 }
 
+/// A row that fills no column is not loaded.
+void RowMapper::MapOnce(RowBatch& batch, std::size_t row) {
+  if (!MapRow(batch, row)) return;
+  if (targets_.empty())
+    batch.CountSkippedRow();
+  else
+    origins_.push_back(batch.Origin(row));
+}
+
 /// False when the row is rejected.
 bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
   const std::span<const ado::LoadValue> source = batch.Row(row);
@@ -151,14 +164,30 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
     }
     values_.push_back(value);
   }
+  for (const Target& effect : effects_) {
+    ado::LoadValue value = effect.source == kNoSource ? ado::LoadValue() : source[effect.source];
+    const ado::LoadValue given = value;
+    const std::string misfit = Transformed(effect, source, value, batch);
+    if (misfit.empty()) continue;
+    Reject(batch, row, effect, given, misfit);
+    values_.resize(begin);
+    return false;
+  }
   return true;
+}
+
+std::string RowMapper::Transformed(const Target& target, std::span<const ado::LoadValue> source,
+                                   ado::LoadValue& value, RowBatch& batch) {
+  for (const auto& transformation : target.chain)
+    if (std::string misfit = transformation->Apply({source, batch}, value); !misfit.empty())
+      return misfit;
+  return {};
 }
 
 std::string RowMapper::Fit(const Target& target, std::span<const ado::LoadValue> source,
                            ado::LoadValue& value, RowBatch& batch) const {
-  for (const auto& transformation : target.chain)
-    if (std::string misfit = transformation->Apply({source, batch}, value); !misfit.empty())
-      return misfit;
+  if (std::string misfit = Transformed(target, source, value, batch); !misfit.empty())
+    return misfit;
   if (!value.IsNull())
     if (std::string misfit = FitValue(target.column, target.flags, value, batch); !misfit.empty())
       return misfit;

@@ -30,6 +30,7 @@ class RowMapper {
 
   /// Replaces each row's values by those of the destination columns. A row with a value that does
   /// not fit becomes one of the batch's bad rows; these then stand in the order of their origins.
+  /// Rows that fill no column, as those that are only written to files, are left out.
   /// A script may leave rows out and make several of one.
   void Map(RowBatch& batch);
 
@@ -49,7 +50,10 @@ class RowMapper {
   void AddTarget(Target target);
   void MapScripted(RowBatch& batch, std::size_t row);
   std::optional<unsigned> RunScripts(RowBatch& batch, std::size_t row);
+  void MapOnce(RowBatch& batch, std::size_t row);
   bool MapRow(RowBatch& batch, std::size_t row);
+  static std::string Transformed(const Target& target, std::span<const ado::LoadValue> source,
+                                 ado::LoadValue& value, RowBatch& batch);
   std::string Fit(const Target& target, std::span<const ado::LoadValue> source,
                   ado::LoadValue& value, RowBatch& batch) const;
   RowOrigin OriginOf(RowBatch& batch, std::size_t row) const;
@@ -60,7 +64,7 @@ class RowMapper {
   std::vector<ScriptMapping> scripts_;
   std::vector<ado::LoadValue> scripted_;  // what they have made of the row
   bool ended_ = false;
-  std::vector<Target> targets_;
+  std::vector<Target> targets_, effects_;
   std::vector<std::string> destinations_;
   std::vector<ado::LoadValue> values_;
   std::vector<RowOrigin> origins_;

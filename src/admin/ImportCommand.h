@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace torvik {
+struct LinuxPlatform;
+}
+
+namespace torvik::admin {
+
+struct ImportOptions {
+  std::string output;                  ///< Empty: standard output.
+  std::vector<std::string> variables;  ///< "NAME=VALUE".
+};
+
+/// Imports the package of a Visual Basic text. Answers the exit code: 1 when the document that
+/// comes out has problems, which are told.
+int ImportPackageFile(LinuxPlatform& platform, const std::string& file,
+                      const ImportOptions& options, bool json);
+
+}  // namespace torvik::admin

@@ -1,0 +1,131 @@
+#include "import/Entry.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <set>
+
+#include "platform/Text.h"
+
+namespace torvik::importing {
+namespace {
+
+using script::Expression;
+using script::ExpressionKind;
+
+void EachExpression(const Expression& one, const std::function<void(const Expression&)>& visit) {
+  visit(one);
+  for (const auto& operand : one.operands)
+    if (operand) EachExpression(*operand, visit);
+}
+
+void EachExpression(const Nodes& nodes, const std::function<void(const Expression&)>& visit) {
+  const auto all = [&](const std::vector<script::ExpressionPtr>& list) {
+    for (const auto& one : list)
+      if (one) EachExpression(*one, visit);
+  };
+  for (const auto& node : nodes) {
+    all(node->expressions);
+    EachExpression(node->body, visit);
+    for (const Branch& branch : node->branches) {
+      all(branch.conditions);
+      EachExpression(branch.body, visit);
+    }
+  }
+}
+
+bool MakesPart(const Expression& one) {
+  if (one.kind == ExpressionKind::Member)
+    return one.lower == "new" || one.lower == "addglobalvariable" || one.lower == "add";
+  return one.kind == ExpressionKind::Literal && one.literal.Is(script::Kind::Text) &&
+         LowerAscii(one.literal.View()).starts_with("dts.package");
+}
+
+/// What stands outside of procedures, as if it were one.
+const std::string kOutside;
+
+/// Which procedure calls which, and what each makes itself.
+class CallGraph {
+ public:
+  explicit CallGraph(const Code& code) {
+    nodes_[kOutside];
+    for (const Procedure& procedure : code.procedures) nodes_[procedure.lower];
+    Add(kOutside, code.body);
+    for (const Procedure& procedure : code.procedures) Add(procedure.lower, procedure.body);
+    for (const auto& [name, node] : nodes_)
+      for (const std::string& called : node.calls) called_.insert(called);
+  }
+
+  bool IsCalled(const std::string& name) const { return called_.contains(name); }
+
+  std::set<std::string> ReachedFrom(const std::string& name) const {
+    std::set<std::string> reached = {name};
+    std::vector<std::string> open = {name};
+    while (!open.empty()) {
+      const std::string next = open.back();
+      open.pop_back();
+      for (const std::string& called : nodes_.at(next).calls)
+        if (reached.insert(called).second) open.push_back(called);
+    }
+    return reached;
+  }
+
+  int Parts(const std::set<std::string>& names) const {
+    int parts = 0;
+    for (const std::string& name : names) parts += nodes_.at(name).parts;
+    return parts;
+  }
+
+ private:
+  struct Node {
+    std::set<std::string> calls;
+    int parts = 0;
+  };
+
+  void Add(const std::string& name, const Nodes& body) {
+    Node& node = nodes_.at(name);
+    EachExpression(body, [&](const Expression& one) {
+      // That a variable outside is a package says nothing of where it is built.
+      const bool counts = name != kOutside || one.kind != ExpressionKind::Literal;
+      node.parts += counts && MakesPart(one) ? 1 : 0;
+      const bool isOther = one.kind == ExpressionKind::Name && one.lower != name;
+      if (isOther && nodes_.contains(one.lower)) node.calls.insert(one.lower);
+    });
+  }
+
+  std::map<std::string, Node> nodes_;
+  std::set<std::string> called_;
+};
+
+}  // namespace
+
+int PartsMade(const Nodes& nodes) {
+  int parts = 0;
+  EachExpression(nodes, [&](const Expression& one) { parts += MakesPart(one) ? 1 : 0; });
+  return parts;
+}
+
+const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {
+  const CallGraph graph(code);
+  const Procedure* best = nullptr;
+  std::set<std::string> reached = graph.ReachedFrom(kOutside);
+  const bool isOutside = graph.Parts(reached) > 0;
+  int most = 0;
+  for (const Procedure& procedure : code.procedures) {
+    if (isOutside || graph.IsCalled(procedure.lower)) continue;
+    const std::set<std::string> names = graph.ReachedFrom(procedure.lower);
+    const int parts = graph.Parts(names);
+    if (parts <= most) continue;
+    best = &procedure;
+    most = parts;
+    reached = names;
+  }
+  for (const Procedure& procedure : code.procedures)
+    if (!reached.contains(procedure.lower) && PartsMade(procedure.body) > 0)
+      notes.push_back({procedure.line, procedure.name +
+                                           " makes parts of a package as well, but is not called "
+                                           "where this one is built; it is left out"});
+  return best;
+}
+
+}  // namespace torvik::importing

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "import/Code.h"
+#include "import/Record.h"
+
+namespace torvik::importing {
+
+/// How many parts of a package these statements make: calls of New, Add and the like.
+int PartsMade(const Nodes& nodes);
+
+/// The procedure that builds the package: of those that no other calls, the one that with all that
+/// it calls makes most parts. Null when none makes any, and when what stands outside of procedures
+/// builds it. `notes` is told of those that make parts and are not called where it is built.
+const Procedure* EntryOf(const Code& code, std::vector<Note>& notes);
+
+}  // namespace torvik::importing

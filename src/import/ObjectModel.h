@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "import/Record.h"
+
+/// The package object model, as far as its collections go.
+namespace torvik::importing {
+
+/// Members that are collections, or parts that have properties of their own.
+bool IsCollection(std::string_view lowerName);
+
+/// A collection's New: an item that is not in it yet.
+ObjectPtr NewItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
+                  int line);
+
+/// A collection's Add: of an object, or of the parts of a new one (AddGlobalVariable name, value).
+/// `arguments` are not empty.
+ObjectPtr AddItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
+                  int line);
+
+/// The item of a name, at a position from 1, or in a bag of properties of any name. Null when there
+/// is none.
+ObjectPtr FindItem(Recording& recording, Object& collection, const Value& key, int line);
+
+}  // namespace torvik::importing

@@ -1,0 +1,36 @@
+#include "import/PackageImport.h"
+
+#include "import/Code.h"
+#include "import/SourceLines.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::importing {
+namespace {
+
+PlatformError Refused(const std::string& file, const std::string& reason) {
+  return PlatformError(0, file + ": " + reason, "package import");
+}
+
+constexpr std::size_t kLargest = std::size_t{64} << 20;
+
+}  // namespace
+
+Translation ImportPackage(const std::string& file, std::string_view bytes,
+                          const KnownValues& known) {
+  using namespace std::string_view_literals;
+  constexpr const char* kSaveAs =
+      "; open the package in its designer and save it as a Visual Basic file (Package, Save As)";
+  if (bytes.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"sv))
+    throw Refused(file, std::string("this is a structured storage file (.dts)") + kSaveAs);
+  if (bytes.size() > kLargest) throw Refused(file, "the file is larger than 64 MiB");
+  const bool isWide = bytes.starts_with("\xFF\xFE"sv) || bytes.starts_with("\xFE\xFF"sv);
+  if (!isWide && bytes.find('\0') != bytes.npos)
+    throw Refused(file, std::string("this is no text") + kSaveAs);
+  const Recording recording = Evaluate(ReadCode(DecodedSource(bytes)), known);
+  const bool isEmpty = !recording.package || (recording.package->children.empty() &&
+                                              recording.package->properties.empty());
+  if (isEmpty) throw Refused(file, std::string("no package is built in this text") + kSaveAs);
+  return Translate(recording, known);
+}
+
+}  // namespace torvik::importing

@@ -1,0 +1,392 @@
+#include "import/PumpTranslator.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "platform/Text.h"
+
+namespace torvik::importing {
+namespace {
+
+constexpr const char* kAllowed[] = {"demotion",           "promotion",    "string_truncation",
+                                    "numeric_truncation", "null_change",  "sign_change",
+                                    "require_exact_type", "force_convert"};
+
+struct Pair {
+  std::string source, destination;  ///< Empty: none.
+};
+
+std::vector<std::string> ColumnNames(const Object& transformation, const char* collection) {
+  std::vector<std::string> names;
+  const Object* const columns = transformation.Child(collection);
+  if (columns == nullptr) return names;
+  std::vector<std::pair<double, std::string>> ordered;
+  for (const ObjectPtr& column : columns->items) {
+    const Property* const name = column->Find("Name");
+    const Property* const ordinal = column->Find("Ordinal");
+    const bool hasOrdinal = ordinal && ordinal->value.kind == Value::Kind::Number;
+    ordered.emplace_back(
+        hasOrdinal ? ordinal->value.number : static_cast<double>(ordered.size() + 1),
+        name ? name->value.PlainText() : "");
+  }
+  std::ranges::stable_sort(ordered, {}, &std::pair<double, std::string>::first);
+  for (auto& [ordinal, name] : ordered) names.push_back(std::move(name));
+  return names;
+}
+
+std::vector<std::string> AllowedBy(std::int64_t flags) {
+  std::vector<std::string> words;
+  for (std::size_t bit = 0; bit < std::size(kAllowed); ++bit)
+    if (flags >> bit & 1) words.emplace_back(kAllowed[bit]);
+  return words;
+}
+
+/// One transformation of a pump.
+class Transformation {
+ public:
+  Transformation(const Object& object, std::vector<Note>& notes)
+      : object_(object),
+        notes_(notes),
+        kind_(KindOf(object.progId)),
+        sources_(ColumnNames(object, "sourcecolumns")),
+        destinations_(ColumnNames(object, "destinationcolumns")),
+        own_(&object, notes) {
+    flags_ = own_.Whole("TransformFlags", 0);
+    for (const char* idle : {"Name", "ForceSourceBlobsBuffered", "ForceBlobsInMemory",
+                             "InMemoryBlobSize", "TransformPhases"})
+      idle_.emplace_back(idle);
+  }
+
+  const std::string& Kind() const { return kind_; }
+  std::int64_t Flags() const { return flags_; }
+  int Line() const { return object_.line; }
+
+  std::vector<Pair> Pairs() const {
+    std::vector<Pair> pairs;
+    for (std::size_t i = 0; i < std::min(sources_.size(), destinations_.size()); ++i)
+      pairs.push_back({sources_[i], destinations_[i]});
+    return pairs;
+  }
+  bool IsEven() const { return sources_.size() == destinations_.size(); }
+
+  /// As tables of the step.
+  void Write(DocumentWriter& writer, bool writesFlags) {
+    const auto begin = [&](const char* type) {
+      writer.Header("[[steps.transformations]]");
+      writer.Text("type", type);
+      if (writesFlags && flags_ != 0) writer.List("allow", AllowedBy(flags_));
+    };
+    Properties settings = Settings();
+    if (kind_ == "script") return WriteScript(writer, settings, begin);
+    if (kind_ == "writefile") return WriteWriteFile(writer, settings, begin);
+    if (sources_.size() > destinations_.size())
+      notes_.push_back({Line(), "the transformation " + Name() +
+                                    " has more sources than destinations; "
+                                    "the last of them are left out"});
+    for (std::size_t i = 0; i < destinations_.size(); ++i) WriteOne(writer, settings, begin, i);
+  }
+
+  std::string Name() const {
+    const Property* const name = object_.Find("Name");
+    return "\"" + (name ? name->value.PlainText() : kind_) + "\"";
+  }
+
+ private:
+  static std::string KindOf(const std::string& progId) {
+    const std::string name = ClassName(progId);
+    for (const char* kind :
+         {"script", "writefile", "readfile", "datetime", "upper", "lower", "trim", "mid", "copy"})
+      if (name.find(kind) != name.npos) return kind;
+    return name;
+  }
+
+  /// Its own settings lie in a bag beside it.
+  Properties Settings() {
+    const Object* bag = object_.Child("transformserverproperties");
+    if (bag == nullptr) bag = object_.Child("properties");
+    settings_ = std::make_shared<Object>();
+    if (bag != nullptr) {
+      for (const ObjectPtr& item : bag->items)
+        if (const Property* value = item->Find("Value"))
+          settings_->Set(item->progId, value->value, value->line);
+      for (const Property& property : bag->properties)
+        settings_->Set(property.name, property.value, property.line);
+    }
+    return Properties(settings_.get(), notes_);
+  }
+
+  template <typename Begin>
+  void WriteScript(DocumentWriter& writer, Properties& settings, const Begin& begin) {
+    const std::string language = settings.Plain("Language");
+    const Property* const text = settings.Take("Text");
+    const bool isBasic = language.empty() || EqualsIgnoringCase(language, "VBScript") ||
+                         EqualsIgnoringCase(language, "VB Script Language") ||
+                         EqualsIgnoringCase(language, "VBScript.1");
+    begin("script");
+    if (!sources_.empty()) writer.List("sources", sources_);
+    if (!destinations_.empty()) writer.List("destinations", destinations_);
+    const std::string function = settings.Plain("FunctionEntry");
+    if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
+      writer.Text("function", function);
+    if (!isBasic) {
+      notes_.push_back(
+          {Line(), "the script of " + Name() + " is written in " + language +
+                       ", which does not run here: write it anew; the pump fails until then"});
+      writer.LongText("script", NotWritten(function, language));
+      return WriteRest(writer, settings, text);
+    }
+    if (text && text->value.isUnknown)
+      notes_.push_back({text->line, "the script of " + Name() + " has parts that are not known: " +
+                                        text->value.PlainText().substr(0, 100)});
+    writer.LongText("script", text ? text->value.PlainText() : "");
+    WriteRest(writer, settings);
+  }
+
+  static std::string NotWritten(const std::string& function, const std::string& language) {
+    const std::string name = function.empty() ? "Main" : function;
+    return "Function " + name + "()\r\n  Err.Raise 1000, , \"the script was written in " +
+           language + " and has to be written anew\"\r\nEnd Function\r\n";
+  }
+
+  /// It fills no column: a value goes to the file that another one names.
+  template <typename Begin>
+  void WriteWriteFile(DocumentWriter& writer, Properties& settings, const Begin& begin) {
+    begin("write_file");
+    std::string nameColumn = settings.Plain("FileColumnName");
+    if (nameColumn.empty() && !sources_.empty()) nameColumn = sources_.front();
+    std::string value;
+    for (const std::string& source : sources_)
+      if (!EqualsIgnoringCase(source, nameColumn)) value = source;
+    writer.Text("source", value);
+    if (!destinations_.empty()) writer.Text("destination", destinations_.front());
+    writer.Text("name_column", nameColumn);
+    WriteFileKeys(writer, settings);
+    const Property* const appends = settings_->Find("AppendIfFileExists");
+    if (appends && appends->value.number != 0)
+      notes_.push_back(
+          {Line(), "the files of " + Name() + " are written anew; what they hold is not added to"});
+    WriteRest(writer, settings);
+  }
+
+  void WriteFileKeys(DocumentWriter& writer, Properties& settings) {
+    writer.Text("directory", settings.Text("FilePath"));
+    const bool isUnicode = settings.Boolean("UnicodeFile", false);
+    const bool isOem = settings.Boolean("OEMFile", false);
+    writer.Text("encoding", isUnicode ? "utf-16" : isOem ? "cp437" : "windows-1252");
+  }
+
+  /// One column: its first transformation, then what the same one does besides.
+  template <typename Begin>
+  void WriteOne(DocumentWriter& writer, Properties& settings, const Begin& begin, std::size_t i) {
+    struct Type {
+      const char* kind;
+      const char* type;
+    };
+    static constexpr Type kTypes[] = {{"copy", "copy"},         {"trim", "trim"},
+                                      {"upper", "upper"},       {"lower", "lower"},
+                                      {"mid", "substring"},     {"datetime", "date_time"},
+                                      {"readfile", "read_file"}};
+    const auto type = std::ranges::find(kTypes, kind_, &Type::kind);
+    if (type == std::end(kTypes))
+      notes_.push_back({Line(), "the transformation " + Name() + " (" + object_.progId +
+                                    ") is not known: its columns are copied as they are"});
+    begin(type == std::end(kTypes) ? "copy" : type->type);
+    if (i < sources_.size()) writer.Text("source", sources_[i]);
+    writer.Text("destination", destinations_[i]);
+    if (kind_ == "mid") {
+      writer.Whole("start", std::max<std::int64_t>(1, settings.Whole("CharacterStart", 1)));
+      if (const auto count = settings.Number("CharacterCount"); count && *count > 0)
+        writer.Whole("length", static_cast<std::int64_t>(*count));
+    } else if (kind_ == "datetime") {
+      writer.Text("from", settings.Plain("InputFormat"));
+      writer.Text("to", settings.Plain("OutputFormat"));
+    } else if (kind_ == "readfile") {
+      WriteFileKeys(writer, settings);
+    }
+    const char* const side = SideToTrim(settings, i);
+    const bool isUpper = settings.Boolean("UpperCaseString", kind_ == "upper");
+    const bool isLower = settings.Boolean("LowerCaseString", kind_ == "lower");
+    if (kind_ == "trim" && side != nullptr) writer.Text("side", side);
+    WriteRest(writer, settings);
+    const auto further = [&](const char* name) {
+      writer.Header("[[steps.transformations]]");
+      writer.Text("type", name);
+      writer.Text("destination", destinations_[i]);
+    };
+    if (kind_ != "trim" && side != nullptr) {
+      further("trim");
+      writer.Text("side", side);
+    }
+    if (isUpper && kind_ != "upper") further("upper");
+    if (isLower && kind_ != "lower") further("lower");
+  }
+
+  /// Which end of a text is trimmed; null for none.
+  const char* SideToTrim(Properties& settings, std::size_t i) {
+    const bool usually = kind_ == "trim";
+    const bool leading = settings.Boolean("TrimLeadingWhiteSpace", usually);
+    const bool trailing = settings.Boolean("TrimTrailingWhiteSpace", usually);
+    if (settings.Boolean("TrimEmbeddedWhiteSpace", false) && i == 0)
+      notes_.push_back({Line(), "blanks within the values of " + Name() +
+                                    " stay; only those around them are cut"});
+    return leading && trailing ? "both" : leading ? "left" : trailing ? "right" : nullptr;
+  }
+
+  void WriteRest(DocumentWriter& writer, Properties& settings, const Property* more = nullptr) {
+    std::vector<Property> rest = settings.Rest();
+    for (const Property& property : own_.Rest())
+      if (std::ranges::find(idle_, property.name) == idle_.end()) rest.push_back(property);
+    if (more != nullptr) rest.push_back(*more);
+    WriteOriginal(writer, "[steps.transformations.original]", rest);
+  }
+
+  const Object& object_;
+  std::vector<Note>& notes_;
+  const std::string kind_;
+  const std::vector<std::string> sources_, destinations_;
+  Properties own_;
+  std::int64_t flags_ = 0;
+  std::vector<std::string> idle_;
+  std::shared_ptr<Object> settings_;
+};
+
+class PumpWriter {
+ public:
+  PumpWriter(TaskScope& scope, const Object& task)
+      : scope_(scope), writer_(scope.writer), task_(task), properties_(&task, scope.notes) {
+    if (const Object* all = task.Child("transformations"))
+      for (const ObjectPtr& one : all->items) transformations_.emplace_back(*one, scope.notes);
+  }
+
+  void Write() {
+    writer_.Text("task", "DataPump");
+    WriteEnds();
+    const bool oneFlags = HaveOneSetOfFlags();
+    if (oneFlags && !transformations_.empty() && transformations_[0].Flags() != 0)
+      writer_.List("allow", AllowedBy(transformations_[0].Flags()));
+    const bool asColumns = oneFlags && MayBeColumns();
+    if (asColumns)
+      WriteColumns();
+    else
+      writer_.Table("columns", {});
+    WriteNumbers();
+    // Tables stand behind all keys.
+    WriteStepOriginal(scope_, Rest());
+    WriteLookups();
+    for (Transformation& one : transformations_)
+      if (!asColumns || one.Kind() != "copy") one.Write(writer_, !oneFlags);
+  }
+
+ private:
+  std::string ConnectionOf(const char* property, const char* what) {
+    const std::int64_t id = properties_.Whole(property, 0);
+    const auto found = scope_.connections.find(id);
+    if (found != scope_.connections.end()) return found->second;
+    scope_.notes.push_back({task_.line, std::string("the pump's ") + what + " is the connection " +
+                                            std::to_string(id) +
+                                            ", which the package does not have"});
+    return "connection " + std::to_string(id);
+  }
+
+  /// Of text files the designer keeps the file's path as the object's name.
+  bool IsTextFile(const char* property) {
+    return scope_.textFiles.contains(properties_.Whole(property, 0));
+  }
+
+  void WriteEnds() {
+    writer_.Text("source", ConnectionOf("SourceConnectionID", "source"));
+    const std::string sql = properties_.Text("SourceSQLStatement");
+    const std::string table = properties_.Text("SourceObjectName");
+    if (!sql.empty())
+      writer_.LongText("source_sql", sql);
+    else if (!table.empty() && !IsTextFile("SourceConnectionID"))
+      writer_.Text("source_table", table);
+    writer_.Text("destination", ConnectionOf("DestinationConnectionID", "destination"));
+    const std::string target = properties_.Text("DestinationObjectName");
+    const bool isTable = !IsTextFile("DestinationConnectionID");
+    if (!isTable) return;
+    if (!target.empty()) return writer_.Text("table", target);
+    scope_.notes.push_back(
+        {task_.line, "the pump's destination is no table; name one in \"table\""});
+    writer_.Text("table", "${DestinationTable}");
+  }
+
+  bool HaveOneSetOfFlags() const {
+    return std::ranges::all_of(transformations_, [&](const Transformation& one) {
+      return one.Flags() == transformations_[0].Flags();
+    });
+  }
+
+  /// A table of columns has each source once.
+  bool MayBeColumns() {
+    std::set<std::string> sources;
+    for (const Transformation& one : transformations_) {
+      if (one.Kind() != "copy") continue;
+      if (!one.IsEven())
+        scope_.notes.push_back(
+            {one.Line(), "the copy " + one.Name() +
+                             " has not as many sources as destinations; the pairs are imported"});
+      for (const Pair& pair : one.Pairs())
+        if (!sources.insert(LowerAscii(pair.source)).second) return false;
+    }
+    return true;
+  }
+
+  void WriteColumns() {
+    std::vector<std::pair<std::string, std::string>> columns;
+    for (const Transformation& one : transformations_)
+      if (one.Kind() == "copy")
+        for (const Pair& pair : one.Pairs()) columns.emplace_back(pair.source, pair.destination);
+    if (!columns.empty() || !transformations_.empty()) writer_.Table("columns", columns);
+  }
+
+  void WriteNumbers() {
+    const struct {
+      const char* property;
+      const char* key;
+    } numbers[] = {{"FirstRow", "first_row"},
+                   {"LastRow", "last_row"},
+                   {"InsertCommitSize", "insert_commit_size"},
+                   {"MaximumErrorCount", "maximum_error_count"}};
+    for (const auto& number : numbers)
+      if (const std::int64_t value = properties_.Whole(number.property, 0); value > 0)
+        writer_.Whole(number.key, value);
+    const std::string file = properties_.Text("ExceptionFileName");
+    if (!file.empty()) writer_.Text("exception_file", file);
+  }
+
+  std::vector<Property> Rest() {
+    for (const char* idle : {"Name", "Description"}) properties_.Take(idle);
+    return properties_.Rest();
+  }
+
+  void WriteLookups() {
+    const Object* const lookups = task_.Child("lookups");
+    if (lookups == nullptr) return;
+    for (const ObjectPtr& item : lookups->items) {
+      Properties lookup(item.get(), scope_.notes);
+      writer_.Header("[[steps.lookups]]");
+      writer_.Text("name", lookup.Plain("Name"));
+      const auto connection = scope_.connections.find(lookup.Whole("ConnectionID", 0));
+      writer_.Text("connection", connection == scope_.connections.end() ? "" : connection->second);
+      writer_.LongText("sql", lookup.Text("Query"));
+      if (const std::int64_t rows = lookup.Whole("MaxCacheRows", 0); rows > 0)
+        writer_.Whole("cache_size", rows);
+    }
+  }
+
+  TaskScope& scope_;
+  DocumentWriter& writer_;
+  const Object& task_;
+  Properties properties_;
+  std::vector<Transformation> transformations_;
+};
+
+}  // namespace
+
+void WritePump(TaskScope& scope, const Object& task) {
+  PumpWriter(scope, task).Write();
+}
+
+}  // namespace torvik::importing

@@ -1,0 +1,218 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "engine/PackageDocument.h"
+#include "import/PackageImport.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::importing {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+const std::filesystem::path kSamples = TORVIK_TEST_DATA "/import";
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.good()) << path;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::string NotesOf(const Translation& package) {
+  std::string notes;
+  for (const Note& note : package.notes)
+    notes += std::to_string(note.line) + ": " + note.text + "\n";
+  return notes;
+}
+
+/// Every document that comes out can be loaded.
+Translation Import(const std::string& text, const KnownValues& known = {}) {
+  const Translation package = ImportPackage("sample", text, known);
+  EXPECT_NO_THROW(engine::ReadPackageDocument(package.document, "sample")) << package.document;
+  return package;
+}
+
+TEST(Import, FilesOfManyStylesGiveTheirDocuments) {
+  const struct {
+    const char* file;
+    KnownValues known;
+    const char* expected;
+  } cases[] = {
+      {"wizard.bas", {}, "wizard"},
+      {"designer.bas", {}, "designer"},
+      {"literals.bas", {}, "literals"},
+      {"files.bas", {}, "files"},
+      {"dotnet.vb", {}, "dotnet"},
+      {"script.vbs", {}, "script"},
+      {"form.frm", {}, "form"},
+      {"form.frm", {{"TXTSERVER", "DB1"}, {"chkTruncate_Value", "1"}}, "form-known"},
+      {"loader.cls", {}, "loader"},
+      {"loader.cls",
+       {{"daily", "False"}, {"mMode", "2"}, {"Parts", "9"}, {"Server", "DB9"}, {"none", "3"}},
+       "loader-known"},
+  };
+  for (const auto& c : cases) {
+    const Translation package = Import(ReadFile(kSamples / c.file), c.known);
+    const std::string expected = c.expected;
+    EXPECT_EQ(ReadFile(kSamples / (expected + ".toml")), package.document) << expected;
+    EXPECT_EQ(ReadFile(kSamples / (expected + ".notes")), NotesOf(package)) << expected;
+    // The samples' passwords are dragons.
+    EXPECT_THAT(package.document + NotesOf(package), Not(HasSubstr("dragon"))) << c.file;
+  }
+}
+
+/// A package of one step with the SQL that these lines leave in `s`.
+std::string WithSql(const std::string& lines) {
+  return "Dim p As New DTS.Package2\np.Name = \"P\"\nSet c = p.Connections.New(\"SQLOLEDB\")\n"
+         "c.ID = 1 : c.Name = \"db\" : c.DataSource = \"srv\"\np.Connections.Add c\n" +
+         lines +
+         "\nSet t = p.Tasks.New(\"DTSExecuteSQLTask\")\nSet k = t.CustomTask\nk.Name = \"t\"\n"
+         "k.ConnectionID = 1\nk.SQLStatement = s\np.Tasks.Add t\nSet st = p.Steps.New\n"
+         "st.Name = \"one\"\nst.TaskName = \"t\"\np.Steps.Add st\n";
+}
+
+TEST(Import, ExpressionsHaveTheirValues) {
+  const struct {
+    const char* lines;
+    const char* sql;
+  } cases[] = {
+      {R"(s = "a ""b"" 'c'")", R"("a \"b\" 'c'")"},
+      {R"(s = "a" & 1 & 2.5 & True & Null)", R"("a12.5True")"},
+      {R"(s = "x" + "y" + CStr(3) & (1 + 2))", R"("xy33")"},
+      {R"(s = "7" * 2 & "/" & 7 \ 2 & "/" & 7 Mod 4 & "/" & 2 ^ 3 & "/" & -3)", R"("14/3/3/8/-3")"},
+      {R"(s = Left("abc", 2) & Right("abc", 1) & Mid("abc", 2) & Len("abc") & Space(2) & "|")",
+       R"("abcbc3  |")"},
+      {R"(s = Trim("  a ") & LTrim(" b ") & RTrim(" c ") & UCase("d") & LCase("E") & String(2, "f"))",
+       R"("ab  cDeff")"},
+      {R"(s = Chr(13) & Chr(10) & "x" & vbTab & ChrW(8364))", "'''\n\nx\t€'''"},
+      {R"(s = IIf(1 < 2, "yes", "no") & IIf("a" = "b", 1, 0))", R"("yes0")"},
+      {"s = CLng(\"5\") Or 2\ns = s And 6 ' bits", R"("6")"},
+      {"s = \"a\"\ns &= \"b\"\ns += \"c\"", R"("abc")"},
+      {"Const k = \"x\"\ns = k & k", R"("xx")"},
+      {"s = \"a\" & _\n  \"b\" & _\n  \"c\"", R"("abc")"},
+      {"s = \"a\" &\n  \"b\"", R"("ab")"},
+      {"s = f(2, \"z\")\nFunction f(n, t)\n  f = t & n\nEnd Function", R"("z2")"},
+      {"a(1) = \"one\" : a(2) = \"two\"\ns = a(2) & a(1)", R"("twoone")"},
+      {"If 1 > 2 Then s = \"a\" Else s = \"b\"", R"("b")"},
+      {"If 1 > 2 Then\n s = \"a\"\nElseIf 2 > 1 Then\n s = \"c\"\nElse\n s = \"b\"\nEnd If",
+       R"("c")"},
+      {"s = \"\"\nFor i = 3 To 1 Step -1\n s = s & i\nNext", R"("321")"},
+      {"s = \"\"\nDo\n s = s & \"x\"\nLoop Until Len(s) = 4", R"("xxxx")"},
+      {"Select Case 5\nCase 1, 2\n s = \"low\"\nCase 5\n s = \"five\"\nEnd Select", R"("five")"},
+      {"s = \"c:\\\" & System.IO.Path.Combine(\"a\", \"b\")", R"('c:\a\b')"},
+      {"s = \"${x} $y\"", R"("$${x} $y")"},
+      {"s = who & \"!\"", R"("${who}!")"},
+      {"s = App.Path & \"\\\" & Format(Now, \"yyyy\")", R"('${App_Path}\${Format_Now_yyyy}')"},
+      {"10 s = \"numbered\"", R"("numbered")"},
+      {"s = \"\xE4\xF6\x80\"", "\"äö€\""},
+  };
+  for (const auto& c : cases)
+    EXPECT_THAT(Import(WithSql(c.lines)).document,
+                HasSubstr("\nsql = " + std::string(c.sql) + "\n"))
+        << c.lines;
+}
+
+TEST(Import, WhatIsNotTakenOverIsTold) {
+  const struct {
+    const char* lines;
+    const char* note;
+  } cases[] = {
+      {"s = server", "11: server is not known (line 11)"},
+      {"If server = \"x\" Then\n s = 1\nEnd If",
+       "6: whether this part of the package is made "
+       "depends on what is not known (server)"},
+      {"While More()\n s = s & 1\nWend", "6: whether this part"},
+      {"s = \"x\" : p.Connections(\"gone\").DataSource = 1",
+       "6: the package has no \"gone\" among "
+       "its connections"},
+      {"s = \"x\" )", "6: not understood, and left out: s = \"x\" )"},
+      {"s = \"open", "6: not understood"},
+      {"Other p", "6: what Other does with the package is not known"},
+      {"p.Steps.New", "6: one of the steps is made and not added to the package"},
+      {"p.Steps.Remove 1", "6: a removal is left out"},
+      {"Set x = p.Tasks.New(\"DTSOther\") : p.Tasks.Add x", "6: the task (DTSOther) belongs to no"},
+      {"Sub Other()\n Set q = p.Steps.New\nEnd Sub", "6: Other makes parts of a package as well"},
+      {"c.Password = \"tiger\"", "6: the password of the connection \"db\" is not written down"},
+      {"Do\n s = 1\nLoop", "6: the loop runs on and on"},
+      {"Call f()\nSub f()\n Call f()\nEnd Sub", "f is called too often"},
+      {"c.ConnectionTimeout = \"soon\"", "6: Connect Timeout is soon, which is not known to be a"},
+  };
+  for (const auto& c : cases) {
+    const std::string notes = NotesOf(Import(WithSql(c.lines)));
+    EXPECT_THAT(notes, AllOf(HasSubstr(c.note), Not(HasSubstr("tiger")))) << c.lines;
+  }
+}
+
+TEST(Import, ManyStepsKeepTheirOrder) {
+  std::string text =
+      "Set p = CreateObject(\"DTS.Package\")\np.Name = \"Many\"\n"
+      "Set c = p.Connections.New(\"SQLOLEDB\")\nc.ID = 1\nc.Name = \"db\"\n"
+      "c.DataSource = \"srv\"\np.Connections.Add c\n";
+  const auto n = [](int i) { return std::to_string(i); };
+  for (int i = 1; i <= 28; ++i)
+    text += "Set s = p.Steps.New\ns.Name = \"s" + n(i) + "\"\ns.TaskName = \"t" + n(i) +
+            "\"\np.Steps.Add s\nTask" + n(i) + "\n";
+  // Each waits for the next one.
+  for (int i = 1; i < 28; ++i)
+    text += "Set o = p.Steps(\"s" + n(i) + "\").PrecedenceConstraints.New(\"s" + n(i + 1) +
+            "\")\np.Steps(\"s" + n(i) + "\").PrecedenceConstraints.Add o\n";
+  for (int i = 1; i <= 28; ++i)
+    text += "Sub Task" + n(i) +
+            "()\nSet t = p.Tasks.New(\"DTSExecuteSQLTask\")\nt.CustomTask.Name "
+            "= \"t" +
+            n(i) +
+            "\"\nt.CustomTask.ConnectionID = 1\nt.CustomTask.SQLStatement = "
+            "\"EXEC p" +
+            n(i) + "\"\np.Tasks.Add t\nEnd Sub\n";
+  const Translation package = Import(text);
+  EXPECT_EQ(28, package.steps);
+  EXPECT_EQ("", NotesOf(package));
+  // A person reads from the first to run to the last.
+  std::size_t at = 0;
+  for (int i = 28; i >= 1; --i) {
+    const std::size_t found = package.document.find("sql = \"EXEC p" + n(i) + "\"", at);
+    ASSERT_NE(package.document.npos, found) << i;
+    at = found;
+  }
+}
+
+TEST(Import, OtherFilesAreRefused) {
+  const struct {
+    std::string bytes;
+    const char* words;
+  } cases[] = {
+      {"", "no package is built in this text"},
+      {"<html><body>Not found</body></html>", "no package is built in this text"},
+      {"Sub Main()\n MsgBox \"hello\"\nEnd Sub\n", "no package is built in this text"},
+      {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1" + std::string(512, '\0'), "structured storage file"},
+      {std::string("Dim x\0\1\2", 8), "this is no text"},
+  };
+  for (const auto& c : cases) {
+    try {
+      ImportPackage("in.bas", c.bytes, {});
+      ADD_FAILURE() << c.words;
+    } catch (const PlatformError& error) {
+      EXPECT_THAT(error.Description(), AllOf(HasSubstr("in.bas: "), HasSubstr(c.words)));
+    }
+  }
+}
+
+TEST(Import, EncodingsAreKnownByTheirBytes) {
+  const std::string text = WithSql("s = \"\xC3\xA4\xE2\x82\xAC\"");
+  std::string wide = "\xFF\xFE";
+  for (const char c : WithSql("s = \"x\"")) wide += {c, '\0'};
+  EXPECT_THAT(Import(text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
+  EXPECT_THAT(Import("\xEF\xBB\xBF" + text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
+  EXPECT_THAT(Import(wide).document, HasSubstr("sql = \"x\""));
+}
+
+}  // namespace
+}  // namespace torvik::importing
