@@ -10,11 +10,13 @@
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
 #include "platform/linux/ConsoleMessages.h"
+#include "platform/linux/Display.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
 #include "startup/StatusLine.h"
+#include "ui/Desktop.h"
 #include "ui/frmAnimate.h"
 #include "ui/frmRunnerMain.h"
 
@@ -27,7 +29,7 @@ bool ShowsProgress() {
   return isatty(STDERR_FILENO) || std::getenv("TORVIK_PROGRESS") != nullptr;
 }
 
-std::unique_ptr<MainForm> NewMainForm(Program& program) {
+std::unique_ptr<frmRunnerMain> NewMainForm(Program& program) {
   auto form = std::make_unique<frmRunnerMain>(program);
   if (ShowsProgress()) {
     const auto line = std::make_shared<StatusLine>(
@@ -39,18 +41,36 @@ std::unique_ptr<MainForm> NewMainForm(Program& program) {
 }
 
 /// A form that is still open waits for the operator; without a display nobody can come.
-void TellThatTheFormNeedsADisplay(const Program& program) {
+void TellThatTheFormNeedsADisplay(const Program& program, const std::string& reason) {
   const MainForm& form = *program.form;
   Messages& messages = program.platform.messages;
   if (form.StartInConfigMode) {
-    messages.Report(
-        "the form needs a display, and there is none; run a job unattended with "
-        "-configfile JOB.etl, or see -help");
+    messages.Report("the form cannot be shown: " + reason +
+                    "; run a job unattended with -configfile JOB.etl, or see -help");
   } else {
     messages.Report((form.TorvConfigFile.empty() ? "no job file is named" : form.TorvConfigFile) +
                     ": nothing was run: a job needs a package, its DTS server, an exception file "
                     "(LogFile), a data-warehouse server and its database");
   }
+}
+
+/// The windows, where there is a display and their module is installed; null, and why not, else.
+std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& reason) {
+  if (!HasDisplay()) {
+    reason = "there is no display";
+    return nullptr;
+  }
+  void* const function = FindInModule(kDesktopModule, kNewDesktop, reason);
+  if (function == nullptr) return nullptr;
+  return std::unique_ptr<Desktop>(reinterpret_cast<NewDesktopFunction>(function)(
+      {*platform.messages, *platform.neighbourhood}));
+}
+
+/// A file manager has a job opened by its file; the command line has no word for that.
+void OpenNamedJob(frmRunnerMain& form) {
+  const char* const file = std::getenv("TORVIK_JOB");
+  if (form.StartInConfigMode && form.TorvConfigFile.empty() && file != nullptr && *file != '\0')
+    form.OpenJobFile(file);
 }
 
 void RunProgram(const std::string& argumentText) {
@@ -69,16 +89,35 @@ void RunProgram(const std::string& argumentText) {
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
        *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
        linuxPlatform.settings.scriptDirectories});
+  std::string noDesktop;
+  const auto desktop = NewDesktop(linuxPlatform, noDesktop);
+  Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
   Program program(
       {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
-       *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.messages,
-       *linuxPlatform.processes, *linuxPlatform.profile, *linuxPlatform.shell,
-       *linuxPlatform.internet},
-      [&linuxPlatform] { return std::make_unique<frmAnimate>(*linuxPlatform.messages); });
+       *linuxPlatform.console, *linuxPlatform.files, messages, *linuxPlatform.processes,
+       *linuxPlatform.profile, *linuxPlatform.shell, *linuxPlatform.internet,
+       *linuxPlatform.registry, desktop ? desktop->Browser() : *linuxPlatform.browser,
+       desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
+      [&] {
+        auto animation = std::make_unique<frmAnimate>(messages);
+        if (desktop) desktop->ShowForm(*animation);
+        return animation;
+      });
   running = &program;
+  const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
+  const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
   InstallCloseSignals();
-  Main(program, argumentText, NewMainForm);
-  if (program.form && program.form->IsOpen()) TellThatTheFormNeedsADisplay(program);
+  Main(program, argumentText, [&](Program& theirs) {
+    auto newForm = NewMainForm(theirs);
+    if (desktop) desktop->ShowForm(*newForm);
+    return newForm;
+  });
+  if (!program.form || !program.form->IsOpen()) return;
+  OpenNamedJob(*form());
+  if (desktop)
+    desktop->RunUntilClosed();
+  else
+    TellThatTheFormNeedsADisplay(program, noDesktop);
 }
 
 }  // namespace

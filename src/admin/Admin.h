@@ -34,6 +34,7 @@ struct Invocation {
 void AddServerCommands(CLI::App& app, Invocation& invocation);
 void AddPackageCommands(CLI::App& app, Invocation& invocation);
 void AddLinkCommands(CLI::App& app, Invocation& invocation);
+void AddNetworkCommands(CLI::App& app, Invocation& invocation);
 void AddJobCommands(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
 

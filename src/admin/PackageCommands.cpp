@@ -5,6 +5,7 @@
 #include "admin/ImportCommand.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
+#include "engine/Providers.h"
 #include "engine/RunnerVariables.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -95,9 +96,15 @@ int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const Pa
   return 0;
 }
 
-/// The steps of an imported package that will fail whatever happens, a line for each.
-std::string StepsThatCannotRun(const engine::PackageModel& package) {
+/// What of a package will fail whatever happens, as it may be in an imported one: a line for each.
+std::string WhatCannotRun(const engine::PackageModel& package, const Settings& settings) {
   std::vector<std::string> lines;
+  for (const engine::ConnectionModel& connection : package.connections)
+    if (engine::FindProvider(connection.provider) == nullptr &&
+        settings.FindProvider(connection.provider) == nullptr)
+      lines.push_back(package.document + ": the connection \"" + connection.name +
+                      "\" cannot be opened: its provider has no driver; add [provider " +
+                      connection.provider + "] to the settings");
   for (const engine::StepModel& step : package.steps)
     if (const std::string reason = step.task->WhyNot(); !reason.empty())
       lines.push_back(package.document + ": the step \"" + step.name +
@@ -112,7 +119,8 @@ int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
   for (const std::string& file : options.files) {
     std::string problems;
     try {
-      problems = StepsThatCannotRun(ReadChecked(file, ReadText(*platform.files, file)));
+      problems =
+          WhatCannotRun(ReadChecked(file, ReadText(*platform.files, file)), platform.settings);
       allGood = allGood && problems.empty();
     } catch (const PlatformError& error) {
       problems = error.Description();

@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   admin::AddServerCommands(app, invocation);
   admin::AddPackageCommands(app, invocation);
   admin::AddLinkCommands(app, invocation);
+  admin::AddNetworkCommands(app, invocation);
   admin::AddJobCommands(app, invocation);
   admin::AddRunCommand(app, invocation);
   try {

@@ -33,6 +33,9 @@ class DataLinks : public DataLinkSectionWriter {
   bool LoadDataLinks(ado::Connection& dataWarehouse, const std::string& packageName,
                      std::vector<std::string>& listEntries);
 
+  /// There is no collection from now on.
+  void ReleaseDataLinks() { links_.reset(); }
+
   /// The link of that name, or null.
   cDataSource* FindDataLink(const std::string& name);
 

@@ -25,6 +25,7 @@ class DataPumpTask final : public Task {
   }
 
   bool CanJoin() const override { return destination_.IsTable(); }
+  std::string WhyNot() const override { return destination_.WhyNot(); }
 
   TaskResult Run(TaskContext& context) const override {
     // The destination first: a source in the same database then reads what the transaction wrote.

@@ -74,6 +74,11 @@ bool IsTextFileProvider(std::string_view name) {
   return provider != nullptr && provider->isTextFile;
 }
 
+bool IsReadOnlyProvider(std::string_view name) {
+  return EqualsIgnoringCase(name, "Microsoft.Jet.OLEDB.4.0") ||
+         EqualsIgnoringCase(name, "Microsoft.ACE.OLEDB.12.0");
+}
+
 std::vector<std::string> ProviderNames() {
   std::vector<std::string> names;
   for (const ProviderRule& provider : kProviders) names.emplace_back(provider.name);

@@ -32,6 +32,9 @@ const PropertyRule* FindProperty(const ProviderRule& provider, std::string_view 
 /// True for the provider of text files; one that is not known is none.
 bool IsTextFileProvider(std::string_view name);
 
+/// True for the providers of Access, Excel and dBase files, which are read and not written.
+bool IsReadOnlyProvider(std::string_view name);
+
 std::vector<std::string> ProviderNames();
 std::vector<std::string> PropertyNames(const ProviderRule& provider);
 

@@ -60,6 +60,7 @@ PumpDestination::PumpDestination(TaskReader& reader) {
   if (destination != nullptr) {
     connection_ = destination->name;
     isTextFile_ = IsTextFileProvider(destination->provider);
+    isReadOnly_ = IsReadOnlyProvider(destination->provider);
   }
   if (!isTextFile_) {
     table_ = reader.RequiredTemplate("table");
@@ -67,6 +68,12 @@ PumpDestination::PumpDestination(TaskReader& reader) {
     reader.Problem(table->place,
                    "the destination " + Quoted(connection_) + " is a text file; remove \"table\"");
   }
+}
+
+std::string PumpDestination::WhyNot() const {
+  return isReadOnly_ ? "the destination " + Quoted(connection_) +
+                           " is an Access, Excel or dBase file, which can be read and not written"
+                     : "";
 }
 
 ado::Connection* PumpDestination::Open(TaskContext& context) const {

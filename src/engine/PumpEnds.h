@@ -37,6 +37,8 @@ class PumpDestination {
   explicit PumpDestination(TaskReader& reader);
 
   bool IsTable() const { return !isTextFile_; }
+  /// Why nothing can be pumped there whatever happens; empty when it can.
+  std::string WhyNot() const;
 
   /// Null when it is a text file.
   ado::Connection* Open(TaskContext& context) const;
@@ -47,7 +49,7 @@ class PumpDestination {
 
  private:
   std::string connection_;
-  bool isTextFile_ = false;
+  bool isTextFile_ = false, isReadOnly_ = false;
   PlacedText table_;
 };
 

@@ -40,7 +40,7 @@ void Walker::Assign(const Expression& target, Value value) {
       if (item.IsObject())
         SetDefault(*item.object, std::move(value));
       else if (target.operands[0]->kind == ExpressionKind::Name)
-        Scope_().variables[KeyOf(target)] = std::move(value);
+        Current().variables[KeyOf(target)] = std::move(value);
       return;
     }
     case ExpressionKind::Parentheses: return Assign(*target.operands[0], std::move(value));
@@ -103,7 +103,7 @@ Value Walker::Evaluate(const Expression& expression) {
 }
 
 Value& Walker::Find(const std::string& lower) {
-  auto& own = Scope_().variables;
+  auto& own = Current().variables;
   if (const auto found = own.find(lower); found != own.end()) return found->second;
   auto& outside = scopes_.front().variables;
   if (const auto found = outside.find(lower); found != outside.end()) return found->second;
@@ -117,10 +117,10 @@ Value& Walker::Find(const std::string& lower) {
 Value Walker::NameValue(const Expression& name) {
   if (const auto constant = ConstantNamed(name.lower)) return *constant;
   const auto procedure = procedures_.find(name.lower);
-  if (procedure != procedures_.end() && Scope_().function != name.lower)
+  if (procedure != procedures_.end() && Current().function != name.lower)
     return Call(*procedure->second, {}, line_);
   if (IsKnownFunction(name.lower)) return CallFunction(name, {});
-  for (Scope* scope : {&Scope_(), &scopes_.front()}) {
+  for (Scope* scope : {&Current(), &scopes_.front()}) {
     const auto found = scope->variables.find(name.lower);
     if (found != scope->variables.end() && !found->second.isUnset) return found->second;
     // A variable of the procedure that nobody has set yet.
@@ -158,7 +158,7 @@ std::optional<Value> Walker::SetElsewhere(const Expression& name) {
 
 Value Walker::GivenPackage(const std::string& variable) {
   if (!recording_.package) recording_.package = recording_.NewObject("package", line_);
-  return Scope_().variables[variable] = Value::OfObject(recording_.package);
+  return Current().variables[variable] = Value::OfObject(recording_.package);
 }
 
 Value Walker::ObjectOf(const Expression& member) {
@@ -248,7 +248,7 @@ std::vector<Value> Walker::Arguments(const Expression& call) {
 
 Value Walker::VariableOrElement(const Expression& call) {
   for (const std::string& key : {call.operands[0]->lower, KeyOf(call)})
-    for (Scope* scope : {&Scope_(), &scopes_.front()}) {
+    for (Scope* scope : {&Current(), &scopes_.front()}) {
       const auto found = scope->variables.find(key);
       if (found != scope->variables.end() &&
           (found->second.IsObject() || key.find('(') != key.npos))
@@ -331,8 +331,8 @@ Value Walker::Call(const Procedure& procedure, const std::vector<Value>& argumen
     if (exit.what == "all") throw;
   }
   withs_.resize(depth);
-  const auto answer = Scope_().variables.find(procedure.lower);
-  const Value value = answer == Scope_().variables.end() ? Value() : answer->second;
+  const auto answer = Current().variables.find(procedure.lower);
+  const Value value = answer == Current().variables.end() ? Value() : answer->second;
   scopes_.pop_back();
   line_ = line;
   return value;

@@ -80,7 +80,7 @@ void Walker::Run(const Node& node) {
     case NodeKind::Body: Run(node.body); break;
     case NodeKind::Exit:
       if (!node.expressions.empty())
-        Scope_().variables[Scope_().function] = Evaluate(*node.expressions[0]);
+        Current().variables[Current().function] = Evaluate(*node.expressions[0]);
       throw Exit{node.name == "for" || node.name == "do" || node.name == "while" ? node.name
                                                                                  : "sub"};
     case NodeKind::NotUnderstood:
@@ -97,21 +97,21 @@ void Walker::Declare(const Node& node) {
     if (node.expressions[i]) {
       Value value = Evaluate(*node.expressions[i]);
       if (value.IsObject()) value.object->line = node.line;
-      Scope_().variables[declared.name] = value;
+      Current().variables[declared.name] = value;
     } else if (!IsOutside() && declared.type == "string") {
-      Scope_().variables[declared.name] = Value::OfText("");
+      Current().variables[declared.name] = Value::OfText("");
     } else if (!IsOutside() && IsNumberType(declared.type)) {
-      Scope_().variables[declared.name] = Value::OfNumber(0);
+      Current().variables[declared.name] = Value::OfNumber(0);
     } else if (!IsOutside() && declared.type == "boolean") {
-      Scope_().variables[declared.name] = Value::OfBoolean(false);
+      Current().variables[declared.name] = Value::OfBoolean(false);
     } else if (!IsOutside()) {
       Value nothing;
       nothing.isUnset = true;
-      Scope_().variables.insert_or_assign(declared.name, nothing);
+      Current().variables.insert_or_assign(declared.name, nothing);
     }
     // What the caller knows of it goes before.
     if (const Value* known = Known(declared.name); known && node.kind != NodeKind::Constant)
-      Scope_().variables[declared.name] = *known;
+      Current().variables[declared.name] = *known;
   }
 }
 
@@ -194,7 +194,7 @@ void Walker::RunFor(const Node& node) {
   int passes = 0;
   for (double at = *first; *step > 0 ? at <= *last : at >= *last; at += *step) {
     if (!MayGoOn(node, ++passes)) return;
-    Scope_().variables[node.name] = Value::OfNumber(at);
+    Current().variables[node.name] = Value::OfNumber(at);
     if (!RunBody(node, "for")) return;
   }
 }
@@ -204,7 +204,7 @@ void Walker::RunForEach(const Node& node) {
   if (!collection.IsObject()) return NoteUndecided(node, node.line, *node.expressions[0]);
   const std::vector<ObjectPtr> items = collection.object->items;
   for (const ObjectPtr& item : items) {
-    Scope_().variables[node.name] = Value::OfObject(item);
+    Current().variables[node.name] = Value::OfObject(item);
     if (!RunBody(node, "for")) return;
   }
 }

@@ -36,7 +36,7 @@ class Walker {
   void Run(const Nodes& nodes);
   void Run(const Node& node);
 
-  Scope& Scope_() { return scopes_.back(); }
+  Scope& Current() { return scopes_.back(); }
   bool IsOutside() const { return scopes_.size() == 1; }
   /// Within a procedure a variable begins as nothing; outside, others may set it.
   void Declare(const Node& node);

@@ -7,6 +7,9 @@ namespace torvik {
 /// The icons of a message box; the numbers are those of the Windows API's MessageBox.
 enum class BoxIcon : int { None = 0, Critical = 0x10, Exclamation = 0x30, Information = 0x40 };
 
+/// What the user answers to a question.
+enum class Answer { Yes, No, Cancel };
+
 /// What the user is told, and the events that wait for the user-interface thread.
 class Messages {
  public:
@@ -14,6 +17,9 @@ class Messages {
 
   /// A modal message box. Without a display it is a line on standard error, answered at once.
   virtual void Box(std::string_view text, std::string_view title, BoxIcon icon) = 0;
+
+  /// A modal question. Without a display nobody can answer: Cancel.
+  virtual Answer Ask(std::string_view text, std::string_view title) = 0;
 
   /// One line for whoever started the program, beside the run's own log: why something failed that
   /// the log does not explain.

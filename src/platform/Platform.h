@@ -12,11 +12,14 @@ class Clock;
 class CodePage;
 class Console;
 class EventLog;
+class FileDialogs;
 class Files;
 class Messages;
 class Processes;
 class Profile;
+class Registry;
 class Shell;
+class ShellBrowser;
 namespace wininet {
 class Client;
 }
@@ -35,6 +38,9 @@ struct Platform {
   Profile& profile;
   Shell& shell;
   wininet::Client& internet;
+  Registry& registry;
+  ShellBrowser& browser;
+  FileDialogs& dialogs;
 };
 
 }  // namespace torvik

@@ -40,7 +40,7 @@ void RunLog::EchoToLog(std::string_view text) {
       line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
   if (form_ == nullptr) return;
   if (const std::string file = form_->ErrorFile(); !file.empty()) Append(file, line);
-  form_->SetFormStatus(line);
+  form_->ShowLogLine(line);
   messages_.PumpEvents();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -33,7 +34,16 @@ class ExecTask {
   Messages& messages_;
 };
 
-/// What the log writer needs of the main form.
+enum class StepState { Running, Done, Failed };
+
+/// How a step of a running package stands.
+struct StepProgress {
+  std::string step;
+  StepState state = StepState::Running;
+  std::int64_t rows = 0;  ///< So far; 0 for a step that counts none.
+};
+
+/// What the log writer, and a run, need of the main form.
 class LogForm {
  public:
   virtual ~LogForm() = default;
@@ -41,6 +51,10 @@ class LogForm {
   virtual std::string ErrorFile() const = 0;
   /// Shows a text in the status bar and handles pending events.
   virtual void SetFormStatus(const std::string& text) = 0;
+  /// Shows a line that has gone to the log, in the status bar too.
+  virtual void ShowLogLine(const std::string& line) { SetFormStatus(line); }
+  /// Shows how a step of the running package stands.
+  virtual void ShowStep(const StepProgress&) {}
 };
 
 /// The exception log of the main form: the one way in which a run logs.

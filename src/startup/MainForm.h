@@ -8,6 +8,9 @@ namespace torvik {
 
 class ExecDTSPackage;
 
+/// How a run has ended, as far as it has come to a verdict.
+enum class RunVerdict { None, Ok, Failure };
+
 /// The main form as the start of the program and the run driver see it.
 class MainForm : public LogForm {
  public:
@@ -34,6 +37,8 @@ class MainForm : public LogForm {
   virtual bool getDataLinkInfo() = 0;
   /// While busy, Execute and Save are disabled and Close does not close.
   virtual void SetBusy(bool busy) = 0;
+  /// Shows how the run has ended.
+  virtual void ShowVerdict(RunVerdict verdict) = 0;
 };
 
 }  // namespace torvik

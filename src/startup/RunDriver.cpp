@@ -62,6 +62,7 @@ void RunDriver::ExecuteJob() {
 void RunDriver::LoadAndExecute() {
   program_.statusFile.SetStatusFileName(form_.StatusFile);
   ExecDTSPackage& job = form_.FormToJob();
+  form_.ShowVerdict(RunVerdict::None);
   program_.statusFile.WriteStatusRunning();
   Log("Loading DTS Package : " + job.DTSPackageName);
   const bool loaded = job.LoadPackage();
@@ -70,7 +71,7 @@ void RunDriver::LoadAndExecute() {
   Log("Loaded DTS Package : " + job.DTSPackageName);
   if (!DataLinksAreLoaded()) return;  // the status file stays at "running"
   if (!StoreLinksAndFetchRemoteData(job)) {
-    program_.statusFile.WriteStatusFailure();
+    Fail();
     return;
   }
   Log("Executing DTS Package : " + job.DTSPackageName);
@@ -89,7 +90,7 @@ void RunDriver::LogHeader(const ExecDTSPackage& job) {
 
 void RunDriver::ReportLoadFailure(const ExecDTSPackage& job) {
   Log("Error: DTS Package loading error");
-  program_.statusFile.WriteStatusFailure();
+  Fail();
   ShowBox(job.LastError(), "DTS Load Error");
 }
 
@@ -123,6 +124,7 @@ void RunDriver::ExecutePackage(ExecDTSPackage& job) {
       Log("Executed succesfully ...");
       program_.platform.files.Sync(job.ExceptionLogFile);
       program_.statusFile.WriteStatusOk();
+      form_.ShowVerdict(RunVerdict::Ok);
       return;
     }
   } catch (const PlatformError& error) {
@@ -133,7 +135,7 @@ void RunDriver::ExecutePackage(ExecDTSPackage& job) {
 
 void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::string& raised) {
   Log("Error: DTS Package Execute error");
-  program_.statusFile.WriteStatusFailure();
+  Fail();
   const std::string text = job.LastError().empty()
                                ? "Execution of DTS Package '" + job.DTSPackageName + "' failed."
                                : job.LastError();
@@ -143,6 +145,11 @@ void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::strin
   }
   Log(text);
   if (!raised.empty()) Log(raised);
+}
+
+void RunDriver::Fail() {
+  program_.statusFile.WriteStatusFailure();
+  form_.ShowVerdict(RunVerdict::Failure);
 }
 
 void RunDriver::Log(const std::string& text) {

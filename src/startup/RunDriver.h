@@ -30,6 +30,7 @@ class RunDriver {
   bool StoreLinksAndFetchRemoteData(ExecDTSPackage& job);
   void ExecutePackage(ExecDTSPackage& job);
   void ReportExecuteFailure(const ExecDTSPackage& job, const std::string& raised);
+  void Fail();
   void Log(const std::string& text);
   void ShowBox(const std::string& text, const std::string& title);
 

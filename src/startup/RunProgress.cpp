@@ -23,18 +23,22 @@ std::string FetchText(const FetchProgress& progress) {
 }
 
 void RunProgress::OnStart(std::string_view step) {
+  form_.ShowStep({std::string(step), StepState::Running, 0});
   form_.SetFormStatus(std::string(step) + " ...");
 }
 
 void RunProgress::OnProgress(std::string_view step, std::int64_t rows) {
+  form_.ShowStep({std::string(step), StepState::Running, rows});
   form_.SetFormStatus(std::string(step) + " : " + std::to_string(rows) + " rows");
 }
 
 void RunProgress::OnFinish(std::string_view step) {
+  form_.ShowStep({std::string(step), StepState::Done, 0});
   form_.SetFormStatus(std::string(step) + " : done");
 }
 
 void RunProgress::OnError(std::string_view step, std::string_view description) {
+  if (!step.empty()) form_.ShowStep({std::string(step), StepState::Failed, 0});
   const std::string where = step.empty() ? "" : "step '" + std::string(step) + "': ";
   messages_.Report(where + std::string(description));
 }

@@ -34,14 +34,44 @@ class Observable {
   std::vector<std::function<void(const T&)>> observers_;
 };
 
+/// Something that happens, and that others can watch.
+class Signal {
+ public:
+  void operator()() const {
+    for (const auto& observer : observers_) observer();
+  }
+  void Observe(std::function<void()> observer) { observers_.push_back(std::move(observer)); }
+
+ private:
+  std::vector<std::function<void()>> observers_;
+};
+
 /// What every control of a form has. A control knows nothing of the widget that shows it.
 struct Control {
   Observable<bool> Enabled{true};
   Observable<bool> Visible{true};
+  Observable<bool> Missing;  ///< Something has to be filled in here.
+  Signal SetFocus;           ///< The keyboard goes to it.
 };
 
 struct TextBox : Control {
   Observable<std::string> Text;
+};
+
+/// A text box that takes digits alone; what else is typed or pasted into it is dropped.
+struct DigitsBox : TextBox {
+  /// Whether a key is taken: a digit, or the backspace (8).
+  static bool AcceptsKey(char32_t key) { return (key >= U'0' && key <= U'9') || key == 8; }
+
+  DigitsBox() {
+    Text.Observe([this](const std::string& text) {
+      std::string digits = text;
+      std::erase_if(digits, [](char c) { return c < '0' || c > '9'; });
+      Text.Set(digits);
+    });
+  }
+  DigitsBox(const DigitsBox&) = delete;
+  DigitsBox& operator=(const DigitsBox&) = delete;
 };
 
 struct CheckBox : Control {
@@ -88,6 +118,7 @@ struct ComboBox : Control, DropDown {
 
 struct ListBox : Control {
   Observable<std::vector<std::string>> List;
+  Observable<int> ListIndex{-1};  ///< The selected entry's position from 0, or -1.
 };
 
 struct CommandButton : Control {
@@ -96,6 +127,13 @@ struct CommandButton : Control {
 
 struct Label : Control {
   Observable<std::string> Caption;
+};
+
+struct Image : Control {};
+
+/// Pages of which one is in front, counted from 0.
+struct TabStrip : Control {
+  Observable<int> Tab;
 };
 
 /// From 0 to 100.

@@ -13,6 +13,7 @@ class Messages;
 class frmAnimate final : public AnimateForm {
  public:
   explicit frmAnimate(Messages& messages);
+  ~frmAnimate() override { Unloaded(); }
 
   ProgressBar prgCopyFiles;
   Timer tmrProgress;
@@ -23,6 +24,7 @@ class frmAnimate final : public AnimateForm {
   /// The clip that is shown, 0 for none, and whether it plays.
   Observable<int> Clip;
   Observable<bool> Plays;
+  Signal Unloaded;
 
   /// What the timer calls while it is enabled: the bar goes on by itself, whatever the progress.
   void tmrProgress_Timer();

@@ -1,83 +1,181 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "package/ExecDTSPackage.h"
+#include "platform/Files.h"
 #include "startup/MainForm.h"
 #include "startup/RunDriver.h"
+#include "transfer/FtpFuncModule.h"
+#include "ui/CRegSettings.h"
 #include "ui/Controls.h"
+#include "ui/RunMonitor.h"
+#include "ui/ctDLSQLServer.h"
+#include "ui/ctDLlFlatFile.h"
+#include "ui/ctlDLAccesFiles.h"
+#include "ui/ctlDLExcelFiles.h"
+#include "ui/ctlDLOrcaleServer.h"
 
 namespace torvik {
 
 struct Program;
 
 /// The main form: the editor of one job, and the fields over which an unattended run works. A form
-/// without a toolkit: whatever shows it watches the controls.
+/// without a toolkit: whatever shows it watches the controls and calls the handlers.
 class frmRunnerMain final : public MainForm {
  public:
   explicit frmRunnerMain(Program& program);
 
-  // Package group.
-  ComboBox cmbETLModel;
-  ComboBox cmbETLPackage;
+  // Package group, page 0 of tabDataInfo.
+  TabStrip tabDataInfo;
+  ComboBox cmbETLModel, cmbETLPackage;
   TextBox txtDTSServer;
-  OptionButton optDTSSecureLogin;
-  OptionButton optDTSSQLLogin;
-  TextBox txtDTSSQLUsername;
-  TextBox txtDTSSQLPassword;
+  CommandButton cmdDTSServer;
+  OptionButton optDTSSecureLogin, optDTSSQLLogin;
+  Label lblDTSSQLUsername, lblDTSSQLPassword;
+  TextBox txtDTSSQLUsername, txtDTSSQLPassword;
   TextBox txtDTSErrorFile;
+  CommandButton cmdDTSErrorFile;
   CheckBox cbTruncateErrorFile;
+  CommandButton cmdShowErrorFile;
   TextBox txtLogFilesDir;
+  CommandButton cmdLogFilesDir;
   CheckBox cbDefaultLogFilesDir;
+  Label lblUsedLogfileDir;
   CheckBox cbWriteWinNTEvent;
-  // Data-warehouse group.
+  Image imgEventLog, imgErrorFile;
+  // Data-warehouse group, page 1.
   TextBox txtDestServer;
-  OptionButton optDestSecureLogin;
-  OptionButton optDestSQLLogin;
-  TextBox txtDestSQLUsername;
-  TextBox txtDestSQLPassword;
+  CommandButton cmdDestServer;
+  OptionButton optDestSecureLogin, optDestSQLLogin;
+  Label lblDestSQLUsername, lblDestSQLPassword;
+  TextBox txtDestSQLUsername, txtDestSQLPassword;
   ComboBox cmbDestDB;
-  // Data links and commands.
+  // Data links.
   ListBox lstDataLinks;
-  CommandButton cmdSave;
-  CommandButton cmdExecute;
-  CommandButton cmdClose;
+  CommandButton cmdLoadDataLinks;
+  ctDLlFlatFile ctDLlFlatFileOBJ;
+  ctDLSQLServer ctDLSQLServerOBJ;
+  ctlDLAccesFiles ctlDLAccesFilesOBJ;
+  ctlDLExcelFiles ctlDLExcelFilesOBJ;
+  ctlDLOrcaleServer ctlDLOrcaleServerOBJ;
+  // Commands.
+  CommandButton cmdOpen, cmdSave, cmdExecute, cmdClose;
   StatusBar sbStatus;
   Observable<std::string> Caption;
-  Observable<bool> Busy;  ///< A job is executing: the pointer is the hourglass.
+  Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
+  Observable<bool> Busy;                 ///< A job is executing.
+  Observable<bool> Hourglass;            ///< The pointer, while something takes long.
+  Observable<bool> Modified;             ///< Something is not saved.
+  RunMonitor Monitor;
+  Signal AboutWanted;
+  Signal JobFileUsed;  ///< TorvConfigFile has been read or written.
+  Signal Closed;
 
+  // What the program's start and the run driver use.
   void SetStartInQXJobConfigMode(bool on) override;
   void Show() override;
   void Run() override { driver_.Run(); }
   bool IsOpen() const override { return isOpen_; }
-  void Close() override { isOpen_ = false; }
+  void Close() override;
   bool CheckInputComplete() override;
   ExecDTSPackage& FormToJob() override;
   bool getDataLinkInfo() override;
   void SetBusy(bool busy) override;
+  void ShowVerdict(RunVerdict verdict) override { Monitor.Verdict.Set(verdict); }
   std::string ErrorFile() const override { return txtDTSErrorFile.Text.Get(); }
   void SetFormStatus(const std::string& text) override;
+  void ShowLogLine(const std::string& line) override;
+  void ShowStep(const StepProgress& progress) override { Monitor.ShowStep(progress); }
   void SetFormTitle(const std::string& text);
 
-  /// The Execute button in scheduler configuration mode, captioned "Exit": saves the job, hands its
-  /// command line to the scheduler and closes. Without a job file it says so and stays open.
-  void FinishSchedulerConfiguration();
+  bool StartInQXJobConfigMode() const { return startInQXJobConfigMode_; }
+  bool DTSInfoComplete() const { return dtsInfoComplete_; }
+  bool DWInfoComplete() const { return dwInfoComplete_; }
+  /// True when the editor panel of a data link is current.
+  bool DataSourceInfoPresent() const { return panel_ != nullptr; }
 
-  /// The Close button: closes the form, after telling a waiting scheduler; during a run it cancels
-  /// a wait for remote data instead.
+  // Handlers: commands.
+  void cmdOpen_Click();
+  /// Asks for the file's name.
+  void cmdSave_Click();
+  void cmdExecute_Click();
+  /// Closes the form, after telling a waiting scheduler; during a run it cancels a wait for remote
+  /// data instead.
   void cmdClose_Click();
+  void mnuFileNew_Click();
+  /// Asks for a name only when there is none.
+  void mnuFileSave_Click();
+  void mnuHelpAbout_Click() { AboutWanted(); }
+  /// Opens a job file that is named by other means than the dialog.
+  void OpenJobFile(const std::string& path);
+
+  // Handlers: fields.
+  void cmdDTSServer_Click();
+  void cmdDestServer_Click();
+  void cmdDTSErrorFile_Click();
+  void cmdLogFilesDir_Click();
+  void cmdShowErrorFile_Click();
+  void imgErrorFile_DblClick() { cmdShowErrorFile_Click(); }
+  void imgEventLog_DblClick();
+  void txtDTSErrorFile_LostFocus();
+  void txtLogFilesDir_LostFocus();
+  void cmbETLModel_DropDown();
+  void cmbETLPackage_DropDown();
+  void cmbDestDB_DropDown();
+  void lstDataLinks_Click();
+  void cmdLoadDataLinks_Click();
 
  private:
+  JobFileServices FileServices();
+
+  // The job and its file.
+  void WatchFields();
+  void FieldChanged();
   void LoadJobFile();
-  bool SaveJobFile();
   void JobToForm();
   void SetDefaults();
-  void UseDefaultLogDirectory();
-  JobFileServices FileServices();
+  bool SaveJobFile(const std::string& path);
+  bool SaveAs();
+  bool MayOverwrite(const std::string& path);
+  bool MayLoseChanges();
+  void RememberSaved();
+  std::string FieldsAsText() const;
+  void SetDefaultLogDirectory();
+
+  // Data links.
+  bool LoadDataLinksIfNone();
+  void ReleaseLinks();
+  DataLinkPanel* PanelFor(std::int32_t etlType);
+  std::vector<DataLinkPanel*> Panels();
+  void ShowPanel(DataLinkPanel* panel);
+
+  // Commands.
+  void FinishSchedulerConfiguration();
+  bool NamesWhatExecuteMisses();
+  void ExecuteHere();
+  void StoreLastUsedFile();
+  void OpenWith(const std::string& program, const std::string& file);
+  void BrowseForServer(TextBox& box, const std::string& title);
+  template <typename Fill>
+  void FillKeepingText(ComboBox& box, const Fill& fill);
+  bool RetrievePackages(class ETLPackages& packages);
+  void ShowError(const std::string& text, const std::string& title);
 
   Program& program_;
   ExecDTSPackage job_;
   RunDriver driver_;
+  CRegSettings settings_;
+  FtpFuncModule ftp_;
+  DataLinkPanel* panel_ = nullptr;
   bool isOpen_ = false;
   bool startInQXJobConfigMode_ = false;
+  bool dtsInfoComplete_ = false, dwInfoComplete_ = false;
+  bool isFilling_ = false;  // fields change, but not by the operator
+  bool areLinksChanged_ = false;
+  std::string savedFields_;
+  FileStatus savedFile_;  // as it was when it was last read or written
 };
 
 }  // namespace torvik

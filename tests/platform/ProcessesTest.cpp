@@ -36,6 +36,15 @@ class ProcessesTest : public testing::Test {
   Lines lines_;
 };
 
+TEST_F(ProcessesTest, AProgramOfTheOtherPlatformIsReplaced) {
+  const auto processes =
+      NewPosixProcesses(PathMap({{"c", disk_.Path()}}, {}, ""), {{"notepad.exe", "touch -a"}});
+  const ProcessHandle process = processes->CreateProcessA("NOTEPAD.EXE \"C:\\a file\"");
+  ASSERT_NE(0, process);
+  waitpid(static_cast<pid_t>(process), nullptr, 0);
+  EXPECT_EQ(0, access(disk_.PathOf("a file").c_str(), F_OK));
+}
+
 TEST_F(ProcessesTest, RunHandsOutLinesAndTheExitCode) {
   const std::tuple<const char*, int, Lines> cases[] = {
       {"", 0, {}},
@@ -100,7 +109,7 @@ TEST_F(ProcessesTest, ACancelledProgramEndsWithAllThatItHasStarted) {
       {"trap '' TERM; ", 128 + SIGKILL, {}},
       {"exec >/dev/null 2>&1; ", 128 + SIGTERM, {}},  // its output ends before it does
   };
-  const auto processes = NewPosixProcesses({}, std::chrono::milliseconds(300));
+  const auto processes = NewPosixProcesses({}, {}, std::chrono::milliseconds(300));
   for (const auto& [trap, exitCode, lines] : cases) {
     const std::string gate = disk_.PathOf("gate");
     ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);

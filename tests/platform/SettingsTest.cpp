@@ -152,7 +152,7 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
       load("HOME", "home", settings),
       disk.PathOf("home/.config/torvik/torvik.conf") +
           ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
-          "[scripts], [smb], [smb HOST], [server NAME], [provider NAME]");
+          "[scripts], [programs], [smb], [smb HOST], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

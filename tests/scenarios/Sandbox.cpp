@@ -104,7 +104,8 @@ RunningProgram Sandbox::Start(const std::vector<std::string>& command) const {
     setenv("TORVIK_CONF", PathOf("torvik.conf").c_str(), 1);
     setenv("TORVIK_STATE", PathOf("state").c_str(), 1);
     setenv("LC_ALL", "C", 1);
-    unsetenv("TMPDIR");
+    for (const char* own : {"TMPDIR", "DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+      unsetenv(own);
     for (const auto& [name, value] : variables_) setenv(name.c_str(), value.c_str(), 1);
     if (chdir(directory_.c_str()) == 0) execv(argv[0], argv.data());
     _exit(127);

@@ -2,21 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "fakes/FakeAdo.h"
-#include "fakes/FakeAnimateForm.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeConsole.h"
-#include "fakes/FakeDts.h"
-#include "fakes/FakeFiles.h"
-#include "fakes/FakeMessages.h"
-#include "fakes/FakeProcesses.h"
-#include "fakes/FakeProfile.h"
-#include "fakes/FakeShell.h"
-#include "fakes/FakeWinInet.h"
-#include "platform/linux/IconvCodePages.h"
-#include "startup/Program.h"
-#include "startup/RunnerMain.h"
-#include "ui/frmRunnerMain.h"
+#include "fakes/ProgramTest.h"
 
 namespace torvik {
 namespace {
@@ -24,60 +10,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-struct ProgramTest : ::testing::Test {
-  FakeAdo ado;
-  FakePackageHost host;
-  FakeClock clock;
-  FakeConsole console;
-  FakeFiles files;
-  FakeMessages messages;
-  FakeProcesses processes;
-  FakeProfile profile;
-  FakeShell shell;
-  FakeWinInet internet;
-  FakeAnimateForms animateForms;
-  std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
-  Program program{{ado, host, codePages->Ansi(), clock, console, files, messages, processes,
-                   profile, shell, internet},
-                  [this] { return animateForms.New(); }};
-
-  ProgramTest() {
-    ado.state.tables["dwm_data_link"] = {{.name = "model"}};
-    ado.state.rows["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'"] = {};
-    files.Put("job.etl", "");
-    const struct {
-      const char* section;
-      const char* key;
-      const char* value;
-    } entries[] = {
-        {"Package Info", "Package", "Sales_LoadDW"},
-        {"Package Info", "LogFile", "err.txt"},
-        {"Package Info", "LogFileDir", "logs\\"},
-        {"Package Info", "UseDefaultLogFileDir", "FALSE"},
-        {"Package Info", "TruncLogFile", "FALSE"},
-        {"DTS Server Info", "DTSServer", "DTSPROD"},
-        {"Datawarehouse Server Info", "DWServer", "DWPROD"},
-        {"Datawarehouse Server Info", "DWDB", "DW"},
-    };
-    for (const auto& e : entries) SetEntry(e.section, e.key, e.value);
-  }
-
-  void SetEntry(const char* section, const char* key, const char* value) {
-    profile.WritePrivateProfileStringA(section, key, value, "job.etl");
-  }
-
-  void Start(const char* argumentText) {
-    program.commandLine = {};
-    Main(program, argumentText, [](Program& p) { return std::make_unique<frmRunnerMain>(p); });
-  }
-  frmRunnerMain& Form() { return static_cast<frmRunnerMain&>(*program.form); }
-  std::string LogAfter(const std::string& line) {
-    const std::string text = files.Text("err.txt");
-    const std::size_t found = text.find(line);
-    return found == std::string::npos ? "no such line in:\n" + text : text.substr(found);
-  }
-};
 
 TEST_F(ProgramTest, HelpWinsOverEverythingAndWaitsForEnter) {
   console.input = {""};
@@ -246,7 +178,7 @@ TEST_F(ProgramTest, SchedulerConfigurationHandsOverOneLine) {
   EXPECT_EQ(Form().Caption.Get(), "Torv : [job.etl]");
   EXPECT_THAT(host.state.calls, IsEmpty());  // nothing is run
   Form().txtDestServer.Text.Set("DWTEST");
-  Form().FinishSchedulerConfiguration();
+  Form().cmdExecute_Click();
   EXPECT_EQ(files.Text("hand.txt"), "-configfile \"job.etl\"\r\n");
   EXPECT_EQ(profile.Find("job.etl", "Datawarehouse Server Info", "DWServer")->value, "DWTEST");
   EXPECT_FALSE(Form().IsOpen());
@@ -254,7 +186,7 @@ TEST_F(ProgramTest, SchedulerConfigurationHandsOverOneLine) {
   Start("-config hand.txt");
   EXPECT_EQ(Form().txtDTSServer.Text.Get(), "(local)");
   EXPECT_EQ(Form().txtDestSQLUsername.Text.Get(), "sa");
-  Form().FinishSchedulerConfiguration();
+  Form().cmdExecute_Click();
   EXPECT_EQ(
       messages.boxes.back(),
       (FakeMessages::ShownBox{"You did not save your current settings to an Torvik config file.\r\n"

@@ -37,6 +37,11 @@ class ConsoleMessages final : public Messages {
     Report(std::string(title) + ": " + std::string(text));
   }
 
+  Answer Ask(std::string_view text, std::string_view title) override {
+    Box(text, title, BoxIcon::None);
+    return Answer::Cancel;
+  }
+
   void Report(std::string_view line) override {
     // On a terminal the line of the status may be open, which is of the past then (ECMA-48).
     const std::string overStatus = isatty(STDERR_FILENO) ? "\r\x1b[K" : "";

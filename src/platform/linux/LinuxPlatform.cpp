@@ -5,10 +5,13 @@
 #include "platform/linux/ConsoleMessages.h"
 #include "platform/linux/FtpCurl.h"
 #include "platform/linux/IconvCodePages.h"
+#include "platform/linux/LinuxNeighbourhood.h"
 #include "platform/linux/MailCurl.h"
+#include "platform/linux/NoPickers.h"
 #include "platform/linux/PosixFiles.h"
 #include "platform/linux/PosixProcesses.h"
 #include "platform/linux/ProfileFiles.h"
+#include "platform/linux/RegistryFile.h"
 #include "platform/linux/ShellByPath.h"
 #include "platform/linux/StdConsole.h"
 #include "platform/linux/SyslogEventLog.h"
@@ -26,7 +29,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
   platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages, onFetch);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
-  platform.processes = NewPosixProcesses(paths);
+  platform.processes = NewPosixProcesses(paths, platform.settings.programs);
   platform.clock = NewSystemClock();
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();
@@ -35,6 +38,10 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
+  platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
+  platform.neighbourhood = NewLinuxNeighbourhood(platform.settings, paths);
+  platform.browser = NewNoShellBrowser();
+  platform.dialogs = NewNoFileDialogs();
   platform.databases = NewAdoProvider(platform.settings);
   return platform;
 }

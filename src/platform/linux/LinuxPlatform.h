@@ -10,12 +10,16 @@
 #include "platform/Console.h"
 #include "platform/EventLog.h"
 #include "platform/FetchProgress.h"
+#include "platform/FileDialogs.h"
 #include "platform/Files.h"
 #include "platform/Mail.h"
 #include "platform/Messages.h"
+#include "platform/Neighbourhood.h"
 #include "platform/Process.h"
 #include "platform/Profile.h"
+#include "platform/Registry.h"
 #include "platform/Shell.h"
+#include "platform/ShellBrowser.h"
 #include "platform/WinInet.h"
 #include "platform/linux/Settings.h"
 
@@ -36,6 +40,10 @@ struct LinuxPlatform {
   std::unique_ptr<Shell> shell;
   std::unique_ptr<wininet::Client> internet;
   std::unique_ptr<Mailer> mail;
+  std::unique_ptr<Registry> registry;
+  std::unique_ptr<Neighbourhood> neighbourhood;
+  std::unique_ptr<ShellBrowser> browser;
+  std::unique_ptr<FileDialogs> dialogs;
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "platform/Text.h"
 #include "platform/linux/ChildProcess.h"
 #include "platform/linux/CommandText.h"
 #include "platform/linux/LineSplitter.h"
@@ -119,8 +120,9 @@ void ReadOutput(int pipe, pid_t child, LineSplitter& lines, Ending& ending) {
 
 class PosixProcesses final : public Processes {
  public:
-  PosixProcesses(const PathMap& paths, std::chrono::milliseconds grace)
-      : paths_(paths), grace_(grace) {
+  PosixProcesses(const PathMap& paths, const std::map<std::string, std::string>& replaced,
+                 std::chrono::milliseconds grace)
+      : paths_(paths), replaced_(replaced), grace_(grace) {
     // Whoever started the program may have had it ignored, and exit codes would then be lost.
     signal(SIGCHLD, SIG_DFL);
   }
@@ -128,6 +130,7 @@ class PosixProcesses final : public Processes {
   ProcessHandle CreateProcessA(const std::string& commandLine) override {
     std::vector<std::string> words = SplitCommandText(commandLine);
     if (words.empty()) return 0;
+    Replace(words);
     ChildStart start;
     std::string reason;
     start.program = ProgramPath(words[0], reason);
@@ -173,6 +176,19 @@ class PosixProcesses final : public Processes {
   }
 
  private:
+  /// Puts another program, which knows Linux paths, in the place of one of the other platform.
+  void Replace(std::vector<std::string>& words) const {
+    const auto found = replaced_.find(LowerAscii(words[0]));
+    if (found == replaced_.end()) return;
+    std::vector<std::string> line = SplitCommandText(found->second);
+    for (std::size_t i = 1; i < words.size(); ++i) {
+      std::error_code error;
+      const std::string path = paths_.ToLinux(words[i], error);
+      line.push_back(error ? words[i] : path);
+    }
+    if (!line.empty()) words = std::move(line);
+  }
+
   pid_t Start(const ProcessRequest& request, int output, std::string& reason) const {
     ChildStart start;
     start.arguments = request.arguments;
@@ -203,14 +219,16 @@ class PosixProcesses final : public Processes {
   }
 
   const PathMap paths_;
+  const std::map<std::string, std::string> replaced_;
   const std::chrono::milliseconds grace_;
 };
 
 }  // namespace
 
 std::unique_ptr<Processes> NewPosixProcesses(const PathMap& paths,
+                                             const std::map<std::string, std::string>& replaced,
                                              std::chrono::milliseconds grace) {
-  return std::make_unique<PosixProcesses>(paths, grace);
+  return std::make_unique<PosixProcesses>(paths, replaced, grace);
 }
 
 }  // namespace torvik

@@ -74,6 +74,11 @@ struct Settings {
   /// In which scripts may use files, in either spelling. Empty: in none.
   std::vector<std::string> scriptDirectories;
 
+  /// What is started in place of a program of the original platform, by small letters: a command
+  /// line, behind which its arguments go.
+  std::map<std::string, std::string> programs = {
+      {"notepad.exe", "xdg-open"}, {"eventvwr.exe", "x-terminal-emulator -e journalctl -e"}};
+
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.

@@ -135,7 +135,7 @@ class SettingsParser {
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Scripts, Smb };
+  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Scripts, Programs, Smb };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -166,6 +166,8 @@ class SettingsParser {
       section_ = Section::Mail;
     } else if (EqualsIgnoringCase(name, "scripts")) {
       section_ = Section::Scripts;
+    } else if (EqualsIgnoringCase(name, "programs")) {
+      section_ = Section::Programs;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -177,7 +179,8 @@ class SettingsParser {
       settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
-             "] is not known; there are [text], [paths], [ftp], [mail], [scripts], [smb], [smb "
+             "] is not known; there are [text], [paths], [ftp], [mail], [scripts], [programs], "
+             "[smb], [smb "
              "HOST], "
              "[server NAME], [provider NAME]";
     } else {
@@ -199,6 +202,7 @@ class SettingsParser {
       case Section::Ftp: return ReadFtpKey(key, value);
       case Section::Mail: return ReadMailKey(key, value, settings_.mail);
       case Section::Scripts: return ReadScriptsKey(key, value);
+      case Section::Programs: settings_.programs[key] = value; break;
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);

@@ -51,6 +51,7 @@ SmbLibrary Load() {
   take(functions.getWrite, "smbc_getFunctionWrite");
   take(functions.getClose, "smbc_getFunctionClose");
   take(functions.getOpendir, "smbc_getFunctionOpendir");
+  take(functions.getReaddir, "smbc_getFunctionReaddir");
   take(functions.getReaddirPlus, "smbc_getFunctionReaddirPlus");
   take(functions.getClosedir, "smbc_getFunctionClosedir");
   return functions;

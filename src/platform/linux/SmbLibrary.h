@@ -30,6 +30,7 @@ struct SmbLibrary {
   decltype(&::smbc_getFunctionWrite) getWrite;
   decltype(&::smbc_getFunctionClose) getClose;
   decltype(&::smbc_getFunctionOpendir) getOpendir;
+  decltype(&::smbc_getFunctionReaddir) getReaddir;
   decltype(&::smbc_getFunctionReaddirPlus) getReaddirPlus;
   decltype(&::smbc_getFunctionClosedir) getClosedir;
 };

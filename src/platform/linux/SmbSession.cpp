@@ -157,23 +157,18 @@ class LibrarySession final : public SmbSession {
 
   std::error_code List(const std::string& path,
                        std::vector<SourceDirectory::Entry>& files) override {
-    errno = 0;
-    SMBCFILE* directory =
-        library_.getOpendir(context_.get())(context_.get(), Url(server_, path).c_str());
-    if (directory == nullptr) return LastError();
-    const auto next = library_.getReaddirPlus(context_.get());
-    const auto entryOrEnd = [&] {
-      errno = 0;  // tells the end from an error
-      return next(context_.get(), directory);
-    };
-    while (const libsmb_file_info* entry = entryOrEnd()) {
-      const bool isPlain =
-          (entry->attrs & (SMBC_DOS_MODE_DIRECTORY | SMBC_DOS_MODE_VOLUME_ID)) == 0;
-      if (isPlain) files.push_back({entry->name, entry->size});
-    }
-    const std::error_code error = errno == 0 ? std::error_code() : LastError();
-    library_.getClosedir(context_.get())(context_.get(), directory);
-    return error;
+    return EachEntry(path, [&](const libsmb_file_info& entry) {
+      const bool isPlain = (entry.attrs & (SMBC_DOS_MODE_DIRECTORY | SMBC_DOS_MODE_VOLUME_ID)) == 0;
+      if (isPlain) files.push_back({entry.name, entry.size});
+    });
+  }
+
+  std::error_code ListFolders(const std::string& path, std::vector<std::string>& names) override {
+    return EachEntry(path, [&](const libsmb_file_info& entry) {
+      const std::string name = entry.name;
+      const bool isHidden = (entry.attrs & SMBC_DOS_MODE_HIDDEN) != 0 || name.starts_with('.');
+      if ((entry.attrs & SMBC_DOS_MODE_DIRECTORY) != 0 && !isHidden) names.push_back(name);
+    });
   }
 
   std::unique_ptr<SmbFile> OpenToRead(const std::string& path, std::error_code& error) override {
@@ -185,6 +180,23 @@ class LibrarySession final : public SmbSession {
   }
 
  private:
+  template <typename Take>
+  std::error_code EachEntry(const std::string& path, const Take& take) {
+    errno = 0;
+    SMBCFILE* directory =
+        library_.getOpendir(context_.get())(context_.get(), Url(server_, path).c_str());
+    if (directory == nullptr) return LastError();
+    const auto next = library_.getReaddirPlus(context_.get());
+    const auto entryOrEnd = [&] {
+      errno = 0;  // tells the end from an error
+      return next(context_.get(), directory);
+    };
+    while (const libsmb_file_info* entry = entryOrEnd()) take(*entry);
+    const std::error_code error = errno == 0 ? std::error_code() : LastError();
+    library_.getClosedir(context_.get())(context_.get(), directory);
+    return error;
+  }
+
   void SetOptions(const SmbSettings& settings) {
     library_.setUserData(context_.get(), this);
     library_.setAuthData(context_.get(), &LibrarySession::GiveLogon);

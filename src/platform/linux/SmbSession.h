@@ -32,6 +32,9 @@ class SmbSession {
   /// The plain files of a directory, in the server's order.
   virtual std::error_code List(const std::string& path,
                                std::vector<SourceDirectory::Entry>& files) = 0;
+  /// The names of the directories in a directory, in the server's order; those of the system left
+  /// out.
+  virtual std::error_code ListFolders(const std::string& path, std::vector<std::string>& names) = 0;
   virtual std::unique_ptr<SmbFile> OpenToRead(const std::string& path, std::error_code& error) = 0;
   /// Makes the file, or empties it.
   virtual std::unique_ptr<SmbFile> OpenToReplace(const std::string& path,

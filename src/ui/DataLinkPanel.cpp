@@ -1,0 +1,47 @@
+#include "ui/DataLinkPanel.h"
+
+#include "platform/FileDialogs.h"
+#include "ui/ModSHBrowse.h"
+
+namespace torvik {
+
+void DataLinkPanel::SetObjDataSource(cDataSource& link) {
+  // What the fields show on the way belongs to neither record.
+  link_ = nullptr;
+  Blank(link);
+  Show(link);
+  link_ = &link;
+}
+
+void DataLinkPanel::Writes(TextBox& box, std::string cDataSource::*property) {
+  box.Text.Observe([this, property](const std::string& text) { Write(property, text); });
+}
+
+void DataLinkPanel::Writes(ComboBox& box, std::string cDataSource::*property) {
+  box.Text.Observe([this, property](const std::string& text) { Write(property, text); });
+}
+
+void DataLinkPanel::Write(std::string cDataSource::*property, const std::string& text) {
+  Write<std::string>(property, text);
+}
+
+void DataLinkPanel::BlankServerFields(cDataSource& link) {
+  link.strDSServer.clear();
+  link.blnDSTrustedLogin = false;
+  link.strDSDatabase.clear();
+  link.strDSDirectory.clear();
+  link.strDSConnectString.clear();
+}
+
+void DataLinkPanel::BrowseForServer(TextBox& box, const std::string& title) const {
+  const std::string server = BrowseForComputer(services_.shell, title);
+  if (!server.empty()) box.Text.Set(server);
+}
+
+void DataLinkPanel::BrowseForFile(TextBox& box, const std::string& title,
+                                  const std::string& filter) const {
+  const std::string file = services_.dialogs.OpenFile({title, filter, "", box.Text.Get()});
+  if (!file.empty()) box.Text.Set(file);
+}
+
+}  // namespace torvik

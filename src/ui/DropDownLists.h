@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace torvik {
+
+namespace ado {
+class Connection;
+class Provider;
+}  // namespace ado
+class DropDown;
+class Messages;
+struct ServerLogon;
+
+/// Lists what a server has in a drop-down list, by `list` (ListSQLDatabases or ListOracleSchemas).
+/// When the server cannot be reached, or not asked, a message box of that title says why.
+void FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
+                    const ServerLogon& logon, DropDown& box, const std::string& title,
+                    void (*list)(ado::Connection& connection, DropDown& box));
+
+}  // namespace torvik

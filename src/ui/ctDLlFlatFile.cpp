@@ -1,0 +1,115 @@
+#include "ui/ctDLlFlatFile.h"
+
+#include "config/FileUtils.h"
+#include "datalinks/FieldReaders.h"
+#include "platform/Messages.h"
+#include "transfer/FtpFuncModule.h"
+#include "ui/ModSHBrowse.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kRightsFile = "status";
+
+}  // namespace
+
+ctDLlFlatFile::ctDLlFlatFile(const PanelServices& services) : DataLinkPanel(services) {
+  optSourceFromFTP.Value.Set(true);
+  optSourceFromFTP.Value.Observe([this](bool chosen) {
+    optSourceFromShare.Value.Set(!chosen);
+    WriteTransfer();
+  });
+  optSourceFromShare.Value.Observe([this](bool chosen) { optSourceFromFTP.Value.Set(!chosen); });
+  cbSourceCopyRemData.Value.Observe([this](bool) { WriteTransfer(); });
+  Writes(txtSourceDataDir, &cDataSource::strDSDirectory);
+  Writes(txtSourceRemDataDir, &cDataSource::strRemoteDir);
+  Writes(txtSourceFTPServer, &cDataSource::strFTPServer);
+  Writes(txtSourceFTPUsername, &cDataSource::strFTPUser);
+  Writes(txtSourceFTPPassword, &cDataSource::strFTPPassword);
+  WritesMinutes(txtSourceRemPollInterval, &cDataSource::intPollInterval);
+  WritesMinutes(txtSourceRemPollDuration, &cDataSource::intPollDuration);
+  EnableFields();
+}
+
+void ctDLlFlatFile::WritesMinutes(DigitsBox& box, std::int16_t cDataSource::*property) {
+  box.Text.Observe([this, &box, property](const std::string&) {
+    Write(property, WholeNumberOf(ado::Value(box.Text.Get())));
+  });
+}
+
+void ctDLlFlatFile::WriteTransfer() {
+  EnableFields();
+  std::int16_t transfer = TransferNone;
+  if (cbSourceCopyRemData.Value.Get())
+    transfer = optSourceFromShare.Value.Get() ? TransferShare : TransferFtp;
+  Write(&cDataSource::intTransferData, transfer);
+}
+
+void ctDLlFlatFile::EnableFields() {
+  const bool copies = cbSourceCopyRemData.Value.Get();
+  const bool byFtp = copies && !optSourceFromShare.Value.Get();
+  const auto enable = [](bool on, std::initializer_list<Control*> controls) {
+    for (Control* control : controls) control->Enabled.Set(on);
+  };
+  enable(copies,
+         {&optSourceFromFTP, &optSourceFromShare, &lblSourceRemDataDir, &txtSourceRemDataDir,
+          &lblSourceRemPollInterval, &txtSourceRemPollInterval, &lblPollIntMinutes,
+          &lblSourceRemPollDuration, &txtSourceRemPollDuration, &lblPollDurMinutes});
+  // A path of an FTP server cannot be browsed.
+  enable(copies && !byFtp, {&cmdSourceRemDataDir});
+  enable(byFtp, {&lblSourceFTPServer, &lblSourceFTPUsername, &lblSourceFTPPassword,
+                 &txtSourceFTPServer, &txtSourceFTPUsername, &txtSourceFTPPassword, &cmdTestFTP});
+  imgRemoteDir.Visible.Set(copies);
+  imgRemoteDirGrey.Visible.Set(!copies);
+}
+
+void ctDLlFlatFile::Blank(cDataSource& link) const {
+  link.strDSServer.clear();
+  link.blnDSTrustedLogin = false;
+  link.strDSUser.clear();
+  link.strDSPassword.clear();
+  link.strDSDatabase.clear();
+  link.strDSConnectString.clear();
+}
+
+void ctDLlFlatFile::Show(const cDataSource& link) {
+  txtSourceDataDir.Text.Set(link.strDSDirectory);
+  optSourceFromShare.Value.Set(link.intTransferData == TransferShare);
+  cbSourceCopyRemData.Value.Set(link.intTransferData != TransferNone);
+  txtSourceRemDataDir.Text.Set(link.strRemoteDir);
+  txtSourceFTPServer.Text.Set(link.strFTPServer);
+  txtSourceFTPUsername.Text.Set(link.strFTPUser);
+  txtSourceFTPPassword.Text.Set(link.strFTPPassword);
+  txtSourceRemPollInterval.Text.Set(std::to_string(link.intPollInterval));
+  txtSourceRemPollDuration.Text.Set(std::to_string(link.intPollDuration));
+}
+
+void ctDLlFlatFile::cmdSourceDataDir_Click() {
+  std::string start = txtSourceDataDir.Text.Get();
+  std::string folder = BrowseForFolder(services_.shell, start, "Select local Directory...");
+  if (!folder.empty()) txtSourceDataDir.Text.Set(AddTrailingSeparator(folder));
+}
+
+void ctDLlFlatFile::txtSourceDataDir_LostFocus() {
+  std::string folder = txtSourceDataDir.Text.Get();
+  if (!folder.empty()) txtSourceDataDir.Text.Set(AddTrailingSeparator(folder));
+}
+
+void ctDLlFlatFile::cmdSourceRemDataDir_Click() {
+  std::string start = txtSourceRemDataDir.Text.Get();
+  const std::string folder = BrowseForFolder(services_.shell, start, "Select Remote Directory...");
+  if (!folder.empty()) txtSourceRemDataDir.Text.Set(folder);
+}
+
+void ctDLlFlatFile::cmdTestFTP_Click() {
+  services_.hourglass.Set(true);
+  const bool hasRights = services_.ftp.FtpCheckRights(
+      txtSourceFTPServer.Text.Get(), kRightsFile, txtSourceRemDataDir.Text.Get(),
+      txtSourceFTPUsername.Text.Get(), txtSourceFTPPassword.Text.Get());
+  services_.hourglass.Set(false);
+  if (hasRights)
+    services_.messages.Box("Check operation succeeded! The user has read and write rights.",
+                           "FTP Check", BoxIcon::Information);
+}
+
+}  // namespace torvik

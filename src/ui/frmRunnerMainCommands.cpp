@@ -1,0 +1,212 @@
+// The main form's commands, pickers and lists.
+
+#include "config/FileUtils.h"
+#include "datalinks/DatabaseLists.h"
+#include "datalinks/ETLPackages.h"
+#include "platform/FileDialogs.h"
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
+#include "startup/HandOffFile.h"
+#include "startup/Program.h"
+#include "ui/DropDownLists.h"
+#include "ui/ModSHBrowse.h"
+#include "ui/frmRunnerMain.h"
+
+namespace torvik {
+namespace {
+
+constexpr int kPackagePage = 0, kWarehousePage = 1;
+
+std::string Trimmed(const std::string& text) {
+  const std::size_t begin = text.find_first_not_of(' ');
+  return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
+/// A path of a drive or of the network, or one from the root on.
+bool IsFullPath(const std::string& path) {
+  return (path.size() > 1 && path[1] == ':') || path.starts_with("\\\\") || path.starts_with('/');
+}
+
+}  // namespace
+
+void frmRunnerMain::StoreLastUsedFile() {
+  settings_.SaveSetting("Torv", "LastUsedConfigFile", TorvConfigFile);
+}
+
+void frmRunnerMain::cmdExecute_Click() {
+  if (Busy.Get()) return;
+  SetFormStatus("");
+  StoreLastUsedFile();
+  if (startInQXJobConfigMode_) return FinishSchedulerConfiguration();
+  if (NamesWhatExecuteMisses()) return;
+  ExecuteHere();
+}
+
+/// Saves the job, hands its command line to the scheduler and closes. Without a job file it says so
+/// and stays open.
+void frmRunnerMain::FinishSchedulerConfiguration() {
+  if (TorvConfigFile.empty())
+    return ShowError(
+        "You did not save your current settings to an Torvik config file.\r\n"
+        "Settings must be saved, because Torvik will read this info when \r\n"
+        "the Job is executed.",
+        "QXJob Config mode");
+  if (!SaveJobFile(TorvConfigFile)) return;
+  WriteHandOffFile(program_.platform.files, program_.platform.messages, QXJobConfigFile,
+                   HandOffLine(TorvConfigFile));
+  Close();
+}
+
+/// Brings the first field forward that must be filled; true when there is one.
+bool frmRunnerMain::NamesWhatExecuteMisses() {
+  const auto bring = [this](int page, Control& control) {
+    tabDataInfo.Tab.Set(page);
+    control.SetFocus();
+    return true;
+  };
+  const bool hasPackage = !cmbETLPackage.Text.Get().empty();
+  if (!hasPackage || cmbDestDB.Text.Get().empty()) {
+    ShowError("Please fill in DTS Package, DTS Server and Data Warehouse database",
+              "Connect to Datawarehouse server");
+    if (!hasPackage) return bring(kPackagePage, cmbETLPackage);
+    const bool hasServer = !txtDestServer.Text.Get().empty();
+    return hasServer ? bring(kWarehousePage, cmbDestDB) : bring(kWarehousePage, txtDestServer);
+  }
+  if (!txtDTSErrorFile.Text.Get().empty()) return false;
+  ShowError("Please fill in Error File before Executing DTS Package",
+            "DTS Package Info Check input");
+  return bring(kPackagePage, txtDTSErrorFile);
+}
+
+void frmRunnerMain::ExecuteHere() {
+  if (!LoadDataLinksIfNone()) return;
+  try {
+    program_.dataLinks.SaveAllDataLinks(program_.dataWarehouse.Connection());
+  } catch (const PlatformError& error) {
+    return ShowError(error.Description(), "Torv Error");
+  }
+  SetFormStatus("Start");
+  driver_.ExecuteJob();
+  cmdShowErrorFile.Enabled.Set(!txtDTSErrorFile.Text.Get().empty());
+}
+
+void frmRunnerMain::cmdClose_Click() {
+  StoreLastUsedFile();
+  if (Busy.Get()) {
+    program_.log.EchoToLog("Waiting for end of execution");
+    program_.remoteData.CancelPolling();
+    return;
+  }
+  if (startInQXJobConfigMode_)
+    WriteHandOffFile(program_.platform.files, program_.platform.messages, QXJobConfigFile,
+                     kHandOffCanceled);
+  else if (!MayLoseChanges())
+    return;
+  Close();
+}
+
+void frmRunnerMain::BrowseForServer(TextBox& box, const std::string& title) {
+  const std::string server = BrowseForComputer(program_.platform.browser, title);
+  if (!server.empty()) box.Text.Set(server);
+}
+
+void frmRunnerMain::cmdDTSServer_Click() {
+  BrowseForServer(txtDTSServer, "Select your DTS Server...");
+}
+
+void frmRunnerMain::cmdDestServer_Click() {
+  BrowseForServer(txtDestServer, "Select your DW Server...");
+}
+
+void frmRunnerMain::cmdDTSErrorFile_Click() {
+  const std::string file = program_.platform.dialogs.SaveFile(
+      {"Select the Error File...", "Text (*.txt)|*.txt", "txt", txtDTSErrorFile.Text.Get(), false});
+  if (!file.empty()) txtDTSErrorFile.Text.Set(file);
+}
+
+void frmRunnerMain::cmdLogFilesDir_Click() {
+  std::string start = txtLogFilesDir.Text.Get();
+  std::string folder =
+      BrowseForFolder(program_.platform.browser, start, "Select local Directory...");
+  if (!folder.empty()) txtLogFilesDir.Text.Set(AddTrailingSeparator(folder));
+}
+
+void frmRunnerMain::txtDTSErrorFile_LostFocus() {
+  const std::string file = Trimmed(txtDTSErrorFile.Text.Get());
+  if (!file.empty() && !IsFullPath(file))
+    txtDTSErrorFile.Text.Set(program_.platform.files.TempDirectory() + file);
+}
+
+void frmRunnerMain::txtLogFilesDir_LostFocus() {
+  std::string folder = txtLogFilesDir.Text.Get();
+  if (!folder.empty()) txtLogFilesDir.Text.Set(AddTrailingSeparator(folder));
+}
+
+void frmRunnerMain::cmdShowErrorFile_Click() {
+  if (!txtDTSErrorFile.Text.Get().empty()) OpenWith("NOTEPAD.EXE ", txtDTSErrorFile.Text.Get());
+}
+
+void frmRunnerMain::imgEventLog_DblClick() {
+  OpenWith("eventvwr.exe", "");
+}
+
+void frmRunnerMain::OpenWith(const std::string& program, const std::string& file) {
+  const std::string line = program + (file.empty() ? "" : "\"" + file + "\"");
+  if (program_.platform.processes.CreateProcessA(line) == 0)
+    ShowError(
+        "Unable to start : " + line + "\r\nName a program for it in [programs] of the settings.",
+        "Torv Error");
+}
+
+bool frmRunnerMain::RetrievePackages(ETLPackages& packages) {
+  packages.strSQLServer = txtDTSServer.Text.Get();
+  packages.blnSQLTrustedLogin = optDTSSecureLogin.Value.Get();
+  packages.strSQLUser = txtDTSSQLUsername.Text.Get();
+  packages.strSQLPassword = txtDTSSQLPassword.Text.Get();
+  const bool isRead = packages.RetrievePackages();
+  if (!isRead)
+    ShowError("Error while connecting to : " + packages.strSQLServer +
+                  "\r\nIts packages cannot be listed.",
+              "Connect to DTS Server");
+  return isRead;
+}
+
+/// Filling a list empties its field; what stood there is chosen again, or stands there again.
+template <typename Fill>
+void frmRunnerMain::FillKeepingText(ComboBox& box, const Fill& fill) {
+  const std::string text = box.Text.Get();
+  isFilling_ = true;
+  fill();
+  const std::int16_t position = SelectComboEntry(box, text);
+  if (position >= 0)
+    box.Choose(position);
+  else
+    box.Text.Set(text);
+  isFilling_ = false;
+  FieldChanged();
+}
+
+void frmRunnerMain::cmbETLModel_DropDown() {
+  ETLPackages packages(program_.platform.databases);
+  if (!RetrievePackages(packages)) return;
+  FillKeepingText(cmbETLModel, [&] { packages.FillComboBoxWithETLModels(cmbETLModel); });
+}
+
+void frmRunnerMain::cmbETLPackage_DropDown() {
+  ETLPackages packages(program_.platform.databases);
+  if (!RetrievePackages(packages)) return;
+  FillKeepingText(cmbETLPackage, [&] {
+    packages.FillComboBoxWithPackageFromETLModel(cmbETLPackage, cmbETLModel.Text.Get());
+  });
+}
+
+void frmRunnerMain::cmbDestDB_DropDown() {
+  FillKeepingText(cmbDestDB, [&] {
+    FillFromServer(program_.platform.databases, program_.platform.messages, EtlSqlServer,
+                   {txtDestServer.Text.Get(), optDestSecureLogin.Value.Get(),
+                    txtDestSQLUsername.Text.Get(), txtDestSQLPassword.Text.Get()},
+                   cmbDestDB, "Connect to Databases Server", ListSQLDatabases);
+  });
+}
+
+}  // namespace torvik

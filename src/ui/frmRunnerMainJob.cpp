@@ -1,0 +1,244 @@
+// The main form's fields, the job that they stand for, and the job's file.
+
+#include "config/FileUtils.h"
+#include "datalinks/DatabaseLists.h"
+#include "datalinks/ETLPackages.h"
+#include "platform/FileDialogs.h"
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
+#include "startup/Program.h"
+#include "ui/frmRunnerMain.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kJobFiles = "ETL Files (*.etl)|*.etl";
+constexpr const char* kTitle = "Torv Error";
+
+VariantBool Variant(bool value) {
+  return value ? VariantTrue : VariantFalse;
+}
+
+/// The entry that equals the text, letter case aside, else the text itself.
+void Select(ComboBox& box, const std::string& text) {
+  const std::int16_t position = SelectComboEntry(box, text);
+  if (position >= 0)
+    box.Choose(position);
+  else
+    box.Text.Set(text);
+}
+
+}  // namespace
+
+void frmRunnerMain::SetDefaults() {
+  for (TextBox* server : {&txtDTSServer, &txtDestServer}) server->Text.Set("(local)");
+  for (TextBox* user : {&txtDTSSQLUsername, &txtDestSQLUsername}) user->Text.Set("sa");
+  for (TextBox* password : {&txtDTSSQLPassword, &txtDestSQLPassword}) password->Text.Set("");
+}
+
+void frmRunnerMain::LoadJobFile() {
+  job_.TorvConfigFile = TorvConfigFile;
+  savedFile_ = {};
+  program_.platform.files.Status(TorvConfigFile, savedFile_);
+  if (!job_.ReadConfigFile(FileServices()))
+    return ShowError("Error: Can't load Config file " + TorvConfigFile, kTitle);
+  JobToForm();
+  SetFormTitle("[" + FileNameOf(TorvConfigFile) + "]");
+  RememberSaved();
+}
+
+void frmRunnerMain::JobToForm() {
+  isFilling_ = true;
+  Select(cmbETLModel, ModelNameFromPackage(job_.DTSPackageName));
+  Select(cmbETLPackage, job_.DTSPackageName);
+  txtDTSServer.Text.Set(job_.DTSServer);
+  optDTSSecureLogin.Value.Set(job_.DTSServerTrustedLogin != VariantFalse);
+  txtDTSSQLUsername.Text.Set(job_.DTSLoginUserName);
+  txtDTSSQLPassword.Text.Set(job_.DTSLoginPassword);
+  txtDTSErrorFile.Text.Set(job_.ExceptionLogFile);
+  cbTruncateErrorFile.Value.Set(job_.TruncateExceptionLogFile != VariantFalse);
+  cbDefaultLogFilesDir.Value.Set(job_.UseDefaultLogFileDir != VariantFalse);
+  txtLogFilesDir.Text.Set(job_.LogFileDir);
+  cbWriteWinNTEvent.Value.Set(job_.WriteCompletionStatusToNT != VariantFalse);
+  txtDestServer.Text.Set(job_.DWServer);
+  optDestSecureLogin.Value.Set(job_.DWServerTrustedLogin != VariantFalse);
+  txtDestSQLUsername.Text.Set(job_.DWServerLoginUserName);
+  txtDestSQLPassword.Text.Set(job_.DWServerLoginPassword);
+  Select(cmbDestDB, job_.DWDatabaseName);
+  isFilling_ = false;
+  if (cbDefaultLogFilesDir.Value.Get()) SetDefaultLogDirectory();
+  FieldChanged();
+}
+
+ExecDTSPackage& frmRunnerMain::FormToJob() {
+  job_.ExceptionLogFile = txtDTSErrorFile.Text.Get();
+  job_.LogFileDir = txtLogFilesDir.Text.Get();
+  job_.TruncateExceptionLogFile = Variant(cbTruncateErrorFile.Value.Get());
+  job_.UseDefaultLogFileDir = Variant(cbDefaultLogFilesDir.Value.Get());
+  job_.DTSServer = txtDTSServer.Text.Get();
+  job_.DTSServerTrustedLogin = Variant(optDTSSecureLogin.Value.Get());
+  job_.DTSLoginUserName = txtDTSSQLUsername.Text.Get();
+  job_.DTSLoginPassword = txtDTSSQLPassword.Text.Get();
+  job_.DTSPackageName = cmbETLPackage.Text.Get();
+  job_.DWServer = txtDestServer.Text.Get();
+  job_.DWServerTrustedLogin = Variant(optDestSecureLogin.Value.Get());
+  job_.DWServerLoginUserName = txtDestSQLUsername.Text.Get();
+  job_.DWServerLoginPassword = txtDestSQLPassword.Text.Get();
+  job_.DWDatabaseName = cmbDestDB.Text.Get();
+  job_.WriteCompletionStatusToNT = Variant(cbWriteWinNTEvent.Value.Get());
+  return job_;
+}
+
+void frmRunnerMain::WatchFields() {
+  const auto changed = [this](const auto&) { FieldChanged(); };
+  for (TextBox* box : {&txtDTSServer, &txtDTSSQLUsername, &txtDTSSQLPassword, &txtDTSErrorFile,
+                       &txtLogFilesDir, &txtDestServer, &txtDestSQLUsername, &txtDestSQLPassword})
+    box->Text.Observe(changed);
+  for (CheckBox* box : {&cbTruncateErrorFile, &cbDefaultLogFilesDir, &cbWriteWinNTEvent})
+    box->Value.Observe(changed);
+  for (OptionButton* option : {&optDTSSecureLogin, &optDestSecureLogin})
+    option->Value.Observe(changed);
+  for (ComboBox* box : {&cmbETLPackage, &cmbDestDB}) box->Text.Observe(changed);
+  cbDefaultLogFilesDir.Value.Observe([this](bool ticked) {
+    txtLogFilesDir.Enabled.Set(!ticked);
+    cmdLogFilesDir.Enabled.Set(!ticked);
+    if (ticked) SetDefaultLogDirectory();
+  });
+  cmbETLPackage.Text.Observe([this](const std::string&) {
+    if (cbDefaultLogFilesDir.Value.Get()) SetDefaultLogDirectory();
+  });
+  // The links are those of a package's model in one database.
+  const auto otherLinks = [this](const std::string&) {
+    if (!isFilling_) ReleaseLinks();
+  };
+  cmbETLPackage.Text.Observe(otherLinks);
+  txtDestServer.Text.Observe(otherLinks);
+  cmbDestDB.Text.Observe(otherLinks);
+  for (DataLinkPanel* panel : Panels())
+    panel->Changed.Observe([this] {
+      areLinksChanged_ = true;
+      FieldChanged();
+    });
+}
+
+void frmRunnerMain::FieldChanged() {
+  if (isFilling_ || !isOpen_) return;
+  Modified.Set(areLinksChanged_ || FieldsAsText() != savedFields_);
+  if (!Busy.Get()) CheckInputComplete();
+}
+
+void frmRunnerMain::SetDefaultLogDirectory() {
+  txtLogFilesDir.Text.Set(program_.platform.files.TempDirectory() + "Torv\\" +
+                          cmbETLPackage.Text.Get() + "\\");
+}
+
+std::string frmRunnerMain::FieldsAsText() const {
+  std::string text;
+  for (const std::string* value :
+       {&cmbETLPackage.Text.Get(), &txtDTSServer.Text.Get(), &txtDTSSQLUsername.Text.Get(),
+        &txtDTSSQLPassword.Text.Get(), &txtDTSErrorFile.Text.Get(), &txtLogFilesDir.Text.Get(),
+        &txtDestServer.Text.Get(), &txtDestSQLUsername.Text.Get(), &txtDestSQLPassword.Text.Get(),
+        &cmbDestDB.Text.Get()})
+    text += *value + '\0';
+  for (const bool value : {optDTSSecureLogin.Value.Get(), cbTruncateErrorFile.Value.Get(),
+                           cbDefaultLogFilesDir.Value.Get(), cbWriteWinNTEvent.Value.Get(),
+                           optDestSecureLogin.Value.Get()})
+    text += value ? '1' : '0';
+  return text;
+}
+
+void frmRunnerMain::RememberSaved() {
+  savedFields_ = FieldsAsText();
+  areLinksChanged_ = false;
+  savedFile_ = {};
+  Modified.Set(false);
+  if (TorvConfigFile.empty()) return;
+  program_.platform.files.Status(TorvConfigFile, savedFile_);
+  JobFileUsed();
+}
+
+bool frmRunnerMain::MayLoseChanges() {
+  if (!StartInConfigMode || !Modified.Get()) return true;
+  const std::string name =
+      TorvConfigFile.empty() ? "this job" : "\"" + FileNameOf(TorvConfigFile) + "\"";
+  switch (program_.platform.messages.Ask("Save the changes to " + name + "?", "Torv")) {
+    case Answer::Yes: return TorvConfigFile.empty() ? SaveAs() : SaveJobFile(TorvConfigFile);
+    case Answer::No: return true;
+    case Answer::Cancel: break;
+  }
+  return false;
+}
+
+/// Somebody else may have changed the file since it was read or written here.
+bool frmRunnerMain::MayOverwrite(const std::string& path) {
+  FileStatus now;
+  const bool isOther = path != TorvConfigFile || program_.platform.files.Status(path, now);
+  if (isOther || now == savedFile_) return true;
+  return program_.platform.messages.Ask(
+             path + " was changed by someone else since it was opened.\r\nReplace it?", "Torv") ==
+         Answer::Yes;
+}
+
+bool frmRunnerMain::SaveJobFile(const std::string& path) {
+  if (!MayOverwrite(path)) return false;
+  TorvConfigFile = path;
+  FormToJob().TorvConfigFile = path;
+  if (!LoadDataLinksIfNone()) return false;
+  if (!job_.WriteConfigFile(FileServices())) {
+    ShowError("Error: Can't save Config file " + path, kTitle);
+    return false;
+  }
+  SetFormTitle("[" + FileNameOf(path) + "]");
+  RememberSaved();
+  return true;
+}
+
+bool frmRunnerMain::SaveAs() {
+  const std::string path = program_.platform.dialogs.SaveFile(
+      {"Torv : Save Configuration", kJobFiles, "etl", TorvConfigFile});
+  return !path.empty() && SaveJobFile(path);
+}
+
+void frmRunnerMain::cmdOpen_Click() {
+  const std::string path = program_.platform.dialogs.OpenFile(
+      {"Torv : Open Configuration", kJobFiles, "etl", TorvConfigFile});
+  if (!path.empty()) OpenJobFile(path);
+}
+
+void frmRunnerMain::OpenJobFile(const std::string& path) {
+  if (Busy.Get() || !MayLoseChanges()) return;
+  ReleaseLinks();
+  TorvConfigFile = path;
+  LoadJobFile();
+  CheckInputComplete();
+}
+
+void frmRunnerMain::cmdSave_Click() {
+  SaveAs();
+}
+
+void frmRunnerMain::mnuFileSave_Click() {
+  if (TorvConfigFile.empty())
+    SaveAs();
+  else
+    SaveJobFile(TorvConfigFile);
+}
+
+void frmRunnerMain::mnuFileNew_Click() {
+  if (Busy.Get() || !MayLoseChanges()) return;
+  ReleaseLinks();
+  TorvConfigFile.clear();
+  static_cast<JobSettings&>(job_) = JobSettings();
+  JobToForm();
+  SetDefaults();
+  SetFormTitle("[new]");
+  RememberSaved();
+  CheckInputComplete();
+}
+
+JobFileServices frmRunnerMain::FileServices() {
+  Platform& platform = program_.platform;
+  return {platform.profile, platform.files, platform.ansi, platform.clock, program_.dataLinks};
+}
+
+}  // namespace torvik

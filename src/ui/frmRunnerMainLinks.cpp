@@ -1,0 +1,102 @@
+// The main form's data links and the panel that edits the selected one.
+
+#include "platform/Messages.h"
+#include "platform/PlatformError.h"
+#include "startup/Program.h"
+#include "ui/frmRunnerMain.h"
+
+namespace torvik {
+
+bool frmRunnerMain::getDataLinkInfo() {
+  std::string errorText;
+  const ServerLogon logon{txtDestServer.Text.Get(), optDestSecureLogin.Value.Get(),
+                          txtDestSQLUsername.Text.Get(), txtDestSQLPassword.Text.Get()};
+  DataWarehouse& warehouse = program_.dataWarehouse;
+  if (!warehouse.ConnectDataWarehouse(logon, cmbDestDB.Text.Get(), errorText)) {
+    if (StartInConfigMode)
+      ShowError(errorText, "Connect to Datawarehouse server");
+    else
+      program_.log.EchoToLog(errorText);
+    return false;
+  }
+  // The records are made anew: no panel may hold one.
+  ShowPanel(nullptr);
+  std::vector<std::string> names = lstDataLinks.List.Get();
+  const bool isLoaded =
+      program_.dataLinks.LoadDataLinks(warehouse.Connection(), cmbETLPackage.Text.Get(), names);
+  lstDataLinks.ListIndex.Set(-1);
+  lstDataLinks.List.Set(names);
+  areLinksChanged_ = false;
+  if (isLoaded && !TorvConfigFile.empty()) program_.dataLinks.ReadDataLinkSections(TorvConfigFile);
+  return true;
+}
+
+/// Edited links stay; without a panel there are none, and those of the table are taken.
+bool frmRunnerMain::LoadDataLinksIfNone() {
+  if (DataSourceInfoPresent()) return true;
+  try {
+    return getDataLinkInfo();
+  } catch (const PlatformError& error) {
+    ShowError(error.Description(), "Torv Error");
+    return false;
+  }
+}
+
+void frmRunnerMain::cmdLoadDataLinks_Click() {
+  if (areLinksChanged_ &&
+      program_.platform.messages.Ask("The changes of the data links are lost. Load them again?",
+                                     "Torv") != Answer::Yes)
+    return;
+  ShowPanel(nullptr);
+  if (LoadDataLinksIfNone() && lstDataLinks.List.Get().empty())
+    SetFormStatus("The data warehouse has no data links for this package's model.");
+  FieldChanged();
+}
+
+void frmRunnerMain::lstDataLinks_Click() {
+  const int position = lstDataLinks.ListIndex.Get();
+  const auto& names = lstDataLinks.List.Get();
+  cDataSource* link = nullptr;
+  if (position >= 0 && position < static_cast<int>(names.size()))
+    link = program_.dataLinks.FindDataLink(names[static_cast<std::size_t>(position)]);
+  DataLinkPanel* const panel = link ? PanelFor(link->etlType) : nullptr;
+  if (panel) panel->SetObjDataSource(*link);
+  ShowPanel(panel);
+}
+
+void frmRunnerMain::ReleaseLinks() {
+  ShowPanel(nullptr);
+  lstDataLinks.ListIndex.Set(-1);
+  lstDataLinks.List.Set({});
+  program_.dataLinks.ReleaseDataLinks();
+  areLinksChanged_ = false;
+}
+
+DataLinkPanel* frmRunnerMain::PanelFor(std::int32_t etlType) {
+  switch (etlType) {
+    case EtlSqlServer: return &ctDLSQLServerOBJ;
+    case EtlFlatFile:
+    case EtlQuorServer: return &ctDLlFlatFileOBJ;
+    case EtlExcel: return &ctlDLExcelFilesOBJ;
+    case EtlAccess: return &ctlDLAccesFilesOBJ;
+    case EtlOracle: return &ctlDLOrcaleServerOBJ;
+    default: return nullptr;
+  }
+}
+
+std::vector<DataLinkPanel*> frmRunnerMain::Panels() {
+  return {&ctDLlFlatFileOBJ, &ctDLSQLServerOBJ, &ctlDLAccesFilesOBJ, &ctlDLExcelFilesOBJ,
+          &ctlDLOrcaleServerOBJ};
+}
+
+void frmRunnerMain::ShowPanel(DataLinkPanel* panel) {
+  for (DataLinkPanel* other : Panels()) {
+    if (other == panel) continue;
+    other->Visible.Set(false);
+    other->ForgetDataSource();
+  }
+  panel_ = panel;
+  if (panel) panel->Visible.Set(true);
+}
+
+}  // namespace torvik

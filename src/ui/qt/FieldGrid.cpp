@@ -1,0 +1,129 @@
+#include "ui/qt/FieldGrid.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QRadioButton>
+
+#include "ui/qt/Binders.h"
+
+namespace torvik {
+namespace {
+
+QString WithoutMnemonic(QString text) {
+  text.remove('&');
+  return text.remove(':');
+}
+
+}  // namespace
+
+QLabel* FieldGrid::Label(QWidget& field, const QString& text) {
+  auto* const label = new QLabel(text);
+  label->setBuddy(&field);
+  field.setAccessibleName(WithoutMnemonic(text));
+  return label;
+}
+
+void FieldGrid::Place(QWidget& field, const QString& text, const QString& help) {
+  lastLabel_ = Label(field, text);
+  field.setToolTip(help);
+  grid_->addWidget(lastLabel_, row_, 0);
+  grid_->addWidget(&field, row_, 1);
+  ++row_;
+  nextColumn_ = 2;
+}
+
+QLineEdit* FieldGrid::Text(const QString& label, TextBox& box, const QString& help) {
+  auto* const field = new QLineEdit;
+  Bind(*field, box);
+  Place(*field, label, help);
+  return field;
+}
+
+QLineEdit* FieldGrid::Password(const QString& label, TextBox& box, const QString& help) {
+  QLineEdit* const field = Text(label, box, help);
+  field->setEchoMode(QLineEdit::Password);
+  return field;
+}
+
+QLineEdit* FieldGrid::Digits(const QString& label, DigitsBox& box, const QString& unit,
+                             const QString& help) {
+  auto* const field = new QLineEdit;
+  Bind(*field, box);
+  field->setInputMethodHints(Qt::ImhDigitsOnly);
+  field->setAlignment(Qt::AlignRight);
+  field->setMaximumWidth(field->fontMetrics().averageCharWidth() * 12);
+  field->setToolTip(help);
+  lastLabel_ = Label(*field, label);
+  auto* const row = new QHBoxLayout;
+  row->addWidget(field);
+  row->addWidget(new QLabel(unit));
+  row->addStretch();
+  grid_->addWidget(lastLabel_, row_, 0);
+  grid_->addLayout(row, row_++, 1);
+  nextColumn_ = 2;
+  return field;
+}
+
+QComboBox* FieldGrid::List(const QString& label, ComboBox& box, std::function<void()> dropDown,
+                           const QString& help) {
+  QComboBox* const field = NewDropDown();
+  Bind(*field, box, std::move(dropDown));
+  Place(*field, label, help);
+  return field;
+}
+
+QCheckBox* FieldGrid::Check(const QString& text, CheckBox& box, const QString& help,
+                            QWidget* beside) {
+  auto* const field = new QCheckBox(text);
+  Bind(*field, box);
+  field->setToolTip(help);
+  if (beside == nullptr) {
+    Wide(*field);
+    return field;
+  }
+  auto* const row = new QHBoxLayout;
+  row->addWidget(field);
+  row->addWidget(beside);
+  row->addStretch();
+  grid_->addLayout(row, row_++, 0, 1, -1);
+  nextColumn_ = 2;
+  return field;
+}
+
+QRadioButton* FieldGrid::Option(const QString& text, OptionButton& option, const QString& help) {
+  auto* const field = new QRadioButton(text);
+  Bind(*field, option);
+  field->setToolTip(help);
+  Wide(*field);
+  return field;
+}
+
+QPushButton* FieldGrid::Button(const QString& text, CommandButton& button,
+                               std::function<void()> click, const QString& help) {
+  auto* const field = new QPushButton(text);
+  Bind(*field, button, std::move(click));
+  field->setToolTip(help);
+  field->setAutoDefault(false);
+  Beside(*field);
+  return field;
+}
+
+QPushButton* FieldGrid::Browse(CommandButton& button, std::function<void()> click,
+                               const QString& help) {
+  QPushButton* const field = Button("...", button, std::move(click), help);
+  field->setAccessibleName(help);
+  field->setMaximumWidth(field->fontMetrics().horizontalAdvance("...") * 4);
+  return field;
+}
+
+void FieldGrid::Wide(QWidget& widget) {
+  grid_->addWidget(&widget, row_++, 0, 1, -1);
+  nextColumn_ = 2;
+}
+
+void FieldGrid::Beside(QWidget& widget) {
+  grid_->addWidget(&widget, row_ - 1, nextColumn_++);
+}
+
+}  // namespace torvik

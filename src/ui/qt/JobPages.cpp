@@ -1,0 +1,147 @@
+#include "ui/qt/JobPages.h"
+
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include "ui/frmRunnerMain.h"
+#include "ui/qt/Binders.h"
+#include "ui/qt/FieldGrid.h"
+
+namespace torvik {
+namespace {
+
+QString Tr(const char* text) {
+  return QObject::tr(text);
+}
+
+struct LogonControls {
+  OptionButton& secure;
+  OptionButton& sql;
+  Label& userLabel;
+  Label& passwordLabel;
+  TextBox& user;
+  TextBox& password;
+};
+
+void AddLogon(FieldGrid& grid, const LogonControls& logon, const QString& userMnemonic,
+              const QString& passwordMnemonic) {
+  grid.Option(Tr("Use Windows NT authentication"), logon.secure,
+              Tr("Logs on with the account that runs the job"));
+  grid.Option(Tr("Use SQL Server authentication"), logon.sql,
+              Tr("Logs on with a user of the server"));
+  grid.Text(userMnemonic, logon.user, Tr("The user of the server"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), logon.userLabel);
+  grid.Password(passwordMnemonic, logon.password,
+                Tr("Is kept scrambled in the job file, which only its owner may read"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), logon.passwordLabel);
+}
+
+QGroupBox* NewPackageGroup(frmRunnerMain& form) {
+  auto* const group = new QGroupBox(Tr("Package"));
+  FieldGrid grid(*group);
+  grid.List(
+      Tr("ETL &model:"), form.cmbETLModel, [&form] { form.cmbETLModel_DropDown(); },
+      Tr("The models of the server's packages; a model's packages are listed below"));
+  grid.List(
+      Tr("&Package:"), form.cmbETLPackage, [&form] { form.cmbETLPackage_DropDown(); },
+      Tr("The package that the job executes"));
+  grid.Text(Tr("DTS se&rver:"), form.txtDTSServer, Tr("The server that stores the package"));
+  grid.Browse(
+      form.cmdDTSServer, [&form] { form.cmdDTSServer_Click(); }, Tr("Choose a server"));
+  AddLogon(grid,
+           {form.optDTSSecureLogin, form.optDTSSQLLogin, form.lblDTSSQLUsername,
+            form.lblDTSSQLPassword, form.txtDTSSQLUsername, form.txtDTSSQLPassword},
+           Tr("&User name:"), Tr("Passwor&d:"));
+  return group;
+}
+
+/// A picture that does something when it is double-clicked.
+QLabel* NewPicture(QWidget& page, QStyle::StandardPixmap picture, Image& image,
+                   std::function<void()> twice, const QString& help) {
+  auto* const label = new QLabel;
+  const int size = page.style()->pixelMetric(QStyle::PM_SmallIconSize);
+  label->setPixmap(page.style()->standardIcon(picture).pixmap(size));
+  label->setToolTip(help);
+  label->setAccessibleName(help);
+  Bind(static_cast<QWidget&>(*label), image);
+  OnDoubleClick(*label, std::move(twice));
+  return label;
+}
+
+QGroupBox* NewLogGroup(frmRunnerMain& form) {
+  auto* const group = new QGroupBox(Tr("Logs"));
+  FieldGrid grid(*group);
+  QLineEdit* const errorFile =
+      grid.Text(Tr("&Error file:"), form.txtDTSErrorFile,
+                Tr("The exception log: every run appends its lines to this file"));
+  OnLeave(*errorFile, [&form] { form.txtDTSErrorFile_LostFocus(); });
+  grid.Browse(
+      form.cmdDTSErrorFile, [&form] { form.cmdDTSErrorFile_Click(); }, Tr("Choose the error file"));
+  grid.Button(
+      Tr("Show"), form.cmdShowErrorFile, [&form] { form.cmdShowErrorFile_Click(); },
+      Tr("Opens the error file"));
+  grid.Beside(*NewPicture(
+      *group, QStyle::SP_FileIcon, form.imgErrorFile, [&form] { form.imgErrorFile_DblClick(); },
+      Tr("Double-click to open the error file")));
+  grid.Check(Tr("Empty the error file before each run"), form.cbTruncateErrorFile,
+             Tr("Without it the lines of all runs stay"));
+  QLineEdit* const directory =
+      grid.Text(Tr("Log director&y:"), form.txtLogFilesDir,
+                Tr("The package's own logs go here; it is emptied before each run"));
+  OnLeave(*directory, [&form] { form.txtLogFilesDir_LostFocus(); });
+  grid.Browse(
+      form.cmdLogFilesDir, [&form] { form.cmdLogFilesDir_Click(); },
+      Tr("Choose the log directory"));
+  grid.Check(Tr("Use the default log directory"), form.cbDefaultLogFilesDir,
+             Tr("One for each package, in the directory for temporary files"));
+  auto* const used = new QLabel;
+  Bind(*used, form.lblUsedLogfileDir);
+  used->setEnabled(false);
+  used->setWordWrap(true);
+  used->setIndent(used->fontMetrics().averageCharWidth() * 3);
+  grid.Wide(*used);
+  grid.Check(
+      Tr("Write Completion Event to Windows Event Log"), form.cbWriteWinNTEvent,
+      Tr("The package tells the system's log how it has ended"),
+      NewPicture(
+          *group, QStyle::SP_FileDialogDetailedView, form.imgEventLog,
+          [&form] { form.imgEventLog_DblClick(); }, Tr("Double-click to open the system's log")));
+  return group;
+}
+
+}  // namespace
+
+QWidget* NewPackagePage(frmRunnerMain& form) {
+  auto* const page = new QWidget;
+  auto* const layout = new QVBoxLayout(page);
+  layout->addWidget(NewPackageGroup(form));
+  layout->addWidget(NewLogGroup(form));
+  layout->addStretch();
+  return page;
+}
+
+QWidget* NewWarehousePage(frmRunnerMain& form) {
+  auto* const page = new QWidget;
+  auto* const layout = new QVBoxLayout(page);
+  auto* const group = new QGroupBox(Tr("Data warehouse"));
+  FieldGrid grid(*group);
+  grid.Text(Tr("Se&rver:"), form.txtDestServer, Tr("The server of the data warehouse"));
+  grid.Browse(
+      form.cmdDestServer, [&form] { form.cmdDestServer_Click(); }, Tr("Choose a server"));
+  AddLogon(grid,
+           {form.optDestSecureLogin, form.optDestSQLLogin, form.lblDestSQLUsername,
+            form.lblDestSQLPassword, form.txtDestSQLUsername, form.txtDestSQLPassword},
+           Tr("&User name:"), Tr("Passwor&d:"));
+  grid.List(
+      Tr("Data&base:"), form.cmbDestDB, [&form] { form.cmbDestDB_DropDown(); },
+      Tr("The database that the package loads, and that has the data links"));
+  layout->addWidget(group);
+  layout->addStretch();
+  return page;
+}
+
+}  // namespace torvik

@@ -1,0 +1,204 @@
+#include "ui/qt/LinkPanels.h"
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QRadioButton>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include "ui/frmRunnerMain.h"
+#include "ui/qt/Binders.h"
+#include "ui/qt/FieldGrid.h"
+
+namespace torvik {
+namespace {
+
+QString Tr(const char* text) {
+  return QObject::tr(text);
+}
+
+/// Files that a user and a password may guard.
+template <typename Click>
+QWidget* NewFilePanel(TextBox& file, CommandButton& browse, TextBox& user, TextBox& password,
+                      const Click& click) {
+  auto* const page = new QWidget;
+  FieldGrid grid(*page);
+  grid.Text(Tr("F&ile:"), file, Tr("The path of the file"));
+  grid.Browse(browse, click, Tr("Choose a file"));
+  grid.Text(Tr("User &name:"), user, Tr("Empty when the file needs none"));
+  grid.Password(Tr("Password:"), password, Tr("Is kept scrambled"));
+  grid.Stretch();
+  return page;
+}
+
+QWidget* NewSqlServerPanel(ctDLSQLServer& panel) {
+  auto* const page = new QWidget;
+  FieldGrid grid(*page);
+  grid.Text(Tr("Server:"), panel.txtSQLServer, Tr("The server that the data comes from"));
+  grid.Browse(
+      panel.cmdSQLServer, [&panel] { panel.cmdSQLServer_Click(); }, Tr("Choose a server"));
+  grid.Option(Tr("Use Windows NT authentication"), panel.optSQLSecureLogin,
+              Tr("Logs on with the account that runs the job"));
+  grid.Option(Tr("Use SQL Server authentication"), panel.optSQLUserLogin,
+              Tr("Logs on with a user of the server"));
+  grid.Text(Tr("User &name:"), panel.txtSQLUser, Tr("The user of the server"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSQLUser);
+  grid.Password(Tr("Password:"), panel.txtSQLPassword, Tr("Is kept scrambled"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSQLPassword);
+  grid.List(
+      Tr("Da&tabase:"), panel.cmbSQLDatabases, [&panel] { panel.cmbSQLDatabases_DropDown(); },
+      Tr("The database that the data comes from"));
+  grid.Stretch();
+  return page;
+}
+
+QWidget* NewOraclePanel(ctlDLOrcaleServer& panel) {
+  auto* const page = new QWidget;
+  FieldGrid grid(*page);
+  grid.Text(Tr("Server:"), panel.txtOracleServer, Tr("The server that the data comes from"));
+  grid.Browse(
+      panel.cmdOracleServer, [&panel] { panel.cmdOracleServer_Click(); }, Tr("Choose a server"));
+  grid.Text(Tr("User &name:"), panel.txtOracleUser, Tr("The user of the server"));
+  grid.Password(Tr("Password:"), panel.txtOraclePassword, Tr("Is kept scrambled"));
+  grid.List(
+      Tr("Schema:"), panel.cmbORADatabases, [&panel] { panel.cmbORADatabases_DropDown(); },
+      Tr("The schema that the data comes from"));
+  grid.Stretch();
+  return page;
+}
+
+/// Coloured while remote data is copied, grey otherwise.
+QWidget* NewRemotePicture(ctDLlFlatFile& panel) {
+  auto* const box = new QWidget;
+  auto* const layout = new QHBoxLayout(box);
+  layout->setContentsMargins(0, 0, 0, 0);
+  const QIcon icon = box->style()->standardIcon(QStyle::SP_DriveNetIcon);
+  const int size = box->style()->pixelMetric(QStyle::PM_SmallIconSize);
+  for (const auto& [image, mode] : {std::pair{&panel.imgRemoteDir, QIcon::Normal},
+                                    {&panel.imgRemoteDirGrey, QIcon::Disabled}}) {
+    auto* const label = new QLabel;
+    label->setPixmap(icon.pixmap(QSize(size, size), mode));
+    Bind(static_cast<QWidget&>(*label), static_cast<Control&>(*image));
+    layout->addWidget(label);
+  }
+  auto* const copies = new QCheckBox(Tr("&Copy remote data before each run"));
+  Bind(*copies, panel.cbSourceCopyRemData);
+  copies->setToolTip(Tr("Waits for the data provider's status file, then fetches its files"));
+  layout->addWidget(copies);
+  layout->addStretch();
+  return box;
+}
+
+QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
+  auto* const page = new QWidget;
+  FieldGrid grid(*page);
+  QLineEdit* const directory = grid.Text(Tr("Loc&al directory:"), panel.txtSourceDataDir,
+                                         Tr("Where the package reads its files"));
+  OnLeave(*directory, [&panel] { panel.txtSourceDataDir_LostFocus(); });
+  OnDoubleClick(*directory, [&panel] { panel.txtSourceDataDir_DblClick(); });
+  grid.Browse(
+      panel.cmdSourceDataDir, [&panel] { panel.cmdSourceDataDir_Click(); },
+      Tr("Choose the local directory"));
+  grid.Wide(*NewRemotePicture(panel));
+  grid.Option(Tr("from an FTP server"), panel.optSourceFromFTP, Tr("Fetches the files by FTP"));
+  grid.Option(Tr("from a share"), panel.optSourceFromShare,
+              Tr("Copies the files of a Windows share, or of a directory"));
+  grid.Text(Tr("Remote d&irectory:"), panel.txtSourceRemDataDir,
+            Tr("Where the data provider leaves its files and the status file"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemDataDir);
+  grid.Browse(
+      panel.cmdSourceRemDataDir, [&panel] { panel.cmdSourceRemDataDir_Click(); },
+      Tr("Choose the remote directory"));
+  grid.Text(Tr("FTP server:"), panel.txtSourceFTPServer, Tr("The name of the FTP server"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceFTPServer);
+  grid.Text(Tr("User &name:"), panel.txtSourceFTPUsername, Tr("The user of the FTP server"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceFTPUsername);
+  grid.Password(Tr("Password:"), panel.txtSourceFTPPassword, Tr("Is kept scrambled"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceFTPPassword);
+  grid.Button(
+      Tr("&Test"), panel.cmdTestFTP, [&panel] { panel.cmdTestFTP_Click(); },
+      Tr("Tries whether the user may read and write in the remote directory"));
+  grid.Digits(Tr("Poll interval:"), panel.txtSourceRemPollInterval, Tr("minutes"),
+              Tr("How long to wait between two looks at the status file"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemPollInterval);
+  grid.Digits(Tr("Poll duration:"), panel.txtSourceRemPollDuration, Tr("minutes"),
+              Tr("How long to wait for the data altogether"));
+  Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemPollDuration);
+  grid.Stretch();
+  return page;
+}
+
+/// A page for each panel, and one that is in front while none is visible.
+QStackedWidget* NewStack(frmRunnerMain& form) {
+  auto* const stack = new QStackedWidget;
+  auto* const none =
+      new QLabel(Tr("Load lists the data links of the package's model. Select one to edit it."));
+  none->setAlignment(Qt::AlignCenter);
+  none->setEnabled(false);
+  none->setWordWrap(true);
+  stack->addWidget(none);
+  const auto add = [stack](DataLinkPanel& panel, QWidget* page) {
+    stack->addWidget(page);
+    Watch(panel.Visible, *stack, [page](QStackedWidget& all, bool visible) {
+      if (visible) all.setCurrentWidget(page);
+      if (!visible && all.currentWidget() == page) all.setCurrentIndex(0);
+    });
+  };
+  add(form.ctDLlFlatFileOBJ, NewFlatFilePanel(form.ctDLlFlatFileOBJ));
+  add(form.ctDLSQLServerOBJ, NewSqlServerPanel(form.ctDLSQLServerOBJ));
+  add(form.ctlDLOrcaleServerOBJ, NewOraclePanel(form.ctlDLOrcaleServerOBJ));
+  auto& access = form.ctlDLAccesFilesOBJ;
+  add(access, NewFilePanel(access.txtAccessFile, access.cmdAccessFile, access.txtAccessUser,
+                           access.txtAccessPassword, [&access] { access.cmdAccessFile_Click(); }));
+  auto& excel = form.ctlDLExcelFilesOBJ;
+  add(excel, NewFilePanel(excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
+                          excel.txtExcelPassword, [&excel] { excel.cmdExcelFile_Click(); }));
+  return stack;
+}
+
+QWidget* NewList(frmRunnerMain& form) {
+  auto* const side = new QWidget;
+  auto* const layout = new QVBoxLayout(side);
+  layout->setContentsMargins(0, 0, 0, 0);
+  auto* const list = new QListWidget;
+  list->setMinimumWidth(list->fontMetrics().averageCharWidth() * 16);
+  list->setAccessibleName(Tr("Data links"));
+  list->setToolTip(Tr("The data links of the package's model"));
+  Bind(*list, form.lstDataLinks, [&form] { form.lstDataLinks_Click(); });
+  auto* const load = new QPushButton;
+  load->setAutoDefault(false);
+  load->setToolTip(Tr("Reads the data links from the data warehouse"));
+  Bind(*load, form.cmdLoadDataLinks, [&form] { form.cmdLoadDataLinks_Click(); });
+  layout->addWidget(list);
+  layout->addWidget(load);
+  return side;
+}
+
+}  // namespace
+
+QWidget* NewLinkPanels(frmRunnerMain& form) {
+  auto* const group = new QGroupBox(Tr("Data links"));
+  auto* const layout = new QVBoxLayout(group);
+  auto* const splitter = new QSplitter;
+  splitter->setChildrenCollapsible(false);
+  QStackedWidget* const stack = NewStack(form);
+  auto* const scroll = new QScrollArea;
+  scroll->setWidget(stack);
+  scroll->setMinimumWidth(stack->sizeHint().width());
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  splitter->addWidget(NewList(form));
+  splitter->addWidget(scroll);
+  splitter->setStretchFactor(1, 1);
+  const int column = splitter->fontMetrics().averageCharWidth();
+  splitter->setSizes({column * 22, column * 60});
+  layout->addWidget(splitter);
+  return group;
+}
+
+}  // namespace torvik

@@ -1,0 +1,236 @@
+#include "ui/qt/MainWindow.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDir>
+#include <QHBoxLayout>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSettings>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QStyle>
+#include <QTabWidget>
+
+#include "ui/frmRunnerMain.h"
+#include "ui/qt/Binders.h"
+#include "ui/qt/JobPages.h"
+#include "ui/qt/LinkPanels.h"
+#include "ui/qt/RunView.h"
+#include "ui/qt/Theme.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kGeometry = "window/geometry";
+constexpr const char* kRecent = "recentJobFiles";
+constexpr qsizetype kMostRecent = 8;
+
+QString Tr(const char* text) {
+  return QObject::tr(text);
+}
+
+/// A page that can be scrolled when the window, or the font, leaves it no room.
+QScrollArea* Scrolled(QWidget* page) {
+  auto* const area = new QScrollArea;
+  area->setWidget(page);
+  area->setWidgetResizable(true);
+  area->setFrameShape(QFrame::NoFrame);
+  area->setMinimumWidth(page->sizeHint().width() +
+                        area->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+  return area;
+}
+
+QPushButton* NewCommand(CommandButton& command, std::function<void()> click, const QString& help) {
+  auto* const button = new QPushButton;
+  Bind(*button, command, std::move(click));
+  button->setToolTip(help);
+  button->setAutoDefault(false);
+  return button;
+}
+
+QString DroppedJobFile(const QMimeData& data) {
+  for (const QUrl& url : data.urls())
+    if (url.isLocalFile() && url.path().endsWith(".etl", Qt::CaseInsensitive))
+      return url.toLocalFile();
+  return {};
+}
+
+}  // namespace
+
+MainWindow::MainWindow(frmRunnerMain& form) : form_(form) {
+  setAcceptDrops(true);
+  setWindowIcon(QIcon::fromTheme("torvik", QApplication::windowIcon()));
+  MakeMenus();
+  MakeCentre();
+  WatchForm();
+  if (!restoreGeometry(QSettings().value(kGeometry).toByteArray()))
+    resize(fontMetrics().averageCharWidth() * 165, fontMetrics().height() * 50);
+}
+
+void MainWindow::MakeMenus() {
+  QMenu* const file = menuBar()->addMenu(Tr("&File"));
+  const auto add = [this, file](const QString& text, const QKeySequence& keys, auto work) {
+    QAction* const action = file->addAction(text);
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, this, work);
+    Watch(form_.Busy, *action, [](QAction& one, bool busy) { one.setEnabled(!busy); });
+    return action;
+  };
+  add(Tr("&New"), QKeySequence::New, [this] { form_.mnuFileNew_Click(); });
+  add(Tr("&Open..."), QKeySequence::Open, [this] { form_.cmdOpen_Click(); });
+  recent_ = file->addMenu(Tr("Open &recent"));
+  connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
+  add(Tr("&Save"), QKeySequence::Save, [this] { form_.mnuFileSave_Click(); });
+  add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
+  file->addSeparator();
+  add(Tr("E&xecute"), QKeySequence(Qt::Key_F5), [this] { form_.cmdExecute_Click(); });
+  file->addSeparator();
+  QAction* const exit = add(Tr("&Exit"), QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
+  exit->setMenuRole(QAction::QuitRole);
+
+  QMenu* const view = menuBar()->addMenu(Tr("&View"));
+  auto* const themes = new QActionGroup(this);
+  for (const auto& [name, text] : {std::pair{"system", Tr("&System colours")},
+                                   {"light", Tr("&Light")},
+                                   {"dark", Tr("&Dark")}}) {
+    QAction* const action = themes->addAction(view->addAction(text));
+    action->setCheckable(true);
+    action->setChecked(ThemeName() == name);
+    connect(action, &QAction::triggered, this, [name = QString(name)] { ChooseTheme(name); });
+  }
+  QMenu* const help = menuBar()->addMenu(Tr("&Help"));
+  connect(help->addAction(Tr("&About")), &QAction::triggered, this,
+          [this] { form_.mnuHelpAbout_Click(); });
+}
+
+void MainWindow::MakeCentre() {
+  auto* const tabs = new QTabWidget;
+  tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
+  tabs->addTab(Scrolled(NewWarehousePage(form_)), Tr("Data &warehouse"));
+  Bind(*tabs, form_.tabDataInfo);
+  fields_ = tabs;
+  links_ = NewLinkPanels(form_);
+
+  auto* const editors = new QSplitter;
+  editors->setChildrenCollapsible(false);
+  editors->addWidget(tabs);
+  editors->addWidget(links_);
+  editors->setStretchFactor(0, 1);
+  editors->setStretchFactor(1, 1);
+  auto* const all = new QSplitter(Qt::Vertical);
+  all->setChildrenCollapsible(false);
+  all->addWidget(editors);
+  all->addWidget(NewRunView(form_.Monitor));
+  all->setStretchFactor(0, 3);
+  all->setStretchFactor(1, 2);
+
+  auto* const commands = new QHBoxLayout;
+  commands->addWidget(NewCommand(
+      form_.cmdOpen, [this] { form_.cmdOpen_Click(); }, Tr("Opens a job file")));
+  commands->addWidget(NewCommand(
+      form_.cmdSave, [this] { form_.cmdSave_Click(); }, Tr("Saves the job under a name")));
+  commands->addStretch();
+  commands->addWidget(NewCommand(
+      form_.cmdExecute, [this] { form_.cmdExecute_Click(); }, Tr("Executes the job now")));
+  commands->addWidget(NewCommand(
+      form_.cmdClose, [this] { form_.cmdClose_Click(); },
+      Tr("Closes the form; during a run it ends a wait for data")));
+  auto* const centre = new QWidget;
+  auto* const layout = new QVBoxLayout(centre);
+  layout->addWidget(all, 1);
+  layout->addLayout(commands);
+  setCentralWidget(centre);
+}
+
+void MainWindow::WatchForm() {
+  Watch(form_.Caption, *this, [](MainWindow& window, const std::string& caption) {
+    window.setWindowTitle((caption.empty() ? "Torv" : ToQt(caption)) + "[*]");
+  });
+  Watch(form_.HasCloseEntry, *this, [](MainWindow& window, bool has) {
+    const bool isVisible = window.isVisible();
+    window.setWindowFlag(Qt::WindowCloseButtonHint, has);
+    window.setVisible(isVisible);
+  });
+  Watch(form_.Modified, *this,
+        [](MainWindow& window, bool modified) { window.setWindowModified(modified); });
+  Watch(form_.sbStatus.Text, *this, [](MainWindow& window, const std::string& text) {
+    window.statusBar()->showMessage(ToQt(text));
+  });
+  Watch(form_.Busy, *this, [](MainWindow& window, bool busy) {
+    window.fields_->setEnabled(!busy);
+    window.links_->setEnabled(!busy);
+    window.form_.cmdOpen.Enabled.Set(!busy);
+  });
+  Watch(form_.Hourglass, *this, [](MainWindow& window, bool on) {
+    if (on) QApplication::setOverrideCursor(Qt::WaitCursor);
+    if (!on && QApplication::overrideCursor() != nullptr) QApplication::restoreOverrideCursor();
+    // What takes long without a run is not disturbed.
+    window.centralWidget()->setEnabled(!on || window.form_.Busy.Get());
+  });
+  const QPointer<MainWindow> self(this);
+  form_.AboutWanted.Observe([self] {
+    if (self) self->ShowAbout();
+  });
+  form_.JobFileUsed.Observe([self] {
+    if (self) self->AddRecent();
+  });
+  form_.Closed.Observe([self] {
+    if (!self) return;
+    if (self->form_.StartInConfigMode) QSettings().setValue(kGeometry, self->saveGeometry());
+    self->mayGo_ = true;
+    self->close();
+  });
+}
+
+void MainWindow::ShowAbout() {
+  QMessageBox::about(this, Tr("About Torvik"),
+                     Tr("<b>Torvik</b><p>The job runner of the data warehouse: prepares jobs, runs "
+                        "their packages, and leaves a log and one word.</p>"));
+}
+
+/// The job file that the operator works with comes first.
+void MainWindow::AddRecent() {
+  if (!form_.StartInConfigMode) return;
+  QSettings settings;
+  QStringList files = settings.value(kRecent).toStringList();
+  const QString file = ToQt(form_.TorvConfigFile);
+  const bool isRelative = !file.contains(':') && !file.startsWith('\\') && !file.startsWith('/');
+  const QString full = isRelative ? QDir::current().absoluteFilePath(file) : file;
+  files.removeAll(full);
+  files.prepend(full);
+  settings.setValue(kRecent, files.mid(0, kMostRecent));
+}
+
+void MainWindow::FillRecent() {
+  recent_->clear();
+  int number = 1;
+  for (const QString& file : QSettings().value(kRecent).toStringList()) {
+    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + file);
+    connect(action, &QAction::triggered, this,
+            [this, file] { form_.OpenJobFile(file.toStdString()); });
+  }
+  if (recent_->isEmpty()) recent_->addAction(Tr("None"))->setEnabled(false);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (mayGo_) return event->accept();
+  event->ignore();
+  form_.cmdClose_Click();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (!form_.Busy.Get() && !DroppedJobFile(*event->mimeData()).isEmpty())
+    event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  const QString file = DroppedJobFile(*event->mimeData());
+  if (!file.isEmpty()) form_.OpenJobFile(file.toStdString());
+}
+
+}  // namespace torvik

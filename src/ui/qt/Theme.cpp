@@ -1,0 +1,63 @@
+#include "ui/qt/Theme.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QSettings>
+#include <QStyle>
+#include <QStyleFactory>
+
+namespace torvik {
+namespace {
+
+constexpr const char* kKey = "theme";
+
+QPalette DarkPalette() {
+  const QColor window(43, 43, 46), base(64, 64, 68), text(230, 230, 230), grey(130, 130, 130),
+      link(90, 170, 255);
+  QPalette palette(window, window);
+  const std::pair<QPalette::ColorRole, QColor> colours[] = {
+      {QPalette::WindowText, text},
+      {QPalette::Base, base},
+      {QPalette::AlternateBase, window},
+      {QPalette::Text, text},
+      {QPalette::ButtonText, text},
+      {QPalette::BrightText, Qt::white},
+      {QPalette::ToolTipBase, base},
+      {QPalette::ToolTipText, text},
+      {QPalette::Link, link},
+      {QPalette::Highlight, QColor(42, 110, 180)},
+      {QPalette::HighlightedText, Qt::white},
+      {QPalette::PlaceholderText, grey}};
+  for (const auto& [role, colour] : colours) palette.setColor(role, colour);
+  for (const QPalette::ColorRole role :
+       {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+    palette.setColor(QPalette::Disabled, role, grey);
+  palette.setColor(QPalette::Disabled, QPalette::Base, window);
+  return palette;
+}
+
+}  // namespace
+
+QString ThemeName() {
+  return QSettings().value(kKey, "system").toString();
+}
+
+void SetTheme(const QString& name) {
+  static const QString systemStyle = QApplication::style()->name();
+  static const QPalette systemPalette = QApplication::palette();
+  if (name == "system") {
+    QApplication::setStyle(systemStyle);
+    QApplication::setPalette(systemPalette);
+    return;
+  }
+  QStyle* const fusion = QStyleFactory::create("Fusion");
+  QApplication::setStyle(fusion);
+  QApplication::setPalette(name == "dark" ? DarkPalette() : fusion->standardPalette());
+}
+
+void ChooseTheme(const QString& name) {
+  QSettings().setValue(kKey, name);
+  SetTheme(name);
+}
+
+}  // namespace torvik

@@ -1,0 +1,403 @@
+// An operator at the windows: clicks and keys through the toolkit's own events, on real files and
+// an embedded server.
+
+#include <gmock/gmock.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include "desktop/DesktopSession.h"
+#include "fakes/PrivateServer.h"
+#include "platform/Ado.h"
+
+namespace torvik {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class MainWindowTest : public testing::Test {
+ protected:
+  MainWindowTest() { session_.MakeJob(); }
+
+  /// The form with the job.
+  frmRunnerMain& Open() {
+    session_.Start("");
+    session_.Form().OpenJobFile(Path("job.etl"));
+    return session_.Form();
+  }
+
+  std::string Path(const std::string& name) { return session_.Files().PathOf(name); }
+  std::string Job(const std::string& name = "job.etl") { return session_.Files().ReadFile(name); }
+
+  void Type(const QString& field, const QString& text) {
+    auto& line = Line(field);
+    line.setFocus();
+    line.selectAll();
+    QTest::keyClicks(&line, text);
+  }
+  QLineEdit& Line(const QString& field) {
+    auto* const combo = FindCombo(field);
+    return combo ? *combo->lineEdit() : session_.Find<QLineEdit>(field);
+  }
+  QComboBox* FindCombo(const QString& field) {
+    for (QComboBox* box : session_.Window().findChildren<QComboBox*>())
+      if (box->accessibleName() == field && box->isVisible()) return box;
+    return nullptr;
+  }
+  void Click(const QString& button) {
+    QTest::mouseClick(&session_.Find<QAbstractButton>(button), Qt::LeftButton, {}, {5, 5});
+  }
+
+  /// A shortcut with the control key.
+  void Press(Qt::Key key) {
+    session_.Window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&session_.Window()));
+    QTest::keyClick(&session_.Window(), key, Qt::ControlModifier);
+  }
+
+  /// What the next message box says; it is answered with `button`.
+  void AnswerNext(std::string& text, QMessageBox::StandardButton button = QMessageBox::Ok) {
+    OnNextDialog([&text, button](QDialog& dialog) {
+      auto* const box = qobject_cast<QMessageBox*>(&dialog);
+      text = box ? (box->windowTitle() + "|" + box->text()).toStdString() : "another dialog";
+      QAbstractButton* const pressed = box ? box->button(button) : nullptr;
+      pressed ? pressed->click() : dialog.reject();
+    });
+  }
+
+  void SelectLink(const QString& name) {
+    auto& list = session_.Find<QListWidget>("Data links");
+    if (list.count() == 0) Click("Load");
+    list.setCurrentItem(list.findItems(name, Qt::MatchExactly).value(0));
+  }
+
+  DesktopSession session_;
+};
+
+TEST_F(MainWindowTest, AJobIsOpenedEditedAndSaved) {
+  session_.Start("");
+  EXPECT_EQ("Torv[*]", session_.Window().windowTitle());
+  OnNextDialog([this](QDialog& dialog) {
+    auto& files = dynamic_cast<QFileDialog&>(dialog);
+    EXPECT_EQ("Torv : Open Configuration", files.windowTitle());
+    auto* const name = files.findChild<QLineEdit*>("fileNameEdit");
+    name->setText(QString::fromStdString(Path("job.etl")));
+    QTest::keyClick(name, Qt::Key_Return);
+  });
+  Click("Open...");
+  EXPECT_EQ("Torv : [job.etl][*]", session_.Window().windowTitle());
+  EXPECT_EQ("Sales_LoadDW", Line("Package").text());
+  EXPECT_EQ("Sales", Line("ETL model").text());
+  EXPECT_FALSE(session_.Window().isWindowModified());
+  Type("DTS server", "DTSPROD");
+  Click("Use SQL Server authentication");
+  Type("User name", "loader");
+  Type("Password", "tiger");
+  Click("Empty the error file before each run");
+  EXPECT_TRUE(session_.Window().isWindowModified());
+  Press(Qt::Key_S);
+  EXPECT_FALSE(session_.Window().isWindowModified());
+  const std::string job = Job();
+  for (const char* line : {"DTSServer=DTSPROD", "DTSNTAut=FALSE", "DTSUser=loader",
+                           "TruncLogFile=TRUE", "Package=Sales_LoadDW", "[Data Source::orders]"})
+    EXPECT_THAT(job, HasSubstr(std::string(line) + "\r\n"));
+  EXPECT_THAT(job, Not(HasSubstr("tiger")));
+  EXPECT_EQ(QLineEdit::Password, Line("Password").echoMode());
+  // The job comes back as it was saved.
+  session_.Start("");
+  session_.Form().OpenJobFile(Path("job.etl"));
+  EXPECT_EQ("tiger", session_.Form().txtDTSSQLPassword.Text.Get());
+  EXPECT_TRUE(session_.Find<QCheckBox>("Empty the error file before each run").isChecked());
+}
+
+TEST_F(MainWindowTest, AJobIsExecutedAndItsLinesAndVerdictShown) {
+  Open();
+  EXPECT_TRUE(session_.Find<QPushButton>("Execute").isEnabled());
+  Click("Execute");
+  EXPECT_EQ("3", session_.Files().Query("SELECT COUNT(*) FROM orders").substr(0, 1));
+  auto& log = session_.Find<QPlainTextEdit>("Lines of the log");
+  EXPECT_TRUE(log.isVisible());
+  EXPECT_THAT(log.toPlainText().toStdString(),
+              testing::StartsWith("Loading DTS Package : Sales_LoadDW\n"));
+  EXPECT_THAT(log.toPlainText().toStdString(), testing::EndsWith("Executed succesfully ..."));
+  EXPECT_TRUE(session_.Find<QLabel>("Succeeded").isVisible());
+  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Executed succesfully ...\r\n"));
+}
+
+TEST_F(MainWindowTest, AFailureIsShownInABoxAndInColour) {
+  Open();
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  std::string box;
+  AnswerNext(box);
+  Click("Execute");
+  EXPECT_THAT(box, HasSubstr("DTS Exec Error|load orders in 'Sales_LoadDW' failed."));
+  EXPECT_TRUE(session_.Find<QLabel>("Failed").isVisible());
+}
+
+TEST_F(MainWindowTest, AWaitForRemoteDataIsCancelledByClose) {
+  Open();
+  SelectLink("orders");
+  Click("Copy remote data before each run");
+  Click("from a share");
+  Type("Remote directory", QString::fromStdString(Path("remote")) + "/");
+  session_.Files().WriteFile("remote/status", "busy\r\n");
+  bool wasBusy = false;
+  QTimer::singleShot(500, [&] {
+    wasBusy = session_.Form().Busy.Get();
+    EXPECT_FALSE(session_.Find<QPushButton>("Execute").isEnabled());
+    session_.Window().close();
+    EXPECT_TRUE(session_.Form().IsOpen());
+  });
+  Click("Execute");
+  EXPECT_TRUE(wasBusy);
+  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Waiting for end of execution\r\n"));
+  EXPECT_TRUE(session_.Form().IsOpen());
+  EXPECT_FALSE(session_.Form().Busy.Get());
+}
+
+TEST_F(MainWindowTest, EachPanelWritesItsLinkIntoTheJobFile) {
+  const struct {
+    const char* link;
+    std::vector<std::pair<const char*, const char*>> fields;
+    std::vector<const char*> lines;
+  } cases[] = {
+      {"orders",
+       {{"Local directory", "S:\\new"}, {"Poll interval", "7"}, {"Poll duration", "90"}},
+       {"Directory=S:\\new\\", "PollInterval=7", "PollDuration=90"}},
+      {"erp",
+       {{"Server", "ERP2"}, {"User name", "u"}, {"Database", "erpdb"}},
+       {"Server=ERP2", "User=u", "Database=erpdb"}},
+      {"prices", {{"File", "S:\\p.xls"}, {"User name", "x"}}, {"File=S:\\p.xls", "User=x"}},
+      {"stock", {{"File", "S:\\s.mdb"}, {"Password", "tiger"}}, {"File=S:\\s.mdb"}},
+      {"ledger", {{"Server", "ORA2"}, {"Schema", "LEDGER"}}, {"Server=ORA2", "Database=LEDGER"}}};
+  Open();
+  for (const auto& c : cases) {
+    SelectLink(c.link);
+    if (c.link == std::string("orders")) Click("Copy remote data before each run");
+    for (const auto& [field, text] : c.fields) Type(field, text);
+    session_.Find<QListWidget>("Data links").setFocus();
+  }
+  Press(Qt::Key_S);
+  const std::string job = Job();
+  EXPECT_THAT(job, Not(HasSubstr("tiger")));
+  for (const auto& c : cases) {
+    const std::size_t begin = job.find("[Data Source::" + std::string(c.link) + "]");
+    ASSERT_NE(job.npos, begin) << job;
+    const std::string section = job.substr(begin, job.find("\r\n[", begin) - begin);
+    for (const char* line : c.lines) EXPECT_THAT(section, HasSubstr(line)) << c.link;
+  }
+}
+
+TEST_F(MainWindowTest, LettersNeverReachThePollFields) {
+  Open();
+  SelectLink("orders");
+  Click("Copy remote data before each run");
+  Type("Poll interval", "1a2");
+  EXPECT_EQ("12", Line("Poll interval").text());
+  QApplication::clipboard()->setText("x30 minutes");
+  Line("Poll interval").selectAll();
+  Line("Poll interval").paste();
+  EXPECT_EQ("30", Line("Poll interval").text());
+  EXPECT_EQ(30, session_.TheProgram().dataLinks.FindDataLink("orders")->intPollInterval);
+}
+
+TEST_F(MainWindowTest, TheSchedulerGetsItsLine) {
+  session_.Start("-config " + Path("hand.txt") + " -configfile " + Path("job.etl"));
+  EXPECT_TRUE(session_.Find<QPushButton>("Exit").isVisible());
+  Click("Exit");
+  EXPECT_FALSE(session_.Form().IsOpen());
+  EXPECT_FALSE(session_.Window().isVisible());
+  EXPECT_EQ("-configfile \"" + Path("job.etl") + "\"\r\n", session_.Files().ReadFile("hand.txt"));
+  session_.Start("-config " + Path("hand.txt"));
+  Click("Cancel");
+  EXPECT_EQ("canceled\r\n", session_.Files().ReadFile("hand.txt"));
+  session_.Start("-config " + Path("no/such/hand.txt"));
+  std::string box;
+  AnswerNext(box);
+  Click("Cancel");
+  EXPECT_THAT(box, HasSubstr("Save QXJob Config file|Unable to write to : "));
+}
+
+TEST_F(MainWindowTest, UnsavedChangesAreAskedFor) {
+  Open();
+  Type("DTS server", "NEW");
+  std::string box;
+  AnswerNext(box, QMessageBox::Cancel);
+  Press(Qt::Key_Q);
+  EXPECT_EQ("Torv|Save the changes to \"job.etl\"?", box);
+  EXPECT_TRUE(session_.Form().IsOpen());
+  AnswerNext(box, QMessageBox::No);
+  session_.Window().close();
+  EXPECT_FALSE(session_.Form().IsOpen());
+  EXPECT_THAT(Job(), HasSubstr("DTSServer=(local)\r\n"));
+}
+
+TEST_F(MainWindowTest, BadInputIsSaidInWords) {
+  Open();
+  std::string box;
+  AnswerNext(box);
+  session_.Form().OpenJobFile(Path("server"));  // a directory
+  EXPECT_EQ("Torv Error|Error: Can't load Config file " + Path("server"), box);
+  session_.Form().OpenJobFile(Path("job.etl"));
+  const std::string longPath = "S:\\" + std::string(4096, 'x');
+  Line("Error file").setText(QString::fromStdString(longPath));
+  EXPECT_EQ(longPath, session_.Form().txtDTSErrorFile.Text.Get());
+  session_.Files().WriteFile("job.etl", Job() + "; by someone else\r\n");
+  AnswerNext(box, QMessageBox::No);
+  Press(Qt::Key_S);
+  EXPECT_THAT(box, HasSubstr("was changed by someone else since it was opened."));
+  EXPECT_THAT(Job(), HasSubstr("; by someone else"));
+  session_.Files().Connect("DW")->Execute("DROP TABLE dwm_data_link");
+  AnswerNext(box);
+  Click("Load");
+  EXPECT_THAT(box, HasSubstr("Checking DataWarehouse database|dwm_data_link table not found"));
+  session_.Form().txtDestServer.Text.Set("no.such.server.invalid");
+  AnswerNext(box);
+  Click("Load");
+  EXPECT_THAT(box,
+              HasSubstr("Connect to Datawarehouse server|Error while connecting to : no.such"));
+}
+
+TEST_F(MainWindowTest, ListsAndPickersAnswerTheKeyboard) {
+  frmRunnerMain& form = Open();
+  FindCombo("Package")->showPopup();
+  EXPECT_EQ("Sales_LoadDW", FindCombo("Package")->itemText(0));
+  FindCombo("Package")->hidePopup();
+  EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
+  OnNextDialog([](QDialog& dialog) {
+    EXPECT_EQ("Select your DTS Server...", dialog.windowTitle());
+    auto& list = DesktopSession::FindIn<QListWidget>(dialog, "Known servers");
+    EXPECT_FALSE(list.findItems("(local)", Qt::MatchExactly).isEmpty());
+    QTest::keyClicks(&DesktopSession::FindIn<QLineEdit>(dialog, ""), "TYPED");
+    QTest::keyClick(&dialog, Qt::Key_Return);
+  });
+  form.cmdDTSServer_Click();
+  EXPECT_EQ("TYPED", Line("DTS server").text().toStdString());
+  session_.Files().WriteFile("a/b/file", "");
+  OnNextDialog([](QDialog& dialog) {
+    EXPECT_EQ("Select local Directory...", dialog.windowTitle());
+    auto& tree = DesktopSession::FindIn<QTreeWidget>(dialog, "Folders");
+    QTreeWidgetItem* const a = tree.findItems("a", Qt::MatchExactly | Qt::MatchRecursive).value(0);
+    ASSERT_NE(nullptr, a);
+    a->setExpanded(true);
+    tree.setCurrentItem(a->child(0));
+    QTest::keyClick(&dialog, Qt::Key_Return);
+  });
+  form.txtLogFilesDir.Text.Set("S:\\");
+  form.cmdLogFilesDir_Click();
+  EXPECT_EQ("S:\\a\\b\\", form.txtLogFilesDir.Text.Get());
+  OnNextDialog([](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+  form.cmdDestServer_Click();
+  EXPECT_EQ("(local)", form.txtDestServer.Text.Get());
+}
+
+TEST_F(MainWindowTest, TheRightsOnAnFtpServerAreTested) {
+  const PrivateServer server("private-ftp");
+  server.Write("in/status", "idle\r\n");
+  session_.Files().AddSettings("[ftp]\nport = " + std::to_string(server.Port()) + "\n");
+  Open();
+  SelectLink("orders");
+  Click("Copy remote data before each run");
+  Click("from an FTP server");
+  Type("Remote directory", "in");
+  Type("FTP server", "127.0.0.1");
+  auto& panel = session_.Form().ctDLlFlatFileOBJ;
+  panel.txtSourceFTPUsername.Text.Set("torvik");
+  std::string box;
+  for (const auto& [password, answer] :
+       {std::pair{server.Password(),
+                  "FTP Check|Check operation succeeded! The user has read and write rights."},
+        {std::string("wrong"),
+         "FTP Check|Login failed! FTP site doesn't exist or the password is incorrect!"}}) {
+    panel.txtSourceFTPPassword.Text.Set(password);
+    AnswerNext(box);
+    Click("Test");
+    EXPECT_EQ(answer, box);
+  }
+}
+
+TEST_F(MainWindowTest, RecentJobFilesAreInTheMenu) {
+  Open();
+  session_.Start("");
+  QMenu* menu = nullptr;
+  for (QMenu* one : session_.Window().findChildren<QMenu*>())
+    if (one->title() == "Open &recent") menu = one;
+  ASSERT_NE(nullptr, menu);
+  emit menu->aboutToShow();
+  EXPECT_EQ("&1  " + Path("job.etl"), menu->actions().value(0)->text().toStdString());
+  menu->actions().value(0)->trigger();
+  EXPECT_EQ(Path("job.etl"), session_.Form().TorvConfigFile);
+}
+
+TEST_F(MainWindowTest, AnEtlFileMayBeDropped) {
+  session_.Start("");
+  QMimeData data;
+  data.setUrls({QUrl::fromLocalFile(QString::fromStdString(Path("job.etl")))});
+  QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&session_.Window(), &enter);
+  EXPECT_TRUE(enter.isAccepted());
+  QDropEvent drop({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(&session_.Window(), &drop);
+  EXPECT_EQ(Path("job.etl"), session_.Form().TorvConfigFile);
+}
+
+TEST_F(MainWindowTest, NoTwoVisibleControlsHaveTheSameKey) {
+  Open();
+  for (const char* link : {"orders", "erp", "prices", "ledger"})
+    for (const int page : {0, 1}) {
+      SelectLink(link);
+      session_.Form().tabDataInfo.Tab.Set(page);
+      std::map<QString, QString> keys;
+      const auto add = [&](const QString& text) {
+        const QString key = QKeySequence::mnemonic(text).toString();
+        EXPECT_FALSE(!key.isEmpty() && keys.contains(key))
+            << (keys[key] + "|" + text).toStdString();
+        keys[key] = text;
+      };
+      for (const QAction* menu : dynamic_cast<QMainWindow&>(session_.Window()).menuBar()->actions())
+        add(menu->text());
+      const auto* const tabs = session_.Window().findChild<QTabWidget*>();
+      for (int i = 0; i < tabs->count(); ++i) add(tabs->tabText(i));
+      for (const QLabel* label : session_.Window().findChildren<QLabel*>())
+        if (label->isVisible() && label->buddy()) add(label->text());
+      for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
+        if (button->isVisible()) add(button->text());
+    }
+}
+
+TEST_F(MainWindowTest, EveryFieldHasANameAndTheTabKeyReachesIt) {
+  Open();
+  for (QWidget* widget : session_.Window().findChildren<QWidget*>()) {
+    const bool isField = qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
+                         qobject_cast<QListWidget*>(widget);
+    const bool isPart = qobject_cast<QComboBox*>(widget->parentWidget()) != nullptr;
+    if (!isField || isPart) continue;
+    EXPECT_FALSE(widget->accessibleName().isEmpty());
+    EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->accessibleName().toStdString();
+    EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus) << widget->accessibleName().toStdString();
+  }
+}
+
+}  // namespace
+}  // namespace torvik

@@ -1,0 +1,325 @@
+// The main form as an operator works with it, without a toolkit.
+
+#include "ui/frmRunnerMain.h"
+
+#include <gmock/gmock.h>
+
+#include "fakes/DataLinkRow.h"
+#include "fakes/ProgramTest.h"
+
+namespace torvik {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct MainFormTest : ProgramTest {
+  MainFormTest() {
+    const std::pair<const char*, std::vector<ado::Value>> links[] = {
+        {"orders", DataLinkRow("orders", {{"Type", std::int64_t{3}},
+                                          {"ds_directory", std::string("C:\\in\\")}})},
+        {"erp", DataLinkRow("erp", {{"Type", std::int64_t{1}}, {"ds_server", std::string("ERP")}})},
+        {"odd", DataLinkRow("odd", {{"Type", std::int64_t{2}}})}};
+    FakeRows all{kDataLinkColumns, {}};
+    for (const auto& [name, row] : links) {
+      all.rows.push_back(row);
+      ado.state.rows["SELECT * FROM dwm_data_link WHERE model = 'Sales' AND source_name = '" +
+                     std::string(name) + "'"] = {kDataLinkColumns, {row}};
+    }
+    ado.state.rows["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'"] = all;
+  }
+
+  frmRunnerMain& Open() {
+    Start("");
+    Form().OpenJobFile("job.etl");
+    return Form();
+  }
+
+  std::string LastBox() const {
+    if (messages.boxes.empty()) return "no box";
+    const auto& box = messages.boxes.back();
+    return box.title + "|" + box.text + (box.icon == BoxIcon::Critical ? "|critical" : "");
+  }
+
+  /// Which of these gets the keyboard.
+  void WatchFocus(const char* name, Control& control) {
+    control.SetFocus.Observe([this, name] { focus = name; });
+  }
+  std::string focus;
+};
+
+TEST_F(MainFormTest, ANewJobHasDefaultsAndMarksWhatIsMissing) {
+  Start("");
+  frmRunnerMain& form = Form();
+  EXPECT_EQ("(local)", form.txtDTSServer.Text.Get());
+  EXPECT_EQ("sa", form.txtDestSQLUsername.Text.Get());
+  EXPECT_TRUE(form.cmbETLPackage.Missing.Get());
+  EXPECT_FALSE(form.txtDTSServer.Missing.Get());
+  EXPECT_FALSE(form.cmdExecute.Enabled.Get());
+  EXPECT_FALSE(form.Modified.Get());
+  const std::pair<Observable<std::string>*, const char*> fields[] = {
+      {&form.cmbETLPackage.Text, "Sales_LoadDW"},
+      {&form.txtDTSErrorFile.Text, "e.txt"},
+      {&form.cmbDestDB.Text, "DW"}};
+  for (const auto& [field, text] : fields) {
+    EXPECT_FALSE(form.cmdExecute.Enabled.Get());
+    field->Set(text);
+  }
+  EXPECT_TRUE(form.cmdExecute.Enabled.Get());
+  EXPECT_TRUE(form.DTSInfoComplete() && form.DWInfoComplete());
+  EXPECT_TRUE(form.Modified.Get());
+  EXPECT_FALSE(form.cmbETLPackage.Missing.Get());
+}
+
+TEST_F(MainFormTest, ExecuteNamesTheFirstFieldThatItMisses) {
+  const struct {
+    const char* package;
+    const char* server;
+    const char* database;
+    const char* errorFile;
+    const char* focus;
+    int page;
+  } cases[] = {{"", "", "", "", "package", 0},
+               {"", "S", "DW", "e", "package", 0},
+               {"P_Init", "", "", "e", "server", 1},
+               {"P_Init", "S", "", "e", "database", 1},
+               {"P_Init", "S", "DW", "", "errorFile", 0}};
+  Start("");
+  frmRunnerMain& form = Form();
+  WatchFocus("package", form.cmbETLPackage);
+  WatchFocus("server", form.txtDestServer);
+  WatchFocus("database", form.cmbDestDB);
+  WatchFocus("errorFile", form.txtDTSErrorFile);
+  for (const auto& c : cases) {
+    form.cmbETLPackage.Text.Set(c.package);
+    form.txtDestServer.Text.Set(c.server);
+    form.cmbDestDB.Text.Set(c.database);
+    form.txtDTSErrorFile.Text.Set(c.errorFile);
+    form.tabDataInfo.Tab.Set(1 - c.page);
+    form.cmdExecute_Click();
+    EXPECT_EQ(c.focus, focus);
+    EXPECT_EQ(c.page, form.tabDataInfo.Tab.Get()) << c.focus;
+    EXPECT_EQ(
+        focus == "errorFile"
+            ? "DTS Package Info Check input|Please fill in Error File before Executing DTS "
+              "Package|critical"
+            : "Connect to Datawarehouse server|Please fill in DTS Package, DTS Server and Data "
+              "Warehouse database|critical",
+        LastBox());
+  }
+  EXPECT_THAT(host.state.calls, IsEmpty());
+}
+
+TEST_F(MainFormTest, ExecuteRunsTheJobAndShowsHowItEnds) {
+  frmRunnerMain& form = Open();
+  form.cmdExecute_Click();
+  EXPECT_EQ(RunVerdict::Ok, form.Monitor.Verdict.Get()) << LastBox();
+  ASSERT_FALSE(form.Monitor.Lines().empty());
+  EXPECT_EQ("Executed succesfully ...", form.Monitor.Lines().back());
+  EXPECT_FALSE(form.Busy.Get() || form.Monitor.Runs.Get() || form.Hourglass.Get());
+  EXPECT_TRUE(form.cmdExecute.Enabled.Get() && form.cmdShowErrorFile.Enabled.Get());
+  EXPECT_EQ("job.etl", registry.keys["software\\quor\\torvik\\torv"]["lastusedconfigfile"]);
+  form.cmdShowErrorFile_Click();
+  EXPECT_THAT(processes.commandLines, testing::Contains(HasSubstr("NOTEPAD.EXE \"err.txt\"")));
+}
+
+TEST_F(MainFormTest, CloseDuringARunOnlyCancelsTheWait) {
+  frmRunnerMain& form = Open();
+  host.state.onExecute = [&](auto&) {
+    EXPECT_TRUE(form.Busy.Get());
+    form.cmdClose_Click();
+    form.cmdExecute_Click();
+    EXPECT_TRUE(form.IsOpen());
+  };
+  form.cmdExecute_Click();
+  EXPECT_THAT(files.Text("err.txt"), HasSubstr("Waiting for end of execution\r\n"));
+  EXPECT_TRUE(program.remoteData.IsCancelRequested());
+  form.cmdClose_Click();
+  EXPECT_FALSE(form.IsOpen());
+}
+
+TEST_F(MainFormTest, APanelEditsTheSelectedLinkAndSavingWritesIt) {
+  frmRunnerMain& form = Open();
+  form.cmdLoadDataLinks_Click();
+  EXPECT_THAT(form.lstDataLinks.List.Get(), ElementsAre("orders", "erp", "odd"));
+  const std::pair<int, const Observable<bool>*> panels[] = {{0, &form.ctDLlFlatFileOBJ.Visible},
+                                                            {1, &form.ctDLSQLServerOBJ.Visible}};
+  for (const auto& [position, visible] : panels) {
+    form.lstDataLinks.ListIndex.Set(position);
+    form.lstDataLinks_Click();
+    EXPECT_TRUE(visible->Get() && form.DataSourceInfoPresent()) << position;
+  }
+  EXPECT_FALSE(form.ctDLlFlatFileOBJ.Visible.Get());
+  form.ctDLSQLServerOBJ.txtSQLServer.Text.Set("ERP2");
+  EXPECT_TRUE(form.Modified.Get());
+  form.mnuFileSave_Click();
+  EXPECT_FALSE(form.Modified.Get()) << LastBox();
+  EXPECT_EQ("ERP2", profile.Find("job.etl", "Data Source::erp", "Server")->value);
+  form.lstDataLinks.ListIndex.Set(2);
+  form.lstDataLinks_Click();
+  EXPECT_FALSE(form.DataSourceInfoPresent() || form.ctDLSQLServerOBJ.Visible.Get());
+  // Another package has other links.
+  form.cmbETLPackage.Text.Set("Stock_Init");
+  EXPECT_THAT(form.lstDataLinks.List.Get(), IsEmpty());
+  EXPECT_EQ(nullptr, program.dataLinks.FindDataLink("erp"));
+}
+
+TEST_F(MainFormTest, WhatIsNotSavedIsAskedFor) {
+  const struct {
+    Answer answer;
+    bool closes, saves;
+  } cases[] = {
+      {Answer::Cancel, false, false}, {Answer::No, true, false}, {Answer::Yes, true, true}};
+  for (const auto& c : cases) {
+    frmRunnerMain& form = Open();
+    const std::string server = c.saves ? "NEW" : "OTHER";
+    form.txtDTSServer.Text.Set(server);
+    messages.answer = c.answer;
+    form.cmdClose_Click();
+    EXPECT_EQ("Save the changes to \"job.etl\"?", messages.questions.back().text);
+    EXPECT_EQ(!c.closes, form.IsOpen());
+    EXPECT_EQ(c.saves ? "NEW" : "DTSPROD",
+              profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
+  }
+  messages.questions.clear();
+  Open().cmdClose_Click();
+  EXPECT_THAT(messages.questions, IsEmpty());
+}
+
+TEST_F(MainFormTest, AJobFileThatSomeoneElseHasChangedIsNotReplacedUnasked) {
+  frmRunnerMain& form = Open();
+  files.Put("job.etl", "changed by someone else");
+  messages.answer = Answer::No;
+  form.txtDTSServer.Text.Set("NEW");
+  form.mnuFileSave_Click();
+  EXPECT_THAT(messages.questions.back().text, HasSubstr("job.etl was changed by someone else"));
+  EXPECT_EQ("DTSPROD", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
+  EXPECT_TRUE(form.Modified.Get());
+  messages.answer = Answer::Yes;
+  form.mnuFileSave_Click();
+  EXPECT_EQ("NEW", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
+}
+
+TEST_F(MainFormTest, OpenAndSaveUseTheirDialogs) {
+  Start("");
+  frmRunnerMain& form = Form();
+  form.cmdOpen_Click();
+  EXPECT_EQ("", form.TorvConfigFile);
+  dialogs.choice = "job.etl";
+  form.cmdOpen_Click();
+  EXPECT_EQ("Torv : Open Configuration", dialogs.opened.back().title);
+  EXPECT_EQ("ETL Files (*.etl)|*.etl", dialogs.opened.back().filter);
+  EXPECT_EQ("Torv : [job.etl]", form.Caption.Get());
+  EXPECT_EQ("Sales", form.cmbETLModel.Text.Get());
+  dialogs.choice = "other.etl";
+  form.cmdSave_Click();
+  EXPECT_EQ("Torv : Save Configuration", dialogs.saved.back().title);
+  EXPECT_EQ("etl", dialogs.saved.back().defaultExtension);
+  EXPECT_EQ("Torv : [other.etl]", form.Caption.Get()) << LastBox();
+  EXPECT_EQ("DW", profile.Find("other.etl", "Datawarehouse Server Info", "DWDB")->value);
+  dialogs.choice = "missing.etl";
+  form.cmdOpen_Click();
+  EXPECT_EQ("Torv Error|Error: Can't load Config file missing.etl|critical", LastBox());
+  EXPECT_EQ("missing.etl", form.TorvConfigFile);
+  form.mnuFileNew_Click();
+  EXPECT_EQ("", form.TorvConfigFile + form.cmbETLPackage.Text.Get());
+  EXPECT_EQ("(local)", form.txtDTSServer.Text.Get());
+}
+
+TEST_F(MainFormTest, AWarehouseThatIsGoneStopsSavingAndExecuting) {
+  frmRunnerMain& form = Open();
+  for (const bool executes : {false, true}) {
+    ado.state.failOpen = std::vector<ado::ProviderError>{{1, "no route"}};
+    form.txtDTSServer.Text.Set(executes ? "B" : "A");
+    executes ? form.cmdExecute_Click() : form.mnuFileSave_Click();
+    EXPECT_EQ(
+        "Connect to Datawarehouse server|Error while connecting to : DWPROD\r\nno route|critical",
+        LastBox());
+  }
+  EXPECT_EQ("DTSPROD", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
+  ado.state.tables.clear();
+  form.cmdLoadDataLinks_Click();
+  EXPECT_THAT(LastBox(), HasSubstr("dwm_data_link table not found in specified DataWarehouse"));
+}
+
+TEST_F(MainFormTest, PathsAreCompletedWhenTheirFieldIsLeft) {
+  Start("");
+  frmRunnerMain& form = Form();
+  const std::pair<const char*, const char*> files[] = {{"e.txt", "T:/tmp/e.txt"},
+                                                       {" e.txt ", "T:/tmp/e.txt"},
+                                                       {"\\\\s\\x\\e.txt", "\\\\s\\x\\e.txt"},
+                                                       {"d:e.txt", "d:e.txt"},
+                                                       {"/var/e.txt", "/var/e.txt"},
+                                                       {"", ""}};
+  for (const auto& [typed, left] : files) {
+    form.txtDTSErrorFile.Text.Set(typed);
+    form.txtDTSErrorFile_LostFocus();
+    EXPECT_EQ(left, form.txtDTSErrorFile.Text.Get()) << typed;
+  }
+  EXPECT_EQ("T:/tmp/Torv\\", form.lblUsedLogfileDir.Caption.Get());
+  form.cmbETLPackage.Text.Set("A_Init");
+  form.cbDefaultLogFilesDir.Value.Set(true);
+  form.cmbETLPackage.Text.Set("B_Init");
+  EXPECT_EQ("T:/tmp/Torv\\B_Init\\", form.txtLogFilesDir.Text.Get());
+}
+
+TEST_F(MainFormTest, PickersFillTheirFields) {
+  frmRunnerMain& form = Open();
+  browser.choice = "SRV";
+  form.cmdDTSServer_Click();
+  form.cmdDestServer_Click();
+  EXPECT_EQ("Select your DTS Server...", browser.asked[0].title);
+  EXPECT_EQ("Select your DW Server...", browser.asked[1].title);
+  EXPECT_EQ("SRVSRV", form.txtDTSServer.Text.Get() + form.txtDestServer.Text.Get());
+  browser.choice = "D:\\logs";
+  form.cmdLogFilesDir_Click();
+  EXPECT_EQ("D:\\logs\\", form.txtLogFilesDir.Text.Get());
+  EXPECT_EQ("logs", browser.asked[2].selection);
+  dialogs.choice = "D:\\e.txt";
+  form.cmdDTSErrorFile_Click();
+  EXPECT_EQ("D:\\e.txt", form.txtDTSErrorFile.Text.Get());
+  browser.choice.clear();
+  form.cmdDTSServer_Click();
+  EXPECT_EQ("SRV", form.txtDTSServer.Text.Get());
+}
+
+TEST_F(MainFormTest, ListsKeepWhatTheFieldShowed) {
+  frmRunnerMain& form = Open();
+  ado.state.rows["SELECT DISTINCT name FROM msdb.dbo.sysdtspackages"] = {
+      {"name"}, {{std::string("Sales_Init")}, {std::string("Sales_LoadDW")}, {std::string("X")}}};
+  form.cmbETLPackage_DropDown();
+  EXPECT_THAT(form.cmbETLPackage.List.Get(), ElementsAre("Sales_Init", "Sales_LoadDW"));
+  EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
+  form.cmbETLModel_DropDown();
+  EXPECT_THAT(form.cmbETLModel.List.Get(), ElementsAre("Sales"));
+  ado.state.rows["SELECT DISTINCT name FROM master.dbo.sysdatabases ORDER BY name"] = {
+      {"name"}, {{std::string("dw")}, {std::string("master")}}};
+  form.cmbDestDB_DropDown();
+  EXPECT_EQ("dw", form.cmbDestDB.Text.Get());
+  ado.state.failOpen = std::vector<ado::ProviderError>{{1, "gone"}};
+  form.cmbDestDB_DropDown();
+  EXPECT_EQ("Connect to Databases Server|Error while connecting to : DWPROD\r\n\r\ngone|critical",
+            LastBox());
+  EXPECT_EQ("dw", form.cmbDestDB.Text.Get());
+  ado.state.rows.clear();
+  form.cmbETLPackage_DropDown();
+  EXPECT_THAT(LastBox(), HasSubstr("Error while connecting to : DTSPROD"));
+  EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
+}
+
+TEST(RunMonitor, ShowsStepsWithRowsAndRate) {
+  FakeClock clock;
+  RunMonitor monitor(clock);
+  monitor.Begin();
+  monitor.ShowStep({"pump", StepState::Running, 0});
+  clock.Sleep(std::chrono::seconds(2));
+  monitor.ShowStep({"pump", StepState::Running, 24690});
+  EXPECT_EQ("running, 24,690 rows, 12,345 rows/s", Described(monitor.Steps.Get()[0]));
+  monitor.ShowStep({"sql", StepState::Failed, 0});
+  monitor.ShowStep({"sql", StepState::Done, 0});
+  EXPECT_EQ("failed", Described(monitor.Steps.Get()[1]));
+}
+
+}  // namespace
+}  // namespace torvik
