@@ -51,6 +51,12 @@ bool IsCollection(std::string_view name) {
   return names.contains(name);
 }
 
+bool EndsBuilding(std::string_view method) {
+  return method == "execute" || method == "savetosqlserver" || method == "savetosqlserveras" ||
+         method == "savetostoragefile" || method == "savetostoragefileas" ||
+         method == "savetorepository";
+}
+
 ObjectPtr NewItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
                   int line) {
   ObjectPtr item = recording.NewObject(collection.kind + " item", line);

@@ -11,6 +11,10 @@ namespace torvik::importing {
 /// Members that are collections, or parts that have properties of their own.
 bool IsCollection(std::string_view lowerName);
 
+/// Methods of a package that run or store it: what follows them has nothing to do with how it is
+/// built.
+bool EndsBuilding(std::string_view lowerMethod);
+
 /// A collection's New: an item that is not in it yet.
 ObjectPtr NewItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
                   int line);

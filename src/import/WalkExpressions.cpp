@@ -17,13 +17,6 @@ using script::ExpressionKind;
 constexpr int kDeepestCall = 60, kMostCalls = 5000;
 constexpr std::size_t kLongestText = std::size_t{16} << 20;
 
-/// What follows these has nothing to do with how the package is built.
-bool EndsBuilding(std::string_view method) {
-  return method == "execute" || method == "savetosqlserver" || method == "savetosqlserveras" ||
-         method == "savetostoragefile" || method == "savetostoragefileas" ||
-         method == "savetorepository";
-}
-
 }  // namespace
 
 void Walker::Assign(const Expression& target, Value value) {

@@ -5,6 +5,7 @@
 
 #include "import/Entry.h"
 #include "import/ExpressionNames.h"
+#include "import/ObjectModel.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -178,11 +179,12 @@ bool Walker::Matters(const Node& node) const {
 }
 
 bool Walker::MattersInside(const Node& node) const {
-  const bool sets = (node.kind == NodeKind::Assign || node.kind == NodeKind::Append ||
-                     node.kind == NodeKind::Call) &&
-                    node.expressions[0]->kind != ExpressionKind::Name;
-  const bool assigns = node.kind == NodeKind::Assign || node.kind == NodeKind::Append;
-  return sets || assigns || Matters(node);
+  if (node.kind == NodeKind::Assign || node.kind == NodeKind::Append) return true;
+  if (node.kind != NodeKind::Call) return Matters(node);
+  const Expression& call = *node.expressions[0];
+  const Expression& callee = call.kind == ExpressionKind::Call ? *call.operands[0] : call;
+  if (call.kind == ExpressionKind::Name) return procedures_.contains(call.lower);
+  return !EndsBuilding(callee.lower);
 }
 
 void Walker::RunFor(const Node& node) {

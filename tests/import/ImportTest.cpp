@@ -129,6 +129,8 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
       {"If server = \"x\" Then\n s = 1\nEnd If",
        "6: whether this part of the package is made "
        "depends on what is not known (server)"},
+      {"If server = \"x\" Then Other\nSub Other()\n Set q = p.Steps.New\nEnd Sub",
+       "6: whether this part of the package is made depends"},
       {"While More()\n s = s & 1\nWend", "6: whether this part"},
       {"s = \"x\" : p.Connections(\"gone\").DataSource = 1",
        "6: the package has no \"gone\" among "
