@@ -163,12 +163,17 @@ TEST_F(MainWindowTest, AWaitForRemoteDataIsCancelledByClose) {
   Type("Remote directory", QString::fromStdString(Path("remote")) + "/");
   session_.Files().WriteFile("remote/status", "busy\r\n");
   bool wasBusy = false;
-  QTimer::singleShot(500, [&] {
-    wasBusy = session_.Form().Busy.Get();
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+    const bool isLoaded = session_.Form().Monitor.Lines().size() > 2;
+    if (!session_.Form().Busy.Get() || !isLoaded) return;
+    timer.stop();
+    wasBusy = true;
     EXPECT_FALSE(session_.Find<QPushButton>("Execute").isEnabled());
     session_.Window().close();
     EXPECT_TRUE(session_.Form().IsOpen());
   });
+  timer.start(200);
   Click("Execute");
   EXPECT_TRUE(wasBusy);
   EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Waiting for end of execution\r\n"));
