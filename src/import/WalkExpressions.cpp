@@ -14,7 +14,7 @@ namespace {
 using script::Expression;
 using script::ExpressionKind;
 
-constexpr int kDeepestCall = 60, kMostCalls = 5000;
+constexpr int kDeepestCall = 30, kMostCalls = 50'000;
 constexpr std::size_t kLongestText = std::size_t{16} << 20;
 
 }  // namespace

@@ -15,7 +15,7 @@ using script::Expression;
 using script::ExpressionKind;
 
 /// Code that does more than this runs on and on.
-constexpr int kMostSteps = 400'000, kMostPasses = 500, kMostPassesOfAll = 2000;
+constexpr int kMostSteps = 1'000'000, kMostPasses = 500, kMostPassesOfAll = 2000;
 constexpr std::size_t kMostObjects = 200'000;
 
 std::string Shortened(const std::string& text) {
