@@ -43,7 +43,8 @@ class Registry {
   virtual std::int32_t RegQueryValueExA(RegistryKey key, const std::string& name, char* buffer,
                                         std::uint32_t& size) = 0;
 
-  /// Stores the bytes as they are; a terminating NUL is the caller's business.
+  /// Stores the bytes as they are; only texts can be stored. A terminating NUL is the caller's
+  /// business.
   virtual std::int32_t RegSetValueExA(RegistryKey key, const std::string& name, std::uint32_t type,
                                       std::string_view data) = 0;
 

@@ -71,7 +71,8 @@ std::string CRegSettings::GetSetting(const std::string& section, const std::stri
   const std::string name = ValueName(key);
   if (registry_.RegQueryValueExA(open, name, nullptr, size) == kSuccess && size > 0) {
     std::string buffer(size, ' ');
-    if (registry_.RegQueryValueExA(open, name, buffer.data(), size) == kSuccess)
+    // Another process may have emptied it in between.
+    if (registry_.RegQueryValueExA(open, name, buffer.data(), size) == kSuccess && size > 0)
       setting = ansi_.Decode(buffer.substr(0, size - 1));
   }
   registry_.RegCloseKey(open);

@@ -44,8 +44,9 @@ struct FakeRegistry final : Registry {
     if (buffer) value->second.copy(buffer, size);
     return registry::kSuccess;
   }
-  std::int32_t RegSetValueExA(RegistryKey key, const std::string& name, std::uint32_t,
+  std::int32_t RegSetValueExA(RegistryKey key, const std::string& name, std::uint32_t type,
                               std::string_view data) override {
+    if (type != registry::kText) return registry::kCannotWrite;
     if (open.count(key) == 0) return registry::kInvalidHandle;
     keys[open[key]][LowerAscii(name)] = data;
     return registry::kSuccess;

@@ -64,6 +64,8 @@ TEST_P(RegistryContract, ValuesAreKeptByteForByte) {
   char part[4] = "???";
   EXPECT_EQ(kSuccess, registry_->RegQueryValueExA(key, "plain", part, size));
   EXPECT_STREQ("sec", part);
+  EXPECT_EQ(kCannotWrite, registry_->RegSetValueExA(key, "plain", 4, "1234"));
+  EXPECT_EQ("second", Value(key, "plain"));
 }
 
 TEST_P(RegistryContract, KeysAreMadeFoundAndDeleted) {
@@ -120,19 +122,31 @@ TEST_F(RegistryOfAFile, ADamagedFileIsLeftAlone) {
   EXPECT_EQ(damaged, disk_.Read("r/HKEY_LOCAL_MACHINE.reg"));
 }
 
+TEST_F(RegistryOfAFile, WhatAPersonHasWrittenStays) {
+  disk_.Write("r/HKEY_LOCAL_MACHINE.reg", "; mine\r\n[S\\T]\r\n; of a\r\n\"A\"=\"1\"\r\n");
+  ASSERT_EQ(kSuccess, Save("a", "2"));
+  EXPECT_EQ("[S]\n\n[S\\T]\n; mine\n; of a\n\"A\"=\"2\"\n", disk_.Read("r/HKEY_LOCAL_MACHINE.reg"));
+}
+
 TEST_F(RegistryOfAFile, WithoutWriteRightsItCannotBeOpened) {
-  if (geteuid() == 0) {
-    // Root may write anywhere but where there is no directory.
-    disk_.Write("r", "a file");
-    EXPECT_EQ(kAccessDenied, Save("a", "1"));
-    return;
-  }
   ASSERT_EQ(kSuccess, Save("a", "1"));
-  chmod(disk_.PathOf("r").c_str(), 0500);
+  chmod(disk_.Path().c_str(), 0755);
+  chmod(disk_.PathOf("r").c_str(), 0755);
+  chmod(disk_.PathOf("r/HKEY_LOCAL_MACHINE.reg").c_str(), 0444);
+  const bool isRoot = geteuid() == 0;
+  // Root may write anywhere: somebody else looks.
+  if (isRoot) {
+    ASSERT_EQ(0, seteuid(65534));
+  }
   const auto registry = NewRegistryFile(disk_.PathOf("r"));
   RegistryKey key = 0;
-  EXPECT_EQ(kAccessDenied, registry->RegOpenKeyExA(kLocalMachine, "S\\T", kAllAccess, key));
-  chmod(disk_.PathOf("r").c_str(), 0700);
+  const std::int32_t opened = registry->RegOpenKeyExA(kLocalMachine, "S\\T", kAllAccess, key);
+  const std::int32_t saved = Save("b", "1");
+  if (isRoot) {
+    ASSERT_EQ(0, seteuid(0));
+  }
+  EXPECT_EQ(kAccessDenied, opened);
+  EXPECT_EQ(kAccessDenied, saved);
 }
 
 }  // namespace

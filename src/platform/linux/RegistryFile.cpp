@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 
 #include "platform/Text.h"
@@ -72,7 +73,7 @@ class RegistryFile final : public Registry {
     return Change([&](Hive& all) {
       Hive::Key* const found = Find(all, key);
       if (found == nullptr) return kInvalidHandle;
-      found->values[LowerAscii(name)] = {name, std::string(data)};
+      found->Set(name, data);
       return kSuccess;
     });
   }
@@ -114,28 +115,47 @@ class RegistryFile final : public Registry {
     return open == open_.end() ? nullptr : all.Find(open->second);
   }
 
+  /// A signal does not end the wait.
+  static bool Lock(const Descriptor& file) {
+    int result;
+    do {
+      result = flock(file.Number(), LOCK_EX);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+  }
+
   bool MayWrite() const {
-    return access(directory_.c_str(), W_OK) == 0 && access(Path().c_str(), W_OK) == 0;
+    const auto may = [](const std::string& path) {
+      return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+    };
+    return may(directory_) && may(Path());
   }
 
   /// A file that is not there holds nothing.
-  std::int32_t Read(Hive& all) const {
-    std::string text;
+  std::int32_t Read(Hive& all, std::string& text) const {
     const std::error_code error = ReadFile(Path(), text);
     if (error == std::errc::no_such_file_or_directory) return kSuccess;
     if (error) return error == std::errc::permission_denied ? kAccessDenied : kCannotOpen;
     return ReadHive(text, all) ? kSuccess : kCannotOpen;
   }
 
+  std::int32_t Read(Hive& all) const {
+    std::string text;
+    return Read(all, text);
+  }
+
   /// Reads, changes and writes while no other process does.
   template <typename Work>
   std::int32_t Change(const Work& work) {
     const Descriptor lock = OpenFile(directory_ + "/lock", O_RDWR | O_CREAT, kFileMode);
-    if (!lock.IsOpen() || flock(lock.Number(), LOCK_EX) != 0) return kAccessDenied;
+    if (!lock.IsOpen() || !Lock(lock)) return kAccessDenied;
     Hive all;
-    if (const std::int32_t result = Read(all)) return result;
+    std::string before;
+    if (const std::int32_t result = Read(all, before)) return result;
     if (const std::int32_t result = work(all)) return result;
-    const std::error_code error = ReplaceFile(Path(), WriteHive(all), kFileMode);
+    const std::string after = WriteHive(all);
+    if (after == before) return kSuccess;
+    const std::error_code error = ReplaceFile(Path(), after, kFileMode);
     if (!error) return kSuccess;
     return error == std::errc::permission_denied ? kAccessDenied : kCannotWrite;
   }

@@ -71,12 +71,16 @@ bool ReadValue(std::string_view line, Hive::Key& key) {
   line.remove_prefix(1);
   auto data = TakeQuoted(line);
   if (!data || !line.empty()) return false;
-  const std::string lower = LowerAscii(name);
-  key.values[lower] = {std::move(name), std::move(*data)};
+  key.Set(name, *data);
   return true;
 }
 
 }  // namespace
+
+void Hive::Key::Set(const std::string& name, std::string_view data) {
+  Value& value = values.try_emplace(LowerAscii(name), Value{name, ""}).first->second;
+  value.data = data;
+}
 
 Hive::Key& Hive::Make(const std::string& path) {
   for (std::size_t end = path.find('\\'); end != path.npos; end = path.find('\\', end + 1)) {
@@ -101,13 +105,19 @@ bool Hive::HasKeysBelow(const std::string& path) const {
 
 bool ReadHive(std::string_view text, Hive& hive) {
   Hive::Key* key = nullptr;
+  std::string comments;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
+    std::string_view line = text.substr(0, end);
+    if (line.ends_with('\r')) line.remove_suffix(1);
     text.remove_prefix(std::min(end + 1, text.size()));
-    if (line.empty() || line.starts_with(';')) continue;
-    if (line.starts_with('[') && line.ends_with(']')) {
+    if (line.empty()) continue;
+    if (line.starts_with(';')) {
+      (key ? key->comments : comments).append(line) += '\n';
+    } else if (line.starts_with('[') && line.ends_with(']')) {
       key = &hive.Make(std::string(line.substr(1, line.size() - 2)));
+      key->comments += comments;
+      comments.clear();
     } else if (key == nullptr || !ReadValue(line, *key)) {
       return false;
     }
@@ -118,7 +128,7 @@ bool ReadHive(std::string_view text, Hive& hive) {
 std::string WriteHive(const Hive& hive) {
   std::string text;
   for (const auto& [lower, key] : hive.keys) {
-    text += (text.empty() ? "[" : "\n[") + key.path + "]\n";
+    text += (text.empty() ? "[" : "\n[") + key.path + "]\n" + key.comments;
     for (const auto& [name, value] : key.values)
       text += (name.empty() ? "@" : Quoted(value.name)) + "=" + Quoted(value.data) + "\n";
   }

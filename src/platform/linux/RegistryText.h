@@ -15,6 +15,10 @@ struct Hive {
   struct Key {
     std::string path;
     std::map<std::string, Value> values;
+    std::string comments;  ///< Lines of a person's, ';' before each.
+
+    /// A value that is there keeps the spelling of its name.
+    void Set(const std::string& name, std::string_view data);
   };
 
   std::map<std::string, Key> keys;
