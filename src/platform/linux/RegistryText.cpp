@@ -109,7 +109,7 @@ bool ReadHive(std::string_view text, Hive& hive) {
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
-    if (line.ends_with('\r')) line.remove_suffix(1);
+    while (line.ends_with('\r')) line.remove_suffix(1);
     text.remove_prefix(std::min(end + 1, text.size()));
     if (line.empty()) continue;
     if (line.starts_with(';')) {
