@@ -104,6 +104,7 @@ ObjectPtr FindItem(Recording& recording, Object& collection, const Value& key, i
         key.number >= 1 && key.number <= static_cast<double>(collection.items.size());
     return isThere ? collection.items[static_cast<std::size_t>(key.number) - 1] : nullptr;
   }
+  recording.searched += collection.items.size() + collection.made.size();
   for (const auto* list : {&collection.items, &collection.made})
     for (const ObjectPtr& item : *list)
       if (IsCalled(*item, name)) return item;

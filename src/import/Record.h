@@ -82,6 +82,7 @@ struct Recording {
   ObjectPtr package;  ///< Null: the text builds no package.
   std::vector<Note> notes;
   std::map<std::string, std::vector<int>> unknown;  ///< Lines by the names that are not known.
+  std::size_t searched = 0;                         ///< Items that were looked at to find others.
   std::vector<ObjectPtr> objects;  ///< All: they may belong to each other, and end together.
 
  private:

@@ -16,7 +16,7 @@ using script::ExpressionKind;
 
 /// Code that does more than this runs on and on.
 constexpr int kMostSteps = 1'000'000, kMostPasses = 500, kMostPassesOfAll = 2000;
-constexpr std::size_t kMostObjects = 200'000;
+constexpr std::size_t kMostObjects = 200'000, kMostSearched = 5'000'000;
 
 std::string Shortened(const std::string& text) {
   return text.size() > 200 ? std::string(FirstCharacters(text, 200)) + "..." : text;
@@ -52,7 +52,8 @@ Recording Walker::Walk() {
 
 void Walker::Run(const Nodes& nodes) {
   for (const auto& node : nodes) {
-    if (++steps_ > kMostSteps || recording_.objects.size() > kMostObjects) {
+    if (++steps_ > kMostSteps || recording_.objects.size() > kMostObjects ||
+        recording_.searched > kMostSearched) {
       NoteAt(node->line, "the code runs on and on; what follows is left out");
       throw Exit{"all"};
     }

@@ -63,8 +63,16 @@ struct DigitsBox : TextBox {
   /// Whether a key is taken: a digit, or the backspace (8).
   static bool AcceptsKey(char32_t key) { return (key >= U'0' && key <= U'9') || key == 8; }
 
+  /// A number that is negative shows its sign.
+  void Show(int number) {
+    isShowing_ = true;
+    Text.Set(std::to_string(number));
+    isShowing_ = false;
+  }
+
   DigitsBox() {
     Text.Observe([this](const std::string& text) {
+      if (isShowing_) return;
       std::string digits = text;
       std::erase_if(digits, [](char c) { return c < '0' || c > '9'; });
       Text.Set(digits);
@@ -72,6 +80,9 @@ struct DigitsBox : TextBox {
   }
   DigitsBox(const DigitsBox&) = delete;
   DigitsBox& operator=(const DigitsBox&) = delete;
+
+ private:
+  bool isShowing_ = false;
 };
 
 struct CheckBox : Control {

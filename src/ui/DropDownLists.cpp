@@ -7,20 +7,22 @@
 
 namespace torvik {
 
-void FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
+bool FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
                     const ServerLogon& logon, DropDown& box, const std::string& title,
                     void (*list)(ado::Connection& connection, DropDown& box)) {
   std::unique_ptr<ado::Connection> connection;
   std::string errorText;
   if (BuildConnection(databases, etlType, logon, connection, errorText, "")) {
     try {
-      return list(*connection, box);
+      list(*connection, box);
+      return true;
     } catch (const PlatformError& error) {
       errorText = error.Description();
     }
   }
   messages.Box("Error while connecting to : " + logon.server + "\r\n" + errorText, title,
                BoxIcon::Critical);
+  return false;
 }
 
 }  // namespace torvik

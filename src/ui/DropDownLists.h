@@ -14,8 +14,9 @@ class Messages;
 struct ServerLogon;
 
 /// Lists what a server has in a drop-down list, by `list` (ListSQLDatabases or ListOracleSchemas).
-/// When the server cannot be reached, or not asked, a message box of that title says why.
-void FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
+/// When the server cannot be reached, or not asked, a message box of that title says why and the
+/// answer is false; a list that has broken off shows nothing then.
+bool FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
                     const ServerLogon& logon, DropDown& box, const std::string& title,
                     void (*list)(ado::Connection& connection, DropDown& box));
 

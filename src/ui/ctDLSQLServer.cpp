@@ -37,10 +37,12 @@ void ctDLSQLServer::cmdSQLServer_Click() {
 }
 
 void ctDLSQLServer::cmbSQLDatabases_DropDown() {
-  FillFromServer(services_.databases, services_.messages, EtlSqlServer,
-                 {txtSQLServer.Text.Get(), optSQLSecureLogin.Value.Get(), txtSQLUser.Text.Get(),
-                  txtSQLPassword.Text.Get()},
-                 cmbSQLDatabases, "Connect to SQL Server", ListSQLDatabases);
+  const std::string shown = cmbSQLDatabases.Text.Get();
+  const bool isFilled = FillFromServer(services_.databases, services_.messages, EtlSqlServer,
+                                       {txtSQLServer.Text.Get(), optSQLSecureLogin.Value.Get(),
+                                        txtSQLUser.Text.Get(), txtSQLPassword.Text.Get()},
+                                       cmbSQLDatabases, "Connect to SQL Server", ListSQLDatabases);
+  if (!isFilled) cmbSQLDatabases.Text.Set(shown);
 }
 
 }  // namespace torvik

@@ -75,13 +75,14 @@ void ctDLlFlatFile::Blank(cDataSource& link) const {
 void ctDLlFlatFile::Show(const cDataSource& link) {
   txtSourceDataDir.Text.Set(link.strDSDirectory);
   optSourceFromShare.Value.Set(link.intTransferData == TransferShare);
-  cbSourceCopyRemData.Value.Set(link.intTransferData != TransferNone);
+  cbSourceCopyRemData.Value.Set(link.intTransferData == TransferFtp ||
+                                link.intTransferData == TransferShare);
   txtSourceRemDataDir.Text.Set(link.strRemoteDir);
   txtSourceFTPServer.Text.Set(link.strFTPServer);
   txtSourceFTPUsername.Text.Set(link.strFTPUser);
   txtSourceFTPPassword.Text.Set(link.strFTPPassword);
-  txtSourceRemPollInterval.Text.Set(std::to_string(link.intPollInterval));
-  txtSourceRemPollDuration.Text.Set(std::to_string(link.intPollDuration));
+  txtSourceRemPollInterval.Show(link.intPollInterval);
+  txtSourceRemPollDuration.Show(link.intPollDuration);
 }
 
 void ctDLlFlatFile::cmdSourceDataDir_Click() {

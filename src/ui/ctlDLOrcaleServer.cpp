@@ -32,10 +32,12 @@ void ctlDLOrcaleServer::cmdOracleServer_Click() {
 }
 
 void ctlDLOrcaleServer::cmbORADatabases_DropDown() {
-  FillFromServer(
+  const std::string shown = cmbORADatabases.Text.Get();
+  const bool isFilled = FillFromServer(
       services_.databases, services_.messages, EtlOracleSchemas,
       {txtOracleServer.Text.Get(), false, txtOracleUser.Text.Get(), txtOraclePassword.Text.Get()},
       cmbORADatabases, "Connect to Oracle Server", ListOracleSchemas);
+  if (!isFilled) cmbORADatabases.Text.Set(shown);
 }
 
 }  // namespace torvik

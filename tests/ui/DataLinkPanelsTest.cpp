@@ -152,6 +152,12 @@ TEST_F(PanelTest, PollFieldsTakeDigits) {
   }
   flat.txtSourceRemPollDuration.Text.Set("120");
   EXPECT_EQ(120, link.intPollDuration);
+  // A negative number is shown as it stands, and kept.
+  cDataSource endless;
+  endless.intPollDuration = -1;
+  flat.SetObjDataSource(endless);
+  EXPECT_EQ("-1", flat.txtSourceRemPollDuration.Text.Get());
+  EXPECT_EQ(-1, endless.intPollDuration);
   for (const char32_t key : {U'0', U'9', char32_t{8}}) EXPECT_TRUE(DigitsBox::AcceptsKey(key));
   for (const char32_t key : {U'a', U'-', U' ', U'.', U'\u0663'})
     EXPECT_FALSE(DigitsBox::AcceptsKey(key));
@@ -186,12 +192,14 @@ TEST_F(PanelTest, TheWayOfTheTransferOpensItsFields) {
     EXPECT_EQ(!c.copies, flat.imgRemoteDirGrey.Visible.Get());
   }
   // A record is shown as it stands.
-  for (const std::int16_t transfer : {TransferNone, TransferFtp, TransferShare}) {
+  constexpr std::int16_t kUnknown = 9;
+  for (const std::int16_t transfer : {TransferNone, TransferFtp, TransferShare, kUnknown}) {
     cDataSource other;
     other.intTransferData = transfer;
     flat.SetObjDataSource(other);
     EXPECT_EQ(transfer, other.intTransferData);
-    EXPECT_EQ(transfer != TransferNone, flat.cbSourceCopyRemData.Value.Get());
+    EXPECT_EQ(transfer == TransferFtp || transfer == TransferShare,
+              flat.cbSourceCopyRemData.Value.Get());
     EXPECT_EQ(transfer == TransferShare, flat.optSourceFromShare.Value.Get());
   }
 }
@@ -265,6 +273,12 @@ TEST_F(PanelTest, ServersListTheirDatabasesOrSayWhyNot) {
       messages.boxes,
       ElementsAre(FakeMessages::ShownBox{text, "Connect to SQL Server", BoxIcon::Critical},
                   FakeMessages::ShownBox{text, "Connect to Oracle Server", BoxIcon::Critical}));
+  // A list that breaks off leaves the record's database.
+  ado.state.rows["SELECT DISTINCT name FROM master.dbo.sysdatabases ORDER BY name"].failAt = 1;
+  sql.SetObjDataSource(link);
+  sql.cmbSQLDatabases_DropDown();
+  EXPECT_EQ("b", link.strDSDatabase);
+  EXPECT_EQ("b", sql.cmbSQLDatabases.Text.Get());
   sql.SetObjDataSource(link);
   sql.optSQLSecureLogin.Value.Set(true);
   EXPECT_TRUE(link.blnDSTrustedLogin);
