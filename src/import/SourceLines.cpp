@@ -20,26 +20,26 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-/// Appends a character of the Basic Multilingual Plane.
-void AppendCharacter(unsigned code, std::string& utf8) {
-  if (code < 0x80) {
-    utf8 += static_cast<char>(code);
-  } else if (code < 0x800) {
-    utf8 += static_cast<char>(0xC0 | code >> 6);
-    utf8 += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    utf8 += static_cast<char>(0xE0 | code >> 12);
-    utf8 += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-    utf8 += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
-
+/// Pairs of surrogates are one character; one alone is U+FFFD.
 std::string FromUtf16(std::string_view bytes, bool isBigEndian) {
+  const auto unitAt = [&](std::size_t at) {
+    const auto first = static_cast<unsigned char>(bytes[at]);
+    const auto second = static_cast<unsigned char>(bytes[at + 1]);
+    return static_cast<char32_t>(isBigEndian ? first << 8 | second : second << 8 | first);
+  };
+  const auto isOf = [](char32_t unit, char32_t first) { return unit >> 10 == first >> 10; };
+  constexpr char32_t kHigh = 0xD800, kLow = 0xDC00, kReplacement = 0xFFFD;
   std::string utf8;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto first = static_cast<unsigned char>(bytes[i]);
-    const auto second = static_cast<unsigned char>(bytes[i + 1]);
-    AppendCharacter(isBigEndian ? first << 8u | second : second << 8u | first, utf8);
+  for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+    char32_t point = unitAt(at);
+    const bool isPair = isOf(point, kHigh) && at + 3 < bytes.size() && isOf(unitAt(at + 2), kLow);
+    if (isPair) {
+      point = 0x10000 + ((point - kHigh) << 10 | (unitAt(at + 2) - kLow));
+      at += 2;
+    } else if (isOf(point, kHigh) || isOf(point, kLow)) {
+      point = kReplacement;
+    }
+    AppendCodePoint(point, utf8);
   }
   return utf8;
 }
@@ -54,7 +54,7 @@ std::string FromWindows1252(std::string_view bytes) {
   for (const char c : bytes) {
     const auto byte = static_cast<unsigned char>(c);
     const unsigned high = byte >= 0x80 && byte < 0xA0 ? kHigh[byte - 0x80] : 0;
-    AppendCharacter(high != 0 ? high : byte, utf8);
+    AppendCodePoint(high != 0 ? high : byte, utf8);
   }
   return utf8;
 }

@@ -27,6 +27,12 @@ inline bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
 }
 
+/// The text without the blanks around it.
+inline std::string_view WithoutBlanks(std::string_view text) {
+  const std::size_t begin = std::min(text.find_first_not_of(' '), text.size());
+  return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
 /// The text with blanks for control characters: one line, whatever it held.
 inline std::string ControlsAsBlanks(std::string text) {
   std::replace_if(

@@ -2,6 +2,7 @@
 
 #include "platform/CodePage.h"
 #include "platform/Registry.h"
+#include "platform/Text.h"
 
 namespace torvik {
 namespace {
@@ -10,11 +11,6 @@ using namespace registry;
 
 constexpr const char* kDefaultCompany = "Quor";
 constexpr const char* kProduct = "Torvik";
-
-std::string Trimmed(const std::string& text) {
-  const std::size_t begin = text.find_first_not_of(' ');
-  return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
 
 /// "*" stands for the default value.
 std::string ValueName(const std::string& key) {
@@ -35,7 +31,7 @@ CRegSettings::CRegSettings(Registry& registry, const CodePage& ansi)
       hive_(kLocalMachine) {}
 
 void CRegSettings::SetCompany(const std::string& company) {
-  company_ = company.empty() ? kDefaultCompany : Trimmed(company);
+  company_ = company.empty() ? std::string_view(kDefaultCompany) : WithoutBlanks(company);
 }
 
 void CRegSettings::SetHive(std::uint32_t) {
@@ -43,7 +39,7 @@ void CRegSettings::SetHive(std::uint32_t) {
 }
 
 void CRegSettings::SetAppName(const std::string& name) {
-  appName_ = name.empty() ? kProduct : Trimmed(name);
+  appName_ = name.empty() ? std::string_view(kProduct) : WithoutBlanks(name);
 }
 
 std::string CRegSettings::BuildKeyPath(const std::string& section) const {

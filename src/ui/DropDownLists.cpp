@@ -1,11 +1,21 @@
 #include "ui/DropDownLists.h"
 
 #include "datalinks/BuildConnection.h"
+#include "datalinks/DatabaseLists.h"
 #include "platform/Ado.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "ui/Controls.h"
 
 namespace torvik {
+
+void Select(ComboBox& box, const std::string& text) {
+  const std::int16_t position = SelectComboEntry(box, text);
+  if (position >= 0)
+    box.Choose(position);
+  else
+    box.Text.Set(text);
+}
 
 bool FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
                     const ServerLogon& logon, DropDown& box, const std::string& title,

@@ -9,9 +9,13 @@ namespace ado {
 class Connection;
 class Provider;
 }  // namespace ado
+struct ComboBox;
 class DropDown;
 class Messages;
 struct ServerLogon;
+
+/// Chooses the entry that equals the text, letter case aside; without one the text itself is shown.
+void Select(ComboBox& box, const std::string& text);
 
 /// Lists what a server has in a drop-down list, by `list` (ListSQLDatabases or ListOracleSchemas).
 /// When the server cannot be reached, or not asked, a message box of that title says why and the

@@ -6,6 +6,7 @@
 #include "platform/FileDialogs.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 #include "startup/HandOffFile.h"
 #include "startup/Program.h"
 #include "ui/DropDownLists.h"
@@ -16,11 +17,6 @@ namespace torvik {
 namespace {
 
 constexpr int kPackagePage = 0, kWarehousePage = 1;
-
-std::string Trimmed(const std::string& text) {
-  const std::size_t begin = text.find_first_not_of(' ');
-  return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
 
 /// A path of a drive or of the network, or one from the root on.
 bool IsFullPath(const std::string& path) {
@@ -132,7 +128,7 @@ void frmRunnerMain::cmdLogFilesDir_Click() {
 }
 
 void frmRunnerMain::txtDTSErrorFile_LostFocus() {
-  const std::string file = Trimmed(txtDTSErrorFile.Text.Get());
+  const std::string file(WithoutBlanks(txtDTSErrorFile.Text.Get()));
   if (!file.empty() && !IsFullPath(file))
     txtDTSErrorFile.Text.Set(program_.platform.files.TempDirectory() + file);
 }
@@ -177,11 +173,7 @@ void frmRunnerMain::FillKeepingText(ComboBox& box, const Fill& fill) {
   const std::string text = box.Text.Get();
   isFilling_ = true;
   fill();
-  const std::int16_t position = SelectComboEntry(box, text);
-  if (position >= 0)
-    box.Choose(position);
-  else
-    box.Text.Set(text);
+  Select(box, text);
   isFilling_ = false;
   FieldChanged();
 }

@@ -1,12 +1,12 @@
 // The main form's fields, the job that they stand for, and the job's file.
 
 #include "config/FileUtils.h"
-#include "datalinks/DatabaseLists.h"
 #include "datalinks/ETLPackages.h"
 #include "platform/FileDialogs.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
 #include "startup/Program.h"
+#include "ui/DropDownLists.h"
 #include "ui/frmRunnerMain.h"
 
 namespace torvik {
@@ -17,15 +17,6 @@ constexpr const char* kTitle = "Torv Error";
 
 VariantBool Variant(bool value) {
   return value ? VariantTrue : VariantFalse;
-}
-
-/// The entry that equals the text, letter case aside, else the text itself.
-void Select(ComboBox& box, const std::string& text) {
-  const std::int16_t position = SelectComboEntry(box, text);
-  if (position >= 0)
-    box.Choose(position);
-  else
-    box.Text.Set(text);
 }
 
 }  // namespace

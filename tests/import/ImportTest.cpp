@@ -214,6 +214,14 @@ TEST(Import, EncodingsAreKnownByTheirBytes) {
   EXPECT_THAT(Import(text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
   EXPECT_THAT(Import("\xEF\xBB\xBF" + text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
   EXPECT_THAT(Import(wide).document, HasSubstr("sql = \"x\""));
+  // A character of two units, and half of one.
+  const std::string plain = WithSql("s = \"@~\"");
+  std::string pairs = "\xFF\xFE";
+  for (const char c : plain)
+    pairs += c == '@'   ? std::string("\x3D\xD8\x00\xDE", 4)
+             : c == '~' ? std::string("\x3D\xD8", 2)
+                        : std::string{c, '\0'};
+  EXPECT_THAT(Import(pairs).document, HasSubstr("sql = \"\xF0\x9F\x98\x80\xEF\xBF\xBD\""));
 }
 
 }  // namespace
