@@ -17,8 +17,8 @@
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowSource.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/IconvCodePages.h"
-#include "platform/linux/PosixFiles.h"
+#include "platform/linux/text/IconvCodePages.h"
+#include "platform/linux/system/PosixFiles.h"
 
 using namespace torvik;
 using namespace torvik::engine;

@@ -9,9 +9,9 @@
 
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
-#include "platform/linux/ConsoleMessages.h"
-#include "platform/linux/Display.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/system/ConsoleMessages.h"
+#include "platform/linux/system/Display.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"

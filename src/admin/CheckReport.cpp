@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "admin/Admin.h"
-#include "engine/Variables.h"
+#include "engine/model/Variables.h"
 
 namespace torvik::admin {
 namespace {

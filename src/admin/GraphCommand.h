@@ -3,7 +3,7 @@
 #include <string>
 
 #include "admin/Admin.h"
-#include "engine/PackageModel.h"
+#include "engine/model/PackageModel.h"
 
 namespace torvik::admin {
 

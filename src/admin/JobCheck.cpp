@@ -3,11 +3,11 @@
 #include "datalinks/DataLinks.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
-#include "platform/linux/IniText.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/PosixFiles.h"
-#include "platform/linux/ProfileFiles.h"
-#include "platform/linux/ShellByPath.h"
+#include "platform/linux/settings/IniText.h"
+#include "platform/linux/settings/ProfileFiles.h"
+#include "platform/linux/shares/ShellByPath.h"
+#include "platform/linux/system/PosixFiles.h"
 
 namespace torvik::admin {
 namespace {

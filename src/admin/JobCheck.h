@@ -8,7 +8,7 @@
 #include "platform/Files.h"
 #include "platform/Profile.h"
 #include "platform/Shell.h"
-#include "platform/linux/PathMap.h"
+#include "platform/linux/system/PathMap.h"
 
 namespace torvik {
 class cDataSource;

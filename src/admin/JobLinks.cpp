@@ -9,9 +9,9 @@
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
-#include "platform/linux/IniText.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/SqlNames.h"
+#include "platform/linux/database/SqlNames.h"
+#include "platform/linux/settings/IniText.h"
 
 namespace torvik::admin {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "admin/JobCheck.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/Posix.h"
+#include "platform/linux/system/Posix.h"
 
 namespace torvik::admin {
 namespace {

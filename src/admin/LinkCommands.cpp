@@ -6,7 +6,7 @@
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/SqlNames.h"
+#include "platform/linux/database/SqlNames.h"
 
 namespace torvik::admin {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/TomlTable.h"
-#include "platform/linux/SqlNames.h"
+#include "engine/model/TomlTable.h"
+#include "platform/linux/database/SqlNames.h"
 
 namespace torvik::admin {
 namespace {

@@ -1,5 +1,5 @@
 #include "admin/Commands.h"
-#include "platform/linux/SmbBrowse.h"
+#include "platform/linux/shares/smb/SmbBrowse.h"
 
 namespace torvik::admin {
 namespace {

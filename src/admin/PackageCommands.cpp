@@ -5,8 +5,8 @@
 #include "admin/ImportCommand.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
-#include "engine/Providers.h"
-#include "engine/RunnerVariables.h"
+#include "engine/model/Providers.h"
+#include "engine/model/RunnerVariables.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/PackageModel.h"
+#include "engine/model/PackageModel.h"
 
 namespace torvik {
 class CodePage;

@@ -1,10 +1,10 @@
 #include <CLI/CLI.hpp>
 
 #include "admin/Admin.h"
-#include "platform/linux/AdoOdbc.h"
-#include "platform/linux/EmbeddedServer.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/OdbcServerSetup.h"
+#include "platform/linux/database/ServerSetup.h"
+#include "platform/linux/odbc/AdoOdbc.h"
+#include "platform/linux/sqlite/EmbeddedServer.h"
 
 namespace torvik::admin {
 namespace {
@@ -18,10 +18,10 @@ std::string SetUp(LinuxPlatform& platform, const ServerChoice& choice,
       FindServerPlace(platform.settings, kProvider, choice.server, DriverOfDataSource);
   const bool isPostgreSql = place.kind == ServerPlace::Kind::PostgreSql;
   if (isPostgreSql || place.kind == ServerPlace::Kind::Odbc) {
-    SetUpOdbcServer(
-        *platform.databases, isPostgreSql ? OdbcFamily::PostgreSql : FamilyOf(place.odbc.driver),
-        {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)}, warehouse);
-    return place.odbc.dataSource.empty() ? place.odbc.host : place.odbc.dataSource;
+    SetUpServer(*platform.databases,
+                isPostgreSql ? DriverFamily::PostgreSql : FamilyOf(place.address.driver),
+                {choice.server, choice.user.empty(), choice.user, ReadPassword(choice)}, warehouse);
+    return place.address.dataSource.empty() ? place.address.host : place.address.dataSource;
   }
   CreateEmbeddedServer(place.path);
   if (!warehouse.empty()) CreateWarehouse(place.path, warehouse);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "engine/Providers.h"
-#include "engine/TaskReader.h"
-#include "engine/Variables.h"
+#include "engine/model/Providers.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
 
 namespace torvik::engine {
 namespace {

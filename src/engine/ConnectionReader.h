@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/PackageModel.h"
-#include "engine/TomlTable.h"
+#include "engine/model/PackageModel.h"
+#include "engine/model/TomlTable.h"
 
 namespace torvik::engine {
 

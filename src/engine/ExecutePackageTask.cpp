@@ -1,13 +1,14 @@
+#include "engine/ExecutePackageTask.h"
+
 #include <algorithm>
 
-#include "engine/EngineServices.h"
-#include "engine/Execution.h"
 #include "engine/PackageDocument.h"
-#include "engine/PackageLog.h"
 #include "engine/PackageStore.h"
-#include "engine/TaskReader.h"
-#include "engine/Tasks.h"
-#include "engine/VariableChanges.h"
+#include "engine/model/EngineServices.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/VariableChanges.h"
+#include "engine/run/PackageExecution.h"
+#include "engine/run/PackageLog.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -96,15 +97,15 @@ class ExecutePackageTask final : public Task {
     PackageLog log(context.Services(), package.name, variables,
                    [&](const std::string& trouble) { context.Output(trouble); });
     Workflow workflow(package.steps);
-    RunExecution({context.Services(), package, variables, workflow, running,
-                  [&](ExecutionEvent event) {
-                    log.Handle(event);
-                    if (event.kind == ExecutionEvent::Kind::StepProgress)
-                      context.Progress(*event.rows);
-                    if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
-                      fail("step " + Quoted(event.step) + " failed: " + event.text);
-                  },
-                  context.Cancelled()});
+    ExecutePackage({context.Services(), package, variables, workflow, running,
+                    [&](ExecutionEvent event) {
+                      log.Handle(event);
+                      if (event.kind == ExecutionEvent::Kind::StepProgress)
+                        context.Progress(*event.rows);
+                      if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
+                        fail("step " + Quoted(event.step) + " failed: " + event.text);
+                    },
+                    context.Cancelled()});
     if (!failures.empty())
       throw PlatformError(0, "package " + Quoted(package.name) + ": " + failures, "package engine");
   }

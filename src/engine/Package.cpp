@@ -5,14 +5,14 @@
 #include <optional>
 #include <thread>
 
-#include "engine/EventQueue.h"
-#include "engine/Execution.h"
 #include "engine/PackageDocument.h"
-#include "engine/PackageLog.h"
 #include "engine/PackageStore.h"
-#include "engine/Problems.h"
-#include "engine/Variables.h"
-#include "engine/Workflow.h"
+#include "engine/model/Problems.h"
+#include "engine/model/Variables.h"
+#include "engine/run/EventQueue.h"
+#include "engine/run/PackageExecution.h"
+#include "engine/run/PackageLog.h"
+#include "engine/run/Workflow.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {
@@ -74,17 +74,17 @@ class LoadedPackage final : public dts::Package {
     std::exception_ptr failure;
     std::thread worker([&] {
       try {
-        RunExecution({services_,
-                      model,
-                      variables_,
-                      workflow_,
-                      {model.name},
-                      // The log first: the step after this one may send it.
-                      [&](ExecutionEvent event) {
-                        log.Handle(event);
-                        queue.Post(std::move(event));
-                      },
-                      cancelled});
+        ExecutePackage({services_,
+                        model,
+                        variables_,
+                        workflow_,
+                        {model.name},
+                        // The log first: the step after this one may send it.
+                        [&](ExecutionEvent event) {
+                          log.Handle(event);
+                          queue.Post(std::move(event));
+                        },
+                        cancelled});
       } catch (...) {
         failure = std::current_exception();
       }

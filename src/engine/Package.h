@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "engine/EngineServices.h"
+#include "engine/model/EngineServices.h"
 #include "platform/Dts.h"
 
 namespace torvik::engine {

@@ -4,12 +4,12 @@
 #include <unordered_map>
 
 #include "engine/ConnectionReader.h"
-#include "engine/PackageScript.h"
-#include "engine/Problems.h"
-#include "engine/StepOrder.h"
-#include "engine/TaskReader.h"
-#include "engine/Tasks.h"
-#include "engine/TomlTable.h"
+#include "engine/StepCycles.h"
+#include "engine/TaskKinds.h"
+#include "engine/model/PackageScript.h"
+#include "engine/model/Problems.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/TomlTable.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -41,7 +41,7 @@ class DocumentReader {
     table.SkipOriginal();
     table.Finish();
     ResolveConstraints();
-    CheckStepOrder(model_.steps, problems_);
+    ReportStepCycles(model_.steps, problems_);
   }
 
  private:

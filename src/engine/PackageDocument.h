@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/PackageModel.h"
+#include "engine/model/PackageModel.h"
 
 namespace torvik::engine {
 

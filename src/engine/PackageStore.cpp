@@ -5,8 +5,8 @@
 #include <ctime>
 #include <random>
 
-#include "engine/OwnTransaction.h"
-#include "engine/Problems.h"
+#include "engine/model/OwnTransaction.h"
+#include "engine/model/Problems.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
 #include "platform/PlatformError.h"

@@ -4,9 +4,9 @@
 #include <map>
 #include <set>
 
-#include "engine/Providers.h"
-#include "engine/RunnerVariables.h"
-#include "engine/Variables.h"
+#include "engine/model/Providers.h"
+#include "engine/model/RunnerVariables.h"
+#include "engine/model/Variables.h"
 #include "import/TaskTranslator.h"
 #include "platform/Text.h"
 

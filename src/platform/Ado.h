@@ -92,23 +92,11 @@ struct StatementResult {
   std::vector<Value> firstRow;       ///< Its first row; empty when it gave none.
 };
 
-/// One database connection. Used by one thread at a time.
-class Connection {
+/// An open database: statements, rows and transactions. Used by one thread at a time, but for
+/// Cancel. Destruction rolls back what was not committed.
+class Database {
  public:
-  virtual ~Connection() = default;
-
-  /// Chooses the provider and forgets the properties set before.
-  virtual void SetProvider(const std::string& name) = 0;
-  virtual void SetConnectionTimeout(int seconds) = 0;
-  /// Properties of the provider: "Data Source", "Initial Catalog", "User ID", "Password",
-  /// "Integrated Security", "Persist Security Info", "Connect Timeout", "Extended Properties".
-  /// Takes effect at Open.
-  virtual void SetProperty(const std::string& name, const std::string& value) = 0;
-
-  /// Opens with what has been set. A failure throws and is also left in Errors().
-  virtual void Open() = 0;
-  virtual void Close() = 0;
-  virtual ObjectState State() const = 0;
+  virtual ~Database() = default;
 
   /// What the provider said about the last call that failed, in its order.
   virtual std::vector<ProviderError> Errors() const = 0;
@@ -164,6 +152,23 @@ class Connection {
 
   /// Ends a running statement of another thread with an error.
   virtual void Cancel() = 0;
+};
+
+/// A connection: it is told property by property where its database is, and then is that database.
+class Connection : public Database {
+ public:
+  /// Chooses the provider and forgets the properties set before.
+  virtual void SetProvider(const std::string& name) = 0;
+  virtual void SetConnectionTimeout(int seconds) = 0;
+  /// Properties of the provider: "Data Source", "Initial Catalog", "User ID", "Password",
+  /// "Integrated Security", "Persist Security Info", "Connect Timeout", "Extended Properties".
+  /// Takes effect at Open.
+  virtual void SetProperty(const std::string& name, const std::string& value) = 0;
+
+  /// Opens with what has been set. A failure throws and is also left in Errors().
+  virtual void Open() = 0;
+  virtual void Close() = 0;
+  virtual ObjectState State() const = 0;
 };
 
 /// Makes connections.

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "startup/ExecTask.h"
+#include "log/LogForm.h"
 
 namespace torvik {
 

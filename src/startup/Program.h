@@ -6,10 +6,10 @@
 
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
+#include "log/RunLog.h"
 #include "package/ErrLogging.h"
 #include "platform/Platform.h"
 #include "startup/CommandLine.h"
-#include "startup/ExecTask.h"
 #include "startup/MainForm.h"
 #include "startup/OrvStatusFile.h"
 #include "transfer/CopyQuorFiles.h"

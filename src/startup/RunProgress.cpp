@@ -2,9 +2,10 @@
 
 #include <cstdio>
 
+#include "log/LogForm.h"
+#include "log/StepProgress.h"
 #include "platform/FetchProgress.h"
 #include "platform/Messages.h"
-#include "startup/ExecTask.h"
 
 namespace torvik {
 namespace {

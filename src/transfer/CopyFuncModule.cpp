@@ -1,9 +1,9 @@
 #include "transfer/CopyFuncModule.h"
 
+#include "log/RunLog.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/Shell.h"
-#include "startup/ExecTask.h"
 
 namespace torvik {
 namespace {

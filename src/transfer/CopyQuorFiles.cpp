@@ -3,10 +3,10 @@
 #include <chrono>
 #include <limits>
 
+#include "log/RunLog.h"
 #include "platform/Clock.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
-#include "startup/ExecTask.h"
 
 namespace torvik {
 namespace {

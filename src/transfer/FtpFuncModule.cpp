@@ -1,9 +1,9 @@
 #include "transfer/FtpFuncModule.h"
 
+#include "log/RunLog.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/Shell.h"
-#include "startup/ExecTask.h"
 #include "transfer/CopyAnimDlg.h"
 
 namespace torvik {

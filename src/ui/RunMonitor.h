@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "startup/ExecTask.h"
+#include "log/StepProgress.h"
 #include "startup/MainForm.h"
 #include "ui/Controls.h"
 

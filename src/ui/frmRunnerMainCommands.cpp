@@ -6,6 +6,7 @@
 #include "platform/FileDialogs.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "platform/Process.h"
 #include "platform/Text.h"
 #include "startup/HandOffFile.h"
 #include "startup/Program.h"

@@ -4,7 +4,7 @@
 
 #include "config/modCypher.h"
 #include "fakes/FakeClock.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik {
 namespace {

@@ -8,9 +8,9 @@
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeProfile.h"
 #include "fakes/TemporaryDirectory.h"
-#include "platform/linux/IconvCodePages.h"
-#include "platform/linux/PosixFiles.h"
-#include "platform/linux/ProfileFiles.h"
+#include "platform/linux/settings/ProfileFiles.h"
+#include "platform/linux/system/PosixFiles.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik {
 namespace {

@@ -9,7 +9,7 @@
 #include "fakes/FakeClock.h"
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeProfile.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik {
 namespace {

@@ -27,8 +27,8 @@
 #include <QTreeWidget>
 
 #include "desktop/DesktopSession.h"
-#include "fakes/PrivateServer.h"
 #include "platform/Ado.h"
+#include "servers/PrivateServer.h"
 
 namespace torvik {
 namespace {

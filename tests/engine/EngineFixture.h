@@ -13,14 +13,14 @@
 #include "fakes/FakeMailer.h"
 #include "fakes/TemporaryDirectory.h"
 #include "platform/CodePage.h"
-#include "platform/EmbeddedFixture.h"
 #include "platform/EventLog.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/Process.h"
-#include "platform/linux/IconvCodePages.h"
-#include "platform/linux/PosixFiles.h"
-#include "platform/linux/PosixProcesses.h"
+#include "platform/linux/sqlite/EmbeddedFixture.h"
+#include "platform/linux/system/PosixFiles.h"
+#include "platform/linux/system/PosixProcesses.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 

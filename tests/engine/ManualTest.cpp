@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "EngineFixture.h"
+#include "engine/EngineFixture.h"
 #include "engine/PackageDocument.h"
-#include "engine/RunnerVariables.h"
+#include "engine/model/RunnerVariables.h"
 
 namespace torvik::engine {
 namespace {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "engine/RunnerVariables.h"
+#include "engine/model/RunnerVariables.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

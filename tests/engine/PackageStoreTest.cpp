@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "EngineFixture.h"
+#include "engine/EngineFixture.h"
 
 namespace torvik::engine {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "EngineFixture.h"
+#include "engine/EngineFixture.h"
 #include "engine/PackageDocument.h"
 
 namespace torvik::engine {

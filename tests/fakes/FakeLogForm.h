@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "startup/ExecTask.h"
+#include "log/LogForm.h"
 
 namespace torvik {
 

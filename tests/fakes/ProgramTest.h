@@ -18,7 +18,7 @@
 #include "fakes/FakeRegistry.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 #include "startup/Program.h"
 #include "startup/RunnerMain.h"
 #include "ui/frmRunnerMain.h"

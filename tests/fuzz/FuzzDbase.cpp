@@ -2,7 +2,7 @@
 
 #include "fakes/TemporaryDirectory.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/AdoTableFile.h"
+#include "platform/linux/tables/AdoTableFile.h"
 
 using namespace torvik;
 

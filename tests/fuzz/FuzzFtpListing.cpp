@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/linux/FtpListing.h"
+#include "platform/linux/ftp/FtpListing.h"
 
 using namespace torvik;
 

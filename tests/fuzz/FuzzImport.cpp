@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "engine/PackageDocument.h"
-#include "engine/Problems.h"
-#include "engine/TomlTable.h"
+#include "engine/model/Problems.h"
+#include "engine/model/TomlTable.h"
 #include "import/PackageImport.h"
 #include "platform/PlatformError.h"
 

@@ -1,7 +1,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/linux/IniText.h"
+#include "platform/linux/settings/IniText.h"
 
 /// What was set is found, and setting it changes nothing that stood before it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

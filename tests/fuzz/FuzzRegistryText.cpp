@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/RegistryText.h"
+#include "platform/linux/settings/RegistryText.h"
 
 using namespace torvik;
 

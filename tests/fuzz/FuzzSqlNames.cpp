@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/linux/SqlNames.h"
+#include "platform/linux/database/SqlNames.h"
 
 /// Resolving names keeps the number of lines, which error messages count.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

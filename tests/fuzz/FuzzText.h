@@ -11,7 +11,7 @@
 #include "engine/pump/PumpTools.h"
 #include "platform/CodePage.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 

@@ -13,8 +13,8 @@
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
+#include "log/RunLog.h"
 #include "package/ErrLogging.h"
-#include "startup/ExecTask.h"
 #include "transfer/CopyQuorFiles.h"
 
 namespace torvik {

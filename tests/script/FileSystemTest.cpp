@@ -3,7 +3,7 @@
 #include <string>
 
 #include "fakes/FakeFiles.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 #include "script/FileAccess.h"
 #include "script/ScriptTools.h"
 

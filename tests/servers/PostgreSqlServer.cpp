@@ -6,8 +6,8 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "fakes/PrivateServer.h"
 #include "platform/linux/AdoServers.h"
+#include "servers/PrivateServer.h"
 
 /// psqlODBC forgets a little memory when a statement with an array of parameters fails.
 extern "C" const char* __lsan_default_suppressions() {

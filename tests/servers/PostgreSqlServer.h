@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/Ado.h"
-#include "platform/linux/Settings.h"
+#include "platform/linux/settings/Settings.h"
 
 namespace torvik {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/EmbeddedFixture.h"
+#include "platform/linux/sqlite/EmbeddedFixture.h"
 #include "servers/PostgreSqlServer.h"
 
 namespace torvik {

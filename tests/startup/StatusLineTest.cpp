@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/FetchProgress.h"
-#include "platform/linux/FetchCounter.h"
+#include "platform/linux/system/FetchCounter.h"
 #include "startup/RunProgress.h"
 
 namespace torvik {

@@ -9,8 +9,8 @@
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
+#include "log/RunLog.h"
 #include "platform/PlatformError.h"
-#include "startup/ExecTask.h"
 
 namespace torvik {
 namespace {

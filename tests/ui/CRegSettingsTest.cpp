@@ -4,7 +4,7 @@
 
 #include "fakes/FakePickers.h"
 #include "fakes/FakeRegistry.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 #include "ui/ModSHBrowse.h"
 
 namespace torvik {

@@ -9,6 +9,7 @@
 #include "fakes/FakePickers.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
+#include "log/RunLog.h"
 #include "transfer/FtpFuncModule.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"

@@ -7,12 +7,12 @@
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
-#include "platform/linux/AdoDatabase.h"
-#include "platform/linux/AdoOdbc.h"
-#include "platform/linux/AdoPostgres.h"
-#include "platform/linux/AdoSqlite.h"
-#include "platform/linux/AdoTableFile.h"
-#include "platform/linux/ServerPlace.h"
+#include "platform/linux/database/AdoDatabase.h"
+#include "platform/linux/database/ServerPlace.h"
+#include "platform/linux/odbc/AdoOdbc.h"
+#include "platform/linux/postgres/AdoPostgres.h"
+#include "platform/linux/sqlite/AdoSqlite.h"
+#include "platform/linux/tables/AdoTableFile.h"
 
 namespace torvik {
 namespace {
@@ -105,18 +105,18 @@ class AdoConnection final : public ado::Connection {
       case ServerPlace::Kind::TableFile:
         return OpenTableFile(place.path, Property("Extended Properties"));
       case ServerPlace::Kind::PostgreSql:
-        if (TakesPostgresPlace(place.odbc))
-          return OpenPostgresDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
+        if (TakesPostgresPlace(place.address))
+          return OpenPostgresDatabase(Logon(place.address), TimeoutSeconds(), errors_);
         [[fallthrough]];
       case ServerPlace::Kind::Odbc:
-        return OpenOdbcDatabase(Logon(place.odbc), TimeoutSeconds(), errors_);
+        return OpenOdbcDatabase(Logon(place.address), TimeoutSeconds(), errors_);
       case ServerPlace::Kind::Embedded: break;
     }
     return OpenSqliteDatabase(place.path, Property("Initial Catalog"), TimeoutSeconds(),
                               place.durability);
   }
 
-  OdbcLogon Logon(const OdbcPlace& place) const {
+  DatabaseLogon Logon(const ServerAddress& place) const {
     return {place, Property("Initial Catalog"),
             EqualsIgnoringCase(Property("Integrated Security"), "SSPI"), Property("User ID"),
             Property("Password")};

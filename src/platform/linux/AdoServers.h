@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/Ado.h"
-#include "platform/linux/Settings.h"
+#include "platform/linux/settings/Settings.h"
 
 namespace torvik {
 

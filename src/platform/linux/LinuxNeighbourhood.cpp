@@ -6,8 +6,8 @@
 #include <set>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/OdbcDataSources.h"
-#include "platform/linux/SmbServers.h"
+#include "platform/linux/odbc/OdbcDataSources.h"
+#include "platform/linux/shares/SmbServers.h"
 
 namespace torvik {
 namespace {

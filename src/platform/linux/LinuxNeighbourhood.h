@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/Neighbourhood.h"
-#include "platform/linux/Settings.h"
+#include "platform/linux/settings/Settings.h"
 
 namespace torvik {
 

@@ -21,7 +21,7 @@
 #include "platform/Shell.h"
 #include "platform/ShellBrowser.h"
 #include "platform/WinInet.h"
-#include "platform/linux/Settings.h"
+#include "platform/linux/settings/Settings.h"
 
 namespace torvik {
 

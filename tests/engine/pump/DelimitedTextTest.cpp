@@ -6,7 +6,7 @@
 
 #include "PumpTools.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "PumpTools.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 namespace {

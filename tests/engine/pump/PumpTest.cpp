@@ -9,8 +9,8 @@
 #include "PumpTools.h"
 #include "engine/pump/ReadAhead.h"
 #include "engine/pump/RowTarget.h"
-#include "platform/EmbeddedFixture.h"
-#include "platform/linux/IconvCodePages.h"
+#include "platform/linux/sqlite/EmbeddedFixture.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 namespace {

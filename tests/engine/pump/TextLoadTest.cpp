@@ -5,8 +5,8 @@
 #include "PumpTools.h"
 #include "fakes/TemporaryDirectory.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/IconvCodePages.h"
-#include "platform/linux/PosixFiles.h"
+#include "platform/linux/system/PosixFiles.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {
 namespace {

@@ -1,0 +1,25 @@
+#include "engine/TaskKinds.h"
+
+#include "engine/ExecutePackageTask.h"
+#include "engine/tasks/Tasks.h"
+
+namespace torvik::engine {
+
+std::span<const TaskKind> TaskKinds() {
+  static constexpr TaskKind kKinds[] = {
+      {"ExecuteSQL", ReadExecuteSqlTask},
+      {"DataPump", ReadDataPumpTask},
+      {"ExecutePackage", ReadExecutePackageTask},
+      {"ExecuteProcess", ReadExecuteProcessTask},
+      {"SetVariables", ReadSetVariablesTask},
+      {"BulkInsert", ReadBulkInsertTask},
+      {"TransferTables", ReadTransferTablesTask},
+      {"SendMail", ReadSendMailTask},
+      {"File", ReadFileTask},
+      {"Script", ReadScriptTask},
+      {"NotImported", ReadNotImportedTask},
+  };
+  return kKinds;
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engine/model/PackageModel.h"
+
+namespace torvik::ado {
+class Connection;
+class Provider;
+}  // namespace torvik::ado
+
+namespace torvik::engine {
+
+class Variables;
+
+/// A connection's provider and properties with every `${Name}` replaced.
+struct ConnectionSettings {
+  std::string provider;
+  std::vector<std::pair<std::string, std::string>> properties;  ///< In the order of the document.
+
+  /// Null when the property is not given.
+  const std::string* Find(std::string_view property) const;
+  /// True when both lead to one database as one user, whatever else they ask for.
+  bool SameDatabase(const ConnectionSettings& other) const;
+
+  bool operator==(const ConnectionSettings&) const = default;
+};
+
+/// The settings of the package's connection of that name, which must be there.
+ConnectionSettings ResolveConnection(const PackageModel& package, const std::string& name,
+                                     const Variables& variables);
+
+/// Opens a database. Throws the server's own words after the connection's name.
+std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const std::string& name,
+                                              const ConnectionSettings& settings);
+
+/// The databases that unjoined steps use. A step takes a connection for itself alone and gives it
+/// back for later ones; all are closed when the package ends. Safe for several threads.
+class Connections {
+ public:
+  explicit Connections(ado::Provider& databases);
+  ~Connections();
+
+  /// The connection called `name` that was given back last, or a new one when all are in use. Those
+  /// of the name that have other settings are closed: they have changed since. `anew`: the others
+  /// are closed too, since one of them has just failed, and a new one is opened.
+  std::unique_ptr<ado::Connection> Take(const std::string& name, const ConnectionSettings& settings,
+                                        bool anew = false);
+
+  /// Must have no transaction, and nothing that still reads from it.
+  void GiveBack(const std::string& name, const ConnectionSettings& settings,
+                std::unique_ptr<ado::Connection> connection);
+
+ private:
+  struct Free {
+    ConnectionSettings settings;
+    std::vector<std::unique_ptr<ado::Connection>> connections;
+  };
+  ado::Provider& databases_;
+  std::mutex mutex_;
+  std::map<std::string, Free> free_;  // by the connections' names
+};
+
+}  // namespace torvik::engine

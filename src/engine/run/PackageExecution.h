@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/model/EngineServices.h"
+#include "engine/model/PackageModel.h"
+#include "engine/model/Variables.h"
+#include "engine/run/Workflow.h"
+
+namespace torvik::engine {
+
+/// What happens while a package runs. Texts hold no passwords.
+struct ExecutionEvent {
+  enum class Kind {
+    PackageStarted,
+    StepStarted,
+    StepProgress,  ///< `rows` so far.
+    StepRetried,   ///< `text`: the error's words and when the next attempt follows.
+    StepOutput,    ///< `text`: a line of a program.
+    StepEnded,     ///< `failed`; `text`: the error's words; `rows` and `rejected` of the task.
+    StepNotRun,    ///< `text` says why.
+    Note,          ///< `text`: what became of a transaction.
+    Error,         ///< `text`: what failed outside the steps.
+    PackageEnded,  ///< `failed`.
+  };
+  Kind kind;
+  std::string step = {};
+  std::string text = {};
+  bool failed = false;
+  std::optional<std::int64_t> rows = {};
+  std::int64_t rejected = 0;
+  double seconds = 0;  ///< What a step, an attempt or the package took; set when it has ended.
+};
+
+using EventSink = std::function<void(ExecutionEvent)>;
+
+/// One execution of a package. Everything in it must outlive the call.
+struct ExecutionRequest {
+  const EngineServices& services;
+  const PackageModel& package;
+  Variables& variables;
+  Workflow& workflow;                        ///< Reset; holds the outcome afterwards.
+  std::vector<std::string> runningPackages;  ///< The outermost first, this one last.
+  EventSink sink;  ///< Called on the threads of the steps, by one at a time.
+  const std::atomic<bool>& cancelled;
+};
+
+/// Runs every step whose constraints come to hold, as many at once as the package allows, and ends
+/// the package's transaction. Returns when no step runs any more. Throws PlatformError when the
+/// package fails; a failed step alone does not.
+void ExecutePackage(const ExecutionRequest& request);
+
+}  // namespace torvik::engine

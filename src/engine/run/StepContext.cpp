@@ -1,0 +1,72 @@
+#include "engine/run/StepContext.h"
+
+#include "engine/model/Variables.h"
+#include "platform/Ado.h"
+#include "platform/Clock.h"
+
+namespace torvik::engine {
+
+using Kind = ExecutionEvent::Kind;
+
+ConnectionSettings StepContext::Settings(const std::string& connection) const {
+  return ResolveConnection(shared_.request.package, connection, shared_.request.variables);
+}
+
+ado::Connection& StepContext::Database(const std::string& connection) {
+  const ConnectionSettings settings = Settings(connection);
+  if (joined_) return shared_.transaction.Join(connection, settings, control_);
+  besideTransaction_ = besideTransaction_ || shared_.transaction.Holds(settings);
+  return OwnConnection(connection, settings);
+}
+
+ado::Connection& StepContext::ReadDatabase(const std::string& connection) {
+  const ConnectionSettings settings = Settings(connection);
+  if (joined_ && shared_.transaction.Holds(settings))
+    return shared_.transaction.Join(connection, settings, control_);
+  return OwnConnection(connection, settings);
+}
+
+ado::Connection& StepContext::OwnConnection(const std::string& name,
+                                            const ConnectionSettings& settings) {
+  for (const Taken& one : taken_)
+    if (one.name == name && one.settings == settings) return *one.connection;
+  auto connection = shared_.connections.Take(name, settings, again_);
+  ado::Connection& taken = *connection;
+  taken_.push_back({name, settings, std::move(connection)});
+  control_.Hold(taken);
+  return taken;
+}
+
+void StepContext::GiveConnectionsBack() {
+  for (Taken& one : taken_)
+    shared_.connections.GiveBack(one.name, one.settings, std::move(one.connection));
+  taken_.clear();
+}
+
+void StepContext::Progress(std::int64_t rows) {
+  constexpr std::chrono::milliseconds kInterval(100);
+  const auto now = Services().clock.Steady();
+  const std::lock_guard lock(progressMutex_);
+  untold_ = rows;
+  if (told_ && now - *told_ < kInterval) return;
+  told_ = now;
+  TellProgress(rows);
+}
+
+void StepContext::FinishProgress() {
+  const std::lock_guard lock(progressMutex_);
+  if (untold_) TellProgress(*untold_);
+}
+
+void StepContext::TellProgress(std::int64_t rows) {
+  untold_.reset();
+  shared_.tell({.kind = Kind::StepProgress, .step = step_.name, .rows = rows});
+}
+
+void StepContext::Output(std::string_view line) {
+  shared_.tell({.kind = Kind::StepOutput,
+                .step = step_.name,
+                .text = shared_.request.variables.WithoutPasswords(std::string(line))});
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,76 @@
+#include <algorithm>
+
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
+#include "engine/pump/RowSource.h"
+#include "engine/tasks/PumpEnds.h"
+#include "engine/tasks/PumpScripts.h"
+#include "engine/tasks/PumpSettings.h"
+#include "engine/tasks/Tasks.h"
+#include "engine/tasks/TransformationReader.h"
+
+namespace torvik::engine {
+namespace {
+
+class DataPumpTask final : public Task {
+ public:
+  explicit DataPumpTask(TaskReader& reader)
+      : source_(reader),
+        destination_(reader),
+        settings_(ReadPumpSettings(reader, destination_.IsTable())) {
+    namesColumns_ = reader.Table().Find("columns") != nullptr;
+    columns_ = reader.TemplateTable("columns");
+    transformations_ = ReadTransformations(reader);
+    lookups_ = ReadLookups(reader);
+  }
+
+  bool CanJoin() const override { return destination_.IsTable(); }
+  std::string WhyNot() const override { return destination_.WhyNot(); }
+
+  TaskResult Run(TaskContext& context) const override {
+    // The destination first: a source in the same database then reads what the transaction wrote.
+    ado::Connection* destination = destination_.Open(context);
+    std::vector<ado::Connection*> others = {destination};
+    for (const TransformationPlan& plan : transformations_.columns)
+      if (!plan.connection.empty()) others.push_back(&context.ReadDatabase(plan.connection));
+    for (const LookupPlan& plan : lookups_)
+      others.push_back(&context.ReadDatabase(plan.connection));
+    const OpenedSource source = source_.Open(context, others);
+    // What reads lookups may share neither the source's nor the destination's connection between
+    // two threads.
+    const bool lookupsShare =
+        std::find(others.begin() + 1, others.end(), destination) != others.end() ||
+        source.alongside;
+    const TransformationScope scope{context, source.rows->Columns()};
+    const PumpJob job{settings_, Columns(scope),
+                      NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
+                      lookupsShare};
+    return ResultOf(destination_.Pump(context, job, *source.rows, destination));
+  }
+
+ private:
+  std::vector<ColumnMapping> Columns(const TransformationScope& scope) const {
+    const Variables& variables = scope.context.GlobalVariables();
+    std::vector<ColumnMapping> columns;
+    for (const auto& [from, to] : columns_)
+      columns.push_back({from, variables.Substitute(to.text), settings_.flags});
+    return WithTransformations(std::move(columns), !namesColumns_, transformations_,
+                               settings_.flags, scope);
+  }
+
+  PumpSource source_;
+  PumpDestination destination_;
+  PumpSettings settings_;
+  bool namesColumns_ = false;
+  std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
+  TransformationPlans transformations_;
+  std::vector<LookupPlan> lookups_;
+};
+
+}  // namespace
+
+std::unique_ptr<Task> ReadDataPumpTask(TaskReader& reader) {
+  return std::make_unique<DataPumpTask>(reader);
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,96 @@
+#include "engine/tasks/PumpEnds.h"
+
+#include <algorithm>
+
+#include "engine/model/Connections.h"
+#include "engine/model/EngineServices.h"
+#include "engine/model/Providers.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
+#include "engine/pump/RowSource.h"
+#include "engine/pump/RowTarget.h"
+#include "engine/tasks/FlatFile.h"
+#include "platform/Ado.h"
+
+namespace torvik::engine {
+
+PumpSource::PumpSource(TaskReader& reader) {
+  const ConnectionModel* source = reader.AnyConnection("source");
+  const auto query = reader.Template("source_sql");
+  const auto table = reader.Template("source_table");
+  if (query) {
+    sql_ = query->text;
+  } else if (table) {
+    sql_ = "SELECT * FROM " + table->text;
+  }
+  if (source == nullptr) return;
+  connection_ = source->name;
+  isTextFile_ = IsTextFileProvider(source->provider);
+  CheckKeys(reader, query, table);
+}
+
+void PumpSource::CheckKeys(TaskReader& reader, const std::optional<PlacedText>& query,
+                           const std::optional<PlacedText>& table) const {
+  if (isTextFile_ && (query || table))
+    reader.Problem((query ? query : table)->place,
+                   "the source " + Quoted(connection_) +
+                       " is a text file; remove \"source_sql\" and \"source_table\"");
+  if (!isTextFile_ && query.has_value() == table.has_value())
+    reader.Problem(reader.Table().Place(),
+                   "the source " + Quoted(connection_) +
+                       " is a database; give one of \"source_sql\" and \"source_table\"");
+}
+
+OpenedSource PumpSource::Open(TaskContext& context,
+                              std::span<ado::Connection* const> others) const {
+  if (isTextFile_) {
+    const ConnectionSettings settings = context.Settings(connection_);
+    const EngineServices& services = context.Services();
+    return {OpenTextSource(services.files, services.codePages, *settings.Find("Data Source"),
+                           FlatFileFormat(settings))};
+  }
+  ado::Connection& connection = context.ReadDatabase(connection_);
+  const bool alongside = std::ranges::find(others, &connection) != others.end();
+  return {OpenQuerySource(connection, context.GlobalVariables().Substitute(sql_), alongside),
+          alongside};
+}
+
+PumpDestination::PumpDestination(TaskReader& reader) {
+  const ConnectionModel* destination = reader.AnyConnection("destination");
+  if (destination != nullptr) {
+    connection_ = destination->name;
+    isTextFile_ = IsTextFileProvider(destination->provider);
+    isReadOnly_ = IsReadOnlyProvider(destination->provider);
+  }
+  if (!isTextFile_) {
+    table_ = reader.RequiredTemplate("table");
+  } else if (const auto table = reader.Template("table")) {
+    reader.Problem(table->place,
+                   "the destination " + Quoted(connection_) + " is a text file; remove \"table\"");
+  }
+}
+
+std::string PumpDestination::WhyNot() const {
+  return isReadOnly_ ? "the destination " + Quoted(connection_) +
+                           " is an Access, Excel or dBase file, which can be read and not written"
+                     : "";
+}
+
+ado::Connection* PumpDestination::Open(TaskContext& context) const {
+  return isTextFile_ ? nullptr : &context.Database(connection_);
+}
+
+PumpCounts PumpDestination::Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                                 ado::Connection* connection) const {
+  if (isTextFile_) {
+    const ConnectionSettings settings = context.Settings(connection_);
+    const EngineServices& services = context.Services();
+    const auto target = NewTextTarget(services.files, services.codePages,
+                                      *settings.Find("Data Source"), FlatFileFormat(settings));
+    return PumpIntoTarget(context, job, source, *target);
+  }
+  const std::string table = context.GlobalVariables().Substitute(table_.text);
+  return PumpIntoTable(context, job, source, *connection, table);
+}
+
+}  // namespace torvik::engine

@@ -1,0 +1,376 @@
+#include "engine/tasks/PumpScripts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+#include "engine/model/EngineServices.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
+#include "engine/pump/CachedLookup.h"
+#include "engine/pump/ColumnNames.h"
+#include "engine/pump/RowBatch.h"
+#include "engine/pump/Transformation.h"
+#include "engine/tasks/PumpSettings.h"
+#include "platform/PlatformError.h"
+#include "script/Conversion.h"
+#include "script/DateText.h"
+#include "script/ScriptError.h"
+
+namespace torvik::engine {
+namespace {
+
+using ado::LoadValue;
+using script::Value;
+
+constexpr std::int64_t kDefaultCacheSize = 10'000;
+
+Value ValueOf(const LoadValue& value, script::Heap* heap) {
+  switch (value.GetKind()) {
+    case LoadValue::Kind::Text: return Value::OfText(value.Text(), heap);
+    case LoadValue::Kind::Integer: return Value::OfWhole(value.Integer());
+    case LoadValue::Kind::Real: return Value::OfDouble(value.Real());
+    case LoadValue::Kind::Null: break;
+  }
+  return Value::OfNull();
+}
+
+Value ValueOf(const ado::Value& value, script::Heap* heap) {
+  if (const auto* number = std::get_if<std::int64_t>(&value)) return Value::OfWhole(*number);
+  if (const auto* number = std::get_if<double>(&value)) return Value::OfDouble(*number);
+  if (const auto* text = std::get_if<std::string>(&value)) return Value::OfText(*text, heap);
+  if (const auto* blob = std::get_if<ado::Blob>(&value)) return Value::OfText(blob->bytes, heap);
+  return Value::OfNull();
+}
+
+/// As the engine writes dates; the time only where there is one.
+std::string DateText(double days) {
+  const script::DateParts at = script::PartsOfDate(days);
+  char text[32];
+  const bool hasTime = at.hour != 0 || at.minute != 0 || at.second != 0;
+  const int size =
+      hasTime ? std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", at.year, at.month,
+                              at.day, at.hour, at.minute, at.second)
+              : std::snprintf(text, sizeof text, "%04d-%02d-%02d", at.year, at.month, at.day);
+  return {text, static_cast<std::size_t>(size)};
+}
+
+std::string CurrencyText(std::int64_t tenThousandths) {
+  const bool isNegative = tenThousandths < 0;
+  const auto size = isNegative ? std::uint64_t{0} - static_cast<std::uint64_t>(tenThousandths)
+                               : static_cast<std::uint64_t>(tenThousandths);
+  std::string fraction = std::to_string(10'000 + size % 10'000);
+  fraction[0] = '.';
+  return (isNegative ? "-" : "") + std::to_string(size / 10'000) + fraction;
+}
+
+/// A script's value on its way to a column; `keep` stores a text.
+template <typename Keep>
+LoadValue LoadValueOf(const Value& value, const Keep& keep) {
+  using script::Kind;
+  switch (value.Type()) {
+    case Kind::Empty:
+    case Kind::Null: return {};
+    case Kind::Boolean:
+    case Kind::Byte:
+    case Kind::Integer:
+    case Kind::Long: return value.Whole();
+    case Kind::Single:
+    case Kind::Double: return value.Real();
+    case Kind::Currency: return keep(CurrencyText(value.Whole()));
+    case Kind::Date: return keep(DateText(value.Real()));
+    case Kind::Text: return keep(value.View());
+    default: throw script::TypeMismatch();
+  }
+}
+
+/// One column by its number, for scripts that look it up at run time.
+class ColumnsObject;
+class ColumnObject final : public script::Object {
+ public:
+  ColumnObject(ColumnsObject& columns, int number) : columns_(columns), number_(number) {}
+
+  std::string_view TypeName() const override { return "Column"; }
+  int FindMember(std::string_view name) const override {
+    return name.empty() || name == "value" ? DefaultMember : name == "name" ? kName : NoMember;
+  }
+  Value Invoke(script::Context& context, int member, std::span<const Value> arguments) override;
+  void Put(script::Context& context, int member, std::span<const Value> indexes,
+           const Value& value) override;
+
+ private:
+  static constexpr int kName = 1;
+  ColumnsObject& columns_;
+  const int number_;
+};
+
+/// DTSSource and DTSDestination: columns by name or by position, from 1.
+class ColumnsObject : public script::Object {
+ public:
+  ColumnsObject(std::string what, std::vector<std::string> names)
+      : what_(std::move(what)), names_(std::move(names)) {}
+
+  const std::string& NameOf(int number) const { return names_[static_cast<std::size_t>(number)]; }
+
+  std::string_view TypeName() const override { return "Columns"; }
+  int FindMember(std::string_view name) const override {
+    return name.empty() || name == "item" ? DefaultMember : name == "count" ? kCount : NoMember;
+  }
+  int ItemNumber(const Value& key) override {
+    const auto count = static_cast<std::int64_t>(names_.size());
+    if (key.IsWhole()) {
+      return key.Whole() >= 1 && key.Whole() <= count ? static_cast<int>(key.Whole()) - 1
+                                                      : NoMember;
+    }
+    const auto found =
+        std::ranges::find_if(names_, [&](const std::string& name) { return IsNamed(key, name); });
+    return found == names_.end() ? NoMember : static_cast<int>(found - names_.begin());
+  }
+  Value Invoke(script::Context&, int member, std::span<const Value> arguments) override {
+    if (member == kCount) return Value::OfLong(static_cast<std::int32_t>(names_.size()));
+    return script::NewObject<ColumnObject>(*this, Found(arguments));
+  }
+  void Put(script::Context& context, int, std::span<const Value> indexes,
+           const Value& value) override {
+    PutItem(context, Found(indexes), value);
+  }
+
+ private:
+  static constexpr int kCount = 1;
+
+  int Found(std::span<const Value> keys) {
+    script::ExpectArguments(keys, 1, 1);
+    const int number = ItemNumber(keys[0]);
+    if (number != NoMember) return number;
+    throw PlatformError(0, what_ + " has no column " + Quoted(script::ToText(keys[0])),
+                        "data pump");
+  }
+
+  const std::string what_;
+  const std::vector<std::string> names_;
+};
+
+Value ColumnObject::Invoke(script::Context& context, int member, std::span<const Value> arguments) {
+  script::ExpectArguments(arguments, 0, 0);
+  if (member == kName) return Value::OfText(columns_.NameOf(number_), &context.heap);
+  return columns_.Item(context, number_);
+}
+
+void ColumnObject::Put(script::Context& context, int member, std::span<const Value>,
+                       const Value& value) {
+  if (member == kName) script::NoSuchMember("Name");
+  columns_.PutItem(context, number_, value);
+}
+
+class SourceObject final : public ColumnsObject {
+ public:
+  SourceObject(std::vector<std::string> names, std::vector<std::size_t> positions)
+      : ColumnsObject("DTSSource", std::move(names)), positions_(std::move(positions)) {}
+
+  void SetRow(std::span<const LoadValue> row) { row_ = row; }
+
+  Value Item(script::Context& context, int number) override {
+    return ValueOf(row_[positions_[static_cast<std::size_t>(number)]], &context.heap);
+  }
+  void PutItem(script::Context&, int, const Value&) override {
+    throw PlatformError(0, "DTSSource cannot be assigned to; use DTSDestination", "data pump");
+  }
+
+ private:
+  const std::vector<std::size_t> positions_;  // in the row
+  std::span<const LoadValue> row_;
+};
+
+class DestinationObject final : public ColumnsObject {
+ public:
+  explicit DestinationObject(std::vector<std::string> names)
+      : ColumnsObject("DTSDestination", std::move(names)) {}
+
+  void SetRow(std::span<LoadValue> row, RowBatch& batch) {
+    row_ = row;
+    batch_ = &batch;
+  }
+
+  Value Item(script::Context& context, int number) override {
+    return ValueOf(row_[static_cast<std::size_t>(number)], &context.heap);
+  }
+  void PutItem(script::Context&, int number, const Value& value) override {
+    row_[static_cast<std::size_t>(number)] =
+        LoadValueOf(value, [this](std::string_view text) { return batch_->Store(text); });
+  }
+
+ private:
+  std::span<LoadValue> row_;
+  RowBatch* batch_ = nullptr;
+};
+
+/// DTSLookups("name"), with Execute.
+class LookupObject final : public script::Object {
+ public:
+  explicit LookupObject(CachedLookup lookup) : lookup_(std::move(lookup)) {}
+
+  std::string_view TypeName() const override { return "Lookup"; }
+  int FindMember(std::string_view name) const override {
+    return name == "execute" ? kExecute : name == "lastrowcount" ? kLastRowCount : NoMember;
+  }
+  Value Invoke(script::Context& context, int member, std::span<const Value> arguments) override {
+    if (member == kLastRowCount) return Value::OfLong(lastRowCount_);
+    std::vector<std::string> texts;
+    texts.reserve(arguments.size());
+    std::vector<LoadValue> keys;
+    for (const Value& argument : arguments)
+      keys.push_back(LoadValueOf(argument, [&](std::string_view text) {
+        return std::string_view(texts.emplace_back(text));
+      }));
+    const std::vector<ado::Value>& row = lookup_.FirstRow(keys);
+    lastRowCount_ = row.empty() ? 0 : 1;
+    if (row.empty()) return Value();
+    if (row.size() == 1) return ValueOf(row[0], &context.heap);
+    Value array = script::NewArray(context.heap, row.size());
+    for (std::size_t i = 0; i < row.size(); ++i)
+      array.AsArray()->elements[i] = ValueOf(row[i], &context.heap);
+    return array;
+  }
+
+ private:
+  static constexpr int kExecute = 1, kLastRowCount = 2;
+  CachedLookup lookup_;
+  std::int32_t lastRowCount_ = 0;
+};
+
+/// DTSLookups: the lookups of the pump by their names.
+class LookupsObject final : public script::Object {
+ public:
+  void Add(std::string name, Value lookup) {
+    names_.push_back(std::move(name));
+    lookups_.push_back(std::move(lookup));
+  }
+
+  std::string_view TypeName() const override { return "Lookups"; }
+  int FindMember(std::string_view name) const override {
+    return name.empty() || name == "item" ? DefaultMember : NoMember;
+  }
+  int ItemNumber(const Value& key) override {
+    const auto found =
+        std::ranges::find_if(names_, [&](const std::string& name) { return IsNamed(key, name); });
+    return found == names_.end() ? NoMember : static_cast<int>(found - names_.begin());
+  }
+  Value Item(script::Context&, int number) override {
+    return lookups_[static_cast<std::size_t>(number)];
+  }
+  Value Invoke(script::Context& context, int, std::span<const Value> arguments) override {
+    script::ExpectArguments(arguments, 1, 1);
+    const int number = ItemNumber(arguments[0]);
+    if (number == NoMember)
+      throw PlatformError(0, "the pump has no lookup " + Quoted(script::ToText(arguments[0])),
+                          "data pump");
+    return Item(context, number);
+  }
+
+ private:
+  std::vector<std::string> names_;
+  std::vector<Value> lookups_;
+};
+
+Value NewLookups(const std::vector<LookupPlan>& plans, const TransformationScope& scope) {
+  auto* const lookups = new LookupsObject;
+  Value value = Value::OfObject(lookups);
+  lookups->Release();
+  for (const LookupPlan& plan : plans)
+    lookups->Add(plan.name,
+                 script::NewObject<LookupObject>(CachedLookup(
+                     scope.context.ReadDatabase(plan.connection),
+                     scope.context.GlobalVariables().Substitute(plan.sql.text), plan.cacheSize)));
+  return value;
+}
+
+std::vector<std::size_t> PositionsOf(const ScriptPlan& plan, const TransformationScope& scope) {
+  std::vector<std::size_t> positions;
+  for (const std::string& name : plan.sources)
+    positions.push_back(FindColumn(scope.sourceColumns, name, "source"));
+  if (plan.sources.empty())
+    for (std::size_t i = 0; i < scope.sourceColumns.size(); ++i) positions.push_back(i);
+  return positions;
+}
+
+class ScriptedRow final : public RowScript {
+ public:
+  ScriptedRow(const ScriptPlan& plan, const Value& lookups, const TransformationScope& scope)
+      : source_(script::NewObject<SourceObject>(
+            plan.sources.empty() ? scope.sourceColumns : plan.sources, PositionsOf(plan, scope))),
+        destination_(script::NewObject<DestinationObject>(plan.destinations)),
+        script_(
+            plan.script, scope.context.GlobalVariables(), scope.context.Services(),
+            {{"DTSSource", source_}, {"DTSDestination", destination_}, {"DTSLookups", lookups}}) {}
+
+  unsigned Run(const TransformedRow& row, std::span<LoadValue> values) override {
+    static_cast<SourceObject*>(source_.AsObject())->SetRow(row.source);
+    static_cast<DestinationObject*>(destination_.AsObject())->SetRow(values, row.batch);
+    try {
+      const Value status = script_.Call();
+      if (status.Is(script::Kind::Empty))
+        throw RowScriptError{0,
+                             "the script answers nothing; answer DTSTransformStat_OK or another "
+                             "DTSTransformStat"};
+      return Checked(script::ToLong(status));
+    } catch (const script::ScriptError& error) {
+      if (error.endsScript) throw PlatformError(error.number, error.Text(), error.source);
+      throw RowScriptError{error.number, "the script failed: " + error.Text()};
+    }
+  }
+
+ private:
+  static unsigned Checked(std::int32_t status) {
+    constexpr unsigned kQueries = 0x10 | 0x20 | 0x40 | 0x80;
+    const auto bits = static_cast<unsigned>(status);
+    if (bits & kQueries)
+      throw PlatformError(0,
+                          "the script answers " + std::to_string(status) +
+                              ": only a data-driven query has queries to choose from",
+                          "data pump");
+    return bits;
+  }
+
+  Value source_, destination_;
+  PackageScript script_;
+};
+
+}  // namespace
+
+std::vector<LookupPlan> ReadLookups(TaskReader& reader) {
+  std::vector<LookupPlan> lookups;
+  reader.ForEach("lookups", [&](TaskReader& one) {
+    LookupPlan plan;
+    plan.name = one.Table().RequiredText("name").text;
+    plan.connection = one.Database("connection");
+    plan.sql = one.RequiredTemplate("sql");
+    plan.cacheSize = static_cast<std::size_t>(one.Whole("cache_size", 0, kDefaultCacheSize));
+    lookups.push_back(std::move(plan));
+  });
+  return lookups;
+}
+
+ScriptPlan ReadScriptTransformation(TaskReader& reader) {
+  ScriptPlan plan;
+  plan.script = ReadScript(reader, "script", "function");
+  for (const PlacedText& name : reader.Templates("sources")) plan.sources.push_back(name.text);
+  for (const PlacedText& name : reader.Templates("destinations"))
+    plan.destinations.push_back(name.text);
+  plan.flags = ReadTransformFlags(reader);
+  return plan;
+}
+
+std::vector<ScriptMapping> NewScriptMappings(const std::vector<ScriptPlan>& plans,
+                                             const std::vector<LookupPlan>& lookups, unsigned flags,
+                                             const TransformationScope& scope) {
+  std::vector<ScriptMapping> mappings;
+  if (plans.empty()) return mappings;
+  const Value shared = NewLookups(lookups, scope);
+  for (const ScriptPlan& plan : plans)
+    mappings.push_back({std::make_shared<ScriptedRow>(plan, shared, scope), plan.destinations,
+                        plan.flags | flags});
+  return mappings;
+}
+
+}  // namespace torvik::engine

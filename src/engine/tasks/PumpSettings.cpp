@@ -1,0 +1,150 @@
+#include "engine/tasks/PumpSettings.h"
+
+#include <algorithm>
+
+#include "engine/model/EngineServices.h"
+#include "engine/model/LogFiles.h"
+#include "engine/model/OwnTransaction.h"
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
+#include "engine/pump/Conversion.h"
+#include "engine/pump/ExceptionFile.h"
+#include "engine/pump/RowSource.h"
+#include "engine/pump/RowTarget.h"
+#include "platform/Clock.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+/// The file that the step names, else one of the step's name in the run's log directory; empty when
+/// there is no such directory.
+std::string ExceptionPath(const TaskContext& context, const PumpSettings& settings,
+                          const Variables& variables) {
+  if (settings.exceptionFile) return variables.Substitute(settings.exceptionFile->text);
+  return InLogDirectory(variables, context.Step() + ".exceptions");
+}
+
+std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSettings& settings) {
+  const std::string path = ExceptionPath(context, settings, context.GlobalVariables());
+  if (path.empty() && settings.maximumErrorCount > 0)
+    throw PlatformError(0,
+                        "the step may reject rows (maximum_error_count), and there is no place for "
+                        "them; give exception_file, or set the variable ExceptionFilePath",
+                        "data pump");
+  if (path.empty()) return std::nullopt;
+  Clock& clock = context.Services().clock;
+  std::optional<ExceptionFile> file;
+  file.emplace(context.Services().files,
+               ExceptionFile::Settings{path, settings.exceptionFileOverwrite,
+                                       "Package " + Quoted(context.RunningPackages().back()) +
+                                           ", step " + Quoted(context.Step()),
+                                       [&clock] { return LogTime(clock.LocalTime()); }});
+  file->Begin();
+  return file;
+}
+
+PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
+  const PumpSettings& settings = job.settings;
+  request.columns = job.columns;
+  request.scripts = job.scripts;
+  request.flags = settings.flags;
+  request.firstRow = settings.firstRow;
+  request.lastRow = settings.lastRow;
+  request.maximumErrorCount = settings.maximumErrorCount;
+  request.onOneThread = job.onOneThread;
+  auto exceptions = NewExceptionFile(context, settings);
+  if (exceptions) request.exceptions = &*exceptions;
+  return RunPump(
+      request, [&](std::int64_t rows) { context.Progress(rows); }, context.Cancelled());
+}
+
+/// The load itself, in a transaction that is open.
+PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source,
+                ado::Connection& destination, const std::string& table,
+                const std::function<void()>& commit) {
+  const LoadMode load = job.settings.load;
+  if (load == LoadMode::Truncate) destination.EmptyTable(table);
+  const std::string staging =
+      load == LoadMode::Replace ? destination.CreateStagingTable(table) : std::string();
+  const auto target = NewTableTarget(destination, staging.empty() ? table : staging);
+  PumpRequest request{source, *target};
+  if (commit) {
+    request.commitSize = job.settings.insertCommitSize;
+    request.commit = commit;
+  }
+  const PumpCounts counts = Run(context, job, std::move(request));
+  if (staging.empty()) return counts;
+  const std::int64_t replaced = destination.ReplaceRows(table, staging);
+  if (replaced != counts.loaded)
+    throw PlatformError(0,
+                        std::to_string(counts.loaded) + " rows were loaded beside table " + table +
+                            ", but it has taken " + std::to_string(replaced) +
+                            " of them; nothing of them may be kept",
+                        "data pump");
+  return counts;
+}
+
+}  // namespace
+
+PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable) {
+  PumpSettings settings;
+  if (toTable) {
+    static constexpr const char* kModes[] = {"append", "truncate", "replace"};
+    settings.load = static_cast<LoadMode>(reader.OneOf("load", kModes, 0));
+    settings.insertCommitSize = reader.Whole("insert_commit_size", 0, 0);
+  }
+  settings.firstRow = reader.Whole("first_row", 0, 0);
+  settings.lastRow = reader.Whole("last_row", 0, 0);
+  if (settings.lastRow > 0 && settings.lastRow < settings.firstRow)
+    reader.Problem(reader.Table().Find("last_row")->place,
+                   "\"last_row\" comes before \"first_row\"; no row would be pumped");
+  settings.maximumErrorCount = reader.Whole("maximum_error_count", 0, 0);
+  settings.exceptionFile = reader.Template("exception_file");
+  settings.exceptionFileOverwrite = reader.Table().Boolean("exception_file_overwrite", false);
+  settings.flags = ReadTransformFlags(reader);
+  return settings;
+}
+
+unsigned ReadTransformFlags(TaskReader& reader) {
+  static const std::vector<std::string> kWords = {
+      "demotion",    "promotion",   "string_truncation",  "numeric_truncation",
+      "null_change", "sign_change", "require_exact_type", "force_convert"};
+  unsigned flags = 0;
+  const TomlArray* array = reader.Table().Array("allow");
+  if (array == nullptr) return flags;
+  for (const TomlValue& element : *array) {
+    const auto* word = std::get_if<std::string>(&element.data);
+    const auto found = word ? std::find(kWords.begin(), kWords.end(), *word) : kWords.end();
+    if (found == kWords.end()) {
+      reader.Problem(element.place,
+                     "an element of \"allow\" is " + (word ? Quoted(*word) : KindOf(element)) +
+                         "; " +
+                         (word ? DidYouMean(*word, kWords, UseOneOf(kWords)) : UseOneOf(kWords)));
+    } else {
+      flags |= 1u << (found - kWords.begin());
+    }
+  }
+  return flags;
+}
+
+PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
+                         ado::Connection& destination, const std::string& table) {
+  if (context.Joined()) return Load(context, job, source, destination, table, {});
+  OwnTransaction transaction(destination);
+  const PumpCounts counts =
+      Load(context, job, source, destination, table, [&] { transaction.CommitAndGoOn(); });
+  transaction.Commit();
+  return counts;
+}
+
+TaskResult ResultOf(const PumpCounts& counts) {
+  return {std::optional<std::int64_t>(counts.loaded), counts.rejected};
+}
+
+PumpCounts PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
+                          RowTarget& target) {
+  return Run(context, job, PumpRequest{source, target});
+}
+
+}  // namespace torvik::engine

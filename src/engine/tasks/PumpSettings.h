@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/model/Task.h"
+#include "engine/model/TomlTable.h"
+#include "engine/pump/Pump.h"
+
+namespace torvik::ado {
+class Connection;
+}
+
+namespace torvik::engine {
+
+class TaskReader;
+
+/// What becomes of the rows that the destination has.
+enum class LoadMode {
+  Append,    ///< They stay.
+  Truncate,  ///< They are deleted before the first row is loaded.
+  Replace,   ///< The new rows fill a table beside, and take their place in one transaction.
+};
+
+/// The settings that the tasks which pump rows share.
+struct PumpSettings {
+  LoadMode load = LoadMode::Append;
+  std::int64_t firstRow = 0, lastRow = 0;
+  std::int64_t insertCommitSize = 0;
+  std::int64_t maximumErrorCount = 0;
+  std::optional<PlacedText> exceptionFile;
+  bool exceptionFileOverwrite = false;
+  unsigned flags = 0;  ///< TransformFlags.
+};
+
+/// Reads the keys of these names. `toTable`: the destination is a table, not a file.
+PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable);
+
+/// The TransformFlags of a list of words ("string_truncation"), or of their number.
+unsigned ReadTransformFlags(TaskReader& reader);
+
+/// One pump of a task: its settings and where its rows go. Everything must outlive the run.
+struct PumpJob {
+  const PumpSettings& settings;
+  std::vector<ColumnMapping> columns = {};
+  std::vector<ScriptMapping> scripts = {};
+  bool onOneThread = false;
+};
+
+/// Pumps into a table as the settings say, in the package's transaction or in one of its own.
+PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
+                         ado::Connection& destination, const std::string& table);
+
+/// What the step's log line says of a pump.
+TaskResult ResultOf(const PumpCounts& counts);
+
+/// Pumps into anything else.
+PumpCounts PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
+                          RowTarget& target);
+
+}  // namespace torvik::engine

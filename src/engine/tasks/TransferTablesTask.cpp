@@ -1,0 +1,73 @@
+#include "engine/model/TaskReader.h"
+#include "engine/model/Variables.h"
+#include "engine/pump/RowSource.h"
+#include "engine/tasks/PumpSettings.h"
+#include "engine/tasks/Tasks.h"
+#include "platform/Ado.h"
+#include "platform/PlatformError.h"
+
+namespace torvik::engine {
+namespace {
+
+/// Copies whole tables from one server to another.
+class TransferTablesTask final : public Task {
+ public:
+  explicit TransferTablesTask(TaskReader& reader)
+      : source_(reader.Database("source")),
+        destination_(reader.Database("destination")),
+        tables_(reader.Templates("tables")),
+        create_(reader.Table().Boolean("create", true)),
+        settings_(ReadPumpSettings(reader, true)) {
+    if (tables_.empty())
+      reader.Problem(reader.Table().Place(),
+                     "the task has no \"tables\"; list the tables to be transferred");
+  }
+
+  bool CanJoin() const override { return true; }
+
+  TaskResult Run(TaskContext& context) const override {
+    ado::Connection& destination = context.Database(destination_);
+    ado::Connection& source = context.ReadDatabase(source_);
+    if (&source == &destination)
+      throw PlatformError(0, "source and destination are one database; tables keep their names",
+                          "transfer of tables");
+    PumpCounts all;
+    for (const PlacedText& table : tables_) {
+      const PumpCounts counts =
+          Transfer(context, source, destination, context.GlobalVariables().Substitute(table.text));
+      all.loaded += counts.loaded;
+      all.rejected += counts.rejected;
+    }
+    return ResultOf(all);
+  }
+
+ private:
+  PumpCounts Transfer(TaskContext& context, ado::Connection& source, ado::Connection& destination,
+                      const std::string& table) const {
+    const std::vector<ado::Column> columns = source.TableColumns(table);
+    if (columns.empty())
+      throw PlatformError(0, "the source has no table " + table, "transfer of tables");
+    if (destination.TableColumns(table).empty()) {
+      if (!create_)
+        throw PlatformError(0, "the destination has no table " + table + "; create is false",
+                            "transfer of tables");
+      destination.CreateTable(table, columns);
+    }
+    const auto rows = OpenQuerySource(source, "SELECT * FROM " + table, false);
+    const PumpJob job{settings_};
+    return PumpIntoTable(context, job, *rows, destination, table);
+  }
+
+  std::string source_, destination_;
+  std::vector<PlacedText> tables_;
+  bool create_;
+  PumpSettings settings_;
+};
+
+}  // namespace
+
+std::unique_ptr<Task> ReadTransferTablesTask(TaskReader& reader) {
+  return std::make_unique<TransferTablesTask>(reader);
+}
+
+}  // namespace torvik::engine

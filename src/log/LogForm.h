@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace torvik {
+
+struct StepProgress;
+
+/// What the log writer, and a run, need of the main form.
+class LogForm {
+ public:
+  virtual ~LogForm() = default;
+  /// The exception log that the form names at this moment; may be empty.
+  virtual std::string ErrorFile() const = 0;
+  /// Shows a text in the status bar and handles pending events.
+  virtual void SetFormStatus(const std::string& text) = 0;
+  /// Shows a line that has gone to the log, in the status bar too.
+  virtual void ShowLogLine(const std::string& line) { SetFormStatus(line); }
+  /// Shows how a step of the running package stands.
+  virtual void ShowStep(const StepProgress&) {}
+};
+
+}  // namespace torvik

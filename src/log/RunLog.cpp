@@ -1,0 +1,29 @@
+#include "log/RunLog.h"
+
+#include <algorithm>
+
+#include "log/LogForm.h"
+#include "platform/Files.h"
+#include "platform/Messages.h"
+
+namespace torvik {
+
+void RunLog::EchoToLog(std::string_view text) {
+  messages_.PumpEvents();
+  std::string line(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  if (form_ == nullptr) return;
+  if (const std::string file = form_->ErrorFile(); !file.empty()) Append(file, line);
+  form_->ShowLogLine(line);
+  messages_.PumpEvents();
+}
+
+void RunLog::Append(const std::string& file, const std::string& line) {
+  const auto error = files_.AppendText(file, line + "\r\n");
+  if (!error || file == reportedFile_) return;
+  reportedFile_ = file;
+  messages_.Report("cannot write the exception log " + file + ": " + error.message());
+}
+
+}  // namespace torvik

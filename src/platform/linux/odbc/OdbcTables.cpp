@@ -1,0 +1,201 @@
+#include "platform/linux/odbc/OdbcTables.h"
+
+#include <algorithm>
+#include <variant>
+#include <vector>
+
+#include "platform/linux/database/SqlNames.h"
+#include "platform/linux/odbc/OdbcCatalogue.h"
+#include "platform/linux/odbc/OdbcStatement.h"
+#include "platform/linux/odbc/OdbcTypes.h"
+#include "platform/linux/odbc/OdbcUndo.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kStagingSuffix = "_torvik_staging";
+
+std::string KeyClause(std::span<const ado::Column> columns, const OdbcSession& session) {
+  std::vector<const ado::Column*> key;
+  for (const ado::Column& column : columns)
+    if (column.keyPosition > 0) key.push_back(&column);
+  std::ranges::sort(key, {}, &ado::Column::keyPosition);
+  std::string names;
+  for (const ado::Column* column : key)
+    names += (names.empty() ? "" : ", ") + QuotedName(FoldedWord(session, column->name));
+  return names.empty() ? "" : ", PRIMARY KEY (" + names + ")";
+}
+
+/// The catalogue's question for what ODBC does not tell: each column that is not computed, and
+/// whether it is an identity. Empty: every column takes values.
+std::string ValueColumnsSql(OdbcServer server, const OdbcTable& table) {
+  const std::string quoted = QuotedText(QuotedTable(table));
+  if (server == OdbcServer::SqlServer) {
+    const std::string database = table.catalogue.empty() ? "" : QuotedName(table.catalogue) + ".";
+    constexpr const char* kRowVersion = "189";
+    return "SELECT name, CAST(is_identity AS int) FROM " + database +
+           "sys.columns WHERE object_id = OBJECT_ID(N" + quoted +
+           ") AND is_computed = 0 AND system_type_id <> " + kRowVersion + " ORDER BY column_id";
+  }
+  if (server == OdbcServer::PostgreSql)
+    return "SELECT column_name, 0 FROM information_schema.columns WHERE table_schema = " +
+           QuotedText(table.schema) + " AND table_name = " + QuotedText(table.name) +
+           " AND is_generated = 'NEVER' ORDER BY ordinal_position";
+  return "";
+}
+
+/// The columns that take values, as SQL lists them. Throws when the server shows none.
+std::string ListOf(OdbcSession& session, const OdbcTable& table, const OdbcValueColumns& columns) {
+  if (columns.names.empty())
+    throw session.Refusal("table " + table.name +
+                          ": the server shows no column of it; check the rights on it");
+  std::string list;
+  for (const std::string& name : columns.names)
+    list += (list.empty() ? "" : ", ") + QuotedName(name);
+  return list;
+}
+
+std::int64_t Run(OdbcSession& session, const std::string& sql) {
+  OdbcStatement statement(session);
+  std::int64_t rows = statement.Execute(sql);
+  while (statement.ColumnCount() > 0) rows += statement.ExecuteRest();
+  return rows;
+}
+
+/// Lets rows of SQL Server's bring their numbers along while this lives.
+class GivenIdentity {
+ public:
+  GivenIdentity(OdbcSession& session, const std::string& table)
+      : session_(session), set_("SET IDENTITY_INSERT " + table) {
+    session_.Run(set_ + " ON");
+  }
+  ~GivenIdentity() {
+    try {
+      session_.Run(set_ + " OFF");
+    } catch (const PlatformError&) {
+      // The connection is gone, and the setting with it.
+    }
+  }
+  GivenIdentity(const GivenIdentity&) = delete;
+  GivenIdentity& operator=(const GivenIdentity&) = delete;
+
+ private:
+  OdbcSession& session_;
+  const std::string set_;
+};
+
+/// Takes an earlier run's staging table away.
+void DropLeftOver(OdbcSession& session, const OdbcTable& staging) {
+  const std::string name = QuotedTable(staging);
+  switch (session.Dialect().Server()) {
+    case OdbcServer::SqlServer:  // the older ones know no IF EXISTS
+      return session.Run("IF OBJECT_ID(N" + QuotedText(name) + ") IS NOT NULL DROP TABLE " + name);
+    case OdbcServer::PostgreSql: return session.Run("DROP TABLE IF EXISTS " + name);
+    default: break;
+  }
+  const TableName leftOver{staging.catalogue, staging.name, staging.schema};
+  if (!FindOdbcTable(session, leftOver).columns.empty()) session.Run("DROP TABLE " + name);
+}
+
+std::string CopyOfTable(OdbcSession& session, const OdbcTable& table, const OdbcTable& staging) {
+  const std::string from = QuotedTable(table), to = QuotedTable(staging);
+  switch (session.Dialect().Server()) {
+    case OdbcServer::SqlServer:  // numbers its rows as the table does; NOT NULL goes along
+      return "SELECT TOP 0 " + ListOf(session, table, ValueColumnsOf(session, table)) + " INTO " +
+             to + " FROM " + from;
+    case OdbcServer::PostgreSql: return "CREATE TABLE " + to + " (LIKE " + from + " INCLUDING ALL)";
+    default: break;
+  }
+  std::string columns;
+  for (const ado::Column& column : table.columns)
+    columns += (columns.empty() ? "" : ", ") + QuotedName(column.name) + " " + column.declaredType +
+               (column.nullable ? "" : " NOT NULL");
+  return "CREATE TABLE " + to + " (" + columns + ")";
+}
+
+}  // namespace
+
+OdbcValueColumns ValueColumnsOf(OdbcSession& session, const OdbcTable& table) {
+  OdbcValueColumns columns;
+  const std::string sql = ValueColumnsSql(session.Dialect().Server(), table);
+  if (sql.empty()) {
+    for (const ado::Column& column : table.columns) columns.names.push_back(column.name);
+    return columns;
+  }
+  OdbcStatement query(session);
+  query.Execute(sql);
+  while (query.Step()) {
+    const ado::Value name = query.Column(0);
+    if (!std::holds_alternative<std::string>(name)) continue;
+    columns.names.push_back(std::get<std::string>(name));
+    if (query.Column(1) == ado::Value(std::int64_t{1})) columns.identity = columns.names.back();
+  }
+  return columns;
+}
+
+void CreateOdbcTable(OdbcSession& session, const std::string& table,
+                     std::span<const ado::Column> columns) {
+  const auto name = SplitTableName(table);
+  if (!name) throw session.Refusal("there can be no table " + table);
+  if (columns.empty()) throw session.Refusal("table " + table + ": no column is given");
+  std::string list;
+  for (const ado::Column& column : columns) {
+    const bool isMandatory = !column.nullable || column.keyPosition > 0;
+    list += (list.empty() ? "" : ", ") + QuotedName(FoldedWord(session, column.name)) + " " +
+            OdbcTypeOf(session.Dialect().Server(), column) + (isMandatory ? " NOT NULL" : "");
+  }
+  const auto [catalogue, schema] = session.Dialect().PlaceOf(*name);
+  OdbcTable made{catalogue, schema, FoldedWord(session, name->table), {}};
+  // A database without a schema is named by SQL Server alone, where the owner is the usual one.
+  if (!made.catalogue.empty() && made.schema.empty()) made.schema = "dbo";
+  session.Run("CREATE TABLE " + QuotedTable(made) + " (" + list + KeyClause(columns, session) +
+              ")");
+}
+
+void EmptyOdbcTable(OdbcSession& session, const OdbcTable& table) {
+  const std::string name = QuotedTable(table);
+  const OdbcServer server = session.Dialect().Server();
+  if (server == OdbcServer::SqlServer || server == OdbcServer::PostgreSql) {
+    OdbcUndo undo(session, "torvik_empty");
+    try {
+      session.Run("TRUNCATE TABLE " + name);
+      return undo.Keep();
+    } catch (const PlatformError& error) {
+      // Not where other tables refer to the table, nor with the right to delete alone.
+      if (error.isTransient || session.IsCancelled()) throw;
+    }
+    undo.Undo();
+  }
+  session.Run("DELETE FROM " + name);
+}
+
+std::string CreateOdbcStagingTable(OdbcSession& session, const OdbcTable& table) {
+  OdbcTable staging{table.catalogue, table.schema, table.name + kStagingSuffix, {}};
+  DropLeftOver(session, staging);
+  session.Run(CopyOfTable(session, table, staging));
+  return QuotedTable(staging);
+}
+
+std::int64_t ReplaceOdbcRows(OdbcSession& session, const OdbcTable& table,
+                             const OdbcTable& staging) {
+  const std::string name = QuotedTable(table);
+  const bool isPostgreSql = session.Dialect().Server() == OdbcServer::PostgreSql;
+  const OdbcValueColumns columns = ValueColumnsOf(session, table);
+  const std::string list = ListOf(session, table, columns);
+  // Not TRUNCATE, which does not keep the old rows for those who are reading.
+  session.Run("DELETE FROM " + name);
+  const std::string insert = "INSERT INTO " + name + " (" + list + ")" +
+                             (isPostgreSql ? " OVERRIDING SYSTEM VALUE" : "") + " SELECT " + list +
+                             " FROM " + QuotedTable(staging);
+  std::int64_t rows = 0;
+  if (columns.identity.empty()) {
+    rows = Run(session, insert);
+  } else {
+    const GivenIdentity given(session, name);
+    rows = Run(session, insert);
+  }
+  session.Run("DROP TABLE " + QuotedTable(staging));
+  return rows;
+}
+
+}  // namespace torvik

@@ -1,0 +1,214 @@
+#include "platform/linux/postgres/PgBulkLoad.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/database/PickColumns.h"
+#include "platform/linux/postgres/PgCatalogue.h"
+#include "platform/linux/postgres/PgCopyRows.h"
+#include "platform/linux/postgres/PgSession.h"
+
+namespace torvik {
+namespace {
+
+constexpr std::size_t kPieceSize = 12 * 1024;
+constexpr const char* kPoint = "torvik_load";
+/// After so many calls with a value that the binary format does not take, text it is.
+constexpr int kMostTextCalls = 3;
+
+/// The row of a COPY, from 1, and the column that an error's context names: "COPY sale, line 123,
+/// column d: "x"" in the server's language.
+struct CopyPlace {
+  std::size_t row = 0;  ///< 0: not named.
+  std::string column;
+};
+
+CopyPlace PlaceIn(const std::string& context, const std::string& table) {
+  const std::string start = "COPY " + table + ", ";
+  std::size_t at = context.rfind(start);
+  if (at == std::string::npos) return {};
+  const std::string line = context.substr(at + start.size(), context.find('\n', at) - at);
+  const std::size_t digits = line.find_first_of("0123456789");
+  if (digits == std::string::npos) return {};
+  CopyPlace place{std::strtoul(line.c_str() + digits, nullptr, 10), {}};
+  at = line.find_first_not_of("0123456789", digits);
+  if (at == std::string::npos || line.compare(at, 2, ", ") != 0) return place;
+  const std::size_t name = line.find(' ', at + 2);
+  if (name == std::string::npos) return place;
+  place.column = line.substr(name + 1, line.find(": ", name) - name - 1);
+  return place;
+}
+
+std::string CopyText(const PgTable& table, const std::vector<ado::Column>& columns) {
+  std::string names;
+  for (const ado::Column& column : columns)
+    names += (names.empty() ? "" : ", ") + QuotedName(column.name);
+  return "COPY " + table.Quoted() + " (" + names + ") FROM STDIN";
+}
+
+class PgBulkLoad final : public ado::BulkLoad {
+ public:
+  PgBulkLoad(std::shared_ptr<PgSession> session, const std::string& table,
+             std::span<const std::string> columns)
+      : session_(std::move(session)), table_(FindPgTable(*session_, table)) {
+    const std::vector<ado::Column> all(table_.columns.begin(), table_.columns.end());
+    const auto picked = PickColumns(all, columns, table,
+                                    [this](const auto& why) { return session_->Refusal(why); });
+    for (const ado::Column& column : picked)
+      types_.push_back(std::ranges::find(table_.columns, column.name, &PgColumn::name)->type);
+    copy_ = CopyText(table_, picked);
+    isBinary_ = std::ranges::all_of(types_, HasPgBinaryForm);
+    checksAtTheEnd_ = HasTriggersBehindRows();
+  }
+
+  void Load(const ado::LoadRows& rows, std::size_t tolerated,
+            std::vector<ado::Refusal>& refused) override {
+    if (rows.width != types_.size())
+      throw session_->Refusal("table " + table_.name + ": a row has " + std::to_string(rows.width) +
+                              " values for " + std::to_string(types_.size()) + " columns");
+    const std::size_t before = refused.size(), count = rows.Count();
+    const bool seeks = tolerated > 0 || checksAtTheEnd_;
+    isTextNow_ = false;
+    for (std::size_t at = 0, length = count; at < count;) {
+      std::size_t end = at + std::min(length, count - at);
+      const auto error = Copy(rows, at, end, seeks && session_->IsInBlock());
+      if (!error) {
+        at = end;
+        length *= 2;
+        continue;
+      }
+      const std::size_t row = RowAtFault(*error, at, end);
+      if (row == end) {
+        length = (end - at) / 2;
+      } else if (row > at && tolerated > 0) {
+        // The rows before it go in first: it may be refused on their account.
+        length = row - at;
+      } else {
+        refused.push_back({row, 0, Description(*error)});
+        if (refused.size() - before > tolerated) return;
+        ++at;
+      }
+    }
+  }
+
+  std::int64_t Finish() override { return rows_; }
+
+ private:
+  /// True for foreign keys and triggers that look at rows when all of a statement's are stored:
+  /// their errors name no row.
+  bool HasTriggersBehindRows() {
+    constexpr int kBefore = 2, kInsert = 4, kInstead = 64;
+    const PgSession::Parameter table[] = {table_.Quoted()};
+    const PgResult found = session_->RunWith(
+        {"SELECT 1 FROM pg_catalog.pg_trigger WHERE tgrelid = $1::regclass AND tgtype & " +
+         std::to_string(kInsert) + " <> 0 AND tgtype & " + std::to_string(kBefore + kInstead) +
+         " = 0 LIMIT 1"},
+        table);
+    return PQntuples(found.get()) > 0;
+  }
+
+  /// The row that an error names; `end` when it names none. The only row is always the one.
+  std::size_t RowAtFault(const PgError& error, std::size_t begin, std::size_t end) const {
+    const std::size_t row = PlaceIn(error.context, table_.name).row;
+    if (end - begin == 1) return begin;
+    return row == 0 || row > end - begin ? end : begin + row - 1;
+  }
+
+  std::string Description(const PgError& error) const {
+    const std::string column = PlaceIn(error.context, table_.name).column;
+    return (column.empty() ? "" : "column " + column + ": ") + error.text;
+  }
+
+  /// Loads the rows from `begin` to `end`, or fewer: `end` is then where they end. Answers an error
+  /// that lies in the rows, and then none of them is loaded.
+  std::optional<PgError> Copy(const ado::LoadRows& rows, std::size_t begin, std::size_t& end,
+                              bool hasPoint) {
+    session_->RequireIdle();
+    std::string sql = copy_ + (IsText() ? "" : " (FORMAT binary)");
+    if (hasPoint) sql = std::string("SAVEPOINT ") + kPoint + "; " + sql + "; RELEASE " + kPoint;
+    const PgResult result = Exchange(sql, rows, begin, end);
+    if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) return {};
+    const PgError error = ErrorOfResult(result.get());
+    const PlatformError failure = session_->Failure(result.get(), "table " + table_.name);
+    if (hasPoint) session_->UndoTo(kPoint);
+    const bool isLocated = RowAtFault(error, begin, end) < end || !session_->HasFailedBlock();
+    if (!error.IsOfARow() || !isLocated) throw failure;
+    return error;
+  }
+
+  /// Answers the first error, or what is no error.
+  PgResult Exchange(const std::string& sql, const ado::LoadRows& rows, std::size_t begin,
+                    std::size_t& end) {
+    const PgSession::Running running(*session_);
+    PgResult result = session_->Begin(sql);
+    while (PQresultStatus(result.get()) == PGRES_COMMAND_OK)
+      result.reset(PQgetResult(session_->Handle()));
+    if (PQresultStatus(result.get()) == PGRES_COPY_IN) result = Send(rows, begin, end);
+    const std::int64_t taken = std::atoll(PQcmdTuples(result.get()));
+    TakeRest(result);
+    if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) rows_ += taken;
+    return result;
+  }
+
+  /// What follows a result of a statement; the first error takes its place.
+  void TakeRest(PgResult& result) {
+    while (PgResult next{PQgetResult(session_->Handle())})
+      if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) result = std::move(next);
+  }
+
+  /// Sends the rows and answers what the server makes of them.
+  PgResult Send(const ado::LoadRows& rows, std::size_t begin, std::size_t& end) {
+    PGconn* connection = session_->Handle();
+    const bool isText = IsText();
+    buffer_.Clear();
+    if (!isText) buffer_.Append(kPgBinaryHead);
+    for (std::size_t row = begin; row < end; ++row) {
+      if (isText) {
+        AddPgTextRow(types_, rows.Row(row), buffer_);
+      } else if (!AddPgBinaryRow(types_, rows.Row(row), buffer_)) {
+        // The server shall judge this row, and those behind it, by their texts.
+        end = row;
+        isTextNow_ = true;
+        if (++textCalls_ > kMostTextCalls) isBinary_ = false;
+      }
+      if (buffer_.Bytes().size() >= kPieceSize && !Flush()) break;
+    }
+    if (!isText) buffer_.Append(kPgBinaryEnd);
+    if (Flush()) PQputCopyEnd(connection, nullptr);
+    return PgResult(PQgetResult(connection));
+  }
+
+  /// False when the connection is lost.
+  bool Flush() {
+    const std::string_view bytes = buffer_.Bytes();
+    const bool isSent =
+        PQputCopyData(session_->Handle(), bytes.data(), static_cast<int>(bytes.size())) == 1;
+    buffer_.Clear();
+    return isSent;
+  }
+
+  bool IsText() const { return !isBinary_ || isTextNow_; }
+
+  const std::shared_ptr<PgSession> session_;
+  const PgTable table_;
+  std::string copy_;
+  std::vector<unsigned> types_;
+  bool isBinary_ = false;
+  bool isTextNow_ = false;  ///< For the rest of a call.
+  int textCalls_ = 0;
+  bool checksAtTheEnd_ = false;
+  PgCopyBuffer buffer_;
+  std::int64_t rows_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ado::BulkLoad> NewPgBulkLoad(std::shared_ptr<PgSession> session,
+                                             const std::string& table,
+                                             std::span<const std::string> columns) {
+  return std::make_unique<PgBulkLoad>(std::move(session), table, columns);
+}
+
+}  // namespace torvik

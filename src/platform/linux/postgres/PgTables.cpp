@@ -1,0 +1,138 @@
+#include "platform/linux/postgres/PgTables.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <optional>
+
+#include "platform/Text.h"
+#include "platform/linux/postgres/PgCatalogue.h"
+#include "platform/linux/postgres/PgSession.h"
+#include "platform/linux/postgres/PgUndo.h"
+
+namespace torvik {
+namespace {
+
+constexpr std::size_t kLongestName = 63;
+constexpr std::string_view kStagingEnd = "_torvik_staging";
+
+bool NeedsNoQuotes(const std::string& name) {
+  const auto isPlain = [](char c) {
+    c = LowerAscii(c);
+    return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
+  };
+  return !name.empty() && (name[0] < '0' || name[0] > '9') && std::ranges::all_of(name, isPlain);
+}
+
+std::string Folded(const std::string& name) {
+  return QuotedName(NeedsNoQuotes(name) ? LowerAscii(name) : name);
+}
+
+std::string Sizes(int first, std::optional<int> second = {}) {
+  return "(" + std::to_string(first) + (second ? ", " + std::to_string(*second) : "") + ")";
+}
+
+std::string TypeOf(const ado::Column& column) {
+  using enum ado::ColumnKind;
+  switch (column.kind) {
+    case Text: return column.size > 0 ? "varchar" + Sizes(column.size) : "text";
+    case Integer: return column.size == 2 ? "smallint" : column.size == 4 ? "integer" : "bigint";
+    case Decimal:
+      return column.precision > 0 ? "numeric" + Sizes(column.precision, column.scale) : "numeric";
+    case Real: return "double precision";
+    case Boolean: return "boolean";
+    case Date: return "date";
+    case DateTime: return "timestamp";
+    case Binary: return "bytea";
+  }
+  return "text";
+}
+
+/// The name of a new table as a statement takes it.
+std::string NewTableName(PgSession& session, const std::string& table) {
+  const auto name = SplitTableName(table);
+  if (!name) throw session.Refusal("a table cannot be named " + table);
+  try {
+    session.Names().RequireReach(*name, "");
+  } catch (const PlatformError& error) {
+    throw session.Refusal(error.Description());
+  }
+  const bool isQuoted = table.find_first_of("\"[`") != std::string::npos;
+  const auto spelled = [&](const std::string& part) {
+    return isQuoted ? QuotedName(part) : Folded(part);
+  };
+  const std::string schema = PostgreSqlNames::SchemaOf(*name);
+  return (schema.empty() ? "" : spelled(schema) + ".") + spelled(name->table);
+}
+
+/// A long name is cut; the table's own number then tells it from others that begin alike.
+std::string StagingName(PgSession& session, const PgTable& table) {
+  std::string end(kStagingEnd);
+  if (table.name.size() + end.size() <= kLongestName) return table.name + end;
+  const PgSession::Parameter quoted[] = {table.Quoted()};
+  const PgResult number = session.RunWith({"SELECT $1::regclass::oid"}, quoted);
+  end = std::string("_") + PQgetvalue(number.get(), 0, 0) + end;
+  std::size_t size = kLongestName - end.size();
+  while (size > 0 && (static_cast<unsigned char>(table.name[size]) & 0xC0) == 0x80) --size;
+  return table.name.substr(0, size) + end;
+}
+
+std::int64_t RowsOf(const PgResult& result) {
+  return std::atoll(PQcmdTuples(result.get()));
+}
+
+}  // namespace
+
+void CreatePgTable(PgSession& session, const std::string& table,
+                   std::span<const ado::Column> columns) {
+  std::string parts, key;
+  std::map<int, std::string> keyColumns;
+  for (const ado::Column& column : columns) {
+    parts += (parts.empty() ? "" : ", ") + Folded(column.name) + " " + TypeOf(column) +
+             (column.nullable ? "" : " NOT NULL");
+    if (column.keyPosition > 0) keyColumns[column.keyPosition] = Folded(column.name);
+  }
+  for (const auto& [position, name] : keyColumns) key += (key.empty() ? "" : ", ") + name;
+  if (!key.empty()) parts += ", PRIMARY KEY (" + key + ")";
+  session.Run("CREATE TABLE " + NewTableName(session, table) + " (" + parts + ")");
+}
+
+void EmptyPgTable(PgSession& session, const std::string& table) {
+  const std::string name = RequirePgTable(session, table).Quoted();
+  try {
+    session.Run("TRUNCATE TABLE " + name);
+  } catch (const PlatformError& error) {
+    const std::string text = error.Description();
+    const auto says = [&](const char* state) { return text.find(state) != std::string::npos; };
+    if (!says("SQLSTATE 0A000") && !says("SQLSTATE 42501") && !says("SQLSTATE 42809")) throw;
+    session.Run("DELETE FROM " + name);
+  }
+}
+
+std::string CreatePgStagingTable(PgSession& session, const std::string& table) {
+  const PgTable found = RequirePgTable(session, table);
+  const std::string staging =
+      QuotedName(found.schema) + "." + QuotedName(StagingName(session, found));
+  session.Run("DROP TABLE IF EXISTS " + staging);
+  session.Run("CREATE UNLOGGED TABLE " + staging + " (LIKE " + found.Quoted() + " INCLUDING ALL)");
+  return staging;
+}
+
+std::int64_t ReplacePgRows(PgSession& session, const std::string& table,
+                           const std::string& staging) {
+  const PgTable target = RequirePgTable(session, table), source = RequirePgTable(session, staging);
+  std::string columns;
+  for (const PgColumn& column : target.columns)
+    if (!column.isGenerated) columns += (columns.empty() ? "" : ", ") + QuotedName(column.name);
+  PgUndo undo(session);
+  session.Run("DELETE FROM " + target.Quoted());
+  const PgResult inserted =
+      session.Run("INSERT INTO " + target.Quoted() + " (" + columns +
+                  ") OVERRIDING SYSTEM VALUE SELECT " + columns + " FROM " + source.Quoted());
+  const std::int64_t rows = RowsOf(inserted);
+  session.Run("DROP TABLE " + source.Quoted());
+  undo.Keep();
+  return rows;
+}
+
+}  // namespace torvik

@@ -1,0 +1,112 @@
+#include "platform/linux/settings/IniText.h"
+
+#include "platform/Text.h"
+
+namespace torvik {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string_view Trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t\r");
+  if (first == std::string_view::npos) return text.substr(text.size());
+  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+}
+
+}  // namespace
+
+IniLine ReadIniLine(std::string_view bytes, std::size_t offset) {
+  IniLine line;
+  const std::size_t lineFeed = bytes.find('\n', offset);
+  line.end = lineFeed == std::string_view::npos ? bytes.size() : lineFeed + 1;
+  std::string_view all = bytes.substr(offset, std::min(lineFeed, line.end) - offset);
+  if (offset == 0 && all.starts_with(kByteOrderMark)) all.remove_prefix(kByteOrderMark.size());
+  const std::string_view words = Trimmed(all);
+  const std::size_t equals = words.find('=');
+  if (words.empty()) {
+    line.kind = IniLine::Kind::Blank;
+  } else if (words[0] == ';') {
+    line.kind = IniLine::Kind::Comment;
+  } else if (words[0] == '[') {
+    line.kind = IniLine::Kind::Section;
+    line.name = Trimmed(words.substr(1, std::min(words.rfind(']'), words.size()) - 1));
+  } else if (equals == std::string_view::npos) {
+    line.kind = IniLine::Kind::Other;
+  } else {
+    line.kind = IniLine::Kind::Key;
+    line.name = Trimmed(words.substr(0, equals));
+    line.text = Trimmed(words.substr(equals + 1));
+  }
+  return line;
+}
+
+std::string_view IniValue(std::string_view text) {
+  text = Trimmed(text);
+  const bool isQuoted = text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
+                        text.front() == text.back();
+  return isQuoted ? text.substr(1, text.size() - 2) : text;
+}
+
+/// Where a key stands, or would stand.
+struct IniText::Place {
+  bool hasSection = false;
+  bool hasKey = false;
+  std::string_view text;   ///< Of the key: what its value is written as.
+  std::size_t newKey = 0;  ///< Where the line of a new key goes.
+};
+
+IniText::Place IniText::Locate(std::string_view section, std::string_view key) const {
+  Place place;
+  for (std::size_t offset = 0; offset < bytes_.size();) {
+    const IniLine line = ReadIniLine(bytes_, offset);
+    offset = line.end;
+    if (line.kind == IniLine::Kind::Section) {
+      if (place.hasSection) break;
+      place.hasSection = EqualsIgnoringCase(line.name, Trimmed(section));
+    }
+    if (!place.hasSection) continue;
+    if (line.kind != IniLine::Kind::Blank) place.newKey = line.end;
+    if (line.kind == IniLine::Kind::Key && EqualsIgnoringCase(line.name, Trimmed(key))) {
+      place.hasKey = true;
+      place.text = line.text;
+      break;
+    }
+  }
+  return place;
+}
+
+std::optional<std::string> IniText::Find(std::string_view section, std::string_view key) const {
+  const Place place = Locate(section, key);
+  if (!place.hasKey) return std::nullopt;
+  return std::string(IniValue(place.text));
+}
+
+void IniText::Set(std::string_view section, std::string_view key, std::string_view value) {
+  const Place place = Locate(section, key);
+  if (place.hasKey) {
+    bytes_.replace(static_cast<std::size_t>(place.text.data() - bytes_.data()), place.text.size(),
+                   value);
+    return;
+  }
+  std::size_t at = place.newKey;
+  if (!place.hasSection) {
+    InsertLine(bytes_.size(), "[" + std::string(section) + "]");
+    at = bytes_.size();
+  }
+  InsertLine(at, std::string(key) + "=" + std::string(value));
+}
+
+void IniText::InsertLine(std::size_t at, const std::string& line) {
+  const std::string lineEnd = LineEnd();
+  const bool isOpen = at > 0 && bytes_[at - 1] != '\n';
+  bytes_.insert(at, (isOpen ? lineEnd : "") + line + lineEnd);
+}
+
+std::string IniText::LineEnd() const {
+  const std::size_t lineFeed = bytes_.find('\n');
+  const bool isBare =
+      lineFeed != std::string::npos && (lineFeed == 0 || bytes_[lineFeed - 1] != '\r');
+  return isBare ? "\n" : "\r\n";
+}
+
+}  // namespace torvik

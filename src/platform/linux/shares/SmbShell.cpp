@@ -1,0 +1,147 @@
+#include "platform/linux/shares/SmbShell.h"
+
+#include "platform/linux/shares/ShellFiles.h"
+#include "platform/linux/shares/SmbServers.h"
+#include "platform/linux/system/CopyFiles.h"
+#include "platform/linux/system/FetchCounter.h"
+
+namespace torvik {
+namespace {
+
+/// A directory of a server, of which the files are copied.
+class ShareDirectory final : public SourceDirectory {
+ public:
+  ShareDirectory(SmbServers& servers, UncPath path) : servers_(servers), path_(std::move(path)) {}
+
+  std::vector<Entry> List(FileFailure& failure) override {
+    std::vector<Entry> files;
+    failure = servers_.Do(path_, [&](SmbSession& session) {
+      files.clear();
+      session_ = &session;
+      return session.List(path_.InServer(), files);
+    });
+    return files;
+  }
+
+  std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
+    return session_->OpenToRead(path_.Below(name).InServer(), error);
+  }
+
+  std::string PathOf(const std::string& name) const override { return path_.Below(name).Text(); }
+
+  std::string Words(const std::string& name, const std::error_code& error) const override {
+    return servers_.Words(path_.Below(name), error);
+  }
+
+ private:
+  SmbServers& servers_;
+  const UncPath path_;
+  SmbSession* session_ = nullptr;
+};
+
+/// Up to `limit` bytes of the beginning of a file.
+std::error_code ReadBeginning(SmbSession& session, const UncPath& path, std::size_t limit,
+                              std::string& bytes) {
+  std::error_code error;
+  const auto file = session.OpenToRead(path.InServer(), error);
+  if (error) return error;
+  bytes.resize(limit);
+  bytes.resize(file->Read(bytes.data(), limit, error));
+  return error;
+}
+
+std::error_code WriteWhole(SmbSession& session, const UncPath& path, const std::string& bytes) {
+  std::error_code error;
+  const auto file = session.OpenToReplace(path.InServer(), error);
+  if (!error) error = file->Write(bytes);
+  return error ? error : file->Close();
+}
+
+class SmbShell final : public Shell {
+ public:
+  SmbShell(const Settings& settings, const PathMap& paths, const CodePage& ansi,
+           FetchObserver onFetch)
+      : servers_(settings), paths_(paths), ansi_(ansi), counter_(std::move(onFetch)) {}
+
+  bool Exists(const std::string& path) override {
+    bool isDirectory = false;
+    return !Do(path, [&](SmbSession& session, const UncPath& place) {
+              return session.Stat(place.InServer(), isDirectory);
+            }).error;
+  }
+
+  ShareResult ReadFirstLine(const std::string& path, std::size_t limit,
+                            std::string& line) override {
+    std::string bytes;
+    const FileFailure failure = Do(path, [&](SmbSession& session, const UncPath& place) {
+      return ReadBeginning(session, place, limit, bytes);
+    });
+    return failure.error ? Result(path, failure) : FirstLineOf(path, bytes, ansi_, line);
+  }
+
+  ShareResult ReplaceText(const std::string& path, std::string_view text) override {
+    const std::string bytes = ansi_.Encode(text);
+    return Result(path, Do(path, [&](SmbSession& session, const UncPath& place) {
+                    return WriteWhole(session, place, bytes);
+                  }));
+  }
+
+  int SHFileOperationA(const FileOperation& operation) override {
+    copyFailure_ = CopyAll(operation);
+    return NumberOf(copyFailure_.error);
+  }
+
+  std::string CopyFailure() const override { return copyFailure_.words; }
+
+ private:
+  FileFailure Do(const std::string& path,
+                 const std::function<std::error_code(SmbSession&, const UncPath&)>& work) {
+    const auto place = ParseUncPath(path);
+    if (!place) return NoShare(path);
+    return servers_.Do(*place, [&](SmbSession& session) { return work(session, *place); });
+  }
+
+  static FileFailure NoShare(const std::string& path) {
+    return {std::make_error_code(std::errc::invalid_argument),
+            path + R"(: this is no path on a share, which begins \\SERVER\SHARE)"};
+  }
+
+  FileFailure CopyAll(const FileOperation& operation) {
+    const std::string source = DirectoryOfAllFiles(operation.from);
+    const auto from = ParseUncPath(source);
+    if (!from) return NoShare(source);
+    std::error_code error;
+    const std::string to = paths_.ToLinux(operation.to, error);
+    if (error) return {error, operation.to + ": " + error.message()};
+    ShareDirectory directory(servers_, *from);
+    return CopyFiles(directory, to, counter_);
+  }
+
+  ShareResult Result(const std::string& path, const FileFailure& failure) {
+    const bool hasDirectory =
+        IsMissing(failure.error) && IsDirectory(ParseUncPath(path)->Directory());
+    return {ShareErrorOf(failure.error, hasDirectory), failure.words};
+  }
+
+  bool IsDirectory(const UncPath& place) {
+    bool isDirectory = false;
+    const FileFailure failure = servers_.Do(
+        place, [&](SmbSession& session) { return session.Stat(place.InServer(), isDirectory); });
+    return !failure.error && isDirectory;
+  }
+
+  SmbServers servers_;
+  const PathMap paths_;
+  const CodePage& ansi_;
+  FetchCounter counter_;
+  FileFailure copyFailure_;
+};
+
+}  // namespace
+
+std::unique_ptr<Shell> NewSmbShell(const Settings& settings, const PathMap& paths,
+                                   const CodePages& codePages, FetchObserver onFetch) {
+  return std::make_unique<SmbShell>(settings, paths, codePages.Ansi(), std::move(onFetch));
+}
+
+}  // namespace torvik

@@ -1,0 +1,169 @@
+#include "platform/linux/sqlite/SqliteBulkLoad.h"
+
+#include <sqlite3.h>
+
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+#include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteSession.h"
+#include "platform/linux/sqlite/SqliteStatement.h"
+
+namespace torvik {
+namespace {
+
+/// In KiB, below 0: keeps the pages of an index, into which rows go in no order, from being written
+/// and read again and again. A table without an index needs no more than the usual 2 MiB.
+constexpr const char* kIndexCache = "-32768";
+
+bool HasIndex(SqliteSession& session, const std::string& schema, const std::string& table) {
+  SqliteStatement indexes(session, "SELECT 1 FROM pragma_index_list(?1, ?2)", "");
+  indexes.Bind(1, table);
+  indexes.Bind(2, schema);
+  return indexes.Step();
+}
+
+/// How a column's values are bound.
+enum class Binding { Text, Integer, Number, Bytes };
+
+Binding BindingOf(ado::ColumnKind kind) {
+  switch (kind) {
+    case ado::ColumnKind::Integer:
+    case ado::ColumnKind::Boolean: return Binding::Integer;
+    case ado::ColumnKind::Decimal:
+    case ado::ColumnKind::Real: return Binding::Number;
+    case ado::ColumnKind::Binary: return Binding::Bytes;
+    default: return Binding::Text;
+  }
+}
+
+/// True when the whole of `text` is a number of that type; an infinity or "nan" is none.
+template <typename Number>
+bool ReadNumber(std::string_view text, Number& number) {
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && std::isfinite(static_cast<double>(number));
+}
+
+std::string InsertText(const std::string& schema, const std::string& table,
+                       const std::vector<ado::Column>& columns) {
+  std::string names, values;
+  for (const ado::Column& column : columns) {
+    names += (names.empty() ? "" : ", ") + QuotedName(column.name);
+    values += values.empty() ? "?" : ", ?";
+  }
+  return "INSERT INTO " + QuotedName(schema) + "." + QuotedName(table) + " (" + names +
+         ") VALUES (" + values + ")";
+}
+
+/// One INSERT, compiled once. It calls the library directly: a row passes here for every line of
+/// the largest files, and its bytes are bound where they lie.
+class SqliteBulkLoad final : public ado::BulkLoad {
+ public:
+  SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const std::string& schema,
+                 const std::string& table, const std::vector<ado::Column>& columns)
+      : session_(std::move(session)), place_("table " + table) {
+    for (const ado::Column& column : columns) bindings_.push_back(BindingOf(column.kind));
+    if (HasIndex(*session_, schema, table))
+      session_->Run("PRAGMA " + QuotedName(schema) + ".cache_size = " + kIndexCache);
+    const std::string sql = InsertText(schema, table, columns);
+    session_->BeginStatement();
+    if (sqlite3_prepare_v3(session_->Handle(), sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &insert_,
+                           nullptr) != SQLITE_OK)
+      throw session_->Failure(place_);
+  }
+  ~SqliteBulkLoad() override { sqlite3_finalize(insert_); }
+  SqliteBulkLoad(const SqliteBulkLoad&) = delete;
+  SqliteBulkLoad& operator=(const SqliteBulkLoad&) = delete;
+
+  void Load(const ado::LoadRows& rows, std::size_t tolerated,
+            std::vector<ado::Refusal>& refused) override {
+    if (rows.width != bindings_.size())
+      throw session_->Refusal(place_ + ": a row has " + std::to_string(rows.width) +
+                              " values for " + std::to_string(bindings_.size()) + " columns");
+    session_->BeginStatement();
+    const bool isInTransaction = sqlite3_get_autocommit(session_->Handle()) == 0;
+    const std::size_t before = refused.size();
+    for (std::size_t row = 0; row < rows.Count(); ++row) {
+      if (Insert(rows.Row(row))) continue;
+      const PlatformError error = session_->Failure(place_);
+      // A trigger may have rolled the whole transaction back.
+      const bool isLost = isInTransaction && sqlite3_get_autocommit(session_->Handle()) != 0;
+      if (isLost || !IsRefusal(error.number)) throw error;
+      refused.push_back({row, error.number, error.Description()});
+      if (refused.size() - before > tolerated) return;
+    }
+  }
+
+  std::int64_t Finish() override { return rows_; }
+
+ private:
+  /// True for an error that lies in the row.
+  static bool IsRefusal(long code) {
+    switch (code & 0xFF) {
+      case SQLITE_CONSTRAINT:
+      case SQLITE_MISMATCH:
+      case SQLITE_TOOBIG: return true;
+      default: return false;
+    }
+  }
+
+  bool Insert(std::span<const ado::LoadValue> row) {
+    for (std::size_t i = 0; i < row.size(); ++i)
+      if (Bind(static_cast<int>(i) + 1, bindings_[i], row[i]) != SQLITE_OK) return false;
+    const int code = sqlite3_step(insert_);
+    sqlite3_reset(insert_);
+    if (code != SQLITE_DONE) return false;
+    rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
+    return true;
+  }
+
+  int Bind(int position, Binding binding, const ado::LoadValue& value) {
+    switch (value.GetKind()) {
+      case ado::LoadValue::Kind::Null: return sqlite3_bind_null(insert_, position);
+      case ado::LoadValue::Kind::Integer:
+        return sqlite3_bind_int64(insert_, position, value.Integer());
+      case ado::LoadValue::Kind::Real: return sqlite3_bind_double(insert_, position, value.Real());
+      case ado::LoadValue::Kind::Text: break;
+    }
+    return BindText(position, binding, value.Text());
+  }
+
+  int BindText(int position, Binding binding, std::string_view value) {
+    // A null pointer would be bound as NULL, not as an empty text.
+    const char* data = value.data() ? value.data() : "";
+    std::int64_t whole = 0;
+    double real = 0;
+    switch (binding) {
+      case Binding::Integer:
+        if (ReadNumber(value, whole)) return sqlite3_bind_int64(insert_, position, whole);
+        break;
+      case Binding::Number:
+        if (ReadNumber(value, whole)) return sqlite3_bind_int64(insert_, position, whole);
+        if (ReadNumber(value, real)) return sqlite3_bind_double(insert_, position, real);
+        break;
+      case Binding::Bytes:
+        return sqlite3_bind_blob64(insert_, position, data, value.size(), SQLITE_STATIC);
+      case Binding::Text: break;
+    }
+    return sqlite3_bind_text64(insert_, position, data, value.size(), SQLITE_STATIC, SQLITE_UTF8);
+  }
+
+  const std::shared_ptr<SqliteSession> session_;
+  const std::string place_;
+  std::vector<Binding> bindings_;
+  sqlite3_stmt* insert_ = nullptr;
+  std::int64_t rows_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ado::BulkLoad> NewSqliteBulkLoad(std::shared_ptr<SqliteSession> session,
+                                                 const std::string& schema,
+                                                 const std::string& table,
+                                                 const std::vector<ado::Column>& columns) {
+  return std::make_unique<SqliteBulkLoad>(std::move(session), schema, table, columns);
+}
+
+}  // namespace torvik

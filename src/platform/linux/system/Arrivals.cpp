@@ -1,0 +1,81 @@
+#include "platform/linux/system/Arrivals.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace torvik {
+namespace {
+
+/// Waiting for the disk takes no processor; a disk takes several syncs for hardly more than one.
+constexpr std::size_t kWorkers = 8;
+/// Files are open until they are in place.
+constexpr std::size_t kOnTheirWay = 64;
+
+}  // namespace
+
+Arrivals::~Arrivals() {
+  Finish();
+  {
+    const std::lock_guard lock(mutex_);
+    isEnding_ = true;
+  }
+  changed_.notify_all();
+  for (std::thread& worker : workers_) worker.join();
+}
+
+Arrivals::Failure Arrivals::Take(FileReplacement file) {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return arrivals_.size() < kOnTheirWay; });
+  if (failure_) return failure_;
+  arrivals_.push_back({std::move(file)});
+  if (workers_.size() < std::min(kWorkers, arrivals_.size()))
+    workers_.emplace_back([this] { Work(); });
+  changed_.notify_all();
+  return {};
+}
+
+Arrivals::Failure Arrivals::Finish() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return arrivals_.empty(); });
+  if (!last_.empty() && !failure_) failure_ = {last_, SyncDirectoryOf(last_)};
+  last_.clear();
+  return std::exchange(failure_, {});
+}
+
+Arrivals::Arrival* Arrivals::NextToSync() {
+  for (Arrival& arrival : arrivals_)
+    if (!arrival.isBegun) return &arrival;
+  return nullptr;
+}
+
+void Arrivals::Work() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    Arrival* arrival = nullptr;
+    changed_.wait(lock, [&] { return isEnding_ || (arrival = NextToSync()) != nullptr; });
+    if (arrival == nullptr) return;
+    arrival->isBegun = true;
+    lock.unlock();
+    arrival->error = arrival->file.Sync();
+    lock.lock();
+    arrival->isSynced = true;
+    PutInPlace();
+    changed_.notify_all();
+  }
+}
+
+/// Of those that are synced, the ones that no other is before.
+void Arrivals::PutInPlace() {
+  for (; !arrivals_.empty() && arrivals_.front().isSynced; arrivals_.pop_front()) {
+    if (failure_) continue;
+    Arrival& arrival = arrivals_.front();
+    if (!arrival.error) arrival.error = arrival.file.PutInPlace();
+    if (arrival.error) {
+      failure_ = {arrival.file.Target(), arrival.error};
+    } else {
+      last_ = arrival.file.Target();
+    }
+  }
+}
+
+}  // namespace torvik

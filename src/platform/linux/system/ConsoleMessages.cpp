@@ -1,0 +1,73 @@
+#include "platform/linux/system/ConsoleMessages.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+
+#include "platform/linux/system/Posix.h"
+
+namespace torvik {
+namespace {
+
+// A signal handler reaches nothing but this.
+std::atomic<int> keptSignals = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void KeepSignal(int) {
+  ++keptSignals;
+}
+
+/// The text with a blank for each line break.
+std::string OnOneLine(std::string_view text) {
+  std::string line;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.substr(i, 2) == "\r\n") ++i;
+    line += text[i] == '\r' || text[i] == '\n' ? ' ' : text[i];
+  }
+  return line;
+}
+
+class ConsoleMessages final : public Messages {
+ public:
+  explicit ConsoleMessages(std::function<void()> onClose) : onClose_(std::move(onClose)) {}
+
+  void Box(std::string_view text, std::string_view title, BoxIcon) override {
+    Report(std::string(title) + ": " + std::string(text));
+  }
+
+  Answer Ask(std::string_view text, std::string_view title) override {
+    Box(text, title, BoxIcon::None);
+    return Answer::Cancel;
+  }
+
+  void Report(std::string_view line) override {
+    // On a terminal the line of the status may be open, which is of the past then (ECMA-48).
+    const std::string overStatus = isatty(STDERR_FILENO) ? "\r\x1b[K" : "";
+    WriteAll(STDERR_FILENO, overStatus + "torvik: " + OnOneLine(line) + "\n");
+  }
+
+  void PumpEvents() override {
+    for (int kept = keptSignals.exchange(0); kept > 0; --kept) onClose_();
+  }
+
+ private:
+  std::function<void()> onClose_;
+};
+
+}  // namespace
+
+void InstallCloseSignals() {
+  struct sigaction action {};
+  action.sa_handler = KeepSignal;
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+std::unique_ptr<Messages> NewConsoleMessages(std::function<void()> onClose) {
+  return std::make_unique<ConsoleMessages>(std::move(onClose));
+}
+
+}  // namespace torvik

@@ -1,0 +1,282 @@
+#include "platform/linux/system/PosixFiles.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include "platform/CodePage.h"
+#include "platform/linux/gzip/GzipFile.h"
+#include "platform/linux/system/MoveFile.h"
+#include "platform/linux/system/Posix.h"
+#include "platform/linux/system/PosixStreams.h"
+#include "platform/linux/system/ReplaceFile.h"
+
+namespace torvik {
+namespace {
+
+constexpr mode_t kNewFileMode = 0644;
+
+std::error_code StatusOf(const std::string& path, struct stat& status) {
+  return stat(path.c_str(), &status) == 0 ? std::error_code() : LastSystemError();
+}
+
+std::error_code MustBePlain(const struct stat& status) {
+  if (S_ISREG(status.st_mode)) return {};
+  return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory
+                                                      : std::errc::invalid_argument);
+}
+
+bool IsRefusedByDirectory(const std::error_code& error) {
+  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
+         error == std::errc::read_only_file_system;
+}
+
+/// True when the disk is full, but a text so short finds its place where the file's bytes are: the
+/// disk writes it as a whole or not at all.
+bool HasRoomInPlace(const std::error_code& error, const struct stat& status, std::size_t bytes) {
+  constexpr std::size_t kSector = 512;
+  const bool isFull = error == std::errc::no_space_on_device ||
+                      error == std::error_code(EDQUOT, std::generic_category());
+  const auto room = std::max<off_t>(status.st_size, status.st_blocks * off_t{kSector});
+  return isFull && bytes <= kSector && static_cast<off_t>(bytes) <= room;
+}
+
+bool IsPlainEntry(int directory, const char* name) {
+  struct stat status {};
+  return fstatat(directory, name, &status, 0) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Copies what is left of `from` to `to`.
+std::error_code CopyBytes(int from, int to) {
+  char buffer[65536];
+  for (;;) {
+    const ssize_t got = read(from, buffer, sizeof buffer);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return LastSystemError();
+    if (got == 0) return {};
+    if (const auto error = WriteAll(to, {buffer, static_cast<std::size_t>(got)})) return error;
+  }
+}
+
+class PosixFiles final : public Files {
+ public:
+  PosixFiles(const PathMap& paths, const CodePage& ansi, std::string temporaryDirectory)
+      : paths_(paths), ansi_(ansi), temporaryDirectory_(std::move(temporaryDirectory)) {
+    if (temporaryDirectory_.empty() || temporaryDirectory_.back() != '/') {
+      temporaryDirectory_ += '/';
+    }
+  }
+
+  std::error_code Size(const std::string& path, std::uint64_t& bytes) override {
+    std::error_code error;
+    struct stat status {};
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error || (error = StatusOf(linuxPath, status)) || (error = MustBePlain(status))) {
+      return error;
+    }
+    bytes = static_cast<std::uint64_t>(status.st_size);
+    return {};
+  }
+
+  std::error_code Status(const std::string& path, FileStatus& status) override {
+    std::error_code error;
+    struct stat found {};
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error || (error = StatusOf(linuxPath, found)) || (error = MustBePlain(found))) return error;
+    status = {static_cast<std::uint64_t>(found.st_size),
+              found.st_mtim.tv_sec * std::int64_t{1000000000} + found.st_mtim.tv_nsec};
+    return {};
+  }
+
+  std::error_code CheckReadable(const std::string& path) override {
+    std::error_code error;
+    OpenPlain(path, error);
+    return error;
+  }
+
+  std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) override {
+    Descriptor file = Open(path, O_RDONLY, error);
+    if (error) return nullptr;
+    return NewPosixReader(std::move(file));
+  }
+
+  std::unique_ptr<FileReader> OpenUnpacked(const std::string& path, Compression compression,
+                                           std::error_code& error) override {
+    auto file = OpenRead(path, error);
+    if (!file || compression == Compression::None) return file;
+    return NewGzipReader(std::move(file), compression);
+  }
+
+  std::unique_ptr<FileWriter> OpenWrite(const std::string& path, bool append,
+                                        Compression compression, std::error_code& error) override {
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return nullptr;
+    auto file = NewPosixWriter(linuxPath, append, kNewFileMode, error);
+    const bool packs = compression == Compression::Gzip ||
+                       (compression == Compression::Auto && path.ends_with(".gz"));
+    return file && packs ? NewGzipWriter(std::move(file), error) : std::move(file);
+  }
+
+  std::error_code AppendText(const std::string& path, std::string_view text) override {
+    return AppendBytes(path, ansi_.Encode(text));
+  }
+  std::error_code AppendBytes(const std::string& path, std::string_view bytes) override {
+    std::error_code error;
+    Descriptor file = Open(path, O_WRONLY | O_APPEND | O_CREAT, error, kNewFileMode);
+    if (error || (error = WriteAll(file.Number(), bytes))) return error;
+    return file.Close();
+  }
+
+  std::error_code ReplaceText(const std::string& path, std::string_view text) override {
+    return ReplaceBytes(path, ansi_.Encode(text));
+  }
+  std::error_code ReplaceBytes(const std::string& path, std::string_view bytes) override {
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return error;
+    struct stat status {};
+    const bool isPlain = StatusOf(linuxPath, status) || S_ISREG(status.st_mode);
+    if (isPlain) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
+    if (isPlain && !IsRefusedByDirectory(error) && !HasRoomInPlace(error, status, bytes.size()))
+      return error;
+    return OverwriteFile(linuxPath, bytes, kNewFileMode);
+  }
+
+  std::error_code Copy(const std::string& from, const std::string& to) override {
+    std::error_code error;
+    const Descriptor source = OpenPlain(from, error);
+    if (error || IsSameFile(from, to)) return error;  // opening it for writing would empty it
+    return CopyInto(source, to, O_TRUNC);
+  }
+
+  std::error_code CopyWhole(const std::string& from, const std::string& to,
+                            bool overwrite) override {
+    return WithBoth(from, to, [&](const std::string& linuxFrom, const std::string& linuxTo) {
+      return CopyWholeFile(linuxFrom, linuxTo, overwrite);
+    });
+  }
+
+  std::error_code Move(const std::string& from, const std::string& to, bool overwrite) override {
+    return WithBoth(from, to, [&](const std::string& linuxFrom, const std::string& linuxTo) {
+      return MoveFile(linuxFrom, linuxTo, overwrite);
+    });
+  }
+
+  std::error_code AppendFile(const std::string& from, const std::string& to) override {
+    std::error_code error;
+    const Descriptor source = OpenPlain(from, error);
+    if (error) return error;
+    // What is read would never end.
+    if (IsSameFile(from, to)) return std::make_error_code(std::errc::invalid_argument);
+    return CopyInto(source, to, O_APPEND);
+  }
+
+  std::error_code Remove(const std::string& path) override {
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return error;
+    return unlink(linuxPath.c_str()) == 0 ? std::error_code() : LastSystemError();
+  }
+
+  std::error_code MakeDirectory(const std::string& path) override {
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (!error) std::filesystem::create_directories(linuxPath, error);
+    return error;
+  }
+
+  std::error_code ListFiles(const std::string& directory,
+                            std::vector<std::string>& names) override {
+    names.clear();
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(directory, error);
+    if (error) return error;
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(linuxPath.c_str()), closedir);
+    if (!stream) return LastSystemError();
+    errno = 0;
+    while (const dirent* entry = readdir(stream.get())) {
+      const std::string name = entry->d_name;
+      // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
+      const bool canBeNamed = name.find('\\') == std::string::npos;
+      if (canBeNamed && IsPlainEntry(dirfd(stream.get()), entry->d_name)) names.push_back(name);
+      errno = 0;
+    }
+    return errno == 0 ? std::error_code() : LastSystemError();
+  }
+
+  bool IsSameFile(const std::string& a, const std::string& b) override {
+    std::error_code error;
+    struct stat statusOfA {};
+    struct stat statusOfB {};
+    const std::string linuxA = paths_.ToLinux(a, error);
+    if (error || StatusOf(linuxA, statusOfA)) return false;
+    const std::string linuxB = paths_.ToLinux(b, error);
+    if (error || StatusOf(linuxB, statusOfB)) return false;
+    return statusOfA.st_dev == statusOfB.st_dev && statusOfA.st_ino == statusOfB.st_ino;
+  }
+
+  std::error_code Sync(const std::string& path) override {
+    std::error_code error;
+    const Descriptor file = OpenPlain(path, error);
+    if (error) return error;
+    return fsync(file.Number()) == 0 ? std::error_code() : LastSystemError();
+  }
+
+  std::string TempDirectory() override {
+    MakePrivateDirectory(temporaryDirectory_);  // without it, the use of a path in it says why
+    return temporaryDirectory_;
+  }
+
+ private:
+  template <typename Action>
+  std::error_code WithBoth(const std::string& from, const std::string& to, const Action& action) {
+    std::error_code error;
+    const std::string linuxFrom = paths_.ToLinux(from, error);
+    if (error) return error;
+    const std::string linuxTo = paths_.ToLinux(to, error);
+    return error ? error : action(linuxFrom, linuxTo);
+  }
+
+  Descriptor Open(const std::string& path, int flags, std::error_code& error, mode_t mode = 0) {
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return Descriptor();
+    Descriptor file = OpenFile(linuxPath, flags, mode);
+    if (!file.IsOpen()) error = LastSystemError();
+    return file;
+  }
+
+  /// Opens a plain file for reading; does not wait for the writer of a pipe.
+  Descriptor OpenPlain(const std::string& path, std::error_code& error) {
+    Descriptor file = Open(path, O_RDONLY | O_NONBLOCK, error);
+    struct stat status {};
+    if (!error)
+      error = fstat(file.Number(), &status) == 0 ? MustBePlain(status) : LastSystemError();
+    return file;
+  }
+
+  std::error_code CopyInto(const Descriptor& source, const std::string& to, int flags) {
+    std::error_code error;
+    struct stat status {};
+    if (fstat(source.Number(), &status) != 0) return LastSystemError();
+    Descriptor file = Open(to, O_WRONLY | O_CREAT | flags, error, status.st_mode & 0777);
+    if (error || (error = CopyBytes(source.Number(), file.Number()))) return error;
+    return file.Close();
+  }
+
+  const PathMap paths_;
+  const CodePage& ansi_;
+  std::string temporaryDirectory_;
+};
+
+}  // namespace
+
+std::unique_ptr<Files> NewPosixFiles(const PathMap& paths, const CodePages& codePages,
+                                     std::string temporaryDirectory) {
+  return std::make_unique<PosixFiles>(paths, codePages.Ansi(), std::move(temporaryDirectory));
+}
+
+}  // namespace torvik

@@ -1,0 +1,173 @@
+#include "platform/linux/system/ReplaceFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/linux/system/Posix.h"
+
+namespace torvik {
+namespace {
+
+/// So many bytes are sent to the disk while more are written.
+constexpr std::size_t kSendAtOnce = 8 << 20;
+
+/// The file that a chain of symbolic links ends in; it need not exist.
+std::string BehindLinks(std::filesystem::path path) {
+  constexpr int maxLinks = 40;
+  std::error_code error;
+  for (int i = 0; i < maxLinks && std::filesystem::is_symlink(path, error); ++i) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, error);
+  }
+  return path.string();
+}
+
+std::string DirectoryOf(const std::string& path) {
+  const std::string directory = std::filesystem::path(path).parent_path().string();
+  return directory.empty() ? "." : directory;
+}
+
+std::error_code KeepOwnerAndMode(int file, const struct stat& old) {
+  // Only root may give a file away; for others the new owner is the writer, as with any editor.
+  if (geteuid() == 0 && fchown(file, old.st_uid, old.st_gid) != 0) return LastSystemError();
+  return fchmod(file, old.st_mode & 07777) == 0 ? std::error_code() : LastSystemError();
+}
+
+}  // namespace
+
+/// A file made beside another one, removed again unless it was renamed over it.
+class FileReplacement::Beside {
+ public:
+  Beside(const std::string& directory, mode_t mode)
+      : file_(Create(directory, mode)), isMade_(file_.IsOpen()) {}
+  ~Beside() {
+    if (isMade_) unlink(path_.c_str());
+  }
+  Beside(const Beside&) = delete;
+  Beside& operator=(const Beside&) = delete;
+
+  bool IsOpen() const { return file_.IsOpen(); }
+  int Number() const { return file_.Number(); }
+
+  std::error_code RenameTo(const std::string& path, bool overwrite = true) {
+    if (const auto error = file_.Close()) return error;
+    if (const auto error = RenameFile(path_, path, overwrite)) return error;
+    isMade_ = false;
+    return {};
+  }
+
+ private:
+  /// The name may be known beforehand; O_EXCL keeps off what others have put there.
+  Descriptor Create(const std::string& directory, mode_t mode) {
+    static std::atomic<unsigned> counter = 0;
+    for (int tries = 0; tries < 100; ++tries) {
+      path_ = directory + "/.torvik-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
+      Descriptor file = OpenFile(path_, O_WRONLY | O_CREAT | O_EXCL, mode);
+      if (file.IsOpen() || errno != EEXIST) return file;
+    }
+    return Descriptor();
+  }
+
+  std::string path_;
+  Descriptor file_;
+  bool isMade_;
+};
+
+FileReplacement::FileReplacement() = default;
+FileReplacement::~FileReplacement() = default;
+FileReplacement::FileReplacement(FileReplacement&&) noexcept = default;
+FileReplacement& FileReplacement::operator=(FileReplacement&&) noexcept = default;
+
+std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMode) {
+  target_ = BehindLinks(path);
+  struct stat old {};
+  const bool exists = stat(target_.c_str(), &old) == 0;
+  if (exists && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
+    return LastSystemError();
+  beside_ = std::make_unique<Beside>(DirectoryOf(target_), exists ? 0600 : newFileMode);
+  return beside_->IsOpen() ? std::error_code() : LastSystemError();
+}
+
+std::error_code FileReplacement::Write(std::string_view bytes) {
+  if (const auto error = WriteAll(beside_->Number(), bytes)) return error;
+  unsent_ += bytes.size();
+  if (unsent_ < kSendAtOnce) return {};
+  unsent_ = 0;
+  // The disk begins with these bytes now, so that the sync at the end finds little left to do.
+  sync_file_range(beside_->Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+  return {};
+}
+
+std::error_code FileReplacement::Sync() {
+  struct stat old {};
+  if (stat(target_.c_str(), &old) == 0) {
+    if (const auto error = KeepOwnerAndMode(beside_->Number(), old)) return error;
+  }
+  return fsync(beside_->Number()) == 0 ? std::error_code() : LastSystemError();
+}
+
+std::error_code FileReplacement::PutInPlace() {
+  return beside_->RenameTo(target_);
+}
+
+std::error_code FileReplacement::Commit() {
+  if (const auto error = Sync()) return error;
+  if (const auto error = PutInPlace()) return error;
+  return SyncDirectoryOf(target_);
+}
+
+std::error_code FileReplacement::CommitAs(const struct stat& like, bool overwrite) {
+  const timespec times[] = {like.st_atim, like.st_mtim};
+  if (fchmod(beside_->Number(), like.st_mode & 0777) != 0 ||
+      futimens(beside_->Number(), times) != 0 || fsync(beside_->Number()) != 0)
+    return LastSystemError();
+  if (const auto error = beside_->RenameTo(target_, overwrite)) return error;
+  return SyncDirectoryOf(target_);
+}
+
+std::error_code RenameFile(const std::string& from, const std::string& to, bool overwrite) {
+  const auto done = [](int result) { return result == 0 ? std::error_code() : LastSystemError(); };
+  if (overwrite) return done(rename(from.c_str(), to.c_str()));
+  const auto error =
+      done(renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE));
+  if (error != std::errc::invalid_argument && error != std::errc::function_not_supported)
+    return error;
+  // Not every file system can: there a second name is made, which fails when `to` is one already.
+  if (link(from.c_str(), to.c_str()) != 0) return LastSystemError();
+  return done(unlink(from.c_str()));
+}
+
+std::error_code SyncDirectoryOf(const std::string& path) {
+  const Descriptor opened = OpenFile(DirectoryOf(path), O_RDONLY | O_DIRECTORY);
+  // Some file systems cannot sync a directory; the rename has been done all the same.
+  if (opened.IsOpen() && fsync(opened.Number()) != 0 && errno != EINVAL) return LastSystemError();
+  return {};
+}
+
+std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+  FileReplacement replacement;
+  if (const auto error = replacement.Open(path, newFileMode)) return error;
+  if (const auto error = replacement.Write(bytes)) return error;
+  return replacement.Commit();
+}
+
+std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+  Descriptor file = OpenFile(path, O_WRONLY | O_CREAT, newFileMode);
+  if (!file.IsOpen()) return LastSystemError();
+  if (const auto error = WriteAll(file.Number(), bytes)) return error;
+  struct stat now {};
+  const bool isPlain = fstat(file.Number(), &now) == 0 && S_ISREG(now.st_mode);
+  // Cut to length afterwards, so that the file is never empty.
+  if (isPlain && ftruncate(file.Number(), static_cast<off_t>(bytes.size())) != 0) {
+    return LastSystemError();
+  }
+  if (isPlain && fsync(file.Number()) != 0) return LastSystemError();
+  return file.Close();
+}
+
+}  // namespace torvik

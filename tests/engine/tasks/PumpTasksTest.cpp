@@ -1,0 +1,222 @@
+#include <gmock/gmock.h>
+
+#include "engine/EngineFixture.h"
+
+namespace torvik::engine {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+/// Pumps of a text file into table t (id INTEGER PRIMARY KEY, name VARCHAR(5) NOT NULL, day DATE).
+class PumpTasksTest : public EngineTest {
+ protected:
+  PumpTasksTest() {
+    warehouse_->Execute(
+        "CREATE TABLE t (id INTEGER PRIMARY KEY, name VARCHAR(5) NOT NULL, day DATE);"
+        "CREATE TABLE code (short TEXT, long TEXT); INSERT INTO code VALUES ('a', 'alpha')");
+  }
+
+  RunResult Pump(const std::string& text, const std::string& keys) {
+    disk_.Write("in.csv", text);
+    Put("P", Head("P") + "[[connections]]\nname = \"file\"\nprovider = \"DTSFlatFile\"\n" +
+                 "properties = { \"Data Source\" = \"" + disk_.PathOf("in.csv") +
+                 "\", \"First Row Column Name\" = true }\n" +
+                 Step("s", "DataPump",
+                      "source = \"file\"\ndestination = \"dw\"\ntable = \"t\"\n" + keys));
+    return EngineTest::Run(*Load("P"));
+  }
+
+  std::string Rows() {
+    return Query("SELECT id || ':' || name || coalesce('@' || day, '') FROM t ORDER BY id");
+  }
+};
+
+TEST_F(PumpTasksTest, TransformationsMakeTheValuesOfColumns) {
+  disk_.Write("note.txt", "f\xC3\xBCnf");
+  const std::string directory = "directory = \"" + disk_.PathOf("") + "\"\n";
+  const struct {
+    std::string value;  ///< Of the file's column "raw".
+    std::string keys;   ///< Of the transformations into "name".
+    std::string name;   ///< What it becomes, or a part of the error.
+  } cases[] = {
+      {" ab ", "type = 'trim'", "ab"},
+      {" ab ", "type = 'trim'\nside = 'right'", " ab"},
+      {"\u00e4b", "type = 'upper'", "\u00c4B"},
+      {"\u00c4\u03a9", "type = 'lower'", "\u00e4\u03c9"},
+      {"\u00e4bcdef", "type = 'substring'\nstart = 2\nlength = 3", "bcd"},
+      {"abc", "type = 'substring'\nstart = 9", ""},
+      {"07.03.24", "type = 'date_time'\nfrom = 'dd.MM.yy'\nto = 'MM/dd'", "03/07"},
+      {"07-03-24", "type = 'date_time'\nfrom = 'dd.MM.yy'",
+       "column 2 (raw): \"07-03-24\" is not a date of the form dd.MM.yy"},
+      {"x", "type = 'constant'\nvalue = '${Text}!'", "text!"},
+      {"a",
+       "type = 'lookup'\nconnection = 'dw again'\nsql = 'SELECT long FROM code WHERE short = ?'",
+       "alpha"},
+      {"b",
+       "type = 'lookup'\nconnection = 'dw'\nmust_exist = true\nkeys = ['id', 'raw']\n"
+       "sql = 'SELECT long FROM code WHERE ? > 0 AND short = ?'",
+       "\"b\" is not found by the lookup"},
+      {"note.txt", "type = 'read_file'\n" + directory, "f\u00fcnf"},
+      {"../note.txt", "type = 'read_file'\n" + directory, "may not lead out of the directory"},
+      {"gone", "type = 'read_file'\n" + directory, "cannot be read"},
+      {"n/a", "type = 'null_if'\nvalues = ['-', 'n/a']\nallow = ['null_change']", ""},
+      {"n/a", "type = 'null_if'\nvalues = ['-', 'n/a']", "the value is missing"},
+      {"longer", "type = 'copy'", "has 6 characters, 5 fit"},
+      {"longer", "type = 'copy'\nallow = ['string_truncation']", "longe"},
+      {" B ", "type = 'trim'\n[[steps.transformations]]\ndestination = 'name'\ntype = 'lower'",
+       "b"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM t");
+    const RunResult result =
+        Pump("id,raw\n1," + c.value + "\n",
+             "[[steps.transformations]]\nsource = 'raw'\ndestination = 'name'\n" + c.keys);
+    if (result.ends == "S")
+      EXPECT_EQ("1:" + c.name, Rows()) << c.keys;
+    else
+      EXPECT_THAT(result.events.errors, HasSubstr(c.name)) << c.keys;
+  }
+  warehouse_->Execute("DELETE FROM t");
+  EXPECT_EQ("S", Pump("id,raw\n1,f\u00fcr\n",
+                      "[[steps.transformations]]\ntype = 'write_file'\nsource = 'raw'\n"
+                      "destination = 'name'\nname_column = 'id'\n" +
+                          directory +
+                          "[[steps.transformations]]\ntype = 'copy'\nsource = 'id'\n"
+                          "destination = 'id'")
+                     .ends);
+  EXPECT_EQ("1:1", Rows());
+  EXPECT_EQ("f\u00fcr", disk_.Read("1"));
+  // For its effect alone: no column is filled, and no row is loaded.
+  const RunResult alone = Pump("id,raw\n7,seven\n8,\n",
+                               "columns = {}\n[[steps.transformations]]\ntype = 'write_file'\n"
+                               "source = 'raw'\nname_column = 'id'\n" +
+                                   directory);
+  EXPECT_EQ("S", alone.ends) << alone.events.errors;
+  EXPECT_EQ("1:1", Rows());
+  EXPECT_EQ("seven", disk_.Read("7"));
+  EXPECT_EQ("", disk_.Read("8"));
+  EXPECT_THAT(Pump("id,raw\n../x,a\n",
+                   "columns = {}\n[[steps.transformations]]\n"
+                   "type = 'write_file'\nsource = 'raw'\n"
+                   "name_column = 'id'\n" +
+                       directory)
+                  .events.errors,
+              HasSubstr("may not lead out of the directory"));
+}
+
+TEST_F(PumpTasksTest, RejectedRowsAreKeptAsTheyStood) {
+  const std::string text = "id,name,day\n1,one,\nx,two,\n3,three,2024-02-30\n1,twice,\n5,five,\n";
+  const RunResult result = Pump(text, "maximum_error_count = 3");
+  EXPECT_EQ("S", result.ends) << result.events.errors;
+  EXPECT_EQ("1:one 5:five", Rows());
+  EXPECT_EQ("id,name,day\nx,two,\n3,three,2024-02-30\n1,twice,\n",
+            disk_.Read("s.exceptions.Source"));
+  EXPECT_EQ("id,name,day\r\n1,twice,\r\n", disk_.Read("s.exceptions.Dest"));
+  const std::string errors = disk_.Read("s.exceptions");
+  EXPECT_THAT(
+      errors,
+      AllOf(HasSubstr("Package \"P\", step \"s\", started "),
+            HasSubstr("in.csv, line 3, column 1 (id), bytes 19 to 25: \"x\" is not a whole"),
+            HasSubstr("in.csv, line 4, column 3 (day), bytes 26 to 44: "),
+            HasSubstr("in.csv, line 5, bytes 45 to 53: table t: UNIQUE constraint"),
+            HasSubstr(": 5 rows read, 3 rejected, 2 loaded\r\n")));
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("2 rows"));
+
+  warehouse_->Execute("DELETE FROM t");
+  const RunResult failed = Pump(text, "maximum_error_count = 2\nexception_file_overwrite = true");
+  EXPECT_EQ("F", failed.ends);
+  EXPECT_EQ("", Rows());
+  EXPECT_THAT(failed.events.errors,
+              HasSubstr("UNIQUE constraint failed: t.id; 3 rows are rejected, and "
+                        "maximum_error_count allows 2"));
+  EXPECT_THAT(disk_.Read("s.exceptions"), HasSubstr("5 rows read, 3 rejected; the pump failed"));
+
+  // What could not be kept ends the pump.
+  const RunResult lost = Pump(text, "maximum_error_count = 9\nexception_file = '/no/such/file'");
+  EXPECT_THAT(lost.events.errors, HasSubstr("/no/such/file.Source: rejected rows cannot be"));
+  EXPECT_EQ("", Rows());
+}
+
+TEST_F(PumpTasksTest, RangesCommitSizesAndLoadModes) {
+  const std::string text = "id,name\n1,a\n2,b\n3,c\n4,d\n5,e\n";
+  const struct {
+    const char* text;
+    const char* keys;
+    const char* ends;
+    const char* rows;
+  } cases[] = {
+      {text.c_str(), "first_row = 2\nlast_row = 4", "S", "2:b 3:c 4:d 9:old"},
+      {text.c_str(), "first_row = 5", "S", "5:e 9:old"},
+      {text.c_str(), "last_row = 1", "S", "1:a 9:old"},
+      {"id,name\n1,a\n2,b\n3,c\n4,d\n4,e\n", "insert_commit_size = 2", "F",
+       "1:a 2:b 3:c 4:d 9:old"},
+      {text.c_str(), "insert_commit_size = 5", "S", "1:a 2:b 3:c 4:d 5:e 9:old"},
+      {text.c_str(), "load = 'truncate'", "S", "1:a 2:b 3:c 4:d 5:e"},
+      {"id,name\n1,a\n1,b\n", "load = 'truncate'", "F", "9:old"},
+      {text.c_str(), "load = 'replace'", "S", "1:a 2:b 3:c 4:d 5:e"},
+      {text.c_str(), "load = 'replace'\ninsert_commit_size = 2", "S", "1:a 2:b 3:c 4:d 5:e"},
+      {"id,name\n1,a\n1,b\n", "load = 'replace'\ninsert_commit_size = 1", "F", "9:old"},
+      {"id,name\n1,a\nx,b\n", "load = 'replace'\njoin_transaction = true", "F", "9:old"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM t; INSERT INTO t VALUES (9, 'old', NULL)");
+    const RunResult result = Pump(c.text, c.keys);
+    EXPECT_EQ(c.ends, result.ends) << c.keys << result.events.errors;
+    EXPECT_EQ(c.rows, Rows()) << c.keys;
+  }
+}
+
+TEST_F(PumpTasksTest, ATextFileTakesTheRowsOfAQueryOrStaysAsItWas) {
+  const auto file = [&](const std::string& properties) {
+    return "[[connections]]\nname = 'out'\nprovider = 'DTSFlatFile'\nproperties = { 'Data Source' "
+           "= '" +
+           disk_.PathOf("out.txt") + "', " + properties + " }\n" +
+           Step("s", "DataPump",
+                "source = 'dw'\nsource_sql = 'SELECT * FROM t ORDER BY id'\ndestination = 'out'\n");
+  };
+  const std::string fixed =
+      "'File Format' = 'Fixed', 'Column Lengths' = '3,4,10', 'Row Delimiter' = \"\\n\"";
+  warehouse_->Execute("INSERT INTO t VALUES (1, 'a,b', NULL), (2, '', '2024-01-02')");
+  Put("P", Head("P") + file("'First Row Column Name' = true"));
+  EXPECT_EQ("", Run(*Load("P")).events.errors);
+  EXPECT_EQ("id,name,day\r\n1,\"a,b\",\r\n2,\"\",2024-01-02\r\n", disk_.Read("out.txt"));
+  Put("P", Head("P") + file(fixed));
+  EXPECT_EQ("", Run(*Load("P")).events.errors);
+  EXPECT_EQ("1  a,b           \n2      2024-01-02\n", disk_.Read("out.txt"));
+  warehouse_->Execute("INSERT INTO t VALUES (3, 'wider', NULL)");
+  EXPECT_THAT(Run(*Load("P")).events.errors, HasSubstr("row 3 of the query"));
+  EXPECT_EQ("1  a,b           \n2      2024-01-02\n", disk_.Read("out.txt"));
+  EXPECT_EQ("id,name,day\r\n3,wider,\r\n", disk_.Read("s.exceptions.Dest"));
+}
+
+TEST_F(PumpTasksTest, BulkInsertAndTransferOfTables) {
+  disk_.Write("bulk.txt", "7\tsix\t2024-01-02\n8\t\"q\"\t\n");
+  const std::string insert =
+      Step("s", "BulkInsert",
+           "connection = 'dw'\ntable = 't'\nfile = '" + disk_.PathOf("bulk.txt") + "'\n");
+  Put("P", Head("P") + insert);
+  EXPECT_EQ("", Run(*Load("P")).events.errors);
+  EXPECT_EQ("7:six@2024-01-02 8:\"q\"", Rows());
+  Put("P", Head("P") + insert + "columns = ['id']");
+  EXPECT_THAT(Run(*Load("P")).events.errors, HasSubstr("the file has 3 columns"));
+
+  CreateWarehouse(server_.Directory(), "mart");
+  Put("P", Head("P") +
+               "[[connections]]\nname = 'mart'\nprovider = 'SQLOLEDB'\nproperties = { 'Data "
+               "Source' = '(local)', 'Initial Catalog' = 'mart' }\n" +
+               Step("s", "TransferTables",
+                    "source = 'dw'\ndestination = 'mart'\ntables = ['t', 'code']\n"
+                    "load = 'replace'"));
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ("", Run(*Load("P")).events.errors);
+    const auto mart = server_.Open("mart");
+    EXPECT_EQ("7|six|2024-01-02\n8|\"q\"|-", RowsOf(*mart, "SELECT * FROM t ORDER BY id"));
+    EXPECT_EQ("a|alpha", RowsOf(*mart, "SELECT * FROM code"));
+    EXPECT_EQ(1, mart->TableColumns("t").at(0).keyPosition);
+  }
+}
+
+}  // namespace
+}  // namespace torvik::engine

@@ -1,0 +1,266 @@
+// What connections to PostgreSQL by its own library do that the contracts of all servers do not
+// say.
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "platform/linux/postgres/PgStatements.h"
+#include "platform/linux/sqlite/EmbeddedFixture.h"
+#include "servers/PostgreSqlServer.h"
+
+namespace torvik {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+TEST(PgStatements, EndWhereTheServerEndsThem) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {" ;; -- a; b\n/* c; /* d; */ */", {}},
+      {"a; b ;\n c", {"1:a", "1:b ", "2:c"}},
+      {"'a;''b?'; E'c\\';'; \"d;?\"", {"1:'a;''b?'", "1:E'c\\';'", "1:\"d;?\""}},
+      {"'a\\'; b", {"1:'a\\'", "1:b"}},
+      {"DO $x$ a; $$ ?; $x$; $1$;", {"1:DO $x$ a; $$ ?; $x$", "1:$1$"}},
+      {"CREATE RULE r AS DO (a; b); c -- d;\n, e",
+       {"1:CREATE RULE r AS DO (a; b)", "1:c -- d;\n, e"}},
+      {"CREATE FUNCTION f() BEGIN ATOMIC SELECT CASE WHEN a THEN b END; c; END; BEGIN; END",
+       {"1:CREATE FUNCTION f() BEGIN ATOMIC SELECT CASE WHEN a THEN b END; c; END", "1:BEGIN",
+        "1:END"}},
+      {"? - ?; /*?*/ ?", {"1:$1 - $2", "1:$1"}}};
+  for (const auto& [sql, expected] : cases) {
+    std::vector<std::string> statements;
+    for (const PgStatement& statement : SplitStatements(sql, PgMarkers::Numbered))
+      statements.push_back(std::to_string(statement.line) + ":" + statement.text);
+    EXPECT_EQ(expected, statements) << sql;
+  }
+}
+
+class AdoPostgres : public testing::Test {
+ protected:
+  AdoPostgres() {
+    server_.MakeDatabase("dw");
+    dw_->Open();
+  }
+
+  void Do(const std::string& sql) { dw_->Execute(sql); }
+  std::string Rows(const std::string& sql) { return RowsOf(*dw_, sql); }
+
+  /// Loads `values` into the columns named; answers the refusals: row and text.
+  std::vector<std::pair<std::size_t, std::string>> Load(const std::string& table,
+                                                        const std::vector<std::string>& columns,
+                                                        const std::vector<ado::LoadValue>& values,
+                                                        std::size_t tolerated) {
+    std::vector<ado::Refusal> refused;
+    const auto load = dw_->OpenBulkLoad(table, columns);
+    load->Load({values, columns.size()}, tolerated, refused);
+    load->Finish();
+    std::vector<std::pair<std::size_t, std::string>> answer;
+    for (const ado::Refusal& refusal : refused)
+      answer.emplace_back(refusal.row, refusal.description);
+    return answer;
+  }
+
+  PostgreSqlServer& server_ = PostgreSqlServer::Instance();
+  std::unique_ptr<ado::Connection> dw_ = [this] { return server_.NewConnection("dw"); }();
+};
+
+TEST_F(AdoPostgres, ALoadedValueIsWhatTheServerReadsInItsText) {
+  Do("CREATE DOMAIN small AS SMALLINT CHECK (value < 100)");
+  const std::string longText(70000, 'x');
+  const struct {
+    const char* type;
+    std::vector<ado::LoadValue> values;
+    bool isFaulty = false;  ///< The last one alone.
+  } cases[] = {
+      {"SMALLINT", {"-32768", std::int64_t{32767}, " 5 ", "32768"}, true},
+      {"small", {"99", "100"}, true},
+      {"INTEGER", {"+7", 8.0, "7.5"}, true},
+      {"BIGINT", {"9223372036854775807", "-9223372036854775808"}},
+      {"REAL", {"0.1", 0.1, "1e40"}, true},
+      {"FLOAT8", {"-1e300", "NaN", std::int64_t{3}, "1,5"}, true},
+      {"NUMERIC",
+       {"0", "-0.00010", "12345678901234567890.123456789", "10000", "0.5", ".5", "1e3", 1e20,
+        "9999.99990000", "NaN", "x"},
+       true},
+      {"NUMERIC(5,2)", {"999.994", "-1.005", "999.995"}, true},
+      {"BOOLEAN", {"1", "0", "true", std::int64_t{1}, "off", "2"}, true},
+      {"DATE", {"1999-12-31", "0001-01-01", "2000-02-29", "8 Jan 2001", "2001-02-29"}, true},
+      {"TIMESTAMP",
+       {"2001-01-08 09:10:11", "1999-12-31T23:59:59.25", "2001-01-08", "2001-01-08 9:10",
+        "2001-01-08 24:00:01"},
+       true},
+      {"TIMESTAMPTZ", {"2001-01-08 09:10:11+02"}},
+      {"VARCHAR(3)", {"äöü", "", std::int64_t{-12}, 1.5, "abcd"}, true},
+      {"CHAR(3)", {"a"}},
+      {"TEXT", {longText, "tab\there\\\n\r\\N", "\\.", std::string_view("a\0b", 3)}, true},
+      {"TEXT", {"\xC3("}, true},
+      {"BYTEA", {std::string_view("\0\\\xff\n", 4), ""}},
+      {"UUID", {"6F9619FF-8B86-D011-B42D-00C04FC964FF"}},
+      {"TEXT[]", {"{\"a\\\\\",NULL}"}}};
+  for (const auto& c : cases) {
+    for (std::size_t i = 0; i < c.values.size(); ++i) {
+      SCOPED_TRACE(testing::Message() << c.type << " " << i);
+      Do(std::string("DROP TABLE IF EXISTS t; CREATE TABLE t (v ") + c.type + ", key INT)");
+      const bool isFaulty = c.isFaulty && i + 1 == c.values.size();
+      const auto refused = Load("t", {"key", "v"}, {"1", ado::LoadValue(), "2", c.values[i]}, 1);
+      EXPECT_EQ(isFaulty, refused.size() == 1 && refused[0].first == 1);
+      if (isFaulty) continue;
+      const ado::LoadValue& value = c.values[i];
+      ado::Value parameter = value.IsText() ? ado::Value(std::string(value.Text()))
+                             : value.GetKind() == ado::LoadValue::Kind::Real
+                                 ? ado::Value(value.Real())
+                                 : ado::Value(value.Integer());
+      if (c.type == std::string("BYTEA")) parameter = ado::Blob{std::string(value.Text())};
+      // As the same text in SQL.
+      const auto same = dw_->ExecuteWith(
+          std::string("SELECT v::text IS NOT DISTINCT FROM CAST(CAST(? AS text) AS ") + c.type +
+              ")::text FROM t WHERE key = 2",
+          std::span(&parameter, 1));
+      EXPECT_EQ(std::vector<ado::Value>{std::int64_t{1}}, same.firstRow);
+      EXPECT_EQ("1", Rows("SELECT COUNT(*) FROM t WHERE v IS NULL"));
+    }
+  }
+}
+
+TEST_F(AdoPostgres, ARefusalThatTheServerFindsLateIsTiedToItsRowToo) {
+  Do("CREATE TABLE p (id INT PRIMARY KEY); INSERT INTO p VALUES (1), (2);"
+     "CREATE TABLE t (n INT, p INT REFERENCES p);"
+     "CREATE FUNCTION odd() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN"
+     " IF NEW.n = 13 THEN RAISE EXCEPTION 'not thirteen'; END IF; RETURN NEW; END $$;"
+     "CREATE TRIGGER odd AFTER INSERT ON t FOR EACH ROW EXECUTE FUNCTION odd()");
+  std::vector<ado::LoadValue> values;
+  for (int n = 0; n < 40; ++n) {
+    values.emplace_back(std::int64_t{n});
+    values.emplace_back(std::int64_t{n % 20 == 7 ? 3 : 1});
+  }
+  for (const bool inTransaction : {false, true}) {
+    Do("DELETE FROM t");
+    if (inTransaction) dw_->BeginTrans();
+    EXPECT_THAT(Load("t", {"n", "p"}, values, 0),
+                ElementsAre(testing::Pair(7, HasSubstr("SQLSTATE 23503"))));
+    if (inTransaction) dw_->RollbackTrans();
+    if (inTransaction) dw_->BeginTrans();
+    Do("DELETE FROM t");
+    EXPECT_THAT(Load("t", {"n", "p"}, values, 3),
+                ElementsAre(testing::Pair(7, HasSubstr("\"p\"")),
+                            testing::Pair(13, HasSubstr("not thirteen")),
+                            testing::Pair(27, HasSubstr("(3)"))));
+    if (inTransaction) dw_->CommitTrans();
+    EXPECT_EQ("37", Rows("SELECT COUNT(*) FROM t"));
+  }
+}
+
+TEST_F(AdoPostgres, ATransactionThatARefusalHasEndedIsNotCommitted) {
+  Do("CREATE TABLE t (n INT NOT NULL)");
+  dw_->BeginTrans();
+  dw_->SetSavepoint();
+  Load("t", {"n"}, {"1"}, 0);
+  EXPECT_THAT(Load("t", {"n"}, {"2", ado::LoadValue()}, 0),
+              ElementsAre(testing::Pair(1, HasSubstr("column \"n\""))));
+  EXPECT_THAT(ErrorOf([&] { dw_->CommitTrans(); }), HasSubstr("is rolled back"));
+  EXPECT_EQ("0", Rows("SELECT COUNT(*) FROM t"));
+}
+
+TEST_F(AdoPostgres, AnErrorSaysWhereItIsAndWhetherItMayPass) {
+  const struct {
+    const char* sql;
+    const char* words;
+    bool isTransient;
+    bool isLast = false;
+  } cases[] = {
+      {"SELECT 1;\n\nSELECT\n nothing", "line 4 of the SQL text: column \"nothing\"", false},
+      {"SELECT lenght('a')", "does not exist; No function matches", false},
+      {"DO $$ BEGIN RAISE 'a' USING ERRCODE = '40001'; END $$", "SQLSTATE 40001", true},
+      {"DO $$ BEGIN RAISE 'a' USING ERRCODE = '55P03', DETAIL = 'b'; END $$", "a; b", true},
+      {"DO $$ BEGIN RAISE 'a' USING ERRCODE = '53200'; END $$", "SQLSTATE 53200", true},
+      {"DO $$ BEGIN RAISE 'a' USING ERRCODE = '55000'; END $$", "SQLSTATE 55000", false},
+      {"COPY pg_class FROM STDIN", "has no rows here", false},
+      {"SELECT pg_terminate_backend(pg_backend_pid())", "open it again", true, true}};
+  for (const bool inTransaction : {true, false}) {
+    if (inTransaction) dw_->BeginTrans();
+    for (const auto& c : cases) {
+      if (inTransaction && c.isLast) continue;
+      try {
+        Do(c.sql);
+        ADD_FAILURE() << c.sql;
+      } catch (const PlatformError& error) {
+        EXPECT_THAT(error.Description(), HasSubstr(c.words));
+        EXPECT_EQ(c.isTransient, error.isTransient) << c.sql;
+      }
+      EXPECT_TRUE(!inTransaction || Rows("SELECT 1") == "1") << c.sql;
+    }
+    if (inTransaction) dw_->CommitTrans();
+  }
+}
+
+TEST_F(AdoPostgres, ATextIsNeverCutAtANulCharacter) {
+  const std::string text("a\0b", 3);
+  const ado::Value value = text;
+  EXPECT_THAT(ErrorOf([&] { Do("SELECT '" + text + "'"); }), HasSubstr("NUL"));
+  EXPECT_THAT(ErrorOf([&] { dw_->ExecuteWith("SELECT ?", std::span(&value, 1)); }),
+              HasSubstr("NUL"));
+}
+
+TEST_F(AdoPostgres, AServerThatGoesAwayUnderALoadOrAReadIsATransientError) {
+  Do("CREATE TABLE t (n INT, s TEXT)");
+  const std::string text(1000, 'x');
+  for (const bool isLoad : {true, false}) {
+    dw_->Close();
+    dw_->Open();
+    const std::string backend = Rows("SELECT pg_backend_pid()");
+    const auto killer = server_.NewConnection("dw");
+    killer->Open();
+    const std::vector<std::string> columns = {"n", "s"};
+    std::vector<ado::LoadValue> values;
+    for (int row = 0; row < 1000; ++row) values.insert(values.end(), {"1", text});
+    try {
+      if (isLoad) dw_->BeginTrans();
+      const auto load = isLoad ? dw_->OpenBulkLoad("t", columns) : nullptr;
+      const auto read =
+          isLoad ? nullptr
+                 : dw_->OpenBulkRead("SELECT g FROM generate_series(1, 9000000) g", false);
+      std::vector<ado::Refusal> refused;
+      std::vector<ado::LoadValue> row(1);
+      if (load) load->Load({values, 2}, 0, refused);
+      EXPECT_TRUE(!read || read->Next(row));
+      killer->Execute("SELECT pg_terminate_backend(" + backend + ")");
+      while (load) load->Load({values, 2}, 0, refused);
+      while (read->Next(row)) continue;
+      ADD_FAILURE() << "the end is reached";
+    } catch (const PlatformError& error) {
+      EXPECT_TRUE(error.isTransient) << error.Description();
+      EXPECT_THAT(error.Description(), HasSubstr("open it again"));
+    }
+    EXPECT_EQ(ado::ObjectState::Closed, dw_->State());
+  }
+}
+
+TEST_F(AdoPostgres, TablesWithGeneratedColumnsAndForeignKeysAreReplacedAndEmptied) {
+  Do("CREATE TABLE t (id INT GENERATED ALWAYS AS IDENTITY PRIMARY KEY, n INT, "
+     "twice INT GENERATED ALWAYS AS (n * 2) STORED); INSERT INTO t (n) VALUES (1);"
+     "CREATE TABLE child (t INT REFERENCES t)");
+  const std::string staging = dw_->CreateStagingTable("t");
+  EXPECT_TRUE(Load(staging, {"id", "n"}, {"5", "50", "6", "60"}, 0).empty());
+  EXPECT_EQ(2, dw_->ReplaceRows("t", staging));
+  EXPECT_EQ("5|50|100\n6|60|120", Rows("SELECT * FROM t ORDER BY id"));
+  dw_->EmptyTable("t");
+  EXPECT_EQ("0", Rows("SELECT COUNT(*) FROM t"));
+}
+
+TEST_F(AdoPostgres, AConnectionThatReadsAQueryInBulkSaysThatItIsBusy) {
+  const auto read = dw_->OpenBulkRead("EXPLAIN SELECT 1", false);
+  EXPECT_EQ("1", Rows("SELECT 1")) << "what is no query is read as a whole";
+  const auto busy = dw_->OpenBulkRead("SET DateStyle = ISO; VALUES (1), (2) -- two", false);
+  EXPECT_THAT(ErrorOf([&] { Rows("SELECT 1"); }), HasSubstr("busy"));
+  std::vector<ado::LoadValue> row(1);
+  EXPECT_TRUE(busy->Next(row));
+  EXPECT_EQ("2", (busy->Next(row), std::string(row[0].Text())));
+  EXPECT_FALSE(busy->Next(row));
+  EXPECT_EQ("1", Rows("SELECT 1"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("CREATE TABLE no_rows (n INT)", false); }),
+              HasSubstr("no rows to read"));
+}
+
+}  // namespace
+}  // namespace torvik

@@ -1,0 +1,374 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "fakes/LoadRow.h"
+#include "fakes/ReadRows.h"
+#include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/EmbeddedFixture.h"
+
+namespace torvik {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(SqlNames, OnlyNamesOfDatabasesAndOfTheOwnerAreRewritten) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"SELECT * FROM msdb.dbo.t", "SELECT * FROM {msdb:t}t"},
+      {"[my db].[DBO].[t x].\"c\"", "{my db:t x}[t x].\"c\""},
+      {"\"a\"\"b\".`dbo`.t", "{a\"b:t}t"},
+      {"FROM dbo.t WHERE dbo.t.c = t.c", "FROM {:t}t WHERE {:t}t.c = t.c"},
+      {"msdb . dbo /* x */ .\n t", "{msdb:t}\nt"},
+      {"t.dbo = main.t.c", "t.dbo = main.t.c"},
+      {"a.b.dbo.c", "a.b.dbo.c"},
+      {"'msdb.dbo.t' x'00' 'it''s msdb..t'", "'msdb.dbo.t' x'00' 'it''s msdb..t'"},
+      {"-- msdb.dbo.t\n/* msdb..t */ m..t", "-- msdb.dbo.t\n/* msdb..t */ {m:t}t"},
+      {"1.5 + 2.e3 - .5", "1.5 + 2.e3 - .5"},
+      {"isnull (a.b, 'ISNULL(')", "COALESCE (a.b, 'ISNULL(')"},
+      {"a ISNULL AND (b ISNULL)", "a ISNULL AND (b ISNULL)"},
+      {"'open msdb.dbo.t", "'open msdb.dbo.t"},
+      {"/* open m..t", "/* open m..t"},
+      {"[open m..t", "[open m..t"},
+      {"m.", "m."},
+      {"m..", "m.."},
+      {"\"", "\""}};
+  const auto prefix = [](const TableName& name, int) {
+    return "{" + name.database + ":" + name.table + "}";
+  };
+  for (const auto& [sql, resolved] : cases) EXPECT_EQ(resolved, ResolveNames(sql, prefix)) << sql;
+}
+
+class AdoSqlite : public testing::Test {
+ protected:
+  void Do(const std::string& sql) { dw_->Execute(sql); }
+  std::string Rows(const std::string& sql) { return RowsOf(*dw_, sql); }
+
+  EmbeddedFixture server_;
+  std::unique_ptr<ado::Connection> dw_ = server_.Open();
+};
+
+TEST_F(AdoSqlite, ListsAndCatalogueAnswerTheServersStatements) {
+  Do("INSERT INTO msdb.dbo.sysdtspackages (name, id, versionid) VALUES ('A', '1', '1'), "
+     "('A', '1', '2'), ('B', '2', '1');"
+     "INSERT INTO dwm_data_link (model, source_name, Type) VALUES ('M', 'x', 3)");
+  const std::pair<const char*, const char*> cases[] = {
+      {"SELECT DISTINCT name FROM master.dbo.sysdatabases ORDER BY name", "dw\nmaster\nmsdb"},
+      {"SELECT d.name FROM MASTER..SysDatabases AS d WHERE d.name LIKE 'd%'", "dw"},
+      {"SELECT DISTINCT name FROM msdb.dbo.sysdtspackages", "A\nB"},
+      {"SELECT ISNULL(NULL, LEN('d\u00e9j\u00e0  ')), LEN(NULL)", "4|-"},
+      {"SELECT GETDATE() BETWEEN datetime('now', 'localtime', '-1 day') AND"
+       " datetime('now', 'localtime', '+1 day')",
+       "1"}};
+  for (const std::string database : {"dw", "master", "msdb"}) {
+    const auto connection = server_.Open(database);
+    for (const auto& [sql, rows] : cases)
+      EXPECT_EQ(rows, RowsOf(*connection, sql)) << database << ": " << sql;
+  }
+  EXPECT_EQ("x", Rows("SELECT source_name FROM dw.dbo.dwm_data_link"
+                      " WHERE dwm_data_link.model = 'M'"));
+  const auto schemata = dw_->OpenSchema(ado::SchemaQuery::Schemata, {});
+  EXPECT_EQ(ado::Value("dw"), schemata->Field("SCHEMA_NAME"));
+}
+
+TEST_F(AdoSqlite, AServerOrDatabaseThatIsNotThereIsNamedAndNotMade) {
+  const auto unknown = server_.Databases().NewConnection();
+  unknown->SetProperty("Data Source", "DWPROD");
+  const std::string error = ErrorOf([&] { unknown->Open(); });
+  EXPECT_THAT(error, HasSubstr("[server DWPROD]"));
+  EXPECT_EQ(error, unknown->Errors().at(0).description);
+  EXPECT_EQ(ado::ObjectState::Closed, unknown->State());
+
+  const auto isNamed = AllOf(HasSubstr("no such database: sales"), HasSubstr(server_.Directory()));
+  EXPECT_THAT(ErrorOf([&] { server_.Open("sales"); }), isNamed);
+  EXPECT_THAT(ErrorOf([&] { Do("DELETE\nFROM sales..t"); }),
+              AllOf(isNamed, StartsWith("line 2 of the SQL text")));
+  EXPECT_THAT(ErrorOf([&] { dw_->TableColumns("sales.dbo.t"); }), isNamed);
+  EXPECT_FALSE(std::filesystem::exists(server_.Directory() + "/sales.db"));
+  std::filesystem::remove_all(server_.Directory());
+  EXPECT_THAT(ErrorOf([&] { server_.Open("dw"); }),
+              AllOf(HasSubstr(server_.Directory()), HasSubstr("server init")));
+}
+
+TEST_F(AdoSqlite, ExecuteCountsTheRowsThatTheStatementsThemselvesChange) {
+  Do("CREATE TABLE p (id INTEGER PRIMARY KEY); CREATE TABLE log (id INT);"
+     "CREATE TABLE q (id INTEGER REFERENCES p (id) ON DELETE CASCADE);"
+     "CREATE TRIGGER logged AFTER INSERT ON p BEGIN INSERT INTO log VALUES (new.id); END");
+  const std::pair<const char*, int> cases[] = {
+      {"INSERT INTO p VALUES (1), (2), (3); INSERT INTO q VALUES (1), (2)", 5},
+      {"UPDATE q SET id = 3; SELECT * FROM p; CREATE INDEX i ON q (id)", 2},
+      {"WITH w AS (SELECT 9 AS id) INSERT INTO p SELECT id FROM w; -- end", 1},
+      {"DELETE FROM p WHERE id = 3", 1},
+      {"DELETE FROM p WHERE id = 77", 0},
+      {"CREATE TABLE c AS SELECT * FROM p", 0},
+      {"DROP TABLE p", 0},
+      {"/* nothing */ ;;", 0}};
+  for (const auto& [sql, rows] : cases) EXPECT_EQ(rows, dw_->Execute(sql)) << sql;
+}
+
+TEST_F(AdoSqlite, AnErrorNamesItsLineAndLeavesTheStatementsBeforeItDone) {
+  Do("CREATE TABLE t (a INTEGER PRIMARY KEY)");
+  EXPECT_THAT(
+      ErrorOf([&] { Do("INSERT INTO t VALUES (1);\n-- x\n\nSELECT *\nFORM t; DELETE FROM t"); }),
+      StartsWith("line 4 of the SQL text: near \"FORM\": syntax error"));
+  EXPECT_THAT(ErrorOf([&] { Do("\nINSERT INTO t VALUES (1)"); }),
+              StartsWith("line 2 of the SQL text: UNIQUE constraint failed: t.a"));
+  EXPECT_THAT(ErrorOf([&] { Rows("SELECT 1; DELETE FROM t"); }), HasSubstr("one statement"));
+  EXPECT_EQ("1", Rows("SELECT * FROM t"));
+}
+
+TEST_F(AdoSqlite, ATransactionTakesInDatabasesThatItNamesLaterAndASavepointMovesWithinIt) {
+  const auto reading = dw_->OpenRecordset("SELECT * FROM dwm_data_link", {});
+  EXPECT_THAT(ErrorOf([&] { dw_->SetSavepoint(); }), HasSubstr("transaction"));
+  for (int transaction = 0; transaction < 2; ++transaction) {
+    dw_->BeginTrans();
+    for (const std::string id : {"1", "2"}) {
+      dw_->SetSavepoint();
+      Do("INSERT INTO msdb..sysdtspackages (name, id, versionid) VALUES ('A', " + id + ", '1')");
+    }
+    dw_->RollbackToSavepoint();
+    EXPECT_EQ("1", Rows("SELECT id FROM msdb..sysdtspackages"));
+    dw_->RollbackTrans();
+    EXPECT_EQ("", Rows("SELECT id FROM msdb..sysdtspackages"));
+  }
+  EXPECT_NE("", ErrorOf([&] { dw_->RollbackToSavepoint(); }));
+}
+
+TEST_F(AdoSqlite, ASecondWriterWaitsOrSaysWhatItWaitedFor) {
+  Do("CREATE TABLE t (a INT)");
+  dw_->BeginTrans();
+  Do("INSERT INTO t VALUES (1)");
+  const auto impatient = server_.Open("dw", 0);
+  EXPECT_THAT(ErrorOf([&] { impatient->BeginTrans(); }),
+              AllOf(HasSubstr(server_.Directory() + "/dw.db"), HasSubstr("another process"),
+                    HasSubstr("waited 0.0 s"), HasSubstr("database is locked")));
+  try {
+    impatient->Execute("DELETE FROM t");
+    ADD_FAILURE() << "two write at once";
+  } catch (const PlatformError& error) {
+    EXPECT_TRUE(error.isTransient);
+  }
+  EXPECT_EQ("", RowsOf(*impatient, "SELECT a FROM t"));
+  // The second counts from the last time that the other one wrote to its log.
+  const auto patient = server_.Open("dw", 1);
+  std::thread writer([&] { patient->Execute("INSERT INTO t VALUES (2)"); });
+  for (int write = 0; write < 15; ++write) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::filesystem::last_write_time(server_.Directory() + "/dw.db-wal",
+                                     std::filesystem::file_time_type::clock::now());
+  }
+  dw_->CommitTrans();
+  writer.join();
+  EXPECT_EQ("1\n2", Rows("SELECT a FROM t ORDER BY a"));
+}
+
+TEST_F(AdoSqlite, CancelEndsAStatementAndAWaitForALock) {
+  const auto patient = server_.Open("dw", 600);
+  dw_->BeginTrans();
+  for (const char* sql : {"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n)"
+                          " SELECT max(i) FROM n",
+                          "DELETE FROM dwm_data_link"}) {
+    std::atomic<bool> ended = false;
+    std::string error;
+    std::thread runner([&] {
+      error = ErrorOf([&] { patient->Execute(sql); });
+      ended = true;
+    });
+    while (!ended) patient->Cancel();
+    runner.join();
+    EXPECT_THAT(error, testing::ContainsRegex("interrupt|cancelled")) << sql;
+  }
+}
+
+TEST_F(AdoSqlite, ColumnsHaveTheKindOfTheirDeclaredType) {
+  using Kind = ado::ColumnKind;
+  const std::tuple<const char*, Kind, int, int, int> cases[] = {
+      {"INTEGER", Kind::Integer, 8, 0, 0},
+      {"int", Kind::Integer, 4, 0, 0},
+      {"TINYINT", Kind::Integer, 2, 0, 0},
+      {"DECIMAL(10, 2)", Kind::Decimal, 0, 10, 2},
+      {"NUMERIC(5)", Kind::Decimal, 0, 5, 0},
+      {"money", Kind::Decimal, 0, 19, 4},
+      {"DOUBLE PRECISION", Kind::Real, 0, 0, 0},
+      {"BIT", Kind::Boolean, 0, 0, 0},
+      {"DATE", Kind::Date, 0, 0, 0},
+      {"SMALLDATETIME", Kind::DateTime, 0, 0, 0},
+      {"NVARCHAR(40)", Kind::Text, 40, 0, 0},
+      {"CHARACTER VARYING (7)", Kind::Text, 7, 0, 0},
+      {"", Kind::Text, 0, 0, 0},
+      {"VARBINARY(85)", Kind::Binary, 0, 0, 0}};
+  for (const auto& [type, kind, size, precision, scale] : cases) {
+    Do("DROP TABLE IF EXISTS [a t]; CREATE TABLE [a t] (x " + std::string(type) + " NOT NULL)");
+    const ado::Column x = dw_->TableColumns("dw.dbo.[A T]").at(0);
+    EXPECT_EQ(std::tuple(x.kind, x.size, x.precision, x.scale, x.nullable),
+              std::tuple(kind, size, precision, scale, false))
+        << type;
+  }
+  EXPECT_TRUE(dw_->TableColumns("dwm_absent").empty());
+  const std::string restrictions[] = {"", "", "A T", ""};
+  const auto schema = dw_->OpenSchema(ado::SchemaQuery::Columns, restrictions);
+  EXPECT_EQ(ado::Value("a t"), schema->Field("TABLE_NAME"));
+  EXPECT_EQ(ado::Value("x"), schema->Field("COLUMN_NAME"));
+}
+
+TEST_F(AdoSqlite, ABulkLoadStoresEachValueInItsColumnsTypeAndSaysWhatItCannotStore) {
+  Do("CREATE TABLE t (i INT UNIQUE, d DECIMAL(9,2), r REAL, s TEXT NOT NULL, b BLOB)");
+  const std::vector<std::string> columns = {"I", "d", "r", "s", "b"}, unknown = {"c"};
+  using Row = std::vector<ado::LoadValue>;
+  dw_->BeginTrans();
+  const auto load = dw_->OpenBulkLoad("dbo.t", columns);
+  LoadRow(*load, Row{"-7", "1.50", "1e2", "007", std::string_view()});
+  LoadRow(*load, Row{"x", "12", "nan", "", "\xFF"});
+  LoadRow(*load, Row{ado::LoadValue(), ado::LoadValue(), ado::LoadValue(), "", ado::LoadValue()});
+  const std::pair<Row, const char*> faulty[] = {
+      {{"x", "1", "1", "", ""}, "table t: UNIQUE constraint failed: t.i"},
+      {Row(5), "table t: NOT NULL constraint failed: t.s"},
+      {{"2"}, "1 values for 5 columns"}};
+  for (const auto& [row, error] : faulty)
+    EXPECT_THAT(ErrorOf([&, values = row] { LoadRow(*load, values); }), HasSubstr(error));
+  EXPECT_EQ(3, load->Finish());
+  EXPECT_EQ(
+      "-7|1.500000|100.000000|007|<>|integer|real|real\n"
+      "x|12|nan||<\xFF>|text|integer|text\n"
+      "-|-|-||-|null|null|null",
+      Rows("SELECT *, typeof(i), typeof(d), typeof(r) FROM t"));
+  dw_->RollbackTrans();
+  EXPECT_EQ("", Rows("SELECT * FROM t"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("t", unknown); }), HasSubstr("no column \"c\""));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("a.b", columns); }), HasSubstr("no table a.b"));
+}
+
+TEST_F(AdoSqlite, ParametersGoToTheMarkersOfAllStatementsInOrder) {
+  Do("CREATE TABLE t (a INT UNIQUE, b TEXT)");
+  const auto run = [&](const std::string& sql, std::vector<ado::Value> parameters) {
+    const ado::StatementResult result = dw_->ExecuteWith(sql, parameters);
+    std::string text = std::to_string(result.changedRows);
+    for (const std::string& column : result.columns) text += " " + column;
+    return text + " " + std::to_string(result.firstRow.size());
+  };
+  const auto one = std::int64_t{1};
+  EXPECT_EQ("2 a b 2", run("INSERT INTO dbo.t VALUES (?, '?'); -- ?\nSELECT 5 AS x;\n"
+                           "INSERT INTO t VALUES (2, ?); SELECT a, b AS \"b\" FROM t WHERE b = ?",
+                           {one, "it's", "it's"}));
+  EXPECT_EQ("1|?\n2|it's", Rows("SELECT * FROM t ORDER BY a"));
+  EXPECT_EQ("1 a 0", run("DELETE FROM t WHERE a = ?; SELECT a FROM t WHERE a = ?", {one, one}));
+  const std::pair<const char*, const char*> faulty[] = {
+      {"DELETE FROM t; SELECT ?, ?", "2 markers \"?\" for 1 parameters"},
+      {"DELETE FROM t", "0 markers \"?\" for 1 parameters"},
+      {"SELECT ?3", "no plain \"?\""}};
+  for (const auto& [sql, error] : faulty)
+    EXPECT_THAT(ErrorOf([&, text = sql] { run(text, {one}); }), HasSubstr(error)) << sql;
+  EXPECT_EQ("2|it's", Rows("SELECT * FROM t"));
+}
+
+TEST_F(AdoSqlite, ABulkReadGivesEveryValueAsItIsAndStaysAsItWasAlongside) {
+  Do("CREATE TABLE t (i INT, r REAL, s TEXT, b BLOB);"
+     "INSERT INTO t VALUES (1, 2, '', x'0041'), ('x', NULL, 'dé', x'')");
+  const std::string rows = "1|2.000000|''|'" + std::string("\0A", 2) + "'|\n'x'|-|'dé'|''|\n";
+  for (const bool alongside : {false, true}) {
+    const auto read = dw_->OpenBulkRead("SELECT i, r, s AS i, b FROM dbo.t -- all", alongside);
+    EXPECT_THAT(read->Columns(), testing::ElementsAre("i", "r", "i", "b"));
+    if (alongside) Do("DELETE FROM t");
+    EXPECT_EQ(rows, RestOf(*read));
+    EXPECT_EQ("", RestOf(*read));
+  }
+  EXPECT_EQ("0", Rows("SELECT count(*) FROM temp.sqlite_schema WHERE type = 'table'"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("DELETE FROM t", false); }), HasSubstr("no query"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("SELECT 1; SELECT 2", true); }),
+              HasSubstr("one statement"));
+  EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("\nSELECT nothing", true); }),
+              StartsWith("line 2 of the SQL text"));
+}
+
+TEST_F(AdoSqlite, ATableIsMadeOfTheColumnsOfAnotherAndItsRowsAreReplacedByStagedOnes) {
+  using enum ado::ColumnKind;
+  const ado::Column made[] = {{.name = "b y", .kind = Integer, .size = 4, .keyPosition = 2},
+                              {.name = "a", .kind = Text, .size = 9, .keyPosition = 1},
+                              {.name = "d", .kind = Decimal, .precision = 9, .scale = 2},
+                              {.name = "r", .kind = Real},
+                              {.name = "f", .kind = Boolean, .nullable = false},
+                              {.name = "x", .kind = Binary},
+                              {.name = "i", .kind = Integer, .size = 8},
+                              {.name = "s", .kind = Integer, .size = 2},
+                              {.name = "m", .kind = DateTime},
+                              {.name = "y", .kind = Date}};
+  dw_->CreateTable("msdb.dbo.[m x]", made);
+  const auto read = dw_->TableColumns("msdb..[m x]");
+  ASSERT_EQ(std::size(made), read.size());
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    const ado::Column &a = made[i], &b = read[i];
+    EXPECT_EQ(std::tuple(a.name, a.kind, a.size, a.precision, a.scale, a.keyPosition,
+                         a.nullable && a.keyPosition == 0),
+              std::tuple(b.name, b.kind, b.size, b.precision, b.scale, b.keyPosition, b.nullable));
+  }
+  EXPECT_EQ("\"msdb\".dbo.\"m x_torvik_staging\"", dw_->CreateStagingTable("msdb.dbo.[M X]"));
+
+  const struct {
+    const char *declared, *columns, *taken, *refused, *error;
+  } cases[] = {
+      {"(id INTEGER PRIMARY KEY, up INT REFERENCES T (id), n INT CHECK (T.n > 0))", "id, up, n",
+       "(2, 2, 1), (1, 2, 1)", "(9, 3, 1)", "FOREIGN KEY"},
+      {"(id INT NOT NULL UNIQUE, up INT AS (id + 1) STORED, n INT CHECK (n > 0))", "id, n",
+       "(2, 1), (1, 1)", "(9, 0)", "CHECK"},
+      {"(id INT UNIQUE, up INT, n INT); CREATE UNIQUE INDEX [i ON t] on t (up, n) WHERE n > 0",
+       "id, up, n", "(2, 2, 1), (1, 1, 1)", "(9, 2, 1)", "UNIQUE"}};
+  for (const auto& [declared, columns, taken, refused, error] : cases) {
+    SCOPED_TRACE(declared);
+    const std::string select = std::string("SELECT ") + columns + " FROM ", order = " ORDER BY id";
+    Do("DROP TABLE IF EXISTS child; DROP TABLE IF EXISTS t; CREATE TABLE t " +
+       std::string(declared) +
+       "; INSERT INTO t (id, n) VALUES (2, 7), (3, 7);"
+       "CREATE TABLE child (t INT REFERENCES t (id)); INSERT INTO child VALUES (2)");
+    const std::string before = Rows(select + "t" + order);
+    Do("INSERT INTO " + dw_->CreateStagingTable("t") + " (id, n) VALUES (4, 4)");
+    for (const bool commit : {false, true}) {
+      dw_->BeginTrans();
+      const std::string staging = dw_->CreateStagingTable("dbo.T");
+      const std::string insert = "INSERT INTO " + staging + " (" + columns + ") VALUES ";
+      Do(insert + taken);
+      EXPECT_THAT(ErrorOf([&] { Do(insert + refused); }), HasSubstr(error));
+      const std::string staged = Rows(select + staging + order);
+      EXPECT_EQ(2, dw_->ReplaceRows("t", staging));
+      EXPECT_EQ(staged, Rows(select + "t" + order));
+      commit ? dw_->CommitTrans() : dw_->RollbackTrans();
+      EXPECT_EQ(commit ? staged : before, Rows(select + "t" + order));
+      EXPECT_EQ(commit, dw_->TableColumns(staging).empty());
+    }
+  }
+  Do("DROP TABLE child");
+  dw_->EmptyTable("t");
+  EXPECT_EQ("", Rows("SELECT * FROM t"));
+  for (const char* table : {"absent", "a.b", "temp.dbo.sysdatabases"})
+    EXPECT_THAT(ErrorOf([&] { dw_->CreateStagingTable(table); }), HasSubstr("no ")) << table;
+}
+
+TEST_F(AdoSqlite, ARowIsRefusedForWhatIsInItAndABatchGoesOnWithTheOthers) {
+  Do("CREATE TABLE p (id INTEGER PRIMARY KEY); INSERT INTO p VALUES (1);"
+     "CREATE TABLE t (id INTEGER PRIMARY KEY, s TEXT NOT NULL, n INT CHECK (n < 9), p REFERENCES "
+     "p);"
+     "CREATE TRIGGER g BEFORE INSERT ON t WHEN new.s LIKE 'bad%' BEGIN SELECT"
+     " RAISE(ABORT, 'bad row') WHERE new.s = 'bad'; SELECT RAISE(ROLLBACK, 'all undone')"
+     " WHERE new.s = 'bad all'; END");
+  const std::vector<std::string> columns = {"id", "s", "n", "p"};
+  const std::vector<ado::LoadValue> rows = {"1", "a", "1", "1",   "1", "b", "1", "1", "x", "c", "1",
+                                            "1", "2", {},  "1",   "1", "3", "d", "9", "1", "4", "e",
+                                            "1", "2", "5", "bad", "1", "1", "6", "f", {},  {}};
+  dw_->BeginTrans();
+  const auto load = dw_->OpenBulkLoad("t", columns);
+  std::vector<ado::Refusal> refused;
+  load->Load({rows, 4}, 6, refused);
+  EXPECT_EQ("1 UNIQUE c;2 datatype;3 NOT NULL;4 CHECK co;5 FOREIGN ;6 bad row;",
+            WordsOf(refused, 9, 8));
+  EXPECT_EQ("1\n6", Rows("SELECT id FROM t"));
+  load->Load({std::span(rows).first(8), 4}, 0, refused);
+  EXPECT_EQ(7U, refused.size());
+  EXPECT_EQ(2, load->Finish());
+  const std::vector<ado::LoadValue> lost = {"7", "bad all", "1", "1"};
+  EXPECT_THAT(ErrorOf([&] { load->Load({lost, 4}, 5, refused); }), HasSubstr("all undone"));
+}
+
+}  // namespace
+}  // namespace torvik
