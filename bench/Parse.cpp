@@ -17,8 +17,8 @@
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowSource.h"
 #include "platform/PlatformError.h"
-#include "platform/linux/text/IconvCodePages.h"
 #include "platform/linux/system/PosixFiles.h"
+#include "platform/linux/text/IconvCodePages.h"
 
 using namespace torvik;
 using namespace torvik::engine;
@@ -55,8 +55,8 @@ Counts FindFieldEnds(std::string_view text) {
   for (; p < end; ++p) {
     while (p < end && !stops[static_cast<unsigned char>(*p)]) ++p;
     if (p == end) break;
-    if (*p == '"')
-      do ++p;
+    if (*p == '"') do
+        ++p;
       while (p < end && *p != '"');
     else
       ++counts.fields, counts.rows += *p == '\n';

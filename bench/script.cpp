@@ -112,8 +112,9 @@ double PlainLoop(std::int64_t n) {
 
 void BenchRows(Clock& clock, int rows) {
   const Value source = NewObject<Row>(), destination = NewObject<Row>();
-  Script script(transformation, {.clock = clock,
-                                 .names = {{"DTSSource", source}, {"DTSDestination", destination}}});
+  Script script(
+      transformation,
+      {.clock = clock, .names = {{"DTSSource", source}, {"DTSDestination", destination}}});
   auto& values = static_cast<Row&>(*source.AsObject()).values;
   const int main = script.FindProcedure("Main");
   const double scripted = Seconds([&] {
@@ -129,10 +130,11 @@ void BenchRows(Clock& clock, int rows) {
       bytes += a.size() + c.size() + static_cast<std::size_t>(2 * i + 1);
     }
   });
-  std::printf("rows: %.1f million a minute, %.1f million statements/s; plain C++ %.1f million "
-              "rows a minute (%zu)\n",
-              rows / scripted * 60 / 1e6, rows * transformationStatements / scripted / 1e6,
-              rows / plain * 60 / 1e6, bytes % 10);
+  std::printf(
+      "rows: %.1f million a minute, %.1f million statements/s; plain C++ %.1f million "
+      "rows a minute (%zu)\n",
+      rows / scripted * 60 / 1e6, rows * transformationStatements / scripted / 1e6,
+      rows / plain * 60 / 1e6, bytes % 10);
 }
 
 void BenchLoop(Clock& clock, std::int32_t passes) {
@@ -142,9 +144,10 @@ void BenchLoop(Clock& clock, std::int32_t passes) {
   double total = 0;
   const double scripted = Seconds([&] { script.Call(main, {&n, 1}); });
   const double plain = Seconds([&] { total = PlainLoop(passes); });
-  std::printf("loop: %.1f million statements/s; plain C++ %.0f million statements/s, ratio %.0f "
-              "(%.0f)\n",
-              3.0 * passes / scripted / 1e6, 3.0 * passes / plain / 1e6, scripted / plain, total);
+  std::printf(
+      "loop: %.1f million statements/s; plain C++ %.0f million statements/s, ratio %.0f "
+      "(%.0f)\n",
+      3.0 * passes / scripted / 1e6, 3.0 * passes / plain / 1e6, scripted / plain, total);
 }
 
 }  // namespace

@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
+#include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/Display.h"
@@ -123,6 +125,10 @@ void RunProgram(const std::string& argumentText) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == "--version") {
+    std::printf("torvik %s\n", kVersion);
+    return EXIT_SUCCESS;
+  }
   std::setlocale(LC_TIME, "");  // the log's date is in the words of the locale
   try {
     RunProgram(JoinArguments({argv + 1, argv + argc}));

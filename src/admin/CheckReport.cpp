@@ -9,7 +9,7 @@ namespace torvik::admin {
 namespace {
 
 /// What a provider says may have several lines.
-std::string OnOneLine(const std::string& text) {
+std::string LinesAsList(const std::string& text) {
   std::string line;
   for (const char c : text) {
     const bool isBreak = c == '\r' || c == '\n';
@@ -90,7 +90,7 @@ std::vector<CheckReport::Row> CheckReport::PrintableRows() const {
 }
 
 void CheckReport::Add(const std::string& what, State state, const std::string& detail) {
-  rows_.push_back({OnOneLine(what), state, OnOneLine(detail)});
+  rows_.push_back({LinesAsList(what), state, LinesAsList(detail)});
 }
 
 }  // namespace torvik::admin

@@ -11,8 +11,6 @@
 namespace torvik::admin {
 namespace {
 
-using Kind = StepOutcome::Kind;
-
 /// Behind the time of a line.
 constexpr std::size_t kTimeLength = 20;
 
@@ -57,17 +55,19 @@ class LogReader {
   }
 
   bool TakeEvent(std::size_t step, std::string_view event) {
-    const std::pair<std::string_view, Kind> events[] = {{" started", Kind::Running},
-                                                        {" succeeded: ", Kind::Succeeded},
-                                                        {" failed after ", Kind::Failed},
-                                                        {" did not run: ", Kind::NotRun}};
+    const std::pair<std::string_view, StepOutcome::Kind> events[] = {
+        {" started", StepOutcome::Kind::Running},
+        {" succeeded: ", StepOutcome::Kind::Succeeded},
+        {" failed after ", StepOutcome::Kind::Failed},
+        {" did not run: ", StepOutcome::Kind::NotRun}};
     for (const auto& [words, kind] : events) {
       if (!event.starts_with(words)) continue;
-      const std::size_t before = kind == Kind::Failed ? 1 : words.size();
+      const std::size_t before = kind == StepOutcome::Kind::Failed ? 1 : words.size();
       outcomes_[step] = {kind, std::string(event.substr(before))};
       const bool isRetried = event.find("; attempt ") != std::string_view::npos &&
                              event.find(" follows in ") != std::string_view::npos;
-      if (kind == Kind::Failed && isRetried) outcomes_[step].kind = Kind::Running;
+      if (kind == StepOutcome::Kind::Failed && isRetried)
+        outcomes_[step].kind = StepOutcome::Kind::Running;
       return true;
     }
     return event.starts_with(": ");  // a line of its output

@@ -12,7 +12,6 @@ using engine::Constraint;
 using engine::Outcome;
 using engine::PackageModel;
 using engine::StepModel;
-using Kind = StepOutcome::Kind;
 
 /// Graphviz takes minutes for the places of a thousand steps.
 constexpr std::size_t kMostStepsPlaced = 300, kMostConstraintsPlaced = 1000;
@@ -56,13 +55,13 @@ struct Look {
   const char* word;  ///< Colours alone do not tell everybody.
 };
 
-Look LookOf(Kind kind) {
+Look LookOf(StepOutcome::Kind kind) {
   switch (kind) {
-    case Kind::Running: return {"#ffeb9c", "running"};
-    case Kind::Succeeded: return {"#c6efce", "succeeded"};
-    case Kind::Failed: return {"#ffc7ce", "failed"};
-    case Kind::NotRun: return {"#d9d9d9", "did not run"};
-    case Kind::NotMentioned: break;
+    case StepOutcome::Kind::Running: return {"#ffeb9c", "running"};
+    case StepOutcome::Kind::Succeeded: return {"#c6efce", "succeeded"};
+    case StepOutcome::Kind::Failed: return {"#ffc7ce", "failed"};
+    case StepOutcome::Kind::NotRun: return {"#d9d9d9", "did not run"};
+    case StepOutcome::Kind::NotMentioned: break;
   }
   return {"white", ""};
 }
@@ -122,7 +121,8 @@ std::string Node(const StepModel& step, const StepOutcome& outcome, const std::s
     more = ",fillcolor=\"#d9d9d9\",fontcolor=\"#606060\",color=\"#909090\"";
   } else if (*word != '\0') {
     label += std::string("\\n") + word;
-    if (outcome.kind == Kind::Succeeded) label += ": " + Escaped(outcome.text, kLongestName);
+    if (outcome.kind == StepOutcome::Kind::Succeeded)
+      label += ": " + Escaped(outcome.text, kLongestName);
   }
   const std::string& tip = outcome.text.empty() ? step.description : outcome.text;
   return "[label=\"" + label + "\",tooltip=\"" +

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "admin/Admin.h"
+#include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace {
@@ -21,6 +22,7 @@ int Fail(const std::string& reason) {
 int main(int argc, char** argv) {
   using namespace torvik;
   CLI::App app("Prepares what torvik runs: servers, packages, data links; and runs a job.");
+  app.set_version_flag("--version", std::string("torvik-admin ") + kVersion);
   app.require_subcommand(1);
   app.footer("Exit code: 0 done, 1 failed, 2 wrong use. Settings: docs/settings.md.");
   admin::Invocation invocation;

@@ -1,10 +1,10 @@
 #include "datalinks/FieldReaders.h"
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
 
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -14,20 +14,11 @@ namespace {
 /// The runtime's number for a value of the wrong type.
 constexpr long kTypeMismatch = 13;
 
-std::string_view WithoutBlanks(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 std::optional<double> NumberIn(std::string_view text) {
-  text = WithoutBlanks(text);
+  text = Trimmed(text, " \t");
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-  double number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return {};
-  if (!std::isfinite(number)) return {};
-  return number;
+  const auto number = NumberOf<double>(text);
+  return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
 std::optional<double> Number(const ado::Value& value) {

@@ -41,7 +41,7 @@ std::optional<Value> Character(const Arguments& arguments, bool isUnicode) {
   return Value::OfText(DecodedSource({wide, sizeof wide}));
 }
 
-std::string Trimmed(std::string text, bool left, bool right) {
+std::string WithoutBlanks(std::string text, bool left, bool right) {
   if (right) text.erase(text.find_last_not_of(' ') + 1);
   if (left) text.erase(0, std::min(text.find_first_not_of(' '), text.size()));
   return text;
@@ -89,15 +89,15 @@ const std::map<std::string_view, Function>& Functions() {
       {"str", [](const Arguments& all) { return std::optional(Value::OfText(TextAt(all, 0))); }},
       {"trim",
        [](const Arguments& all) {
-         return std::optional(Value::OfText(Trimmed(TextAt(all, 0), true, true)));
+         return std::optional(Value::OfText(WithoutBlanks(TextAt(all, 0), true, true)));
        }},
       {"ltrim",
        [](const Arguments& all) {
-         return std::optional(Value::OfText(Trimmed(TextAt(all, 0), true, false)));
+         return std::optional(Value::OfText(WithoutBlanks(TextAt(all, 0), true, false)));
        }},
       {"rtrim",
        [](const Arguments& all) {
-         return std::optional(Value::OfText(Trimmed(TextAt(all, 0), false, true)));
+         return std::optional(Value::OfText(WithoutBlanks(TextAt(all, 0), false, true)));
        }},
       {"ucase",
        [](const Arguments& all) {

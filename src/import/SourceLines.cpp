@@ -14,12 +14,6 @@ using script::TokenKind;
 /// More physical lines than these are never one statement.
 constexpr int kMostContinued = 1000;
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\f\v";
-  const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
-  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-}
-
 /// Pairs of surrogates are one character; one alone is U+FFFD.
 std::string FromUtf16(std::string_view bytes, bool isBigEndian) {
   const auto unitAt = [&](std::size_t at) {
@@ -65,7 +59,7 @@ bool IsTypeMark(char c, std::string_view rest) {
   if (c == '$' || c == '%') return true;
   if (c != '&' && c != '#' && c != '!' && c != '@') return false;
   const bool isApart = rest.empty() || rest[0] == ' ' || rest[0] == ')' || rest[0] == ',';
-  const std::string_view next = Trimmed(rest);
+  const std::string_view next = Trimmed(rest, " \t\f\v");
   const bool isDeclared = next.size() > 2 && EqualsIgnoringCase(next.substr(0, 3), "as ");
   return isApart && (next.empty() || next[0] == '=' || next[0] == ')' || next[0] == ',' ||
                      isDeclared || (c != '&' && rest[0] == ' '));
@@ -103,7 +97,7 @@ std::string CleanedLine(std::string_view line) {
     if (!isText && isBehindName && IsTypeMark(c, line.substr(i + 1))) continue;
     clean += c;
   }
-  return std::string(Trimmed(clean));
+  return std::string(Trimmed(clean, " \t\f\v"));
 }
 
 /// Visual Basic's own sign, and an operator or an open list as Visual Basic .NET takes them.
@@ -194,7 +188,7 @@ std::vector<SourceLine> ReadSourceLines(std::string_view source) {
   bool isHeader = false, goesOn = false;
   for (std::size_t at = 0; at < source.size();) {
     const std::size_t end = std::min(source.find_first_of("\r\n", at), source.size());
-    const std::string_view raw = Trimmed(source.substr(at, end - at));
+    const std::string_view raw = Trimmed(source.substr(at, end - at), " \t\f\v");
     at = end + (source.substr(end, 2) == "\r\n" ? 2 : 1);
     ++number;
     if (lines.empty() && IsHeader(raw)) isHeader = true;

@@ -15,7 +15,7 @@ using script::Expression;
 using script::ExpressionKind;
 
 constexpr int kDeepestCall = 30, kMostCalls = 50'000;
-constexpr std::size_t kLongestText = std::size_t{16} << 20;
+constexpr std::size_t kLongestValue = std::size_t{16} << 20;
 
 }  // namespace
 
@@ -374,7 +374,7 @@ Value Walker::BinaryValue(const Expression& expression) {
   }
   const auto result = Result(expression.op, left, right);
   if (!result) return KnownOrNamed(expression);
-  if (result->text.size() <= kLongestText) return *result;
+  if (result->text.size() <= kLongestValue) return *result;
   NoteAt(line_, "a text is longer than 16 MiB; what follows is left out");
   throw Exit{"all"};
 }

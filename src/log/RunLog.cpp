@@ -1,18 +1,15 @@
 #include "log/RunLog.h"
 
-#include <algorithm>
-
 #include "log/LogForm.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
+#include "platform/Text.h"
 
 namespace torvik {
 
 void RunLog::EchoToLog(std::string_view text) {
   messages_.PumpEvents();
-  std::string line(text);
-  std::replace_if(
-      line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  const std::string line = LineBreaksAsBlanks(text);
   if (form_ == nullptr) return;
   if (const std::string file = form_->ErrorFile(); !file.empty()) Append(file, line);
   form_->ShowLogLine(line);

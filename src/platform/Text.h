@@ -27,10 +27,24 @@ inline bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
 }
 
-/// The text without the blanks around it.
-inline std::string_view WithoutBlanks(std::string_view text) {
-  const std::size_t begin = std::min(text.find_first_not_of(' '), text.size());
-  return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+inline bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+constexpr std::string_view kWhiteSpace = " \t\r\n";
+
+/// The text without the blanks around it; without another set of characters when one is given.
+inline std::string_view Trimmed(std::string_view text, std::string_view blanks = " ") {
+  const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
+  return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+}
+
+/// The text with a blank for each CR and LF: one line of a log.
+inline std::string LineBreaksAsBlanks(std::string_view text) {
+  std::string line(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  return line;
 }
 
 /// The text with blanks for control characters: one line, whatever it held.

@@ -93,15 +93,9 @@ std::string TextOfCurrency(std::int64_t tenThousandths) {
 
 }  // namespace
 
-std::string_view Trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
 std::optional<double> NumberOfText(std::string_view text) {
   if (text.size() > longestNumber) return {};
-  text = Trimmed(text);
+  text = Trimmed(text, kWhiteSpace);
   if (text.size() > 2 && text[0] == '&') {
     const char radix = LowerAscii(text[1]);
     if (radix == 'h') return NumberOfRadix(text.substr(2), 16);
@@ -111,7 +105,7 @@ std::optional<double> NumberOfText(std::string_view text) {
   bool negative = false, sign = false;
   if (text.size() > 2 && text.front() == '(' && text.back() == ')') {
     negative = sign = true;
-    text = Trimmed(text.substr(1, text.size() - 2));
+    text = Trimmed(text.substr(1, text.size() - 2), kWhiteSpace);
   }
   for (bool currency = false; !text.empty();) {
     if (text[0] == '$' && !currency) {
@@ -122,11 +116,11 @@ std::optional<double> NumberOfText(std::string_view text) {
     } else {
       break;
     }
-    text = Trimmed(text.substr(1));
+    text = Trimmed(text.substr(1), kWhiteSpace);
   }
   if (!text.empty() && !sign && (text.back() == '-' || text.back() == '+')) {
     negative = text.back() == '-';
-    text = Trimmed(text.substr(0, text.size() - 1));
+    text = Trimmed(text.substr(0, text.size() - 1), kWhiteSpace);
   }
   const auto plain = PlainNumber(text);
   if (!plain) return {};

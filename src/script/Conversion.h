@@ -45,7 +45,4 @@ inline Value FitWhole(std::int64_t number, Kind least) {
   return Value::OfDouble(static_cast<double>(number));
 }
 
-/// The text without blanks around it.
-std::string_view Trimmed(std::string_view text);
-
 }  // namespace torvik::script

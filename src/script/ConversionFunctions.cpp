@@ -62,7 +62,7 @@ Value Oct(Context& context, Arguments a) {
   return InRadix(context, a[0], "%o");
 }
 
-constexpr Function functions[] = {
+constexpr Function conversionFunctions[] = {
     {"cbool", 1, 1, CBool}, {"cbyte", 1, 1, CByte}, {"cint", 1, 1, CInt}, {"clng", 1, 1, CLng},
     {"csng", 1, 1, CSng},   {"cdbl", 1, 1, CDbl},   {"ccur", 1, 1, CCur}, {"cdate", 1, 1, CDate},
     {"cstr", 1, 1, CStr},   {"hex", 1, 1, Hex},     {"oct", 1, 1, Oct},
@@ -71,7 +71,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> ConversionFunctions() {
-  return functions;
+  return conversionFunctions;
 }
 
 }  // namespace torvik::script

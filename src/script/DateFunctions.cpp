@@ -239,7 +239,7 @@ Value IsDate(Context&, Arguments a) {
   return Value::OfBoolean(isDate);
 }
 
-constexpr Function functions[] = {
+constexpr Function dateFunctions[] = {
     {"now", 0, 0, Now},
     {"date", 0, 0, Date},
     {"time", 0, 0, Time},
@@ -266,7 +266,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> DateFunctions() {
-  return functions;
+  return dateFunctions;
 }
 
 }  // namespace torvik::script

@@ -12,9 +12,9 @@ namespace torvik::script {
 
 namespace {
 
-constexpr std::string_view members[] = {"item",  "add",  "exists", "remove",      "removeall",
-                                        "count", "keys", "items",  "comparemode", "key"};
-enum Member {
+constexpr std::string_view dictionaryMembers[] = {
+    "item", "add", "exists", "remove", "removeall", "count", "keys", "items", "comparemode", "key"};
+enum DictionaryMember {
   TheItem,
   AddOne,
   Exists,
@@ -49,8 +49,8 @@ Dictionary::~Dictionary() {
 
 int Dictionary::FindMember(std::string_view name) const {
   if (name.empty()) return DefaultMember;
-  const auto at = std::ranges::find(members, name);
-  return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+  const auto at = std::ranges::find(dictionaryMembers, name);
+  return at == std::end(dictionaryMembers) ? NoMember : static_cast<int>(at - dictionaryMembers);
 }
 
 void Dictionary::Clear() {

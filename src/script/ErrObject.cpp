@@ -10,8 +10,8 @@ namespace torvik::script {
 
 namespace {
 
-constexpr std::string_view members[] = {"number", "description", "source", "clear", "raise"};
-enum Member { Number, Description, Source, ClearIt, Raise };
+constexpr std::string_view errMembers[] = {"number", "description", "source", "clear", "raise"};
+enum ErrMember { Number, Description, Source, ClearIt, Raise };
 
 [[noreturn]] void RaiseError(std::span<const Value> a) {
   ExpectArguments(a, 1, 5);
@@ -27,8 +27,8 @@ enum Member { Number, Description, Source, ClearIt, Raise };
 
 int ErrObject::FindMember(std::string_view name) const {
   if (name.empty()) return DefaultMember;
-  const auto at = std::ranges::find(members, name);
-  return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+  const auto at = std::ranges::find(errMembers, name);
+  return at == std::end(errMembers) ? NoMember : static_cast<int>(at - errMembers);
 }
 
 Value ErrObject::Invoke(Context& context, int member, std::span<const Value> arguments) {

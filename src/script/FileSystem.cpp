@@ -12,12 +12,15 @@
 #include "script/Conversion.h"
 #include "script/DateText.h"
 #include "script/FileAccess.h"
+#include "script/Functions.h"
 #include "script/Object.h"
 #include "script/TextStream.h"
 
 namespace torvik::script {
 
 namespace {
+
+using MemberArguments = std::span<const Value>;
 
 constexpr std::int64_t nanosecondsOfSecond = 1'000'000'000;
 
@@ -55,18 +58,12 @@ class FileObject final : public Object {
   const std::string path_;
 };
 
-using Arguments = std::span<const Value>;
-
 std::string Path(Context& context, const Value& value) {
   return context.files->Allowed(ToText(value));
 }
 
-bool FlagOr(Arguments a, std::size_t index, bool otherwise) {
+bool FlagOr(MemberArguments a, std::size_t index, bool otherwise) {
   return index < a.size() && !a[index].Is(Kind::Missing) ? ToBoolean(a[index]) : otherwise;
-}
-
-Value NewText(Context& context, std::string_view text) {
-  return Value::OfText(text, &context.heap);
 }
 
 /// Where a copy goes: into the folder when `to` ends with a separator.
@@ -76,24 +73,24 @@ std::string TargetPath(Context& context, const std::string& from, const Value& t
   return context.files->Allowed(isFolder ? JoinedPath(text, FileNameOf(from)) : text);
 }
 
-Value BuildPath(Context& context, Arguments a) {
+Value BuildPath(Context& context, MemberArguments a) {
   return NewText(context, JoinedPath(ToText(a[0]), ToText(a[1])));
 }
 
-Value CopyFile(Context& context, Arguments a) {
+Value CopyFile(Context& context, MemberArguments a) {
   const std::string from = Path(context, a[0]), to = TargetPath(context, from, a[1]);
   ThrowIfFailed(context.files->AllFiles().CopyWhole(from, to, FlagOr(a, 2, true)),
                 from + "' to '" + to);
   return {};
 }
 
-Value MoveFile(Context& context, Arguments a) {
+Value MoveFile(Context& context, MemberArguments a) {
   const std::string from = Path(context, a[0]), to = TargetPath(context, from, a[1]);
   ThrowIfFailed(context.files->AllFiles().Move(from, to, false), from + "' to '" + to);
   return {};
 }
 
-Value CreateFolder(Context& context, Arguments a) {
+Value CreateFolder(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
   if (context.files->FolderExists(path) || context.files->FileExists(path))
     throw RuntimeError(58, path);
@@ -102,49 +99,49 @@ Value CreateFolder(Context& context, Arguments a) {
   return {};
 }
 
-Value DeleteFile(Context& context, Arguments a) {
+Value DeleteFile(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
   ThrowIfFailed(context.files->AllFiles().Remove(path), path);
   return {};
 }
 
-Value FileExists(Context& context, Arguments a) {
+Value FileExists(Context& context, MemberArguments a) {
   return Value::OfBoolean(context.files->FileExists(Path(context, a[0])));
 }
 
-Value FolderExists(Context& context, Arguments a) {
+Value FolderExists(Context& context, MemberArguments a) {
   return Value::OfBoolean(context.files->FolderExists(Path(context, a[0])));
 }
 
-Value GetBaseName(Context& context, Arguments a) {
+Value GetBaseName(Context& context, MemberArguments a) {
   const std::string path = ToText(a[0]);
   const std::string_view name = FileNameOf(path);
   return NewText(context, name.substr(0, name.rfind('.')));
 }
 
-Value GetExtensionName(Context& context, Arguments a) {
+Value GetExtensionName(Context& context, MemberArguments a) {
   const std::string path = ToText(a[0]);
   const std::string_view name = FileNameOf(path);
   const std::size_t point = name.rfind('.');
   return NewText(context, point == std::string_view::npos ? "" : name.substr(point + 1));
 }
 
-Value GetFileName(Context& context, Arguments a) {
+Value GetFileName(Context& context, MemberArguments a) {
   return NewText(context, FileNameOf(ToText(a[0])));
 }
 
-Value GetParentFolderName(Context& context, Arguments a) {
+Value GetParentFolderName(Context& context, MemberArguments a) {
   return NewText(context, ParentFolderOf(ToText(a[0])));
 }
 
-Value GetFile(Context& context, Arguments a) {
+Value GetFile(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
   if (!context.files->FileExists(path)) throw RuntimeError(53, path);
   return NewObject<FileObject>(context.heap, path);
 }
 
 /// CreateTextFile(path [, overwrite [, unicode]])
-Value CreateTextFile(Context& context, Arguments a) {
+Value CreateTextFile(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
   if (FlagOr(a, 2, false)) throw InvalidCall("CreateTextFile: a Unicode file");
   if (!FlagOr(a, 1, true) && context.files->FileExists(path)) throw RuntimeError(58, path);
@@ -153,7 +150,7 @@ Value CreateTextFile(Context& context, Arguments a) {
 }
 
 /// OpenTextFile(path [, 1 read, 2 write, 8 append [, create [, format]]])
-Value OpenTextFile(Context& context, Arguments a) {
+Value OpenTextFile(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
   const std::int32_t mode = a.size() > 1 && !a[1].Is(Kind::Missing) ? ToLong(a[1]) : 1;
   if (mode != 1 && mode != 2 && mode != 8) throw InvalidCall("OpenTextFile");
@@ -168,7 +165,7 @@ Value OpenTextFile(Context& context, Arguments a) {
 constexpr struct {
   std::string_view name;
   std::size_t least, most;
-  Value (*call)(Context&, Arguments);
+  Value (*call)(Context&, MemberArguments);
 } methods[] = {
     {"buildpath", 2, 2, BuildPath},
     {"copyfile", 2, 3, CopyFile},
@@ -196,7 +193,7 @@ class FileSystem final : public Object {
     }
     return NoMember;
   }
-  Value Invoke(Context& context, int member, Arguments arguments) override {
+  Value Invoke(Context& context, int member, MemberArguments arguments) override {
     const auto& method = methods[static_cast<std::size_t>(member)];
     ExpectArguments(arguments, method.least, method.most);
     return method.call(context, arguments);

@@ -83,7 +83,7 @@ Value FormatDateTime(Context& context, Arguments a) {
   return Value::OfText(TextOfDate(ToDate(a[0]), static_cast<DateFormat>(format)), &context.heap);
 }
 
-constexpr Function functions[] = {
+constexpr Function formatFunctions[] = {
     {"formatnumber", 1, 5, FormatNumber},
     {"formatcurrency", 1, 5, FormatCurrency},
     {"formatpercent", 1, 5, FormatPercent},
@@ -93,7 +93,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> FormatFunctions() {
-  return functions;
+  return formatFunctions;
 }
 
 }  // namespace torvik::script

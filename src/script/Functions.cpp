@@ -108,6 +108,11 @@ bool FindConstant(std::string_view lowerCase, Value& value) {
   return true;
 }
 
+Value NewText(Context& context, std::string_view text) {
+  context.Work(text.size());
+  return Value::OfText(text, &context.heap);
+}
+
 bool IsGiven(Arguments arguments, std::size_t index) {
   return index < arguments.size() && !arguments[index].Is(Kind::Missing);
 }

@@ -34,6 +34,9 @@ const Function* FindFunction(std::string_view lowerCase);
 /// The constants vbCrLf, vbTrue and so on; false when there is none of that name.
 bool FindConstant(std::string_view lowerCase, Value& value);
 
+/// A text of the script; its length counts as work.
+Value NewText(Context& context, std::string_view text);
+
 /// An argument that may be left out.
 bool IsGiven(Arguments arguments, std::size_t index);
 std::int32_t LongOr(Arguments arguments, std::size_t index, std::int32_t otherwise);

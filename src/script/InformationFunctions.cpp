@@ -73,7 +73,7 @@ Value LBound(Context&, Arguments a) {
   return Bound(a, false);
 }
 
-constexpr Function functions[] = {
+constexpr Function informationFunctions[] = {
     {"isempty", 1, 1, IsEmpty, true}, {"isnull", 1, 1, IsNull},
     {"isarray", 1, 1, IsArray, true}, {"isobject", 1, 1, IsObject, true},
     {"isnumeric", 1, 1, IsNumeric},   {"typename", 1, 1, TypeName, true},
@@ -84,7 +84,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> InformationFunctions() {
-  return functions;
+  return informationFunctions;
 }
 
 }  // namespace torvik::script

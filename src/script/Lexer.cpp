@@ -16,9 +16,6 @@ namespace {
 constexpr std::size_t longestName = 255;
 constexpr std::size_t longestShownLine = 200;
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 bool IsLetter(char c) {
   const char lower = LowerAscii(c);
   return (lower >= 'a' && lower <= 'z') || static_cast<unsigned char>(c) >= 0x80;
@@ -247,7 +244,7 @@ std::string LineOf(std::string_view source, int line) {
     if (at == std::string_view::npos) return {};
     at += source.substr(at, 2) == "\r\n" ? 2 : 1;
   }
-  source = Trimmed(source.substr(at, source.find_first_of("\r\n", at) - at));
+  source = Trimmed(source.substr(at, source.find_first_of("\r\n", at) - at), kWhiteSpace);
   return std::string(FirstCharacters(source, longestShownLine));
 }
 

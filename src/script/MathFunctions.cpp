@@ -10,11 +10,6 @@ namespace torvik::script {
 
 namespace {
 
-Value Finite(double number) {
-  if (!std::isfinite(number)) throw Overflow();
-  return Value::OfDouble(number);
-}
-
 template <double (*function)(double)>
 Value Apply(Context&, Arguments a) {
   return Finite(function(ToDouble(a[0])));
@@ -106,7 +101,7 @@ Value Randomize(Context& context, Arguments a) {
   return {};
 }
 
-constexpr Function functions[] = {
+constexpr Function mathFunctions[] = {
     {"abs", 1, 1, Abs},
     {"sgn", 1, 1, Sgn},
     {"int", 1, 1, Cut<std::floor>},
@@ -126,7 +121,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> MathFunctions() {
-  return functions;
+  return mathFunctions;
 }
 
 }  // namespace torvik::script

@@ -26,7 +26,7 @@ Value NoOneThere(Context&, Arguments) {
                     "unattended run");
 }
 
-constexpr Function functions[] = {
+constexpr Function objectFunctions[] = {
     {"createobject", 1, 2, CreateObject},
     {"getobject", 1, 2, GetObject},
     {"msgbox", 1, 5, NoOneThere},
@@ -36,7 +36,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> ObjectFunctions() {
-  return functions;
+  return objectFunctions;
 }
 
 }  // namespace torvik::script

@@ -35,11 +35,6 @@ std::int64_t WholeOf(const Value& value) {
   return value.Is(Kind::Empty) ? 0 : value.Whole();
 }
 
-Value Finite(double number) {
-  if (!std::isfinite(number)) throw Overflow();
-  return Value::OfDouble(number);
-}
-
 Value AsDate(double days) {
   if (!IsDateNumber(days)) throw Overflow();
   return Value::OfDate(days);
@@ -167,6 +162,11 @@ int CompareWithText(const Value& number, const Value& text, bool numberIsLiteral
 }
 
 }  // namespace
+
+Value Finite(double number) {
+  if (!std::isfinite(number)) throw Overflow();
+  return Value::OfDouble(number);
+}
 
 Value Arithmetic(Operator op, const Value& a, const Value& b, Heap* heap) {
   if (a.Is(Kind::Null) || b.Is(Kind::Null)) return Value::OfNull();

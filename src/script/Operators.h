@@ -39,6 +39,9 @@ Value Logical(Operator op, const Value& a, const Value& b);
 Value Negation(const Value& value);
 Value LogicalNot(const Value& value);
 
+/// A Double; an infinity or what is no number is an overflow.
+Value Finite(double number);
+
 /// How values compare: a literal has its type for certain, and the other side is converted to it;
 /// otherwise a number is less than any text.
 struct Literals {

@@ -177,7 +177,7 @@ Value Filter(Context& context, Arguments a) {
   return result;
 }
 
-constexpr Function functions[] = {
+constexpr Function searchFunctions[] = {
     {"instr", 2, 4, InStr}, {"instrrev", 2, 4, InStrRev}, {"replace", 3, 6, Replace},
     {"split", 1, 4, Split}, {"join", 1, 2, Join},         {"filter", 2, 4, Filter},
 };
@@ -185,7 +185,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> SearchFunctions() {
-  return functions;
+  return searchFunctions;
 }
 
 }  // namespace torvik::script

@@ -12,11 +12,6 @@ namespace torvik::script {
 
 namespace {
 
-Value NewText(Context& context, std::string_view text) {
-  context.Work(text.size());
-  return Value::OfText(text, &context.heap);
-}
-
 Value Len(Context& context, Arguments a) {
   if (a[0].Is(Kind::Null)) return a[0];
   const std::string_view text = TextArgument(context, a[0]);
@@ -169,7 +164,7 @@ Value ChrW(Context& context, Arguments a) {
   return NewText(context, text);
 }
 
-constexpr Function functions[] = {
+constexpr Function textFunctions[] = {
     {"len", 1, 1, Len},
     {"left", 2, 2, Left},
     {"right", 2, 2, Right},
@@ -192,7 +187,7 @@ constexpr Function functions[] = {
 }  // namespace
 
 std::span<const Function> TextFunctions() {
-  return functions;
+  return textFunctions;
 }
 
 }  // namespace torvik::script

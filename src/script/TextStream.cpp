@@ -15,10 +15,10 @@ namespace torvik::script {
 
 namespace {
 
-constexpr std::string_view members[] = {"read",          "readline",        "readall", "skipline",
-                                        "atendofstream", "atendofline",     "line",    "write",
-                                        "writeline",     "writeblanklines", "close"};
-enum Member {
+constexpr std::string_view streamMembers[] = {
+    "read", "readline", "readall",   "skipline",        "atendofstream", "atendofline",
+    "line", "write",    "writeline", "writeblanklines", "close"};
+enum StreamMember {
   Read,
   ReadOneLine,
   ReadAll,
@@ -72,8 +72,8 @@ TextStream::~TextStream() {
 }
 
 int TextStream::FindMember(std::string_view name) const {
-  const auto at = std::ranges::find(members, name);
-  return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+  const auto at = std::ranges::find(streamMembers, name);
+  return at == std::end(streamMembers) ? NoMember : static_cast<int>(at - streamMembers);
 }
 
 void TextStream::ExpectReading(bool reads) const {

@@ -31,7 +31,7 @@ CRegSettings::CRegSettings(Registry& registry, const CodePage& ansi)
       hive_(kLocalMachine) {}
 
 void CRegSettings::SetCompany(const std::string& company) {
-  company_ = company.empty() ? std::string_view(kDefaultCompany) : WithoutBlanks(company);
+  company_ = company.empty() ? std::string_view(kDefaultCompany) : Trimmed(company);
 }
 
 void CRegSettings::SetHive(std::uint32_t) {
@@ -39,7 +39,7 @@ void CRegSettings::SetHive(std::uint32_t) {
 }
 
 void CRegSettings::SetAppName(const std::string& name) {
-  appName_ = name.empty() ? std::string_view(kProduct) : WithoutBlanks(name);
+  appName_ = name.empty() ? std::string_view(kProduct) : Trimmed(name);
 }
 
 std::string CRegSettings::BuildKeyPath(const std::string& section) const {

@@ -129,7 +129,7 @@ void frmRunnerMain::cmdLogFilesDir_Click() {
 }
 
 void frmRunnerMain::txtDTSErrorFile_LostFocus() {
-  const std::string file(WithoutBlanks(txtDTSErrorFile.Text.Get()));
+  const std::string file(Trimmed(txtDTSErrorFile.Text.Get()));
   if (!file.empty() && !IsFullPath(file))
     txtDTSErrorFile.Text.Set(program_.platform.files.TempDirectory() + file);
 }

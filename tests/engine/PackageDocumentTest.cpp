@@ -34,7 +34,7 @@ provider = "DTSFlatFile"
 properties = { "Data Source" = "${Directory}a.csv" }
 )toml";
 
-PlatformError ErrorOf(const std::string& text) {
+PlatformError Refusal(const std::string& text) {
   try {
     ReadPackageDocument(text, "p.toml");
   } catch (const PlatformError& error) {
@@ -162,10 +162,10 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
   for (const auto& c : cases) {
     const std::string place =
         "p.toml, line " + std::to_string(c.line) + ", column " + std::to_string(c.column) + ": ";
-    EXPECT_THAT(ErrorOf(kBase + c.text).Description(), AllOf(HasSubstr(place), HasSubstr(c.words)))
+    EXPECT_THAT(Refusal(kBase + c.text).Description(), AllOf(HasSubstr(place), HasSubstr(c.words)))
         << c.text;
   }
-  EXPECT_EQ(ErrorOf(kBase + sql + waitForS).number, 1015);
+  EXPECT_EQ(Refusal(kBase + sql + waitForS).number, 1015);
 }
 
 TEST(PackageDocument, ALongCircleIsFoundAndCutShort) {
@@ -175,13 +175,13 @@ TEST(PackageDocument, ALongCircleIsFoundAndCutShort) {
     text += "[[steps]]\nname = '" + std::to_string(i) +
             "'\ntask = 'ExecuteProcess'\nprogram = 'p'\nafter = [ { step = '" +
             std::to_string((i + 1) % kSteps) + "' } ]\n";
-  EXPECT_THAT(ErrorOf(text).Description(),
+  EXPECT_THAT(Refusal(text).Description(),
               AllOf(HasSubstr("line 2, column 1: steps wait for each other: \"0\" after \"1\""),
                     HasSubstr("\"19\" after ... after \"0\"; remove"), Not(HasSubstr("\"20\""))));
 }
 
 TEST(PackageDocument, NamesEveryProblemInOrder) {
-  const PlatformError error = ErrorOf(R"(name = 7
+  const PlatformError error = Refusal(R"(name = 7
 max_concurrent_steps = 0
 [global_variables]
 A = ''

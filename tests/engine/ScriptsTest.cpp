@@ -15,7 +15,7 @@ std::string StepOf(const std::string& name, const std::string& keys) {
 }
 
 /// The keys of a script task, or of a workflow script, that does `statements`.
-std::string Script(const std::string& key, const std::string& statements) {
+std::string ScriptKey(const std::string& key, const std::string& statements) {
   return key + " = '''\nFunction Main()\n" + statements + "\nEnd Function\n'''\n";
 }
 
@@ -58,7 +58,7 @@ TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
   };
   for (const auto& c : cases) {
     const std::string ended =
-        Ran(StepOf("s", "task = \"Script\"\n" + Script("script", c.statements)));
+        Ran(StepOf("s", "task = \"Script\"\n" + ScriptKey("script", c.statements)));
     if (*c.words == '\0')
       EXPECT_EQ(std::string::npos, ended.find('F')) << c.statements << ended;
     else
@@ -66,9 +66,9 @@ TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
   }
   Ran(StepOf("s",
              "task = \"Script\"\n" +
-                 Script("script",
-                        "Set v = DTSGlobalVariables\n v(\"count\") = v(\"Count\") + \"42\"\n"
-                        "n = \"Text\" : v(n).Value = v(n).Name & v.Count : v(\"Flag\") = -1")));
+                 ScriptKey("script",
+                           "Set v = DTSGlobalVariables\n v(\"count\") = v(\"Count\") + \"42\"\n"
+                           "n = \"Text\" : v(n).Value = v(n).Name & v.Count : v(\"Flag\") = -1")));
   const dts::GlobalVariables& variables = package_->GlobalVariables();
   EXPECT_EQ(dts::Variant(std::int64_t{42}), variables.Value("Count"));
   EXPECT_EQ(dts::Variant(std::string("Text10")), variables.Value("Text"));
@@ -77,7 +77,7 @@ TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
 
 TEST_F(Scripts, AWorkflowScriptDecidesWhetherItsStepRuns) {
   const std::string task =
-      "task = \"Script\"\n" + Script("script", "DTSGlobalVariables(\"Text\").Value = \"ran\"");
+      "task = \"Script\"\n" + ScriptKey("script", "DTSGlobalVariables(\"Text\").Value = \"ran\"");
   const struct {
     const char* statements;
     const char* word;     ///< "ran" when the task has run.
@@ -93,13 +93,13 @@ TEST_F(Scripts, AWorkflowScriptDecidesWhetherItsStepRuns) {
   };
   for (const auto& c : cases) {
     const std::string ended = Ran(StepOf(
-        "first", "retry_delay_seconds = 0\n" + Script("workflow_script", c.statements) + task));
+        "first", "retry_delay_seconds = 0\n" + ScriptKey("workflow_script", c.statements) + task));
     EXPECT_EQ(dts::Variant(std::string(c.word)), package_->GlobalVariables().Value("Text"))
         << c.statements << ended;
     EXPECT_THAT(ended, HasSubstr(c.failure)) << c.statements;
   }
   // What waits for a step that was left out does not run.
-  Ran(StepOf("first", Script("workflow_script", "Main = 1") + task) +
+  Ran(StepOf("first", ScriptKey("workflow_script", "Main = 1") + task) +
       StepOf("second", "after = [ { step = \"first\", on = \"completion\" } ]\n" + task));
   EXPECT_EQ(dts::StepExecutionStatus::Inactive, package_->Step(1).ExecutionStatus());
   EXPECT_EQ(dts::StepExecutionStatus::Waiting, package_->Step(2).ExecutionStatus());
@@ -146,7 +146,7 @@ TEST_F(Scripts, ARowScriptSaysWhatBecomesOfEachRow) {
                    "task = \"DataPump\"\nsource = \"file\"\ndestination = \"dw\"\ntable = "
                    "\"t\"\nmaximum_error_count = 1\n[[steps.transformations]]\ntype = "
                    "\"script\"\ndestinations = [\"id\", \"word\"]\n" +
-                       Script("script", c.statements)));
+                       ScriptKey("script", c.statements)));
     EXPECT_EQ(c.rows, RowsOf(*warehouse_, "SELECT * FROM t")) << c.statements << ended;
     EXPECT_THAT(ended, HasSubstr(c.words)) << c.statements;
   }
@@ -158,7 +158,9 @@ TEST_F(Scripts, AScriptAsksLookupsAndSeesItsOwnSources) {
       "CREATE TABLE t (id INTEGER, word VARCHAR(20), at DATETIME);"
       "CREATE TABLE known (k VARCHAR(3), w VARCHAR(9), n INTEGER);"
       "INSERT INTO known VALUES ('x', 'ex', 7)");
-  const std::string ended = Ran(StepOf("pump", R"(task = "DataPump"
+  const std::string ended = Ran(StepOf(
+      "pump",
+      R"(task = "DataPump"
 source = "file"
 destination = "dw"
 table = "t"
@@ -174,7 +176,7 @@ sql = "SELECT w, n FROM known WHERE k = ?"
 type = "script"
 sources = ["b"]
 destinations = ["word", "id"]
-)" + Script("script", R"(
+)" + ScriptKey("script", R"(
 word = DTSLookups("one").Execute(DTSSource(1).Value)
 If IsEmpty(word) Then
   DTSDestination("word") = "none of " & DTSSource.Count
@@ -183,10 +185,12 @@ Else
   DTSDestination("word") = pair(0) & pair(1)
 End If
 Main = DTSTransformStat_OK)") +
-                                                   R"([[steps.transformations]]
+          R"([[steps.transformations]]
 type = "script"
 destinations = ["at"]
-)" + Script("script", "DTSDestination(\"at\") = #2/1/2024 10:30# : Main = DTSTransformStat_OK")));
+)" +
+          ScriptKey("script",
+                    "DTSDestination(\"at\") = #2/1/2024 10:30# : Main = DTSTransformStat_OK")));
   EXPECT_EQ("-|ex7|2024-02-01 10:30:00\n-|none of 1|2024-02-01 10:30:00",
             RowsOf(*warehouse_, "SELECT * FROM t"))
       << ended;

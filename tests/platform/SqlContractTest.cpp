@@ -217,7 +217,7 @@ TEST_P(SqlContract, ABulkLoadTiesEachRefusalToItsRow) {
 }
 
 /// The rows that are left, as RowsOf shows them.
-std::string RestOf(ado::BulkRead& read) {
+std::string TextsLeftIn(ado::BulkRead& read) {
   std::string rows;
   std::vector<ado::LoadValue> row(read.Columns().size());
   while (read.Next(row)) {
@@ -247,11 +247,11 @@ TEST_P(SqlContract, AQueryIsReadInBulkAloneOrAlongsideOtherStatements) {
           dw_->OpenBulkRead("SELECT id, f AS flag, at, s FROM t ORDER BY id", alongside);
       EXPECT_EQ((std::vector<std::string>{"id", "flag", "at", "s"}), read->Columns());
       if (alongside) Do("UPDATE n SET i = i WHERE i = 1");
-      EXPECT_EQ("1|1|2001-01-08 09:10:11|tab\there\nline\\N|\n2|0|-||\n3|-|-|-|\n", RestOf(*read));
-      EXPECT_EQ("", RestOf(*read));
+      EXPECT_EQ("1|1|2001-01-08 09:10:11|tab\there\nline\\N|\n2|0|-||\n3|-|-|-|\n", TextsLeftIn(*read));
+      EXPECT_EQ("", TextsLeftIn(*read));
       {
         const auto many = dw_->OpenBulkRead("SELECT i FROM n ORDER BY i", alongside);
-        const std::string rows = RestOf(*many);
+        const std::string rows = TextsLeftIn(*many);
         EXPECT_EQ(9000, std::ranges::count(rows, '\n'));
         EXPECT_TRUE(rows.ends_with("\n9000|\n"));
         const auto left = dw_->OpenBulkRead("SELECT a.i FROM n a, n b WHERE a.i < 30", alongside);

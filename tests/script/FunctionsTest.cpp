@@ -5,15 +5,6 @@
 namespace torvik::script {
 namespace {
 
-struct ExpressionCase {
-  const char* expression;
-  const char* outcome;
-};
-
-void Check(std::span<const ExpressionCase> cases) {
-  for (const auto& c : cases) EXPECT_EQ(c.outcome, Evaluated(c.expression)) << c.expression;
-}
-
 TEST(Functions, OfTextCountCharacters) {
   const ExpressionCase cases[] = {
       {"Len(\"\u00e4\u20acx\")", "Long 3"},

@@ -5,15 +5,6 @@
 namespace torvik::script {
 namespace {
 
-struct ExpressionCase {
-  const char* expression;
-  const char* outcome;
-};
-
-void Check(std::span<const ExpressionCase> cases) {
-  for (const auto& c : cases) EXPECT_EQ(c.outcome, Evaluated(c.expression)) << c.expression;
-}
-
 TEST(Operators, BindAsTheLanguageSays) {
   const ExpressionCase cases[] = {
       {"2 + 3 * 4", "Integer 14"},

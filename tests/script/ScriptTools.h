@@ -1,5 +1,8 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -40,6 +43,16 @@ inline std::string Ran(const std::string& source, const Limits& limits = {}) {
 inline std::string Evaluated(const std::string& expression) {
   const std::string result = Ran("Function Main()\nMain = " + expression + "\nEnd Function");
   return result.starts_with("!") ? result.substr(0, result.find(' ', 2)) : result;
+}
+
+struct ExpressionCase {
+  const char* expression;
+  const char* outcome;
+};
+
+/// Each expression has its outcome.
+inline void Check(std::span<const ExpressionCase> cases) {
+  for (const auto& c : cases) EXPECT_EQ(c.outcome, Evaluated(c.expression)) << c.expression;
 }
 
 }  // namespace torvik::script

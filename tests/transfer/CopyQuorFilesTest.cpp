@@ -213,6 +213,8 @@ TEST_F(RemoteData, AShareIsCopiedAndItsErrorsAreToldInBoxes) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.log + std::to_string(c.copyResult));
     messages_.boxes.clear();
+    messages_.reports.clear();
+    shell_.copyFailure = "in/a.csv: the disk is full";
     shell_.calls.clear();
     shell_.texts[kShareStatus] = "ready\r\nmore";
     shell_.directories.clear();
@@ -222,6 +224,8 @@ TEST_F(RemoteData, AShareIsCopiedAndItsErrorsAreToldInBoxes) {
     EXPECT_EQ(c.log == copying && c.copyResult == 0, PollShare());
     EXPECT_EQ(kPolling + c.log, Log());
     EXPECT_EQ(c.boxes, messages_.boxes);
+    const bool hasReason = std::ranges::count(messages_.reports, shell_.copyFailure) == 1;
+    EXPECT_EQ(c.copyResult != 0, hasReason) << "the reason is told beside the box";
     if (c.log != copying) continue;
     EXPECT_EQ("idle\r\n\r\n", shell_.texts[kShareStatus]);
     EXPECT_THAT(shell_.calls, testing::Contains("Copy \\\\files\\in\\*.* to C:/in, flags 1172"));

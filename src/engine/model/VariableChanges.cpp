@@ -1,9 +1,9 @@
 #include "engine/model/VariableChanges.h"
 
-#include <charconv>
 #include <optional>
 
 #include "engine/model/Problems.h"
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -24,14 +24,6 @@ std::optional<bool> Boolean(const std::string& text) {
   for (const char* no : {"False", "0"})
     if (EqualsIgnoringCase(text, no)) return false;
   return std::nullopt;
-}
-
-template <typename Number>
-std::optional<Number> NumberOf(const std::string& text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
 }
 
 /// The text as a value of the type that the variable has; nothing when it is none.

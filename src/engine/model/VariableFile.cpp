@@ -42,12 +42,6 @@ std::string Decoded(const CodePages& codePages, std::string_view bytes, const st
                                 "byte-order mark"));
 }
 
-std::string_view Trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
 std::string_view WithoutQuotes(std::string_view text) {
   const bool isQuoted =
       text.size() >= 2 && (text[0] == '"' || text[0] == '\'') && text.front() == text.back();
@@ -62,7 +56,7 @@ class LineReader {
 
   void Take(std::string_view line) {
     ++number_;
-    line = Trimmed(line);
+    line = Trimmed(line, kWhiteSpace);
     if (line.empty() || line[0] == '#' || line[0] == ';') return;
     if (line.front() == '[' && line.back() == ']') return EnterSection(line);
     if (isInside_) TakeValue(line);
@@ -81,16 +75,16 @@ class LineReader {
  private:
   void EnterSection(std::string_view line) {
     if (section_.empty()) return;
-    isInside_ = EqualsIgnoringCase(Trimmed(line.substr(1, line.size() - 2)), section_);
+    isInside_ = EqualsIgnoringCase(Trimmed(line.substr(1, line.size() - 2), kWhiteSpace), section_);
     hasSection_ = hasSection_ || isInside_;
   }
 
   void TakeValue(std::string_view line) {
     const std::size_t equals = line.find('=');
     const std::string place = path_ + ", line " + std::to_string(number_);
-    if (equals == std::string_view::npos || Trimmed(line.substr(0, equals)).empty())
+    if (equals == std::string_view::npos || Trimmed(line.substr(0, equals), kWhiteSpace).empty())
       throw Failure(place, "this is not NAME = VALUE; put # before a comment");
-    const std::string name(Trimmed(line.substr(0, equals)));
+    const std::string name(Trimmed(line.substr(0, equals), kWhiteSpace));
     const auto before = std::find_if(values_.begin(), values_.end(), [&](const FileValue& one) {
       return EqualsIgnoringCase(one.name, name);
     });
@@ -99,7 +93,7 @@ class LineReader {
                                std::to_string(before->line) + "; remove one of them" +
                                (section_.empty() ? ", or choose a section with \"section\"" : ""));
     values_.push_back(
-        {name, std::string(WithoutQuotes(Trimmed(line.substr(equals + 1)))), number_});
+        {name, std::string(WithoutQuotes(Trimmed(line.substr(equals + 1), kWhiteSpace))), number_});
   }
 
   const std::string& path_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -10,6 +11,9 @@
 #include "platform/Bulk.h"
 
 namespace torvik::engine {
+
+/// How many answers are remembered when a document does not say ("cache_size").
+constexpr std::int64_t kDefaultCacheSize = 10'000;
 
 /// A query that is asked again and again, and whose answers are remembered.
 class CachedLookup {

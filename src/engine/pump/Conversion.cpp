@@ -14,17 +14,6 @@
 namespace torvik::engine {
 namespace {
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 /// The digits that `text` begins with.
 std::string_view Digits(std::string_view text) {
   return text.substr(
@@ -219,7 +208,7 @@ std::string FitTextValue(const ado::Column& column, unsigned flags, ado::LoadVal
   std::string_view text = value.Text();
   std::string misfit;
   if (column.kind == Binary) return {};
-  if (column.kind != Text && (text = Trimmed(text)).empty()) {
+  if (column.kind != Text && (text = Trimmed(text, kWhiteSpace)).empty()) {
     value = {};
     return {};
   }

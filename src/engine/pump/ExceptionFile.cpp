@@ -14,8 +14,8 @@
 namespace torvik::engine {
 namespace {
 
-constexpr char kSource[] = ".Source";
-constexpr char kDestination[] = ".Dest";
+constexpr char kSourceSuffix[] = ".Source";
+constexpr char kDestinationSuffix[] = ".Dest";
 constexpr char kLineEnd[] = "\r\n";
 
 std::string Described(const BadRow& row) {
@@ -37,7 +37,7 @@ ExceptionFile::ExceptionFile(Files& files, Settings settings)
 void ExceptionFile::Begin() {
   began_ = settings_.time();
   if (!settings_.overwrite) return;
-  for (const char* suffix : {"", kSource, kDestination}) {
+  for (const char* suffix : {"", kSourceSuffix, kDestinationSuffix}) {
     const std::error_code error = files_.Remove(settings_.path + suffix);
     if (error && error != std::errc::no_such_file_or_directory)
       throw PlatformError(error.value(),
@@ -53,7 +53,7 @@ void ExceptionFile::Add(const BadRow& row, const RowSource& source) {
   if (!hasRows_) {
     errors_ = settings_.title + ", started " + began_ + kLineEnd;
     std::uint64_t size = 0;
-    if (files_.Size(settings_.path + kSource, size) || size == 0) sources_ = source.Header();
+    if (files_.Size(settings_.path + kSourceSuffix, size) || size == 0) sources_ = source.Header();
   }
   hasRows_ = true;
   errors_ += Described(row) + kLineEnd;
@@ -66,7 +66,7 @@ void ExceptionFile::Add(const BadRow& row, const RowSource& source) {
 void ExceptionFile::AddSent(std::span<const ado::LoadValue> sent,
                             std::span<const std::string> columns) {
   std::uint64_t size = 0;
-  if (!hasSent_ && (files_.Size(settings_.path + kDestination, size) || size == 0)) {
+  if (!hasSent_ && (files_.Size(settings_.path + kDestinationSuffix, size) || size == 0)) {
     const std::vector<ado::LoadValue> names(columns.begin(), columns.end());
     destinations_ = CsvLine(names);
   }
@@ -75,8 +75,8 @@ void ExceptionFile::AddSent(std::span<const ado::LoadValue> sent,
 }
 
 void ExceptionFile::Flush() {
-  Append(kSource, sources_, false);
-  Append(kDestination, destinations_, false);
+  Append(kSourceSuffix, sources_, false);
+  Append(kDestinationSuffix, destinations_, false);
   Append("", errors_, true);
 }
 

@@ -11,6 +11,7 @@
 #include "engine/run/PackageExecution.h"
 #include "engine/run/StepCancellation.h"
 #include "engine/run/Transaction.h"
+#include "platform/Ado.h"
 
 namespace torvik::engine {
 

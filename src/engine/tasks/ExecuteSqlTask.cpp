@@ -10,7 +10,7 @@
 namespace torvik::engine {
 namespace {
 
-PlatformError Failure(const std::string& reason) {
+PlatformError SqlFailure(const std::string& reason) {
   return PlatformError(0, reason, "package engine");
 }
 
@@ -66,7 +66,7 @@ class ExecuteSqlTask final : public Task {
 
   void TakeResults(const ado::StatementResult& result, Variables& variables) const {
     if (result.columns.empty())
-      throw Failure(
+      throw SqlFailure(
           "no statement of \"sql\" gives rows, and \"results\" wants one; end with a "
           "SELECT, or remove \"results\"");
     VariableChanges changes(variables);
@@ -78,7 +78,7 @@ class ExecuteSqlTask final : public Task {
                   "declare it in [global_variables]");
     }
     if (result.firstRow.empty() && !keepsWithoutRow_)
-      throw Failure(
+      throw SqlFailure(
           "the last statement that can give rows gave none to set variables from; correct "
           "its WHERE, or write no_row = \"keep\" to leave the variables as they are");
     changes.Commit();
@@ -88,16 +88,16 @@ class ExecuteSqlTask final : public Task {
     const std::string& wanted = results_[result].column;
     if (wanted.empty()) {
       if (result < columns.size()) return result;
-      throw Failure("\"results\" names " + std::to_string(results_.size()) +
-                    " variables, and the statement gives " + std::to_string(columns.size()) +
-                    " columns; name no more than those");
+      throw SqlFailure("\"results\" names " + std::to_string(results_.size()) +
+                       " variables, and the statement gives " + std::to_string(columns.size()) +
+                       " columns; name no more than those");
     }
     const auto found = std::find_if(columns.begin(), columns.end(), [&](const std::string& one) {
       return EqualsIgnoringCase(one, wanted);
     });
     if (found == columns.end())
-      throw Failure("the result has no column " + Quoted(wanted) + "; " +
-                    DidYouMean(wanted, columns, UseOneOf(columns)));
+      throw SqlFailure("the result has no column " + Quoted(wanted) + "; " +
+                       DidYouMean(wanted, columns, UseOneOf(columns)));
     return static_cast<std::size_t>(found - columns.begin());
   }
 

@@ -14,7 +14,7 @@
 namespace torvik::engine {
 namespace {
 
-PlatformError Failure(const std::string& path, const std::string& reason, int number = 0) {
+PlatformError FileFailure(const std::string& path, const std::string& reason, int number = 0) {
   return PlatformError(number, path + ": " + reason, "package engine");
 }
 
@@ -35,11 +35,12 @@ class FilesTask : public Task {
     const std::string path = context.GlobalVariables().Substitute(path_.text);
     auto found = FindFiles(context.Services().files, path);
     if (found.empty() && !mayBeMissing_)
-      throw Failure(path, IsPattern(Split(path).name)
-                              ? "no file is called like this; write missing = \"ignore\" when that "
-                                "is in order"
-                              : "there is no such file; write missing = \"ignore\" when that is in "
-                                "order");
+      throw FileFailure(path,
+                        IsPattern(Split(path).name)
+                            ? "no file is called like this; write missing = \"ignore\" when that "
+                              "is in order"
+                            : "there is no such file; write missing = \"ignore\" when that is in "
+                              "order");
     return found;
   }
 
@@ -62,7 +63,7 @@ class RemoveFiles final : public FilesTask {
     for (const std::string& path : Found(context)) {
       StopWhenCancelled(context);
       if (const auto error = context.Services().files.Remove(path))
-        throw Failure(path, "it cannot be removed: " + error.message(), error.value());
+        throw FileFailure(path, "it cannot be removed: " + error.message(), error.value());
       context.Output(path + " is removed");
     }
     return std::nullopt;
@@ -98,7 +99,7 @@ class BringFiles final : public FilesTask {
       StopWhenCancelled(context);
       const auto error =
           isCopy_ ? files.CopyWhole(from, to, overwrite_) : files.Move(from, to, overwrite_);
-      if (error) throw Failure(from, Words(to, error), error.value());
+      if (error) throw FileFailure(from, Words(to, error), error.value());
       context.Output(from + (isCopy_ ? " is copied to " : " is moved to ") + to);
     }
     return std::nullopt;
@@ -117,20 +118,20 @@ class BringFiles final : public FilesTask {
     if (isDirectory_ && !isDirectory) to += '/';
     isDirectory = isDirectory || isDirectory_;
     if (!isDirectory && found.size() > 1)
-      throw Failure(to,
-                    "several files cannot become one; end \"to\" with a separator, so that it "
-                    "is a directory");
+      throw FileFailure(to,
+                        "several files cannot become one; end \"to\" with a separator, so that it "
+                        "is a directory");
     std::map<std::string, std::string> origins;  // by target
     std::vector<Way> ways;
     for (const std::string& from : found) {
       const std::string target = isDirectory ? to + NewName(name, Split(from).name, now) : to;
       const auto [other, isNew] = origins.emplace(target, from);
       if (!isNew)
-        throw Failure(target, "both " + other->second + " and " + from +
-                                  " would be called this; use {stem} in \"new_name\"");
+        throw FileFailure(target, "both " + other->second + " and " + from +
+                                      " would be called this; use {stem} in \"new_name\"");
       FileStatus status;
       if (!overwrite_ && !context.Services().files.Status(target, status))
-        throw Failure(from, Words(target, std::make_error_code(std::errc::file_exists)));
+        throw FileFailure(from, Words(target, std::make_error_code(std::errc::file_exists)));
       ways.emplace_back(from, target);
     }
     return ways;
@@ -141,8 +142,8 @@ class BringFiles final : public FilesTask {
     const auto made = NameByTemplate(text, name, now);
     if (!made || made->empty() || *made == "." || *made == ".." ||
         made->find_first_of("/\\") != std::string::npos)
-      throw Failure(text, "this \"new_name\" gives " + Quoted(name) +
-                              " no name of a file; use {stem}, {extension} and {date:FORMAT}");
+      throw FileFailure(text, "this \"new_name\" gives " + Quoted(name) +
+                                  " no name of a file; use {stem}, {extension} and {date:FORMAT}");
     return *made;
   }
 

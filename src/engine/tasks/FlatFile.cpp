@@ -1,8 +1,7 @@
 #include "engine/tasks/FlatFile.h"
 
-#include <charconv>
-
 #include "engine/model/Problems.h"
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -54,21 +53,16 @@ constexpr Choice<Compression> kCompressions[] = {
 int Whole(const ConnectionSettings& settings, const char* property) {
   const std::string* value = settings.Find(property);
   if (value == nullptr) return 0;
-  int number = 0;
-  const auto [end, error] = std::from_chars(value->data(), value->data() + value->size(), number);
-  if (error != std::errc() || end != value->data() + value->size() || number < 0)
-    throw Unfit(property, *value, "a whole number from 0");
-  return number;
+  const auto number = NumberOf<int>(*value);
+  if (!number || *number < 0) throw Unfit(property, *value, "a whole number from 0");
+  return *number;
 }
 
 std::vector<std::string> Names(const std::string& list) {
   std::vector<std::string> names;
   for (std::size_t begin = 0; begin <= list.size();) {
     const std::size_t end = std::min(list.find(',', begin), list.size());
-    std::string name = list.substr(begin, end - begin);
-    name.erase(0, name.find_first_not_of(' '));
-    name.erase(name.find_last_not_of(' ') + 1);
-    names.push_back(name);
+    names.emplace_back(Trimmed(std::string_view(list).substr(begin, end - begin)));
     begin = end + 1;
   }
   return names;
@@ -80,11 +74,10 @@ std::vector<std::size_t> Lengths(const ConnectionSettings& settings) {
   const std::string* list = settings.Find(kProperty);
   if (list == nullptr || list->empty()) return lengths;
   for (const std::string& one : Names(*list)) {
-    std::size_t& length = lengths.emplace_back();
-    const char* const end = one.data() + one.size();
-    const auto [rest, error] = std::from_chars(one.data(), end, length);
-    if (error != std::errc() || rest != end || length == 0)
+    const auto length = NumberOf<std::size_t>(one);
+    if (length.value_or(0) == 0)
       throw Unfit(kProperty, *list, "whole numbers from 1 with commas between them");
+    lengths.push_back(*length);
   }
   return lengths;
 }

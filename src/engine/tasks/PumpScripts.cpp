@@ -24,8 +24,6 @@ namespace {
 using ado::LoadValue;
 using script::Value;
 
-constexpr std::int64_t kDefaultCacheSize = 10'000;
-
 Value ValueOf(const LoadValue& value, script::Heap* heap) {
   switch (value.GetKind()) {
     case LoadValue::Kind::Text: return Value::OfText(value.Text(), heap);

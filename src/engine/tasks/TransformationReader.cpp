@@ -5,6 +5,7 @@
 #include "engine/model/EngineServices.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
+#include "engine/pump/CachedLookup.h"
 #include "engine/pump/ColumnNames.h"
 #include "engine/pump/DateTimePicture.h"
 #include "engine/pump/Transformation.h"
@@ -18,8 +19,6 @@ namespace torvik::engine {
 namespace {
 
 using Make = decltype(TransformationPlan::make);
-
-constexpr std::int64_t kDefaultCacheSize = 10'000;
 
 std::string Substituted(const TransformationScope& scope, const PlacedText& text) {
   return scope.context.GlobalVariables().Substitute(text.text);

@@ -10,13 +10,10 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/FieldGrid.h"
+#include "ui/qt/Words.h"
 
 namespace torvik {
 namespace {
-
-QString Tr(const char* text) {
-  return QObject::tr(text);
-}
 
 struct LogonControls {
   OptionButton& secure;

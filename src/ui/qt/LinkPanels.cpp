@@ -14,13 +14,10 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/FieldGrid.h"
+#include "ui/qt/Words.h"
 
 namespace torvik {
 namespace {
-
-QString Tr(const char* text) {
-  return QObject::tr(text);
-}
 
 /// Files that a user and a password may guard.
 template <typename Click>

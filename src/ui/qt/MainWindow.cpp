@@ -16,12 +16,14 @@
 #include <QStyle>
 #include <QTabWidget>
 
+#include "platform/Version.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
 #include "ui/qt/RunView.h"
 #include "ui/qt/Theme.h"
+#include "ui/qt/Words.h"
 
 namespace torvik {
 namespace {
@@ -29,10 +31,6 @@ namespace {
 constexpr const char* kGeometry = "window/geometry";
 constexpr const char* kRecent = "recentJobFiles";
 constexpr qsizetype kMostRecent = 8;
-
-QString Tr(const char* text) {
-  return QObject::tr(text);
-}
 
 /// A page that can be scrolled when the window, or the font, leaves it no room.
 QScrollArea* Scrolled(QWidget* page) {
@@ -189,8 +187,9 @@ void MainWindow::WatchForm() {
 
 void MainWindow::ShowAbout() {
   QMessageBox::about(this, Tr("About Torvik"),
-                     Tr("<b>Torvik</b><p>The job runner of the data warehouse: prepares jobs, runs "
-                        "their packages, and leaves a log and one word.</p>"));
+                     Tr("<b>Torvik %1</b><p>The job runner of the data warehouse: prepares jobs, "
+                        "runs their packages, and leaves a log and one word.</p>")
+                         .arg(kVersion));
 }
 
 /// The job file that the operator works with comes first.

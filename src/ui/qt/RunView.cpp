@@ -12,13 +12,10 @@
 
 #include "ui/RunMonitor.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/Words.h"
 
 namespace torvik {
 namespace {
-
-QString Tr(const char* text) {
-  return QObject::tr(text);
-}
 
 /// A row for each step: its name, a bar, what has become of it.
 class StepRows final : public QWidget {

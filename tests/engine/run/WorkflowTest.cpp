@@ -61,6 +61,7 @@ TEST(Workflow, RunsStepsInTheirOrder) {
       EXPECT_EQ(ends, c.ends) << c.what << ", round " << round;
       EXPECT_EQ(workflow.AnyFailed(), !c.failing.empty()) << c.what;
       workflow.Reset();
+      EXPECT_FALSE(workflow.AnyFailed()) << c.what;
     }
   }
 }

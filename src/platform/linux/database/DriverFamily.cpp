@@ -5,7 +5,7 @@
 namespace torvik {
 namespace {
 
-bool Contains(const std::string& text, const char* part) {
+bool Holds(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
@@ -13,11 +13,11 @@ bool Contains(const std::string& text, const char* part) {
 
 DriverFamily FamilyOf(const std::string& driver) {
   const std::string name = LowerAscii(driver);
-  if (Contains(name, "psqlodbc") || Contains(name, "postgres")) return DriverFamily::PostgreSql;
-  if (Contains(name, "freetds") || Contains(name, "tdsodbc")) return DriverFamily::FreeTds;
-  if (Contains(name, "msodbcsql") || Contains(name, "sql server"))
+  if (Holds(name, "psqlodbc") || Holds(name, "postgres")) return DriverFamily::PostgreSql;
+  if (Holds(name, "freetds") || Holds(name, "tdsodbc")) return DriverFamily::FreeTds;
+  if (Holds(name, "msodbcsql") || Holds(name, "sql server"))
     return DriverFamily::MicrosoftSqlServer;
-  if (Contains(name, "oracle") || Contains(name, "sqora")) return DriverFamily::Oracle;
+  if (Holds(name, "oracle") || Holds(name, "sqora")) return DriverFamily::Oracle;
   return DriverFamily::Other;
 }
 

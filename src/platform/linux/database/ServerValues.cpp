@@ -1,7 +1,8 @@
 #include "platform/linux/database/ServerValues.h"
 
-#include <charconv>
 #include <utility>
+
+#include "platform/NumberText.h"
 
 namespace torvik {
 
@@ -13,16 +14,10 @@ std::string DecimalDigits(std::string text) {
 
 ado::Value ExactNumber(std::string text) {
   text = DecimalDigits(std::move(text));
-  const char* end = text.data() + text.size();
-  std::int64_t whole = 0;
-  if (const auto read = std::from_chars(text.data(), end, whole);
-      read.ec == std::errc() && read.ptr == end)
-    return whole;
+  if (const auto whole = NumberOf<std::int64_t>(text)) return *whole;
   constexpr std::size_t kDigitsOfDouble = 15;
-  double real = 0;
-  const auto read = std::from_chars(text.data(), end, real);
-  const bool isWhollyRead = read.ec == std::errc() && read.ptr == end;
-  if (isWhollyRead && text.size() <= kDigitsOfDouble + 1) return real;
+  const auto real = NumberOf<double>(text);
+  if (real && text.size() <= kDigitsOfDouble + 1) return *real;
   return text;
 }
 

@@ -11,10 +11,6 @@ namespace {
 using Token = SqlToken;
 using TokenKind = SqlTokenKind;
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 bool IsNameStart(char c) {
   return (LowerAscii(c) >= 'a' && LowerAscii(c) <= 'z') || c == '_' ||
          static_cast<unsigned char>(c) >= 0x80;

@@ -11,6 +11,7 @@
 #include "platform/linux/ftp/FtpConnection.h"
 #include "platform/linux/system/Arrivals.h"
 #include "platform/linux/system/FetchCounter.h"
+#include "platform/linux/system/Posix.h"
 
 namespace torvik {
 namespace {
@@ -41,14 +42,6 @@ struct Listing {
 
 bool HasControlCharacter(std::string_view text) {
   return std::ranges::any_of(text, [](char c) { return (c >= 0 && c < ' ') || c == 0x7f; });
-}
-
-/// What is there and is no plain file is neither replaced nor written into.
-std::error_code MustNotBeSpecial(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return {};
-  return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory
-                                                      : std::errc::invalid_argument);
 }
 
 class FtpCurl final : public wininet::Client {
@@ -120,7 +113,7 @@ class FtpCurl final : public wininet::Client {
     std::error_code error;
     const std::string target = paths_.ToLinux(localPath, error);
     FileReplacement local;
-    if (error || (error = MustNotBeSpecial(target)) || (error = local.Open(target, kNewFileMode)))
+    if (error || (error = MayBeReplaced(target)) || (error = local.Open(target, kNewFileMode)))
       return FailLocally(localPath, error);
     fetched_.BeginFile(remotePath);
     const bool hasCome = ftp->Retrieve(path, [&](std::string_view bytes) {

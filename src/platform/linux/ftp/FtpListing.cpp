@@ -27,10 +27,6 @@ struct Word {
   std::size_t end;  ///< In the line.
 };
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 bool IsNumber(std::string_view text, std::size_t shortest, std::size_t longest) {
   return text.size() >= shortest && text.size() <= longest && std::ranges::all_of(text, IsDigit);
 }

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "platform/Text.h"
+
 namespace torvik {
 namespace {
 
@@ -9,10 +11,6 @@ namespace {
 constexpr std::size_t kLongestReply = 65536;
 
 constexpr int kFarewell = 221;
-
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 
 std::optional<std::uint64_t> NumberAt(std::string_view text, std::size_t offset) {
   std::uint64_t number = 0;

@@ -5,15 +5,11 @@
 #include <new>
 #include <random>
 
-#include "platform/PlatformError.h"
 #include "platform/linux/curl/CurlLibrary.h"
+#include "platform/linux/mail/MailFailure.h"
 
 namespace torvik {
 namespace {
-
-PlatformError Failure(const std::string& reason) {
-  return PlatformError(0, reason, "mail");
-}
 
 /// Unlike that of any other mail.
 std::string NewMessageId(const std::string& sender) {
@@ -91,7 +87,7 @@ class Conversation {
 
  private:
   static void Check(CURLcode result) {
-    if (result != CURLE_OK) throw Failure(curl_easy_strerror(result));
+    if (result != CURLE_OK) throw MailFailure(curl_easy_strerror(result));
   }
   template <class T>
   void Set(CURLoption option, T value) {
@@ -124,7 +120,7 @@ class Conversation {
     };
     if (!set(CURLUPART_SCHEME, delivery_.tls == MailTls::Smtps ? "smtps" : "smtp") ||
         !set(CURLUPART_HOST, host) || !set(CURLUPART_PORT, std::to_string(delivery_.port)))
-      throw Failure("\"" + delivery_.server + "\" is not the name of a mail server");
+      throw MailFailure("\"" + delivery_.server + "\" is not the name of a mail server");
     Set(CURLOPT_CURLU, url_.get());
     Set(CURLOPT_PROXY, "");  // otherwise the environment would decide
     Set(CURLOPT_NOSIGNAL, 1L);
@@ -176,7 +172,7 @@ class Conversation {
     const std::string place =
         "the mail server " + delivery_.server + ":" + std::to_string(delivery_.port);
     if (result == CURLE_ABORTED_BY_CALLBACK)
-      return Failure(place + ": the mail was given up, because the step is to end");
+      return MailFailure(place + ": the mail was given up, because the step is to end");
     const bool isRefusal = !reply_.empty() && (reply_[0] == '4' || reply_[0] == '5') &&
                            result != CURLE_OPERATION_TIMEDOUT;
     std::string words = details_[0] != '\0' ? details_ : curl_easy_strerror(result);
@@ -186,7 +182,7 @@ class Conversation {
     if (isCut && !isRefusal) words = "it ended the connection before it had taken the mail";
     if (result == CURLE_USE_SSL_FAILED && !isRefusal)
       words = "it does not offer STARTTLS, and without TLS the mail is not sent; see \"tls\"";
-    PlatformError error = Failure(place + ": " + words);
+    PlatformError error = MailFailure(place + ": " + words);
     error.isTransient = (isRefusal && reply_[0] == '4') || result == CURLE_COULDNT_CONNECT ||
                         result == CURLE_COULDNT_RESOLVE_HOST;
     return error;

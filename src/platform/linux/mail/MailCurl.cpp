@@ -4,16 +4,12 @@
 
 #include <algorithm>
 
-#include "platform/PlatformError.h"
 #include "platform/linux/mail/MailConversation.h"
+#include "platform/linux/mail/MailFailure.h"
 #include "platform/linux/settings/SecretFile.h"
 
 namespace torvik {
 namespace {
-
-PlatformError Failure(const std::string& reason) {
-  return PlatformError(0, reason, "mail");
-}
 
 std::vector<MailAddress> ReadAll(const std::vector<std::string>& lists) {
   std::vector<MailAddress> all;
@@ -42,7 +38,7 @@ class MailCurl final : public Mailer {
     MailDelivery delivery;
     delivery.server = chosen.server.empty() ? settings_.server : chosen.server;
     if (delivery.server.empty())
-      throw Failure(
+      throw MailFailure(
           "no mail server is known; name one by \"server\" in the step, or in [mail] of "
           "torvik.conf");
     delivery.tls = chosen.tls.value_or(settings_.tls);
@@ -62,29 +58,30 @@ class MailCurl final : public Mailer {
 
   std::string Password(const std::string& path) const {
     if (path.empty())
-      throw Failure(
+      throw MailFailure(
           "the mail server wants a logon, and no file holds the password; name it by "
           "\"password_file\"");
     const Descriptor file = OpenFile(LinuxPath(path), O_RDONLY);
     std::string text;
     const auto error = file.IsOpen() ? torvik::ReadAll(file.Number(), text) : LastSystemError();
-    if (error) throw Failure(path + ": the password cannot be read: " + error.message());
+    if (error) throw MailFailure(path + ": the password cannot be read: " + error.message());
     if (const std::string problem = CheckSecretFile(file, path); !problem.empty())
-      throw Failure(problem);
+      throw MailFailure(problem);
     text.resize(std::min(text.find_first_of("\r\n"), text.size()));
-    if (text.empty()) throw Failure(path + ": the first line holds no password");
+    if (text.empty()) throw MailFailure(path + ": the first line holds no password");
     return text;
   }
 
   CheckedMail Checked(const MailMessage& message) const {
     const auto from = ReadAddresses(message.from.empty() ? settings_.from : message.from);
     if (from.size() != 1)
-      throw Failure(
+      throw MailFailure(
           "a mail has one sender; name it by \"from\" in the step, or in [mail] of "
           "torvik.conf");
     CheckedMail mail{from[0], ReadAll(message.to), ReadAll(message.cc), ReadAll(message.bcc)};
     if (mail.to.empty() && mail.cc.empty() && mail.bcc.empty())
-      throw Failure("the mail goes to nobody: the texts of \"to\", \"cc\" and \"bcc\" are empty");
+      throw MailFailure(
+          "the mail goes to nobody: the texts of \"to\", \"cc\" and \"bcc\" are empty");
     RefuseControlCharacters(message.subject, "the subject");
     mail.subject = message.subject;
     mail.text = message.text;
@@ -98,7 +95,7 @@ class MailCurl final : public Mailer {
   std::string LinuxPath(const std::string& path) const {
     std::error_code error;
     std::string mapped = paths_.ToLinux(path, error);
-    if (error) throw Failure(path + ": " + error.message());
+    if (error) throw MailFailure(path + ": " + error.message());
     return mapped;
   }
 
@@ -108,9 +105,10 @@ class MailCurl final : public Mailer {
     struct stat status {};
     const bool isThere = file.IsOpen() && fstat(file.Number(), &status) == 0;
     if (!isThere)
-      throw Failure("the attachment " + path + " cannot be read: " + LastSystemError().message());
+      throw MailFailure("the attachment " + path +
+                        " cannot be read: " + LastSystemError().message());
     if (!S_ISREG(status.st_mode))
-      throw Failure("the attachment " + path + " is not a file that can be sent");
+      throw MailFailure("the attachment " + path + " is not a file that can be sent");
     return mapped;
   }
 

@@ -7,6 +7,7 @@
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
+#include "platform/linux/mail/MailFailure.h"
 
 namespace torvik {
 namespace {
@@ -15,18 +16,8 @@ constexpr std::size_t kLineLength = 78;
 /// Of the bytes in one encoded word, so that it has at most 75 characters.
 constexpr std::size_t kEncodedBytes = 45;
 
-PlatformError Failure(const std::string& reason) {
-  return PlatformError(0, reason, "mail");
-}
-
 bool IsAscii(std::string_view text) {
   return AsciiLength(text) == text.size();
-}
-
-std::string_view Trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 std::string Base64(std::string_view bytes) {
@@ -118,9 +109,10 @@ MailAddress ReadAddress(std::string_view text) {
       read.name = read.name.substr(1, read.name.size() - 2);
   }
   if (!IsAddress(read.address))
-    throw Failure("\"" + std::string(text) +
-                  "\" is not a mail address; write a@example.com or Name <a@example.com>, in ASCII "
-                  "but for the name");
+    throw MailFailure(
+        "\"" + std::string(text) +
+        "\" is not a mail address; write a@example.com or Name <a@example.com>, in ASCII "
+        "but for the name");
   return read;
 }
 
@@ -130,9 +122,9 @@ void RefuseControlCharacters(std::string_view text, const std::string& what) {
   const bool isClean =
       std::all_of(text.begin(), text.end(), [](unsigned char c) { return c >= 0x20 && c != 0x7F; });
   if (!isClean)
-    throw Failure(what +
-                  " of the mail holds a line break or another control character; take it "
-                  "out");
+    throw MailFailure(what +
+                      " of the mail holds a line break or another control character; take it "
+                      "out");
 }
 
 std::vector<MailAddress> ReadAddresses(const std::string& list) {

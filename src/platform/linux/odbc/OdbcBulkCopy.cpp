@@ -44,7 +44,7 @@ class Batch {
   bool isEnded_ = false;
 };
 
-std::string TypeName(const ado::Column& column) {
+std::string LowerTypeName(const ado::Column& column) {
   return LowerAscii(column.declaredType.substr(0, column.declaredType.find('(')));
 }
 
@@ -63,7 +63,7 @@ bool FitsInteger(const ado::Column& column, const ado::LoadValue& value) {
   std::int64_t number = 0;
   if (!ReadNumber(value, number)) return false;
   if (column.kind == ColumnKind::Boolean) return number == 0 || number == 1;
-  if (TypeName(column) == "tinyint") return number >= 0 && number <= 255;
+  if (LowerTypeName(column) == "tinyint") return number >= 0 && number <= 255;
   const int bits = 8 * column.size - 1;
   return column.size == 8 || (number >= -(1LL << bits) && number < (1LL << bits));
 }
@@ -85,7 +85,8 @@ bool FitsMoment(const ado::Column& column, const std::string& text) {
   if (!isDay && (column.kind == ColumnKind::Date || text.size() < 19 || text.size() > 23))
     return false;
   // The older types begin later.
-  const bool isOld = TypeName(column) == "datetime" || TypeName(column) == "smalldatetime";
+  const bool isOld =
+      LowerTypeName(column) == "datetime" || LowerTypeName(column) == "smalldatetime";
   return text[4] == '-' && text[7] == '-' && (!isOld || text >= "1900");
 }
 
@@ -100,10 +101,10 @@ void OdbcBulkCopy::Enable(void* connection) {
 bool OdbcBulkCopy::Takes(const ado::Column& column) {
   // Without a limit the driver would set the longest value's room aside for each.
   if (column.kind == ColumnKind::Binary) return false;
-  if (column.kind != ColumnKind::Text) return TypeName(column) != "datetimeoffset";
+  if (column.kind != ColumnKind::Text) return LowerTypeName(column) != "datetimeoffset";
   constexpr const char* texts[] = {"char", "varchar", "nchar", "nvarchar"};
   return column.size > 0 && column.size <= 8000 &&
-         std::ranges::find(texts, TypeName(column)) != std::end(texts);
+         std::ranges::find(texts, LowerTypeName(column)) != std::end(texts);
 }
 
 OdbcBulkCopy::OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets)

@@ -8,6 +8,7 @@
 #include <deque>
 #include <utility>
 
+#include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
 #include "platform/linux/odbc/OdbcCopyLoad.h"
@@ -19,19 +20,9 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kPoint = "torvik_load";
-constexpr std::size_t kMostRows = 512;
-constexpr std::size_t kMostBytes = 4 << 20;  // of the rows that are sent at once
-
-std::string InsertText(const OdbcDialect& dialect, const std::string& table,
-                       const std::vector<ado::Column>& columns) {
-  std::string names, values;
-  for (const ado::Column& column : columns) {
-    names += (names.empty() ? "" : ", ") + QuotedName(column.name);
-    values += (values.empty() ? "" : ", ") + dialect.Marker(column);
-  }
-  return "INSERT INTO " + table + " (" + names + ") VALUES (" + values + ")";
-}
+constexpr const char* kLoadPoint = "torvik_load";
+constexpr std::size_t kMostRowsOfSet = 512;
+constexpr std::size_t kMostBytesOfSet = 4 << 20;  // of the rows that are sent at once
 
 /// What the driver says about the rows of one array.
 struct ArrayOutcome {
@@ -79,7 +70,9 @@ class OdbcBulkLoad final : public ado::BulkLoad {
         columns_(columns),
         array_(*session_),
         single_(*session_) {
-    const std::string insert = InsertText(session_->Dialect(), table, columns);
+    const std::string insert = InsertText(table, columns, [this](const ado::Column& column) {
+      return session_->Dialect().Marker(column);
+    });
     array_.Prepare(insert);
     single_.Prepare(insert);
     for (const ado::Column& column : columns_)
@@ -89,9 +82,8 @@ class OdbcBulkLoad final : public ado::BulkLoad {
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
-    if (rows.width != columns_.size())
-      throw session_->Refusal(place_ + ": a row has " + std::to_string(rows.width) +
-                              " values for " + std::to_string(columns_.size()) + " columns");
+    if (const std::string problem = WidthProblem(rows, columns_.size()); !problem.empty())
+      throw session_->Refusal(place_ + ": " + problem);
     const std::size_t most = tolerated < rows.Count() ? refused.size() + tolerated : SIZE_MAX;
     for (std::size_t first = 0; first < rows.Count() && refused.size() <= most;) {
       const ado::LoadRows set = TakeSet(rows, first);
@@ -110,7 +102,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
                               rows.width};
       std::size_t bytes = 0;
       for (std::size_t i = 0; i < parameters_.size(); ++i) bytes += parameters_[i].Take(set, i);
-      if (count == 1 || bytes <= kMostBytes) return set;
+      if (count == 1 || bytes <= kMostBytesOfSet) return set;
     }
   }
 
@@ -118,7 +110,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
   void LoadSet(const ado::LoadRows& set, std::size_t first, std::size_t most,
                std::vector<ado::Refusal>& refused) {
     session_->BeginStatement();
-    OdbcUndo undo(*session_, kPoint);
+    OdbcUndo undo(*session_, kLoadPoint);
     if (!SetArraySize(set.Count())) {
       undo.Undo();
       mostRows_ = 1;
@@ -178,7 +170,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
   void LoadSingly(const ado::LoadRows& set, std::size_t first, std::size_t most,
                   std::vector<ado::Refusal>& refused) {
     for (std::size_t row = 0; row < set.Count() && refused.size() <= most; ++row) {
-      OdbcUndo undo(*session_, kPoint);
+      OdbcUndo undo(*session_, kLoadPoint);
       try {
         for (std::size_t i = 0; i < set.width; ++i)
           values_[i] = ValueOf(columns_[i], set.Row(row)[i]);
@@ -210,7 +202,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
   OdbcStatement array_, single_;
   std::deque<OdbcParameterArray> parameters_;
   std::vector<ado::Value> values_;
-  std::size_t mostRows_ = kMostRows;
+  std::size_t mostRows_ = kMostRowsOfSet;
   std::int64_t rows_ = 0;
 };
 

@@ -10,7 +10,7 @@
 namespace torvik {
 namespace {
 
-constexpr std::size_t kMostRows = 4096;
+constexpr std::size_t kMostRowsOfCopy = 4096;
 
 class OdbcCopyLoad final : public ado::BulkLoad {
  public:
@@ -25,8 +25,8 @@ class OdbcCopyLoad final : public ado::BulkLoad {
             std::vector<ado::Refusal>& refused) override {
     if (rows.width != width_) return inserts_->Load(rows, tolerated, refused);  // it says so
     const std::size_t before = refused.size();
-    for (std::size_t first = 0; first < rows.Count(); first += kMostRows) {
-      const std::size_t count = std::min(kMostRows, rows.Count() - first);
+    for (std::size_t first = 0; first < rows.Count(); first += kMostRowsOfCopy) {
+      const std::size_t count = std::min(kMostRowsOfCopy, rows.Count() - first);
       const std::size_t soFar = refused.size() - before;
       if (soFar > tolerated) return;
       LoadBatch({rows.values.subspan(first * rows.width, count * rows.width), rows.width}, first,

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/NumberText.h"
+#include "platform/Text.h"
 #include "platform/linux/postgres/PgCopyRows.h"
 
 namespace torvik {
@@ -36,13 +38,9 @@ char* Put64(char* to, std::uint64_t value) {
 
 template <typename Number>
 bool ReadNumber(std::string_view text, Number& number) {
-  const char* end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  return read.ec == std::errc() && read.ptr == end;
-}
-
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
+  const auto read = NumberOf<Number>(text);
+  if (read) number = *read;
+  return read.has_value();
 }
 
 /// The number that `count` digits make; below 0 when one of them is none.
@@ -182,7 +180,7 @@ char* PutText(char* to, unsigned type, std::string_view text) {
 }
 
 /// Null when the value is not in the plain form of its type.
-char* PutValue(char* to, unsigned type, const ado::LoadValue& value) {
+char* PutBinary(char* to, unsigned type, const ado::LoadValue& value) {
   char number[kRoomOfNumber];
   switch (value.GetKind()) {
     case ado::LoadValue::Kind::Null: return Put32(to, kNull);
@@ -225,7 +223,7 @@ bool AddPgBinaryRow(std::span<const unsigned> types, std::span<const ado::LoadVa
     room += kRoomOfNumber + (value.IsText() ? value.Text().size() : 0);
   char* to = Put16(out.Room(room), static_cast<std::uint16_t>(row.size()));
   for (std::size_t i = 0; i < row.size(); ++i) {
-    to = PutValue(to, types[i], row[i]);
+    to = PutBinary(to, types[i], row[i]);
     if (to == nullptr) return false;
   }
   out.SetEnd(to);

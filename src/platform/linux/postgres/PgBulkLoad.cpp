@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/postgres/PgCatalogue.h"
 #include "platform/linux/postgres/PgCopyRows.h"
@@ -14,7 +15,7 @@ namespace torvik {
 namespace {
 
 constexpr std::size_t kPieceSize = 12 * 1024;
-constexpr const char* kPoint = "torvik_load";
+constexpr const char* kLoadPoint = "torvik_load";
 /// After so many calls with a value that the binary format does not take, text it is.
 constexpr int kMostTextCalls = 3;
 
@@ -65,9 +66,8 @@ class PgBulkLoad final : public ado::BulkLoad {
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
-    if (rows.width != types_.size())
-      throw session_->Refusal("table " + table_.name + ": a row has " + std::to_string(rows.width) +
-                              " values for " + std::to_string(types_.size()) + " columns");
+    if (const std::string problem = WidthProblem(rows, types_.size()); !problem.empty())
+      throw session_->Refusal("table " + table_.name + ": " + problem);
     const std::size_t before = refused.size(), count = rows.Count();
     const bool seeks = tolerated > 0 || checksAtTheEnd_;
     isTextNow_ = false;
@@ -127,12 +127,13 @@ class PgBulkLoad final : public ado::BulkLoad {
                               bool hasPoint) {
     session_->RequireIdle();
     std::string sql = copy_ + (IsText() ? "" : " (FORMAT binary)");
-    if (hasPoint) sql = std::string("SAVEPOINT ") + kPoint + "; " + sql + "; RELEASE " + kPoint;
+    if (hasPoint)
+      sql = std::string("SAVEPOINT ") + kLoadPoint + "; " + sql + "; RELEASE " + kLoadPoint;
     const PgResult result = Exchange(sql, rows, begin, end);
     if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) return {};
     const PgError error = ErrorOfResult(result.get());
     const PlatformError failure = session_->Failure(result.get(), "table " + table_.name);
-    if (hasPoint) session_->UndoTo(kPoint);
+    if (hasPoint) session_->UndoTo(kLoadPoint);
     const bool isLocated = RowAtFault(error, begin, end) < end || !session_->HasFailedBlock();
     if (!error.IsOfARow() || !isLocated) throw failure;
     return error;

@@ -8,7 +8,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kPoint = "torvik_read";
+constexpr const char* kReadPoint = "torvik_read";
 
 /// COPY's text format, each row in the library's memory until the next one.
 class CopyRead final : public PgNamedRead {
@@ -16,12 +16,12 @@ class CopyRead final : public PgNamedRead {
   CopyRead(std::shared_ptr<PgSession> session, const PgStatement& query)
       : PgNamedRead(std::move(session)), hasPoint_(session_->IsInBlock()) {
     session_->RequireIdle();
-    if (hasPoint_) session_->RunOnPoint("SAVEPOINT", kPoint);
+    if (hasPoint_) session_->RunOnPoint("SAVEPOINT", kReadPoint);
     try {
       Begin(query);
     } catch (const PlatformError&) {
       running_.reset();
-      if (hasPoint_) session_->UndoTo(kPoint);
+      if (hasPoint_) session_->UndoTo(kReadPoint);
       throw;
     }
   }
@@ -34,8 +34,8 @@ class CopyRead final : public PgNamedRead {
     while (PQgetCopyData(Handle(), &line_, 0) > 0) PQfreemem(line_);
     const PgResult ignored = End();
     if (!hasPoint_) return;
-    if (session_->IsInBlock()) session_->RunOnPoint("RELEASE SAVEPOINT", kPoint);
-    session_->UndoTo(kPoint);
+    if (session_->IsInBlock()) session_->RunOnPoint("RELEASE SAVEPOINT", kReadPoint);
+    session_->UndoTo(kReadPoint);
   }
 
   bool Next(std::span<ado::LoadValue> row) override {
@@ -64,7 +64,7 @@ class CopyRead final : public PgNamedRead {
       throw session_->Failure(described.get());
     Describe(described.get());
     if (names_.empty()) {
-      if (hasPoint_) session_->RunOnPoint("RELEASE SAVEPOINT", kPoint);
+      if (hasPoint_) session_->RunOnPoint("RELEASE SAVEPOINT", kReadPoint);
       throw HasNoRows();
     }
     constexpr std::string_view kBefore = "COPY (";
@@ -82,10 +82,10 @@ class CopyRead final : public PgNamedRead {
     running_.reset();
     if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) {
       const PlatformError error = session_->Failure(result.get());
-      if (hasPoint_) session_->UndoTo(kPoint);
+      if (hasPoint_) session_->UndoTo(kReadPoint);
       throw error;
     }
-    if (hasPoint_) session_->RunOnPoint("RELEASE SAVEPOINT", kPoint);
+    if (hasPoint_) session_->RunOnPoint("RELEASE SAVEPOINT", kReadPoint);
   }
 
   /// The first result behind the rows.

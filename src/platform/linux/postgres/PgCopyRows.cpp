@@ -9,7 +9,7 @@ namespace torvik {
 namespace {
 
 constexpr unsigned kBytea = 17;
-constexpr std::size_t kRoomOfNumber = 40;
+constexpr std::size_t kRoomOfNumberText = 40;
 
 char* PutText(char* to, std::string_view text) {
   if (!text.empty()) std::memcpy(to, text.data(), text.size());
@@ -46,12 +46,13 @@ char* PutHex(char* to, std::string_view bytes) {
   return to;
 }
 
-char* PutValue(char* to, unsigned type, const ado::LoadValue& value) {
+char* PutText(char* to, unsigned type, const ado::LoadValue& value) {
   switch (value.GetKind()) {
     case ado::LoadValue::Kind::Null: return PutText(to, "\\N");
     case ado::LoadValue::Kind::Integer:
-      return std::to_chars(to, to + kRoomOfNumber, value.Integer()).ptr;
-    case ado::LoadValue::Kind::Real: return std::to_chars(to, to + kRoomOfNumber, value.Real()).ptr;
+      return std::to_chars(to, to + kRoomOfNumberText, value.Integer()).ptr;
+    case ado::LoadValue::Kind::Real:
+      return std::to_chars(to, to + kRoomOfNumberText, value.Real()).ptr;
     case ado::LoadValue::Kind::Text: break;
   }
   return type == kBytea ? PutHex(to, value.Text()) : PutEscaped(to, value.Text());
@@ -77,11 +78,11 @@ void AddPgTextRow(std::span<const unsigned> types, std::span<const ado::LoadValu
                   PgCopyBuffer& out) {
   std::size_t room = 0;
   for (const ado::LoadValue& value : row)
-    room += kRoomOfNumber + (value.IsText() ? 2 * value.Text().size() : 0);
+    room += kRoomOfNumberText + (value.IsText() ? 2 * value.Text().size() : 0);
   char* to = out.Room(room);
   for (std::size_t i = 0; i < row.size(); ++i) {
     if (i > 0) *to++ = '\t';
-    to = PutValue(to, types[i], row[i]);
+    to = PutText(to, types[i], row[i]);
   }
   *to++ = '\n';
   out.SetEnd(to);

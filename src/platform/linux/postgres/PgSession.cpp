@@ -11,7 +11,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kSource = "PostgreSQL";
+constexpr const char* kSessionSource = "PostgreSQL";
 constexpr const char* kStatementPoint = "torvik_statement";
 
 /// Values come in one form, whatever the role or the database have as their defaults.
@@ -85,7 +85,7 @@ bool PgSession::IsAlive() const {
 
 PlatformError PgSession::Keep(std::vector<ado::ProviderError> errors, bool isTransient) {
   errors_ = std::move(errors);
-  PlatformError error(errors_[0].number, InOneLine(errors_), kSource);
+  PlatformError error(errors_[0].number, InOneLine(errors_), kSessionSource);
   error.isTransient = isTransient;
   return error;
 }

@@ -7,7 +7,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kPoint = "torvik_row";
+constexpr const char* kRowPoint = "torvik_row";
 
 }  // namespace
 
@@ -15,7 +15,7 @@ PgUndo::PgUndo(PgSession& session) : session_(session), isOwn_(!session.InTransa
   if (isOwn_) {
     session_.BeginTrans();
   } else {
-    session_.SetPoint(kPoint);
+    session_.SetPoint(kRowPoint);
   }
 }
 
@@ -26,8 +26,8 @@ PgUndo::~PgUndo() {
     if (isOwn_) {
       session_.EndTrans(false);
     } else {
-      session_.RollbackToPoint(kPoint);
-      session_.ReleasePoint(kPoint);
+      session_.RollbackToPoint(kRowPoint);
+      session_.ReleasePoint(kRowPoint);
     }
   } catch (const PlatformError&) {
     // An error here has been reported already: it is the one that led here.
@@ -39,7 +39,7 @@ void PgUndo::Keep() {
   if (isOwn_) {
     session_.EndTrans(true);
   } else {
-    session_.ReleasePoint(kPoint);
+    session_.ReleasePoint(kRowPoint);
   }
   kept_ = true;
 }

@@ -7,12 +7,6 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-std::string_view Trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string_view::npos) return text.substr(text.size());
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
-}
-
 }  // namespace
 
 IniLine ReadIniLine(std::string_view bytes, std::size_t offset) {
@@ -21,7 +15,7 @@ IniLine ReadIniLine(std::string_view bytes, std::size_t offset) {
   line.end = lineFeed == std::string_view::npos ? bytes.size() : lineFeed + 1;
   std::string_view all = bytes.substr(offset, std::min(lineFeed, line.end) - offset);
   if (offset == 0 && all.starts_with(kByteOrderMark)) all.remove_prefix(kByteOrderMark.size());
-  const std::string_view words = Trimmed(all);
+  const std::string_view words = Trimmed(all, kWhiteSpace);
   const std::size_t equals = words.find('=');
   if (words.empty()) {
     line.kind = IniLine::Kind::Blank;
@@ -29,19 +23,19 @@ IniLine ReadIniLine(std::string_view bytes, std::size_t offset) {
     line.kind = IniLine::Kind::Comment;
   } else if (words[0] == '[') {
     line.kind = IniLine::Kind::Section;
-    line.name = Trimmed(words.substr(1, std::min(words.rfind(']'), words.size()) - 1));
+    line.name = Trimmed(words.substr(1, std::min(words.rfind(']'), words.size()) - 1), kWhiteSpace);
   } else if (equals == std::string_view::npos) {
     line.kind = IniLine::Kind::Other;
   } else {
     line.kind = IniLine::Kind::Key;
-    line.name = Trimmed(words.substr(0, equals));
-    line.text = Trimmed(words.substr(equals + 1));
+    line.name = Trimmed(words.substr(0, equals), kWhiteSpace);
+    line.text = Trimmed(words.substr(equals + 1), kWhiteSpace);
   }
   return line;
 }
 
 std::string_view IniValue(std::string_view text) {
-  text = Trimmed(text);
+  text = Trimmed(text, kWhiteSpace);
   const bool isQuoted = text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
                         text.front() == text.back();
   return isQuoted ? text.substr(1, text.size() - 2) : text;
@@ -62,11 +56,12 @@ IniText::Place IniText::Locate(std::string_view section, std::string_view key) c
     offset = line.end;
     if (line.kind == IniLine::Kind::Section) {
       if (place.hasSection) break;
-      place.hasSection = EqualsIgnoringCase(line.name, Trimmed(section));
+      place.hasSection = EqualsIgnoringCase(line.name, Trimmed(section, kWhiteSpace));
     }
     if (!place.hasSection) continue;
     if (line.kind != IniLine::Kind::Blank) place.newKey = line.end;
-    if (line.kind == IniLine::Kind::Key && EqualsIgnoringCase(line.name, Trimmed(key))) {
+    if (line.kind == IniLine::Kind::Key &&
+        EqualsIgnoringCase(line.name, Trimmed(key, kWhiteSpace))) {
       place.hasKey = true;
       place.text = line.text;
       break;

@@ -9,7 +9,7 @@
 namespace torvik {
 namespace {
 
-constexpr mode_t kNewFileMode = 0600;  // job files hold passwords
+constexpr mode_t kPrivateMode = 0600;  // job files hold passwords
 
 bool FitsOnOneLine(std::string_view text) {
   return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
@@ -44,7 +44,7 @@ class ProfileFiles final : public Profile {
     ini.Set(ansi_.Encode(section), ansi_.Encode(key), ansi_.Encode(value));
     std::error_code error;
     const std::string path = paths_.ToLinux(file, error);
-    return !error && !ReplaceFile(path, ini.Bytes(), kNewFileMode);
+    return !error && !ReplaceFile(path, ini.Bytes(), kPrivateMode);
   }
 
  private:

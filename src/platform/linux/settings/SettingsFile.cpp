@@ -1,9 +1,9 @@
 #include "platform/linux/settings/SettingsFile.h"
 
 #include <algorithm>
-#include <charconv>
 #include <vector>
 
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/IniText.h"
@@ -47,10 +47,10 @@ std::string UnlessFile(const std::string& path) {
 
 /// A whole number from 1 on; `what` says what it is.
 std::string ReadNumber(const std::string& text, int largest, int& number, const std::string& what) {
-  const auto end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  const bool isGood = read.ec == std::errc() && read.ptr == end && number >= 1 && number <= largest;
-  return isGood ? "" : what + " from 1 to " + std::to_string(largest);
+  const auto read = NumberOf<int>(text);
+  if (!read || *read < 1 || *read > largest) return what + " from 1 to " + std::to_string(largest);
+  number = *read;
+  return "";
 }
 
 std::string ReadTimeout(const std::string& text, int& seconds) {

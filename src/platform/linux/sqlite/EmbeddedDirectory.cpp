@@ -10,7 +10,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kSource = "embedded server";
+constexpr const char* kDirectorySource = "embedded server";
 constexpr const char* kExtension = ".db";
 
 std::vector<EmbeddedDatabase> List(const std::string& directory, std::error_code& error) {
@@ -33,7 +33,7 @@ PlatformError UnreadableServer(const std::string& directory, const std::string& 
                        "no such database: " + name + ": the directory " + directory +
                            " of the embedded server cannot be read: " + reason.message() +
                            "; \"torvik-admin server init\" makes a server",
-                       kSource);
+                       kDirectorySource);
 }
 
 PlatformError NoSuchDatabase(const std::string& directory, const std::string& name,
@@ -45,7 +45,7 @@ PlatformError NoSuchDatabase(const std::string& directory, const std::string& na
                        "no such database: " + name + ": the directory " + directory +
                            " has no file " + name + kExtension +
                            "; its databases are: " + (names.empty() ? "none" : names),
-                       kSource);
+                       kDirectorySource);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kSource = "embedded server";
+constexpr const char* kEmbeddedServer = "embedded server";
 constexpr int kTimeoutSeconds = 20;
 
 /// The columns are those of the package table of SQL Server's msdb.
@@ -60,7 +60,7 @@ CREATE TABLE IF NOT EXISTS dwm_data_link (
 ))";
 
 PlatformError Failure(const std::string& what, std::error_code reason) {
-  return PlatformError(reason.value(), what + ": " + reason.message(), kSource);
+  return PlatformError(reason.value(), what + ": " + reason.message(), kEmbeddedServer);
 }
 
 void BringToDisk(const std::string& path) {
@@ -95,7 +95,8 @@ void MakeEmptyDatabase(const std::string& path) {
   const std::string words = sqlite3_errmsg(handle);
   sqlite3_close(handle);
   if (code != SQLITE_OK)
-    throw PlatformError(code, "the database " + path + " cannot be made: " + words, kSource);
+    throw PlatformError(code, "the database " + path + " cannot be made: " + words,
+                        kEmbeddedServer);
 }
 
 bool HasDatabase(const std::string& directory, const std::string& name) {
@@ -107,7 +108,8 @@ bool HasDatabase(const std::string& directory, const std::string& name) {
 /// The file appears under its name complete or not at all, and never in place of another one.
 void CreateDatabase(const std::string& directory, const std::string& name) {
   if (const std::string reason = UnfitDatabaseName(name); !reason.empty())
-    throw PlatformError(0, "\"" + name + "\" cannot be the name of a database: " + reason, kSource);
+    throw PlatformError(0, "\"" + name + "\" cannot be the name of a database: " + reason,
+                        kEmbeddedServer);
   if (HasDatabase(directory, name)) return;
   const TemporaryFile file(directory);
   MakeEmptyDatabase(file.Path());

@@ -2,10 +2,11 @@
 
 #include <sqlite3.h>
 
-#include <charconv>
 #include <cmath>
 #include <utility>
 
+#include "platform/NumberText.h"
+#include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
@@ -41,20 +42,10 @@ Binding BindingOf(ado::ColumnKind kind) {
 /// True when the whole of `text` is a number of that type; an infinity or "nan" is none.
 template <typename Number>
 bool ReadNumber(std::string_view text, Number& number) {
-  const char* end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  return read.ec == std::errc() && read.ptr == end && std::isfinite(static_cast<double>(number));
-}
-
-std::string InsertText(const std::string& schema, const std::string& table,
-                       const std::vector<ado::Column>& columns) {
-  std::string names, values;
-  for (const ado::Column& column : columns) {
-    names += (names.empty() ? "" : ", ") + QuotedName(column.name);
-    values += values.empty() ? "?" : ", ?";
-  }
-  return "INSERT INTO " + QuotedName(schema) + "." + QuotedName(table) + " (" + names +
-         ") VALUES (" + values + ")";
+  const auto read = NumberOf<Number>(text);
+  if (!read || !std::isfinite(static_cast<double>(*read))) return false;
+  number = *read;
+  return true;
 }
 
 /// One INSERT, compiled once. It calls the library directly: a row passes here for every line of
@@ -67,7 +58,8 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     for (const ado::Column& column : columns) bindings_.push_back(BindingOf(column.kind));
     if (HasIndex(*session_, schema, table))
       session_->Run("PRAGMA " + QuotedName(schema) + ".cache_size = " + kIndexCache);
-    const std::string sql = InsertText(schema, table, columns);
+    const std::string sql = InsertText(QuotedName(schema) + "." + QuotedName(table), columns,
+                                       [](const ado::Column&) { return "?"; });
     session_->BeginStatement();
     if (sqlite3_prepare_v3(session_->Handle(), sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &insert_,
                            nullptr) != SQLITE_OK)
@@ -79,9 +71,8 @@ class SqliteBulkLoad final : public ado::BulkLoad {
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
-    if (rows.width != bindings_.size())
-      throw session_->Refusal(place_ + ": a row has " + std::to_string(rows.width) +
-                              " values for " + std::to_string(bindings_.size()) + " columns");
+    if (const std::string problem = WidthProblem(rows, bindings_.size()); !problem.empty())
+      throw session_->Refusal(place_ + ": " + problem);
     session_->BeginStatement();
     const bool isInTransaction = sqlite3_get_autocommit(session_->Handle()) == 0;
     const std::size_t before = refused.size();

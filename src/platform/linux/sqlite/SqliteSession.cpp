@@ -13,7 +13,7 @@
 namespace torvik {
 namespace {
 
-constexpr const char* kSource = "SQLite";
+constexpr const char* kSqlite = "SQLite";
 
 bool IsAboutTheFile(int primaryCode) {
   constexpr int codes[] = {SQLITE_PERM, SQLITE_READONLY, SQLITE_IOERR,  SQLITE_CORRUPT,
@@ -202,7 +202,7 @@ PlatformError SqliteSession::Refusal(const std::string& reason) {
 
 PlatformError SqliteSession::Keep(long number, const std::string& description) {
   errors_ = {{number, description}};
-  return PlatformError(number, description, kSource);
+  return PlatformError(number, description, kSqlite);
 }
 
 std::string SqliteSession::LockedText(int code) const {

@@ -19,7 +19,7 @@ void KeepSignal(int) {
   ++keptSignals;
 }
 
-/// The text with a blank for each line break.
+/// The text with a blank for each line break, of which CR LF is one.
 std::string OnOneLine(std::string_view text) {
   std::string line;
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -9,7 +9,7 @@
 namespace torvik {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;
+constexpr mode_t kCopiedFileMode = 0666;
 /// A read over the network is as many requests at once as go into one piece.
 constexpr std::uint64_t kPieceSize = 4 * 1024 * 1024;
 
@@ -56,7 +56,7 @@ class Copy {
     const auto file = from_.Open(entry.name, error);
     if (error) return {error, from_.Words(entry.name, error)};
     FileReplacement replacement;
-    error = replacement.Open(target, kNewFileMode);
+    error = replacement.Open(target, kCopiedFileMode);
     if (error) return {error, target + ": " + error.message()};
     if (FileFailure failure = Fill(replacement, target, *file, entry); failure.error)
       return failure;

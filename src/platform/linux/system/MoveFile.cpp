@@ -16,30 +16,6 @@ std::error_code Done(int result) {
   return result == 0 ? std::error_code() : LastSystemError();
 }
 
-std::error_code MustBePlain(const struct stat& status) {
-  if (S_ISREG(status.st_mode)) return {};
-  return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory
-                                                      : std::errc::invalid_argument);
-}
-
-/// A directory in the place of the file would be an error of its own; what is no plain file, a
-/// device for example, is not replaced by one.
-std::error_code MayBeReplaced(const std::string& to) {
-  struct stat status {};
-  return stat(to.c_str(), &status) == 0 ? MustBePlain(status) : std::error_code();
-}
-
-std::error_code CopyBytes(int from, FileReplacement& to) {
-  char buffer[65536];
-  for (;;) {
-    const ssize_t got = read(from, buffer, sizeof buffer);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return LastSystemError();
-    if (got == 0) return {};
-    if (const auto error = to.Write({buffer, static_cast<std::size_t>(got)})) return error;
-  }
-}
-
 bool IsThere(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0;
@@ -64,7 +40,8 @@ std::error_code CopyWholeFile(const std::string& from, const std::string& to, bo
   if (const auto error = MayBeReplaced(to)) return error;
   FileReplacement copy;
   if (const auto error = copy.Open(to, status.st_mode & 0777)) return error;
-  if (const auto error = CopyBytes(source.Number(), copy)) return error;
+  if (const auto error = CopyBytes(source.Number(), [&](auto bytes) { return copy.Write(bytes); }))
+    return error;
   return copy.CommitAs(status, overwrite);
 }
 

@@ -33,15 +33,34 @@ std::error_code WriteAll(int descriptor, std::string_view bytes) {
   return {};
 }
 
-std::error_code ReadAll(int descriptor, std::string& bytes) {
-  char buffer[16384];
+std::error_code CopyBytes(int descriptor,
+                          const std::function<std::error_code(std::string_view bytes)>& write) {
+  char buffer[65536];
   for (;;) {
     const ssize_t got = read(descriptor, buffer, sizeof buffer);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return LastSystemError();
     if (got == 0) return {};
-    bytes.append(buffer, static_cast<std::size_t>(got));
+    if (const auto error = write({buffer, static_cast<std::size_t>(got)})) return error;
   }
+}
+
+std::error_code ReadAll(int descriptor, std::string& bytes) {
+  return CopyBytes(descriptor, [&](std::string_view piece) {
+    bytes.append(piece);
+    return std::error_code();
+  });
+}
+
+std::error_code MustBePlain(const struct stat& status) {
+  if (S_ISREG(status.st_mode)) return {};
+  return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory
+                                                      : std::errc::invalid_argument);
+}
+
+std::error_code MayBeReplaced(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? MustBePlain(status) : std::error_code();
 }
 
 std::error_code ReadFile(const std::string& path, std::string& bytes) {

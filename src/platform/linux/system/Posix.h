@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <system_error>
+
+struct stat;
 
 namespace torvik {
 
@@ -38,6 +41,17 @@ std::error_code WriteAll(int descriptor, std::string_view bytes);
 
 /// Appends what is left to read to `bytes`.
 std::error_code ReadAll(int descriptor, std::string& bytes);
+
+/// Reads to the end and gives each piece to `write`; ends with the first error of either.
+std::error_code CopyBytes(int descriptor,
+                          const std::function<std::error_code(std::string_view bytes)>& write);
+
+/// The error of what is no plain file: a directory, a device, a pipe.
+std::error_code MustBePlain(const struct stat& status);
+
+/// The same for what is at a path: what is no plain file is neither replaced nor written into.
+/// Clear when nothing is there.
+std::error_code MayBeReplaced(const std::string& path);
 
 /// The whole content of a file.
 std::error_code ReadFile(const std::string& path, std::string& bytes);

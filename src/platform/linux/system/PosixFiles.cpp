@@ -24,12 +24,6 @@ std::error_code StatusOf(const std::string& path, struct stat& status) {
   return stat(path.c_str(), &status) == 0 ? std::error_code() : LastSystemError();
 }
 
-std::error_code MustBePlain(const struct stat& status) {
-  if (S_ISREG(status.st_mode)) return {};
-  return std::make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory
-                                                      : std::errc::invalid_argument);
-}
-
 bool IsRefusedByDirectory(const std::error_code& error) {
   return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
          error == std::errc::read_only_file_system;
@@ -48,18 +42,6 @@ bool HasRoomInPlace(const std::error_code& error, const struct stat& status, std
 bool IsPlainEntry(int directory, const char* name) {
   struct stat status {};
   return fstatat(directory, name, &status, 0) == 0 && S_ISREG(status.st_mode);
-}
-
-/// Copies what is left of `from` to `to`.
-std::error_code CopyBytes(int from, int to) {
-  char buffer[65536];
-  for (;;) {
-    const ssize_t got = read(from, buffer, sizeof buffer);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return LastSystemError();
-    if (got == 0) return {};
-    if (const auto error = WriteAll(to, {buffer, static_cast<std::size_t>(got)})) return error;
-  }
 }
 
 class PosixFiles final : public Files {
@@ -263,7 +245,9 @@ class PosixFiles final : public Files {
     struct stat status {};
     if (fstat(source.Number(), &status) != 0) return LastSystemError();
     Descriptor file = Open(to, O_WRONLY | O_CREAT | flags, error, status.st_mode & 0777);
-    if (error || (error = CopyBytes(source.Number(), file.Number()))) return error;
+    if (error || (error = CopyBytes(source.Number(),
+                                    [&](auto bytes) { return WriteAll(file.Number(), bytes); })))
+      return error;
     return file.Close();
   }
 

@@ -1,30 +1,21 @@
 #include "platform/linux/tables/RowHashIndex.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <functional>
 #include <optional>
 #include <string_view>
 
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace torvik {
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\n\v\f\r";
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
-
 std::optional<double> NumberIn(std::string_view text) {
   if (text.starts_with('+')) text.remove_prefix(1);
-  double number = 0;
-  const char* end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  if (read.ec != std::errc() || read.ptr != end || !std::isfinite(number)) return {};
-  return number;
+  const auto number = NumberOf<double>(text);
+  return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
 bool IsNull(const ado::Value& value) {
@@ -38,7 +29,7 @@ struct Hasher {
   }
   std::uint64_t operator()(double number) const { return std::hash<double>()(number); }
   std::uint64_t operator()(const std::string& text) const {
-    const std::string_view trimmed = Trimmed(text);
+    const std::string_view trimmed = Trimmed(text, " \t\n\v\f\r");
     if (const auto number = NumberIn(trimmed)) return (*this)(*number);
     return std::hash<std::string>()(LowerAscii(trimmed));
   }

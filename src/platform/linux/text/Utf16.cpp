@@ -5,7 +5,7 @@
 namespace torvik {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
+constexpr char32_t kReplacementPoint = 0xFFFD;
 
 /// The character in the valid UTF-8 sequence `bytes`.
 char32_t Decode(std::string_view bytes) {
@@ -60,7 +60,7 @@ std::u16string ToUtf16(std::string_view text) {
   result.reserve(text.size());
   while (!text.empty()) {
     const std::size_t length = CharacterLength(text);
-    Append(result, length == 0 ? kReplacement : Decode(text.substr(0, length)));
+    Append(result, length == 0 ? kReplacementPoint : Decode(text.substr(0, length)));
     text.remove_prefix(length == 0 ? 1 : length);
   }
   return result;
@@ -75,7 +75,7 @@ std::string FromUtf16(std::u16string_view text) {
       character = 0x10000 + ((text[i] - 0xD800U) << 10) + (text[i + 1] - 0xDC00U);
       ++i;
     } else if (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
-      character = kReplacement;
+      character = kReplacementPoint;
     }
     Append(result, character);
   }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/CodePage.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 #include "platform/linux/database/SqliteColumns.h"
 #include "platform/linux/system/Posix.h"
@@ -235,11 +236,8 @@ class DbaseValues {
   static std::optional<ado::Value> Real(std::string_view bytes) {
     const std::string_view text = TrimmedBlanks(bytes);
     if (IsMissing(text)) return ado::Null{};
-    double number = 0;
-    const char* const end = text.data() + text.size();
-    const auto read = std::from_chars(text.data() + (text[0] == '+'), end, number);
-    if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
-    return number;
+    const auto number = NumberOf<double>(text.substr(text[0] == '+' ? 1 : 0));
+    return number ? std::optional<ado::Value>(*number) : std::nullopt;
   }
 
   static std::optional<ado::Value> Date(std::string_view bytes) {

@@ -10,16 +10,12 @@
 namespace torvik {
 namespace {
 
+constexpr std::string_view kSurroundings = " \t\"'";
+
 constexpr CellRange kWholeSheet{.firstRow = 0,
                                 .lastRow = CellGrid::kRows - 1,
                                 .firstColumn = 0,
                                 .lastColumn = CellGrid::kColumns - 1};
-
-std::string Trimmed(std::string_view text) {
-  constexpr std::string_view surroundings = " \t\"'";
-  const std::size_t begin = std::min(text.find_first_not_of(surroundings), text.size());
-  return std::string(text.substr(begin, text.find_last_not_of(surroundings) + 1 - begin));
-}
 
 /// A table's name as the provider for such files lists it when it holds a blank: 'My Sales$'.
 std::string_view WithoutQuotes(std::string_view name) {
@@ -93,12 +89,13 @@ bool IsYes(const std::string& property, const std::string& value, std::string_vi
 
 WorkbookOptions ReadWorkbookOptions(const std::string& extendedProperties) {
   WorkbookOptions options;
-  std::istringstream properties(Trimmed(extendedProperties));
+  std::istringstream properties{std::string(Trimmed(extendedProperties, kSurroundings))};
   for (std::string property; std::getline(properties, property, ';');) {
     const std::size_t equals = std::min(property.find('='), property.size());
-    const std::string name = Trimmed(std::string_view(property).substr(0, equals));
-    const std::string value =
-        Trimmed(std::string_view(property).substr(std::min(equals + 1, property.size())));
+    const std::string_view name =
+        Trimmed(std::string_view(property).substr(0, equals), kSurroundings);
+    const std::string value(Trimmed(
+        std::string_view(property).substr(std::min(equals + 1, property.size())), kSurroundings));
     if (EqualsIgnoringCase(name, "HDR")) options.hasHeader = IsYes("HDR", value, "YES", "NO");
     // 2 reads as 0 does; it would write as well.
     if (EqualsIgnoringCase(name, "IMEX"))

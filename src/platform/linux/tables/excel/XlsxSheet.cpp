@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/NumberText.h"
+#include "platform/Text.h"
 #include "platform/linux/text/Utf16.h"
 
 namespace torvik {
@@ -12,11 +14,9 @@ namespace {
 /// The whole of `text` as a number, blanks around it aside.
 template <typename Number>
 bool ReadNumber(std::string_view text, Number& number) {
-  constexpr std::string_view blanks = " \t\r\n";
-  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-  text = text.substr(0, text.find_last_not_of(blanks) + 1);
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  return read.ec == std::errc() && read.ptr == text.data() + text.size();
+  const auto read = NumberOf<Number>(Trimmed(text, kWhiteSpace));
+  if (read) number = *read;
+  return read.has_value();
 }
 
 /// Undoes "_x000D_", by which a text holds a character that XML cannot.
