@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/linux/settings/Settings.h"
-#include "platform/linux/shares/smb/SmbLogon.h"
+#include "platform/linux/settings/SmbLogon.h"
 #include "platform/linux/system/CopyFiles.h"
 
 namespace torvik {

@@ -1,4 +1,4 @@
-#include "platform/linux/shares/smb/SmbLogon.h"
+#include "platform/linux/settings/SmbLogon.h"
 
 #include <algorithm>
 #include <string_view>
