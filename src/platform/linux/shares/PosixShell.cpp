@@ -62,7 +62,7 @@ class PosixDirectory final : public SourceDirectory {
   }
 
   std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
-    Descriptor file = OpenFile(path_ / name, O_RDONLY);
+    Descriptor file = OpenFile(path_ / name, O_RDONLY | O_NONBLOCK);
     if (!file.IsOpen()) error = LastSystemError();
     return std::make_unique<PosixFile>(std::move(file));
   }
@@ -93,7 +93,7 @@ class PosixShell final : public Shell {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return Failure(path, linuxPath, error);
-    Descriptor opened = OpenFile(linuxPath, O_RDONLY);
+    Descriptor opened = OpenFile(linuxPath, O_RDONLY | O_NONBLOCK);
     if (!opened.IsOpen()) return Failure(path, linuxPath, LastSystemError());
     PosixFile file(std::move(opened));
     std::string bytes(limit, '\0');
@@ -109,7 +109,7 @@ class PosixShell final : public Shell {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     const std::string bytes = ansi_.Encode(text);
-    if (!error) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
+    if (!error) error = ReplaceOrOverwriteFile(linuxPath, bytes, kNewFileMode);
     return error ? Failure(path, linuxPath, error) : ShareResult();
   }
 
