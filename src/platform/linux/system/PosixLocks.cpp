@@ -124,6 +124,8 @@ class PosixLocks final : public Locks {
       if (stat(linuxPath.c_str(), &now) == 0 &&
           (now.st_ino != status.st_ino || now.st_dev != status.st_dev))
         continue;
+      // The holder of a lock needs descriptors for what it guards.
+      if (!OpenFile("/dev/null", O_RDONLY).IsOpen()) return {.error = LastSystemError()};
       return {.lock = std::make_unique<DescriptorLock>(std::move(file))};
     }
   }
