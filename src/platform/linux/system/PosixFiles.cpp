@@ -1,6 +1,5 @@
 #include "platform/linux/system/PosixFiles.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 
 #include "platform/CodePage.h"
 #include "platform/linux/gzip/GzipFile.h"
+#include "platform/linux/system/DirectoryEntries.h"
 #include "platform/linux/system/MoveFile.h"
 #include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
@@ -23,11 +23,6 @@ constexpr mode_t kNewFileMode = 0644;
 
 std::error_code StatusOf(const std::string& path, struct stat& status) {
   return stat(path.c_str(), &status) == 0 ? std::error_code() : LastSystemError();
-}
-
-bool IsPlainEntry(int directory, const char* name) {
-  struct stat status {};
-  return fstatat(directory, name, &status, 0) == 0 && S_ISREG(status.st_mode);
 }
 
 class PosixFiles final : public Files {
@@ -169,17 +164,14 @@ class PosixFiles final : public Files {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(directory, error);
     if (error) return error;
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(linuxPath.c_str()), closedir);
-    if (!stream) return LastSystemError();
-    errno = 0;
-    while (const dirent* entry = readdir(stream.get())) {
-      const std::string name = entry->d_name;
+    for (const std::string& name : DirectoryEntries(linuxPath, error)) {
       // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
-      const bool canBeNamed = name.find('\\') == std::string::npos;
-      if (canBeNamed && IsPlainEntry(dirfd(stream.get()), entry->d_name)) names.push_back(name);
-      errno = 0;
+      struct stat status {};
+      if (name.find('\\') == std::string::npos && !StatusOf(linuxPath + "/" + name, status) &&
+          S_ISREG(status.st_mode))
+        names.push_back(name);
     }
-    return errno == 0 ? std::error_code() : LastSystemError();
+    return error;
   }
 
   std::string FullPath(const std::string& path) override {
