@@ -41,7 +41,9 @@ void Attempt(const Action& action) {
 /// The form is busy as long as this lives.
 class BusyForm {
  public:
-  explicit BusyForm(MainForm& form) : form_(form) { form_.SetBusy(true); }
+  explicit BusyForm(MainForm& form) : form_(form) {
+    Attempt([this] { form_.SetBusy(true); });
+  }
   ~BusyForm() {
     Attempt([this] { form_.SetBusy(false); });
   }
@@ -90,14 +92,22 @@ bool RunDriver::Execute() {
 
 bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
   program_.log.BeginRun();
+  std::string reason;
   program_.log.ShowOnly(true);
-  const bool isAlone = locks_.Take({form_.TorvConfigFile, job.LogFileDir, form_.StatusFile});
+  try {
+    if (locks_.Take({form_.TorvConfigFile, job.LogFileDir, form_.StatusFile})) {
+      program_.log.ShowOnly(false);
+      return true;
+    }
+    reason = locks_.Reason();
+  } catch (const std::exception& error) {
+    reason = WordsOf(error);
+  }
   program_.log.ShowOnly(false);
-  if (isAlone) return true;
-  program_.platform.messages.Report("nothing was run: " + locks_.Reason());
-  if (locks_.OwnsStatusFile()) program_.statusFile.WriteStatusFailure();
+  program_.platform.messages.Report("nothing was run: " + reason);
+  if (locks_.OwnsStatusFile()) Fail();
   form_.ShowVerdict(RunVerdict::Failure);
-  ShowBox("Nothing was run: " + locks_.Reason(), "Torv Error");
+  ShowBox("Nothing was run: " + reason, "Torv Error");
   return false;
 }
 
