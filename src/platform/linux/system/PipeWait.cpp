@@ -10,24 +10,24 @@
 namespace torvik {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-constexpr std::chrono::milliseconds kSlice(20);
+using Steady = std::chrono::steady_clock;
+constexpr std::chrono::milliseconds kPipeSlice(20);
 
-class Wait {
+class PipeWaiting {
  public:
-  explicit Wait(const Patience& patience) : patience_(patience) {}
+  explicit PipeWaiting(const Patience& patience) : patience_(patience) {}
 
   std::error_code GivenUp() const {
     if (patience_.cancelled != nullptr && *patience_.cancelled)
       return std::make_error_code(std::errc::operation_canceled);
-    if (patience_.atMost && Clock::now() - begin_ >= *patience_.atMost)
+    if (patience_.atMost && Steady::now() - begin_ >= *patience_.atMost)
       return std::make_error_code(std::errc::timed_out);
     return {};
   }
 
  private:
   const Patience& patience_;
-  const Clock::time_point begin_ = Clock::now();
+  const Steady::time_point begin_ = Steady::now();
 };
 
 bool IsPlainOrNew(const std::string& path) {
@@ -38,10 +38,10 @@ bool IsPlainOrNew(const std::string& path) {
 }  // namespace
 
 std::error_code WaitForPipe(int descriptor, short events, const Patience& patience) {
-  const Wait wait(patience);
+  const PipeWaiting wait(patience);
   for (;;) {
     pollfd wanted{descriptor, events, 0};
-    const int ready = poll(&wanted, 1, static_cast<int>(kSlice.count()));
+    const int ready = poll(&wanted, 1, static_cast<int>(kPipeSlice.count()));
     if (ready > 0) return {};
     if (ready < 0 && errno != EINTR) return LastSystemError();
     if (const auto error = wait.GivenUp()) return error;
@@ -50,7 +50,7 @@ std::error_code WaitForPipe(int descriptor, short events, const Patience& patien
 
 Descriptor OpenToWrite(const std::string& path, int flags, mode_t mode, const Patience& patience,
                        std::error_code& error) {
-  const Wait wait(patience);
+  const PipeWaiting wait(patience);
   const int more = IsPlainOrNew(path) ? 0 : O_NONBLOCK;
   for (;;) {
     Descriptor file = OpenFile(path, flags | more, mode);
@@ -63,7 +63,7 @@ Descriptor OpenToWrite(const std::string& path, int flags, mode_t mode, const Pa
       return file;
     }
     error.clear();
-    std::this_thread::sleep_for(kSlice);
+    std::this_thread::sleep_for(kPipeSlice);
   }
 }
 

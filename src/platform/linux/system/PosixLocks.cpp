@@ -30,7 +30,7 @@ class DescriptorLock final : public Lock {
   const Descriptor held_;
 };
 
-std::string Text(const std::string& path) {
+std::string ProcText(const std::string& path) {
   std::string text;
   ReadFile(path, text);
   return text;
@@ -39,7 +39,7 @@ std::string Text(const std::string& path) {
 /// When a process began, in seconds since 1970; 0 when that cannot be told.
 std::time_t BeginOf(const std::string& process) {
   // Behind the name, which may hold anything but is the last thing in brackets: field 22 of all.
-  const std::string line = Text("/proc/" + process + "/stat");
+  const std::string line = ProcText("/proc/" + process + "/stat");
   std::istringstream fields(line.substr(std::min(line.rfind(')') + 1, line.size())));
   std::string field;
   constexpr int kStartTime = 22, kFirstBehindName = 3;
@@ -52,9 +52,9 @@ std::time_t BeginOf(const std::string& process) {
   return now.tv_sec - sinceBoot.tv_sec + ticks / sysconf(_SC_CLK_TCK);
 }
 
-std::string Describe(const std::string& process) {
+std::string DescribeProcess(const std::string& process) {
   if (process.empty() || process == "0") return "another process";
-  std::string name = Text("/proc/" + process + "/comm");
+  std::string name = ProcText("/proc/" + process + "/comm");
   name.resize(std::min(name.size(), name.find('\n')));
   const std::time_t begin = BeginOf(process);
   if (name.empty() || begin == 0) return "process " + process;
@@ -66,12 +66,12 @@ std::string Describe(const std::string& process) {
 }
 
 /// The process that the system says to hold the lock on a file.
-std::string HolderOf(const struct stat& file) {
+std::string LockHolderOf(const struct stat& file) {
   char place[64];
   std::snprintf(place, sizeof place, "%02x:%02x:%llu", major(file.st_dev), minor(file.st_dev),
                 static_cast<unsigned long long>(file.st_ino));
   // "1: FLOCK  ADVISORY  WRITE 4711 08:01:1234 0 EOF"; a line with "->" only waits.
-  std::istringstream lines(Text("/proc/locks"));
+  std::istringstream lines(ProcText("/proc/locks"));
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     std::string number, kind, advisory, access, process, where;
@@ -118,7 +118,7 @@ class PosixLocks final : public Locks {
       if (!file.IsOpen() || fstat(file.Number(), &status) != 0) return {.error = LastSystemError()};
       if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK) return {.error = LastSystemError()};
-        return {.holder = Describe(HolderOf(status))};
+        return {.holder = DescribeProcess(LockHolderOf(status))};
       }
       // Whoever saved the file meanwhile has put another one in its place.
       if (stat(linuxPath.c_str(), &now) == 0 &&
@@ -147,7 +147,7 @@ class PosixLocks final : public Locks {
     if (bind(own.Number(), reinterpret_cast<const sockaddr*>(&address), length) == 0)
       return {.lock = std::make_unique<DescriptorLock>(std::move(own))};
     if (errno != EADDRINUSE) return {.error = LastSystemError()};
-    return {.holder = Describe("")};
+    return {.holder = DescribeProcess("")};
   }
 
  private:
