@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -10,10 +11,13 @@
 
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
+#include "platform/PlatformError.h"
 #include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/Display.h"
+#include "platform/linux/system/FrontEnd.h"
+#include "platform/linux/system/ProcessSetup.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
@@ -76,6 +80,7 @@ void OpenNamedJob(frmRunnerMain& form) {
 }
 
 void RunProgram(const std::string& argumentText) {
+  FrontEnd frontEnd;
   Program* running = nullptr;
   const auto form = [&running] {
     return running == nullptr ? nullptr : static_cast<frmRunnerMain*>(running->form.get());
@@ -94,17 +99,18 @@ void RunProgram(const std::string& argumentText) {
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
-  Program program(
-      {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
-       *linuxPlatform.console, *linuxPlatform.files, messages, *linuxPlatform.processes,
-       *linuxPlatform.profile, *linuxPlatform.shell, *linuxPlatform.internet,
-       *linuxPlatform.registry, desktop ? desktop->Browser() : *linuxPlatform.browser,
-       desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
-      [&] {
-        auto animation = std::make_unique<frmAnimate>(messages);
-        if (desktop) desktop->ShowForm(*animation);
-        return animation;
-      });
+  Program program({*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(),
+                   *linuxPlatform.clock, *linuxPlatform.console, *linuxPlatform.files,
+                   *linuxPlatform.locks, messages, *linuxPlatform.processes, *linuxPlatform.profile,
+                   *linuxPlatform.shell, *linuxPlatform.internet, *linuxPlatform.registry,
+                   desktop ? desktop->Browser() : *linuxPlatform.browser,
+                   desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
+                  [&] {
+                    auto animation = std::make_unique<frmAnimate>(messages);
+                    if (desktop) desktop->ShowForm(*animation);
+                    return animation;
+                  });
+  program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -114,6 +120,7 @@ void RunProgram(const std::string& argumentText) {
     if (desktop) desktop->ShowForm(*newForm);
     return newForm;
   });
+  frontEnd.Tell(program.log.Losses());
   if (!program.form || !program.form->IsOpen()) return;
   OpenNamedJob(*form());
   if (desktop)
@@ -125,6 +132,7 @@ void RunProgram(const std::string& argumentText) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  GuardStandardStreams();
   if (argc == 2 && std::string_view(argv[1]) == "--version") {
     std::printf("torvik %s\n", kVersion);
     return EXIT_SUCCESS;
@@ -133,7 +141,7 @@ int main(int argc, char** argv) {
   try {
     RunProgram(JoinArguments({argv + 1, argv + argc}));
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "torvik: %s\n", error.what());
+    std::fprintf(stderr, "torvik: %s\n", WordsOf(error).c_str());
   }
   return EXIT_SUCCESS;  // schedulers read the outcome from the status file
 }

@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +15,9 @@
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/system/FrontEnd.h"
+#include "platform/linux/system/Posix.h"
+#include "platform/linux/system/ProcessSetup.h"
 
 namespace torvik::admin {
 namespace {
@@ -25,28 +30,37 @@ void ForwardSignal(int signal) {
   if (childToSignal != 0) kill(childToSignal, signal);
 }
 
-/// The runner acts on these as on its Close button; it gets them from here, because it has a
-/// process group of its own.
-void ForwardCloseSignals() {
-  struct sigaction action {};
-  action.sa_handler = ForwardSignal;
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-}
+/// A pipe that no child inherits unless it is given to it.
+struct Pipe {
+  Pipe() {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0)
+      throw PlatformError(errno, std::string("no pipe can be made: ") + std::strerror(errno),
+                          "run");
+    reading = Descriptor(ends[0]);
+    writing = Descriptor(ends[1]);
+  }
+  Descriptor reading, writing;
+};
 
-pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status) {
+pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status,
+                  int frontEnd) {
   std::vector<std::string> arguments = {runner, "-configfile", job, "-statusfile", status};
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   setenv("TORVIK_PROGRESS", "1", 1);
+  setenv(kFrontEndVariable, std::to_string(frontEnd).c_str(), 1);
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_adddup2(&files, frontEnd, frontEnd);  // the runner inherits it
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
   pid_t child = 0;
-  const int error = posix_spawn(&child, runner.c_str(), nullptr, &attributes, argv.data(), environ);
+  const int error = posix_spawn(&child, runner.c_str(), &files, &attributes, argv.data(), environ);
   posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&files);
   if (error != 0) {
     throw PlatformError(error, runner + " cannot be started: " + std::strerror(error), "run");
   }
@@ -65,9 +79,11 @@ int Run(LinuxPlatform& platform, const std::string& job, bool json) {
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
   const std::string status =
       platform.files->TempDirectory() + "run-" + std::to_string(getpid()) + ".status";
-  const pid_t child = StartRunner(runner, job, status);
+  const Pipe fromRunner;
+  const pid_t child = StartRunner(runner, job, status, fromRunner.writing.Number());
   childToSignal = child;
-  ForwardCloseSignals();
+  // The runner has a process group of its own: it gets them from here.
+  HandleCloseSignals(ForwardSignal);
   int ended = 0;
   while (waitpid(child, &ended, 0) < 0 && errno == EINTR) {
   }
@@ -75,8 +91,13 @@ int Run(LinuxPlatform& platform, const std::string& job, bool json) {
   const std::string word = FirstWord(status);
   platform.files->Remove(status);
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
-  PrintResult({{"job", job}, {"status", word}, {"exit_code", exitCode}},
-              exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word, json);
+  Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
+  std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
+  if (const auto losses = LinesFromRunner(fromRunner.reading.Number()); !losses.empty()) {
+    result["log_losses"] = losses;
+    for (const std::string& loss : losses) sentence += "\nthe log is incomplete: " + loss;
+  }
+  PrintResult(result, sentence, json);
   return exitCode;
 }
 

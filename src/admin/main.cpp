@@ -4,8 +4,10 @@
 #include <string>
 
 #include "admin/Admin.h"
+#include "platform/PlatformError.h"
 #include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/system/ProcessSetup.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ int Fail(const std::string& reason) {
 
 int main(int argc, char** argv) {
   using namespace torvik;
+  GuardStandardStreams();
   CLI::App app("Prepares what torvik runs: servers, packages, data links; and runs a job.");
   app.set_version_flag("--version", std::string("torvik-admin ") + kVersion);
   app.require_subcommand(1);
@@ -41,6 +44,6 @@ int main(int argc, char** argv) {
     LinuxPlatform platform = NewLinuxPlatform([] {});
     return invocation.command(platform);
   } catch (const std::exception& error) {
-    return Fail(error.what());
+    return Fail(WordsOf(error));
   }
 }

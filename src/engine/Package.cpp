@@ -29,6 +29,7 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
       events.OnFinish(event.step);
       break;
     case Kind::Error: events.OnError("", event.text); break;
+    case Kind::LogTrouble: events.OnLogTrouble(event.text); break;
     case Kind::PackageStarted:
     case Kind::StepRetried:
     case Kind::StepOutput:
@@ -62,34 +63,26 @@ class LoadedPackage final : public dts::Package {
     return variables_;
   }
 
-  /// The package has a thread of its own, so that this one can serve the user.
   void Execute(dts::PackageEvents& events) override {
-    const PackageModel& model = Loaded();
+    Loaded();
     workflow_.Reset();
     EventQueue queue;
-    PackageLog log(services_, model.name, variables_, [&](const std::string& trouble) {
-      queue.Post({.kind = ExecutionEvent::Kind::Error, .text = trouble});
-    });
     std::atomic<bool> cancelled = false;
     std::exception_ptr failure;
-    std::thread worker([&] {
-      try {
-        ExecutePackage({services_,
-                        model,
-                        variables_,
-                        workflow_,
-                        {model.name},
-                        // The log first: the step after this one may send it.
-                        [&](ExecutionEvent event) {
-                          log.Handle(event);
-                          queue.Post(std::move(event));
-                        },
-                        cancelled});
-      } catch (...) {
-        failure = std::current_exception();
-      }
-      queue.Close();
-    });
+    std::thread worker;
+    try {
+      worker = std::thread([&] {
+        try {
+          ExecuteWith([&](ExecutionEvent event) { queue.Post(std::move(event)); }, cancelled,
+                      /*onOneThread=*/false);
+        } catch (...) {
+          failure = std::current_exception();
+        }
+        queue.Close();
+      });
+    } catch (const std::exception&) {
+      return ExecuteHere(events);
+    }
     try {
       queue.Deliver([&](const ExecutionEvent& event) { Forward(event, events); },
                     [&] { events.OnIdle(); });
@@ -114,6 +107,40 @@ class LoadedPackage final : public dts::Package {
   }
 
  private:
+  /// The package has a thread of its own, so that the calling one can serve the user. Where none
+  /// can be made, it serves him whenever something happens.
+  void ExecuteHere(dts::PackageEvents& events) {
+    const std::atomic<bool> cancelled = false;
+    const auto here = std::this_thread::get_id();
+    ExecuteWith(
+        [&](const ExecutionEvent& event) {
+          // A package within may get threads after all; what they tell is progress.
+          if (std::this_thread::get_id() != here) return;
+          Forward(event, events);
+          events.OnIdle();
+        },
+        cancelled, /*onOneThread=*/true);
+  }
+
+  void ExecuteWith(const EventSink& sink, const std::atomic<bool>& cancelled, bool onOneThread) {
+    const std::string& name = Loaded().name;
+    PackageLog log(services_, name, variables_, [&](const std::string& trouble) {
+      sink({.kind = ExecutionEvent::Kind::LogTrouble, .text = trouble});
+    });
+    ExecutePackage({services_,
+                    Loaded(),
+                    variables_,
+                    workflow_,
+                    {name},
+                    // The log first: the step after this one may send it.
+                    [&](ExecutionEvent event) {
+                      log.Handle(event);
+                      sink(std::move(event));
+                    },
+                    cancelled,
+                    onOneThread});
+  }
+
   const PackageModel& Loaded() const {
     if (!model_)
       throw PlatformError(0, "no package is loaded; call LoadFromSQLServer first",

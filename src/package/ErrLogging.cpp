@@ -10,12 +10,12 @@ bool EndsInSeparator(const std::string& path) {
   return !path.empty() && (path.back() == '\\' || path.back() == '/');
 }
 
-/// A root directory is never a log directory: emptying it would take the system's files.
-bool IsRoot(const std::string& path) {
-  return path.find_first_not_of("\\/") == std::string::npos;
-}
-
 }  // namespace
+
+/// Emptying a root would take the system's files.
+bool IsLogDirectory(const std::string& path) {
+  return path.find_first_not_of("\\/") != std::string::npos;
+}
 
 void MakeDirectory(Files& files, const std::string& path) {
   files.MakeDirectory(path);
@@ -27,7 +27,7 @@ void ErrLogging::PrepareLogDirectory(const std::string& packageName, const std::
   packageName_ = packageName;
   exceptionFile_ = exceptionFile;
   logDir_ = logDir;
-  if (IsRoot(logDir)) return;
+  if (!IsLogDirectory(logDir)) return;
   MakeDirectory(files_, logDir);
   std::vector<std::string> names;
   files_.ListFiles(logDir, names);
@@ -35,27 +35,39 @@ void ErrLogging::PrepareLogDirectory(const std::string& packageName, const std::
 }
 
 void ErrLogging::CollectRunLogs() {
+  problems_.clear();
   const std::string combined = packageName_ + ".log";
   // Listed before the copy is made, so that the exception file is not appended to itself.
   const std::vector<std::string> others = OtherLogs(combined);
   std::uint64_t size = 0;
-  if (!files_.Size(exceptionFile_, size) && !IsRoot(logDir_)) {
-    files_.Copy(exceptionFile_, InLogDirectory(FileNameOf(exceptionFile_)));
+  if (!files_.Size(exceptionFile_, size) && IsLogDirectory(logDir_)) {
+    const std::string copy = InLogDirectory(FileNameOf(exceptionFile_));
+    if (const auto error = files_.Copy(exceptionFile_, copy))
+      problems_.push_back("cannot copy " + exceptionFile_ + " to " + copy + ": " + error.message());
   }
-  files_.AppendFile(InLogDirectory(combined), exceptionFile_);
-  for (const std::string& name : others) files_.AppendFile(InLogDirectory(name), exceptionFile_);
+  Gather(combined);
+  for (const std::string& name : others) Gather(name);
+}
+
+void ErrLogging::Gather(const std::string& name) {
+  const std::string log = InLogDirectory(name);
+  const auto error = files_.AppendFile(log, exceptionFile_);
+  // Not every package leaves a log of its own.
+  if (!error || error == std::errc::no_such_file_or_directory) return;
+  problems_.push_back("cannot append " + log + " to " + exceptionFile_ + ": " + error.message());
 }
 
 std::string ErrLogging::InLogDirectory(const std::string& name) const {
   return (EndsInSeparator(logDir_) ? logDir_ : logDir_ + "\\") + name;
 }
 
-std::vector<std::string> ErrLogging::OtherLogs(const std::string& combined) const {
+std::vector<std::string> ErrLogging::OtherLogs(const std::string& combined) {
   std::vector<std::string> others;
   // The directory's text as it stands is the pattern: without its separator it matches no file.
-  if (!EndsInSeparator(logDir_) || IsRoot(logDir_)) return others;
+  if (!EndsInSeparator(logDir_) || !IsLogDirectory(logDir_)) return others;
   std::vector<std::string> names;
-  files_.ListFiles(logDir_, names);
+  if (const auto error = files_.ListFiles(logDir_, names))
+    problems_.push_back("cannot list the logs in " + logDir_ + ": " + error.message());
   for (const std::string& name : names) {
     const bool isExceptionFile = files_.IsSameFile(InLogDirectory(name), exceptionFile_);
     if (name != combined && !isExceptionFile) others.push_back(name);

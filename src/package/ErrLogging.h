@@ -10,6 +10,9 @@ class Files;
 /// Makes a directory and those above it. One that exists, or that cannot be made, passes silently.
 void MakeDirectory(Files& files, const std::string& path);
 
+/// Whether runs use that directory as their log directory: a root never is one.
+bool IsLogDirectory(const std::string& path);
+
 /// The traces of one run: the log directory, emptied before the package is loaded and filled by the
 /// package, and the exception file, which receives what the package left there. Every step goes on
 /// whatever fails.
@@ -26,14 +29,19 @@ class ErrLogging {
   /// then every other file of the directory, in the file system's order, to the exception file.
   void CollectRunLogs();
 
+  /// What the last gathering could not do, and why.
+  const std::vector<std::string>& Problems() const { return problems_; }
+
  private:
+  void Gather(const std::string& name);
   std::string InLogDirectory(const std::string& name) const;
-  std::vector<std::string> OtherLogs(const std::string& combined) const;
+  std::vector<std::string> OtherLogs(const std::string& combined);
 
   Files& files_;
   std::string packageName_;
   std::string exceptionFile_;
   std::string logDir_;
+  std::vector<std::string> problems_;
 };
 
 }  // namespace torvik

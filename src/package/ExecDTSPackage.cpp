@@ -24,9 +24,9 @@ bool ExecDTSPackage::LoadPackage() {
   try {
     LoadFromServer();
     return true;
-  } catch (const PlatformError& error) {
+  } catch (const std::exception& error) {
     lastError_ = "Can not load DTS Package from SQL Server : " + DTSPackageName;
-    services_.messages.Report(lastError_ + ": " + error.Description());
+    services_.messages.Report(lastError_ + ": " + WordsOf(error));
     return false;
   }
 }

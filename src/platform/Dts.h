@@ -58,6 +58,8 @@ class PackageEvents {
   virtual void OnFinish(std::string_view step) = 0;
   /// An error's own words: of a step, or of the package (empty `step`).
   virtual void OnError(std::string_view step, std::string_view description) = 0;
+  /// What of the package's own log is missing, and why; the execution goes on.
+  virtual void OnLogTrouble(std::string_view description) = 0;
   /// Called every 100 ms while a step runs, so that pending events can be handled.
   virtual void OnIdle() = 0;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,10 @@ class FileReader {
   /// Reads up to `capacity` bytes into `buffer`; answers how many, 0 at the end of the file. On
   /// failure answers 0 and sets `error`.
   virtual std::size_t Read(char* buffer, std::size_t capacity, std::error_code& error) = 0;
+
+  /// A wait for a pipe's writer is given up, by the error operation_canceled, once this becomes
+  /// true. Null: nobody gives it up.
+  virtual void EndOn(const std::atomic<bool>*) {}
 };
 
 /// What a directory tells of a plain file.
@@ -36,6 +41,10 @@ class FileWriter {
   virtual std::error_code Write(std::string_view bytes) = 0;
   /// Brings what was written to disk and puts it in the file's place.
   virtual std::error_code Commit() = 0;
+
+  /// A wait for a pipe's reader is given up, by the error operation_canceled, once this becomes
+  /// true. Null: nobody gives it up.
+  virtual void EndOn(const std::atomic<bool>*) {}
 };
 
 /// Auto: reading, gzip when the file begins as gzip does; writing, when its name ends in ".gz".
@@ -57,8 +66,8 @@ class Files {
   /// Clear when the plain file at `path` can be opened for reading.
   virtual std::error_code CheckReadable(const std::string& path) = 0;
 
-  /// A pipe or a device may be read too. A plain file that gets shorter than what has been read of
-  /// it fails to be read on.
+  /// A pipe or a device may be read too; a pipe's first Read waits for its writer. A plain file
+  /// that gets shorter than what has been read of it fails to be read on.
   virtual std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) = 0;
 
   /// The same for a file that may be compressed: reads what was put in. Data that is cut off or
@@ -67,11 +76,13 @@ class Files {
                                                    std::error_code& error) = 0;
 
   /// Null and `error` set when the file cannot be written. `append`: behind what it holds already.
+  /// A pipe's first Write waits for its reader.
   virtual std::unique_ptr<FileWriter> OpenWrite(const std::string& path, bool append,
                                                 Compression compression,
                                                 std::error_code& error) = 0;
 
-  /// Appends `text` in one write, making the file when it is missing.
+  /// Appends `text` in one write, making the file when it is missing. Like all that follow, it
+  /// waits two seconds for the other end of a pipe.
   virtual std::error_code AppendText(const std::string& path, std::string_view text) = 0;
 
   /// The same for bytes that are written as they are.
@@ -79,8 +90,8 @@ class Files {
 
   /// Makes `text` the file's whole content: written beside it, brought to disk and renamed over it,
   /// so that a reader sees the old text or the new one. Where the directory does not allow a second
-  /// file, the path is not a plain file, or the disk is full and the text needs no room of its own,
-  /// it is written in place.
+  /// file, that file could not have the owner and the group of the one before, the path is not a
+  /// plain file, or the disk is full and the text needs no room of its own, it is written in place.
   virtual std::error_code ReplaceText(const std::string& path, std::string_view text) = 0;
 
   /// The same for bytes that are written as they are.
@@ -111,6 +122,10 @@ class Files {
   /// them.
   virtual std::error_code ListFiles(const std::string& directory,
                                     std::vector<std::string>& names) = 0;
+
+  /// The path itself when it is a full one, of either spelling; else the path from the current
+  /// directory on, in full.
+  virtual std::string FullPath(const std::string& path) = 0;
 
   /// True when both paths lead to one existing file.
   virtual bool IsSameFile(const std::string& a, const std::string& b) = 0;

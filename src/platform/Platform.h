@@ -14,6 +14,7 @@ class Console;
 class EventLog;
 class FileDialogs;
 class Files;
+class Locks;
 class Messages;
 class Processes;
 class Profile;
@@ -33,6 +34,7 @@ struct Platform {
   Clock& clock;
   Console& console;
   Files& files;
+  Locks& locks;
   Messages& messages;
   Processes& processes;
   Profile& profile;

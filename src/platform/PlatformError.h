@@ -1,5 +1,7 @@
 #pragma once
 
+#include <exception>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -26,5 +28,11 @@ struct PlatformError : std::runtime_error {
   /// True when the same call may succeed a little later: a lock, a deadlock, a lost connection.
   bool isTransient = false;
 };
+
+/// What an exception of any kind says to the user.
+inline std::string WordsOf(const std::exception& error) {
+  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return "there is not enough memory";
+  return error.what();
+}
 
 }  // namespace torvik

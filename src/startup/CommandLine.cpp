@@ -6,7 +6,10 @@ namespace torvik {
 
 std::string JoinArguments(const std::vector<std::string>& arguments) {
   std::string text;
-  for (const std::string& argument : arguments) {
+  for (std::string argument : arguments) {
+    // A shell that takes them from a file leaves its line's end at the last one.
+    while (!argument.empty() && (argument.back() == '\r' || argument.back() == '\n'))
+      argument.pop_back();
     if (!text.empty()) text += ' ';
     const bool asItStands = argument.find('"') != std::string::npos;
     const bool quoted =

@@ -22,7 +22,7 @@ inline constexpr int kDefaultMaxArgs = 50;
 
 /// The argument text of a program whose arguments the platform has split already: joined with
 /// blanks; an argument that is empty or holds a blank or a tab is put in double quotes, one that
-/// holds a double quote stays as it stands.
+/// holds a double quote stays as it stands. CR and LF at an argument's end are dropped.
 std::string JoinArguments(const std::vector<std::string>& arguments);
 
 /// The tokens of an argument text. Blanks and tabs separate; a double quote is dropped and turns

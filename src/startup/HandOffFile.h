@@ -7,7 +7,8 @@ namespace torvik {
 class Files;
 class Messages;
 
-/// The one line that tells the scheduler how to run the job later: an argument text for torvik.
+/// The one line that tells the scheduler how to run the job later: an argument text for torvik. The
+/// job file's path is a full one.
 std::string HandOffLine(const std::string& jobFile);
 
 /// The line that tells the scheduler that the operator gave up.

@@ -1,6 +1,7 @@
 #include "startup/OrvStatusFile.h"
 
 #include "platform/Files.h"
+#include "platform/Messages.h"
 
 namespace torvik {
 
@@ -11,7 +12,11 @@ bool OrvStatusFile::SetStatusFileName(const std::string& path) {
 
 bool OrvStatusFile::WriteStatusWord(std::string_view word) {
   if (path_.empty()) return false;
-  return !files_.ReplaceText(path_, std::string(word) + "\r\n");
+  const auto error = files_.ReplaceText(path_, std::string(word) + "\r\n");
+  if (error)
+    messages_.Report("cannot write \"" + std::string(word) + "\" to the status file " + path_ +
+                     ": " + error.message() + "; what it says is not of this run's end");
+  return !error;
 }
 
 }  // namespace torvik

@@ -6,12 +6,13 @@
 namespace torvik {
 
 class Files;
+class Messages;
 
 /// The completion status file: one word that tells a scheduler how the run goes. Without a name no
-/// status is kept. A write that fails is answered with false and reported nowhere else.
+/// status is kept. A write that fails is answered with false and said to whoever started the run.
 class OrvStatusFile {
  public:
-  explicit OrvStatusFile(Files& files) : files_(files) {}
+  OrvStatusFile(Files& files, Messages& messages) : files_(files), messages_(messages) {}
 
   /// An empty path means that no status file is kept. Always true.
   bool SetStatusFileName(const std::string& path);
@@ -26,6 +27,7 @@ class OrvStatusFile {
 
  private:
   Files& files_;
+  Messages& messages_;
   std::string path_;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -21,7 +22,7 @@ struct Program {
   /// `newAnimateForm` makes the form of a transfer's progress dialog.
   Program(const Platform& theirs, std::function<std::unique_ptr<AnimateForm>()> newAnimateForm)
       : platform(theirs),
-        statusFile(theirs.files),
+        statusFile(theirs.files, theirs.messages),
         log(theirs.files, theirs.messages),
         errLogging(theirs.files),
         remoteData(log, theirs.clock,
@@ -38,6 +39,7 @@ struct Program {
   CopyQuorFiles remoteData;
   DataWarehouse dataWarehouse;
   DataLinks dataLinks;
+  std::chrono::seconds waitForOtherRun{0};  ///< How long a run waits for one in its way.
   std::unique_ptr<MainForm> form;
 };
 

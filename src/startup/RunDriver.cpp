@@ -1,6 +1,9 @@
 #include "startup/RunDriver.h"
 
+#include <cstddef>
 #include <ctime>
+#include <exception>
+#include <memory>
 
 #include "package/ExecDTSPackage.h"
 #include "platform/Clock.h"
@@ -26,11 +29,24 @@ std::string HeaderLine(std::string label, const std::string& value) {
   return label + ": " + value;
 }
 
+/// For what must not keep the rest of an end from being done.
+template <typename Action>
+void Attempt(const Action& action) {
+  try {
+    action();
+  } catch (const std::exception&) {
+  }
+}
+
 /// The form is busy as long as this lives.
 class BusyForm {
  public:
-  explicit BusyForm(MainForm& form) : form_(form) { form_.SetBusy(true); }
-  ~BusyForm() { form_.SetBusy(false); }
+  explicit BusyForm(MainForm& form) : form_(form) {
+    Attempt([this] { form_.SetBusy(true); });
+  }
+  ~BusyForm() {
+    Attempt([this] { form_.SetBusy(false); });
+  }
   BusyForm(const BusyForm&) = delete;
   BusyForm& operator=(const BusyForm&) = delete;
 
@@ -43,26 +59,59 @@ class BusyForm {
 void RunDriver::Run() {
   if (form_.StartInConfigMode) return;
   if (!form_.CheckInputComplete()) return;
-  ExecuteJob();
-  const std::string exceptionLog = form_.ErrorFile();
-  if (form_.LogFile != exceptionLog && !form_.LogFile.empty()) {
-    if (const auto error = program_.platform.files.Copy(exceptionLog, form_.LogFile)) {
-      program_.platform.messages.Report("cannot copy the exception log " + exceptionLog + " to " +
-                                        form_.LogFile + ": " + error.message());
-    }
-  }
+  if (Execute()) Attempt([this] { CopyLog(); });
+  locks_.Release();
   form_.Close();
 }
 
 void RunDriver::ExecuteJob() {
-  const BusyForm busy(form_);
-  LoadAndExecute();
+  Execute();
+  locks_.Release();
 }
 
-void RunDriver::LoadAndExecute() {
-  program_.statusFile.SetStatusFileName(form_.StatusFile);
-  ExecDTSPackage& job = form_.FormToJob();
-  form_.ShowVerdict(RunVerdict::None);
+/// False when nothing was touched because another run stands in the way.
+bool RunDriver::Execute() {
+  const BusyForm busy(form_);
+  // Given back when memory has run out, so that the end can be told.
+  constexpr std::size_t kReserve = std::size_t{1} << 20;
+  std::unique_ptr<char[]> reserve;
+  hasVerdict_ = false;
+  try {
+    program_.statusFile.SetStatusFileName(form_.StatusFile);
+    reserve = std::make_unique_for_overwrite<char[]>(kReserve);
+    ExecDTSPackage& job = form_.FormToJob();
+    form_.ShowVerdict(RunVerdict::None);
+    if (!BeginsAlone(job)) return false;
+    LoadAndExecute(job);
+  } catch (const std::exception& error) {
+    reserve.reset();
+    Attempt([&] { EndUnexpectedly(WordsOf(error)); });
+  }
+  return true;
+}
+
+bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
+  program_.log.BeginRun();
+  std::string reason;
+  program_.log.ShowOnly(true);
+  try {
+    if (locks_.Take({form_.TorvConfigFile, job.LogFileDir, form_.StatusFile})) {
+      program_.log.ShowOnly(false);
+      return true;
+    }
+    reason = locks_.Reason();
+  } catch (const std::exception& error) {
+    reason = WordsOf(error);
+  }
+  program_.log.ShowOnly(false);
+  program_.platform.messages.Report("nothing was run: " + reason);
+  if (locks_.OwnsStatusFile()) Fail();
+  form_.ShowVerdict(RunVerdict::Failure);
+  ShowBox("Nothing was run: " + reason, "Torv Error");
+  return false;
+}
+
+void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   program_.statusFile.WriteStatusRunning();
   Log("Loading DTS Package : " + job.DTSPackageName);
   const bool loaded = job.LoadPackage();
@@ -110,27 +159,39 @@ bool RunDriver::StoreLinksAndFetchRemoteData(ExecDTSPackage& job) {
       program_.dataLinks.SaveAllDataLinks(program_.dataWarehouse.Connection());
     }
     return job.HandleRemoteData();
-  } catch (const PlatformError& error) {
-    Log("Error: the data links cannot be used: " + error.Description());
+  } catch (const std::exception& error) {
+    Log("Error: the data links cannot be used: " + WordsOf(error));
     return false;
   }
 }
 
 void RunDriver::ExecutePackage(ExecDTSPackage& job) {
-  RunProgress progress(form_, program_.platform.messages);
+  RunProgress progress(form_, program_.log, program_.platform.messages);
   std::string raised;
   try {
-    if (job.ExecPackage(progress)) {
-      Log("Executed succesfully ...");
-      program_.platform.files.Sync(job.ExceptionLogFile);
-      program_.statusFile.WriteStatusOk();
-      form_.ShowVerdict(RunVerdict::Ok);
-      return;
-    }
-  } catch (const PlatformError& error) {
-    raised = error.Description();
+    const bool hasSucceeded = job.ExecPackage(progress);
+    TellGatheringProblems();
+    if (hasSucceeded) return Succeed(job);
+  } catch (const std::exception& error) {
+    if (hasVerdict_) throw;
+    raised = WordsOf(error);
   }
   ReportExecuteFailure(job, raised);
+}
+
+void RunDriver::TellGatheringProblems() {
+  for (const std::string& problem : program_.errLogging.Problems()) program_.log.Missing(problem);
+}
+
+/// "ok" promises the data; what of the log is missing has been told by then.
+void RunDriver::Succeed(const ExecDTSPackage& job) {
+  Log("Executed succesfully ...");
+  if (const auto error = program_.platform.files.Sync(job.ExceptionLogFile);
+      error && program_.log.Losses().empty())
+    program_.log.Missing("cannot bring " + job.ExceptionLogFile + " to disk: " + error.message());
+  program_.statusFile.WriteStatusOk();
+  hasVerdict_ = true;
+  form_.ShowVerdict(RunVerdict::Ok);
 }
 
 void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::string& raised) {
@@ -147,9 +208,28 @@ void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::strin
   if (!raised.empty()) Log(raised);
 }
 
+/// Nothing of this may keep the rest from being done.
+void RunDriver::EndUnexpectedly(const std::string& reason) {
+  const std::string line = "Error: the run ended unexpectedly: " + reason;
+  Attempt([&] { Log(line); });
+  Attempt([&] { program_.platform.messages.Report(line); });
+  Attempt([&] { Fail(); });
+  Attempt([&] { ShowBox(line, "DTS Exec Error"); });
+}
+
 void RunDriver::Fail() {
+  if (hasVerdict_) return;
   program_.statusFile.WriteStatusFailure();
+  hasVerdict_ = true;
   form_.ShowVerdict(RunVerdict::Failure);
+}
+
+void RunDriver::CopyLog() {
+  const std::string exceptionLog = form_.ErrorFile();
+  if (form_.LogFile == exceptionLog || form_.LogFile.empty()) return;
+  if (const auto error = program_.platform.files.Copy(exceptionLog, form_.LogFile))
+    program_.log.Missing("cannot copy the exception log " + exceptionLog + " to " + form_.LogFile +
+                         ": " + error.message());
 }
 
 void RunDriver::Log(const std::string& text) {

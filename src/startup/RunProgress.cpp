@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "log/LogForm.h"
+#include "log/RunLog.h"
 #include "log/StepProgress.h"
 #include "platform/FetchProgress.h"
 #include "platform/Messages.h"
@@ -42,6 +43,10 @@ void RunProgress::OnError(std::string_view step, std::string_view description) {
   if (!step.empty()) form_.ShowStep({std::string(step), StepState::Failed, 0});
   const std::string where = step.empty() ? "" : "step '" + std::string(step) + "': ";
   messages_.Report(where + std::string(description));
+}
+
+void RunProgress::OnLogTrouble(std::string_view description) {
+  log_.Missing(std::string(description));
 }
 
 void RunProgress::OnIdle() {

@@ -9,6 +9,7 @@ namespace torvik {
 struct FetchProgress;
 class LogForm;
 class Messages;
+class RunLog;
 
 /// What the status bar shows of the fetching of remote data.
 std::string FetchText(const FetchProgress& progress);
@@ -16,16 +17,19 @@ std::string FetchText(const FetchProgress& progress);
 /// Shows an execution in the form's status bar and keeps the form responsive meanwhile.
 class RunProgress final : public dts::PackageEvents {
  public:
-  RunProgress(LogForm& form, Messages& messages) : form_(form), messages_(messages) {}
+  RunProgress(LogForm& form, RunLog& log, Messages& messages)
+      : form_(form), log_(log), messages_(messages) {}
 
   void OnStart(std::string_view step) override;
   void OnProgress(std::string_view step, std::int64_t rows) override;
   void OnFinish(std::string_view step) override;
   void OnError(std::string_view step, std::string_view description) override;
+  void OnLogTrouble(std::string_view description) override;
   void OnIdle() override;
 
  private:
   LogForm& form_;
+  RunLog& log_;
   Messages& messages_;
 };
 

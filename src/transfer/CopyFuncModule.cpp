@@ -3,6 +3,7 @@
 #include "log/RunLog.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
+#include "platform/PlatformError.h"
 #include "platform/Shell.h"
 
 namespace torvik {
@@ -28,9 +29,15 @@ bool CopyFuncModule::ShareCopyFiles(std::string& sourceDir, const std::string& l
   copy.to = localDir;
   copy.flags = kFilesOnly | kSilent | kNoConfirmation | kNoErrorInterface;
   copy.progressTitle = "Please wait......  Copying data file to local server";
-  if (services_.shell.SHFileOperationA(copy) == 0) return true;
+  std::string reason;
+  try {
+    if (services_.shell.SHFileOperationA(copy) == 0) return true;
+    reason = services_.shell.CopyFailure();
+  } catch (const std::exception& error) {
+    reason = sourceDir + ": " + WordsOf(error);
+  }
   messages.Box("Couldn't copy all files", kProgram, BoxIcon::None);
-  messages.Report(services_.shell.CopyFailure());
+  messages.Report(reason);
   return false;
 }
 

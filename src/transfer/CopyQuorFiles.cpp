@@ -59,9 +59,11 @@ RemoteStatus CopyQuorFiles::PollUntilReady(Remote& remote, std::int16_t pollInte
   while (Product(pollInterval, attempts) < pollDuration) {
     ++attempts;
     const RemoteStatus status = ReadStatus(remote);
+    // Without an interval no wait lets events in.
+    messages_.PumpEvents();
     if (pollCancelRequested_) return RemoteStatus::GiveUp;
     if (status != RemoteStatus::KeepPolling) return status;
-    WaitMinutes(pollInterval);
+    if (Product(pollInterval, attempts) < pollDuration) WaitMinutes(pollInterval);
   }
   // The number of attempts is compared, not the time: a longer interval ends without a word.
   if (attempts == pollDuration) log_.EchoToLog("Polling for Remote Data Timed out ...");
@@ -87,18 +89,34 @@ void CopyQuorFiles::WaitMinutes(std::int32_t minutes) {
 
 bool CopyQuorFiles::FetchByFtp(Remote& remote, const std::string& localDir) {
   const auto& [server, user, password] = remote.logon;
-  ftp_.FtpWriteStatus(server, user, password, remote.directory, "idle");
-  log_.EchoToLog("Copying Remote Data via FTP");
-  if (ftp_.FtpGetDirectory(server, remote.directory, localDir, user, password)) return true;
-  ftp_.FtpWriteStatus(server, user, password, remote.directory, "ready");
-  return false;
+  const auto write = [&](const char* word) {
+    ftp_.FtpWriteStatus(server, user, password, remote.directory, word);
+  };
+  return Fetch(write, [&] {
+    log_.EchoToLog("Copying Remote Data via FTP");
+    return ftp_.FtpGetDirectory(server, remote.directory, localDir, user, password);
+  });
 }
 
 bool CopyQuorFiles::FetchFromShare(Remote& remote, const std::string& localDir) {
-  share_.ShareWriteStatus(remote.directory, "idle");
-  log_.EchoToLog("Copying Remote Data from Share");
-  if (share_.ShareCopyFiles(remote.directory, localDir)) return true;
-  share_.ShareWriteStatus(remote.directory, "ready");
+  const auto write = [&](const char* word) { share_.ShareWriteStatus(remote.directory, word); };
+  return Fetch(write, [&] {
+    log_.EchoToLog("Copying Remote Data from Share");
+    return share_.ShareCopyFiles(remote.directory, localDir);
+  });
+}
+
+/// Claims the data, and hands it back unless all of it comes.
+template <typename Write, typename Copy>
+bool CopyQuorFiles::Fetch(const Write& write, const Copy& copy) {
+  write("idle");
+  try {
+    if (copy()) return true;
+  } catch (...) {
+    write("ready");
+    throw;
+  }
+  write("ready");
   return false;
 }
 

@@ -33,6 +33,7 @@ class CopyQuorFiles {
 
   /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
+  void ForgetCancel() { pollCancelRequested_ = false; }
   bool IsCancelRequested() const { return pollCancelRequested_; }
 
  private:
@@ -43,6 +44,8 @@ class CopyQuorFiles {
   void WaitMinutes(std::int32_t minutes);
   bool FetchByFtp(Remote& remote, const std::string& localDir);
   bool FetchFromShare(Remote& remote, const std::string& localDir);
+  template <typename Write, typename Copy>
+  bool Fetch(const Write& write, const Copy& copy);
 
   RunLog& log_;
   Clock& clock_;

@@ -3,6 +3,7 @@
 #include "log/RunLog.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
+#include "platform/PlatformError.h"
 #include "platform/Shell.h"
 #include "transfer/CopyAnimDlg.h"
 
@@ -14,6 +15,7 @@ constexpr const char* kNoInternet = "The Internet connection is not available";
 constexpr const char* kNoLogin =
     "Login failed! FTP site doesn't exist or the password is incorrect!";
 
+constexpr const char* kUnexpected = "Unexpected error occurred!";
 constexpr const char* kTransferring = "Please wait..... Transfering remote data with FTP";
 constexpr int kCopyClip = 1;
 
@@ -73,7 +75,7 @@ void FtpFuncModule::Warn(const std::string& text) {
 
 bool FtpFuncModule::FtpCheckRights(const std::string& server, const std::string& fileName,
                                    const std::string& remoteDir, const std::string& user,
-                                   const std::string& password) {
+                                   const std::string& password) try {
   const std::string path = PathIn(remoteDir, fileName);
   const std::string testPath = path + "test";
   Session session(services_.internet);
@@ -92,11 +94,14 @@ bool FtpFuncModule::FtpCheckRights(const std::string& server, const std::string&
   if (session.Connect(server, user, password))
     session.client.FtpDeleteFileA(session.connection, testPath);
   return true;
+} catch (const std::exception& error) {
+  Warn(kUnexpected + WordsOf(error));
+  return false;
 }
 
 bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remoteDir,
                                     const std::string& localDir, const std::string& user,
-                                    const std::string& password) {
+                                    const std::string& password) try {
   AddSlash(remoteDir);
   if (!services_.shell.Exists(localDir)) services_.files.MakeDirectory(localDir);
   Session session(services_.internet);
@@ -109,6 +114,9 @@ bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remo
   } else {
     return GetFiles(session, remoteDir, localDir);
   }
+  return false;
+} catch (const std::exception& error) {
+  log_.EchoToLog(kUnexpected + WordsOf(error));
   return false;
 }
 
@@ -155,7 +163,8 @@ bool FtpFuncModule::LogFailure(Session& session, std::uint32_t code) {
 }
 
 RemoteStatus FtpFuncModule::FtpReadStatus(const std::string& server, std::string& remoteDir,
-                                          const std::string& user, const std::string& password) {
+                                          const std::string& user,
+                                          const std::string& password) try {
   AddSlash(remoteDir);
   Session session(services_.internet);
   const bool isOpen = session.Open();
@@ -174,11 +183,14 @@ RemoteStatus FtpFuncModule::FtpReadStatus(const std::string& server, std::string
     return RemoteStatus::GiveUp;
   }
   return ParseStatusWord(text);
+} catch (const std::exception& error) {
+  services_.messages.Box(kUnexpected + WordsOf(error), "Check Status", BoxIcon::Exclamation);
+  return RemoteStatus::KeepPolling;
 }
 
 void FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string& user,
                                    const std::string& password, std::string& remoteDir,
-                                   const std::string& word) {
+                                   const std::string& word) try {
   AddSlash(remoteDir);
   Session session(services_.internet);
   if (!session.Open()) {
@@ -188,6 +200,8 @@ void FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string&
   } else if (session.OpenFile(remoteDir + kStatusFile, wininet::FileAccess::Write)) {
     session.client.InternetWriteFile(session.file, word + "\r\n");
   }
+} catch (const std::exception& error) {
+  log_.EchoToLog(kUnexpected + WordsOf(error));
 }
 
 std::string TrimAtNul(std::string_view text) {

@@ -50,7 +50,7 @@ void frmRunnerMain::FinishSchedulerConfiguration() {
         "QXJob Config mode");
   if (!SaveJobFile(TorvConfigFile)) return;
   WriteHandOffFile(program_.platform.files, program_.platform.messages, QXJobConfigFile,
-                   HandOffLine(TorvConfigFile));
+                   HandOffLine(program_.platform.files.FullPath(TorvConfigFile)));
   Close();
 }
 

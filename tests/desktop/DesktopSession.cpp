@@ -48,9 +48,9 @@ void DesktopSession::Start(const std::string& argumentText) {
   desktop_ = NewQtDesktop({*platform_.messages, *platform_.neighbourhood});
   program_ = std::make_unique<Program>(
       Platform{*platform_.databases, *packages_, platform_.codePages->Ansi(), *platform_.clock,
-               *platform_.console, *platform_.files, desktop_->Boxes(), *platform_.processes,
-               *platform_.profile, *platform_.shell, *platform_.internet, *platform_.registry,
-               desktop_->Browser(), desktop_->Dialogs()},
+               *platform_.console, *platform_.files, *platform_.locks, desktop_->Boxes(),
+               *platform_.processes, *platform_.profile, *platform_.shell, *platform_.internet,
+               *platform_.registry, desktop_->Browser(), desktop_->Dialogs()},
       [this] {
         auto form = std::make_unique<frmAnimate>(desktop_->Boxes());
         desktop_->ShowForm(*form);

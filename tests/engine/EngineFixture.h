@@ -42,6 +42,9 @@ struct RecordedEvents : dts::PackageEvents {
   void OnError(std::string_view step, std::string_view description) override {
     errors += std::string(step) + ": " + std::string(description) + "\n";
   }
+  void OnLogTrouble(std::string_view description) override {
+    errors += ": " + std::string(description) + "\n";
+  }
   void OnIdle() override {}
 
   std::string order, errors;

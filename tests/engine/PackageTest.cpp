@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "engine/EngineFixture.h"
+#include "fakes/NoThreads.h"
 
 namespace torvik::engine {
 namespace {
@@ -125,6 +126,26 @@ TEST_F(PackageTest, ACallerThatFailsEndsTheRun) {
   FailingEvents events;
   EXPECT_THROW(package->Execute(events), std::runtime_error);
   EXPECT_EQ(Query("SELECT COUNT(*) FROM t"), "0");
+}
+
+/// All of it on the thread there is, with its events.
+TEST_F(PackageTest, WithoutThreadsItRuns) {
+  const NoThreads none;
+  disk_.Write("rows.csv", "a\n1\n2\n");
+  warehouse_->Execute("CREATE TABLE t (a INTEGER)");
+  const RunResult run = Run(
+      "P", Head("P", "max_concurrent_steps = 4\n") +
+               "[[connections]]\nname = \"file\"\nprovider = \"DTSFlatFile\"\nproperties = { "
+               "\"Data Source\" = '" +
+               disk_.PathOf("rows.csv") + "', \"First Row Column Name\" = true }\n" +
+               Step("pump", "DataPump", "source = \"file\"\ndestination = \"dw\"\ntable = \"t\"") +
+               Sql("fails", "no statement", "after = [{ step = \"pump\" }]") +
+               Sql("on failure", "INSERT INTO t VALUES (3)",
+                   "after = [{ step = \"fails\", on = \"failure\" }]"));
+  EXPECT_EQ(run.ends, "SFS") << run.raised << run.events.errors;
+  EXPECT_EQ(run.events.order, "pump< pump> fails< fails> on failure< on failure> ");
+  EXPECT_EQ(Query("SELECT a FROM t ORDER BY a"), "1 2 3");
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("allows no further thread"));
 }
 
 }  // namespace

@@ -120,6 +120,11 @@ struct FakeFiles final : Files {
       if (ParentOf(path) == Key(directory)) names.push_back(path.substr(path.rfind('/') + 1));
     return {};
   }
+  std::string FullPath(const std::string& path) override {
+    return path.find(':') == std::string::npos && path[0] != '/' && path[0] != '\\'
+               ? "C:/here/" + path
+               : path;
+  }
   bool IsSameFile(const std::string& a, const std::string& b) override {
     return Key(a) == Key(b) && Exists(a);
   }

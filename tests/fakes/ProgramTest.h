@@ -11,6 +11,7 @@
 #include "fakes/FakeConsole.h"
 #include "fakes/FakeDts.h"
 #include "fakes/FakeFiles.h"
+#include "fakes/FakeLocks.h"
 #include "fakes/FakeMessages.h"
 #include "fakes/FakePickers.h"
 #include "fakes/FakeProcesses.h"
@@ -32,6 +33,7 @@ struct ProgramTest : ::testing::Test {
   FakeClock clock;
   FakeConsole console;
   FakeFiles files;
+  FakeLocks locks;
   FakeMessages messages;
   FakeProcesses processes;
   FakeProfile profile;
@@ -42,7 +44,7 @@ struct ProgramTest : ::testing::Test {
   FakeFileDialogs dialogs;
   FakeAnimateForms animateForms;
   std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
-  Program program{{ado, host, codePages->Ansi(), clock, console, files, messages, processes,
+  Program program{{ado, host, codePages->Ansi(), clock, console, files, locks, messages, processes,
                    profile, shell, internet, registry, browser, dialogs},
                   [this] { return animateForms.New(); }};
 

@@ -45,6 +45,24 @@ TEST_F(RunLogTest, ALogThatCannotBeWrittenIsReportedOnce) {
   log.EchoToLog("two");
   EXPECT_THAT(messages.reports, ElementsAre(HasSubstr("err.txt: No space left")));
   EXPECT_THAT(form.statuses, ElementsAre("one", "two"));
+  files.failing.clear();
+  log.EchoToLog("three");
+  EXPECT_EQ(files.Text("err.txt"),
+            "\r\nError: 2 lines of this log could not be written\r\nthree\r\n");
+  EXPECT_THAT(log.Losses(), ElementsAre(HasSubstr("err.txt: No space left")));
+}
+
+TEST_F(RunLogTest, WhatElseIsMissingIsToldOnceAndForgottenWithTheRun) {
+  log.Missing("gone");
+  log.Missing("gone");
+  EXPECT_THAT(messages.reports, ElementsAre("gone"));
+  EXPECT_EQ(files.Text("err.txt"), "Error: the log is incomplete: gone\r\n");
+  log.BeginRun();
+  EXPECT_TRUE(log.Losses().empty());
+  log.ShowOnly(true);
+  log.EchoToLog("not in another run's log");
+  EXPECT_THAT(files.Text("err.txt"), testing::Not(HasSubstr("another")));
+  EXPECT_EQ(form.statuses.back(), "not in another run's log");
 }
 
 }  // namespace

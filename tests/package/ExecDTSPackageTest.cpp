@@ -31,6 +31,7 @@ struct NoEvents final : dts::PackageEvents {
   void OnProgress(std::string_view, std::int64_t) override {}
   void OnFinish(std::string_view) override {}
   void OnError(std::string_view, std::string_view) override {}
+  void OnLogTrouble(std::string_view) override {}
   void OnIdle() override {}
 };
 

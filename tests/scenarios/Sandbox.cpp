@@ -97,8 +97,8 @@ RunningProgram Sandbox::Start(const std::vector<std::string>& command) const {
   argv.push_back(nullptr);
   program.pid = fork();
   if (program.pid == 0) {
-    const int flags = O_WRONLY | O_CREAT | O_TRUNC;
-    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     dup2(open(program.outFile.c_str(), flags, 0600), STDOUT_FILENO);
     dup2(open(program.errFile.c_str(), flags, 0600), STDERR_FILENO);
     setenv("TORVIK_CONF", PathOf("torvik.conf").c_str(), 1);

@@ -44,7 +44,8 @@ TEST(CommandLine, ArgumentsThatThePlatformHasSplitAreJoinedSoThatTheyComeOutAgai
       {{"-configfile", "my job.etl", ""}, R"(-configfile "my job.etl" "")"},
       {{"a\tb"}, "\"a\tb\""},
       // A hand-off line that a shell has split at its blanks.
-      {{"-configfile", "\"my", "job.etl\""}, R"(-configfile "my job.etl")"},
+      {{"-configfile", "\"my", "job.etl\"\r"}, R"(-configfile "my job.etl")"},
+      {{"-statusfile", "s.txt\r\n"}, "-statusfile s.txt"},
   };
   for (const auto& c : cases) EXPECT_EQ(JoinArguments(c.arguments), c.text);
 }

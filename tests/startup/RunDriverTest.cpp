@@ -135,6 +135,170 @@ TEST_F(ProgramTest, FailuresEndInTheirLinesAndStatusWords) {
   }
 }
 
+/// Whatever is thrown, wherever: the log says it, the word is "failure", the log's copy is made.
+TEST_F(ProgramTest, NoExceptionLeavesARun) {
+  const struct {
+    const char* behindLine;  // of the log, the last one before it; null: in the package
+    const char* told;
+  } places[] = {
+      {"Loading DTS", "Error: the run ended unexpectedly: "},
+      {"Run at", "Error: the run ended unexpectedly: "},
+      {"Loaded DTS", "Error: "},
+      {"Executing DTS", "Error: the run ended unexpectedly: "},
+      {nullptr, "Error: DTS Package Execute error"},
+      {"the package's own", "Error: "},
+  };
+  const auto raise = [](bool isMemory) {
+    if (isMemory) throw std::bad_alloc();
+    throw std::runtime_error("no thread");
+  };
+  for (const auto& place : places)
+    for (const bool isMemory : {true, false}) {
+      SCOPED_TRACE(place.behindLine == nullptr ? "package" : place.behindLine);
+      host.state.onExecute = [&](auto&) {
+        files.Put("logs\\Sales_LoadDW.log", "the package's own log\r\n");
+        if (place.behindLine == nullptr) raise(isMemory);
+      };
+      if (program.dataWarehouse.HasBeenOpened()) program.dataWarehouse.Connection().Close();
+      for (const char* file : {"err.txt", "copy.txt", "s.txt"}) files.Remove(file);
+      bool isRaised = place.behindLine == nullptr;
+      messages.onPump = [&] {
+        const std::string text = files.Text("err.txt");
+        const std::size_t line = text.rfind("\r\n", text.size() - 3);
+        if (isRaised ||
+            text.find(place.behindLine, line == std::string::npos ? 0 : line) == std::string::npos)
+          return;
+        isRaised = true;
+        raise(isMemory);
+      };
+      Start("-configfile job.etl -statusfile s.txt -logfile copy.txt");
+      EXPECT_TRUE(isRaised);
+      EXPECT_EQ(files.Text("s.txt"), "failure\r\n");
+      EXPECT_THAT(files.Text("err.txt"), HasSubstr(place.told));
+      EXPECT_THAT(files.Text("err.txt"),
+                  HasSubstr(isMemory ? "there is not enough memory" : "no thread"));
+      EXPECT_EQ(files.Text("copy.txt"), files.Text("err.txt"));
+      EXPECT_FALSE(Form().IsOpen());
+      EXPECT_FALSE(Form().Busy.Get());
+    }
+}
+
+TEST_F(ProgramTest, OkPromisesTheDataAndSaysWhatOfTheLogIsMissing) {
+  host.state.onExecute = [this](dts::PackageEvents& events) {
+    files.Put("logs\\Sales_LoadDW.log", "text");
+    files.Put("logs\\other.log", "other");
+    files.Fail("logs\\Sales_LoadDW.log", std::errc::io_error);
+    events.OnLogTrouble("the package's log is cut off");
+  };
+  files.Fail("copy.txt");
+  Start("-configfile job.etl -statusfile s.txt -logfile copy.txt");
+  EXPECT_EQ(files.Text("s.txt"), "ok\r\n");
+  EXPECT_THAT(program.log.Losses(),
+              ElementsAre("the package's log is cut off",
+                          "cannot append logs\\Sales_LoadDW.log to err.txt: Input/output error",
+                          "cannot copy the exception log err.txt to copy.txt: Permission denied"));
+  EXPECT_EQ(messages.reports, program.log.Losses());
+  for (const std::string& loss : program.log.Losses())
+    EXPECT_THAT(files.Text("err.txt"), HasSubstr("Error: the log is incomplete: " + loss));
+  EXPECT_THAT(LogAfter("other"), HasSubstr("Executed succesfully ...\r\n"));
+}
+
+TEST_F(ProgramTest, AStatusFileThatCannotBeWrittenIsToldAndTheRunGoesOn) {
+  files.Fail("s.txt");
+  Start("-configfile job.etl -statusfile s.txt");
+  EXPECT_THAT(messages.reports,
+              ElementsAre(HasSubstr("\"running\" to the status file s.txt: Permission denied"),
+                          HasSubstr("\"ok\" to the status file s.txt: Permission denied")));
+  EXPECT_THAT(LogAfter("Executing"), HasSubstr("Executed succesfully ...\r\n"));
+}
+
+TEST_F(ProgramTest, OneRunOfAJobAndInALogDirectoryAtATime) {
+  files.Put("logs\\of the other.log", "kept");
+  const struct {
+    const char* what;
+    std::function<void()> arrange;
+    const char* status;  // what stands in the status file, which said "old"
+    const char* reason;
+  } cases[] = {
+      {"another status file",
+       [&] {
+         locks.others = {{"job.etl", "process 7"}};
+       },
+       "failure\r\n", "nothing was run: the job job.etl is in use by another run: process 7"},
+      {"its status file",
+       [&] {
+         locks.others = {{"job.etl", "process 7"}};
+         locks.othersNames = {"s.txt"};
+       },
+       "old", "nothing was run: the job job.etl is in use by another run: process 7"},
+      {"log directory",
+       [&] {
+         locks.others = {{"logs\\", "process 8"}};
+       },
+       "failure\r\n",
+       "nothing was run: the log directory logs\\ is in use by another run: process 8"},
+      {"no descriptors",
+       [&] {
+         locks.failing = {{"job.etl", std::errc::too_many_files_open}};
+       },
+       "failure\r\n",
+       "nothing was run: the job job.etl cannot be locked against another run: Too many open "
+       "files"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    locks.others.clear(), locks.othersNames.clear(), locks.failing.clear();
+    messages.reports.clear();
+    files.Put("s.txt", "old");
+    c.arrange();
+    Start("-configfile job.etl -statusfile s.txt -logfile copy.txt");
+    EXPECT_THAT(messages.reports, ElementsAre(c.reason));
+    EXPECT_EQ(files.Text("s.txt"), c.status);
+    EXPECT_EQ(files.Text("logs\\of the other.log"), "kept");
+    EXPECT_FALSE(files.Exists("err.txt"));
+    EXPECT_FALSE(files.Exists("copy.txt"));
+    EXPECT_THAT(host.state.calls, IsEmpty());
+    EXPECT_THAT(locks.held, IsEmpty());
+    EXPECT_FALSE(Form().IsOpen());
+  }
+}
+
+TEST_F(ProgramTest, ARunHoldsItsLocksToItsEndAndOneThatCannotBeLockedRuns) {
+  host.state.onExecute = [this](auto&) {
+    EXPECT_THAT(locks.held, ElementsAre("name s.txt", "job.etl"));
+  };
+  locks.failing = {{"logs\\", std::errc::no_lock_available}};
+  Start("-configfile job.etl -statusfile s.txt");
+  EXPECT_THAT(messages.reports, ElementsAre(HasSubstr("logs\\ cannot be locked against another")));
+  EXPECT_EQ(files.Text("s.txt"), "ok\r\n");
+  EXPECT_THAT(locks.held, IsEmpty());
+}
+
+TEST_F(ProgramTest, ARunWaitsForAnotherOneAsLongAsTheSettingsSay) {
+  program.waitForOtherRun = std::chrono::seconds(60);
+  enum { Ends, Stays, OperatorCloses };
+  for (const int other : {Ends, Stays, OperatorCloses}) {
+    SCOPED_TRACE(other);
+    messages.reports.clear();
+    files.Remove("err.txt");
+    locks.others = {{"job.etl", "process 7"}};
+    const auto start = clock.steady;
+    bool isOver = false;
+    messages.onPump = [&, start] {
+      if (isOver || clock.steady - start < std::chrono::seconds(30)) return;
+      isOver = true;
+      if (other == Ends) locks.others.clear();
+      if (other == OperatorCloses) Form().cmdClose_Click();
+    };
+    Start("-configfile job.etl -statusfile s.txt");
+    EXPECT_THAT(messages.reports[0],
+                "waiting: the job job.etl is in use by another run: process 7");
+    EXPECT_NEAR((clock.steady - start) / std::chrono::seconds(1), other == Stays ? 60 : 30, 1);
+    EXPECT_EQ(files.Text("s.txt"), other == Ends ? "ok\r\n" : "failure\r\n");
+    EXPECT_EQ(files.Exists("err.txt"), other == Ends);
+  }
+}
+
 TEST_F(ProgramTest, CloseDuringARunWaitsForItsEnd) {
   host.state.onExecute = [this](dts::PackageEvents& events) {
     EXPECT_FALSE(Form().cmdExecute.Enabled.Get());
@@ -179,7 +343,7 @@ TEST_F(ProgramTest, SchedulerConfigurationHandsOverOneLine) {
   EXPECT_THAT(host.state.calls, IsEmpty());  // nothing is run
   Form().txtDestServer.Text.Set("DWTEST");
   Form().cmdExecute_Click();
-  EXPECT_EQ(files.Text("hand.txt"), "-configfile \"job.etl\"\r\n");
+  EXPECT_EQ(files.Text("hand.txt"), "-configfile \"C:/here/job.etl\"\r\n");
   EXPECT_EQ(profile.Find("job.etl", "Datawarehouse Server Info", "DWServer")->value, "DWTEST");
   EXPECT_FALSE(Form().IsOpen());
 
@@ -199,13 +363,17 @@ TEST_F(ProgramTest, SchedulerConfigurationHandsOverOneLine) {
   EXPECT_FALSE(Form().IsOpen());
 }
 
-TEST_F(ProgramTest, AHandOffFileThatCannotBeWrittenIsShown) {
+TEST_F(ProgramTest, AHandOffFileThatCannotBeWrittenIsShownAndTheFormCloses) {
   files.Fail("hand.txt");
-  Start("-config hand.txt");
-  Form().cmdClose_Click();
-  ASSERT_EQ(messages.boxes.size(), 1u);
-  EXPECT_EQ(messages.boxes[0].text, "Unable to write to : hand.txt\r\nPermission denied");
-  EXPECT_EQ(messages.boxes[0].title, "Save QXJob Config file");
+  for (const bool isExit : {true, false}) {
+    messages.boxes.clear();
+    Start("-config hand.txt -configfile job.etl");
+    isExit ? Form().cmdExecute_Click() : Form().cmdClose_Click();
+    ASSERT_EQ(messages.boxes.size(), 1u);
+    EXPECT_EQ(messages.boxes[0].text, "Unable to write to : hand.txt\r\nPermission denied");
+    EXPECT_EQ(messages.boxes[0].title, "Save QXJob Config file");
+    EXPECT_FALSE(Form().IsOpen());
+  }
 }
 
 TEST_F(ProgramTest, LogonOptionsOpenAndCloseTheirFields) {

@@ -109,13 +109,13 @@ TEST_F(RemoteData, IntervalAndDurationLimitTheReads) {
     std::ptrdiff_t reads;
     std::int64_t minutes;
     bool hasTimedOut;  ///< Said only when the reads are as many as the minutes.
-  } cases[] = {{1, 3, 3, 3, true},
-               {5, 60, 12, 60, false},
-               {2, 3, 2, 4, false},
+  } cases[] = {{1, 3, 3, 2, true},
+               {5, 60, 12, 55, false},
+               {2, 3, 2, 2, false},
                {1, 0, 0, 0, true},
                {5, -1, 0, 0, false},
-               {7, 1, 1, 7, true},
-               {2, 32767, 16384, 32768, false}};
+               {7, 1, 1, 0, true},
+               {2, 32767, 16384, 32766, false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.interval) + " in " + std::to_string(c.duration));
     internet_.calls.clear();
@@ -142,7 +142,7 @@ TEST_F(RemoteData, WhatTheProviderSaysLaterCountsUnlessThePollIsCancelled) {
     };
     began_ = clock_.steady;
     EXPECT_EQ(!isCancelled, PollFtp(1, 10));
-    EXPECT_NEAR(isCancelled ? 99.8 : 120, (clock_.steady - began_) / 1.0s, 0.11);
+    EXPECT_NEAR(isCancelled ? 99.5 : 120, (clock_.steady - began_) / 1.0s, 0.11);
     EXPECT_EQ(isCancelled ? "ready" : "idle\r\n", status_);
   }
 }
@@ -186,6 +186,45 @@ TEST_F(RemoteData, AnFtpServerThatFailsIsToldAndItsDataHandedBack) {
     EXPECT_EQ(0U, internet_.OpenHandles());
   }
   EXPECT_EQ("1", internet_.downloaded["C:/in/a"]) << "files that came stay";
+}
+
+TEST_F(RemoteData, WithoutAnIntervalEventsAreLetInAtEachLook) {
+  status_ = "running";
+  int looks = 0;
+  messages_.onPump = [&] {
+    if (++looks == 1000) transfer_.CancelPolling();
+  };
+  EXPECT_FALSE(PollFtp(0, 1));
+  EXPECT_EQ(0, MinutesWaited());
+  EXPECT_NEAR(1000, Reads(), 10);
+}
+
+TEST_F(RemoteData, WhatFailsUnexpectedlyIsToldAndTheDataHandedBack) {
+  const struct {
+    std::string behind;  // the log's end when it fails
+    std::string told;
+    bool leaves;
+  } cases[] = {{"Copying Remote Data via FTP\n", "Unexpected error occurred!no thread\n", false},
+               {"Copying Remote Data via FTP\n", "", true}};
+  for (const auto& c : cases) {
+    status_ = "ready";
+    // Events are let in behind each line, and before the first file.
+    int pumps = c.leaves ? 1 : 2;
+    messages_.onPump = [&] {
+      std::string text = files_.Text("err.txt");
+      std::erase(text, '\r');
+      if (!text.ends_with(c.behind) || --pumps != 0) return;
+      throw std::runtime_error("no thread");
+    };
+    if (c.leaves)
+      EXPECT_THROW(PollFtp(), std::runtime_error);
+    else
+      EXPECT_FALSE(PollFtp());
+    EXPECT_EQ("ready\r\n", status_);
+    EXPECT_EQ(kPolling + c.behind + c.told, Log());
+    EXPECT_EQ(0U, internet_.OpenHandles());
+  }
+  messages_.onPump = nullptr;
 }
 
 TEST_F(RemoteData, AShareIsCopiedAndItsErrorsAreToldInBoxes) {

@@ -23,11 +23,13 @@ std::size_t Distance(const char* from, const char* to) {
 
 }  // namespace
 
-BlockReader::BlockReader(Files& files, std::string path, Compression compression)
+BlockReader::BlockReader(Files& files, std::string path, Compression compression,
+                         const std::atomic<bool>* cancelled)
     : path_(std::move(path)) {
   std::error_code error;
   file_ = files.OpenUnpacked(path_, compression, error);
   if (error || !file_) throw RowError::CannotOpen(path_, error);
+  file_->EndOn(cancelled);
   kept_.resize(kLongestByteOrderMark);
   kept_.resize(Fill(kept_.data(), 0, kept_.size()));
 }

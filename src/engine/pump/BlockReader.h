@@ -28,8 +28,10 @@ class BlockReader {
   /// the processor's cache.
   static constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
 
-  /// Throws RowError when the file cannot be opened or its start not be read.
-  BlockReader(Files& files, std::string path, Compression compression);
+  /// `cancelled` ends a wait for a pipe's writer. Throws RowError when the file cannot be opened or
+  /// its start not be read.
+  BlockReader(Files& files, std::string path, Compression compression,
+              const std::atomic<bool>* cancelled);
   ~BlockReader();
 
   /// The file's first bytes, before any block.

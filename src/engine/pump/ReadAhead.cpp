@@ -1,5 +1,6 @@
 #include "engine/pump/ReadAhead.h"
 
+#include <system_error>
 #include <utility>
 
 namespace torvik::engine {
@@ -11,7 +12,11 @@ constexpr std::size_t kBatches = 3;
 
 ReadAhead::ReadAhead(Fill fill) : fill_(std::move(fill)) {
   for (std::size_t i = 0; i < kBatches; ++i) free_.push_back(std::make_unique<RowBatch>());
-  thread_ = std::thread([this] { Run(); });
+  try {
+    thread_ = std::thread([this] { Run(); });
+  } catch (const std::system_error&) {
+    // Whoever takes a batch fills it then.
+  }
 }
 
 ReadAhead::~ReadAhead() {
@@ -20,10 +25,11 @@ ReadAhead::~ReadAhead() {
     stopped_ = true;
   }
   changed_.notify_all();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 RowBatch* ReadAhead::Next() {
+  if (!thread_.joinable()) return fill_(*free_.front()) ? free_.front().get() : nullptr;
   std::unique_lock lock(mutex_);
   if (taken_) free_.push_back(std::move(taken_));
   changed_.notify_all();

@@ -13,8 +13,9 @@
 
 namespace torvik::engine {
 
-/// Fills batches on a thread of its own, a few ahead of whoever takes them. Batches go round, so
-/// memory does not grow with the number of rows.
+/// Fills batches on a thread of its own, a few ahead of whoever takes them; where none can be made,
+/// on the thread of whoever takes them. Batches go round, so memory does not grow with the number
+/// of rows.
 class ReadAhead {
  public:
   /// Fills a batch; false when there is nothing more. What it throws comes out of Next().

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -31,6 +32,8 @@ struct TextFormat {
   Compression compression = Compression::Auto;
   bool quoteAll = false;  ///< Writing: a qualifier around every value that is not NULL.
   bool append = false;    ///< Writing: behind what the file holds already.
+  /// Gives a wait for the other end of a pipe up; null: nobody does.
+  const std::atomic<bool>* cancelled = nullptr;
 };
 
 }  // namespace torvik::engine

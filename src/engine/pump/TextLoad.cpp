@@ -28,6 +28,7 @@ class TextLoad final : public ado::BulkLoad {
     std::error_code error;
     file_ = files.OpenWrite(path, format.append, format.compression, error);
     if (error || !file_) throw RowError::CannotWrite(path, error);
+    file_->EndOn(format.cancelled);
     if (before.empty())
       Begin(mark, format.firstRowColumnName);
     else

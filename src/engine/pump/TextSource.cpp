@@ -25,7 +25,7 @@ TextSource::TextSource(Files& files, const CodePages& codePages, const std::stri
                        const TextFormat& format)
     : path_(path),
       format_(format),
-      reader_(files, path, format.compression),
+      reader_(files, path, format.compression, format.cancelled),
       encoding_(FindEncoding(path, codePages, format.encoding, reader_.Head())),
       linesToSkip_(std::max(format.skipRows, 0)) {
   header_ = reader_.Head().substr(0, encoding_.markBytes);

@@ -29,7 +29,8 @@ class PackageExecution {
                 Connections(request.services.databases), Transaction(request.services.databases)},
         running_(request.services.clock),
         threads_(workflow_,
-                 {static_cast<std::size_t>(package_.maxConcurrentSteps), package_.useTransaction},
+                 {static_cast<std::size_t>(package_.maxConcurrentSteps), package_.useTransaction,
+                  request.onOneThread},
                  [this](std::size_t step) { return TryStepAt(step); }) {}
 
   void Run() {
@@ -48,11 +49,19 @@ class PackageExecution {
 
  private:
   void RunSteps() {
-    const PeriodicThread watch([this] {
-      if (request_.cancelled) EndCancelled();
-      running_.Look();
-    });
+    const PeriodicThread watch([this] { Look(); });
+    isWatched_ = watch.Runs();
+    if (!isWatched_)
+      Tell({.kind = Kind::Note,
+            .text = "the system allows no further thread: timeout_seconds is looked at when a step "
+                    "tells of its progress, and not within a statement"});
     threads_.RunAll();
+    isWatched_ = true;
+  }
+
+  void Look() {
+    if (request_.cancelled) EndCancelled();
+    running_.Look();
   }
 
   /// What fails outside a task, as for want of memory, ends the package and not the process.
@@ -60,7 +69,7 @@ class PackageExecution {
     try {
       return RunStepAt(position);
     } catch (const std::exception& error) {
-      End(PlatformError(0, error.what(), "package engine"), "the package failed");
+      End(PlatformError(0, WordsOf(error), "package engine"), "the package failed");
       return StepEnd::Failed;
     }
   }
@@ -189,6 +198,7 @@ class PackageExecution {
   }
 
   void Tell(ExecutionEvent event) {
+    if (!isWatched_ && event.kind == Kind::StepProgress) Look();
     const std::lock_guard lock(tellMutex_);
     request_.sink(std::move(event));
   }
@@ -205,6 +215,7 @@ class PackageExecution {
   RunShared shared_;
   PackageCancellation running_;
   StepThreads threads_;
+  std::atomic<bool> isWatched_ = true;  // by a thread of its own
 };
 
 }  // namespace

@@ -26,6 +26,7 @@ struct ExecutionEvent {
     StepNotRun,    ///< `text` says why.
     Note,          ///< `text`: what became of a transaction.
     Error,         ///< `text`: what failed outside the steps.
+    LogTrouble,    ///< `text`: what of the package's log is missing, and why.
     PackageEnded,  ///< `failed`.
   };
   Kind kind;
@@ -48,6 +49,7 @@ struct ExecutionRequest {
   std::vector<std::string> runningPackages;  ///< The outermost first, this one last.
   EventSink sink;  ///< Called on the threads of the steps, by one at a time.
   const std::atomic<bool>& cancelled;
+  bool onOneThread = false;  ///< Every step runs on the calling one, and so does `sink`.
 };
 
 /// Runs every step whose constraints come to hold, as many at once as the package allows, and ends

@@ -60,6 +60,7 @@ std::string PackageLog::LineOf(const ExecutionEvent& event) const {
     case Kind::PackageEnded: return package + Ending(event);
     case Kind::StepProgress:
     case Kind::Note:
+    case Kind::LogTrouble:
     case Kind::Error: break;
   }
   return package + ": " + event.text;

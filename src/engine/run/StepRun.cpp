@@ -11,7 +11,7 @@ namespace {
 
 PlatformError AsPlatformError(const std::exception& error) {
   if (const auto* known = dynamic_cast<const PlatformError*>(&error)) return *known;
-  return PlatformError(0, error.what(), "package engine");
+  return PlatformError(0, WordsOf(error), "package engine");
 }
 
 class StepRun {

@@ -1,11 +1,14 @@
 #include "engine/run/StepThreads.h"
 
-#include <system_error>
+#include <exception>
 
 namespace torvik::engine {
 
 StepThreads::StepThreads(Workflow& workflow, Limits limits, Run run)
-    : limits_(limits), run_(std::move(run)), workflow_(workflow) {}
+    : limits_(limits),
+      run_(std::move(run)),
+      workflow_(workflow),
+      noMoreThreads_(limits.onOneThread) {}
 
 void StepThreads::RunAll() {
   Lock lock(mutex_);
@@ -16,6 +19,7 @@ void StepThreads::RunAll() {
   changed_.notify_all();
   lock.unlock();
   for (std::thread& thread : threads_) thread.join();
+  if (failure_) std::rethrow_exception(failure_);
 }
 
 void StepThreads::Stop() {
@@ -44,14 +48,31 @@ bool StepThreads::TryOne(Lock& lock, bool onMainThread) {
   ++running_;
   if (takesTransaction) transactionInUse_ = true;
   lock.unlock();
-  const StepEnd end = run_(*step);
+  StepEnd end = StepEnd::Failed;
+  std::exception_ptr failure;
+  try {
+    end = run_(*step);
+  } catch (...) {
+    failure = std::current_exception();
+  }
   lock.lock();
   if (takesTransaction) transactionInUse_ = false;
   --running_;
-  workflow_.End(*step, end);
+  End(*step, end, failure);
   AddThreads(onMainThread ? 0 : 1);
   changed_.notify_all();
   return true;
+}
+
+/// An exception must not end a thread: RunAll throws it when no step runs any more.
+void StepThreads::End(std::size_t step, StepEnd end, const std::exception_ptr& failure) {
+  try {
+    if (failure) std::rethrow_exception(failure);
+    workflow_.End(step, end);
+  } catch (...) {
+    stopped_ = true;
+    failure_ = std::current_exception();
+  }
 }
 
 bool StepThreads::IsFinished() const {
@@ -71,7 +92,7 @@ void StepThreads::AddThreads(std::size_t free) {
        ++free) {
     try {
       threads_.emplace_back([this] { Work(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       noMoreThreads_ = true;  // the ones that are there go on with the work
     }
   }

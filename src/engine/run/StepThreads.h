@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -18,14 +19,15 @@ namespace torvik::engine {
 class StepThreads {
  public:
   struct Limits {
-    std::size_t concurrent;  ///< From 1.
-    bool sharesTransaction;  ///< False: steps have no transaction to take turns for.
+    std::size_t concurrent;    ///< From 1.
+    bool sharesTransaction;    ///< False: steps have no transaction to take turns for.
+    bool onOneThread = false;  ///< Every step runs on the one that calls RunAll.
   };
-  /// Runs a step, on any thread, and answers how it ended; does not throw.
+  /// Runs a step, on any thread, and answers how it ended.
   using Run = std::function<StepEnd(std::size_t)>;
   StepThreads(Workflow& workflow, Limits limits, Run run);
 
-  /// Returns when no step can start and none runs.
+  /// Returns when no step can start and none runs. Throws what `run` threw, which stops the steps.
   void RunAll();
 
   /// No further step starts. Any thread may call it, `run` too.
@@ -36,6 +38,7 @@ class StepThreads {
 
   void Work();
   bool TryOne(Lock& lock, bool onMainThread);
+  void End(std::size_t step, StepEnd end, const std::exception_ptr& failure);
   bool IsFinished() const;
   StepChoice Choice(bool onMainThread) const;
   void AddThreads(std::size_t free);
@@ -52,6 +55,7 @@ class StepThreads {
   bool noMoreThreads_ = false;
   bool stopped_ = false;
   bool finished_ = false;
+  std::exception_ptr failure_;
 };
 
 }  // namespace torvik::engine

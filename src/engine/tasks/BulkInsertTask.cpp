@@ -43,9 +43,11 @@ class BulkInsertTask final : public Task {
     ConnectionSettings format{"DTSFlatFile", {}};
     for (const auto& [name, value] : properties_)
       format.properties.emplace_back(name, variables.Substitute(value));
+    TextFormat layout = FlatFileFormat(format);
+    layout.cancelled = &context.Cancelled();
     const EngineServices& services = context.Services();
     const auto source = OpenTextSource(services.files, services.codePages,
-                                       variables.Substitute(file_.text), FlatFileFormat(format));
+                                       variables.Substitute(file_.text), layout);
     const PumpJob job{settings_, Columns(variables, destination, table, source->Columns())};
     return ResultOf(PumpIntoTable(context, job, *source, destination, table));
   }

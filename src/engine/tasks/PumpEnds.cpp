@@ -13,6 +13,15 @@
 #include "platform/Ado.h"
 
 namespace torvik::engine {
+namespace {
+
+TextFormat FormatFor(TaskContext& context, const ConnectionSettings& settings) {
+  TextFormat format = FlatFileFormat(settings);
+  format.cancelled = &context.Cancelled();
+  return format;
+}
+
+}  // namespace
 
 PumpSource::PumpSource(TaskReader& reader) {
   const ConnectionModel* source = reader.AnyConnection("source");
@@ -47,7 +56,7 @@ OpenedSource PumpSource::Open(TaskContext& context,
     const ConnectionSettings settings = context.Settings(connection_);
     const EngineServices& services = context.Services();
     return {OpenTextSource(services.files, services.codePages, *settings.Find("Data Source"),
-                           FlatFileFormat(settings))};
+                           FormatFor(context, settings))};
   }
   ado::Connection& connection = context.ReadDatabase(connection_);
   const bool alongside = std::ranges::find(others, &connection) != others.end();
@@ -86,7 +95,7 @@ PumpCounts PumpDestination::Pump(TaskContext& context, const PumpJob& job, RowSo
     const ConnectionSettings settings = context.Settings(connection_);
     const EngineServices& services = context.Services();
     const auto target = NewTextTarget(services.files, services.codePages,
-                                      *settings.Find("Data Source"), FlatFileFormat(settings));
+                                      *settings.Find("Data Source"), FormatFor(context, settings));
     return PumpIntoTarget(context, job, source, *target);
   }
   const std::string table = context.GlobalVariables().Substitute(table_.text);

@@ -8,6 +8,7 @@
 #include "platform/PlatformError.h"
 #include "platform/linux/odbc/OdbcDataSources.h"
 #include "platform/linux/shares/SmbServers.h"
+#include "platform/linux/system/DirectoryEntries.h"
 
 namespace torvik {
 namespace {
@@ -63,11 +64,10 @@ class LinuxNeighbourhood final : public Neighbourhood {
     std::error_code error;
     const std::string path = paths_.ToLinux(folder, error);
     if (error) return error;
-    for (fs::directory_iterator entry(path, error), end; !error && entry != end;
-         entry.increment(error)) {
+    for (const std::string& name : DirectoryEntries(path, error)) {
       std::error_code unknown;
-      const std::string name = entry->path().filename().string();
-      if (entry->is_directory(unknown) && !name.starts_with('.')) names.push_back(name);
+      if (fs::is_directory(fs::path(path) / name, unknown) && !name.starts_with('.'))
+        names.push_back(name);
     }
     return error;
   }

@@ -11,6 +11,7 @@
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/NoPickers.h"
 #include "platform/linux/system/PosixFiles.h"
+#include "platform/linux/system/PosixLocks.h"
 #include "platform/linux/system/PosixProcesses.h"
 #include "platform/linux/system/StdConsole.h"
 #include "platform/linux/system/SyslogEventLog.h"
@@ -27,6 +28,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   const PathMap paths = platform.settings.Paths();
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
+  platform.locks = NewPosixLocks(paths);
   platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages, onFetch);
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths, platform.settings.programs);

@@ -12,6 +12,7 @@
 #include "platform/FetchProgress.h"
 #include "platform/FileDialogs.h"
 #include "platform/Files.h"
+#include "platform/Locks.h"
 #include "platform/Mail.h"
 #include "platform/Messages.h"
 #include "platform/Neighbourhood.h"
@@ -30,6 +31,7 @@ struct LinuxPlatform {
   Settings settings;
   std::unique_ptr<CodePages> codePages;
   std::unique_ptr<Files> files;
+  std::unique_ptr<Locks> locks;
   std::unique_ptr<Profile> profile;
   std::unique_ptr<Processes> processes;
   std::unique_ptr<Clock> clock;

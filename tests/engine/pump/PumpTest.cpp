@@ -9,6 +9,7 @@
 #include "PumpTools.h"
 #include "engine/pump/ReadAhead.h"
 #include "engine/pump/RowTarget.h"
+#include "fakes/NoThreads.h"
 #include "platform/linux/sqlite/EmbeddedFixture.h"
 #include "platform/linux/text/IconvCodePages.h"
 
@@ -177,6 +178,20 @@ TEST(ReadAhead, StaysAFewBatchesAheadAndStopsWhenItIsLeft) {
     ASSERT_NE(batches.Next(), nullptr);
     ASSERT_LE(filled - taken, 8);
   }
+}
+
+TEST(ReadAhead, WithoutAThreadABatchIsFilledWhenItIsTaken) {
+  const NoThreads none;
+  int filled = 0;
+  ReadAhead batches([&](RowBatch&) {
+    if (filled == 3) throw PlatformError(0, "broken", "test");
+    return ++filled > 0;
+  });
+  for (int taken = 1; taken <= 3; ++taken) {
+    ASSERT_NE(batches.Next(), nullptr);
+    EXPECT_EQ(filled, taken);
+  }
+  EXPECT_THROW(batches.Next(), PlatformError);
 }
 
 }  // namespace

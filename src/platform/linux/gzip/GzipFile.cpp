@@ -37,6 +37,8 @@ class GzipReader final : public FileReader {
     return direct ? file_->Read(buffer, capacity, error) : Unpack(buffer, capacity, error);
   }
 
+  void EndOn(const std::atomic<bool>* cancelled) override { file_->EndOn(cancelled); }
+
  private:
   enum class Kind { Unknown, Plain, Gzip };
 
@@ -134,6 +136,8 @@ class GzipWriter final : public FileWriter {
     if (const auto error = Pack({}, Z_FINISH)) return error;
     return file_->Commit();
   }
+
+  void EndOn(const std::atomic<bool>* cancelled) override { file_->EndOn(cancelled); }
 
  private:
   std::error_code Pack(std::string_view bytes, int flush) {

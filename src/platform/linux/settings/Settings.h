@@ -79,6 +79,8 @@ struct Settings {
   std::map<std::string, std::string> programs = {
       {"notepad.exe", "xdg-open"}, {"eventvwr.exe", "x-terminal-emulator -e journalctl -e"}};
 
+  int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
+
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.

@@ -13,6 +13,7 @@ namespace torvik {
 namespace {
 
 constexpr int kLongestTimeout = 3600;
+constexpr int kLongestWait = 7 * 24 * 3600;
 constexpr int kLargestPort = 65535;
 constexpr const char* kBackends = "there are embedded, odbc and postgresql";
 
@@ -45,10 +46,12 @@ std::string UnlessFile(const std::string& path) {
   return path.starts_with('/') ? "" : "a file is given by its full path, from / on";
 }
 
-/// A whole number from 1 on; `what` says what it is.
-std::string ReadNumber(const std::string& text, int largest, int& number, const std::string& what) {
+/// A whole number; `what` says what it is.
+std::string ReadNumber(const std::string& text, int largest, int& number, const std::string& what,
+                       int smallest = 1) {
   const auto read = NumberOf<int>(text);
-  if (!read || *read < 1 || *read > largest) return what + " from 1 to " + std::to_string(largest);
+  if (!read || *read < smallest || *read > largest)
+    return what + " from " + std::to_string(smallest) + " to " + std::to_string(largest);
   number = *read;
   return "";
 }
@@ -135,7 +138,19 @@ class SettingsParser {
   }
 
  private:
-  enum class Section { None, Text, Paths, Server, Provider, Ftp, Mail, Scripts, Programs, Smb };
+  enum class Section {
+    None,
+    Text,
+    Paths,
+    Server,
+    Provider,
+    Ftp,
+    Mail,
+    Scripts,
+    Programs,
+    Smb,
+    Run
+  };
 
   std::string At(int lineNumber, const std::string& problem) const {
     return settings_.sourceFile + ", line " + std::to_string(lineNumber) + ": " + problem;
@@ -168,6 +183,8 @@ class SettingsParser {
       section_ = Section::Scripts;
     } else if (EqualsIgnoringCase(name, "programs")) {
       section_ = Section::Programs;
+    } else if (EqualsIgnoringCase(name, "run")) {
+      section_ = Section::Run;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -180,9 +197,7 @@ class SettingsParser {
     } else if (server.empty()) {
       return "the section [" + name +
              "] is not known; there are [text], [paths], [ftp], [mail], [scripts], [programs], "
-             "[smb], [smb "
-             "HOST], "
-             "[server NAME], [provider NAME]";
+             "[run], [smb], [smb HOST], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -203,6 +218,7 @@ class SettingsParser {
       case Section::Mail: return ReadMailKey(key, value, settings_.mail);
       case Section::Scripts: return ReadScriptsKey(key, value);
       case Section::Programs: settings_.programs[key] = value; break;
+      case Section::Run: return ReadRunKey(key, value);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -219,6 +235,13 @@ class SettingsParser {
     } catch (const PlatformError& error) {
       return error.Description();
     }
+  }
+
+  std::string ReadRunKey(const std::string& key, const std::string& value) {
+    if (key != "wait_for_other_run")
+      return "[run] has no key \"" + key + "\"; there is wait_for_other_run";
+    return ReadNumber(value, kLongestWait, settings_.waitForOtherRunSeconds,
+                      "wait_for_other_run is a number of seconds", 0);
   }
 
   std::string ReadScriptsKey(const std::string& key, const std::string& value) {

@@ -9,6 +9,7 @@
 
 #include "platform/linux/shares/ShellFiles.h"
 #include "platform/linux/system/CopyFiles.h"
+#include "platform/linux/system/DirectoryEntries.h"
 #include "platform/linux/system/FetchCounter.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/ReplaceFile.h"
@@ -49,20 +50,19 @@ class PosixDirectory final : public SourceDirectory {
   std::vector<Entry> List(FileFailure& failure) override {
     std::vector<Entry> files;
     std::error_code error;
-    for (fs::directory_iterator entry(path_, error), end; !error && entry != end;
-         entry.increment(error)) {
+    for (const std::string& name : DirectoryEntries(path_, error)) {
       // A link to nothing is no plain file, nor is what has gone since it was listed.
       std::error_code missing;
-      const bool isPlain = entry->is_regular_file(missing);
-      const std::uint64_t size = isPlain ? entry->file_size(missing) : 0;
-      if (isPlain && !missing) files.push_back({entry->path().filename().string(), size});
+      const bool isPlain = fs::is_regular_file(path_ / name, missing);
+      const std::uint64_t size = isPlain ? fs::file_size(path_ / name, missing) : 0;
+      if (isPlain && !missing) files.push_back({name, size});
     }
     if (error) failure = {error, path_.string() + ": " + error.message()};
     return files;
   }
 
   std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
-    Descriptor file = OpenFile(path_ / name, O_RDONLY);
+    Descriptor file = OpenFile(path_ / name, O_RDONLY | O_NONBLOCK);
     if (!file.IsOpen()) error = LastSystemError();
     return std::make_unique<PosixFile>(std::move(file));
   }
@@ -93,7 +93,7 @@ class PosixShell final : public Shell {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return Failure(path, linuxPath, error);
-    Descriptor opened = OpenFile(linuxPath, O_RDONLY);
+    Descriptor opened = OpenFile(linuxPath, O_RDONLY | O_NONBLOCK);
     if (!opened.IsOpen()) return Failure(path, linuxPath, LastSystemError());
     PosixFile file(std::move(opened));
     std::string bytes(limit, '\0');
@@ -109,7 +109,7 @@ class PosixShell final : public Shell {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     const std::string bytes = ansi_.Encode(text);
-    if (!error) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
+    if (!error) error = ReplaceOrOverwriteFile(linuxPath, bytes, kNewFileMode);
     return error ? Failure(path, linuxPath, error) : ShareResult();
   }
 

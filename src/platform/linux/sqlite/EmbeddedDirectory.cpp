@@ -6,6 +6,7 @@
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
+#include "platform/linux/system/DirectoryEntries.h"
 
 namespace torvik {
 namespace {
@@ -15,12 +16,11 @@ constexpr const char* kExtension = ".db";
 
 std::vector<EmbeddedDatabase> List(const std::string& directory, std::error_code& error) {
   std::vector<EmbeddedDatabase> databases;
-  for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::filesystem::path path = entry->path();
+  for (const std::string& name : DirectoryEntries(directory, error)) {
+    const std::filesystem::path path = std::filesystem::path(directory) / name;
     std::error_code unknownKind;
     if (path.extension() == kExtension && UnfitDatabaseName(path.stem()).empty() &&
-        entry->is_regular_file(unknownKind))
+        std::filesystem::is_regular_file(path, unknownKind))
       databases.push_back({path.stem(), path});
   }
   std::ranges::sort(databases, {}, &EmbeddedDatabase::name);

@@ -1,6 +1,7 @@
 #include "platform/linux/system/Arrivals.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace torvik {
@@ -14,7 +15,11 @@ constexpr std::size_t kOnTheirWay = 64;
 }  // namespace
 
 Arrivals::~Arrivals() {
-  Finish();
+  try {
+    Finish();
+  } catch (const std::exception&) {
+    // The files are in place; that their names are on disk is not promised without an answer.
+  }
   {
     const std::lock_guard lock(mutex_);
     isEnding_ = true;
@@ -28,10 +33,20 @@ Arrivals::Failure Arrivals::Take(FileReplacement file) {
   changed_.wait(lock, [this] { return arrivals_.size() < kOnTheirWay; });
   if (failure_) return failure_;
   arrivals_.push_back({std::move(file)});
-  if (workers_.size() < std::min(kWorkers, arrivals_.size()))
-    workers_.emplace_back([this] { Work(); });
+  AddWorker();
   changed_.notify_all();
-  return {};
+  // Without any worker the file is put in place here.
+  while (workers_.empty() && !arrivals_.empty()) SyncOne(lock, arrivals_.front());
+  return failure_;
+}
+
+void Arrivals::AddWorker() {
+  if (workers_.size() >= std::min(kWorkers, arrivals_.size())) return;
+  try {
+    workers_.emplace_back([this] { Work(); });
+  } catch (const std::exception&) {
+    // Those that are there do the work.
+  }
 }
 
 Arrivals::Failure Arrivals::Finish() {
@@ -54,14 +69,18 @@ void Arrivals::Work() {
     Arrival* arrival = nullptr;
     changed_.wait(lock, [&] { return isEnding_ || (arrival = NextToSync()) != nullptr; });
     if (arrival == nullptr) return;
-    arrival->isBegun = true;
-    lock.unlock();
-    arrival->error = arrival->file.Sync();
-    lock.lock();
-    arrival->isSynced = true;
-    PutInPlace();
-    changed_.notify_all();
+    SyncOne(lock, *arrival);
   }
+}
+
+void Arrivals::SyncOne(std::unique_lock<std::mutex>& lock, Arrival& arrival) {
+  arrival.isBegun = true;
+  lock.unlock();
+  arrival.error = arrival.file.Sync();
+  lock.lock();
+  arrival.isSynced = true;
+  PutInPlace();
+  changed_.notify_all();
 }
 
 /// Of those that are synced, the ones that no other is before.
@@ -70,11 +89,9 @@ void Arrivals::PutInPlace() {
     if (failure_) continue;
     Arrival& arrival = arrivals_.front();
     if (!arrival.error) arrival.error = arrival.file.PutInPlace();
-    if (arrival.error) {
-      failure_ = {arrival.file.Target(), arrival.error};
-    } else {
-      last_ = arrival.file.Target();
-    }
+    // Swapped, not copied: this must not fail for want of memory.
+    arrival.file.SwapTarget(arrival.error ? failure_.path : last_);
+    failure_.error = arrival.error;
   }
 }
 

@@ -15,6 +15,7 @@ namespace torvik {
 /// Puts the files of one directory in place as they come: each is brought to disk first, several at
 /// a time and while the next ones are written, and they appear in the order in which they were
 /// taken. When one fails, the ones before it stay and the ones behind it are not put in place.
+/// Where no thread can be made, each is put in place before the next one is taken.
 class Arrivals {
  public:
   /// Of which file, and why.
@@ -44,7 +45,9 @@ class Arrivals {
     std::error_code error = {};
   };
 
+  void AddWorker();
   void Work();
+  void SyncOne(std::unique_lock<std::mutex>& lock, Arrival& arrival);
   void PutInPlace();
   Arrival* NextToSync();
 

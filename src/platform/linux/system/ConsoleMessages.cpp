@@ -1,12 +1,12 @@
 #include "platform/linux/system/ConsoleMessages.h"
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <string>
 
 #include "platform/linux/system/Posix.h"
+#include "platform/linux/system/ProcessSetup.h"
 
 namespace torvik {
 namespace {
@@ -59,11 +59,7 @@ class ConsoleMessages final : public Messages {
 }  // namespace
 
 void InstallCloseSignals() {
-  struct sigaction action {};
-  action.sa_handler = KeepSignal;
-  action.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  HandleCloseSignals(KeepSignal);
 }
 
 std::unique_ptr<Messages> NewConsoleMessages(std::function<void()> onClose) {

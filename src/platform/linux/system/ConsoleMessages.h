@@ -7,7 +7,8 @@
 
 namespace torvik {
 
-/// From now on SIGINT and SIGTERM are kept for PumpEvents instead of ending the process.
+/// From now on the signals that act as the Close button are kept for PumpEvents instead of ending
+/// the process.
 void InstallCloseSignals();
 
 /// Messages without a display: a box is the line "torvik: TITLE: TEXT" on standard error, a report

@@ -87,12 +87,21 @@ class Copy {
       if (!error && isEnd) error = replacement.Write({piece_.get(), got});
       if (error) return {error, target + ": " + error.message()};
       piece_.swap(written_);
-      if (!isEnd)
-        writing = std::async(std::launch::async, [&replacement, this, got] {
-          return replacement.Write({written_.get(), got});
-        });
+      if (!isEnd) writing = Write(replacement, got);
     }
     return total == entry.size ? FileFailure() : CheckSize(file, entry.name, total);
+  }
+
+  /// On a thread of its own, where one can be made; else when the answer is asked for.
+  std::future<std::error_code> Write(FileReplacement& replacement, std::uint64_t bytes) {
+    const auto write = [&replacement, this, bytes] {
+      return replacement.Write({written_.get(), bytes});
+    };
+    try {
+      return std::async(std::launch::async, write);
+    } catch (const std::system_error&) {
+      return std::async(std::launch::deferred, write);
+    }
   }
 
   /// The file has changed since it was listed, or not all of it has come.

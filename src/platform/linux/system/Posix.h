@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 struct stat;
 
@@ -21,6 +22,10 @@ class Descriptor {
   explicit Descriptor(int number = -1) : number_(number) {}
   ~Descriptor() { Close(); }
   Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 

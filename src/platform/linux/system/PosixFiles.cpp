@@ -1,19 +1,20 @@
 #include "platform/linux/system/PosixFiles.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
 #include "platform/CodePage.h"
 #include "platform/linux/gzip/GzipFile.h"
+#include "platform/linux/system/DirectoryEntries.h"
 #include "platform/linux/system/MoveFile.h"
+#include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/PosixStreams.h"
 #include "platform/linux/system/ReplaceFile.h"
+#include "platform/linux/system/SpareDescriptors.h"
 
 namespace torvik {
 namespace {
@@ -22,26 +23,6 @@ constexpr mode_t kNewFileMode = 0644;
 
 std::error_code StatusOf(const std::string& path, struct stat& status) {
   return stat(path.c_str(), &status) == 0 ? std::error_code() : LastSystemError();
-}
-
-bool IsRefusedByDirectory(const std::error_code& error) {
-  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
-         error == std::errc::read_only_file_system;
-}
-
-/// True when the disk is full, but a text so short finds its place where the file's bytes are: the
-/// disk writes it as a whole or not at all.
-bool HasRoomInPlace(const std::error_code& error, const struct stat& status, std::size_t bytes) {
-  constexpr std::size_t kSector = 512;
-  const bool isFull = error == std::errc::no_space_on_device ||
-                      error == std::error_code(EDQUOT, std::generic_category());
-  const auto room = std::max<off_t>(status.st_size, status.st_blocks * off_t{kSector});
-  return isFull && bytes <= kSector && static_cast<off_t>(bytes) <= room;
-}
-
-bool IsPlainEntry(int directory, const char* name) {
-  struct stat status {};
-  return fstatat(directory, name, &status, 0) == 0 && S_ISREG(status.st_mode);
 }
 
 class PosixFiles final : public Files {
@@ -81,8 +62,16 @@ class PosixFiles final : public Files {
   }
 
   std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) override {
-    Descriptor file = Open(path, O_RDONLY, error);
+    const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return nullptr;
+    struct stat status {};
+    const bool isPlain = StatusOf(linuxPath, status) || S_ISREG(status.st_mode);
+    // A pipe is opened without its writer; the first read waits for him.
+    Descriptor file = OpenFile(linuxPath, O_RDONLY | (isPlain ? 0 : O_NONBLOCK));
+    if (!file.IsOpen()) {
+      error = LastSystemError();
+      return nullptr;
+    }
     return NewPosixReader(std::move(file));
   }
 
@@ -108,9 +97,8 @@ class PosixFiles final : public Files {
   }
   std::error_code AppendBytes(const std::string& path, std::string_view bytes) override {
     std::error_code error;
-    Descriptor file = Open(path, O_WRONLY | O_APPEND | O_CREAT, error, kNewFileMode);
-    if (error || (error = WriteAll(file.Number(), bytes))) return error;
-    return file.Close();
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    return error ? error : spares_.Try([&] { return Append(linuxPath, bytes); });
   }
 
   std::error_code ReplaceText(const std::string& path, std::string_view text) override {
@@ -120,19 +108,16 @@ class PosixFiles final : public Files {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return error;
-    struct stat status {};
-    const bool isPlain = StatusOf(linuxPath, status) || S_ISREG(status.st_mode);
-    if (isPlain) error = ReplaceFile(linuxPath, bytes, kNewFileMode);
-    if (isPlain && !IsRefusedByDirectory(error) && !HasRoomInPlace(error, status, bytes.size()))
-      return error;
-    return OverwriteFile(linuxPath, bytes, kNewFileMode);
+    return spares_.Try([&] { return ReplaceOrOverwriteFile(linuxPath, bytes, kNewFileMode); });
   }
 
   std::error_code Copy(const std::string& from, const std::string& to) override {
-    std::error_code error;
-    const Descriptor source = OpenPlain(from, error);
-    if (error || IsSameFile(from, to)) return error;  // opening it for writing would empty it
-    return CopyInto(source, to, O_TRUNC);
+    return spares_.Try([&] {
+      std::error_code error;
+      const Descriptor source = OpenPlain(from, error);
+      if (error || IsSameFile(from, to)) return error;  // opening it for writing would empty it
+      return CopyInto(source, to, O_TRUNC);
+    });
   }
 
   std::error_code CopyWhole(const std::string& from, const std::string& to,
@@ -149,12 +134,14 @@ class PosixFiles final : public Files {
   }
 
   std::error_code AppendFile(const std::string& from, const std::string& to) override {
-    std::error_code error;
-    const Descriptor source = OpenPlain(from, error);
-    if (error) return error;
-    // What is read would never end.
-    if (IsSameFile(from, to)) return std::make_error_code(std::errc::invalid_argument);
-    return CopyInto(source, to, O_APPEND);
+    return spares_.Try([&] {
+      std::error_code error;
+      const Descriptor source = OpenPlain(from, error);
+      if (error) return error;
+      // What is read would never end.
+      if (IsSameFile(from, to)) return std::make_error_code(std::errc::invalid_argument);
+      return CopyInto(source, to, O_APPEND);
+    });
   }
 
   std::error_code Remove(const std::string& path) override {
@@ -177,17 +164,22 @@ class PosixFiles final : public Files {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(directory, error);
     if (error) return error;
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(linuxPath.c_str()), closedir);
-    if (!stream) return LastSystemError();
-    errno = 0;
-    while (const dirent* entry = readdir(stream.get())) {
-      const std::string name = entry->d_name;
+    for (const std::string& name : DirectoryEntries(linuxPath, error)) {
       // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
-      const bool canBeNamed = name.find('\\') == std::string::npos;
-      if (canBeNamed && IsPlainEntry(dirfd(stream.get()), entry->d_name)) names.push_back(name);
-      errno = 0;
+      struct stat status {};
+      if (name.find('\\') == std::string::npos && !StatusOf(linuxPath + "/" + name, status) &&
+          S_ISREG(status.st_mode))
+        names.push_back(name);
     }
-    return errno == 0 ? std::error_code() : LastSystemError();
+    return error;
+  }
+
+  std::string FullPath(const std::string& path) override {
+    const bool hasDrive = path.size() > 1 && path[1] == ':';
+    if (path.empty() || hasDrive || path[0] == '/' || path[0] == '\\') return path;
+    std::error_code error;
+    const std::filesystem::path here = std::filesystem::current_path(error);
+    return error ? path : (here / path).string();
   }
 
   bool IsSameFile(const std::string& a, const std::string& b) override {
@@ -214,6 +206,15 @@ class PosixFiles final : public Files {
   }
 
  private:
+  static std::error_code Append(const std::string& path, std::string_view bytes) {
+    const Patience patience = Patience::ForAWord();
+    std::error_code error;
+    Descriptor file =
+        OpenToWrite(path, O_WRONLY | O_APPEND | O_CREAT, kNewFileMode, patience, error);
+    if (error || (error = WritePatiently(file.Number(), bytes, patience))) return error;
+    return file.Close();
+  }
+
   template <typename Action>
   std::error_code WithBoth(const std::string& from, const std::string& to, const Action& action) {
     std::error_code error;
@@ -223,20 +224,14 @@ class PosixFiles final : public Files {
     return error ? error : action(linuxFrom, linuxTo);
   }
 
-  Descriptor Open(const std::string& path, int flags, std::error_code& error, mode_t mode = 0) {
-    const std::string linuxPath = paths_.ToLinux(path, error);
-    if (error) return Descriptor();
-    Descriptor file = OpenFile(linuxPath, flags, mode);
-    if (!file.IsOpen()) error = LastSystemError();
-    return file;
-  }
-
   /// Opens a plain file for reading; does not wait for the writer of a pipe.
   Descriptor OpenPlain(const std::string& path, std::error_code& error) {
-    Descriptor file = Open(path, O_RDONLY | O_NONBLOCK, error);
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    if (error) return Descriptor();
+    Descriptor file = OpenFile(linuxPath, O_RDONLY | O_NONBLOCK);
     struct stat status {};
-    if (!error)
-      error = fstat(file.Number(), &status) == 0 ? MustBePlain(status) : LastSystemError();
+    const bool isThere = file.IsOpen() && fstat(file.Number(), &status) == 0;
+    error = isThere ? MustBePlain(status) : LastSystemError();
     return file;
   }
 
@@ -244,9 +239,14 @@ class PosixFiles final : public Files {
     std::error_code error;
     struct stat status {};
     if (fstat(source.Number(), &status) != 0) return LastSystemError();
-    Descriptor file = Open(to, O_WRONLY | O_CREAT | flags, error, status.st_mode & 0777);
-    if (error || (error = CopyBytes(source.Number(),
-                                    [&](auto bytes) { return WriteAll(file.Number(), bytes); })))
+    const std::string linuxTo = paths_.ToLinux(to, error);
+    if (error) return error;
+    const Patience patience = Patience::ForAWord();
+    Descriptor file =
+        OpenToWrite(linuxTo, O_WRONLY | O_CREAT | flags, status.st_mode & 0777, patience, error);
+    if (error || (error = CopyBytes(source.Number(), [&](auto bytes) {
+                    return WritePatiently(file.Number(), bytes, patience);
+                  })))
       return error;
     return file.Close();
   }
@@ -254,6 +254,7 @@ class PosixFiles final : public Files {
   const PathMap paths_;
   const CodePage& ansi_;
   std::string temporaryDirectory_;
+  SpareDescriptors spares_;
 };
 
 }  // namespace

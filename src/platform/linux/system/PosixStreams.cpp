@@ -1,6 +1,7 @@
 #include "platform/linux/system/PosixStreams.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/ReplaceFile.h"
 #include "platform/linux/text/FileProblem.h"
 
@@ -20,14 +22,19 @@ constexpr std::size_t kCopyBytes = std::size_t{256} << 10;
 class PosixReader final : public FileReader {
  public:
   explicit PosixReader(Descriptor file) : file_(std::move(file)) {
-    posix_fadvise(file_.Number(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    struct stat status {};
+    isPlain_ = fstat(file_.Number(), &status) == 0 && S_ISREG(status.st_mode);
+    if (isPlain_) posix_fadvise(file_.Number(), 0, 0, POSIX_FADV_SEQUENTIAL);
   }
+
+  void EndOn(const std::atomic<bool>* cancelled) override { patience_.cancelled = cancelled; }
 
   std::size_t Read(char* buffer, std::size_t capacity, std::error_code& error) override {
     ssize_t got = 0;
     do {
+      if (!isPlain_ && (error = WaitForPipe(file_.Number(), POLLIN, patience_))) return 0;
       got = read(file_.Number(), buffer, capacity);
-    } while (got < 0 && errno == EINTR);
+    } while (got < 0 && (errno == EINTR || errno == EAGAIN));
     error = got < 0 ? LastSystemError() : std::error_code();
     if (got == 0 && HasShrunk()) error = make_error_code(FileProblem::Shrank);
     if (got <= 0) return 0;
@@ -43,6 +50,8 @@ class PosixReader final : public FileReader {
   }
 
   Descriptor file_;
+  bool isPlain_ = true;
+  Patience patience_;
   std::uint64_t position_ = 0;
 };
 
@@ -75,13 +84,36 @@ class ReplacingWriter final : public FileWriter {
 /// For a pipe or a device, which no file can take the place of.
 class DirectWriter final : public FileWriter {
  public:
-  explicit DirectWriter(Descriptor file) : file_(std::move(file)) {}
+  /// Without waiting for a reader.
+  std::error_code Open(const std::string& path) {
+    path_ = path;
+    std::error_code error;
+    file_ = OpenToWrite(path_, O_WRONLY, 0, {.atMost = std::chrono::milliseconds(0)}, error);
+    return error == std::errc::no_such_device_or_address ? std::error_code() : error;
+  }
 
-  std::error_code Write(std::string_view bytes) override { return WriteAll(file_.Number(), bytes); }
-  std::error_code Commit() override { return file_.Close(); }
+  void EndOn(const std::atomic<bool>* cancelled) override { patience_.cancelled = cancelled; }
+
+  std::error_code Write(std::string_view bytes) override {
+    if (const auto error = WaitForReader()) return error;
+    return WritePatiently(file_.Number(), bytes, patience_);
+  }
+
+  std::error_code Commit() override {
+    if (const auto error = WaitForReader()) return error;
+    return file_.Close();
+  }
 
  private:
+  std::error_code WaitForReader() {
+    std::error_code error;
+    if (!file_.IsOpen()) file_ = OpenToWrite(path_, O_WRONLY, 0, patience_, error);
+    return error;
+  }
+
+  std::string path_;
   Descriptor file_;
+  Patience patience_;
 };
 
 }  // namespace
@@ -94,10 +126,10 @@ std::unique_ptr<FileWriter> NewPosixWriter(const std::string& path, bool append,
                                            std::error_code& error) {
   struct stat status {};
   if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    Descriptor file = OpenFile(path, O_WRONLY);
-    if (file.IsOpen()) return std::make_unique<DirectWriter>(std::move(file));
-    error = LastSystemError();
-    return nullptr;
+    auto direct = std::make_unique<DirectWriter>();
+    error = direct->Open(path);
+    if (error) return nullptr;
+    return direct;
   }
   auto writer = std::make_unique<ReplacingWriter>();
   error = writer->Open(path, append, newFileMode);

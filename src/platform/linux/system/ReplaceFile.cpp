@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 
+#include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
 
 namespace torvik {
@@ -32,10 +34,47 @@ std::string DirectoryOf(const std::string& path) {
   return directory.empty() ? "." : directory;
 }
 
-std::error_code KeepOwnerAndMode(int file, const struct stat& old) {
-  // Only root may give a file away; for others the new owner is the writer, as with any editor.
-  if (geteuid() == 0 && fchown(file, old.st_uid, old.st_gid) != 0) return LastSystemError();
+std::error_code KeepOwnerAndMode(int file, const struct stat& old, Ownership ownership) {
+  struct stat now {};
+  if (fstat(file, &now) != 0) return LastSystemError();
+  const bool isOthers = now.st_uid != old.st_uid || now.st_gid != old.st_gid;
+  const bool mustKeep = ownership == Ownership::Kept || geteuid() == 0;
+  if (isOthers && fchown(file, old.st_uid, old.st_gid) != 0 && mustKeep) return LastSystemError();
   return fchmod(file, old.st_mode & 07777) == 0 ? std::error_code() : LastSystemError();
+}
+
+bool IsRefusedByDirectory(const std::error_code& error) {
+  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
+         error == std::errc::read_only_file_system;
+}
+
+/// True when the disk is full, but a text so short finds its place where the file's bytes are: the
+/// disk writes it as a whole or not at all.
+bool HasRoomInPlace(const std::error_code& error, const struct stat& status, std::size_t bytes) {
+  constexpr std::size_t kSector = 512;
+  const bool isFull = error == std::errc::no_space_on_device ||
+                      error == std::error_code(EDQUOT, std::generic_category());
+  const auto room = std::max<off_t>(status.st_size, status.st_blocks * off_t{kSector});
+  return isFull && bytes <= kSector && static_cast<off_t>(bytes) <= room;
+}
+
+std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+  const Patience patience = Patience::ForAWord();
+  std::error_code error;
+  // In a directory that everyone may write to, making a file and opening another's are told apart.
+  Descriptor file = OpenToWrite(path, O_WRONLY, 0, patience, error);
+  if (error == std::errc::no_such_file_or_directory) {
+    error.clear();
+    file = OpenToWrite(path, O_WRONLY | O_CREAT, newFileMode, patience, error);
+  }
+  if (error || (error = WritePatiently(file.Number(), bytes, patience))) return error;
+  struct stat now {};
+  const bool isPlain = fstat(file.Number(), &now) == 0 && S_ISREG(now.st_mode);
+  // Cut to length afterwards, so that the file is never empty.
+  if (isPlain && ftruncate(file.Number(), static_cast<off_t>(bytes.size())) != 0)
+    return LastSystemError();
+  if (isPlain && fsync(file.Number()) != 0) return LastSystemError();
+  return file.Close();
 }
 
 }  // namespace
@@ -83,7 +122,9 @@ FileReplacement::~FileReplacement() = default;
 FileReplacement::FileReplacement(FileReplacement&&) noexcept = default;
 FileReplacement& FileReplacement::operator=(FileReplacement&&) noexcept = default;
 
-std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMode) {
+std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMode,
+                                      Ownership ownership) {
+  ownership_ = ownership;
   target_ = BehindLinks(path);
   struct stat old {};
   const bool exists = stat(target_.c_str(), &old) == 0;
@@ -106,7 +147,7 @@ std::error_code FileReplacement::Write(std::string_view bytes) {
 std::error_code FileReplacement::Sync() {
   struct stat old {};
   if (stat(target_.c_str(), &old) == 0) {
-    if (const auto error = KeepOwnerAndMode(beside_->Number(), old)) return error;
+    if (const auto error = KeepOwnerAndMode(beside_->Number(), old, ownership_)) return error;
   }
   return fsync(beside_->Number()) == 0 ? std::error_code() : LastSystemError();
 }
@@ -149,25 +190,23 @@ std::error_code SyncDirectoryOf(const std::string& path) {
   return {};
 }
 
-std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
+std::error_code ReplaceFile(const std::string& path, std::string_view bytes, mode_t newFileMode,
+                            Ownership ownership) {
   FileReplacement replacement;
-  if (const auto error = replacement.Open(path, newFileMode)) return error;
+  if (const auto error = replacement.Open(path, newFileMode, ownership)) return error;
   if (const auto error = replacement.Write(bytes)) return error;
   return replacement.Commit();
 }
 
-std::error_code OverwriteFile(const std::string& path, std::string_view bytes, mode_t newFileMode) {
-  Descriptor file = OpenFile(path, O_WRONLY | O_CREAT, newFileMode);
-  if (!file.IsOpen()) return LastSystemError();
-  if (const auto error = WriteAll(file.Number(), bytes)) return error;
-  struct stat now {};
-  const bool isPlain = fstat(file.Number(), &now) == 0 && S_ISREG(now.st_mode);
-  // Cut to length afterwards, so that the file is never empty.
-  if (isPlain && ftruncate(file.Number(), static_cast<off_t>(bytes.size())) != 0) {
-    return LastSystemError();
+std::error_code ReplaceOrOverwriteFile(const std::string& path, std::string_view bytes,
+                                       mode_t newFileMode) {
+  struct stat status {};
+  const bool isPlain = stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+  if (isPlain) {
+    const auto error = ReplaceFile(path, bytes, newFileMode, Ownership::Kept);
+    if (!IsRefusedByDirectory(error) && !HasRoomInPlace(error, status, bytes.size())) return error;
   }
-  if (isPlain && fsync(file.Number()) != 0) return LastSystemError();
-  return file.Close();
+  return OverwriteFile(path, bytes, newFileMode);
 }
 
 }  // namespace torvik

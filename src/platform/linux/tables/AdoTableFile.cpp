@@ -18,7 +18,7 @@ namespace {
 /// The first bytes of the file, at most as many as tell its kind.
 std::string HeadOf(const std::string& path) {
   std::array<char, 512> head{};
-  const Descriptor file = OpenFile(path, O_RDONLY);
+  const Descriptor file = OpenFile(path, O_RDONLY | O_NONBLOCK);
   const ssize_t size = file.IsOpen() ? read(file.Number(), head.data(), head.size()) : -1;
   if (size < 0)
     throw TableFileError(path, "cannot be read: " + LastSystemError().message() +

@@ -21,7 +21,7 @@ TEST(Settings, TakesTheFileOver) {
                     "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
                     "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\n"
                     "certificates = /etc/ftp.pem\n"
-                    "[scripts]\ndirectories = C:\\in; /srv/lists;\n"
+                    "[scripts]\ndirectories = C:\\in; /srv/lists;\n[run]\nwait_for_other_run = 60\n"
                     "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
                     "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
                     "certificates = /etc/mail.pem\n"
@@ -42,6 +42,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
   EXPECT_EQ(settings.ftp.port, 65535);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
+  EXPECT_EQ(settings.waitForOtherRunSeconds, 60);
   EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
   const MailSettings& mail = settings.mail;
   EXPECT_EQ(mail.server + mail.user + mail.passwordFile + mail.from + mail.certificates,
@@ -85,6 +86,9 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[mail]\npassword = x\n", "line 2: [mail] has no key \"password\"; there are server, port"},
       {"[mail]\ntls = yes\n", "line 2: tls is off, try, require or smtps"},
       {"[mail]\npassword_file = x\n", "line 2: a file is given by its full path"},
+      {"[run]\nwait = 1\n", "line 2: [run] has no key \"wait\"; there is wait_for_other_run"},
+      {"[run]\nwait_for_other_run = -1\n",
+       "line 2: wait_for_other_run is a number of seconds from 0 to 604800"},
       {"[ftp]\nmode = on\n", "line 2: mode is active or passive"},
       {"[ftp]\ntls = yes\n", "line 2: tls is off, try or require"},
       {"[ftp]\ntimeout = 0\n", "line 2: timeout is a number of seconds from 1 to 3600"},
@@ -152,7 +156,7 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
       load("HOME", "home", settings),
       disk.PathOf("home/.config/torvik/torvik.conf") +
           ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
-          "[scripts], [programs], [smb], [smb HOST], [server NAME], [provider NAME]");
+          "[scripts], [programs], [run], [smb], [smb HOST], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "fakes/FakeShell.h"
+#include "fakes/NoThreads.h"
 #include "platform/linux/settings/SettingsFile.h"
 #include "platform/linux/shares/ShellByPath.h"
 #include "platform/linux/text/IconvCodePages.h"
@@ -115,11 +116,14 @@ TEST_P(ShareContract, FilesAloneAreCopiedAndArriveComplete) {
   Put("below/c", "3");
   fs::create_symlink("nowhere", server_.PathOf("in/link to nothing"));
   const TemporaryDirectory to;
-  to.Write("a.csv", "old and longer");
   FileOperation copy{.from = PathOf("*.*"), .to = to.Path()};
-  EXPECT_EQ(0, Tested().SHFileOperationA(copy)) << Tested().CopyFailure();
-  for (const auto& [name, text] : files) EXPECT_TRUE(to.Read(name) == text) << name;
-  EXPECT_EQ(4, to.Entries()) << "nothing else is left beside them";
+  for (const bool hasThreads : {true, false}) {
+    const auto none = hasThreads ? nullptr : std::make_unique<NoThreads>();
+    for (const auto& [name, text] : files) to.Write(name, "old and longer");
+    EXPECT_EQ(0, Tested().SHFileOperationA(copy)) << Tested().CopyFailure();
+    for (const auto& [name, text] : files) EXPECT_TRUE(to.Read(name) == text) << name;
+    EXPECT_EQ(4, to.Entries()) << "nothing else is left beside them";
+  }
 
   copy.to = to.PathOf("nowhere");
   EXPECT_NE(0, Tested().SHFileOperationA(copy));

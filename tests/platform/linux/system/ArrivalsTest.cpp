@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "fakes/NoThreads.h"
 #include "fakes/TemporaryDirectory.h"
 
 namespace torvik {
@@ -59,6 +60,20 @@ TEST(Arrivals, AFailureKeepsTheFilesBeforeItAndNoneBehind) {
   EXPECT_FALSE(arrivals.Take(Written(disk.PathOf("last"), "4")));
   EXPECT_FALSE(arrivals.Finish());
   EXPECT_EQ("4", disk.Read("last"));
+}
+
+TEST(Arrivals, WithoutThreadsEachFileIsInPlaceWhenItHasBeenTaken) {
+  const NoThreads none;
+  TemporaryDirectory disk;
+  Arrivals arrivals;
+  for (const char* name : {"a", "b"}) {
+    EXPECT_FALSE(arrivals.Take(Written(disk.PathOf(name), name)));
+    EXPECT_EQ(name, disk.Read(name));
+  }
+  FileReplacement blocked = Written(disk.PathOf("blocked"), "2");
+  disk.Write("blocked/by", "a directory");
+  EXPECT_EQ(disk.PathOf("blocked"), arrivals.Take(std::move(blocked)).path);
+  EXPECT_TRUE(arrivals.Finish());
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 
 #include "fakes/FakeFiles.h"
 #include "fakes/TemporaryDirectory.h"
+#include "platform/linux/shares/PosixShell.h"
 #include "platform/linux/system/PosixFiles.h"
 #include "platform/linux/text/IconvCodePages.h"
 
@@ -210,6 +212,73 @@ TEST_F(PosixFilesTest, APipeIsReadAndWritten) {
   EXPECT_EQ(reader->Read(bytes, sizeof bytes, error), 0u);
   EXPECT_FALSE(error) << error.message();
   writing.join();
+}
+
+/// What would take for ever is given up, and a reader who is there gets all of it.
+TEST_F(PosixFilesTest, APipeWithoutAnotherEndIsGivenUp) {
+  disk_.Write("from", "text");
+  ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
+  const auto noReader = std::errc::no_such_device_or_address;
+  EXPECT_EQ(files_->ReplaceText(At("pipe"), "ok"), noReader);
+  EXPECT_EQ(files_->AppendText(At("pipe"), "ok"), noReader);
+  EXPECT_EQ(files_->Copy(At("from"), At("pipe")), noReader);
+  EXPECT_EQ(files_->AppendFile(At("from"), At("pipe")), noReader);
+  std::string line;
+  const auto shell = NewPosixShell(PathMap(), *codePages_);
+  EXPECT_EQ(shell->ReadFirstLine(At("pipe"), 9, line).error, ShareError::Other);
+  std::atomic<bool> cancelled = false;
+  std::thread later([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    cancelled = true;
+  });
+  std::error_code error;
+  char byte;
+  const auto reader = files_->OpenUnpacked(At("pipe"), Compression::Auto, error);
+  ASSERT_TRUE(reader) << error.message();
+  reader->EndOn(&cancelled);
+  EXPECT_EQ(reader->Read(&byte, 1, error), 0u);
+  EXPECT_EQ(error, std::errc::operation_canceled);
+  later.join();
+  ASSERT_EQ(mkfifo(At("other").c_str(), 0600), 0);
+  const auto writer = files_->OpenWrite(At("other"), false, Compression::None, error);
+  ASSERT_TRUE(writer) << error.message();
+  writer->EndOn(&cancelled);
+  EXPECT_EQ(writer->Write("text"), std::errc::operation_canceled);
+}
+
+TEST_F(PosixFilesTest, AReaderOfAPipeGetsTheWord) {
+  ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
+  std::string word;
+  std::thread reader([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // he comes late
+    word = disk_.Read("pipe");
+  });
+  EXPECT_FALSE(files_->ReplaceText(At("pipe"), "ok\r\n"));
+  reader.join();
+  EXPECT_EQ(word, "ok\r\n");
+}
+
+/// Another owner's file, or another group's, must stay theirs: they could not write to it any more.
+TEST_F(PosixFilesTest, AWordInAnothersFileIsWrittenInPlace) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root has files of several users";
+  constexpr uid_t kProvider = 65533, kRunner = 65534;
+  disk_.Write("shared/status", "ready");
+  disk_.SetMode("", 0755);
+  disk_.SetMode("shared", 0777);
+  disk_.SetMode("shared/status", 0666);
+  ASSERT_EQ(chown(At("shared/status").c_str(), kProvider, kProvider), 0);
+  const auto shell = NewPosixShell(PathMap(), *codePages_);
+  ASSERT_EQ(seteuid(kRunner), 0);
+  EXPECT_FALSE(files_->ReplaceText(At("shared/status"), "running"));
+  const std::string first = disk_.Read("shared/status");
+  EXPECT_EQ(shell->ReplaceText(At("shared/status"), "idle").error, ShareError::None);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(first, "running");
+  EXPECT_EQ(disk_.Read("shared/status"), "idle");
+  struct stat status {};
+  ASSERT_EQ(stat(At("shared/status").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, kProvider);
+  EXPECT_EQ(status.st_gid, kProvider);
 }
 
 TEST_F(PosixFilesTest, ReplacingKeepsModeAndLinksAndLeavesNothingBeside) {

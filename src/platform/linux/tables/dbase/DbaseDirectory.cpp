@@ -5,6 +5,7 @@
 #include <map>
 
 #include "platform/Text.h"
+#include "platform/linux/system/DirectoryEntries.h"
 #include "platform/linux/tables/dbase/DbaseTable.h"
 
 namespace torvik {
@@ -16,9 +17,11 @@ class DbaseDirectory final : public TableFile {
  public:
   explicit DbaseDirectory(const std::string& directory) {
     std::error_code error;
-    for (fs::directory_iterator at(directory, error), end; !error && at != end; at.increment(error))
-      if (EqualsIgnoringCase(at->path().extension().string(), ".dbf"))
-        paths_.emplace(LowerAscii(at->path().stem().string()), at->path());
+    for (const std::string& name : DirectoryEntries(directory, error)) {
+      const fs::path path = fs::path(directory) / name;
+      if (EqualsIgnoringCase(path.extension().string(), ".dbf"))
+        paths_.emplace(LowerAscii(path.stem().string()), path);
+    }
     if (error)
       throw TableFileError(directory, "cannot be read: " + error.message() +
                                           "; check the path and the rights on it");

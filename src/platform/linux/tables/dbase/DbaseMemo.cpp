@@ -28,7 +28,7 @@ void DbaseMemo::Open() {
   if (file_) return;
   for (const char* ending : {".dbt", ".DBT", ".fpt", ".FPT"}) {
     path_ = std::filesystem::path(tablePath_).replace_extension(ending).string();
-    Descriptor file = OpenFile(path_, O_RDONLY);
+    Descriptor file = OpenFile(path_, O_RDONLY | O_NONBLOCK);
     if (!file.IsOpen()) continue;
     file_ = std::make_unique<Descriptor>(std::move(file));
     isFoxPro_ = ending[1] == 'f' || ending[1] == 'F';

@@ -93,7 +93,8 @@ std::string_view TrimmedBlanks(std::string_view text) {
 
 class DbaseFile {
  public:
-  explicit DbaseFile(const std::string& path) : path_(path), file_(OpenFile(path, O_RDONLY)) {
+  explicit DbaseFile(const std::string& path)
+      : path_(path), file_(OpenFile(path, O_RDONLY | O_NONBLOCK)) {
     if (!file_.IsOpen())
       throw TableFileError(path, "cannot be read: " + LastSystemError().message() +
                                      "; check the path and the rights on it");
