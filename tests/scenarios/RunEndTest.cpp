@@ -21,7 +21,7 @@ using ::testing::AnyOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
-constexpr const char* kInsert = R"toml([[connections]]
+constexpr const char* kInsertOne = R"toml([[connections]]
 name = "warehouse"
 provider = "SQLOLEDB"
 properties = { "Data Source" = "${DestinationServer}", "Initial Catalog" = "${DestServerDatabaseName}" }
@@ -44,14 +44,15 @@ connection = "warehouse"
 sql = "INSERT INTO t VALUES (-1)"
 )toml";
 
-const std::vector<std::string> kRun = {"torvik", "-configfile", "job.etl", "-statusfile", "s.txt"};
+const std::vector<std::string> kRunCommand = {"torvik", "-configfile", "job.etl", "-statusfile",
+                                              "s.txt"};
 
 /// A job "job.etl" that pumps the rows 1 and 2 into the table t.
 struct RunEnd : ::testing::Test {
   RunEnd() {
     sandbox.Connect("DW")->Execute("CREATE TABLE t (a INTEGER)");
     sandbox.WriteFile("rows.csv", "a\n1\n2\n");
-    sandbox.PutPackage("Sales_LoadDW", kInsert);
+    sandbox.PutPackage("Sales_LoadDW", kInsertOne);
     sandbox.WriteJob("job.etl", "Sales_LoadDW");
   }
   ProgramResult Shell(const std::string& script) const {
@@ -64,9 +65,9 @@ struct RunEnd : ::testing::Test {
 };
 
 /// The job's package becomes one step that ends when the test lets it.
-class Gate {
+class PipeGate {
  public:
-  explicit Gate(const Sandbox& sandbox) : path_(sandbox.PathOf("gate")) {
+  explicit PipeGate(const Sandbox& sandbox) : path_(sandbox.PathOf("gate")) {
     mkfifo(path_.c_str(), 0600);
     sandbox.PutPackage("Sales_LoadDW",
                        "[[steps]]\nname = \"wait\"\ntask = \"ExecuteProcess\"\n"
@@ -123,8 +124,8 @@ TEST_F(RunEnd, WithTooLittleOfSomethingItEndsWithItsVerdictAndTheReason) {
     sandbox.WriteFile("err.txt", "");
     sandbox.WriteFile("s.txt", "old");
     command.insert(command.end(), {"/usr/bin/prlimit", limit, "--"});
-    command.insert(command.end(), kRun.begin(), kRun.end());
-    command[command.size() - kRun.size()] = sandbox.PathOf("torvik");
+    command.insert(command.end(), kRunCommand.begin(), kRunCommand.end());
+    command[command.size() - kRunCommand.size()] = sandbox.PathOf("torvik");
     const ProgramResult run = sandbox.Run(command);
     const std::string log = sandbox.ReadFile("err.txt");
     EXPECT_THAT(sandbox.ReadFile("s.txt"), AnyOf("ok\r\n", "failure\r\n")) << limit << run.err;
@@ -149,10 +150,10 @@ TEST_F(RunEnd, WithTooLittleOfSomethingItEndsWithItsVerdictAndTheReason) {
 /// Each answered signal is a line; the second one shows that the first has been dealt with.
 TEST_F(RunEnd, AHangupActsAsTheCloseButtonUnlessItIsIgnored) {
   const std::string answer = "Waiting for end of execution\r\n";
-  Gate gate(sandbox);
+  PipeGate gate(sandbox);
   for (const bool isIgnored : {false, true}) {
     sandbox.WriteFile("err.txt", "");
-    auto command = kRun;
+    auto command = kRunCommand;
     if (isIgnored) {
       command[0] = torvik;
       command.insert(command.begin(), {"/usr/bin/env", "--ignore-signal=HUP"});
@@ -220,14 +221,14 @@ TEST_F(RunEnd, OfTwoRunsOfOneJobAtOnceOneWaitsOrGivesUp) {
 }
 
 TEST_F(RunEnd, ASecondRunLeavesTheFirstOnesStatusFileAlone) {
-  Gate gate(sandbox);
-  const RunningProgram first = sandbox.Start(kRun);
+  PipeGate gate(sandbox);
+  const RunningProgram first = sandbox.Start(kRunCommand);
   gate.WaitForReader();
   const std::string log = sandbox.ReadFile("err.txt");
-  sandbox.Run(kRun);
+  sandbox.Run(kRunCommand);
   EXPECT_EQ(sandbox.ReadFile("s.txt"), "running\r\n");
   EXPECT_EQ(sandbox.ReadFile("err.txt"), log);
-  auto other = kRun;
+  auto other = kRunCommand;
   other.back() = "other.txt";
   sandbox.Run(other);
   EXPECT_EQ(sandbox.ReadFile("other.txt"), "failure\r\n");
