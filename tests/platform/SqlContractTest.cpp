@@ -247,7 +247,8 @@ TEST_P(SqlContract, AQueryIsReadInBulkAloneOrAlongsideOtherStatements) {
           dw_->OpenBulkRead("SELECT id, f AS flag, at, s FROM t ORDER BY id", alongside);
       EXPECT_EQ((std::vector<std::string>{"id", "flag", "at", "s"}), read->Columns());
       if (alongside) Do("UPDATE n SET i = i WHERE i = 1");
-      EXPECT_EQ("1|1|2001-01-08 09:10:11|tab\there\nline\\N|\n2|0|-||\n3|-|-|-|\n", TextsLeftIn(*read));
+      EXPECT_EQ("1|1|2001-01-08 09:10:11|tab\there\nline\\N|\n2|0|-||\n3|-|-|-|\n",
+                TextsLeftIn(*read));
       EXPECT_EQ("", TextsLeftIn(*read));
       {
         const auto many = dw_->OpenBulkRead("SELECT i FROM n ORDER BY i", alongside);

@@ -31,7 +31,7 @@ std::string BehindLinks(std::filesystem::path path, std::error_code& error) {
 
 /// The status of a file; nothing when there is none. A file whose mode cannot be told is not taken
 /// for an absent one: it would get another mode.
-std::error_code StatusOf(const std::string& path, std::optional<struct stat>& status) {
+std::error_code StatusIfAny(const std::string& path, std::optional<struct stat>& status) {
   if (stat(path.c_str(), &status.emplace()) == 0) return {};
   status.reset();
   return errno == ENOENT ? std::error_code() : LastSystemError();
@@ -97,7 +97,7 @@ std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMod
   std::error_code error;
   target_ = BehindLinks(path, error);
   std::optional<struct stat> old;
-  if (error || (error = StatusOf(target_, old))) return error;
+  if (error || (error = StatusIfAny(target_, old))) return error;
   if (old && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) return LastSystemError();
   beside_ = std::make_unique<Beside>(DirectoryOf(target_), old ? 0600 : newFileMode);
   return beside_->IsOpen() ? std::error_code() : LastSystemError();
@@ -115,7 +115,7 @@ std::error_code FileReplacement::Write(std::string_view bytes) {
 
 std::error_code FileReplacement::Sync() {
   std::optional<struct stat> old;
-  if (const auto error = StatusOf(target_, old)) return error;
+  if (const auto error = StatusIfAny(target_, old)) return error;
   if (old) {
     if (const auto error = KeepOwnerAndMode(beside_->Number(), *old)) return error;
   }
