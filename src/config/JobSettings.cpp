@@ -7,6 +7,7 @@
 #include "config/modCypher.h"
 #include "config/modIniFilesUtils.h"
 #include "platform/Files.h"
+#include "platform/Profile.h"
 
 namespace torvik {
 namespace {
@@ -74,25 +75,27 @@ struct Stored {
 
 bool JobSettings::ReadConfigFile(const JobFileServices& services) {
   if (!FileExists(services.files, TorvConfigFile)) return false;
-  if (services.files.CheckReadable(TorvConfigFile)) return false;
-  for (const StoredSetting& setting : kStoredSettings) {
-    const bool isTruth = std::holds_alternative<TruthSetting>(setting.member);
-    const std::string text = ReadIniString(services.profile, setting.section, setting.key,
-                                           isTruth ? "False" : "", TorvConfigFile);
-    std::visit(Store{*this, text, services.ansi}, setting.member);
-  }
-  return true;
+  return services.profile.Together(TorvConfigFile, [&] {
+    for (const StoredSetting& setting : kStoredSettings) {
+      const bool isTruth = std::holds_alternative<TruthSetting>(setting.member);
+      const std::string text = ReadIniString(services.profile, setting.section, setting.key,
+                                             isTruth ? "False" : "", TorvConfigFile);
+      std::visit(Store{*this, text, services.ansi}, setting.member);
+    }
+  });
 }
 
 bool JobSettings::WriteConfigFile(const JobFileServices& services) const {
   if (TorvConfigFile.empty()) return false;
   std::int16_t written = 0;
-  for (const StoredSetting& setting : kStoredSettings) {
-    written = WriteIniString(services.profile, setting.section, setting.key,
-                             std::visit(Stored{*this, services}, setting.member), TorvConfigFile);
-  }
-  services.dataLinks.WriteDataLinkSections(TorvConfigFile);
-  return written != 0;  // that of the last key alone
+  const bool isSaved = services.profile.Together(TorvConfigFile, [&] {
+    for (const StoredSetting& setting : kStoredSettings) {
+      written = WriteIniString(services.profile, setting.section, setting.key,
+                               std::visit(Stored{*this, services}, setting.member), TorvConfigFile);
+    }
+    services.dataLinks.WriteDataLinkSections(TorvConfigFile);
+  });
+  return isSaved && written != 0;  // that of the last key alone
 }
 
 }  // namespace torvik

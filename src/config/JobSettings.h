@@ -48,8 +48,8 @@ class JobSettings {
   /// False, and nothing changes, when the file is missing or cannot be read.
   bool ReadConfigFile(const JobFileServices& services);
 
-  /// Writes every setting and then the data-link sections. Passwords are scrambled afresh. False
-  /// when no file is named or the last setting could not be written.
+  /// Writes every setting and then the data-link sections, all at once. Passwords are scrambled
+  /// afresh. False when no file is named, or it or the last setting could not be written.
   bool WriteConfigFile(const JobFileServices& services) const;
 
  protected:

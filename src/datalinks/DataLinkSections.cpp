@@ -5,6 +5,8 @@
 #include "config/modIniFilesUtils.h"
 #include "datalinks/DataLinks.h"
 #include "datalinks/FieldReaders.h"
+#include "platform/PlatformError.h"
+#include "platform/Profile.h"
 
 namespace torvik {
 namespace {
@@ -50,7 +52,10 @@ void DataLinks::WriteSection(const std::string& file, const cDataSource& link) {
 
 void DataLinks::ReadDataLinkSections(const std::string& file) {
   if (!links_) return;
-  for (const auto& link : *links_) ReadDataLinkSection(file, *link);
+  const bool isRead = profile_.Together(file, [&] {
+    for (const auto& link : *links_) ReadDataLinkSection(file, *link);
+  });
+  if (!isRead) throw PlatformError(0, file + " cannot be read", "job file");
 }
 
 void DataLinks::ReadDataLinkSection(const std::string& file, cDataSource& link) {

@@ -40,7 +40,8 @@ class DataLinks : public DataLinkSectionWriter {
   cDataSource* FindDataLink(const std::string& name);
 
   /// Gives each link of the collection the values that the job file has for it. A link whose
-  /// section has no name is left alone. Throws PlatformError when a number in a section is none.
+  /// section has no name is left alone. Throws PlatformError when the file cannot be read or a
+  /// number in a section is none.
   void ReadDataLinkSections(const std::string& file);
 
   /// The same for one link, which need not be in the collection.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,12 @@ class Profile {
   /// and so do its line ends and its mode. Non-zero on success; on failure the file is as it was.
   virtual int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                          std::string_view value, const std::string& file) = 0;
+
+  /// Calls `use`, which reads and writes keys of this file. The file itself is read once before and
+  /// written once afterwards, when a key was written: whoever reads it, or comes after a crash,
+  /// finds all of the new keys or none. False when it cannot be read, and `use` is not called then,
+  /// or cannot be written: it is as it was. An absent file is an empty one.
+  virtual bool Together(const std::string& file, const std::function<void()>& use) = 0;
 };
 
 }  // namespace torvik

@@ -17,6 +17,7 @@ struct FakeProfile final : Profile {
 
   std::vector<Entry> entries;    ///< In the order in which they were first written.
   std::string failingKey = "-";  ///< A write of this key fails.
+  std::string unreadableFile;
 
   std::string GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                        std::string_view fallback, std::size_t size,
@@ -32,6 +33,11 @@ struct FakeProfile final : Profile {
       entries.push_back({file, std::string(section), std::string(key), ""});
     Find(file, section, key)->value = value;
     return 1;
+  }
+
+  bool Together(const std::string& file, const std::function<void()>& use) override {
+    if (file != unreadableFile) use();
+    return file != unreadableFile;
   }
 
   Entry* Find(std::string_view file, std::string_view section, std::string_view key) {

@@ -1,5 +1,9 @@
 #include "platform/linux/settings/ProfileFiles.h"
 
+#include <memory>
+#include <optional>
+#include <utility>
+
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/IniText.h"
@@ -24,10 +28,8 @@ class ProfileFiles final : public Profile {
                                        const std::string& file) override {
     if (size == 0) return {};
     std::string value(fallback);
-    std::string bytes;
-    if (!Read(file, bytes)) {
-      const IniText ini(std::move(bytes));
-      const auto found = ini.Find(ansi_.Encode(section), ansi_.Encode(key));
+    if (const auto ini = Read(file)) {
+      const auto found = ini->Find(ansi_.Encode(section), ansi_.Encode(key));
       if (found) value = ansi_.Decode(*found);
     }
     value.resize(FirstCharacters(value, size - 1).size());
@@ -37,25 +39,53 @@ class ProfileFiles final : public Profile {
   int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                  std::string_view value, const std::string& file) override {
     if (!FitsOnOneLine(section) || !FitsOnOneLine(key) || !FitsOnOneLine(value)) return 0;
+    auto ini = Read(file);
+    if (!ini) return 0;
+    ini->Set(ansi_.Encode(section), ansi_.Encode(key), ansi_.Encode(value));
+    if (!held_ || held_->file != file) return Write(file, *ini);
+    held_->text = std::move(*ini);
+    held_->isChanged = true;
+    return 1;
+  }
+
+  bool Together(const std::string& file, const std::function<void()>& use) override {
+    auto ini = Read(file);
+    if (!ini) return false;
+    const auto letGo = [](std::optional<Held>* held) { held->reset(); };
+    held_ = Held{file, std::move(*ini)};
+    const std::unique_ptr<std::optional<Held>, decltype(letGo)> holding(&held_, letGo);
+    use();
+    return !held_->isChanged || Write(file, held_->text);
+  }
+
+ private:
+  /// A file that is in use, as it will be written.
+  struct Held {
+    std::string file;
+    IniText text;
+    bool isChanged = false;
+  };
+
+  /// An absent file is an empty one; nothing when the file cannot be read.
+  std::optional<IniText> Read(const std::string& file) const {
+    if (held_ && held_->file == file) return held_->text;
+    std::error_code error;
+    const std::string path = paths_.ToLinux(file, error);
     std::string bytes;
-    const std::error_code unread = Read(file, bytes);
-    if (unread && unread != std::errc::no_such_file_or_directory) return 0;
-    IniText ini(std::move(bytes));
-    ini.Set(ansi_.Encode(section), ansi_.Encode(key), ansi_.Encode(value));
+    if (!error) error = ReadFile(path, bytes);
+    if (error && error != std::errc::no_such_file_or_directory) return {};
+    return IniText(std::move(bytes));
+  }
+
+  bool Write(const std::string& file, const IniText& ini) const {
     std::error_code error;
     const std::string path = paths_.ToLinux(file, error);
     return !error && !ReplaceFile(path, ini.Bytes(), kPrivateMode);
   }
 
- private:
-  std::error_code Read(const std::string& file, std::string& bytes) const {
-    std::error_code error;
-    const std::string path = paths_.ToLinux(file, error);
-    return error ? error : ReadFile(path, bytes);
-  }
-
   const PathMap paths_;
   const CodePage& ansi_;
+  std::optional<Held> held_;
 };
 
 }  // namespace

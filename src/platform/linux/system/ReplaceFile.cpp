@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 
 #include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
@@ -20,13 +21,22 @@ namespace {
 constexpr std::size_t kSendAtOnce = 8 << 20;
 
 /// The file that a chain of symbolic links ends in; it need not exist.
-std::string BehindLinks(std::filesystem::path path) {
+std::string BehindLinks(std::filesystem::path path, std::error_code& error) {
   constexpr int maxLinks = 40;
-  std::error_code error;
   for (int i = 0; i < maxLinks && std::filesystem::is_symlink(path, error); ++i) {
     path = path.parent_path() / std::filesystem::read_symlink(path, error);
+    if (error) return {};
   }
+  if (error == std::errc::no_such_file_or_directory) error.clear();
   return path.string();
+}
+
+/// The status of a file; nothing when there is none. A file whose mode cannot be told is not taken
+/// for an absent one: it would get another mode.
+std::error_code StatusIfAny(const std::string& path, std::optional<struct stat>& status) {
+  if (stat(path.c_str(), &status.emplace()) == 0) return {};
+  status.reset();
+  return errno == ENOENT ? std::error_code() : LastSystemError();
 }
 
 std::string DirectoryOf(const std::string& path) {
@@ -125,12 +135,12 @@ FileReplacement& FileReplacement::operator=(FileReplacement&&) noexcept = defaul
 std::error_code FileReplacement::Open(const std::string& path, mode_t newFileMode,
                                       Ownership ownership) {
   ownership_ = ownership;
-  target_ = BehindLinks(path);
-  struct stat old {};
-  const bool exists = stat(target_.c_str(), &old) == 0;
-  if (exists && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
-    return LastSystemError();
-  beside_ = std::make_unique<Beside>(DirectoryOf(target_), exists ? 0600 : newFileMode);
+  std::error_code error;
+  target_ = BehindLinks(path, error);
+  std::optional<struct stat> old;
+  if (error || (error = StatusIfAny(target_, old))) return error;
+  if (old && faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0) return LastSystemError();
+  beside_ = std::make_unique<Beside>(DirectoryOf(target_), old ? 0600 : newFileMode);
   return beside_->IsOpen() ? std::error_code() : LastSystemError();
 }
 
@@ -145,9 +155,10 @@ std::error_code FileReplacement::Write(std::string_view bytes) {
 }
 
 std::error_code FileReplacement::Sync() {
-  struct stat old {};
-  if (stat(target_.c_str(), &old) == 0) {
-    if (const auto error = KeepOwnerAndMode(beside_->Number(), old, ownership_)) return error;
+  std::optional<struct stat> old;
+  if (const auto error = StatusIfAny(target_, old)) return error;
+  if (old) {
+    if (const auto error = KeepOwnerAndMode(beside_->Number(), *old, ownership_)) return error;
   }
   return fsync(beside_->Number()) == 0 ? std::error_code() : LastSystemError();
 }
