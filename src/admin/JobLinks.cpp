@@ -10,7 +10,6 @@
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/database/SqlNames.h"
 #include "platform/linux/settings/IniText.h"
 
 namespace torvik::admin {
@@ -100,8 +99,8 @@ class LinksCheck {
   void RequireRow(const cDataSource& stored, const cDataSource& link) {
     if (link.strName == stored.strName && link.strModelName == stored.strModelName) return;
     const auto row = warehouse_.OpenRecordset(
-        "SELECT * FROM dwm_data_link WHERE model = " + QuotedText(link.strModelName) +
-            " AND source_name = " + QuotedText(link.strName),
+        "SELECT * FROM dwm_data_link WHERE model = " + warehouse_.Literal(link.strModelName) +
+            " AND source_name = " + warehouse_.Literal(link.strName),
         {});
     if (!row->Eof()) return;
     throw PlatformError(0,

@@ -6,7 +6,6 @@
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "platform/linux/database/SqlNames.h"
 
 namespace torvik::admin {
 namespace {
@@ -32,8 +31,9 @@ void Connect(DataWarehouse& warehouse, const ServerChoice& choice, const std::st
   }
 }
 
-std::string RowOf(const std::string& model, const std::string& name) {
-  return " WHERE model = " + QuotedText(model) + " AND source_name = " + QuotedText(name);
+std::string RowOf(ado::Connection& connection, const std::string& model, const std::string& name) {
+  return " WHERE model = " + connection.Literal(model) +
+         " AND source_name = " + connection.Literal(name);
 }
 
 void Store(ado::Connection& connection, const LinkFile& link) {
@@ -41,9 +41,9 @@ void Store(ado::Connection& connection, const LinkFile& link) {
   std::string values;
   for (const auto& [column, value] : link.columns) {
     columns += (columns.empty() ? "" : ", ") + column;
-    values += (values.empty() ? "" : ", ") + value;
+    values += (values.empty() ? "" : ", ") + (value ? connection.Literal(*value) : "NULL");
   }
-  connection.Execute("DELETE FROM dwm_data_link" + RowOf(link.model, link.name));
+  connection.Execute("DELETE FROM dwm_data_link" + RowOf(connection, link.model, link.name));
   connection.Execute("INSERT INTO dwm_data_link (" + columns + ") VALUES (" + values + ")");
 }
 
@@ -73,9 +73,10 @@ int ListLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkO
   for (const std::string& column : LinkColumns()) {
     if (!IsSecretColumn(column)) headings.push_back(column);
   }
+  ado::Connection& connection = warehouse.Connection();
   const std::string where =
-      options.model.empty() ? "" : " WHERE model = " + QuotedText(options.model);
-  const auto links = warehouse.Connection().OpenRecordset(
+      options.model.empty() ? "" : " WHERE model = " + connection.Literal(options.model);
+  const auto links = connection.OpenRecordset(
       "SELECT * FROM dwm_data_link" + where + " ORDER BY model, source_name", {});
   std::vector<JsonRow> rows;
   for (; !links->Eof(); links->MoveNext()) {
@@ -91,7 +92,8 @@ int RemoveLink(LinuxPlatform& platform, const Invocation& invocation, const Link
   Connect(warehouse, invocation.server, options.database);
   const std::string label = "data link '" + options.name + "' of model '" + options.model + "'";
   if (warehouse.Connection().Execute("DELETE FROM dwm_data_link" +
-                                     RowOf(options.model, options.name)) == 0) {
+                                     RowOf(warehouse.Connection(), options.model, options.name)) ==
+      0) {
     throw PlatformError(0, "there is no " + label + " in " + options.database, "data link");
   }
   PrintResult({{"model", options.model}, {"source_name", options.name}}, label + " is removed",

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "engine/model/TomlTable.h"
-#include "platform/linux/database/SqlNames.h"
 
 namespace torvik::admin {
 namespace {
@@ -39,20 +38,20 @@ constexpr LinkColumn kColumns[] = {
 constexpr std::int64_t kLargestNumber = 32767;  // the runner reads 16 bits
 
 /// Every value is a text, which every server takes for its column's own type.
-std::string Literal(engine::TableReader& reader, const LinkColumn& column,
-                    engine::Problems& problems) {
+std::optional<std::string> ValueOf(engine::TableReader& reader, const LinkColumn& column,
+                                   engine::Problems& problems) {
   const engine::TomlValue* value = reader.Find(column.name);
-  if (value == nullptr) return "NULL";
+  if (value == nullptr) return {};
   if (column.type == ColumnType::Text) {
     const auto text = reader.Text(column.name);
-    return text ? QuotedText(text->text) : "NULL";
+    return text ? std::optional(text->text) : std::nullopt;
   }
-  if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "'1'" : "'0'";
+  if (column.type == ColumnType::Truth) return reader.Boolean(column.name, false) ? "1" : "0";
   const std::int64_t number = reader.Integer(column.name, 0);
   if (number < 0 || number > kLargestNumber) {
     problems.Add(value->place, std::string(column.name) + " must be from 0 to 32767");
   }
-  return QuotedText(std::to_string(number));
+  return std::to_string(number);
 }
 
 }  // namespace
@@ -79,7 +78,7 @@ LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
   link.model = reader.RequiredText("model").text;
   link.name = reader.RequiredText("source_name").text;
   for (const LinkColumn& column : kColumns) {
-    link.columns.emplace_back(column.name, Literal(reader, column, problems));
+    link.columns.emplace_back(column.name, ValueOf(reader, column, problems));
   }
   if (reader.Find("Type") == nullptr) {
     problems.Add({},

@@ -1,17 +1,18 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace torvik::admin {
 
-/// A data link as a file holds it: columns of dwm_data_link and their values as SQL literals, the
-/// columns that the file leaves out being NULL.
+/// A data link as a file holds it: columns of dwm_data_link and their values, the columns that the
+/// file leaves out being NULL.
 struct LinkFile {
   std::string model;
   std::string name;
-  std::vector<std::pair<std::string, std::string>> columns;
+  std::vector<std::pair<std::string, std::optional<std::string>>> columns;
 };
 
 /// The columns of dwm_data_link, in the table's order.

@@ -48,10 +48,10 @@ void cDataSource::ReadRow(const ado::Recordset& row) {
 }
 
 void cDataSource::Save(ado::Connection& dataWarehouse) {
-  const auto row =
-      dataWarehouse.OpenRecordset("SELECT * FROM dwm_data_link WHERE model = '" + strModelName +
-                                      "' AND source_name = '" + strName + "'",
-                                  kUpdating);
+  const auto row = dataWarehouse.OpenRecordset(
+      "SELECT * FROM dwm_data_link WHERE model = " + dataWarehouse.Literal(strModelName) +
+          " AND source_name = " + dataWarehouse.Literal(strName),
+      kUpdating);
   AddDirectorySeparators();
   row->SetField("ds_server", strDSServer);
   row->SetField("ds_database", strDSDatabase);

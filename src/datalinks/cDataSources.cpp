@@ -19,7 +19,8 @@ PlatformError Failure(CollectionError number, const std::string& reason) {
 
 void cDataSources::Load(ado::Connection& dataWarehouse, const std::string& strModelName) {
   const auto rows = dataWarehouse.OpenRecordset(
-      "SELECT * FROM dwm_data_link WHERE dwm_data_link.model = '" + strModelName + "'",
+      "SELECT * FROM dwm_data_link WHERE dwm_data_link.model = " +
+          dataWarehouse.Literal(strModelName),
       {ado::CursorLocation::UseClient, ado::CursorType::Unspecified, ado::LockType::Pessimistic});
   for (; !rows->Eof(); rows->MoveNext()) {
     cDataSource link;

@@ -22,12 +22,6 @@ constexpr int kConnectTimeoutSeconds = 20;
 /// A SQL Server stores instants in steps of 1/300 s; versions this far apart never meet in one.
 constexpr Milliseconds kBetweenVersions(10);
 
-std::string SqlText(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? "''" : std::string(1, c);
-  return quoted + "'";
-}
-
 std::string TextOfField(const ado::Value& value) {
   if (const auto* text = std::get_if<std::string>(&value)) return *text;
   if (const auto* blob = std::get_if<ado::Blob>(&value)) return blob->bytes;
@@ -109,7 +103,7 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
   auto created = std::chrono::floor<Milliseconds>(clock.Now());
   std::string id = NewIdentifier();
   const auto latest = connection_->OpenRecordset(
-      "SELECT id, createdate FROM sysdtspackages WHERE name = " + SqlText(name) +
+      "SELECT id, createdate FROM sysdtspackages WHERE name = " + connection_->Literal(name) +
           " ORDER BY createdate DESC",
       {});
   if (!latest->Eof()) {
@@ -129,17 +123,22 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
   load->Load({row, std::size(row)}, 0, refused);
   if (!refused.empty())
     throw PlatformError(refused[0].number, refused[0].description, "package store");
-  load->Finish();
+  if (const std::int64_t taken = load->Finish(); taken != 1)
+    throw PlatformError(0,
+                        "the server took " + std::to_string(taken) +
+                            " rows in place of one for the package; look for a trigger on "
+                            "sysdtspackages that keeps rows out",
+                        "package store");
   transaction.Commit();
   return versionId;
 }
 
 StoredPackage PackageStore::Load(const std::string& name, const std::string& versionId) {
-  const std::string named = "name = " + SqlText(name);
+  const std::string named = "name = " + connection_->Literal(name);
   const std::string version =
       versionId.empty()
           ? "createdate = (SELECT MAX(createdate) FROM sysdtspackages WHERE " + named + ")"
-          : "versionid = " + SqlText(WithoutBraces(versionId));
+          : "versionid = " + connection_->Literal(WithoutBraces(versionId));
   const auto row = connection_->OpenRecordset(
       "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + named + " AND " + version,
       {});
@@ -167,8 +166,8 @@ std::vector<PackageSummary> PackageStore::List() {
 }
 
 int PackageStore::Remove(const std::string& name) {
-  return static_cast<int>(
-      connection_->Execute("DELETE FROM sysdtspackages WHERE name = " + SqlText(name)));
+  return static_cast<int>(connection_->Execute("DELETE FROM sysdtspackages WHERE name = " +
+                                               connection_->Literal(name)));
 }
 
 }  // namespace torvik::engine

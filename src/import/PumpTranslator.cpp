@@ -352,6 +352,10 @@ class PumpWriter {
     for (const auto& number : numbers)
       if (const std::int64_t value = properties_.Whole(number.property, 0); value > 0)
         writer_.Whole(number.key, value);
+    constexpr std::int64_t kTableLock = 4;  // of the mask
+    if (properties_.Whole("FastLoadOptions", 0) & kTableLock) writer_.Boolean("table_lock", true);
+    if (properties_.Boolean("AllowIdentityInserts", false))
+      writer_.Boolean("identity_insert", true);
     const std::string file = properties_.Text("ExceptionFileName");
     if (!file.empty()) writer_.Text("exception_file", file);
   }

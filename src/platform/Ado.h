@@ -74,15 +74,28 @@ struct CursorOptions {
 /// What a destination column takes, as far as values are checked before they are sent.
 enum class ColumnKind { Text, Integer, Decimal, Real, Boolean, Date, DateTime, Binary };
 
+/// In what the size of a text is counted.
+enum class TextUnit { Characters, Utf16, Utf8 };
+
 /// One column of a table. Sizes that the declaration leaves open are 0.
 struct Column {
   std::string name;
   ColumnKind kind = ColumnKind::Text;
   std::string declaredType;      ///< As the server spells it: "VARCHAR(40)".
-  int size = 0;                  ///< Text: characters. Integer: bytes (2, 4 or 8).
+  int size = 0;                  ///< Text: units. Integer: bytes (1, 2, 4 or 8).
   int precision = 0, scale = 0;  ///< Decimal: digits in all, and behind the point.
   bool nullable = true;
   int keyPosition = 0;  ///< Place in the primary key, from 1; 0: not part of it.
+  TextUnit unit = TextUnit::Characters;
+  int codePage = 0;         ///< In which the server keeps a text, where it does not keep them all.
+  bool isIdentity = false;  ///< Numbers the rows by itself.
+  bool isComputed = false;  ///< Takes no values.
+};
+
+/// How rows are loaded.
+struct LoadOptions {
+  bool givesIdentity = false;  ///< The rows bring the values of an identity column along.
+  bool locksTable = false;     ///< Nobody else reads or writes the table meanwhile.
 };
 
 /// What a statement with parameters gave.
@@ -109,6 +122,13 @@ class Database {
   virtual StatementResult ExecuteWith(const std::string& sql,
                                       std::span<const Value> parameters) = 0;
 
+  /// `text` as a literal of this server's SQL that keeps every character.
+  virtual std::string Literal(std::string_view text) {
+    std::string literal = "'";
+    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
+    return literal + "'";
+  }
+
   virtual std::unique_ptr<Recordset> OpenRecordset(const std::string& sql,
                                                    const CursorOptions& options) = 0;
 
@@ -123,7 +143,12 @@ class Database {
 
   /// Rows on their way into the named columns of a table.
   virtual std::unique_ptr<BulkLoad> OpenBulkLoad(const std::string& table,
-                                                 std::span<const std::string> columns) = 0;
+                                                 std::span<const std::string> columns,
+                                                 const LoadOptions& options) = 0;
+  std::unique_ptr<BulkLoad> OpenBulkLoad(const std::string& table,
+                                         std::span<const std::string> columns) {
+    return OpenBulkLoad(table, columns, {});
+  }
 
   /// The rows of a query as they are needed: neither side holds all of them. `alongside`: the
   /// connection runs other statements before the last row has been read.

@@ -143,6 +143,14 @@ inline std::size_t CountCharacters(std::string_view text) {
   }));
 }
 
+/// The same in units of UTF-16: a character of four bytes takes two.
+inline std::size_t CountUtf16Units(std::string_view text) {
+  return CountCharacters(text) +
+         static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+           return static_cast<unsigned char>(c) >= 0xF0;
+         }));
+}
+
 /// The first `count` characters; a byte that is not valid UTF-8 counts as one.
 inline std::string_view FirstCharacters(std::string_view text, std::size_t count) {
   std::size_t at = 0;

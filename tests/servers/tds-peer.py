@@ -11,7 +11,7 @@ is part of the line answers it; where there is none, a success without rows does
   columns NAME TYPE, #IDENTITY TYPE      row VALUE | VALUE     NULL is NULL, \\u1F600; a character
   error NUMBER SEVERITY TEXT        info NUMBER SEVERITY TEXT
   done COUNT: one of several statements ends      count COUNT: the last one's
-  close: hangs up                                 wait: until the next request
+  close: hangs up      wait: until the next request      deaf: for ever, no cancel is answered
 """
 import datetime
 import decimal
@@ -221,6 +221,7 @@ class Rows(Call):
 
 class Client(socketserver.BaseRequestHandler):
     transaction = 0
+    deaf = False
 
     def receive(self):
         data, is_last = b"", False
@@ -260,7 +261,8 @@ class Client(socketserver.BaseRequestHandler):
                 rows, failed = None, 0
             elif word == "count":
                 rows = int(rest)
-            else:  # "wait", "close"
+            else:  # "wait", "close", "deaf"
+                self.deaf = word == "deaf"
                 self.send(out, False)
                 if word == "close":
                     raise ConnectionError
@@ -297,7 +299,7 @@ class Client(socketserver.BaseRequestHandler):
         """The client must carry the number of the transaction that it is told here."""
         before = struct.pack("<Q", self.transaction)
         begins = text == "BEGIN TRANSACTION"
-        ends = text in ("COMMIT TRANSACTION", "IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION") and self.transaction
+        ends = text.startswith(("COMMIT TRANSACTION", "IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION")) and self.transaction
         if begins or ends:
             self.transaction = 77 if begins else 0
         change = b"\x08" + short(struct.pack("<Q", 77)) + b"\0" if begins else b"\x09\0" + short(before)
@@ -321,7 +323,7 @@ class Client(socketserver.BaseRequestHandler):
             return self.logon(data)
         if kind == ATTENTION:
             self.log("attention")
-            return self.send(done(CANCELLED))
+            return None if self.deaf else self.send(done(CANCELLED))
         if kind == BULK:
             rows = list(Rows(data))
             return self.answer("bulk " + "; ".join(rows), rows=len(rows))

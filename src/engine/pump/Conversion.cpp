@@ -192,14 +192,44 @@ std::string FitDateTime(std::string_view& text, RowBatch& batch) {
   return {};
 }
 
+/// The room that a character of so many bytes takes in a column.
+std::size_t UnitsOf(ado::TextUnit unit, std::size_t bytes) {
+  switch (unit) {
+    case ado::TextUnit::Characters: break;
+    case ado::TextUnit::Utf16: return bytes > 3 ? 2 : 1;
+    case ado::TextUnit::Utf8: return bytes;
+  }
+  return 1;
+}
+
+/// What of a text takes no more than `room` units; `units` are those of the whole text.
+std::string_view FirstUnits(ado::TextUnit unit, std::string_view text, std::size_t room,
+                            std::size_t& units) {
+  std::size_t fits = 0;
+  units = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t bytes = std::max<std::size_t>(1, CharacterLength(text.substr(at)));
+    units += UnitsOf(unit, bytes);
+    at += bytes;
+    if (units <= room) fits = at;
+  }
+  return text.substr(0, fits);
+}
+
 std::string FitText(const ado::Column& column, unsigned flags, std::string_view& text) {
   const auto room = static_cast<std::size_t>(column.size);
-  // A text has at most as many characters as bytes, so counting is for the rare long ones.
+  // A text has at most as many units as bytes, so counting is for the rare long ones.
   if (room == 0 || text.size() <= room) return {};
-  const std::size_t characters = CountCharacters(text);
-  if (characters <= room) return {};
-  if (flags & kAllowStringTruncation) return text = FirstCharacters(text, room), "";
-  return "has " + std::to_string(characters) + " characters, " + std::to_string(room) + " fit";
+  std::size_t units = 0;
+  const std::string_view first = FirstUnits(column.unit, text, room, units);
+  if (units <= room) return {};
+  if (flags & kAllowStringTruncation) return text = first, "";
+  const char* name = column.unit == ado::TextUnit::Characters ? " characters, "
+                     : column.unit == ado::TextUnit::Utf16    ? " UTF-16 units, "
+                                                              : " bytes of UTF-8, ";
+  const bool isUsual = units == CountCharacters(text);
+  return "has " + std::to_string(units) + (isUsual ? " characters, " : name) +
+         std::to_string(room) + " fit";
 }
 
 std::string FitTextValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,

@@ -43,6 +43,7 @@ class Loader {
   PumpCounts Finish() {
     LookAround();
     FinishLoad();
+    load_.reset();  // what it has set for the connection ends here
     return counts_;
   }
 
@@ -140,6 +141,7 @@ PumpCounts RunPump(const PumpRequest& request, const std::function<void(std::int
   try {
     LoadAll(request, mapper, loader);
     const PumpCounts counts = loader.Finish();
+    if (request.settle) request.settle(counts.loaded);
     if (request.exceptions) request.exceptions->End(counts, "");
     return counts;
   } catch (const std::exception& error) {

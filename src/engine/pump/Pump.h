@@ -40,6 +40,9 @@ struct PumpRequest {
   /// Rows after which `commit` is called, if it is set; 0: never.
   std::int64_t commitSize = 0;
   std::function<void()> commit = {};
+  /// Called with the number of rows when all are loaded, if it is set; what it throws fails the
+  /// pump.
+  std::function<void(std::int64_t)> settle = {};
   ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
   /// Reading, mapping and loading share something that one thread at a time may use.
   bool onOneThread = false;

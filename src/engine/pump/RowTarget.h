@@ -37,6 +37,7 @@ std::unique_ptr<RowTarget> NewTextTarget(Files& files, const CodePages& codePage
                                          TextFormat format);
 
 /// A table. `connection` must outlive the target.
-std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table);
+std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table,
+                                          const ado::LoadOptions& options = {});
 
 }  // namespace torvik::engine

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "engine/pump/RowTarget.h"
@@ -8,30 +9,42 @@ namespace {
 
 class TableTarget final : public RowTarget {
  public:
-  TableTarget(ado::Connection& connection, std::string table)
-      : connection_(connection), table_(std::move(table)) {}
+  TableTarget(ado::Connection& connection, std::string table, const ado::LoadOptions& options)
+      : connection_(connection), table_(std::move(table)), options_(options) {}
 
   std::string Name() const override { return "table " + table_; }
 
   std::optional<std::vector<ado::Column>> Columns() override {
     std::vector<ado::Column> columns = connection_.TableColumns(table_);
     if (columns.empty()) throw PlatformError(0, "there is no table " + table_, "data pump");
+    const auto identity = std::ranges::find_if(columns, &ado::Column::isIdentity);
+    if (identity != columns.end()) identity_ = identity->name;
     return columns;
   }
 
   std::unique_ptr<ado::BulkLoad> Open(std::span<const std::string> columns) override {
-    return connection_.OpenBulkLoad(table_, columns);
+    if (!options_.givesIdentity && !identity_.empty() &&
+        std::ranges::find(columns, identity_) != columns.end())
+      throw PlatformError(0,
+                          "the column " + identity_ + " of table " + table_ +
+                              " numbers the rows by itself; leave it out of \"columns\", or write "
+                              "identity_insert = true to keep the source's numbers",
+                          "data pump");
+    return connection_.OpenBulkLoad(table_, columns, options_);
   }
 
  private:
   ado::Connection& connection_;
   const std::string table_;
+  const ado::LoadOptions options_;
+  std::string identity_;  ///< The column that numbers the rows; empty without one.
 };
 
 }  // namespace
 
-std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table) {
-  return std::make_unique<TableTarget>(connection, std::move(table));
+std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table,
+                                          const ado::LoadOptions& options) {
+  return std::make_unique<TableTarget>(connection, std::move(table), options);
 }
 
 }  // namespace torvik::engine

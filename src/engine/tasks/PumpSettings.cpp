@@ -59,6 +59,17 @@ PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
       request, [&](std::int64_t rows) { context.Progress(rows); }, context.Cancelled());
 }
 
+void Replace(ado::Connection& destination, const std::string& table, const std::string& staging,
+             std::int64_t loaded) {
+  const std::int64_t replaced = destination.ReplaceRows(table, staging);
+  if (replaced == loaded) return;
+  throw PlatformError(0,
+                      std::to_string(loaded) + " rows were loaded beside table " + table +
+                          ", but it has taken " + std::to_string(replaced) +
+                          " of them; nothing of them may be kept",
+                      "data pump");
+}
+
 /// The load itself, in a transaction that is open.
 PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source,
                 ado::Connection& destination, const std::string& table,
@@ -67,22 +78,17 @@ PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source,
   if (load == LoadMode::Truncate) destination.EmptyTable(table);
   const std::string staging =
       load == LoadMode::Replace ? destination.CreateStagingTable(table) : std::string();
-  const auto target = NewTableTarget(destination, staging.empty() ? table : staging);
+  ado::LoadOptions options = job.settings.options;
+  options.locksTable |= !staging.empty();  // nobody else knows it
+  const auto target = NewTableTarget(destination, staging.empty() ? table : staging, options);
   PumpRequest request{source, *target};
   if (commit) {
     request.commitSize = job.settings.insertCommitSize;
     request.commit = commit;
   }
-  const PumpCounts counts = Run(context, job, std::move(request));
-  if (staging.empty()) return counts;
-  const std::int64_t replaced = destination.ReplaceRows(table, staging);
-  if (replaced != counts.loaded)
-    throw PlatformError(0,
-                        std::to_string(counts.loaded) + " rows were loaded beside table " + table +
-                            ", but it has taken " + std::to_string(replaced) +
-                            " of them; nothing of them may be kept",
-                        "data pump");
-  return counts;
+  if (!staging.empty())
+    request.settle = [&](std::int64_t loaded) { Replace(destination, table, staging, loaded); };
+  return Run(context, job, std::move(request));
 }
 
 }  // namespace
@@ -93,6 +99,8 @@ PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable) {
     static constexpr const char* kModes[] = {"append", "truncate", "replace"};
     settings.load = static_cast<LoadMode>(reader.OneOf("load", kModes, 0));
     settings.insertCommitSize = reader.Whole("insert_commit_size", 0, 0);
+    settings.options.givesIdentity = reader.Table().Boolean("identity_insert", false);
+    settings.options.locksTable = reader.Table().Boolean("table_lock", false);
   }
   settings.firstRow = reader.Whole("first_row", 0, 0);
   settings.lastRow = reader.Whole("last_row", 0, 0);

@@ -9,10 +9,7 @@
 #include "engine/model/Task.h"
 #include "engine/model/TomlTable.h"
 #include "engine/pump/Pump.h"
-
-namespace torvik::ado {
-class Connection;
-}
+#include "platform/Ado.h"
 
 namespace torvik::engine {
 
@@ -34,6 +31,7 @@ struct PumpSettings {
   std::optional<PlacedText> exceptionFile;
   bool exceptionFileOverwrite = false;
   unsigned flags = 0;  ///< TransformFlags.
+  ado::LoadOptions options;
 };
 
 /// Reads the keys of these names. `toTable`: the destination is a table, not a file.

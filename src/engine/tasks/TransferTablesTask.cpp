@@ -18,6 +18,7 @@ class TransferTablesTask final : public Task {
         tables_(reader.Templates("tables")),
         create_(reader.Table().Boolean("create", true)),
         settings_(ReadPumpSettings(reader, true)) {
+    settings_.options.givesIdentity = true;  // rows keep their numbers
     if (tables_.empty())
       reader.Problem(reader.Table().Place(),
                      "the task has no \"tables\"; list the tables to be transferred");

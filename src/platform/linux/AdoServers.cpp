@@ -54,6 +54,7 @@ class AdoConnection final : public ado::Connection {
   }
 
   std::int64_t Execute(const std::string& sql) override { return Database().Execute(sql); }
+  std::string Literal(std::string_view text) override { return Database().Literal(text); }
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,
                                                 const ado::CursorOptions& options) override {
     return Database().OpenRecordset(sql, options);
@@ -66,8 +67,9 @@ class AdoConnection final : public ado::Connection {
     return Database().TableColumns(table);
   }
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
-                                              std::span<const std::string> columns) override {
-    return Database().OpenBulkLoad(table, columns);
+                                              std::span<const std::string> columns,
+                                              const ado::LoadOptions& options) override {
+    return Database().OpenBulkLoad(table, columns, options);
   }
   ado::StatementResult ExecuteWith(const std::string& sql,
                                    std::span<const ado::Value> parameters) override {

@@ -1,5 +1,7 @@
 #include "platform/linux/database/ServerValues.h"
 
+#include <charconv>
+#include <iterator>
 #include <utility>
 
 #include "platform/NumberText.h"
@@ -19,6 +21,14 @@ ado::Value ExactNumber(std::string text) {
   const auto real = NumberOf<double>(text);
   if (real && text.size() <= kDigitsOfDouble + 1) return *real;
   return text;
+}
+
+double RealOf(float number) {
+  char text[40];
+  const auto end = std::to_chars(text, std::end(text), number).ptr;
+  double real = number;  // kept for what has no digits
+  std::from_chars(text, end, real);
+  return real;
 }
 
 std::string InCapitals(std::string text) {

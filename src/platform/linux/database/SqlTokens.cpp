@@ -44,6 +44,12 @@ std::size_t NumberEnd(std::string_view sql, std::size_t begin) {
   return static_cast<std::size_t>(end - sql.begin());
 }
 
+/// "#t", a temporary table; a sign alone is an operator.
+bool IsTemporaryName(std::string_view text) {
+  const std::size_t signs = std::min(text.find_first_not_of('#'), text.size());
+  return signs > 0 && signs < 3 && signs < text.size() && IsNameStart(text[signs]);
+}
+
 Token TokenAt(std::string_view sql, std::size_t begin) {
   const auto token = [&](TokenKind kind, std::size_t end) {
     return Token{kind, begin, sql.substr(begin, end - begin)};
@@ -51,7 +57,8 @@ Token TokenAt(std::string_view sql, std::size_t begin) {
   const char c = sql[begin];
   if (c == '\'') return token(TokenKind::Other, QuoteEnd(sql, begin));
   if (c == '"' || c == '`' || c == '[') return token(TokenKind::Name, QuoteEnd(sql, begin));
-  if (IsNameStart(c)) return token(TokenKind::Name, NameEnd(sql, begin));
+  if (IsNameStart(c) || IsTemporaryName(sql.substr(begin)))
+    return token(TokenKind::Name, NameEnd(sql, begin));
   if (IsDigit(c)) return token(TokenKind::Other, NumberEnd(sql, begin));
   return token(c == '.' ? TokenKind::Point : TokenKind::Other, begin + 1);
 }

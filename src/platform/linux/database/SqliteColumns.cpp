@@ -66,6 +66,8 @@ ado::Column ColumnOfType(std::string_view declaredType) {
   const auto type = std::ranges::find_if(
       kTypes, [&](const auto& one) { return EqualsIgnoringCase(one.word, word); });
   if (type == std::end(kTypes)) {
+    if (EqualsIgnoringCase(word, "NVARCHAR") || EqualsIgnoringCase(word, "NCHAR"))
+      column.unit = ado::TextUnit::Utf16;
     column.size = TakeNumber(arguments);
     return column;
   }
@@ -84,7 +86,8 @@ std::string SqliteTypeOf(const ado::Column& column) {
   switch (column.kind) {
     case Text:
       return column.size > 0 ? "VARCHAR(" + std::to_string(column.size) + ")" : std::string("TEXT");
-    case Integer: return column.size == 2 ? "SMALLINT" : column.size == 4 ? "INT" : "BIGINT";
+    case Integer:
+      return column.size > 0 && column.size <= 2 ? "SMALLINT" : column.size == 4 ? "INT" : "BIGINT";
     case Decimal:
       if (column.precision == 0) return "DECIMAL";
       return "DECIMAL(" + std::to_string(column.precision) + ", " + std::to_string(column.scale) +

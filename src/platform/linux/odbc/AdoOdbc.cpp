@@ -4,6 +4,7 @@
 #include <sqlext.h>
 
 #include <algorithm>
+#include <map>
 
 #include "platform/Text.h"
 #include "platform/linux/database/PickColumns.h"
@@ -15,6 +16,7 @@
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/OdbcTables.h"
 #include "platform/linux/odbc/OdbcUpdateTarget.h"
+#include "platform/linux/odbc/SqlServerBatch.h"
 #include "platform/linux/text/Utf16.h"
 
 namespace torvik {
@@ -58,10 +60,19 @@ class AdoOdbc final : public AdoDatabase {
   std::vector<ado::ProviderError> Errors() const override { return session_->Errors(); }
 
   std::int64_t Execute(const std::string& sql) override {
+    tables_.clear();
     OdbcStatement statement(*session_);
     std::int64_t changedRows = statement.Execute(Resolved(sql));
     while (statement.ColumnCount() > 0) changedRows += statement.ExecuteRest();
     return changedRows;
+  }
+
+  std::string Literal(std::string_view text) override {
+    // Without the mark SQL Server keeps what its code page has, and asks an index of a varchar
+    // column as it stands.
+    const bool isNational =
+        session_->Dialect().Server() == OdbcServer::SqlServer && AsciiLength(text) < text.size();
+    return (isNational ? "N" : "") + QuotedText(text);
   }
 
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,
@@ -78,6 +89,7 @@ class AdoOdbc final : public AdoDatabase {
   }
 
   std::vector<ado::Column> TableColumns(const std::string& table) override {
+    tables_.clear();  // the catalogue is asked; what follows goes by its answer
     OdbcTable found = Find(table);
     if (found.columns.empty()) return {};
     int position = 0;
@@ -90,21 +102,26 @@ class AdoOdbc final : public AdoDatabase {
   }
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
-                                              std::span<const std::string> columns) override {
-    const OdbcTable found = Find(table);
-    return NewOdbcBulkLoad(session_, found, PickColumns(found.columns, columns, table, Refuse()));
+                                              std::span<const std::string> columns,
+                                              const ado::LoadOptions& options) override {
+    const OdbcTable& found = Find(table);
+    return NewOdbcBulkLoad(session_, found, PickColumns(found.columns, columns, table, Refuse()),
+                           options);
   }
 
   ado::StatementResult ExecuteWith(const std::string& sql,
                                    std::span<const ado::Value> parameters) override {
+    tables_.clear();
     const std::string text = Resolved(sql);
     const auto statements = SplitStatements(text);
     if (const auto misfit = MarkerMisfit(CountMarkers(statements), parameters.size());
         !misfit.empty())
       throw session_->Refusal(misfit);
     ado::StatementResult result;
-    if (parameters.empty()) {
-      RunWith(text, {}, result);
+    // SQL Server runs one text as one batch: what it declares is known to its end.
+    const bool isBatch = session_->Dialect().Server() == OdbcServer::SqlServer;
+    if (parameters.empty() || isBatch) {
+      RunWith(parameters.empty() ? text : WithDeclared(text, parameters), {}, result);
       return result;
     }
     // A driver takes the parameters of one statement at a time.
@@ -120,13 +137,16 @@ class AdoOdbc final : public AdoDatabase {
   }
 
   void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+    tables_.clear();
     CreateOdbcTable(*session_, table, columns);
   }
   void EmptyTable(const std::string& table) override {
     EmptyOdbcTable(*session_, RequireTable(table));
   }
   std::string CreateStagingTable(const std::string& table) override {
-    return CreateOdbcStagingTable(*session_, RequireTable(table));
+    const OdbcTable found = RequireTable(table);
+    tables_.clear();
+    return CreateOdbcStagingTable(*session_, found);
   }
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return ReplaceOdbcRows(*session_, RequireTable(table), RequireTable(staging));
@@ -134,9 +154,15 @@ class AdoOdbc final : public AdoDatabase {
 
   void BeginTrans() override { session_->BeginTrans(); }
   void CommitTrans() override { session_->EndTrans(true); }
-  void RollbackTrans() override { session_->EndTrans(false); }
+  void RollbackTrans() override {
+    tables_.clear();
+    session_->EndTrans(false);
+  }
   void SetSavepoint() override { session_->SetPoint(kPoint); }
-  void RollbackToSavepoint() override { session_->RollbackToPoint(kPoint); }
+  void RollbackToSavepoint() override {
+    tables_.clear();
+    session_->RollbackToPoint(kPoint);
+  }
   void Cancel() override { session_->Cancel(); }
 
  private:
@@ -152,12 +178,15 @@ class AdoOdbc final : public AdoDatabase {
     }
   }
 
-  OdbcTable Find(const std::string& table) const {
+  /// A load asks for the columns, then opens, perhaps once for each commit: one question for all.
+  const OdbcTable& Find(const std::string& table) {
+    const auto known = tables_.find(table);
+    if (known != tables_.end()) return known->second;
     const auto name = SplitTableName(table);
-    return name ? FindOdbcTable(*session_, *name) : OdbcTable();
+    return tables_[table] = name ? FindOdbcTable(*session_, *name) : OdbcTable();
   }
 
-  OdbcTable RequireTable(const std::string& table) const {
+  OdbcTable RequireTable(const std::string& table) {
     OdbcTable found = Find(table);
     PickColumns(found.columns, {}, table, Refuse());
     return found;
@@ -194,6 +223,7 @@ class AdoOdbc final : public AdoDatabase {
   }
 
   const std::shared_ptr<OdbcSession> session_;
+  std::map<std::string, OdbcTable> tables_;  ///< As found since something may have changed them.
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
+#include "platform/linux/odbc/OdbcCopyRule.h"
 
 namespace torvik {
 
@@ -26,15 +27,16 @@ class OdbcBulkCopy {
   /// Asks the driver for it when a connection is made; `connection` is not yet open.
   static void Enable(void* connection);
 
-  /// True when the driver can send values of this column.
-  static bool Takes(const ado::Column& column);
+  /// The socket of an open connection; -1 when the driver does not tell it.
+  static int SocketOf(void* connection);
 
-  /// `table` is quoted.
-  OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets);
+  /// `table` is quoted. `locksTable`: the server may write whole pages.
+  OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets,
+               bool locksTable);
   OdbcBulkCopy(const OdbcBulkCopy&) = delete;
   OdbcBulkCopy& operator=(const OdbcBulkCopy&) = delete;
 
-  /// True when every value can be sent as its column's type. Others are left to the server's words.
+  /// True when a copy stores every value as an INSERT does.
   bool Fits(std::span<const ado::LoadValue> row) const;
 
   /// Sends rows that fit as one batch; answers how many the server took. When it throws, the server
@@ -44,7 +46,8 @@ class OdbcBulkCopy {
  private:
   /// How a column's values lie in memory: after a length of four bytes, or plain.
   struct Slot {
-    Target target;
+    OdbcCopyRule rule;
+    int place = 0;
     int type = 0;
     std::string memory;
   };
@@ -54,6 +57,7 @@ class OdbcBulkCopy {
 
   OdbcSession& session_;
   const std::string table_;
+  const bool locksTable_;
   std::vector<Slot> slots_;
 };
 

@@ -12,6 +12,7 @@
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
 #include "platform/linux/odbc/OdbcCopyLoad.h"
+#include "platform/linux/odbc/OdbcLoadSettings.h"
 #include "platform/linux/odbc/OdbcParameterArray.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/OdbcTables.h"
@@ -30,14 +31,12 @@ struct ArrayOutcome {
   SQLULEN processed = 0;
   std::vector<OdbcDiagnostic> diagnostics;
   std::int64_t counted = 0;  ///< Rows that the server counts.
+  bool hasFailed = false;
 
   bool IsTaken(std::size_t row) const {
     return status[row] == SQL_PARAM_SUCCESS || status[row] == SQL_PARAM_SUCCESS_WITH_INFO;
   }
-  bool AllTaken() const {
-    const auto taken = [this](std::size_t row) { return IsTaken(row); };
-    return processed == status.size() && std::ranges::all_of(Rows(), taken);
-  }
+  bool AllTaken() const { return !hasFailed && SeemsTaken(); }
   /// Why a row was not taken; null when the driver does not say it of this row alone.
   const OdbcDiagnostic* ReasonOf(std::size_t row) const {
     if (status[row] != SQL_PARAM_ERROR) return nullptr;
@@ -46,12 +45,18 @@ struct ArrayOutcome {
     return found == diagnostics.end() || !IsRefusal(*found) ? nullptr : &*found;
   }
   bool IsTold() const {
+    // A driver may refuse an only row and leave its status as it was.
+    if (hasFailed && SeemsTaken()) return false;
     return processed == status.size() && std::ranges::all_of(Rows(), [this](std::size_t row) {
              return IsTaken(row) || ReasonOf(row) != nullptr;
            });
   }
 
  private:
+  bool SeemsTaken() const {
+    return processed == status.size() &&
+           std::ranges::all_of(Rows(), [this](std::size_t row) { return IsTaken(row); });
+  }
   std::vector<std::size_t> Rows() const {
     std::vector<std::size_t> rows(status.size());
     for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = i;
@@ -63,16 +68,19 @@ struct ArrayOutcome {
 /// by row, unless the driver tells the rows apart.
 class OdbcBulkLoad final : public ado::BulkLoad {
  public:
-  OdbcBulkLoad(std::shared_ptr<OdbcSession> session, const std::string& table,
-               const std::vector<ado::Column>& columns)
+  OdbcBulkLoad(std::shared_ptr<OdbcSession> session, const OdbcTable& table,
+               const std::vector<ado::Column>& columns, const ado::LoadOptions& options)
       : session_(std::move(session)),
-        place_("table " + table),
+        place_("table " + QuotedTable(table)),
         columns_(columns),
+        settings_(*session_, table,
+                  options.givesIdentity && std::ranges::any_of(columns, &ado::Column::isIdentity)),
         array_(*session_),
         single_(*session_) {
-    const std::string insert = InsertText(table, columns, [this](const ado::Column& column) {
-      return session_->Dialect().Marker(column);
-    });
+    const std::string insert = session_->Dialect().InTransactionSql(
+        InsertText(QuotedTable(table), columns, [this](const ado::Column& column) {
+          return session_->Dialect().Marker(column);
+        }));
     array_.Prepare(insert);
     single_.Prepare(insert);
     for (const ado::Column& column : columns_)
@@ -122,7 +130,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
     if (!outcome.AllTaken() && !isTold) {
       const PlatformError error = session_->Failure(outcome.diagnostics, place_);
       if (error.isTransient || session_->IsCancelled()) throw error;
-      undo.Undo();
+      undo.UndoAfter(error);
       return LoadSingly(set, first, most, refused);
     }
     undo.Keep();
@@ -154,6 +162,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
     SQLRETURN code = SQLExecute(statement);
     for (std::size_t results = 0; code != SQL_NO_DATA || results == 0; ++results) {
       SQLLEN rows = 0;
+      outcome.hasFailed |= !SQL_SUCCEEDED(code) && code != SQL_NO_DATA;
       if (code != SQL_SUCCESS)
         for (OdbcDiagnostic& one : OdbcDiagnostics(SQL_HANDLE_STMT, statement))
           outcome.diagnostics.push_back(std::move(one));
@@ -178,9 +187,9 @@ class OdbcBulkLoad final : public ado::BulkLoad {
         undo.Keep();
       } catch (const PlatformError& error) {
         if (!session_->IsRowAtFault(error)) throw;
-        const ado::Refusal refusal{first + row, error.number, place_ + ": " + error.Description()};
-        undo.Undo();  // throws when the server has rolled back the whole transaction
-        refused.push_back(refusal);
+        const std::string reason = place_ + ": " + error.Description();
+        undo.UndoAfter(error.Saying(reason));
+        refused.push_back({first + row, error.number, reason});
       }
     }
   }
@@ -199,6 +208,7 @@ class OdbcBulkLoad final : public ado::BulkLoad {
   const std::shared_ptr<OdbcSession> session_;
   const std::string place_;
   const std::vector<ado::Column> columns_;
+  const OdbcLoadSettings settings_;
   OdbcStatement array_, single_;
   std::deque<OdbcParameterArray> parameters_;
   std::vector<ado::Value> values_;
@@ -207,24 +217,24 @@ class OdbcBulkLoad final : public ado::BulkLoad {
 };
 
 /// The columns for a bulk copy, with their places; empty when it cannot fill the table as an INSERT
-/// would: the copy names every column of the table that takes values but the one that numbers the
-/// rows.
+/// would: the copy names every column of the table but the one that numbers the rows.
 [[maybe_unused]] std::vector<OdbcBulkCopy::Target> CopyTargets(
     OdbcSession& session, const OdbcTable& table, const std::vector<ado::Column>& columns) {
   if (session.Family() != DriverFamily::FreeTds ||
-      session.Dialect().Server() != OdbcServer::SqlServer ||
-      !std::ranges::all_of(columns, OdbcBulkCopy::Takes))
-    return {};
-  const OdbcValueColumns filled = ValueColumnsOf(session, table);
-  const std::size_t own = filled.identity.empty() ? 0 : 1;
-  if (filled.names.size() != table.columns.size() || columns.size() + own != filled.names.size())
+      session.Dialect().Server() != OdbcServer::SqlServer)
     return {};
   std::vector<OdbcBulkCopy::Target> targets;
-  for (const ado::Column& column : columns) {
-    const auto place = std::ranges::find(table.columns, column.name, &ado::Column::name);
-    if (column.name == filled.identity || place == table.columns.end()) return {};
-    targets.push_back({column, static_cast<int>(place - table.columns.begin()) + 1});
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    const ado::Column& column = table.columns[i];
+    if (std::ranges::count(columns, column.name, &ado::Column::name) != !column.isIdentity ||
+        column.isComputed || !(column.isIdentity || OdbcCopyRule(column).TakesColumn()))
+      return {};
   }
+  for (const ado::Column& column : columns)
+    targets.push_back({column, static_cast<int>(std::ranges::find(table.columns, column.name,
+                                                                  &ado::Column::name) -
+                                                table.columns.begin()) +
+                                   1});
   return targets;
 }
 
@@ -232,12 +242,13 @@ class OdbcBulkLoad final : public ado::BulkLoad {
 
 std::unique_ptr<ado::BulkLoad> NewOdbcBulkLoad(std::shared_ptr<OdbcSession> session,
                                                const OdbcTable& table,
-                                               const std::vector<ado::Column>& columns) {
-  auto inserts = std::make_unique<OdbcBulkLoad>(session, QuotedTable(table), columns);
+                                               const std::vector<ado::Column>& columns,
+                                               const ado::LoadOptions& options) {
+  auto inserts = std::make_unique<OdbcBulkLoad>(session, table, columns, options);
   auto targets = CopyTargets(*session, table, columns);
   if (targets.empty()) return inserts;
   return NewOdbcCopyLoad(std::move(session), QuotedTable(table), std::move(targets),
-                         std::move(inserts));
+                         options.locksTable, std::move(inserts));
 }
 
 }  // namespace torvik

@@ -16,6 +16,7 @@ struct OdbcTable;
 /// of the rows' values. Rows go into the caller's transaction; without one each batch is committed.
 std::unique_ptr<ado::BulkLoad> NewOdbcBulkLoad(std::shared_ptr<OdbcSession> session,
                                                const OdbcTable& table,
-                                               const std::vector<ado::Column>& columns);
+                                               const std::vector<ado::Column>& columns,
+                                               const ado::LoadOptions& options);
 
 }  // namespace torvik

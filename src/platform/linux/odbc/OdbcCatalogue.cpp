@@ -11,6 +11,7 @@
 #include "platform/linux/database/Recordsets.h"
 #include "platform/linux/database/ServerValues.h"
 #include "platform/linux/odbc/OdbcStatement.h"
+#include "platform/linux/odbc/SqlServerTable.h"
 #include "platform/linux/text/Utf16.h"
 
 namespace torvik {
@@ -218,7 +219,9 @@ std::vector<Row> SchemaRows(OdbcSession& session) {
 
 }  // namespace
 
-OdbcTable FindOdbcTable(OdbcSession& session, const TableName& name) {
+namespace {
+
+OdbcTable FindByDriver(OdbcSession& session, const TableName& name) {
   const OdbcDialect::Place place = session.Dialect().PlaceOf(name);
   std::vector<OdbcTable> tables = TablesNamed(session, place, name.table);
   if (tables.empty()) {
@@ -230,6 +233,19 @@ OdbcTable FindOdbcTable(OdbcSession& session, const TableName& name) {
   return own == tables.end() ? tables.front() : *own;
 }
 
+}  // namespace
+
+OdbcTable FindOdbcTable(OdbcSession& session, const TableName& name) {
+  if (session.Dialect().Server() != OdbcServer::SqlServer) return FindByDriver(session, name);
+  OdbcTable table = FindSqlServerTable(session, name);
+  if (!table.columns.empty() || name.table.starts_with('#')) return table;
+  // A table of another schema, which a statement would not find by its bare name.
+  table = FindByDriver(session, name);
+  return table.columns.empty()
+             ? table
+             : FindSqlServerTable(session, {name.database, table.name, table.schema});
+}
+
 std::string FoldedWord(const OdbcSession& session, const std::string& name) {
   const auto isPlain = [](char c) {
     return c == '_' || (c >= '0' && c <= '9') || (LowerAscii(c) >= 'a' && LowerAscii(c) <= 'z');
@@ -237,7 +253,21 @@ std::string FoldedWord(const OdbcSession& session, const std::string& name) {
   return std::ranges::all_of(name, isPlain) ? Folded(session, name) : name;
 }
 
+namespace {
+
+std::vector<std::string> KnownKey(const OdbcTable& table) {
+  std::map<int, std::string> columns;
+  for (const ado::Column& column : table.columns)
+    if (column.keyPosition > 0) columns[column.keyPosition] = column.name;
+  std::vector<std::string> names;
+  for (const auto& [position, column] : columns) names.push_back(column);
+  return names;
+}
+
+}  // namespace
+
 std::vector<std::string> PrimaryKey(OdbcSession& session, const OdbcTable& table) {
+  if (session.Dialect().Server() == OdbcServer::SqlServer) return KnownKey(table);
   constexpr int kKeyColumn = 3, kKeySequence = 4;
   SQLUSMALLINT isThere = SQL_TRUE;
   SQLGetFunctions(session.Handle(), SQL_API_SQLPRIMARYKEYS, &isThere);

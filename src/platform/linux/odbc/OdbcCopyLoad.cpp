@@ -15,10 +15,11 @@ constexpr std::size_t kMostRowsOfCopy = 4096;
 class OdbcCopyLoad final : public ado::BulkLoad {
  public:
   OdbcCopyLoad(std::shared_ptr<OdbcSession> session, const std::string& table,
-               std::vector<OdbcBulkCopy::Target> targets, std::unique_ptr<ado::BulkLoad> inserts)
+               std::vector<OdbcBulkCopy::Target> targets, bool locksTable,
+               std::unique_ptr<ado::BulkLoad> inserts)
       : session_(std::move(session)),
         width_(targets.size()),
-        copy_(*session_, table, std::move(targets)),
+        copy_(*session_, table, std::move(targets), locksTable),
         inserts_(std::move(inserts)) {}
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
@@ -64,8 +65,8 @@ class OdbcCopyLoad final : public ado::BulkLoad {
       return true;
     } catch (const PlatformError& error) {
       if (error.isTransient || session_->IsCancelled()) throw;
+      undo.UndoAfter(error);
     }
-    undo.Undo();  // throws when the server has rolled back the whole transaction
     return false;
   }
 
@@ -94,8 +95,9 @@ class OdbcCopyLoad final : public ado::BulkLoad {
 std::unique_ptr<ado::BulkLoad> NewOdbcCopyLoad(std::shared_ptr<OdbcSession> session,
                                                const std::string& table,
                                                std::vector<OdbcBulkCopy::Target> targets,
+                                               bool locksTable,
                                                std::unique_ptr<ado::BulkLoad> inserts) {
-  return std::make_unique<OdbcCopyLoad>(std::move(session), table, std::move(targets),
+  return std::make_unique<OdbcCopyLoad>(std::move(session), table, std::move(targets), locksTable,
                                         std::move(inserts));
 }
 

@@ -15,6 +15,7 @@ class OdbcSession;
 std::unique_ptr<ado::BulkLoad> NewOdbcCopyLoad(std::shared_ptr<OdbcSession> session,
                                                const std::string& table,
                                                std::vector<OdbcBulkCopy::Target> targets,
+                                               bool locksTable,
                                                std::unique_ptr<ado::BulkLoad> inserts);
 
 }  // namespace torvik

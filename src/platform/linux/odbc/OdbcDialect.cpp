@@ -88,7 +88,13 @@ std::string OdbcDialect::BeginSql() const {
 std::string OdbcDialect::EndSql(bool commit) const {
   if (server_ != OdbcServer::SqlServer) return "";
   // The server may have rolled back by itself after an error.
-  return commit ? "COMMIT TRANSACTION" : "IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION";
+  // A script may have begun others within this one, or let statements begin them.
+  return commit ? "COMMIT TRANSACTION WHILE @@TRANCOUNT > 0 COMMIT TRANSACTION"
+                : "IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION";
+}
+
+std::string OdbcDialect::InTransactionSql(const std::string& statement) const {
+  return server_ == OdbcServer::SqlServer ? "IF @@TRANCOUNT > 0 " + statement : statement;
 }
 
 std::string OdbcDialect::SetPointSql(const std::string& point) const {

@@ -49,6 +49,10 @@ class OdbcDialect {
   std::string BeginSql() const;
   std::string EndSql(bool commit) const;
 
+  /// The statement, which does nothing when the server has ended the transaction by itself: it
+  /// would be committed alone.
+  std::string InTransactionSql(const std::string& statement) const;
+
   std::string SetPointSql(const std::string& point) const;
   /// Empty where setting the point anew moves it.
   std::string ReleasePointSql(const std::string& point) const;

@@ -37,8 +37,10 @@ bool IsTransientState(const OdbcDiagnostic& diagnostic) {
   // PostgreSQL's driver gives this state to a logon that the server answered and refused.
   if (state == "08001" && diagnostic.error.description.find("FATAL:") != std::string::npos)
     return false;
-  return state.starts_with("08") || state.starts_with("40") || state.starts_with("HYT0") ||
-         state == "55P03";
+  // What the server answered and refused, as for a database that it does not have.
+  constexpr const char* kRefused = "08004";
+  return (state.starts_with("08") && state != kRefused) || state.starts_with("40") ||
+         state.starts_with("HYT0") || state == "55P03";
 }
 
 }  // namespace

@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <cstring>
 #include <utility>
 
 #include "platform/linux/odbc/OdbcDialect.h"
+#include "platform/linux/odbc/OdbcLoadValue.h"
 #include "platform/linux/text/Utf16.h"
 
 namespace torvik {
@@ -17,19 +17,7 @@ namespace {
 
 using Kind = ado::LoadValue::Kind;
 
-template <class Number>
-std::string NumberText(Number number) {
-  char text[40];
-  return {text, std::to_chars(text, std::end(text), number).ptr};
-}
-
 }  // namespace
-
-std::string TextOf(const ado::LoadValue& value) {
-  if (value.GetKind() == Kind::Integer) return NumberText(value.Integer());
-  if (value.GetKind() == Kind::Real) return NumberText(value.Real());
-  return std::string(value.Text());
-}
 
 bool OdbcParameterArray::IsAll(const ado::LoadRows& rows, std::size_t position, Kind kind) {
   bool hasOne = false;

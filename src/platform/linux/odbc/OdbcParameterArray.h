@@ -51,7 +51,4 @@ class OdbcParameterArray {
   std::vector<std::string> pieces_;
 };
 
-/// A number as text that reads back as the same one; a text as it is. Not for NULL.
-std::string TextOf(const ado::LoadValue& value);
-
 }  // namespace torvik

@@ -44,6 +44,7 @@ OdbcRowBlock::Slot OdbcRowBlock::SlotOf(const OdbcStatement::ColumnInfo& column)
   switch (column.fetch) {
     case Fetch::Whole: return {column.fetch, SQL_C_SBIGINT, sizeof(std::int64_t), {}, {}};
     case Fetch::Truth: return {column.fetch, SQL_C_BIT, 1, {}, {}};
+    case Fetch::Single: return {column.fetch, SQL_C_FLOAT, sizeof(float), {}, {}};
     case Fetch::Real: return {column.fetch, SQL_C_DOUBLE, sizeof(double), {}, {}};
     case Fetch::Date: return {column.fetch, SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT), {}, {}};
     case Fetch::Moment:
@@ -129,6 +130,7 @@ ado::LoadValue OdbcRowBlock::ValueOf(const Slot& slot, std::string& text) const 
   switch (slot.fetch) {
     case Fetch::Whole: return PlainAt<std::int64_t>(data);
     case Fetch::Truth: return std::int64_t{*data != 0};
+    case Fetch::Single: return RealOf(PlainAt<float>(data));
     case Fetch::Real: return PlainAt<double>(data);
     case Fetch::Bytes: text.assign(data, static_cast<std::size_t>(length)); break;
     default: text = TextOf(slot, data, static_cast<std::size_t>(length)); break;

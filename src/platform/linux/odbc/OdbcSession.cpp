@@ -100,6 +100,7 @@ void OdbcSession::Connect(const DatabaseLogon& logon, int timeoutSeconds) {
     throw Keep(std::move(errors), "", IsTransient(diagnostics));
   }
   isConnected_ = true;
+  if (family_ == DriverFamily::FreeTds) socket_ = OdbcBulkCopy::SocketOf(connection_);
   dialect_ =
       std::make_unique<OdbcDialect>(Info(SQL_DBMS_NAME), logon.database, Info(SQL_DATABASE_NAME));
   SQLUSMALLINT activities = 0;
@@ -135,6 +136,10 @@ PlatformError OdbcSession::Failure(std::vector<OdbcDiagnostic> diagnostics,
   // A driver may clear its errors when it is told to cancel.
   if (errors.empty() && cancelled_) errors = {{0, "the statement was cancelled"}};
   const bool isLost = !IsAlive();
+  if (watch_.HasClosed())
+    errors.insert(errors.begin(), {0,
+                                   "the server did not answer when it was told to cancel, and "
+                                   "the connection is closed"});
   if (isLost) errors.push_back({0, "the connection to the server is lost; open it again"});
   return Keep(std::move(errors), place, !cancelled_ && (isLost || IsTransient(diagnostics_)));
 }
@@ -228,20 +233,23 @@ void OdbcSession::RollbackToPoint(const std::string& point) {
 
 OdbcSession::Running::Running(OdbcSession& session, void* statement) : session_(session) {
   const std::lock_guard guard(session_.runningGuard_);
+  session_.isRunning_ = true;
   session_.running_ = statement;
   session_.cancelled_ = false;
 }
 
 OdbcSession::Running::~Running() {
   const std::lock_guard guard(session_.runningGuard_);
-  session_.running_ = nullptr;
+  session_.isRunning_ = false;
+  session_.watch_.End();
 }
 
 void OdbcSession::Cancel() {
   const std::lock_guard guard(runningGuard_);
-  if (running_ == nullptr) return;
+  if (!isRunning_) return;
   cancelled_ = true;
-  SQLCancel(running_);
+  if (socket_ >= 0) watch_.Begin(socket_);
+  if (running_ != nullptr) SQLCancel(running_);
 }
 
 const std::string& OdbcSession::DefaultSchema() {

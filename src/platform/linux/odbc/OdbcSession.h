@@ -11,6 +11,7 @@
 #include "platform/PlatformError.h"
 #include "platform/linux/database/DatabaseLogon.h"
 #include "platform/linux/database/DriverFamily.h"
+#include "platform/linux/odbc/OdbcCancelWatch.h"
 #include "platform/linux/odbc/OdbcDialect.h"
 #include "platform/linux/odbc/OdbcErrors.h"
 
@@ -56,6 +57,8 @@ class OdbcSession {
   bool IsRowAtFault(const PlatformError& error) const;
 
   const std::vector<ado::ProviderError>& Errors() const { return errors_; }
+  /// Puts back what a call that was made because of a failure has replaced.
+  void RestoreErrors(std::vector<ado::ProviderError> errors) { errors_ = std::move(errors); }
 
   /// Every statement begins with this, in place of an earlier one's rows where the connection
   /// carries one statement at a time.
@@ -74,7 +77,7 @@ class OdbcSession {
   /// Runs one statement without rows.
   void Run(const std::string& sql);
 
-  /// Names the statement that Cancel ends, for as long as it lives.
+  /// Names the statement that Cancel ends, for as long as it lives; null: what runs is a bulk copy.
   class Running {
    public:
     Running(OdbcSession& session, void* statement);
@@ -116,7 +119,10 @@ class OdbcSession {
   std::string defaultSchema_;
   bool knowsDefaultSchema_ = false;
   std::mutex runningGuard_;
+  bool isRunning_ = false;
   void* running_ = nullptr;
+  int socket_ = -1;  ///< Of the connection, where the driver tells it.
+  OdbcCancelWatch watch_;
   std::atomic<bool> cancelled_ = false;  ///< The running statement, or the last one.
 };
 

@@ -100,7 +100,7 @@ void OdbcStatement::DescribeColumns() {
       case SQL_INTEGER:
       case SQL_BIGINT: fetch = Fetch::Whole; break;
       case SQL_BIT: fetch = Fetch::Truth; break;
-      case SQL_REAL:
+      case SQL_REAL: fetch = Fetch::Single; break;
       case SQL_FLOAT:
       case SQL_DOUBLE: fetch = Fetch::Real; break;
       case SQL_NUMERIC:
@@ -165,6 +165,7 @@ void OdbcStatement::ReadToEnd() {
 ado::Value OdbcStatement::Get(std::uint16_t column, Fetch fetch) {
   std::int64_t whole = 0;
   double real = 0;
+  float single = 0;
   unsigned char truth = 0;
   SQL_DATE_STRUCT date{};
   SQL_TIMESTAMP_STRUCT moment{};
@@ -182,6 +183,9 @@ ado::Value OdbcStatement::Get(std::uint16_t column, Fetch fetch) {
       break;
     case Fetch::Real:
       if (GetPlain(column, SQL_C_DOUBLE, real)) return real;
+      break;
+    case Fetch::Single:
+      if (GetPlain(column, SQL_C_FLOAT, single)) return RealOf(single);
       break;
     case Fetch::Date:
       if (GetPlain(column, SQL_C_TYPE_DATE, date)) return DateText(date);

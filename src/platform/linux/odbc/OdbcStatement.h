@@ -50,7 +50,7 @@ class OdbcStatement final : public QueryRows, private PendingRows {
   ado::Value Column(int column) const override;
 
   /// How a column's values are fetched.
-  enum class Fetch { Whole, Truth, Real, Exact, Date, Moment, Bytes, Identifier, Text };
+  enum class Fetch { Whole, Truth, Single, Real, Exact, Date, Moment, Bytes, Identifier, Text };
   struct ColumnInfo {
     std::string name;
     Fetch fetch;

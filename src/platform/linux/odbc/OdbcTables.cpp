@@ -6,9 +6,11 @@
 
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
+#include "platform/linux/odbc/OdbcLoadSettings.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/OdbcTypes.h"
 #include "platform/linux/odbc/OdbcUndo.h"
+#include "platform/linux/odbc/SqlServerStaging.h"
 
 namespace torvik {
 namespace {
@@ -26,19 +28,10 @@ std::string KeyClause(std::span<const ado::Column> columns, const OdbcSession& s
   return names.empty() ? "" : ", PRIMARY KEY (" + names + ")";
 }
 
-/// The catalogue's question for what ODBC does not tell: each column that is not computed, and
-/// whether it is an identity. Empty: every column takes values.
+/// The catalogue's question for the columns that are not computed. Empty: the columns say it.
 std::string ValueColumnsSql(OdbcServer server, const OdbcTable& table) {
-  const std::string quoted = QuotedText(QuotedTable(table));
-  if (server == OdbcServer::SqlServer) {
-    const std::string database = table.catalogue.empty() ? "" : QuotedName(table.catalogue) + ".";
-    constexpr const char* kRowVersion = "189";
-    return "SELECT name, CAST(is_identity AS int) FROM " + database +
-           "sys.columns WHERE object_id = OBJECT_ID(N" + quoted +
-           ") AND is_computed = 0 AND system_type_id <> " + kRowVersion + " ORDER BY column_id";
-  }
   if (server == OdbcServer::PostgreSql)
-    return "SELECT column_name, 0 FROM information_schema.columns WHERE table_schema = " +
+    return "SELECT column_name FROM information_schema.columns WHERE table_schema = " +
            QuotedText(table.schema) + " AND table_name = " + QuotedText(table.name) +
            " AND is_generated = 'NEVER' ORDER BY ordinal_position";
   return "";
@@ -62,34 +55,14 @@ std::int64_t Run(OdbcSession& session, const std::string& sql) {
   return rows;
 }
 
-/// Lets rows of SQL Server's bring their numbers along while this lives.
-class GivenIdentity {
- public:
-  GivenIdentity(OdbcSession& session, const std::string& table)
-      : session_(session), set_("SET IDENTITY_INSERT " + table) {
-    session_.Run(set_ + " ON");
-  }
-  ~GivenIdentity() {
-    try {
-      session_.Run(set_ + " OFF");
-    } catch (const PlatformError&) {
-      // The connection is gone, and the setting with it.
-    }
-  }
-  GivenIdentity(const GivenIdentity&) = delete;
-  GivenIdentity& operator=(const GivenIdentity&) = delete;
-
- private:
-  OdbcSession& session_;
-  const std::string set_;
-};
-
 /// Takes an earlier run's staging table away.
 void DropLeftOver(OdbcSession& session, const OdbcTable& staging) {
   const std::string name = QuotedTable(staging);
   switch (session.Dialect().Server()) {
     case OdbcServer::SqlServer:  // the older ones know no IF EXISTS
-      return session.Run("IF OBJECT_ID(N" + QuotedText(name) + ") IS NOT NULL DROP TABLE " + name);
+      return session.Run("IF OBJECT_ID(N" +
+                         QuotedText((staging.name.starts_with('#') ? "tempdb.." : "") + name) +
+                         ") IS NOT NULL DROP TABLE " + name);
     case OdbcServer::PostgreSql: return session.Run("DROP TABLE IF EXISTS " + name);
     default: break;
   }
@@ -97,12 +70,19 @@ void DropLeftOver(OdbcSession& session, const OdbcTable& staging) {
   if (!FindOdbcTable(session, leftOver).columns.empty()) session.Run("DROP TABLE " + name);
 }
 
+/// NOT NULL goes along. The column that numbers the rows is added with the rules, unless the table
+/// has no other.
+std::string SelectInto(OdbcSession& session, const OdbcTable& table, const std::string& to) {
+  OdbcValueColumns columns = ValueColumnsOf(session, table);
+  if (columns.names.size() > 1) std::erase(columns.names, columns.identity);
+  return "SELECT TOP 0 " + ListOf(session, table, columns) + " INTO " + to + " FROM " +
+         QuotedTable(table);
+}
+
 std::string CopyOfTable(OdbcSession& session, const OdbcTable& table, const OdbcTable& staging) {
   const std::string from = QuotedTable(table), to = QuotedTable(staging);
   switch (session.Dialect().Server()) {
-    case OdbcServer::SqlServer:  // numbers its rows as the table does; NOT NULL goes along
-      return "SELECT TOP 0 " + ListOf(session, table, ValueColumnsOf(session, table)) + " INTO " +
-             to + " FROM " + from;
+    case OdbcServer::SqlServer: return SelectInto(session, table, to);
     case OdbcServer::PostgreSql: return "CREATE TABLE " + to + " (LIKE " + from + " INCLUDING ALL)";
     default: break;
   }
@@ -119,7 +99,10 @@ OdbcValueColumns ValueColumnsOf(OdbcSession& session, const OdbcTable& table) {
   OdbcValueColumns columns;
   const std::string sql = ValueColumnsSql(session.Dialect().Server(), table);
   if (sql.empty()) {
-    for (const ado::Column& column : table.columns) columns.names.push_back(column.name);
+    for (const ado::Column& column : table.columns) {
+      if (!column.isComputed) columns.names.push_back(column.name);
+      if (column.isIdentity) columns.identity = column.name;
+    }
     return columns;
   }
   OdbcStatement query(session);
@@ -128,7 +111,6 @@ OdbcValueColumns ValueColumnsOf(OdbcSession& session, const OdbcTable& table) {
     const ado::Value name = query.Column(0);
     if (!std::holds_alternative<std::string>(name)) continue;
     columns.names.push_back(std::get<std::string>(name));
-    if (query.Column(1) == ado::Value(std::int64_t{1})) columns.identity = columns.names.back();
   }
   return columns;
 }
@@ -142,7 +124,10 @@ void CreateOdbcTable(OdbcSession& session, const std::string& table,
   for (const ado::Column& column : columns) {
     const bool isMandatory = !column.nullable || column.keyPosition > 0;
     list += (list.empty() ? "" : ", ") + QuotedName(FoldedWord(session, column.name)) + " " +
-            OdbcTypeOf(session.Dialect().Server(), column) + (isMandatory ? " NOT NULL" : "");
+            OdbcTypeOf(session.Dialect().Server(), column) +
+            (column.isIdentity && session.Dialect().Server() == OdbcServer::SqlServer ? " IDENTITY"
+                                                                                      : "") +
+            (isMandatory ? " NOT NULL" : "");
   }
   const auto [catalogue, schema] = session.Dialect().PlaceOf(*name);
   OdbcTable made{catalogue, schema, FoldedWord(session, name->table), {}};
@@ -163,8 +148,8 @@ void EmptyOdbcTable(OdbcSession& session, const OdbcTable& table) {
     } catch (const PlatformError& error) {
       // Not where other tables refer to the table, nor with the right to delete alone.
       if (error.isTransient || session.IsCancelled()) throw;
+      undo.UndoAfter(error);
     }
-    undo.Undo();
   }
   session.Run("DELETE FROM " + name);
 }
@@ -173,6 +158,7 @@ std::string CreateOdbcStagingTable(OdbcSession& session, const OdbcTable& table)
   OdbcTable staging{table.catalogue, table.schema, table.name + kStagingSuffix, {}};
   DropLeftOver(session, staging);
   session.Run(CopyOfTable(session, table, staging));
+  if (session.Dialect().Server() == OdbcServer::SqlServer) AddRulesOf(session, table, staging);
   return QuotedTable(staging);
 }
 
@@ -187,13 +173,8 @@ std::int64_t ReplaceOdbcRows(OdbcSession& session, const OdbcTable& table,
   const std::string insert = "INSERT INTO " + name + " (" + list + ")" +
                              (isPostgreSql ? " OVERRIDING SYSTEM VALUE" : "") + " SELECT " + list +
                              " FROM " + QuotedTable(staging);
-  std::int64_t rows = 0;
-  if (columns.identity.empty()) {
-    rows = Run(session, insert);
-  } else {
-    const GivenIdentity given(session, name);
-    rows = Run(session, insert);
-  }
+  const OdbcLoadSettings settings(session, table, !columns.identity.empty());
+  const std::int64_t rows = Run(session, insert);
   session.Run("DROP TABLE " + QuotedTable(staging));
   return rows;
 }

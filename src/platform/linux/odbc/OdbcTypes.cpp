@@ -1,5 +1,7 @@
 #include "platform/linux/odbc/OdbcTypes.h"
 
+#include "platform/Text.h"
+
 namespace torvik {
 namespace {
 
@@ -41,17 +43,30 @@ std::string TextType(const Types& types, const ado::Column& column) {
   return column.keyPosition > 0 ? types.keyText : types.longText;
 }
 
+/// A type of SQL Server's that has no kind of its own here, or a smaller one than its kind; empty
+/// for others.
+std::string OwnType(const ado::Column& column) {
+  const std::string type = LowerAscii(column.declaredType);
+  const std::string name = type.substr(0, type.find('('));
+  for (const char* own : {"tinyint", "money", "smallmoney", "smalldatetime", "real", "time",
+                          "datetimeoffset", "uniqueidentifier", "xml"})
+    if (name == own) return type;
+  return name == "uuid" ? "uniqueidentifier" : "";
+}
+
 }  // namespace
 
 std::string OdbcTypeOf(OdbcServer server, const ado::Column& column) {
+  if (server == OdbcServer::SqlServer)
+    if (const std::string own = OwnType(column); !own.empty()) return own;
   const Types& types = TypesOf(server);
   using enum ado::ColumnKind;
   switch (column.kind) {
     case Text: return TextType(types, column);
     case Integer:
-      return column.size == 2   ? types.smallInteger
-             : column.size == 4 ? types.integer
-                                : types.bigInteger;
+      return column.size > 0 && column.size <= 2 ? types.smallInteger
+             : column.size == 4                  ? types.integer
+                                                 : types.bigInteger;
     case Decimal:
       if (column.precision == 0) return types.anyDecimal;
       return std::string(types.decimal) + "(" + std::to_string(column.precision) + ", " +

@@ -1,6 +1,7 @@
 #include "platform/linux/odbc/OdbcUndo.h"
 
 #include <utility>
+#include <vector>
 
 #include "platform/linux/odbc/OdbcSession.h"
 
@@ -16,11 +17,14 @@ OdbcUndo::OdbcUndo(OdbcSession& session, std::string point)
 }
 
 OdbcUndo::~OdbcUndo() {
+  if (isDone_) return;
+  const std::vector<ado::ProviderError> errors = session_.Errors();
   try {
-    if (!isDone_) Undo();
+    Undo();
   } catch (const PlatformError&) {
     // An error here has been reported already: it is the one that led here.
   }
+  session_.RestoreErrors(errors);
 }
 
 void OdbcUndo::Keep() {
@@ -34,6 +38,19 @@ void OdbcUndo::Undo() {
     session_.EndTrans(false);
   } else {
     session_.RollbackToPoint(point_);
+  }
+}
+
+void OdbcUndo::UndoAfter(const PlatformError& error) {
+  const std::vector<ado::ProviderError> errors = session_.Errors();
+  try {
+    Undo();
+  } catch (const PlatformError& second) {
+    session_.RestoreErrors(errors);
+    PlatformError both =
+        error.Saying(std::string(error.what()) +
+                     "; the server has ended the whole transaction: " + second.what());
+    throw both;
   }
 }
 

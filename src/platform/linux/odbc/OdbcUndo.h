@@ -5,6 +5,7 @@
 namespace torvik {
 
 class OdbcSession;
+class PlatformError;
 
 /// A transaction, or a point in the one that is open, to which everything is undone that has not
 /// been kept at the end of the scope.
@@ -20,6 +21,10 @@ class OdbcUndo {
 
   /// Undoes now, and throws when that fails.
   void Undo();
+
+  /// The same after `error`. When the server has ended the whole transaction on its account, that
+  /// is what it throws, and what failed behind it follows.
+  void UndoAfter(const PlatformError& error);
 
  private:
   OdbcSession& session_;

@@ -93,7 +93,8 @@ class AdoPostgres final : public AdoDatabase {
   }
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
-                                              std::span<const std::string> columns) override {
+                                              std::span<const std::string> columns,
+                                              const ado::LoadOptions&) override {
     return NewPgBulkLoad(session_, table, columns);
   }
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {

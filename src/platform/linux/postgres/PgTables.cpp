@@ -36,7 +36,10 @@ std::string TypeOf(const ado::Column& column) {
   using enum ado::ColumnKind;
   switch (column.kind) {
     case Text: return column.size > 0 ? "varchar" + Sizes(column.size) : "text";
-    case Integer: return column.size == 2 ? "smallint" : column.size == 4 ? "integer" : "bigint";
+    case Integer:
+      return column.size > 0 && column.size <= 2 ? "smallint"
+             : column.size == 4                  ? "integer"
+                                                 : "bigint";
     case Decimal:
       return column.precision > 0 ? "numeric" + Sizes(column.precision, column.scale) : "numeric";
     case Real: return "double precision";

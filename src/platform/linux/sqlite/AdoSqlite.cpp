@@ -112,7 +112,8 @@ class AdoSqlite final : public AdoDatabase {
   }
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
-                                              std::span<const std::string> columns) override {
+                                              std::span<const std::string> columns,
+                                              const ado::LoadOptions&) override {
     const auto picked =
         PickColumns(TableColumns(table), columns, table,
                     [this](const std::string& reason) { return session_->Refusal(reason); });

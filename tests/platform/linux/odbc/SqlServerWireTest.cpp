@@ -140,7 +140,7 @@ TEST(SqlServerWire, TransactionsArePlainStatements) {
   EXPECT_THAT(
       peer.Log(),
       ElementsAre("batch BEGIN TRANSACTION", "batch SAVE TRANSACTION torvik_point",
-                  "batch ROLLBACK TRANSACTION torvik_point", "batch COMMIT TRANSACTION",
+                  "batch ROLLBACK TRANSACTION torvik_point", StartsWith("batch COMMIT TRANSACTION"),
                   "batch BEGIN TRANSACTION", "batch IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION"));
 }
 
@@ -222,26 +222,28 @@ TEST(SqlServerWire, RowsThatAreComingInAreKeptAndTheStatementsBehindThemRun) {
                                       "batch SELECT 3", "attention", "batch UPDATE t"));
 }
 
-/// A column of dbo.fact as the catalogue has it.
-std::string FactColumn(const std::string& name, const char* code, const char* type,
-                       const char* size, const char* digits) {
-  return "row Sales | dbo | fact | " + name + " | " + code + " | " + type + " | " + size +
-         " | 0 | " + digits + " | 10 | 1 | NULL | NULL | 0 | 0 | 0 | 0\n";
+/// A column of dbo.fact as the catalogue has it: flags are 1 for NULL, 2 for an identity, 4 for a
+/// computed column.
+std::string FactColumn(const std::string& name, const char* type, int bytes, int precision,
+                       int scale, int flags = 1, const char* key = "NULL",
+                       const char* codePage = "NULL") {
+  std::string row = "row dbo | fact | " + name + " | " + type;
+  for (const int number : {bytes, precision, scale, flags}) row += " | " + std::to_string(number);
+  return row + " | " + key + " | " + codePage + "\n";
 }
+
+const std::string kCatalogue =
+    "when OBJECT_SCHEMA_NAME\ncolumns S nvarchar, T nvarchar, C nvarchar, TYPE nvarchar, LEN int, "
+    "PREC int, SCALE int, FLAGS int, SEQ int, PAGE int\n";
+/// What a new session has set.
+const std::string kOptions = "when @@OPTIONS\ncolumns o int\nrow 5496\n";
 
 /// The catalogue's answers for dbo.fact, a row of it, and one row for each change.
 const std::string kFact =
-    "when sp_columns\ncolumns Q nvarchar, O nvarchar, T nvarchar, C nvarchar, TYPE smallint, NAME "
-    "nvarchar, SIZE int, LEN int, SCALE smallint, RADIX smallint, NULLABLE smallint, R nvarchar, "
-    "DEF nvarchar, TYPE2 smallint, SUB smallint, OCTETS int, POSITION int\n" +
-    FactColumn("id", "4", "int identity", "10", "0") +
-    FactColumn("name", "-9", "nvarchar", "40", "NULL") +
-    FactColumn("price", "3", "money", "19", "4") + FactColumn("day", "-9", "date", "10", "NULL") +
-    FactColumn("at", "93", "datetime", "23", "3") +
-    FactColumn("pic", "-4", "image", "2147483647", "NULL") +
-    "when sp_pkeys\ncolumns Q nvarchar, O nvarchar, T nvarchar, C nvarchar, SEQ smallint\n"
-    "row Sales | dbo | fact | id | 1\n"
-    "when SELECT SCHEMA_NAME()\ncolumns x nvarchar\nrow dbo\n"
+    kCatalogue + FactColumn("id", "int", 4, 10, 0, 2, "1") +
+    FactColumn("name", "nvarchar", 80, 0, 0) + FactColumn("price", "money", 8, 19, 4) +
+    FactColumn("day", "date", 3, 10, 0) + FactColumn("at", "datetime", 8, 23, 3) +
+    FactColumn("pic", "image", 16, 0, 0) + kOptions +
     "when SELECT *\ncolumns id int, name nvarchar, price money, pic image\n"
     "row 7 | Ann | 12.5 | 00ff\n"
     "when rpc sp_prepexec\ncount 1\nwhen rpc sp_execute\ncount 1\n";
@@ -252,7 +254,7 @@ TEST(SqlServerWire, AnUpdatedRowAndLoadedRowsAreSentAsTheServerTakesThem) {
   std::string types;
   for (const ado::Column& column : connection->TableColumns("Sales.dbo.fa_ct"))
     types += column.declaredType + " " + std::to_string(static_cast<int>(column.kind)) + "; ";
-  EXPECT_EQ("int 1; nvarchar(40) 0; money(19, 4) 2; date 5; datetime 6; image 7; ", types);
+  EXPECT_EQ("int 1; nvarchar(40) 0; money 2; date 5; datetime 6; image 7; ", types);
   const auto rows = connection->OpenRecordset("SELECT * FROM fact", kLocked);
   rows->SetField("price", "3.25");
   rows->SetField("pic", ado::Null{});
@@ -265,15 +267,17 @@ TEST(SqlServerWire, AnUpdatedRowAndLoadedRowsAreSentAsTheServerTakesThem) {
   EXPECT_EQ(2, load->Finish());
   const std::string markers = "(@P1, CAST(@P2 AS money), @P3, @P4, CAST(@P5 AS varbinary(max)))'";
   const std::vector<testing::Matcher<std::string>> sent = {
-      HasSubstr("sp_columns @table_name=nvarchar 'fa[_]ct' | @table_owner=nvarchar 'dbo'"),
+      AllOf(HasSubstr("FROM \"Sales\".sys.columns"), HasSubstr("DB_ID(N'Sales')"),
+            HasSubstr("OBJECT_ID(N'\"Sales\".\"dbo\".\"fa_ct\"')")),
       HasSubstr("SET \"price\" = CAST(@P1 AS money), \"pic\" = CAST(@P2 AS varbinary(max)) WHERE "
                 "\"id\" = @P3 AND \"price\" = CAST(@P4 AS money)' | nvarchar '3.25' | varchar NULL "
                 "| nvarchar '7' | float 12.5"),
-      HasSubstr("INSERT INTO \"Sales\".\"dbo\".\"fact\" (\"name\", \"price\", \"day\", \"at\", "
-                "\"pic\") VALUES " +
-                markers +
-                " | nvarchar 'Bo😀' | nvarchar '1.5' | nvarchar "
-                "'2001-01-08' | nvarchar '2001-01-08T09:10:11' | varbinary(max) 0x6162"),
+      HasSubstr(
+          "IF @@TRANCOUNT > 0 INSERT INTO \"dbo\".\"fact\" (\"name\", \"price\", \"day\", \"at\", "
+          "\"pic\") VALUES " +
+          markers +
+          " | nvarchar 'Bo😀' | nvarchar '1.5' | nvarchar "
+          "'2001-01-08' | nvarchar '2001-01-08T09:10:11' | varbinary(max) 0x6162"),
       StartsWith("rpc sp_execute int 7 | nvarchar '' | nvarchar NULL | nvarchar NULL | nvarchar "
                  "NULL | varbinary(max) NULL")};
   EXPECT_THAT(peer.Log(), testing::IsSupersetOf(sent));
@@ -289,16 +293,11 @@ std::string Refused(ado::BulkLoad& load, const std::vector<ado::LoadValue>& rows
 
 /// The catalogue's answers for dbo.fact with columns of every kind that is copied in bulk.
 const std::string kCopied =
-    kFact.substr(0, kFact.find("row")) + FactColumn("id", "4", "int identity", "10", "0") +
-    FactColumn("name", "-9", "nvarchar", "9", "NULL") +
-    FactColumn("price", "3", "money", "19", "4") + FactColumn("day", "-9", "date", "10", "NULL") +
-    FactColumn("at", "93", "datetime", "23", "3") +
-    FactColumn("at2", "-9", "datetime2", "27", "7") + FactColumn("n", "3", "decimal", "17", "2") +
-    FactColumn("f", "6", "float", "15", "NULL") + FactColumn("b", "-7", "bit", "1", "NULL") +
-    FactColumn("t", "-6", "tinyint", "3", "0") +
-    "when SELECT SCHEMA_NAME()\ncolumns x nvarchar\nrow dbo\n"
-    "when is_identity\ncolumns n nvarchar, i int\nrow id | 1\nrow name | 0\nrow price | 0\n"
-    "row day | 0\nrow at | 0\nrow at2 | 0\nrow n | 0\nrow f | 0\nrow b | 0\nrow t | 0\n"
+    kCatalogue + FactColumn("id", "int", 4, 10, 0, 2) + FactColumn("name", "nvarchar", 18, 0, 0) +
+    FactColumn("price", "money", 8, 19, 4) + FactColumn("day", "date", 3, 10, 0) +
+    FactColumn("at", "datetime", 8, 23, 3) + FactColumn("at2", "datetime2", 8, 27, 7) +
+    FactColumn("n", "decimal", 9, 17, 2) + FactColumn("f", "float", 8, 53, 0) +
+    FactColumn("b", "bit", 1, 1, 0) + FactColumn("t", "tinyint", 1, 3, 0) + kOptions +
     "when FMTONLY\ncolumns #id int, name nvarchar, price money, day date, at datetime, "
     "at2 datetime2, n decimal, f float, b bit, t tinyint\n";
 
@@ -341,7 +340,7 @@ TEST(SqlServerWire, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting)
       peer.Log(sent),
       ElementsAre(
           "batch SAVE TRANSACTION torvik_copy", HasSubstr("FMTONLY"),
-          "batch insert bulk \"Sales\".\"dbo\".\"fact\" ([name] NVARCHAR(4000), [price] MONEY, "
+          "batch insert bulk \"dbo\".\"fact\" ([name] NVARCHAR(4000), [price] MONEY, "
           "[day] "
           "DATE, [at] DATETIME, [at2] DATETIME2, [n] DECIMAL(38,2), [f] FLOAT, [b] BIT, [t] "
           "TINYINT) with (CHECK_CONSTRAINTS, FIRE_TRIGGERS, KEEP_NULLS)",
@@ -375,6 +374,217 @@ TEST(SqlServerWire, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting)
     ADD_FAILURE() << "a deadlock is no refusal";
   } catch (const PlatformError& error) {
     EXPECT_TRUE(error.isTransient) << error.Description();
+  }
+}
+
+TEST(SqlServerWire, ValuesThatTheDriverWouldChangeGoToTheServerAsTexts) {
+  const struct {
+    const char *type, *value;
+    int bytes, precision, scale;
+    bool isCopied;
+    const char* page = "NULL";
+  } cases[] = {{"date", "1753-01-01", 3, 10, 0, true},
+               {"date", "1752-12-31", 3, 10, 0, false},
+               {"date", "0001-01-01", 3, 10, 0, false},
+               {"datetime2", "9999-12-31 23:59:59.123", 8, 27, 7, true},
+               {"datetime2", "2001-01-08 09:10:11.1234567", 8, 27, 7, false},
+               {"datetime2", "2001-01-08 09:10:11.500", 6, 19, 0, false},
+               {"datetime2", "1752-12-31 00:00:00", 8, 27, 7, false},
+               {"datetime", "2001-01-08 09:10:11.997", 8, 23, 3, true},
+               {"datetime", "2001-01-08 09:10:11.25", 8, 23, 3, true},
+               {"datetime", "2001-01-08 09:10:11.005", 8, 23, 3, false},
+               {"datetime", "2001-01-08 23:59:59.999", 8, 23, 3, false},
+               {"smalldatetime", "2001-01-08 09:10:00", 4, 16, 0, true},
+               {"smalldatetime", "2001-01-08 09:10:31", 4, 16, 0, false},
+               {"smalldatetime", "1899-12-31", 4, 16, 0, false},
+               {"money", "99999999999999.9999", 8, 19, 4, true},
+               {"money", "922337203685477.5807", 8, 19, 4, false},
+               {"money", "0.00005", 8, 19, 4, false},
+               {"decimal", "1e3", 9, 17, 2, false},
+               {"real", "1e300", 4, 24, 0, false},
+               {"real", "1e-40", 4, 24, 0, false},
+               {"tinyint", "256", 1, 3, 0, false},
+               {"varchar", "Grüße", 5, 0, 0, true, "1252"},
+               {"varchar", "Łódź", 5, 0, 0, false, "1252"},
+               {"varchar", "1 €", 5, 0, 0, false, "1252"},
+               {"varchar", "Grüße", 9, 0, 0, false, "65001"},
+               {"nvarchar", "😀a", 6, 0, 0, true},
+               {"nvarchar", "😀😀", 6, 0, 0, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.type) + " " + c.value);
+    const bool isNarrow = std::string(c.type) == "varchar";
+    // The wire's type stands for all that are like it.
+    const std::string type = std::string(c.type) == "smalldatetime" ? "datetime"
+                             : std::string(c.type) == "real"        ? "float"
+                                                                    : c.type;
+    const TdsPeer peer(kCatalogue +
+                       FactColumn("x", c.type, c.bytes, c.precision, c.scale, 1, "NULL",
+                                  isNarrow ? c.page : "NULL") +
+                       kOptions + "when FMTONLY\ncolumns x " + type + "\nwhen rpc\ncount 1\n");
+    const auto connection = peer.Open();
+    const std::string columns[] = {"x"};
+    const auto load = connection->OpenBulkLoad("fact", columns);
+    EXPECT_EQ("", Refused(*load, {c.value}, 1));
+    EXPECT_EQ(1, load->Finish());
+    std::size_t copies = 0, inserts = 0;
+    for (const std::string& line : peer.Log()) {
+      copies += line.starts_with("bulk ");
+      inserts += line.starts_with("rpc sp_prepexec");
+    }
+    EXPECT_EQ(std::pair(std::size_t{c.isCopied}, std::size_t{!c.isCopied}),
+              std::pair(copies, inserts));
+  }
+}
+
+TEST(SqlServerWire, ARowThatIsSentAloneAndRefusedIsTold) {
+  const TdsPeer peer(kFact.substr(0, kFact.find("when rpc")) +
+                     "when 'long'\nerror 2628 16 would be truncated\nwhen 'dead'\n"
+                     "error 1205 13 Deadlock\nwhen rpc\ncount 1\n");
+  const auto connection = peer.Open();
+  const std::string columns[] = {"name"};
+  const auto load = connection->OpenBulkLoad("fact", columns);
+  EXPECT_THAT(Refused(*load, {"long"}, 1), testing::MatchesRegex("0 table .*truncated.*"));
+  EXPECT_EQ("", Refused(*load, {"good"}, 1));
+  try {
+    Refused(*load, {"dead"}, 1);
+    ADD_FAILURE() << "a deadlock is no refusal";
+  } catch (const PlatformError& error) {
+    EXPECT_TRUE(error.isTransient) << error.Description();
+  }
+  EXPECT_EQ(1, load->Finish());
+}
+
+TEST(SqlServerWire, WhenTheServerEndsTheTransactionTheRowsOwnErrorIsTheFirst) {
+  const std::string ends =
+      "when 'bad'\nerror 50000 16 refused by trigger\nerror 3609 16 ended in the trigger\n"
+      "when TRUNCATE\nerror 4712 16 is referenced\n"
+      "when ROLLBACK TRANSACTION torvik\nerror 3903 16 no such point\nwhen rpc\ncount 1\n";
+  for (const std::string& table : {kFact.substr(0, kFact.find("when rpc")), kCopied}) {
+    const TdsPeer peer(table + ends);
+    const auto connection = peer.Open();
+    const bool isCopied = table == kCopied;
+    const std::vector<std::string> columns =
+        isCopied ? std::vector<std::string>{"price", "name", "day", "at", "at2", "n", "f", "b", "t"}
+                 : std::vector<std::string>{"name"};
+    const auto load = connection->OpenBulkLoad("fact", columns);
+    for (const std::size_t rows : {1, 3}) {
+      std::vector<ado::LoadValue> values(columns.size() * rows);
+      for (std::size_t row = 0; row < rows; ++row)
+        values[row * columns.size() + (isCopied ? 1 : 0)] = row == 0 ? "bad" : "good";
+      connection->BeginTrans();
+      EXPECT_THAT(ErrorOf([&] { Refused(*load, values, columns.size()); }),
+                  testing::MatchesRegex(".*table .*refused by trigger.*ended in the trigger.*the "
+                                        "server has ended the whole transaction.*no such point.*"))
+          << rows;
+      EXPECT_THAT(connection->Errors().at(0).description, HasSubstr("refused by trigger"));
+      connection->RollbackTrans();
+    }
+    connection->BeginTrans();
+    EXPECT_THAT(ErrorOf([&] { connection->EmptyTable("fact"); }),
+                testing::MatchesRegex(".*is referenced.*no such point.*"));
+  }
+}
+
+TEST(SqlServerWire, ALoadSetsWhatItReliesOnAndPutsItBack) {
+  std::string script = kFact;
+  const std::string usual = "row 5496";
+  const long options = 5496 - 8 + 2 + 512 + 16384;
+  script.replace(script.find(usual), usual.size(), "row " + std::to_string(options));
+  const TdsPeer peer(script);
+  const auto connection = peer.Open();
+  const std::string columns[] = {"id", "name"}, fewer[] = {"name"};
+  for (const bool givesIdentity : {false, true}) {
+    const std::size_t sent = peer.Log(0).size();
+    connection->OpenBulkLoad("fact", columns, {.givesIdentity = givesIdentity}).reset();
+    const std::string on = givesIdentity ? "ON" : "OFF";
+    std::vector<testing::Matcher<std::string>> expected = {
+        "batch SET ROWCOUNT 0 SELECT @@OPTIONS",
+        "batch SET IMPLICIT_TRANSACTIONS OFF SET ANSI_WARNINGS ON SET NOCOUNT OFF SET XACT_ABORT "
+        "OFF SET IDENTITY_INSERT \"dbo\".\"fact\" " +
+            on + " ",
+        "batch SET IMPLICIT_TRANSACTIONS ON SET ANSI_WARNINGS OFF SET NOCOUNT ON SET XACT_ABORT "
+        "ON " +
+            std::string(givesIdentity ? "SET IDENTITY_INSERT \"dbo\".\"fact\" OFF " : "")};
+    // The catalogue is asked once.
+    if (!givesIdentity)
+      expected.insert(expected.begin(), StartsWith("batch SET ROWCOUNT 0 SELECT OBJECT_SCHEMA"));
+    EXPECT_THAT(peer.Log(sent), testing::ElementsAreArray(expected));
+  }
+  const std::size_t sent = peer.Log(0).size();
+  connection->OpenBulkLoad("fact", fewer, {.givesIdentity = true}).reset();
+  EXPECT_THAT(peer.Log(sent).at(1), HasSubstr("SET IDENTITY_INSERT \"dbo\".\"fact\" OFF"));
+}
+
+TEST(SqlServerWire, ATextWithParametersIsOneBatch) {
+  const TdsPeer peer("when DECLARE @torvik_1\ndone 1\ncolumns o int\nrow 14\n");
+  const auto connection = peer.Open();
+  const ado::Value values[] = {std::int64_t{-7}, "it's 😀", 0.5, ado::Null{},
+                               ado::Blob{std::string("\0\xab", 2)}};
+  const auto result = connection->ExecuteWith(
+      "DECLARE @o int; EXEC p ?, @o OUTPUT; -- ?\n"
+      "IF ? > '?' BEGIN INSERT [t?] VALUES (?, ?, ?); END SELECT @o",
+      values);
+  EXPECT_EQ(std::vector<ado::Value>({std::int64_t{14}}), result.firstRow);
+  // The log has a line for each line of a text.
+  EXPECT_THAT(
+      peer.Log(),
+      ElementsAre("batch DECLARE @torvik_1 bigint SET @torvik_1 = -7 DECLARE @torvik_2 "
+                  "nvarchar(4000) SET @torvik_2 = N'it''s 😀' DECLARE @torvik_3 float SET "
+                  "@torvik_3 = 5e-01 DECLARE @torvik_4 nvarchar(1) SET @torvik_4 = NULL DECLARE "
+                  "@torvik_5 varbinary(max) SET @torvik_5 = 0x00AB DECLARE @o int; EXEC p "
+                  "@torvik_1, @o OUTPUT; -- ?",
+                  "IF @torvik_2 > '?' BEGIN INSERT [t?] VALUES (@torvik_3, @torvik_4, @torvik_5); "
+                  "END SELECT @o"));
+  EXPECT_EQ("'it''s ü'", connection->Literal("it's ü").substr(1));
+  EXPECT_EQ("'it''s'", connection->Literal("it's"));
+}
+
+TEST(SqlServerWire, ATemporaryTableIsKnownByWhatItsQueryAnswers) {
+  const TdsPeer peer("when tempdb..\ncolumns #id int, name nvarchar, at2 datetime2, n decimal\n" +
+                     kOptions +
+                     "when FMTONLY\ncolumns #id int, name nvarchar, at2 datetime2, n decimal\n");
+  const auto connection = peer.Open();
+  std::string columns;
+  for (const ado::Column& column : connection->TableColumns("#t"))
+    columns += column.name + " " + column.declaredType + (column.isIdentity ? " numbers; " : "; ");
+  EXPECT_EQ("id int numbers; name nvarchar(4000); at2 datetime2(7); n decimal(38, 2); ", columns);
+  const std::string names[] = {"name", "at2", "n"};
+  const auto load = connection->OpenBulkLoad("#t", names);
+  LoadRow(*load, std::vector<ado::LoadValue>{"a", "2001-01-08 09:10:11", "1.5"});
+  EXPECT_EQ(1, load->Finish());
+  EXPECT_THAT(peer.Log(), testing::Contains(StartsWith("batch insert bulk \"#t\" ([name]")));
+}
+
+TEST(SqlServerWire, ColumnsSayInWhatTheirTextsAreMeasured) {
+  const TdsPeer peer(kCatalogue + FactColumn("a", "nvarchar", 80, 0, 0) +
+                     FactColumn("b", "varchar", 40, 0, 0, 1, "NULL", "1252") +
+                     FactColumn("c", "char", 40, 0, 0, 1, "NULL", "65001") +
+                     FactColumn("d", "nvarchar", -1, 0, 0) + FactColumn("e", "tinyint", 1, 3, 0) +
+                     FactColumn("f", "timestamp", 8, 0, 0) + FactColumn("g", "int", 4, 10, 0, 5) +
+                     FactColumn("h", "time", 5, 16, 2));
+  std::string columns;
+  for (const ado::Column& column : peer.Open()->TableColumns("fact"))
+    columns += column.declaredType + " " + std::to_string(column.size) + " " +
+               std::to_string(static_cast<int>(column.unit)) + (column.isComputed ? " no; " : "; ");
+  EXPECT_EQ(
+      "nvarchar(40) 40 1; varchar(40) 40 0; char(40) 40 2; nvarchar(max) 0 1; tinyint 1 0; "
+      "timestamp 0 0 no; int 4 0 no; time(2) 0 0; ",
+      columns);
+}
+
+TEST(SqlServerWire, AnUnknownDatabaseIsNotTriedAgain) {
+  const std::pair<const char*, bool> cases[] = {
+      {"911 16 database does not exist", false},
+      {"4060 11 Cannot open database", false},
+      {"40613 17 Database is not currently available", true}};
+  for (const auto& [error, isPassing] : cases) {
+    const TdsPeer peer(std::string("when logon\nerror ") + error + "\n");
+    try {
+      peer.Open();
+      ADD_FAILURE() << error;
+    } catch (const PlatformError& failure) {
+      EXPECT_EQ(isPassing, failure.isTransient) << failure.Description();
+    }
   }
 }
 
@@ -422,46 +632,64 @@ TEST(SqlServerWire, ABulkReadFetchesBlocksAndSetsTheRestAsideWhenAnotherStatemen
 }
 
 TEST(SqlServerWire, TablesAreMadeAndReplacedByItsOwnStatements) {
-  const TdsPeer peer(kCopied +
-                     "when TRUNCATE\nerror 4712 16 is referenced\nwhen INSERT\ncount 3\n"
-                     "");
+  const TdsPeer peer(
+      kCopied +
+      "when TRUNCATE\nerror 4712 16 is referenced\nwhen INSERT INTO\ncount 3\n"
+      "when identity_columns\ncolumns n nvarchar, t nvarchar, p int, s bigint, i bigint\n"
+      "row id | int | 10 | 5 | 2\n"
+      "when computed_columns\ncolumns n nvarchar, d nvarchar\nrow twice | ([t]*(2))\n"
+      "when default_constraints\ncolumns n nvarchar, d nvarchar\nrow t | ((7))\n"
+      "when check_constraints\ncolumns d nvarchar\nrow ([t]>(0))\n"
+      "when index_columns\ncolumns i nvarchar, c nvarchar, f nvarchar\n"
+      "row pk | id | NULL\nrow u | name | ([b]=(1))\nrow u | day | ([b]=(1))\n");
   const auto connection = peer.Open();
   using enum ado::ColumnKind;
-  const ado::Column columns[] = {{.name = "Id", .kind = Integer, .size = 4, .keyPosition = 1},
-                                 {.name = "s", .kind = Text},
-                                 {.name = "n", .kind = Decimal},
-                                 {.name = "k", .kind = Text, .keyPosition = 2}};
+  const ado::Column columns[] = {
+      {.name = "Id", .kind = Integer, .size = 4, .keyPosition = 1, .isIdentity = true},
+      {.name = "s", .kind = Text},
+      {.name = "n", .kind = Decimal},
+      {.name = "k", .kind = Text, .keyPosition = 2},
+      {.name = "g", .kind = Text, .declaredType = "uniqueidentifier"},
+      {.name = "w", .kind = Text, .declaredType = "time(3)"},
+      {.name = "m", .kind = Decimal, .declaredType = "money", .precision = 19, .scale = 4},
+      {.name = "y", .kind = Integer, .declaredType = "tinyint", .size = 1}};
   const std::size_t sent = peer.Log(0).size();
   connection->CreateTable("Sales.dbo.made", columns);
   connection->EmptyTable("fact");
   const std::string staging = connection->CreateStagingTable("fact");
-  EXPECT_EQ("\"Sales\".\"dbo\".\"fact_torvik_staging\"", staging);
+  EXPECT_EQ("\"dbo\".\"fact_torvik_staging\"", staging);
   EXPECT_EQ(3, connection->ReplaceRows("fact", staging));
-  const std::string
-      fact = "\"Sales\".\"dbo\".\"fact",
-      names = "\"id\", \"name\", \"price\", \"day\", \"at\", \"at2\", \"n\", \"f\", \"b\", \"t\"";
+  const std::string fact = "\"dbo\".\"fact",
+                    rest =
+                        "\"name\", \"price\", \"day\", \"at\", \"at2\", \"n\", \"f\", \"b\", \"t\"";
+  const std::string alter = "ALTER TABLE " + staging + " ADD ";
   std::string statements;
   for (const std::string& line : peer.Log(sent))
-    if (line.starts_with("batch") && line.find("SELECT name") == std::string::npos &&
-        line.find("SCHEMA_NAME") == std::string::npos)
-      statements += line.substr(6) + "\n";
+    if (line.find("SELECT OBJECT") == std::string::npos &&
+        line.find("@@OPT") == std::string::npos && line.find("FROM sys.") == std::string::npos)
+      statements += (line.starts_with("batch ") ? line.substr(6) : line) + "\n";
   EXPECT_EQ(
-      "CREATE TABLE \"Sales\".\"dbo\".\"made\" (\"Id\" int NOT NULL, \"s\" nvarchar(max), \"n\" "
-      "decimal(38, 10), \"k\" nvarchar(450) NOT NULL, PRIMARY KEY (\"Id\", \"k\"))\n"
-      "BEGIN TRANSACTION\nTRUNCATE TABLE " +
-          fact +
-          "\"\nIF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\n"
-          "DELETE FROM " +
-          fact + "\"\nIF OBJECT_ID(N'" + staging + "') IS NOT NULL DROP TABLE " + staging +
-          "\nSELECT TOP 0 " + names + " INTO " + staging + " FROM " + fact + "\"\nDELETE FROM " +
-          fact + "\"\nSET IDENTITY_INSERT " + fact + "\" ON\nINSERT INTO " + fact + "\" (" + names +
-          ") SELECT " + names + " FROM \"Sales\".\"dbo\".\"fact\"\nSET IDENTITY_INSERT " + fact +
-          "\" OFF\nDROP TABLE \"Sales\".\"dbo\".\"fact\"\n",
+      "CREATE TABLE \"Sales\".\"dbo\".\"made\" (\"Id\" int IDENTITY NOT NULL, \"s\" "
+      "nvarchar(max), \"n\" decimal(38, 10), \"k\" nvarchar(450) NOT NULL, \"g\" "
+      "uniqueidentifier, \"w\" time(3), \"m\" money, \"y\" tinyint, PRIMARY KEY (\"Id\", "
+      "\"k\"))\nBEGIN TRANSACTION\nTRUNCATE TABLE " +
+          fact + "\"\nIF @@TRANCOUNT > 0 ROLLBACK TRANSACTION\nDELETE FROM " + fact +
+          "\"\nIF OBJECT_ID(N'" + staging + "') IS NOT NULL DROP TABLE " + staging +
+          "\nSELECT TOP 0 " + rest + " INTO " + staging + " FROM " + fact + "\"\n" + alter +
+          "\"id\" int IDENTITY(5, 2) NOT NULL;\n" + alter + "\"twice\" AS ([t]*(2));\n" + alter +
+          "DEFAULT ((7)) FOR \"t\";\n" + alter +
+          "CHECK (([t]>(0)));\nCREATE UNIQUE INDEX \"pk\" ON " + staging +
+          " (\"id\");\nCREATE UNIQUE INDEX \"u\" ON " + staging +
+          " (\"name\", \"day\") WHERE ([b]=(1));\n\nDELETE FROM " + fact +
+          "\"\nSET IDENTITY_INSERT " + fact + "\" ON \nINSERT INTO " + fact + "\" (\"id\", " +
+          rest + ") SELECT \"id\", " + rest + " FROM " + fact + "\"\nDROP TABLE " + fact +
+          "\"\nSET IDENTITY_INSERT " + fact + "\" OFF \n",
       statements);
 }
 
 TEST(SqlServerWire, AStatementIsCancelledAndALostConnectionIsClosed) {
-  const TdsPeer peer("when WAITFOR\nwait\nwhen SELECT\ncolumns a int\nrow 1\nrow 2\nclose\n");
+  const TdsPeer peer(
+      "when WAITFOR\nwait\nwhen DEAF\ndeaf\nwhen SELECT\ncolumns a int\nrow 1\nrow 2\nclose\n");
   const auto connection = peer.Open();
   std::thread canceller([&] {
     while (peer.Log().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -470,6 +698,17 @@ TEST(SqlServerWire, AStatementIsCancelledAndALostConnectionIsClosed) {
   EXPECT_THAT(ErrorOf([&] { connection->Execute("WAITFOR"); }), HasSubstr("cancelled"));
   canceller.join();
   EXPECT_THAT(peer.Log(), ElementsAre("batch WAITFOR", "attention"));
+  // One that does not answer loses its connection.
+  const auto other = peer.Open();
+  std::thread second([&] {
+    while (peer.Log(0).back() != "batch DEAF")
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    other->Cancel();
+  });
+  EXPECT_THAT(ErrorOf([&] { other->Execute("DEAF"); }),
+              HasSubstr("did not answer when it was told to cancel"));
+  second.join();
+  EXPECT_EQ(ado::ObjectState::Closed, other->State());
   EXPECT_THAT(ErrorOf([&] { RowsOf(*connection, "SELECT a"); }),
               HasSubstr("the connection to the server is lost; open it again"));
   EXPECT_EQ(ado::ObjectState::Closed, connection->State());

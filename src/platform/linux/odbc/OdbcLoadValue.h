@@ -1,0 +1,33 @@
+#pragma once
+
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <system_error>
+#include <type_traits>
+
+#include "platform/Bulk.h"
+
+namespace torvik {
+
+/// A number as text that reads back as the same one; a text as it is. Not for NULL.
+std::string TextOf(const ado::LoadValue& value);
+
+/// False when the value is no number of the type.
+template <class Number>
+bool ReadNumber(const ado::LoadValue& value, Number& number) {
+  using Kind = ado::LoadValue::Kind;
+  if (value.GetKind() == Kind::Integer) return number = static_cast<Number>(value.Integer()), true;
+  if (value.GetKind() == Kind::Real) {
+    if constexpr (std::is_floating_point_v<Number>)
+      return number = static_cast<Number>(value.Real()), true;
+    return false;
+  }
+  if (!value.IsText()) return false;
+  const std::string_view text = value.Text();
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end;
+}
+
+}  // namespace torvik
