@@ -14,10 +14,10 @@ using ado::Column;
 using enum ado::ColumnKind;
 
 /// The value as it is loaded, or "! " and why it does not fit.
-std::string Fitted(const Column& column, const std::string& text) {
+std::string Fitted(const Column& column, const std::string& text, unsigned flags = 0) {
   RowBatch batch;
   ado::LoadValue value = text;
-  const std::string misfit = FitValue(column, 0, value, batch);
+  const std::string misfit = FitValue(column, flags, value, batch);
   if (!misfit.empty()) return "! " + misfit;
   return value.IsNull() ? "NULL" : std::string(TextOfValue(value, batch));
 }
@@ -81,6 +81,25 @@ TEST(Conversion, FitsValuesOrSaysWhyNot) {
     for (const std::string& text : c.texts)
       EXPECT_EQ(c.outcome, Fitted(c.column, text))
           << "kind " << static_cast<int>(c.column.kind) << " \"" << text << '"';
+}
+
+TEST(Conversion, TextsAreMeasuredAsTheirColumnMeasuresThem) {
+  using enum ado::TextUnit;
+  const struct {
+    ado::TextUnit unit;
+    const char *text, *whole, *cut;
+  } cases[] = {{Characters, "a\U0001F600b", "a\U0001F600b", "a\U0001F600b"},
+               {Utf16, "a\U0001F600b", "! has 4 UTF-16 units, 3 fit", "a\U0001F600"},
+               {Utf16, "\U0001F600\U0001F600", "! has 4 UTF-16 units, 3 fit", "\U0001F600"},
+               {Utf16, "\u00e9\u00e8\u20ac", "\u00e9\u00e8\u20ac", "\u00e9\u00e8\u20ac"},
+               {Utf16, "abcd", "! has 4 characters, 3 fit", "abc"},
+               {Utf8, "\u00e9\u00e8", "! has 4 bytes of UTF-8, 3 fit", "\u00e9"},
+               {Utf8, "\U0001F600", "! has 4 bytes of UTF-8, 3 fit", ""}};
+  for (const auto& c : cases) {
+    const Column column{.kind = Text, .size = 3, .unit = c.unit};
+    EXPECT_EQ(c.whole, Fitted(column, c.text)) << c.text;
+    EXPECT_EQ(c.cut, Fitted(column, c.text, kAllowStringTruncation)) << c.text;
+  }
 }
 
 }  // namespace

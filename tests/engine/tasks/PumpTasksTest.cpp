@@ -168,6 +168,19 @@ TEST_F(PumpTasksTest, RangesCommitSizesAndLoadModes) {
   }
 }
 
+TEST_F(PumpTasksTest, RowsThatDoNotTakeTheirPlaceAreNotToldAsLoaded) {
+  warehouse_->Execute(
+      "INSERT INTO t VALUES (9, 'old', NULL); CREATE TRIGGER no BEFORE INSERT ON t WHEN NEW.name "
+      "= 'b' BEGIN SELECT RAISE(ABORT, 'no b here'); END");
+  const RunResult result =
+      Pump("id,name\n1,a\nx,y\n2,b\n", "load = 'replace'\nmaximum_error_count = 3");
+  EXPECT_THAT(result.events.errors, HasSubstr("no b here"));
+  EXPECT_EQ("9:old", Rows());
+  EXPECT_THAT(disk_.Read("s.exceptions"),
+              testing::AllOf(HasSubstr("3 rows read, 1 rejected; the pump failed: "),
+                             HasSubstr("no b here"), testing::Not(HasSubstr("loaded"))));
+}
+
 TEST_F(PumpTasksTest, ATextFileTakesTheRowsOfAQueryOrStaysAsItWas) {
   const auto file = [&](const std::string& properties) {
     return "[[connections]]\nname = 'out'\nprovider = 'DTSFlatFile'\nproperties = { 'Data Source' "

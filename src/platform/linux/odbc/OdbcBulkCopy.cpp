@@ -6,7 +6,6 @@
 #define TDSODBC_BCP
 #include <odbcss.h>
 
-#include <cstring>
 #include <utility>
 
 #include "platform/linux/odbc/OdbcLoadValue.h"
@@ -38,7 +37,19 @@ class Batch {
   bool isEnded_ = false;
 };
 
+template <class Plain>
+std::string_view Bytes(const Plain& value) {
+  return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
 }  // namespace
+
+std::string_view OdbcBulkCopy::BytesOf(Slot& slot, const ado::LoadValue& value) {
+  if (slot.type == BCP_TYPE_SQLINT8) return ReadNumber(value, slot.whole), Bytes(slot.whole);
+  if (slot.type == BCP_TYPE_SQLFLT8) return ReadNumber(value, slot.real), Bytes(slot.real);
+  if (value.IsText()) return value.Text();
+  return slot.text = TextOf(value);
+}
 
 void OdbcBulkCopy::Enable(void* connection) {
   SQLSetConnectAttr(connection, SQL_COPT_SS_BCP,
@@ -62,7 +73,7 @@ OdbcBulkCopy::OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<
     const ColumnKind kind = target.column.kind;
     if (kind == ColumnKind::Integer || kind == ColumnKind::Boolean) type = BCP_TYPE_SQLINT8;
     if (kind == ColumnKind::Real) type = BCP_TYPE_SQLFLT8;
-    slots_.push_back({OdbcCopyRule(target.column), target.place, type, {}});
+    slots_.push_back({OdbcCopyRule(target.column), target.place, type, {}, 0, 0});
   }
 }
 
@@ -98,26 +109,12 @@ void OdbcBulkCopy::Begin() {
 }
 
 void OdbcBulkCopy::Put(Slot& slot, const ado::LoadValue& value) {
-  std::string& memory = slot.memory;
-  const auto plain = [&](auto number) {
-    ReadNumber(value, number);
-    memory.resize(sizeof number);
-    std::memcpy(memory.data(), &number, sizeof number);
-  };
-  int length = SQL_NULL_DATA;
-  if (!value.IsNull()) {
-    if (slot.type == BCP_TYPE_SQLINT8) {
-      plain(std::int64_t{0});
-    } else if (slot.type == BCP_TYPE_SQLFLT8) {
-      plain(0.0);
-    } else {
-      memory = TextOf(value);
-    }
-    length = static_cast<int>(memory.size());
-  }
-  if (memory.capacity() == 0) memory.reserve(1);
-  if (bcp_bind(session_.Handle(), reinterpret_cast<const unsigned char*>(memory.data()), 0, length,
-               nullptr, 0, slot.type, slot.place) == FAIL)
+  const std::string_view bytes = value.IsNull() ? "" : BytesOf(slot, value);
+  const int length = value.IsNull() ? SQL_NULL_DATA : static_cast<int>(bytes.size());
+  // The driver takes no null pointer, not even for an empty text.
+  const char* data = bytes.data() == nullptr ? "" : bytes.data();
+  if (bcp_bind(session_.Handle(), reinterpret_cast<const unsigned char*>(data), 0, length, nullptr,
+               0, slot.type, slot.place) == FAIL)
     throw Failure();
 }
 

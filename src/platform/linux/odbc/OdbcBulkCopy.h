@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Ado.h"
@@ -44,14 +45,17 @@ class OdbcBulkCopy {
   std::int64_t Copy(const ado::LoadRows& rows, std::span<const std::size_t> which);
 
  private:
-  /// How a column's values lie in memory: after a length of four bytes, or plain.
+  /// A column, and its value where that is not sent from where it lies.
   struct Slot {
     OdbcCopyRule rule;
     int place = 0;
     int type = 0;
-    std::string memory;
+    std::string text;
+    std::int64_t whole = 0;
+    double real = 0;
   };
   void Begin();
+  static std::string_view BytesOf(Slot& slot, const ado::LoadValue& value);
   void Put(Slot& slot, const ado::LoadValue& value);
   PlatformError Failure();
 

@@ -68,7 +68,11 @@ std::vector<OdbcDiagnostic> OdbcDiagnostics(short handleType, void* handle) {
 
 std::vector<ado::ProviderError> ErrorsOf(const std::vector<OdbcDiagnostic>& diagnostics) {
   std::vector<ado::ProviderError> errors;
-  for (const OdbcDiagnostic& diagnostic : diagnostics) errors.push_back(diagnostic.error);
+  for (const OdbcDiagnostic& diagnostic : diagnostics) {
+    const bool isRepeated =
+        !errors.empty() && errors.back().description == diagnostic.error.description;
+    if (!isRepeated) errors.push_back(diagnostic.error);  // one for each row of an array, perhaps
+  }
   return errors;
 }
 

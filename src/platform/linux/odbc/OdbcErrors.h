@@ -19,6 +19,7 @@ struct OdbcDiagnostic {
 /// `handleType` is SQL_HANDLE_DBC, SQL_HANDLE_STMT, ...
 std::vector<OdbcDiagnostic> OdbcDiagnostics(short handleType, void* handle);
 
+/// One that repeats the one before it is left out.
 std::vector<ado::ProviderError> ErrorsOf(const std::vector<OdbcDiagnostic>& diagnostics);
 
 /// True when the same call may succeed a little later: the first error, from which the others

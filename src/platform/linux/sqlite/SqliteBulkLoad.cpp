@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <charconv>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "platform/NumberText.h"
@@ -48,6 +50,36 @@ bool ReadNumber(std::string_view text, Number& number) {
   return true;
 }
 
+/// The digits that make a number, without those that only say how large it is; the exponent is left
+/// out. Empty when it is no plain number.
+std::string Significant(std::string_view text) {
+  std::string digits;
+  for (const char c : text.substr(0, text.find('e'))) {
+    if (c >= '0' && c <= '9') {
+      if (c != '0' || !digits.empty()) digits += c;
+    } else if (c != '.' && c != '-') {
+      return "";
+    }
+  }
+  digits.erase(digits.find_last_not_of('0') + 1);
+  return digits;
+}
+
+/// True when a decimal is the same after it has been a double.
+bool IsKept(std::string_view text) {
+  constexpr std::size_t kSure = 15;
+  if (text.size() <= kSure) return true;
+  std::int64_t whole = 0;
+  double real = 0;
+  const std::string digits = Significant(text);
+  if (digits.size() <= kSure || ReadNumber(text, whole) || !ReadNumber(text, real)) return true;
+  char back[80];
+  const auto end = std::to_chars(back, std::end(back), real, std::chars_format::scientific,
+                                 static_cast<int>(digits.size() - 1));
+  return end.ec == std::errc() &&
+         digits == Significant({back, static_cast<std::size_t>(end.ptr - back)});
+}
+
 /// One INSERT, compiled once. It calls the library directly: a row passes here for every line of
 /// the largest files, and its bytes are bound where they lie.
 class SqliteBulkLoad final : public ado::BulkLoad {
@@ -55,7 +87,11 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const std::string& schema,
                  const std::string& table, const std::vector<ado::Column>& columns)
       : session_(std::move(session)), place_("table " + table) {
-    for (const ado::Column& column : columns) bindings_.push_back(BindingOf(column.kind));
+    for (const ado::Column& column : columns) {
+      if (column.kind == ado::ColumnKind::Decimal && column.precision > 0)
+        decimals_.emplace_back(bindings_.size(), column.name);
+      bindings_.push_back(BindingOf(column.kind));
+    }
     if (HasIndex(*session_, schema, table))
       session_->Run("PRAGMA " + QuotedName(schema) + ".cache_size = " + kIndexCache);
     const std::string sql = InsertText(QuotedName(schema) + "." + QuotedName(table), columns,
@@ -77,6 +113,11 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     const bool isInTransaction = sqlite3_get_autocommit(session_->Handle()) == 0;
     const std::size_t before = refused.size();
     for (std::size_t row = 0; row < rows.Count(); ++row) {
+      if (const std::string misfit = MisfitOf(rows.Row(row)); !misfit.empty()) {
+        refused.push_back({row, 0, place_ + misfit});
+        if (refused.size() - before > tolerated) return;
+        continue;
+      }
       if (Insert(rows.Row(row))) continue;
       const PlatformError error = session_->Failure(place_);
       // A trigger may have rolled the whole transaction back.
@@ -98,6 +139,18 @@ class SqliteBulkLoad final : public ado::BulkLoad {
       case SQLITE_TOOBIG: return true;
       default: return false;
     }
+  }
+
+  /// Decimals are kept as numbers of 15 digits: one of more is refused where its column promises
+  /// to keep them.
+  std::string MisfitOf(std::span<const ado::LoadValue> row) const {
+    for (const auto& [position, name] : decimals_) {
+      const ado::LoadValue& value = row[position];
+      if (value.IsText() && !IsKept(value.Text()))
+        return ", column " + name + ": the server keeps 15 digits of " + std::string(value.Text()) +
+               "; round it, or give the column a text type";
+    }
+    return {};
   }
 
   bool Insert(std::span<const ado::LoadValue> row) {
@@ -144,6 +197,7 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   const std::shared_ptr<SqliteSession> session_;
   const std::string place_;
   std::vector<Binding> bindings_;
+  std::vector<std::pair<std::size_t, std::string>> decimals_;  ///< Their places and names.
   sqlite3_stmt* insert_ = nullptr;
   std::int64_t rows_ = 0;
 };

@@ -241,6 +241,43 @@ TEST_F(AdoSqlite, ABulkLoadStoresEachValueInItsColumnsTypeAndSaysWhatItCannotSto
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkLoad("a.b", columns); }), HasSubstr("no table a.b"));
 }
 
+TEST_F(AdoSqlite, AnIdentityColumnNumbersTheRows) {
+  const struct {
+    const char *columns, *rows;  ///< The third row brings its number along.
+  } cases[] = {
+      {"id int IDENTITY(1,1) PRIMARY KEY, s TEXT", "1|a\n2|b\n9|c"},
+      {"[id] [int] identity (1, 1) NOT NULL, s nvarchar(5) NOT NULL", "1|a\n2|b\n9|c"},
+      {"s TEXT, id decimal(18, 0) NOT NULL IDENTITY, CONSTRAINT pk PRIMARY KEY (\"ID\")",
+       "1|a\n2|b\n9|c"},
+      {"id int IDENTITY, s TEXT PRIMARY KEY", "-|a\n-|b\n9|c"},
+      {"identity TEXT, id INT PRIMARY KEY, s TEXT DEFAULT 'identity(1,1)'", "-|a\n-|b\n9|c"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.columns);
+    Do("DROP TABLE IF EXISTS t; CREATE TABLE dbo.t (" + std::string(c.columns) +
+       ");\n"
+       "INSERT INTO t (s) VALUES ('a')");
+    const std::vector<std::string> text = {"s"}, both = {"id", "s"};
+    LoadRow(*dw_->OpenBulkLoad("t", text), std::vector<ado::LoadValue>{"b"});
+    LoadRow(*dw_->OpenBulkLoad("t", both), std::vector<ado::LoadValue>{"9", "c"});
+    EXPECT_EQ(c.rows, Rows("SELECT id, s FROM t ORDER BY s"));
+  }
+}
+
+TEST_F(AdoSqlite, ADecimalThatWouldLoseDigitsIsRefused) {
+  Do("CREATE TABLE t (m MONEY, d DECIMAL(38, 20), any DECIMAL)");
+  const std::vector<std::string> columns = {"m", "d", "any"};
+  const std::pair<std::vector<ado::LoadValue>, const char*> cases[] = {
+      {{"99999999999.9999", "-0.33333333333333331", "922337203685477.5807"}, ""},
+      {{"0000000000000001.50", "1234567890123450000.00", "0.1"}, ""},
+      {{"922337203685477.5807", "1", "1"}, "column m: the server keeps 15 digits"},
+      {{"-1", "0.33333333333333333333", "1"}, "column d: the server keeps 15 digits"}};
+  for (const auto& [row, error] : cases) {
+    const auto load = dw_->OpenBulkLoad("t", columns);
+    EXPECT_THAT(ErrorOf([&, values = row] { LoadRow(*load, values); }), HasSubstr(error));
+    EXPECT_EQ(error[0] == '\0' ? 1 : 0, load->Finish());
+  }
+}
+
 TEST_F(AdoSqlite, ParametersGoToTheMarkersOfAllStatementsInOrder) {
   Do("CREATE TABLE t (a INT UNIQUE, b TEXT)");
   const auto run = [&](const std::string& sql, std::vector<ado::Value> parameters) {
