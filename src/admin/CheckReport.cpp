@@ -41,7 +41,7 @@ void CheckReport::AddSecret(const std::string& text) {
   if (!text.empty()) secrets_.push_back(text);
 }
 
-void CheckReport::Print(const std::string& job, bool json) const {
+void CheckReport::Print(const char* kind, const std::string& name, bool json) const {
   const int ok = Count(State::Ok);
   const int problems = Count(State::Problem);
   const int notChecked = Count(State::NotChecked);
@@ -52,12 +52,12 @@ void CheckReport::Print(const std::string& job, bool json) const {
     table.push_back({row.what, NameOf(row.state), row.detail});
   }
   if (!json) PrintRows({"what", "state", "detail"}, table, false);
-  PrintResult({{"job", job},
+  PrintResult({{kind, name},
                {"checks", checks},
                {"ok", ok},
                {"problems", problems},
                {"not_checked", notChecked}},
-              job + ": " + Counted(ok, " is ok", " are ok") + ", " +
+              name + ": " + Counted(ok, " is ok", " are ok") + ", " +
                   Counted(problems, " problem", " problems") + ", " + std::to_string(notChecked) +
                   " not checked",
               json);

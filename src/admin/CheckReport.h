@@ -19,8 +19,8 @@ class CheckReport {
 
   bool HasProblems() const { return Count(State::Problem) > 0; }
 
-  /// Prints the rows and how many there are of each state; `job` is the job file's path.
-  void Print(const std::string& job, bool json) const;
+  /// Prints the rows and how many there are of each state, of the "job" or "server" of that name.
+  void Print(const char* kind, const std::string& name, bool json) const;
 
  private:
   enum class State { Ok, Problem, NotChecked };

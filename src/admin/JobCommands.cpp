@@ -14,7 +14,7 @@ int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpt
   CheckLogPlaces(check);
   CheckPackage(check);
   CheckDataLinks(check);
-  check.report.Print(options.file, invocation.json);
+  check.report.Print("job", options.file, invocation.json);
   return check.report.HasProblems() ? 1 : 0;
 }
 

@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 
 #include "admin/Admin.h"
+#include "admin/ServerCheck.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/database/ServerSetup.h"
 #include "platform/linux/odbc/AdoOdbc.h"
@@ -39,6 +40,13 @@ int InitServer(LinuxPlatform& platform, const Invocation& invocation,
   return 0;
 }
 
+int CheckOneServer(LinuxPlatform& platform, const Invocation& invocation) {
+  CheckReport report;
+  CheckServer(platform, invocation.server, report);
+  report.Print("server", invocation.server.server, invocation.json);
+  return report.HasProblems() ? 1 : 0;
+}
+
 }  // namespace
 
 void AddServerCommands(CLI::App& app, Invocation& invocation) {
@@ -56,6 +64,17 @@ void AddServerCommands(CLI::App& app, Invocation& invocation) {
   init->callback([&invocation, warehouse] {
     invocation.command = [&invocation, warehouse](LinuxPlatform& platform) {
       return InitServer(platform, invocation, *warehouse);
+    };
+  });
+  CLI::App* check = server->add_subcommand(
+      "check", "log on, tell what the server is and what is missing there; changes nothing");
+  check->add_option("SERVER", invocation.server.server, "server text, as jobs name it")
+      ->capture_default_str();
+  AddLogonOptions(*check, invocation);
+  AddJsonOption(*check, invocation);
+  check->callback([&invocation] {
+    invocation.command = [&invocation](LinuxPlatform& platform) {
+      return CheckOneServer(platform, invocation);
     };
   });
 }

@@ -25,8 +25,9 @@ std::string TypeName(const ado::Column& column) {
 std::string SqlServerMarker(const ado::Column& column) {
   const std::string type = TypeName(column);
   if (column.kind == ColumnKind::Binary) return "CAST(? AS varbinary(max))";
-  const bool isMoney = LowerAscii(type).find("money") != std::string::npos;
-  return isMoney ? "CAST(? AS " + type + ")" : "?";
+  const std::string lower = LowerAscii(type);
+  if (lower == "datetimeoffset") return "CAST(? AS " + column.declaredType + ")";
+  return lower.ends_with("money") ? "CAST(? AS " + type + ")" : "?";
 }
 
 /// What the server's own provider sets for a connection, so that old packages find what they are

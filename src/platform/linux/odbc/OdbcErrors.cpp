@@ -88,9 +88,11 @@ bool IsRefusal(const OdbcDiagnostic& diagnostic) {
   if (IsTransient({diagnostic})) return false;
   // Of SQL Server, which its driver may file under a general state: a value that is too long,
   // cannot be converted or lies out of range, or a constraint.
-  if (HasOneOf(diagnostic, {220, 232, 241, 242, 244, 245, 248, 295, 515, 547, 2601, 2627, 2628,
-                            8114, 8115, 8152}) ||
-      (IsOfSqlServer(diagnostic) && number >= kFirstOfUsers))
+  const bool isOfXml = number >= 9400 && number < 9500;
+  if (HasOneOf(diagnostic, {220,  232,  235,  236,  237,  238,  241,  242,  244,  245,
+                            248,  293,  294,  295,  296,  298,  515,  517,  547,  550,
+                            2601, 2627, 2628, 8023, 8114, 8115, 8134, 8152, 8169, 8170}) ||
+      (IsOfSqlServer(diagnostic) && (isOfXml || number >= kFirstOfUsers)))
     return true;
   // Of all servers: data, integrity, views with a check, PL/pgSQL's RAISE; and the general state,
   // when it is the server's. What is wrong with the statement (07, 42), the transaction (25), the

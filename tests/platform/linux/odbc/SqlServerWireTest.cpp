@@ -454,6 +454,30 @@ TEST(SqlServerWire, ARowThatIsSentAloneAndRefusedIsTold) {
   EXPECT_EQ(1, load->Finish());
 }
 
+TEST(SqlServerWire, WhatIsWrongWithARowAloneIsARefusal) {
+  const std::pair<int, bool> cases[] = {
+      {235, true},   // no money
+      {296, true},   // outside smalldatetime
+      {547, true},   // a check or a foreign key
+      {8134, true},  // a computed column divides by zero
+      {8169, true},  // no uniqueidentifier
+      {9436, true},  // no XML
+      {229, false},  // no right to insert
+      {208, false},  // no such table
+      {50001, true}  // a trigger's own
+  };
+  for (const auto& [number, isRefusal] : cases) {
+    const TdsPeer peer(kFact.substr(0, kFact.find("when rpc")) + "when rpc\nerror " +
+                       std::to_string(number) + " 16 so it is\n");
+    const auto connection = peer.Open();
+    const std::string columns[] = {"name"};
+    const auto load = connection->OpenBulkLoad("fact", columns);
+    std::string refused;
+    const std::string error = ErrorOf([&] { refused = Refused(*load, {"a"}, 1); });
+    EXPECT_THAT(isRefusal ? refused : error, HasSubstr("so it is")) << number;
+  }
+}
+
 TEST(SqlServerWire, WhenTheServerEndsTheTransactionTheRowsOwnErrorIsTheFirst) {
   const std::string ends =
       "when 'bad'\nerror 50000 16 refused by trigger\nerror 3609 16 ended in the trigger\n"
