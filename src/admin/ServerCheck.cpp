@@ -12,8 +12,8 @@
 namespace torvik::admin {
 namespace {
 
-constexpr const char* kProvider = "SQLOLEDB";
-constexpr int kTimeoutSeconds = 20;
+constexpr const char* kCheckedProvider = "SQLOLEDB";
+constexpr int kCheckSeconds = 20;
 
 /// A question whose one answer is a row of the report. A right answers 1 when it is there.
 struct Question {
@@ -23,14 +23,14 @@ struct Question {
 };
 
 /// How one kind of server is asked, and what is used of it.
-struct Kind {
+struct ServerKind {
   const char *name, *loads, *cursors;
   std::vector<Question> questions;
 };
 
 constexpr const char* kMakeTable = "there is none; make it with torvik-admin server init";
 
-const Kind kSqlServer = {
+const ServerKind kSqlServer = {
     "SQL Server",
     "bulk copy by FreeTDS where the table's types allow it, else arrays of rows for one INSERT",
     "one forward-only result at a time; updates by key, each checked to change one row",
@@ -52,7 +52,7 @@ const Kind kSqlServer = {
       "SELECT CASE HAS_PERMS_BY_NAME(NULL, NULL, 'ADMINISTER BULK OPERATIONS') WHEN 1 THEN 'there' "
       "ELSE 'not there; only scripts that run BULK INSERT need it' END"}}};
 
-const Kind kPostgreSql = {
+const ServerKind kPostgreSql = {
     "PostgreSQL",
     "COPY, binary where the table's types allow it",
     "rows as they come, or a cursor beside other statements",
@@ -69,7 +69,7 @@ const Kind kPostgreSql = {
       "SELECT has_table_privilege(to_regclass('msdb.sysdtspackages'), 'INSERT')",
       "GRANT INSERT ON msdb.sysdtspackages TO the user, if it is to save packages"}}};
 
-const Kind kEmbedded = {
+const ServerKind kEmbedded = {
     "embedded",
     "one INSERT, compiled once",
     "rows as they come",
@@ -78,10 +78,10 @@ const Kind kEmbedded = {
      {"package table", "SELECT name FROM sqlite_schema WHERE name = 'sysdtspackages'",
       kMakeTable}}};
 
-const Kind kOther = {
+const ServerKind kOther = {
     "of another kind", "arrays of rows for one INSERT", "one forward-only result at a time", {}};
 
-const Kind& KindOf(const ServerPlace& place) {
+const ServerKind& ServerKindOf(const ServerPlace& place) {
   if (place.kind == ServerPlace::Kind::Embedded) return kEmbedded;
   if (place.kind == ServerPlace::Kind::PostgreSql) return kPostgreSql;
   switch (FamilyOf(place.address.driver)) {
@@ -118,8 +118,8 @@ void Ask(ado::Connection& connection, const Question& question, CheckReport& rep
 
 void CheckServer(LinuxPlatform& platform, const ServerChoice& choice, CheckReport& report) {
   const ServerPlace place =
-      FindServerPlace(platform.settings, kProvider, choice.server, DriverOfDataSource);
-  const Kind& kind = KindOf(place);
+      FindServerPlace(platform.settings, kCheckedProvider, choice.server, DriverOfDataSource);
+  const ServerKind& kind = ServerKindOf(place);
   const bool isEmbedded = place.kind == ServerPlace::Kind::Embedded;
   const std::string password = ReadPassword(choice);
   report.AddSecret(password);
@@ -129,8 +129,8 @@ void CheckServer(LinuxPlatform& platform, const ServerChoice& choice, CheckRepor
                                                         : place.address.dataSource);
   if (!isEmbedded && !place.address.driver.empty()) report.Ok("driver", place.address.driver);
   const auto connection = platform.databases->NewConnection();
-  connection->SetProvider(kProvider);
-  connection->SetConnectionTimeout(kTimeoutSeconds);
+  connection->SetProvider(kCheckedProvider);
+  connection->SetConnectionTimeout(kCheckSeconds);
   connection->SetProperty("Data Source", choice.server);
   connection->SetProperty("Initial Catalog", "msdb");
   if (choice.user.empty()) {

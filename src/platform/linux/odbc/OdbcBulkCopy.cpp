@@ -38,15 +38,15 @@ class Batch {
 };
 
 template <class Plain>
-std::string_view Bytes(const Plain& value) {
+std::string_view PlainBytes(const Plain& value) {
   return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
 }  // namespace
 
 std::string_view OdbcBulkCopy::BytesOf(Slot& slot, const ado::LoadValue& value) {
-  if (slot.type == BCP_TYPE_SQLINT8) return ReadNumber(value, slot.whole), Bytes(slot.whole);
-  if (slot.type == BCP_TYPE_SQLFLT8) return ReadNumber(value, slot.real), Bytes(slot.real);
+  if (slot.type == BCP_TYPE_SQLINT8) return ReadNumber(value, slot.whole), PlainBytes(slot.whole);
+  if (slot.type == BCP_TYPE_SQLFLT8) return ReadNumber(value, slot.real), PlainBytes(slot.real);
   if (value.IsText()) return value.Text();
   return slot.text = TextOf(value);
 }

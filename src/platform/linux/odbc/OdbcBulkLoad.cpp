@@ -77,10 +77,9 @@ class OdbcBulkLoad final : public ado::BulkLoad {
                   options.givesIdentity && std::ranges::any_of(columns, &ado::Column::isIdentity)),
         array_(*session_),
         single_(*session_) {
-    const std::string insert = session_->Dialect().InTransactionSql(
-        InsertText(QuotedTable(table), columns, [this](const ado::Column& column) {
-          return session_->Dialect().Marker(column);
-        }));
+    const std::string insert = session_->Dialect().InTransactionSql(InsertText(
+        QuotedTable(table), columns,
+        [this](const ado::Column& column) { return session_->Dialect().Marker(column); }));
     array_.Prepare(insert);
     single_.Prepare(insert);
     for (const ado::Column& column : columns_)

@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "platform/linux/database/Recordsets.h"
 #include "platform/linux/database/ServerValues.h"
+#include "platform/linux/odbc/OdbcFields.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/SqlServerTable.h"
 #include "platform/linux/text/Utf16.h"
@@ -48,18 +49,6 @@ void QueryColumns(OdbcStatement& statement, const OdbcSession& session,
     return SQLColumnsW(handle, a.Data(), a.Length(), b.Data(), b.Length(), c.Data(), c.Length(),
                        d.Data(), d.Length());
   });
-}
-
-std::string TextAt(const QueryRows& row, int column) {
-  const ado::Value value = row.Column(column);
-  const auto* text = std::get_if<std::string>(&value);
-  return text ? *text : "";
-}
-
-int NumberAt(const QueryRows& row, int column) {
-  const ado::Value value = row.Column(column);
-  const auto* number = std::get_if<std::int64_t>(&value);
-  return number ? static_cast<int>(*number) : 0;
 }
 
 /// The columns of the rowset that SQLColumns defines, from 0.

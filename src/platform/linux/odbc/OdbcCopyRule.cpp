@@ -12,10 +12,6 @@
 namespace torvik {
 namespace {
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 /// Calls `takes` with a value as text; a number's is made for that.
 template <class Takes>
 bool TakesAsText(const ado::LoadValue& value, const Takes& takes) {

@@ -28,7 +28,7 @@ constexpr struct {
     {16384, "XACT_ABORT", false},
 };
 
-std::string Set(const char* name, bool on) {
+std::string SettingText(const char* name, bool on) {
   return std::string("SET ") + name + (on ? " ON " : " OFF ");
 }
 
@@ -53,13 +53,13 @@ OdbcLoadSettings::OdbcLoadSettings(OdbcSession& session, const OdbcTable& table,
   for (const auto& [bit, name, on] : kSettings) {
     const bool isOn = (options & bit) != 0;
     if (isOn == on) continue;
-    set += Set(name, on);
-    putBack_ += Set(name, isOn);
+    set += SettingText(name, on);
+    putBack_ += SettingText(name, isOn);
   }
   if (std::ranges::any_of(table.columns, &ado::Column::isIdentity)) {
     const std::string identity = "IDENTITY_INSERT " + QuotedTable(table);
-    set += Set(identity.c_str(), givesIdentity);
-    if (givesIdentity) putBack_ += Set(identity.c_str(), false);
+    set += SettingText(identity.c_str(), givesIdentity);
+    if (givesIdentity) putBack_ += SettingText(identity.c_str(), false);
   }
   if (!set.empty()) session_.Run(set);
 }

@@ -1,5 +1,8 @@
 #include "platform/linux/odbc/OdbcLoadValue.h"
 
+#include <charconv>
+#include <iterator>
+
 namespace torvik {
 namespace {
 

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <charconv>
-#include <cmath>
 #include <string>
-#include <system_error>
 #include <type_traits>
 
 #include "platform/Bulk.h"
+#include "platform/NumberText.h"
 
 namespace torvik {
 
@@ -23,11 +21,9 @@ bool ReadNumber(const ado::LoadValue& value, Number& number) {
       return number = static_cast<Number>(value.Real()), true;
     return false;
   }
-  if (!value.IsText()) return false;
-  const std::string_view text = value.Text();
-  const char* end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  return read.ec == std::errc() && read.ptr == end;
+  const auto read = value.IsText() ? NumberOf<Number>(value.Text()) : std::nullopt;
+  if (read) number = *read;
+  return read.has_value();
 }
 
 }  // namespace torvik

@@ -1,31 +1,19 @@
 #include "platform/linux/odbc/SqlServerStaging.h"
 
 #include <functional>
-#include <variant>
 
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
+#include "platform/linux/odbc/OdbcFields.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 
 namespace torvik {
 namespace {
 
-std::string TextAt(const OdbcStatement& row, int column) {
-  const ado::Value value = row.Column(column);
-  const auto* text = std::get_if<std::string>(&value);
-  return text ? *text : "";
-}
-
-std::string NumberAt(const OdbcStatement& row, int column) {
-  const ado::Value value = row.Column(column);
-  const auto* number = std::get_if<std::int64_t>(&value);
-  return number ? std::to_string(*number) : "1";
-}
-
 /// Reads the rules of one table and writes the statements that give them to another.
-class Rules {
+class TableRules {
  public:
-  Rules(OdbcSession& session, const OdbcTable& table, const std::string& copy)
+  TableRules(OdbcSession& session, const OdbcTable& table, const std::string& copy)
       : session_(session),
         database_(table.catalogue.empty() ? "" : QuotedName(table.catalogue) + "."),
         id_("OBJECT_ID(N" + QuotedText(QuotedTable(table)) + ")"),
@@ -42,8 +30,9 @@ class Rules {
           const std::string type = TextAt(row, 1);
           const bool isDecimal = type == "decimal" || type == "numeric";
           Add(alter_ + QuotedName(TextAt(row, 0)) + " " + type +
-              (isDecimal ? "(" + NumberAt(row, 2) + ", 0)" : "") + " IDENTITY(" + NumberAt(row, 3) +
-              ", " + NumberAt(row, 4) + ") NOT NULL");
+              (isDecimal ? "(" + std::to_string(NumberAt(row, 2)) + ", 0)" : "") + " IDENTITY(" +
+              std::to_string(LongAt(row, 3)) + ", " + std::to_string(LongAt(row, 4)) +
+              ") NOT NULL");
         });
     ForEach("SELECT name, definition FROM {db}sys.computed_columns WHERE object_id = {id}",
             [this](const OdbcStatement& row) {
@@ -109,7 +98,7 @@ class Rules {
 }  // namespace
 
 void AddRulesOf(OdbcSession& session, const OdbcTable& table, const OdbcTable& copy) {
-  const std::string statements = Rules(session, table, QuotedTable(copy)).Statements();
+  const std::string statements = TableRules(session, table, QuotedTable(copy)).Statements();
   if (!statements.empty()) session.Run(statements);
 }
 

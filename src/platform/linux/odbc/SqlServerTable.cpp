@@ -7,6 +7,7 @@
 #include <initializer_list>
 
 #include "platform/Text.h"
+#include "platform/linux/odbc/OdbcFields.h"
 #include "platform/linux/odbc/OdbcSession.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/text/Utf16.h"
@@ -14,22 +15,13 @@
 namespace torvik {
 namespace {
 
-using enum ado::ColumnKind;
-
 /// The fields of the question, from 0.
-enum Field : int {
-  kSchema,
-  kTable,
-  kName,
-  kType,
-  kLength,
-  kPrecision,
-  kScale,
-  kFlags,
-  kKey,
-  kPage
+struct Field {
+  enum : int { Schema, Table, Name, Type, Length, Precision, Scale, Flags, Key, Page };
 };
-enum Flag : int { kNullable = 1, kIdentity = 2, kComputed = 4 };
+struct ColumnFlag {
+  enum : int { Nullable = 1, Identity = 2, Computed = 4 };
+};
 
 constexpr int kLongestLimited = 8000;  // bytes
 
@@ -53,18 +45,6 @@ std::string Filled(std::string text, const std::string& marker, const std::strin
 /// A script may have told the server to answer no more than some rows, which nobody can ask for.
 constexpr const char* kAllRows = "SET ROWCOUNT 0 ";
 
-std::string TextOfField(const OdbcStatement& row, int field) {
-  const ado::Value value = row.Column(field);
-  const auto* text = std::get_if<std::string>(&value);
-  return text ? *text : "";
-}
-
-int NumberOfField(const OdbcStatement& row, int field) {
-  const ado::Value value = row.Column(field);
-  const auto* number = std::get_if<std::int64_t>(&value);
-  return number ? static_cast<int>(*number) : 0;
-}
-
 bool IsOneOf(const std::string& type, std::initializer_list<const char*> types) {
   return std::ranges::find(types, type) != types.end();
 }
@@ -87,6 +67,7 @@ void SetText(ado::Column& column, const TypeFacts& type) {
 }
 
 void SetType(ado::Column& column, const TypeFacts& type) {
+  using enum ado::ColumnKind;
   const std::string& name = type.name;
   column.declaredType = name;
   if (IsOneOf(name, {"tinyint", "smallint", "int", "bigint"})) {
@@ -117,17 +98,17 @@ void SetType(ado::Column& column, const TypeFacts& type) {
   }
 }
 
-ado::Column ColumnOf(const OdbcStatement& row) {
-  ado::Column column{.name = TextOfField(row, kName), .declaredType = {}};
+ado::Column ColumnOfSqlServer(const OdbcStatement& row) {
+  ado::Column column{.name = TextAt(row, Field::Name), .declaredType = {}};
   SetType(column,
-          {TextOfField(row, kType), NumberOfField(row, kLength), NumberOfField(row, kPrecision),
-           NumberOfField(row, kScale), NumberOfField(row, kPage)});
-  const int flags = NumberOfField(row, kFlags);
-  column.nullable = flags & kNullable;
-  column.isIdentity = flags & kIdentity;
+          {TextAt(row, Field::Type), NumberAt(row, Field::Length), NumberAt(row, Field::Precision),
+           NumberAt(row, Field::Scale), NumberAt(row, Field::Page)});
+  const int flags = NumberAt(row, Field::Flags);
+  column.nullable = flags & ColumnFlag::Nullable;
+  column.isIdentity = flags & ColumnFlag::Identity;
   column.isComputed =
-      flags & kComputed || IsOneOf(column.declaredType, {"timestamp", "rowversion"});
-  column.keyPosition = NumberOfField(row, kKey);
+      flags & ColumnFlag::Computed || IsOneOf(column.declaredType, {"timestamp", "rowversion"});
+  column.keyPosition = NumberAt(row, Field::Key);
   return column;
 }
 
@@ -188,9 +169,9 @@ OdbcTable FindSqlServerTable(OdbcSession& session, const TableName& name) {
   query.Execute(kAllRows + Filled(question, "{name}", "N" + QuotedText(quoted)));
   OdbcTable table{name.database, "", "", {}};
   while (query.Step()) {
-    table.schema = TextOfField(query, kSchema);
-    table.name = TextOfField(query, kTable);
-    table.columns.push_back(ColumnOf(query));
+    table.schema = TextAt(query, Field::Schema);
+    table.name = TextAt(query, Field::Table);
+    table.columns.push_back(ColumnOfSqlServer(query));
   }
   return table;
 }
