@@ -54,9 +54,10 @@ void TellThatTheFormNeedsADisplay(const Program& program, const std::string& rea
     messages.Report("the form cannot be shown: " + reason +
                     "; run a job unattended with -configfile JOB.etl, or see -help");
   } else {
-    messages.Report((form.TorvConfigFile.empty() ? "no job file is named" : form.TorvConfigFile) +
-                    ": nothing was run: a job needs a package, its DTS server, an exception file "
-                    "(LogFile), a data-warehouse server and its database");
+    messages.Report(
+        (form.TorvConfigFile.empty() ? "no job file is named" : form.TorvConfigFile) +
+        ": nothing was run: a job needs a package, its DTS server, an exception file "
+        "(LogFile), a data-warehouse server and its database; torvik -help prints the usage");
   }
 }
 
