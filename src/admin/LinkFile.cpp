@@ -55,7 +55,7 @@ std::optional<std::string> ValueOf(engine::TableReader& reader, const LinkColumn
   return std::to_string(number);
 }
 
-std::string Name(engine::TableReader& reader, const char* key, engine::Problems& problems) {
+std::string LinkName(engine::TableReader& reader, const char* key, engine::Problems& problems) {
   const engine::PlacedText name = reader.RequiredText(key);
   if (const std::string problem = LinkNameProblem(name.text); !problem.empty())
     problems.Add(name.place, engine::Quoted(key) + " " + problem);
@@ -89,8 +89,8 @@ LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
   problems.ThrowIfAny();
   engine::TableReader reader(table, {}, problems);
   LinkFile link;
-  link.model = Name(reader, "model", problems);
-  link.name = Name(reader, "source_name", problems);
+  link.model = LinkName(reader, "model", problems);
+  link.name = LinkName(reader, "source_name", problems);
   for (const LinkColumn& column : kColumns) {
     link.columns.emplace_back(column.name, ValueOf(reader, column, problems));
   }
