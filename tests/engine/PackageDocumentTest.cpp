@@ -189,10 +189,10 @@ TEST(PackageDocument, WhatIsNoDocumentSaysWhatItIs) {
        "line 2, column 1: [steps] is one table; write [[steps]]"},
   };
   for (const auto& c : cases)
-    EXPECT_THAT(ErrorOf(c.text).Description(), HasSubstr(c.words)) << c.text.substr(0, 100);
-  EXPECT_THAT(ErrorOf("name = 'p'\nx" + std::string(33, '[')).Description(), HasSubstr("line 2"));
+    EXPECT_THAT(Refusal(c.text).Description(), HasSubstr(c.words)) << c.text.substr(0, 100);
+  EXPECT_THAT(Refusal("name = 'p'\nx" + std::string(33, '[')).Description(), HasSubstr("line 2"));
   const std::string dots = "a.b.c.d.e.f.g.h.i.j.k.l.m.n.o.p.q.r.s.t.u.v.w.x.y.z";
-  EXPECT_THAT(ErrorOf("name = '" + dots + dots + "'\n# " + dots + dots + "\n").Description(),
+  EXPECT_THAT(Refusal("name = '" + dots + dots + "'\n# " + dots + dots + "\n").Description(),
               "no error");
 }
 
