@@ -146,8 +146,9 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
 
 StoredPackage PackageStore::Load(const std::string& name, const std::string& versionId) {
   const std::string version =
-      versionId.empty() ? LatestOf(name)
-                        : NamedAs(name) + " AND versionid = " + connection_->Literal(WithoutBraces(versionId));
+      versionId.empty()
+          ? LatestOf(name)
+          : NamedAs(name) + " AND versionid = " + connection_->Literal(WithoutBraces(versionId));
   const auto row = connection_->OpenRecordset(
       "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + version, {});
   if (row->Eof()) throw NoSuchPackage(name, versionId);
@@ -211,7 +212,8 @@ int PackageStore::Prune(const std::string& name, std::size_t keep) {
       " AND versionid = " + connection_->Literal(last.versionId) + ")");
   for (std::size_t at = keep; at < versions.size() && versions[at].createDate == last.createDate;
        ++at)
-    removed += connection_->Execute(remove + " AND versionid = " + connection_->Literal(versions[at].versionId));
+    removed += connection_->Execute(
+        remove + " AND versionid = " + connection_->Literal(versions[at].versionId));
   transaction.Commit();
   return static_cast<int>(removed);
 }

@@ -88,7 +88,9 @@ PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source, con
     request.commit = commit;
   }
   if (!staging.empty())
-    request.settle = [&](std::int64_t loaded) { Replace(destination, table.name, staging, loaded); };
+    request.settle = [&](std::int64_t loaded) {
+      Replace(destination, table.name, staging, loaded);
+    };
   return Run(context, job, std::move(request));
 }
 
