@@ -56,7 +56,7 @@ void TellThatTheFormNeedsADisplay(const Program& program, const std::string& rea
   } else {
     messages.Report((form.TorvConfigFile.empty() ? "no job file is named" : form.TorvConfigFile) +
                     ": nothing was run: a job needs a package, its DTS server, an exception file "
-                    "(LogFile), a data-warehouse server and its database");
+                    "(LogFile), a data-warehouse server and its database; see torvik --help");
   }
 }
 
@@ -129,14 +129,23 @@ void RunProgram(const std::string& argumentText) {
     TellThatTheFormNeedsADisplay(program, noDesktop);
 }
 
+/// The usage of -help is for those who know it already.
+constexpr const char* kHelp =
+    "torvik                    opens the form\n"
+    "torvik -configfile JOB.etl [-statusfile FILE] [-logfile FILE]\n"
+    "                          runs a job; its outcome is the word in the status file\n"
+    "torvik -config FILE       prepares a job and leaves its command line in FILE\n"
+    "torvik -help, --version\n"
+    "torvik-admin --help shows the commands that prepare what a job needs.\n";
+
 }  // namespace
 
 int main(int argc, char** argv) {
   GuardStandardStreams();
-  if (argc == 2 && std::string_view(argv[1]) == "--version") {
-    std::printf("torvik %s\n", kVersion);
-    return EXIT_SUCCESS;
-  }
+  const std::string_view only = argc == 2 ? argv[1] : "";
+  if (only == "--version") std::printf("torvik %s\n", kVersion);
+  if (only == "--help") std::fputs(kHelp, stdout);
+  if (only == "--version" || only == "--help") return EXIT_SUCCESS;
   std::setlocale(LC_TIME, "");  // the log's date is in the words of the locale
   try {
     RunProgram(JoinArguments({argv + 1, argv + argc}));

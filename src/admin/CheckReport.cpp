@@ -33,6 +33,10 @@ void CheckReport::Problem(const std::string& what, const std::string& detail) {
   Add(what, State::Problem, detail);
 }
 
+void CheckReport::Warning(const std::string& what, const std::string& detail) {
+  Add(what, State::Warning, detail);
+}
+
 void CheckReport::NotChecked(const std::string& what, const std::string& why) {
   Add(what, State::NotChecked, why);
 }
@@ -43,6 +47,7 @@ void CheckReport::AddSecret(const std::string& text) {
 
 void CheckReport::Print(const char* kind, const std::string& name, bool json) const {
   const int ok = Count(State::Ok);
+  const int warnings = Count(State::Warning);
   const int problems = Count(State::Problem);
   const int notChecked = Count(State::NotChecked);
   std::vector<JsonRow> table;
@@ -55,9 +60,11 @@ void CheckReport::Print(const char* kind, const std::string& name, bool json) co
   PrintResult({{kind, name},
                {"checks", checks},
                {"ok", ok},
+               {"warnings", warnings},
                {"problems", problems},
                {"not_checked", notChecked}},
               name + ": " + Counted(ok, " is ok", " are ok") + ", " +
+                  (warnings == 0 ? "" : Counted(warnings, " warning, ", " warnings, ")) +
                   Counted(problems, " problem", " problems") + ", " + std::to_string(notChecked) +
                   " not checked",
               json);
@@ -66,6 +73,7 @@ void CheckReport::Print(const char* kind, const std::string& name, bool json) co
 const char* CheckReport::NameOf(State state) {
   switch (state) {
     case State::Ok: return "ok";
+    case State::Warning: return "warning";
     case State::Problem: return "problem";
     case State::NotChecked: break;
   }

@@ -11,6 +11,8 @@ class CheckReport {
   void Ok(const std::string& what, const std::string& detail);
   /// `detail` says what is wrong and, after a semicolon, what to do.
   void Problem(const std::string& what, const std::string& detail);
+  /// The same of what a run does not fail from.
+  void Warning(const std::string& what, const std::string& detail);
   void NotChecked(const std::string& what, const std::string& why);
 
   /// "***" is printed wherever the text stands as a word of its own: what a server says may repeat
@@ -23,7 +25,7 @@ class CheckReport {
   void Print(const char* kind, const std::string& name, bool json) const;
 
  private:
-  enum class State { Ok, Problem, NotChecked };
+  enum class State { Ok, Warning, Problem, NotChecked };
   struct Row {
     std::string what;
     State state;

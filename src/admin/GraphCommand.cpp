@@ -1,7 +1,5 @@
 #include "admin/GraphCommand.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -9,6 +7,7 @@
 #include <thread>
 
 #include "admin/PackageGraph.h"
+#include "admin/ScratchDirectory.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -16,6 +15,8 @@ namespace torvik::admin {
 namespace {
 
 constexpr std::chrono::seconds kLongestDrawing{120};
+constexpr const char* kText = "graph.dot";
+constexpr const char* kPicture = "graph.svg";
 
 PlatformError Failure(const std::string& reason) {
   return PlatformError(0, reason, "package graph");
@@ -24,26 +25,6 @@ PlatformError Failure(const std::string& reason) {
 void Check(const std::error_code& error, const std::string& path) {
   if (error) throw PlatformError(error.value(), path + ": " + error.message(), "package graph");
 }
-
-/// Files of its own, removed at the end.
-class Scratch {
- public:
-  explicit Scratch(Files& files)
-      : files_(files), stem_(files.TempDirectory() + "graph-" + std::to_string(getpid())) {}
-  ~Scratch() {
-    files_.Remove(Text());
-    files_.Remove(Picture());
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
-  std::string Text() const { return stem_ + ".dot"; }
-  std::string Picture() const { return stem_ + ".svg"; }
-
- private:
-  Files& files_;
-  const std::string stem_;
-};
 
 /// Becomes true when a time has passed.
 class Alarm {
@@ -74,11 +55,12 @@ class Alarm {
   std::thread waiter_;
 };
 
-void RunGraphviz(Processes& processes, const std::string& engine, const Scratch& scratch) {
+void RunGraphviz(Processes& processes, const std::string& engine, const ScratchDirectory& scratch) {
   const Alarm alarm(kLongestDrawing);
   ProcessRequest request;
   request.program = "dot";
-  request.arguments = {"-K" + engine, "-Tsvg", "-o", scratch.Picture(), scratch.Text()};
+  request.arguments = {"-K" + engine, "-Tsvg", "-o", scratch.PathOf(kPicture),
+                       scratch.PathOf(kText)};
   if (engine == "neato") request.arguments.insert(request.arguments.begin() + 1, "-n");
   request.cancelled = &alarm.Rings();
   std::string words;
@@ -114,11 +96,12 @@ int DrawPackage(LinuxPlatform& platform, const engine::PackageModel& package,
   if (!options.log.empty())
     outcomes =
         ReadLastRun(ReadText(files, options.log), package, platform.codePages->Ansi(), options.log);
-  const Scratch scratch(files);
-  Check(files.ReplaceText(scratch.Text(), GraphText(package, outcomes)), scratch.Text());
+  const ScratchDirectory scratch(files);
+  const std::string text = scratch.PathOf(kText);
+  Check(files.ReplaceText(text, GraphText(package, outcomes)), text);
   if (!options.isText)
     RunGraphviz(*platform.processes, HasPlaces(package) ? "neato" : "dot", scratch);
-  Deliver(files, options.isText ? scratch.Text() : scratch.Picture(), options);
+  Deliver(files, options.isText ? text : scratch.PathOf(kPicture), options);
   if (options.output.empty()) return 0;
   std::size_t constraints = 0;
   for (const engine::StepModel& step : package.steps) constraints += step.after.size();

@@ -1,5 +1,7 @@
 #include "admin/JobCheck.h"
 
+#include "admin/Secrets.h"
+#include "config/modCypher.h"
 #include "datalinks/DataLinks.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -48,6 +50,33 @@ std::string DefaultLogDirectory(const Settings& settings, const std::string& pac
   return settings.temporaryDirectory + "/Torv/" + package + "/";
 }
 
+bool HasLinkPassword(const JobUnderCheck& check) {
+  bool isOfLink = false;
+  for (std::size_t at = 0; at < check.text.size();) {
+    const IniLine line = ReadIniLine(check.text, at);
+    at = line.end;
+    if (line.kind == IniLine::Kind::Section) isOfLink = line.name.starts_with(kDataLinkSection);
+    if (!isOfLink || line.kind != IniLine::Kind::Key) continue;
+    for (const char* key : {"Password", "FTPPassword", "ConnectString"})
+      if (EqualsIgnoringCase(line.name, key) &&
+          !UnscramblePassword(IniValue(line.text), check.platform.codePages->Ansi()).empty())
+        return true;
+  }
+  return false;
+}
+
+/// A job file's passwords are scrambled, which hides them from a glance and from nobody else.
+void CheckSecrets(JobUnderCheck& check) {
+  const JobSettings& job = check.job;
+  const std::string ofJob = OpenToOthers(check.paths, job.TorvConfigFile);
+  const bool hasPassword =
+      !job.DTSLoginPassword.empty() || !job.DWServerLoginPassword.empty() || HasLinkPassword(check);
+  if (hasPassword && !ofJob.empty()) check.report.Warning("job file", ofJob);
+  const Settings& settings = check.platform.settings;
+  const std::string ofSettings = OpenToOthers(check.paths, settings.sourceFile);
+  if (settings.HoldPassword() && !ofSettings.empty()) check.report.Warning("settings", ofSettings);
+}
+
 }  // namespace
 
 JobUnderCheck::JobUnderCheck(LinuxPlatform& linux, const std::string& file)
@@ -94,6 +123,7 @@ void CheckSettings(JobUnderCheck& check) {
                                          key.meaning + " there");
   }
   if (isComplete) check.report.Ok("job file", job.TorvConfigFile + " has all that a run needs");
+  CheckSecrets(check);
 }
 
 }  // namespace torvik::admin

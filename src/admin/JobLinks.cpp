@@ -2,10 +2,12 @@
 
 #include "admin/JobCheck.h"
 #include "admin/LinkFile.h"
+#include "admin/StoredName.h"
 #include "config/modIniFilesUtils.h"
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/ETLPackages.h"
+#include "engine/model/Problems.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -34,6 +36,8 @@ class LinksCheck {
                   *check.platform.messages) {}
 
   void Run() {
+    if (const std::string problem = LinkNameProblem(model_); !problem.empty())
+      return check_.report.Problem(What(), "the model's name " + problem);
     try {
       links_.Load(warehouse_, model_);
     } catch (const PlatformError& error) {
@@ -88,11 +92,19 @@ class LinksCheck {
     try {
       sections_.ReadDataLinkSection(check_.job.TorvConfigFile, link);
       AddSecrets(check_.report, link);
+      RequireUsableNames(link);
       RequireRow(stored, link);
     } catch (const PlatformError& error) {
       return check_.report.Problem(what, error.Description());
     }
     CheckLinkSource(check_, link);
+  }
+
+  static void RequireUsableNames(const cDataSource& link) {
+    for (const std::string& name : {link.strName, link.strModelName})
+      if (const std::string problem = LinkNameProblem(name); !problem.empty())
+        throw PlatformError(0, "its name or model " + engine::Quoted(name) + " " + problem,
+                            "data link");
   }
 
   /// A run stores every link in its row before it executes the package.

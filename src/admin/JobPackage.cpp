@@ -2,6 +2,7 @@
 #include <sstream>
 
 #include "admin/JobCheck.h"
+#include "admin/Secrets.h"
 #include "config/JobVariables.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
@@ -79,6 +80,8 @@ class PackageCheck {
       check_.report.Problem("package " + name_, line);
     }
     if (!problems.empty()) return false;
+    for (const std::string& line : PlainPasswords(package_))
+      check_.report.Warning("package " + name_, line);
     check_.report.Ok("package " + name_, "its document has no fault");
     return true;
   }

@@ -3,6 +3,8 @@
 #include <filesystem>
 
 #include "admin/JobCheck.h"
+#include "config/FileUtils.h"
+#include "config/LogDirectory.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/system/Posix.h"
 
@@ -43,11 +45,6 @@ DirectoryState LookAt(const fs::path& directory, const std::string& named, bool 
   return {Kind::CanBeMade, named + " is not there; it can be made below " + there.string()};
 }
 
-/// Only separators, or nothing: a run neither makes nor empties that.
-bool IsRoot(const std::string& path) {
-  return path.find_first_not_of("\\/") == std::string::npos;
-}
-
 bool IsInside(const fs::path& inner, const fs::path& outer) {
   const auto relative = inner.lexically_normal().lexically_relative(outer.lexically_normal());
   return !relative.empty() && *relative.begin() != "..";
@@ -74,7 +71,8 @@ std::string WhenRunMakes(const JobUnderCheck& check, const fs::path& directory) 
   if (directory.parent_path() == drives) return "at its start";
   std::error_code error;
   const fs::path logDirectory = check.paths.ToLinux(check.job.LogFileDir, error);
-  if (IsRoot(check.job.LogFileDir) || error || !IsInside(logDirectory, directory)) return {};
+  if (check.files->IsRoot(check.job.LogFileDir) || error || !IsInside(logDirectory, directory))
+    return {};
   return "after the log's first line";
 }
 
@@ -98,14 +96,30 @@ void CheckExceptionLog(JobUnderCheck& check) {
   }
 }
 
+/// A run deletes every file of the directory, whoever wrote it.
+bool ReportForeignFiles(JobUnderCheck& check) {
+  const JobSettings& job = check.job;
+  const auto findings = ForeignFiles(*check.files, {job.LogFileDir, job.DTSPackageName,
+                                                    job.ExceptionLogFile, job.TorvConfigFile, ""});
+  for (const std::string& finding : findings) {
+    check.report.Problem("log directory", job.LogFileDir + " holds " + finding +
+                                              ", which a run deletes; name a directory of the "
+                                              "job's own with LogFileDir");
+  }
+  return !findings.empty();
+}
+
 void CheckLogDirectory(JobUnderCheck& check) {
   const std::string& path = check.job.LogFileDir;
-  if (IsRoot(path)) {
+  if (check.files->IsRoot(path)) {
     return check.report.Problem("log directory",
                                 "LogFileDir is \"" + path +
                                     "\", in which a run cannot log; name a directory of the job's "
                                     "own");
   }
+  if (const std::string reason = WhyUnusable(*check.files, path); !reason.empty())
+    return check.report.Problem("log directory", reason);
+  if (ReportForeignFiles(check)) return;
   const DirectoryState state = LookAtDirectory(check.paths, path, true);
   std::vector<std::string> names;
   switch (state.kind) {
@@ -137,7 +151,13 @@ bool RequireReadable(JobUnderCheck& check, const std::string& what, const std::s
 }
 
 void CheckLogPlaces(JobUnderCheck& check) {
-  if (!check.job.ExceptionLogFile.empty()) CheckExceptionLog(check);
+  const JobSettings& job = check.job;
+  if (!job.ExceptionLogFile.empty()) CheckExceptionLog(check);
+  if (FileNameOf(job.ExceptionLogFile) == job.DTSPackageName + ".log") {
+    check.report.Warning("exception log", job.ExceptionLogFile +
+                                              " has the name of the package's own log; choose "
+                                              "another one with LogFile");
+  }
   CheckLogDirectory(check);
 }
 

@@ -1,5 +1,6 @@
 #include "admin/Commands.h"
 #include "admin/LinkFile.h"
+#include "admin/Secrets.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/FieldReaders.h"
 #include "platform/Ado.h"
@@ -51,6 +52,8 @@ int PutLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkOp
   std::vector<LinkFile> links;
   for (const std::string& file : options.files) {
     links.push_back(ReadLinkFile(file, ReadText(*platform.files, file)));
+    const std::string reason = OpenToOthers(platform.settings.Paths(), file);
+    if (links.back().HasSecret() && !reason.empty()) Warn(reason);
   }
   DataWarehouse warehouse(*platform.databases);
   Connect(warehouse, invocation.server, options.database);

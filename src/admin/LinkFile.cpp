@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "admin/StoredName.h"
 #include "engine/model/TomlTable.h"
 
 namespace torvik::admin {
@@ -54,6 +55,13 @@ std::optional<std::string> ValueOf(engine::TableReader& reader, const LinkColumn
   return std::to_string(number);
 }
 
+std::string LinkName(engine::TableReader& reader, const char* key, engine::Problems& problems) {
+  const engine::PlacedText name = reader.RequiredText(key);
+  if (const std::string problem = LinkNameProblem(name.text); !problem.empty())
+    problems.Add(name.place, engine::Quoted(key) + " " + problem);
+  return name.text;
+}
+
 }  // namespace
 
 const std::vector<std::string>& LinkColumns() {
@@ -69,14 +77,20 @@ bool IsSecretColumn(const std::string& column) {
   return column == "ds_password" || column == "ftp_password" || column == "ds_connect_string";
 }
 
+bool LinkFile::HasSecret() const {
+  return std::any_of(columns.begin(), columns.end(), [](const auto& column) {
+    return IsSecretColumn(column.first) && !column.second.value_or("").empty();
+  });
+}
+
 LinkFile ReadLinkFile(const std::string& path, const std::string& text) {
   engine::Problems problems(path);
   const engine::TomlTable table = engine::ParseToml(text, problems);
   problems.ThrowIfAny();
   engine::TableReader reader(table, {}, problems);
   LinkFile link;
-  link.model = reader.RequiredText("model").text;
-  link.name = reader.RequiredText("source_name").text;
+  link.model = LinkName(reader, "model", problems);
+  link.name = LinkName(reader, "source_name", problems);
   for (const LinkColumn& column : kColumns) {
     link.columns.emplace_back(column.name, ValueOf(reader, column, problems));
   }

@@ -13,6 +13,9 @@ struct LinkFile {
   std::string model;
   std::string name;
   std::vector<std::pair<std::string, std::optional<std::string>>> columns;
+
+  /// True when a password, or what may hold one, is among them.
+  bool HasSecret() const;
 };
 
 /// The columns of dwm_data_link, in the table's order.

@@ -12,9 +12,19 @@ std::size_t Width(const std::string& text) {
       std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+/// A text that a line cannot show as it is.
+bool NeedsQuotes(const std::string& text) {
+  const bool hasControl = std::any_of(text.begin(), text.end(), [](char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+  });
+  return hasControl || text.starts_with(' ') || text.ends_with(' ');
+}
+
 std::string CellText(const Json& value) {
   if (value.is_null()) return "";
-  return value.is_string() ? value.get<std::string>() : value.dump();
+  const bool isShownAsIs = value.is_string() && !NeedsQuotes(value.get_ref<const std::string&>());
+  if (isShownAsIs) return value.get<std::string>();
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 void PrintLine(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {

@@ -3,6 +3,8 @@
 #include "admin/Commands.h"
 #include "admin/GraphCommand.h"
 #include "admin/ImportCommand.h"
+#include "admin/Secrets.h"
+#include "admin/StoredName.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/model/Providers.h"
@@ -17,6 +19,7 @@ struct PackageOptions {
   std::vector<std::string> files;
   std::string name;
   std::string version;
+  std::size_t versionsToKeep = 0;
   bool isStored = false;  ///< `name` is a package of a server, not a file.
   GraphOptions graph;
   ImportOptions import;
@@ -36,9 +39,11 @@ std::string Joined(const std::vector<std::string>& lines) {
 /// Reads and checks a document; throws PlatformError that holds a line for each problem.
 engine::PackageModel ReadChecked(const std::string& file, const std::string& text) {
   engine::PackageModel package = engine::ReadPackageDocument(text, file);
-  if (const auto problems = engine::CheckTwelve(package); !problems.empty()) {
-    throw PlatformError(0, Joined(problems), "package document");
-  }
+  std::vector<std::string> problems = engine::CheckTwelve(package);
+  if (const std::string problem = PackageNameProblem(package.name); !problem.empty())
+    problems.push_back(file + ": the package's name " + problem);
+  if (!problems.empty()) throw PlatformError(0, Joined(problems), "package document");
+  for (const std::string& line : PlainPasswords(package)) Warn(line);
   return package;
 }
 
@@ -93,6 +98,27 @@ int ListPackages(LinuxPlatform& platform, const Invocation& invocation, const Pa
     rows.push_back({package.name, package.versions, package.createDate, package.description});
   }
   PrintRows({"package", "versions", "created", "description"}, rows, invocation.json);
+  return 0;
+}
+
+int ListVersions(LinuxPlatform& platform, const Invocation& invocation,
+                 const PackageOptions& options) {
+  std::vector<JsonRow> rows;
+  for (const auto& version : OpenStore(platform, invocation.server).Versions(options.name)) {
+    rows.push_back({version.versionId, version.createDate, version.owner, version.description});
+  }
+  PrintRows({"version", "created", "owner", "description"}, rows, invocation.json);
+  return 0;
+}
+
+int PrunePackage(LinuxPlatform& platform, const Invocation& invocation,
+                 const PackageOptions& options) {
+  const int removed =
+      OpenStore(platform, invocation.server).Prune(options.name, options.versionsToKeep);
+  PrintResult({{"package", options.name}, {"removed", removed}},
+              "package " + options.name + ": " + std::to_string(removed) +
+                  (removed == 1 ? " older version is removed" : " older versions are removed"),
+              invocation.json);
   return 0;
 }
 
@@ -206,8 +232,15 @@ void AddPackageCommands(CLI::App& app, Invocation& invocation) {
   get->add_option("--version-id", given.version, "this version instead of the latest");
   CLI::App* list = group.Add("list", "list the stored packages", ListPackages);
   CLI::App* remove = group.Add("remove", "remove a package, every version of it", RemovePackage);
-  remove->add_option("NAME", given.name)->required();
-  for (CLI::App* command : {put, get, list, remove}) AddServerOptions(*command, invocation);
+  CLI::App* versions = group.Add("versions", "list the versions of a package", ListVersions);
+  CLI::App* prune = group.Add("prune", "remove the older versions of a package", PrunePackage);
+  prune->add_option("--keep", given.versionsToKeep, "how many of the latest versions stay")
+      ->check(CLI::Range(1, 1'000'000))
+      ->required();
+  for (CLI::App* command : {remove, versions, prune})
+    command->add_option("NAME", given.name)->required();
+  for (CLI::App* command : {put, get, list, versions, prune, remove})
+    AddServerOptions(*command, invocation);
   AddGraphCommand(group, invocation);
   AddImportCommand(group);
 }

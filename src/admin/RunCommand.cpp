@@ -12,6 +12,7 @@
 #include <fstream>
 
 #include "admin/Admin.h"
+#include "admin/ScratchDirectory.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -77,8 +78,8 @@ std::string FirstWord(const std::string& path) {
 int Run(LinuxPlatform& platform, const std::string& job, bool json) {
   const std::string runner =
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
-  const std::string status =
-      platform.files->TempDirectory() + "run-" + std::to_string(getpid()) + ".status";
+  const ScratchDirectory scratch(*platform.files);
+  const std::string status = scratch.PathOf("status");
   const Pipe fromRunner;
   const pid_t child = StartRunner(runner, job, status, fromRunner.writing.Number());
   childToSignal = child;
@@ -89,7 +90,6 @@ int Run(LinuxPlatform& platform, const std::string& job, bool json) {
   }
   childToSignal = 0;
   const std::string word = FirstWord(status);
-  platform.files->Remove(status);
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;

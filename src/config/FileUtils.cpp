@@ -24,6 +24,10 @@ std::string FileNameOf(const std::string& path) {
   return name.substr(first, name.find_last_not_of(' ') - first + 1);
 }
 
+std::string DirectoryOf(const std::string& path) {
+  return path.substr(0, path.find_last_of("\\/") + 1);
+}
+
 std::string& AddTrailingSeparator(std::string& path) {
   return AddTrailing(path, '\\');
 }

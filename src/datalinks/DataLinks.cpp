@@ -40,7 +40,21 @@ cDataSource* DataLinks::FindDataLink(const std::string& name) {
   return links_ ? links_->getDSByName(name) : nullptr;
 }
 
+void DataLinks::RequireUsableNames() const {
+  if (!links_) return;
+  for (const auto& link : *links_) {
+    if ((link->strName + link->strModelName).find('\'') == std::string::npos) continue;
+    throw PlatformError(0,
+                        "data link \"" + link->strName + "\" of model \"" + link->strModelName +
+                            "\" holds the character ' in its name or model, and the statements "
+                            "that read and store it would break at it; give it a name without it, "
+                            "in dwm_data_link and in the job file",
+                        "data link");
+  }
+}
+
 void DataLinks::SaveAllDataLinks(ado::Connection& dataWarehouse) {
+  RequireUsableNames();
   if (!links_) return;
   for (const auto& link : *links_) {
     try {

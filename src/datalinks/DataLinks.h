@@ -51,7 +51,12 @@ class DataLinks : public DataLinkSectionWriter {
   /// when there is no collection.
   void WriteDataLinkSections(const std::string& file) override;
 
-  /// Every link stores itself in its row. Throws PlatformError at the first that cannot.
+  /// Throws PlatformError when the name or model of a link holds the quote that a statement puts
+  /// around it: the statement would break there, or find another link's row.
+  void RequireUsableNames() const;
+
+  /// Every link stores itself in its row. Throws PlatformError at the first that cannot, and before
+  /// the first when a name is not usable.
   void SaveAllDataLinks(ado::Connection& dataWarehouse);
 
  private:

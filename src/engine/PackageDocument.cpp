@@ -47,6 +47,13 @@ class DocumentReader {
  private:
   template <typename ReadOne>
   void ForEachTable(TableReader& parent, const char* key, const ReadOne& readOne) {
+    const TomlValue* value = parent.Find(key);
+    if (value != nullptr && std::holds_alternative<TomlTable>(value->data)) {
+      const std::string brackets = "[[" + std::string(key) + "]]";
+      return problems_.Add(value->place, "[" + std::string(key) + "] is one table; write " +
+                                             brackets + ", with two brackets, before each of the " +
+                                             key);
+    }
     const TomlArray* array = parent.Array(key);
     if (array == nullptr) return;
     for (const TomlValue& element : *array) {

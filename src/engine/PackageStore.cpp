@@ -76,6 +76,9 @@ std::string WithoutBraces(const std::string& identifier) {
   return identifier.substr(1, identifier.size() - 2);
 }
 
+/// Of versions of one instant, as other tools may store them, one must be the latest everywhere.
+constexpr const char* kLatestFirst = " ORDER BY createdate DESC, versionid DESC";
+
 }  // namespace
 
 PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
@@ -97,15 +100,23 @@ PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
 
 PackageStore::~PackageStore() = default;
 
+std::string PackageStore::NamedAs(const std::string& name) const {
+  return "name = " + connection_->Literal(name);
+}
+
+/// The condition for the versions of the latest instant, and their order.
+std::string PackageStore::LatestOf(const std::string& name) const {
+  return NamedAs(name) + " AND createdate = (SELECT MAX(createdate) FROM sysdtspackages WHERE " +
+         NamedAs(name) + ")" + kLatestFirst;
+}
+
 std::string PackageStore::Save(const std::string& name, const std::string& description,
                                const std::string& text, Clock& clock) {
   OwnTransaction transaction(*connection_);
   auto created = std::chrono::floor<Milliseconds>(clock.Now());
   std::string id = NewIdentifier();
   const auto latest = connection_->OpenRecordset(
-      "SELECT id, createdate FROM sysdtspackages WHERE name = " + connection_->Literal(name) +
-          " ORDER BY createdate DESC",
-      {});
+      "SELECT id, createdate FROM sysdtspackages WHERE " + LatestOf(name), {});
   if (!latest->Eof()) {
     id = TextOfField(latest->Field(0));
     created = std::max(created, InstantOf(TextOfField(latest->Field(1))) + kBetweenVersions);
@@ -134,40 +145,77 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
 }
 
 StoredPackage PackageStore::Load(const std::string& name, const std::string& versionId) {
-  const std::string named = "name = " + connection_->Literal(name);
   const std::string version =
       versionId.empty()
-          ? "createdate = (SELECT MAX(createdate) FROM sysdtspackages WHERE " + named + ")"
-          : "versionid = " + connection_->Literal(WithoutBraces(versionId));
+          ? LatestOf(name)
+          : NamedAs(name) + " AND versionid = " + connection_->Literal(WithoutBraces(versionId));
   const auto row = connection_->OpenRecordset(
-      "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + named + " AND " + version,
-      {});
-  if (row->Eof())
-    throw PlatformError(0,
-                        "the server " + Quoted(server_) + " has no package " + Quoted(name) +
-                            (versionId.empty() ? "" : " of version " + versionId) +
-                            "; see what it has with torvik-admin package list",
-                        "package store");
+      "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + version, {});
+  if (row->Eof()) throw NoSuchPackage(name, versionId);
   return {TextOfField(row->Field(0)), TextOfField(row->Field(1)), TextOfField(row->Field(2))};
+}
+
+PlatformError PackageStore::NoSuchPackage(const std::string& name,
+                                          const std::string& versionId) const {
+  return {0,
+          "the server " + Quoted(server_) + " has no package " + Quoted(name) +
+              (versionId.empty() ? "" : " of version " + versionId) +
+              "; see what it has with torvik-admin package " +
+              (versionId.empty() ? "list" : "versions"),
+          "package store"};
 }
 
 std::vector<PackageSummary> PackageStore::List() {
   const auto row = connection_->OpenRecordset(
       "SELECT p.name, p.description, v.versions, v.latest FROM sysdtspackages p JOIN "
       "(SELECT name, COUNT(*) AS versions, MAX(createdate) AS latest FROM sysdtspackages "
-      "GROUP BY name) v ON v.name = p.name AND v.latest = p.createdate ORDER BY p.name",
+      "GROUP BY name) v ON v.name = p.name AND v.latest = p.createdate "
+      "ORDER BY p.name, p.versionid DESC",
       {});
   std::vector<PackageSummary> packages;
-  for (; !row->Eof(); row->MoveNext())
-    packages.push_back({TextOfField(row->Field(0)), TextOfField(row->Field(1)),
+  for (; !row->Eof(); row->MoveNext()) {
+    std::string name = TextOfField(row->Field(0));
+    if (!packages.empty() && packages.back().name == name) continue;
+    packages.push_back({std::move(name), TextOfField(row->Field(1)),
                         static_cast<int>(std::get<std::int64_t>(row->Field(2))),
                         TextOfField(row->Field(3))});
+  }
   return packages;
 }
 
+std::vector<VersionSummary> PackageStore::Versions(const std::string& name) {
+  const auto row = connection_->OpenRecordset(
+      "SELECT versionid, createdate, owner, description FROM sysdtspackages WHERE " +
+          NamedAs(name) + kLatestFirst,
+      {});
+  std::vector<VersionSummary> versions;
+  for (; !row->Eof(); row->MoveNext())
+    versions.push_back({TextOfField(row->Field(0)), TextOfField(row->Field(1)),
+                        TextOfField(row->Field(2)), TextOfField(row->Field(3))});
+  if (versions.empty()) throw NoSuchPackage(name);
+  return versions;
+}
+
 int PackageStore::Remove(const std::string& name) {
-  return static_cast<int>(connection_->Execute("DELETE FROM sysdtspackages WHERE name = " +
-                                               connection_->Literal(name)));
+  return static_cast<int>(
+      connection_->Execute("DELETE FROM sysdtspackages WHERE " + NamedAs(name)));
+}
+
+int PackageStore::Prune(const std::string& name, std::size_t keep) {
+  OwnTransaction transaction(*connection_);
+  const std::vector<VersionSummary> versions = Versions(name);
+  if (versions.size() <= keep) return 0;
+  const VersionSummary& last = versions[keep - 1];
+  const std::string remove = "DELETE FROM sysdtspackages WHERE " + NamedAs(name);
+  std::int64_t removed = connection_->Execute(
+      remove + " AND createdate < (SELECT createdate FROM sysdtspackages WHERE " + NamedAs(name) +
+      " AND versionid = " + connection_->Literal(last.versionId) + ")");
+  for (std::size_t at = keep; at < versions.size() && versions[at].createDate == last.createDate;
+       ++at)
+    removed += connection_->Execute(
+        remove + " AND versionid = " + connection_->Literal(versions[at].versionId));
+  transaction.Commit();
+  return static_cast<int>(removed);
 }
 
 }  // namespace torvik::engine

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/PlatformError.h"
+
 namespace torvik {
 
 namespace ado {
@@ -36,6 +38,13 @@ struct PackageSummary {
   std::string createDate;  ///< Of the latest version: "YYYY-MM-DD HH:MM:SS.mmm", UTC.
 };
 
+struct VersionSummary {
+  std::string versionId;
+  std::string createDate;  ///< As of a package.
+  std::string owner;
+  std::string description;
+};
+
 /// The packages of a server: its table msdb.dbo.sysdtspackages, in which every save adds a version.
 /// What fails throws PlatformError.
 class PackageStore {
@@ -54,10 +63,20 @@ class PackageStore {
   /// By name.
   std::vector<PackageSummary> List();
 
+  /// The latest first; of those of one instant the one that Load takes.
+  std::vector<VersionSummary> Versions(const std::string& name);
+
   /// Removes every version; answers how many there were.
   int Remove(const std::string& name);
 
+  /// Removes all but the latest `keep` versions, one or more; answers how many it were.
+  int Prune(const std::string& name, std::size_t keep);
+
  private:
+  std::string NamedAs(const std::string& name) const;
+  std::string LatestOf(const std::string& name) const;
+  PlatformError NoSuchPackage(const std::string& name, const std::string& versionId = {}) const;
+
   std::string server_;
   std::string owner_;  ///< Of the versions that are saved.
   std::unique_ptr<ado::Connection> connection_;

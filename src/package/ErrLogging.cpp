@@ -1,7 +1,9 @@
 #include "package/ErrLogging.h"
 
 #include "config/FileUtils.h"
+#include "config/LogDirectory.h"
 #include "platform/Files.h"
+#include "platform/Messages.h"
 
 namespace torvik {
 namespace {
@@ -12,39 +14,39 @@ bool EndsInSeparator(const std::string& path) {
 
 }  // namespace
 
-/// Emptying a root would take the system's files.
-bool IsLogDirectory(const std::string& path) {
-  return path.find_first_not_of("\\/") != std::string::npos;
-}
-
 void MakeDirectory(Files& files, const std::string& path) {
   files.MakeDirectory(path);
 }
 
-void ErrLogging::PrepareLogDirectory(const std::string& packageName, const std::string& logDir,
-                                     const std::string& exceptionFile, bool truncate) {
+std::string ErrLogging::PrepareLogDirectory(const std::string& packageName,
+                                            const std::string& logDir,
+                                            const std::string& exceptionFile, bool truncate) {
   if (truncate) files_.Remove(exceptionFile);
   packageName_ = packageName;
   exceptionFile_ = exceptionFile;
   logDir_ = logDir;
-  if (!IsLogDirectory(logDir)) return;
+  if (files_.IsRoot(logDir)) {
+    // Emptying it would take the system's files.
+    messages_.Report("the log directory is \"" + logDir +
+                     "\", which is no directory of the job's own: nothing is removed from it, and "
+                     "no log is gathered there; name another one with LogFileDir");
+    return {};
+  }
+  if (std::string reason = WhyUnusable(files_, logDir); !reason.empty()) return reason;
   MakeDirectory(files_, logDir);
   std::vector<std::string> names;
   files_.ListFiles(logDir, names);
   for (const std::string& name : names) files_.Remove(InLogDirectory(name));
+  return {};
 }
 
 void ErrLogging::CollectRunLogs() {
   problems_.clear();
+  if (files_.IsRoot(logDir_)) return;
   const std::string combined = packageName_ + ".log";
   // Listed before the copy is made, so that the exception file is not appended to itself.
   const std::vector<std::string> others = OtherLogs(combined);
-  std::uint64_t size = 0;
-  if (!files_.Size(exceptionFile_, size) && IsLogDirectory(logDir_)) {
-    const std::string copy = InLogDirectory(FileNameOf(exceptionFile_));
-    if (const auto error = files_.Copy(exceptionFile_, copy))
-      problems_.push_back("cannot copy " + exceptionFile_ + " to " + copy + ": " + error.message());
-  }
+  KeepExceptionFile();
   Gather(combined);
   for (const std::string& name : others) Gather(name);
 }
@@ -57,6 +59,15 @@ void ErrLogging::Gather(const std::string& name) {
   problems_.push_back("cannot append " + log + " to " + exceptionFile_ + ": " + error.message());
 }
 
+void ErrLogging::KeepExceptionFile() {
+  if (!FileExists(files_, exceptionFile_)) return;
+  std::string copy = InLogDirectory(FileNameOf(exceptionFile_));
+  if (files_.IsSameFile(copy, exceptionFile_)) return;
+  while (FileExists(files_, copy)) copy += ".former";
+  if (const auto error = files_.Copy(exceptionFile_, copy))
+    problems_.push_back("cannot copy " + exceptionFile_ + " to " + copy + ": " + error.message());
+}
+
 std::string ErrLogging::InLogDirectory(const std::string& name) const {
   return (EndsInSeparator(logDir_) ? logDir_ : logDir_ + "\\") + name;
 }
@@ -64,7 +75,7 @@ std::string ErrLogging::InLogDirectory(const std::string& name) const {
 std::vector<std::string> ErrLogging::OtherLogs(const std::string& combined) {
   std::vector<std::string> others;
   // The directory's text as it stands is the pattern: without its separator it matches no file.
-  if (!EndsInSeparator(logDir_) || !IsLogDirectory(logDir_)) return others;
+  if (!EndsInSeparator(logDir_)) return others;
   std::vector<std::string> names;
   if (const auto error = files_.ListFiles(logDir_, names))
     problems_.push_back("cannot list the logs in " + logDir_ + ": " + error.message());

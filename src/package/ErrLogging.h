@@ -6,27 +6,28 @@
 namespace torvik {
 
 class Files;
+class Messages;
 
 /// Makes a directory and those above it. One that exists, or that cannot be made, passes silently.
 void MakeDirectory(Files& files, const std::string& path);
-
-/// Whether runs use that directory as their log directory: a root never is one.
-bool IsLogDirectory(const std::string& path);
 
 /// The traces of one run: the log directory, emptied before the package is loaded and filled by the
 /// package, and the exception file, which receives what the package left there. Every step goes on
 /// whatever fails.
 class ErrLogging {
  public:
-  explicit ErrLogging(Files& files) : files_(files) {}
+  ErrLogging(Files& files, Messages& messages) : files_(files), messages_(messages) {}
 
   /// Deletes the exception file when `truncate` asks for it, makes the log directory and deletes
-  /// the plain files in it. An empty `logDir` names no directory: nothing is made or deleted.
-  void PrepareLogDirectory(const std::string& packageName, const std::string& logDir,
-                           const std::string& exceptionFile, bool truncate);
+  /// the plain files in it. A root is no log directory, which is reported: nothing is made, deleted
+  /// or gathered there. Answers why the directory must not be written to, after nothing was done in
+  /// it, or the empty text.
+  std::string PrepareLogDirectory(const std::string& packageName, const std::string& logDir,
+                                  const std::string& exceptionFile, bool truncate);
 
   /// Leaves a copy of the exception file in the log directory and appends the package's own log and
-  /// then every other file of the directory, in the file system's order, to the exception file.
+  /// then every other file of the directory, in the file system's order, to the exception file. The
+  /// copy takes no log's place: where there is one of its name, ".former" is added to it.
   void CollectRunLogs();
 
   /// What the last gathering could not do, and why.
@@ -35,9 +36,11 @@ class ErrLogging {
  private:
   void Gather(const std::string& name);
   std::string InLogDirectory(const std::string& name) const;
+  void KeepExceptionFile();
   std::vector<std::string> OtherLogs(const std::string& combined);
 
   Files& files_;
+  Messages& messages_;
   std::string packageName_;
   std::string exceptionFile_;
   std::string logDir_;

@@ -19,16 +19,19 @@ ExecDTSPackage::~ExecDTSPackage() = default;
 bool ExecDTSPackage::LoadPackage() {
   DropPackage();
   package_ = services_.packages.NewPackage();
-  services_.errLogging.PrepareLogDirectory(DTSPackageName, LogFileDir, ExceptionLogFile,
-                                           TruncateExceptionLogFile != VariantFalse);
+  std::string reason = services_.errLogging.PrepareLogDirectory(
+      DTSPackageName, LogFileDir, ExceptionLogFile, TruncateExceptionLogFile != VariantFalse);
   try {
-    LoadFromServer();
-    return true;
+    if (reason.empty()) {
+      LoadFromServer();
+      return true;
+    }
   } catch (const std::exception& error) {
-    lastError_ = "Can not load DTS Package from SQL Server : " + DTSPackageName;
-    services_.messages.Report(lastError_ + ": " + WordsOf(error));
-    return false;
+    reason = WordsOf(error);
   }
+  lastError_ = "Can not load DTS Package from SQL Server : " + DTSPackageName;
+  services_.messages.Report(lastError_ + ": " + reason);
+  return false;
 }
 
 void ExecDTSPackage::LoadFromServer() {

@@ -127,8 +127,16 @@ class Files {
   /// directory on, in full.
   virtual std::string FullPath(const std::string& path) = 0;
 
-  /// True when both paths lead to one existing file.
+  /// True when both paths lead to one existing file or directory.
   virtual bool IsSameFile(const std::string& a, const std::string& b) = 0;
+
+  /// True for the root of the file system, of a drive or of a share, however it is spelled, and for
+  /// the empty text.
+  virtual bool IsRoot(const std::string& directory) = 0;
+
+  /// Which directory or link on the way to `path`, itself included, belongs to an ordinary user who
+  /// is not this one, in words; empty: none. Such a user can lead the path wherever he likes.
+  virtual std::string ForeignOwner(const std::string& path) = 0;
 
   /// Brings the file's content to disk.
   virtual std::error_code Sync(const std::string& path) = 0;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <utility>
 
+#include "config/LogDirectory.h"
 #include "package/ErrLogging.h"
 #include "platform/Clock.h"
 #include "platform/Messages.h"
@@ -59,9 +60,10 @@ bool RunLocks::TakeAll(const RunPlaces& places) {
   isHeldByOther_ = false;
   hasStatusFile_ = TakeStatusFile(places.statusFile);
   if (!TakeFile("the job", places.jobFile)) return false;
-  if (!IsLogDirectory(places.logDirectory)) return true;
+  Files& files = program_.platform.files;
+  if (!IsLogDirectory(files, places.logDirectory)) return true;
   // It must be there to be locked. One that cannot be made is nobody's.
-  MakeDirectory(program_.platform.files, places.logDirectory);
+  MakeDirectory(files, places.logDirectory);
   return TakeFile("the log directory", places.logDirectory);
 }
 

@@ -1,6 +1,7 @@
 #include "transfer/CopyQuorFiles.h"
 
 #include <chrono>
+#include <ctime>
 #include <limits>
 
 #include "log/RunLog.h"
@@ -26,6 +27,11 @@ std::int16_t Product(std::int16_t interval, std::int16_t attempts) {
   return static_cast<std::int16_t>(product);
 }
 
+std::string TimeInWords(const std::tm& time) {
+  char text[32];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &time)};
+}
+
 }  // namespace
 
 /// Where the data is; reading the status completes the directory's separator.
@@ -34,12 +40,17 @@ struct CopyQuorFiles::Remote {
   const RemoteLogon& logon;
 
   bool IsFtp() const { return !logon.server.empty(); }
+  std::string Place() const {
+    return IsFtp() ? "ftp://" + logon.server + "/" + directory : directory;
+  }
 };
 
-CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, const TransferServices& services)
+CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry,
+                             const TransferServices& services)
     : log_(log),
       clock_(clock),
       messages_(services.messages),
+      claims_(registry),
       ftp_(log, services),
       share_(log, services) {}
 
@@ -50,7 +61,12 @@ bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& 
   pollCancelRequested_ = false;
   log_.EchoToLog("Polling for Remote Data ...");
   if (PollUntilReady(remote, pollInterval, pollDuration) != RemoteStatus::Ready) return false;
-  return remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
+  const std::string place = remote.Place();
+  claims_.Note(place, TimeInWords(clock_.LocalTime()));
+  const bool hasCome =
+      remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
+  claims_.Forget(place);
+  return hasCome;
 }
 
 RemoteStatus CopyQuorFiles::PollUntilReady(Remote& remote, std::int16_t pollInterval,
@@ -63,11 +79,22 @@ RemoteStatus CopyQuorFiles::PollUntilReady(Remote& remote, std::int16_t pollInte
     messages_.PumpEvents();
     if (pollCancelRequested_) return RemoteStatus::GiveUp;
     if (status != RemoteStatus::KeepPolling) return status;
+    if (attempts == 1) TellUnfinishedFetch(remote);
     if (Product(pollInterval, attempts) < pollDuration) WaitMinutes(pollInterval);
   }
   // The number of attempts is compared, not the time: a longer interval ends without a word.
   if (attempts == pollDuration) log_.EchoToLog("Polling for Remote Data Timed out ...");
   return RemoteStatus::GiveUp;
+}
+
+/// A run that was killed while it fetched leaves the provider's status at "idle", which looks as if
+/// there were nothing new.
+void CopyQuorFiles::TellUnfinishedFetch(const Remote& remote) {
+  const std::string since = claims_.Since(remote.Place());
+  if (since.empty()) return;
+  log_.EchoToLog("Remote data of " + remote.Place() +
+                 " : claimed by this machine, fetch not finished (" + since +
+                 "); the provider's status must say \"ready\" again");
 }
 
 RemoteStatus CopyQuorFiles::ReadStatus(Remote& remote) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "transfer/CopyFuncModule.h"
+#include "transfer/FetchClaims.h"
 #include "transfer/FtpFuncModule.h"
 
 namespace torvik {
@@ -21,7 +22,7 @@ struct RemoteLogon {
 /// complete.
 class CopyQuorFiles {
  public:
-  CopyQuorFiles(RunLog& log, Clock& clock, const TransferServices& services);
+  CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry, const TransferServices& services);
 
   /// Reads the status file of `remoteDir` every `pollInterval` minutes until it says "ready", at
   /// most `pollDuration` minutes, then copies the directory's files to `localDir`. True when they
@@ -41,6 +42,7 @@ class CopyQuorFiles {
 
   RemoteStatus PollUntilReady(Remote& remote, std::int16_t pollInterval, std::int16_t pollDuration);
   RemoteStatus ReadStatus(Remote& remote);
+  void TellUnfinishedFetch(const Remote& remote);
   void WaitMinutes(std::int32_t minutes);
   bool FetchByFtp(Remote& remote, const std::string& localDir);
   bool FetchFromShare(Remote& remote, const std::string& localDir);
@@ -50,6 +52,7 @@ class CopyQuorFiles {
   RunLog& log_;
   Clock& clock_;
   Messages& messages_;
+  FetchClaims claims_;
   FtpFuncModule ftp_;
   CopyFuncModule share_;
   bool pollCancelRequested_ = false;

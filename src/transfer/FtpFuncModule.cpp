@@ -64,6 +64,10 @@ class FtpFuncModule::Session {
 
 void FtpFuncModule::LogWithReason(const std::string& line, const std::string& server) {
   log_.EchoToLog(line);
+  ReportReason(server);
+}
+
+void FtpFuncModule::ReportReason(const std::string& server) {
   std::string words;
   if (services_.internet.InternetGetLastResponseInfoA(words) && !words.empty())
     services_.messages.Report("FTP server " + server + ": " + words);
@@ -112,7 +116,7 @@ bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remo
   } else if (!session.client.FtpSetCurrentDirectoryA(session.connection, remoteDir)) {
     LogWithReason("Error occurred! Remote directory not found on FTP Server", server);
   } else {
-    return GetFiles(session, remoteDir, localDir);
+    return GetFiles(session, server, remoteDir, localDir);
   }
   return false;
 } catch (const std::exception& error) {
@@ -120,8 +124,8 @@ bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remo
   return false;
 }
 
-bool FtpFuncModule::GetFiles(Session& session, const std::string& remoteDir,
-                             const std::string& localDir) {
+bool FtpFuncModule::GetFiles(Session& session, const std::string& server,
+                             const std::string& remoteDir, const std::string& localDir) {
   wininet::Client& client = session.client;
   CopyAnimDlg dialog(services_.newAnimateForm(), services_.messages);
   dialog.Destroy();
@@ -143,18 +147,21 @@ bool FtpFuncModule::GetFiles(Session& session, const std::string& remoteDir,
     dialog.SetLabelCaption(std::string(kTransferring) + "\r\n" + name + " to " + localDir);
     // The directory ends in a separator already: providers see two of them.
     if (!client.FtpGetFileA(session.connection, remoteDir + "/" + name, localDir + "/" + name))
-      return StopAndLog(dialog, session);
+      return StopAndLog(dialog, session, server);
   } while (client.InternetFindNextFileA(session.file, entry));
-  if (client.GetLastError() != wininet::NoMoreFiles) return StopAndLog(dialog, session);
+  if (client.GetLastError() != wininet::NoMoreFiles) return StopAndLog(dialog, session, server);
   dialog.AnimateStop();
   services_.messages.PumpEvents();
   return true;
 }
 
-bool FtpFuncModule::StopAndLog(CopyAnimDlg& dialog, Session& session) {
+bool FtpFuncModule::StopAndLog(CopyAnimDlg& dialog, Session& session, const std::string& server) {
   const std::uint32_t code = session.client.GetLastError();
   dialog.AnimateStop();
-  return LogFailure(session, code);
+  LogFailure(session, code);
+  // The words of most codes name no file.
+  if (code != wininet::ExtendedError) ReportReason(server);
+  return false;
 }
 
 bool FtpFuncModule::LogFailure(Session& session, std::uint32_t code) {

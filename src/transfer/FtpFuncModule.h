@@ -52,8 +52,10 @@ class FtpFuncModule {
 
   /// A line that the log has for every reason; which one it is goes to whoever started the run.
   void LogWithReason(const std::string& line, const std::string& server);
-  bool GetFiles(Session& session, const std::string& remoteDir, const std::string& localDir);
-  bool StopAndLog(CopyAnimDlg& dialog, Session& session);
+  void ReportReason(const std::string& server);
+  bool GetFiles(Session& session, const std::string& server, const std::string& remoteDir,
+                const std::string& localDir);
+  bool StopAndLog(CopyAnimDlg& dialog, Session& session, const std::string& server);
   bool LogFailure(Session& session, std::uint32_t code);
   void Warn(const std::string& text);
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "config/LogDirectory.h"
 #include "package/ExecDTSPackage.h"
 #include "platform/Files.h"
 #include "startup/MainForm.h"
@@ -140,6 +141,7 @@ class frmRunnerMain final : public MainForm {
   bool SaveAs();
   bool MayOverwrite(const std::string& path);
   bool MayLoseChanges();
+  bool MayEmptyLogDirectory(const std::string& jobFile);
   void RememberSaved();
   std::string FieldsAsText() const;
   void SetDefaultLogDirectory();
@@ -175,7 +177,8 @@ class frmRunnerMain final : public MainForm {
   bool isFilling_ = false;  // fields change, but not by the operator
   bool areLinksChanged_ = false;
   std::string savedFields_;
-  FileStatus savedFile_;  // as it was when it was last read or written
+  LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
+  FileStatus savedFile_;               // as it was when it was last read or written
 };
 
 }  // namespace torvik

@@ -35,7 +35,7 @@ void frmRunnerMain::cmdExecute_Click() {
   SetFormStatus("");
   StoreLastUsedFile();
   if (startInQXJobConfigMode_) return FinishSchedulerConfiguration();
-  if (NamesWhatExecuteMisses()) return;
+  if (NamesWhatExecuteMisses() || !MayEmptyLogDirectory(TorvConfigFile)) return;
   ExecuteHere();
 }
 
@@ -73,6 +73,28 @@ bool frmRunnerMain::NamesWhatExecuteMisses() {
   ShowError("Please fill in Error File before Executing DTS Package",
             "DTS Package Info Check input");
   return bring(kPackagePage, txtDTSErrorFile);
+}
+
+/// A run deletes every file of the log directory: what is no log there is asked about, once.
+bool frmRunnerMain::MayEmptyLogDirectory(const std::string& jobFile) {
+  Files& files = program_.platform.files;
+  const LogDirectory directory{txtLogFilesDir.Text.Get(), cmbETLPackage.Text.Get(),
+                               txtDTSErrorFile.Text.Get(), jobFile, StatusFile};
+  if (!StartInConfigMode || directory == acceptedLogDirectory_) return true;
+  std::string reason = WhyUnusable(files, directory.path);
+  if (!directory.path.empty() && files.IsRoot(directory.path))
+    reason = "The log directory " + directory.path +
+             " is no directory of the job's own, so a run cannot log in it.\r\nChoose another one.";
+  if (!reason.empty()) return ShowError(reason, "Torv Error"), false;
+  const auto findings = ForeignFiles(files, directory);
+  std::string question =
+      "Every run deletes all files in the log directory " + directory.path + ", among them:";
+  for (const std::string& finding : findings) question += "\r\n" + finding;
+  const bool mayUse =
+      findings.empty() ||
+      program_.platform.messages.Ask(question + "\r\nUse it all the same?", "Torv") == Answer::Yes;
+  if (mayUse) acceptedLogDirectory_ = directory;
+  return mayUse;
 }
 
 void frmRunnerMain::ExecuteHere() {

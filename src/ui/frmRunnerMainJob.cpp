@@ -171,7 +171,7 @@ bool frmRunnerMain::MayOverwrite(const std::string& path) {
 }
 
 bool frmRunnerMain::SaveJobFile(const std::string& path) {
-  if (!MayOverwrite(path)) return false;
+  if (!MayOverwrite(path) || !MayEmptyLogDirectory(path)) return false;
   TorvConfigFile = path;
   FormToJob().TorvConfigFile = path;
   if (!LoadDataLinksIfNone()) return false;

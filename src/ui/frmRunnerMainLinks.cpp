@@ -33,9 +33,10 @@ bool frmRunnerMain::getDataLinkInfo() {
 
 /// Edited links stay; without a panel there are none, and those of the table are taken.
 bool frmRunnerMain::LoadDataLinksIfNone() {
-  if (DataSourceInfoPresent()) return true;
   try {
-    return getDataLinkInfo();
+    if (!DataSourceInfoPresent() && !getDataLinkInfo()) return false;
+    program_.dataLinks.RequireUsableNames();
+    return true;
   } catch (const PlatformError& error) {
     ShowError(error.Description(), "Torv Error");
     return false;

@@ -193,6 +193,22 @@ TEST_F(DataLinksTest, SavingALinkWithoutARowFailsWithItsName) {
   }
 }
 
+TEST_F(DataLinksTest, NamesThatBreakStatementsAreRefusedBeforeALinkIsSaved) {
+  for (const char* key : {"Name", "ModelName"}) {
+    ASSERT_TRUE(Load());
+    EXPECT_NO_THROW(links.RequireUsableNames());
+    WriteSection({{"Name", "files"}, {"ModelName", "Sales"}, {"Type", "3"}});
+    WriteSection({{key, "x' OR source_name = 'orders"}});
+    links.ReadDataLinkSections("job.etl");
+    try {
+      links.SaveAllDataLinks(*connection);
+      ADD_FAILURE() << key;
+    } catch (const PlatformError& error) {
+      EXPECT_THAT(error.Description(), HasSubstr("holds the character ' in its name or model"));
+    }
+  }
+}
+
 TEST_F(DataLinksTest, OneRecordIsLoadedByItsOwnNamesAsTheyStand) {
   ado.state.rows
       ["SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales' AND "

@@ -12,6 +12,7 @@
 namespace torvik::engine {
 namespace {
 
+using namespace std::string_literals;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -158,6 +159,9 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
       {fileTask + "'archive'\nto = 't'\nnew_name = '{x}'\n", 18, 12, "correct what stands between"},
       {fileTask + "'remove'\nto = 't'\n", 17, 1, "unknown key \"to\""},
       {step + "task = 'ExecutePackage'\npackage = 'p'\n", 13, 1, "\"DTSServerLoginPassword\""},
+      {pump + "source = 'file'\n[[steps.transformations]]\ndestination = 'a'\ntype = "
+              "'constant'\nvalue = '${LoginPassword}'\n",
+       22, 9, "would show in exception files"},
   };
   for (const auto& c : cases) {
     const std::string place =
@@ -166,6 +170,30 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
         << c.text;
   }
   EXPECT_EQ(Refusal(kBase + sql + waitForS).number, 1015);
+}
+
+TEST(PackageDocument, WhatIsNoDocumentSaysWhatItIs) {
+  std::string deep = "name = 'p'\n";
+  for (int part = 0; part < 20'000; ++part) deep += "a.";
+  const struct {
+    std::string text, words;
+  } cases[] = {
+      {deep + "a = 1\n", "line 2, column 64: a key of more than 32 parts"},
+      {"name = 'p' # a.b\ntext = \"\"\"\na." + deep.substr(11) + "\"\"\"\n[" + deep.substr(11) +
+           "b]",
+       "column 65: a key of more than 32 parts"},
+      {"\xFF\xFEn\0a\0"s,
+       "line 1, column 1: the document is UTF-16 text; save the document as UTF-8"},
+      {"n\0a\0"s, "the document is UTF-16 text; save the document as UTF-8"},
+      {"name = 'p'\n[steps]\nname = 's'\n",
+       "line 2, column 1: [steps] is one table; write [[steps]]"},
+  };
+  for (const auto& c : cases)
+    EXPECT_THAT(Refusal(c.text).Description(), HasSubstr(c.words)) << c.text.substr(0, 100);
+  EXPECT_THAT(Refusal("name = 'p'\nx" + std::string(33, '[')).Description(), HasSubstr("line 2"));
+  const std::string dots = "a.b.c.d.e.f.g.h.i.j.k.l.m.n.o.p.q.r.s.t.u.v.w.x.y.z";
+  EXPECT_THAT(Refusal("name = '" + dots + dots + "'\n# " + dots + dots + "\n").Description(),
+              "no error");
 }
 
 TEST(PackageDocument, ALongCircleIsFoundAndCutShort) {

@@ -13,10 +13,12 @@ namespace torvik {
 /// Files in memory. Paths of either spelling lead to the same file; a file needs its directory, but
 /// for those directly in the current directory or in a root. Texts are kept in UTF-8.
 struct FakeFiles final : Files {
-  std::map<std::string, std::string> texts;  ///< By path, '/' between its parts. See Put and Text.
-  std::set<std::string> directories;         ///< Likewise, without a trailing separator.
-  std::vector<std::string> calls;            ///< Writes and syncs: "AppendText C:/logs/e.txt".
-  std::map<std::string, std::errc> failing;  ///< Paths on which every call fails. See Fail.
+  std::map<std::string, std::string> texts;   ///< By path, '/' between its parts. See Put and Text.
+  std::set<std::string> directories;          ///< Likewise, without a trailing separator.
+  std::map<std::string, std::int64_t> times;  ///< When files were changed, by their keys.
+  std::vector<std::string> calls;             ///< Writes and syncs: "AppendText C:/logs/e.txt".
+  std::map<std::string, std::errc> failing;   ///< Paths on which every call fails. See Fail.
+  std::map<std::string, std::string> owners;  ///< Ordinary users who own a path, by its key.
   std::set<std::string> locked;  ///< Likewise; these have a length but cannot be opened to be read.
 
   /// Makes a file and its directories.
@@ -43,10 +45,13 @@ struct FakeFiles final : Files {
     if (!error) bytes = Text(path).size();
     return error;
   }
-  /// A file changes with every write to any.
+  /// A file changes with every write to any, when it has no time of its own.
   std::error_code Status(const std::string& path, FileStatus& status) override {
     const auto error = Readable(path);
-    if (!error) status = {Text(path).size(), static_cast<std::int64_t>(calls.size())};
+    const auto time = times.find(Key(path));
+    const auto changed =
+        time == times.end() ? static_cast<std::int64_t>(calls.size()) : time->second;
+    if (!error) status = {Text(path).size(), changed};
     return error;
   }
   std::error_code CheckReadable(const std::string& path) override {
@@ -126,7 +131,15 @@ struct FakeFiles final : Files {
                : path;
   }
   bool IsSameFile(const std::string& a, const std::string& b) override {
-    return Key(a) == Key(b) && Exists(a);
+    return Key(a) == Key(b) && (Exists(a) || HasDirectory(Key(a)));
+  }
+  bool IsRoot(const std::string& directory) override {
+    const std::string key = Key(directory);
+    return key.size() < 2 || (key.size() == 2 && key[1] == ':');
+  }
+  std::string ForeignOwner(const std::string& path) override {
+    const auto found = owners.find(Key(path));
+    return found == owners.end() ? "" : found->first + " belongs to the user " + found->second;
   }
   std::error_code Sync(const std::string& path) override {
     if (const auto error = Readable(path)) return error;

@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 
 #include "fakes/FakeFiles.h"
+#include "fakes/FakeMessages.h"
 
 namespace torvik {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 
 std::vector<std::string> NamesIn(FakeFiles& files, const std::string& directory) {
   std::vector<std::string> names;
@@ -17,7 +19,8 @@ std::vector<std::string> NamesIn(FakeFiles& files, const std::string& directory)
 
 TEST(ErrLogging, TheLogDirectoryIsMadeAndItsPlainFilesAreDeleted) {
   FakeFiles files;
-  ErrLogging logs(files);
+  FakeMessages messages;
+  ErrLogging logs(files, messages);
   logs.PrepareLogDirectory("Sales_LoadDW", "C:\\new\\logs\\", "C:\\err.txt", false);
   EXPECT_EQ(files.directories.count("C:/new/logs"), 1u);
 
@@ -35,22 +38,57 @@ TEST(ErrLogging, TheLogDirectoryIsMadeAndItsPlainFilesAreDeleted) {
 
 TEST(ErrLogging, TruncateDeletesTheExceptionFile) {
   FakeFiles files;
+  FakeMessages messages;
   files.Put("C:\\err.txt", "former");
-  ErrLogging(files).PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", true);
+  ErrLogging(files, messages).PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", true);
   EXPECT_FALSE(files.Exists("C:\\err.txt"));
 }
 
-TEST(ErrLogging, ARootIsNeverEmptied) {
+TEST(ErrLogging, ARootIsNeitherEmptiedNorGathered) {
   for (const char* root : {"", "/", "\\", "//"}) {
     FakeFiles files;
+    FakeMessages messages;
+    files.Put("/P.log", "a log that lies there");
     files.Put("/vmlinuz", "kernel");
     files.Put("here.txt", "a file of the current directory");
-    ErrLogging logs(files);
-    logs.PrepareLogDirectory("P", root, "err.txt", false);
+    ErrLogging logs(files, messages);
+    EXPECT_EQ(logs.PrepareLogDirectory("P", root, "err.txt", false), "") << root;
     logs.CollectRunLogs();
-    EXPECT_TRUE(files.Exists("/vmlinuz")) << root;
-    EXPECT_TRUE(files.Exists("here.txt")) << root;
+    for (const char* kept : {"/P.log", "/vmlinuz", "here.txt"})
+      EXPECT_TRUE(files.Exists(kept)) << root;
     EXPECT_FALSE(files.Exists("err.txt")) << root;
+    EXPECT_THAT(messages.reports, ElementsAre(HasSubstr("with LogFileDir"))) << root;
+  }
+}
+
+TEST(ErrLogging, ADirectoryOfAnotherUserIsRefused) {
+  FakeFiles files;
+  FakeMessages messages;
+  files.Put("/tmp/Torv/P/passwd", "text");
+  files.owners["/tmp/Torv/P"] = "anna";
+  EXPECT_THAT(ErrLogging(files, messages).PrepareLogDirectory("P", "/tmp/Torv/P/", "e.txt", false),
+              HasSubstr("/tmp/Torv/P belongs to the user anna"));
+  EXPECT_TRUE(files.Exists("/tmp/Torv/P/passwd"));
+}
+
+TEST(ErrLogging, TheCopyOfTheExceptionFileTakesNoLogsPlace) {
+  const struct {
+    const char* exceptionFile;
+    const char* log;  ///< Of the run, by the same name.
+    const char* after;
+  } cases[] = {{"C:\\P.log", "C:\\logs\\P.log", "former;reason;"},
+               {"C:\\rows.txt", "C:\\logs\\rows.txt", "former;reason;"}};
+  for (const auto& c : cases) {
+    FakeFiles files;
+    FakeMessages messages;
+    ErrLogging logs(files, messages);
+    logs.PrepareLogDirectory("P", "C:\\logs\\", c.exceptionFile, false);
+    files.Put(c.exceptionFile, "former;");
+    files.Put(c.log, "reason;");
+    logs.CollectRunLogs();
+    EXPECT_EQ(files.Text(c.exceptionFile), c.after) << c.log;
+    EXPECT_EQ(files.Text(c.log), "reason;") << c.log;
+    EXPECT_EQ(files.Text(std::string(c.log) + ".former"), "former;") << c.log;
   }
 }
 
@@ -94,7 +132,8 @@ TEST(ErrLogging, TheExceptionFileReceivesThePackageLogAndThenTheOthers) {
   };
   for (const auto& c : cases) {
     FakeFiles files;
-    ErrLogging logs(files);
+    FakeMessages messages;
+    ErrLogging logs(files, messages);
     logs.PrepareLogDirectory("P", c.directory, c.exceptionFile, false);
     for (const auto& [path, text] : c.before) files.Put(path, text);
     logs.CollectRunLogs();
@@ -105,8 +144,9 @@ TEST(ErrLogging, TheExceptionFileReceivesThePackageLogAndThenTheOthers) {
 
 TEST(ErrLogging, FailuresAreSkipped) {
   FakeFiles files;
+  FakeMessages messages;
   files.Fail("C:\\logs");
-  ErrLogging logs(files);
+  ErrLogging logs(files, messages);
   logs.PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", true);
   files.Put("C:\\err.txt", "former;");
   logs.CollectRunLogs();

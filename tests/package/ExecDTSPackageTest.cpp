@@ -11,6 +11,7 @@
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
+#include "fakes/FakeRegistry.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
 #include "log/RunLog.h"
@@ -45,11 +46,13 @@ struct JobTest : ::testing::Test {
   FakeWinInet internet;
   FakeAnimateForms animateForms;
   FakeLogForm form;
+  FakeRegistry registry;
   DataWarehouse warehouse{ado};
   RunLog log{files, messages};
-  CopyQuorFiles remoteData{
-      log, clock, {internet, shell, files, messages, [this] { return animateForms.New(); }}};
-  ErrLogging errLogging{files};
+  CopyQuorFiles remoteData{log, clock, registry, {internet, shell, files, messages, [this] {
+                                                    return animateForms.New();
+                                                  }}};
+  ErrLogging errLogging{files, messages};
   ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages}};
   NoEvents events;
 

@@ -7,6 +7,7 @@
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
+#include "fakes/FakeRegistry.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
 #include "log/RunLog.h"
@@ -68,7 +69,8 @@ class RemoteData : public testing::Test {
   RunLog log_{files_, messages_};
   FakeAnimateForms forms_;
   TransferServices services_{internet_, shell_, files_, messages_, [this] { return forms_.New(); }};
-  CopyQuorFiles transfer_{log_, clock_, services_};
+  FakeRegistry registry_;
+  CopyQuorFiles transfer_{log_, clock_, registry_, services_};
   std::chrono::steady_clock::time_point began_ = clock_.steady;
 };
 
@@ -100,6 +102,24 @@ TEST_F(RemoteData, ReadyDataIsClaimedAndFetchedAtOnce) {
                                                 Pair("C:/in/status", "idle\r\n")));
   EXPECT_THAT(internet_.calls, testing::Contains("Get /in//a to C:/in/a"));
   EXPECT_EQ(0U, internet_.OpenHandles());
+}
+
+/// A run that was killed while it fetched has claimed the data and no more.
+TEST_F(RemoteData, AFetchThatWasKilledIsToldOnce) {
+  FetchClaims(registry_).Note("ftp://ftp1//in/", "2024-05-01 02:00:00");
+  FetchClaims(registry_).Note("ftp://ftp2//in/", "2024-05-01 02:00:00");
+  status_ = "idle\r\n";
+  EXPECT_FALSE(PollFtp(1, 2));
+  const std::string told =
+      "Remote data of ftp://ftp1//in/ : claimed by this machine, fetch not finished (2024-05-01 "
+      "02:00:00); the provider's status must say \"ready\" again\n";
+  EXPECT_EQ("Polling for Remote Data ...\n" + told + "Polling for Remote Data Timed out ...\n",
+            Log());
+  for (const char* afterwards : {"a fetch", "no fetch"}) {
+    status_ = afterwards == std::string("a fetch") ? "ready" : "idle";
+    PollFtp(1, 2);
+    EXPECT_EQ(std::string::npos, Log().find("not finished")) << afterwards;
+  }
 }
 
 TEST_F(RemoteData, IntervalAndDurationLimitTheReads) {

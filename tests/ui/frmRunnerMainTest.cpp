@@ -10,6 +10,7 @@
 namespace torvik {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -185,6 +186,48 @@ TEST_F(MainFormTest, WhatIsNotSavedIsAskedFor) {
   messages.questions.clear();
   Open().cmdClose_Click();
   EXPECT_THAT(messages.questions, IsEmpty());
+}
+
+TEST_F(MainFormTest, ALinkWhoseNameBreaksStatementsIsNeitherSavedNorUsed) {
+  for (const auto& [key, value] : {std::pair("Name", "x' OR '1' = '1"), std::pair("Type", "1")})
+    profile.WritePrivateProfileStringA("Data Source::erp", key, value, "job.etl");
+  frmRunnerMain& form = Open();
+  form.txtDTSServer.Text.Set("NEW");
+  for (const bool executes : {false, true}) {
+    messages.boxes.clear();
+    executes ? form.cmdExecute_Click() : form.mnuFileSave_Click();
+    EXPECT_THAT(LastBox(), HasSubstr("\"x' OR '1' = '1\" of model \"\" holds the character '"));
+  }
+  EXPECT_EQ("DTSPROD", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
+  EXPECT_EQ("", files.Text("e.txt"));
+}
+
+TEST_F(MainFormTest, ALogDirectoryThatHoldsMoreThanLogsIsAskedAboutOnce) {
+  frmRunnerMain& form = Open();
+  files.Put("C:\\data\\orders.csv", "1");
+  form.txtLogFilesDir.Text.Set("C:\\data\\");
+  messages.answer = Answer::No;
+  form.mnuFileSave_Click();
+  EXPECT_THAT(messages.questions.back().text,
+              HasSubstr("log directory C:\\data\\, among them:\r\na file that no run has written, "
+                        "orders.csv\r\nUse it all the same?"));
+  form.cmdExecute_Click();
+  EXPECT_EQ(messages.questions.size(), 2u);
+  EXPECT_TRUE(form.Modified.Get());
+  EXPECT_TRUE(files.Exists("C:\\data\\orders.csv"));
+  messages.answer = Answer::Yes;
+  form.mnuFileSave_Click();
+  EXPECT_FALSE(form.Modified.Get());
+  form.mnuFileSave_Click();
+  EXPECT_EQ(messages.questions.size(), 3u);
+  for (const char* unusable : {"C:\\", "/", "C:\\hers\\"}) {
+    files.owners["C:/hers"] = "anna";
+    form.txtLogFilesDir.Text.Set(unusable);
+    messages.boxes.clear();
+    form.mnuFileSave_Click();
+    EXPECT_THAT(LastBox(), AllOf(HasSubstr("log directory"), HasSubstr("|critical"))) << unusable;
+  }
+  EXPECT_EQ(messages.questions.size(), 3u);
 }
 
 TEST_F(MainFormTest, AJobFileThatSomeoneElseHasChangedIsNotReplacedUnasked) {

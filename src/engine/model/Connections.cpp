@@ -50,6 +50,14 @@ bool ConnectionSettings::SameDatabase(const ConnectionSettings& other) const {
          sameValue("User ID") && sameValue(kIntegratedSecurity);
 }
 
+std::string ConnectionSettings::DatabaseInWords() const {
+  const std::string* server = Find("Data Source");
+  const std::string* database = Find("Initial Catalog");
+  const std::string of = server == nullptr ? "" : *server;
+  if (database == nullptr || database->empty()) return "the database of " + of;
+  return "the database " + *database + " of " + of;
+}
+
 ConnectionSettings ResolveConnection(const PackageModel& package, const std::string& name,
                                      const Variables& variables) {
   const auto model = std::find_if(package.connections.begin(), package.connections.end(),

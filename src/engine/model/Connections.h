@@ -29,6 +29,9 @@ struct ConnectionSettings {
   /// True when both lead to one database as one user, whatever else they ask for.
   bool SameDatabase(const ConnectionSettings& other) const;
 
+  /// "the database DW of (local)".
+  std::string DatabaseInWords() const;
+
   bool operator==(const ConnectionSettings&) const = default;
 };
 

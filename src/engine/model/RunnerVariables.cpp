@@ -104,7 +104,7 @@ provider = "SQLOLEDB"
 "User ID" = "${DestServerLoginUserName}"
 "Password" = "${DestServerLoginPassword}"
 
-# Steps run in this order unless "after" says otherwise.
+# Steps run at once, as many as max_concurrent_steps says (4): only "after" puts them in an order.
 [[steps]]
 name = "first step"
 task = "ExecuteSQL"
@@ -113,8 +113,8 @@ sql = "SELECT 1"
 
 # [[steps]]
 # name = "second step"
-# task = "ExecuteSQL"
 # after = [ { step = "first step", on = "success" } ]    # or "failure", "completion"
+# task = "ExecuteSQL"
 # connection = "warehouse"
 # sql = '''
 # '''

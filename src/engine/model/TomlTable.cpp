@@ -1,9 +1,15 @@
 #include "engine/model/TomlTable.h"
 
+// Tables may stand in each other so deep, and a key may go on so deep in one: what follows them
+// calls itself.
+#define TOML_MAX_NESTED_VALUES 32
 #include <toml++/toml.h>
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+
+#include "engine/model/TomlKeys.h"
 
 namespace torvik::engine {
 namespace {
@@ -56,6 +62,14 @@ const char* KindName() {
 }  // namespace
 
 TomlTable ParseToml(std::string_view text, Problems& problems) {
+  if (const std::string reason = WhyNoUtf8(text); !reason.empty()) {
+    problems.Add({1, 1}, reason + "; save the document as UTF-8");
+    return {};
+  }
+  if (const auto place = FindLongKey(text)) {
+    problems.Add(*place, "a key of more than 32 parts; name each table with a key of its own");
+    return {};
+  }
   try {
     return Converted(toml::parse(text));
   } catch (const toml::parse_error& error) {

@@ -17,6 +17,10 @@ namespace {
 /// No character of any encoding has more bytes, shifts included.
 constexpr std::size_t kCharacterBytes = 32;
 
+std::size_t RoomFor(std::size_t kept, bool mustGrow) {
+  return std::max(BlockReader::kBlockBytes, mustGrow ? 2 * kept : kept);
+}
+
 std::size_t Distance(const char* from, const char* to) {
   return static_cast<std::size_t>(to - from);
 }
@@ -55,9 +59,9 @@ std::size_t BlockReader::Fill(char* begin, std::size_t filled, std::size_t capac
   return filled;
 }
 
-TextBlock BlockReader::Next(RowBatch& batch) {
-  if (decoder_) return NextDecoded(batch);
-  const std::span<char> room = batch.Block(std::max(kBlockBytes, 2 * kept_.size()));
+TextBlock BlockReader::Next(RowBatch& batch, bool mustGrow) {
+  if (decoder_) return NextDecoded(batch, mustGrow);
+  const std::span<char> room = batch.Block(RoomFor(kept_.size(), mustGrow));
   std::memcpy(room.data(), kept_.data(), kept_.size());
   const std::size_t filled = Fill(room.data(), kept_.size(), room.size());
   block_ = {room.data(), room.data() + filled, atEnd_};
@@ -65,8 +69,8 @@ TextBlock BlockReader::Next(RowBatch& batch) {
   return block_;
 }
 
-TextBlock BlockReader::NextDecoded(RowBatch& batch) {
-  const std::size_t textRoom = std::max(kBlockBytes, 2 * keptText_.size());
+TextBlock BlockReader::NextDecoded(RowBatch& batch, bool mustGrow) {
+  const std::size_t textRoom = RoomFor(keptText_.size(), mustGrow);
   const std::size_t byteRoom = std::max(kept_.size(), 2 * keptDecoded_ + kBlockBytes);
   char* const text = batch.Block(textRoom + byteRoom).data();
   char* const bytes = text + textRoom;

@@ -39,8 +39,9 @@ class BlockReader {
   /// Leaves the byte-order mark away and takes the decoders. Belongs before the first block.
   void Decode(TextEncoding& encoding);
 
-  /// Puts what was kept and more of the file, at least as much again, into the batch's block.
-  TextBlock Next(RowBatch& batch);
+  /// Puts what was kept and more of the file into the batch's block: with `mustGrow` at least as
+  /// much again, else what there is room for in a block.
+  TextBlock Next(RowBatch& batch, bool mustGrow);
 
   /// Keeps the text from `from` to the block's end. Belongs after each block.
   void Keep(const char* from);
@@ -59,7 +60,7 @@ class BlockReader {
 
  private:
   std::size_t Fill(char* begin, std::size_t filled, std::size_t capacity);
-  TextBlock NextDecoded(RowBatch& batch);
+  TextBlock NextDecoded(RowBatch& batch, bool mustGrow);
   void Follow(const char* at);
 
   const std::string path_;

@@ -155,10 +155,9 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
     ado::LoadValue value;
     if (target.source != kNoSource) value = source[target.source];
     if (target.scripted != kNoSource) value = scripted_[target.scripted];
-    const ado::LoadValue given = value;
     const std::string misfit = Fit(target, source, value, batch);
     if (!misfit.empty()) {
-      Reject(batch, row, target, given, misfit);
+      Reject(batch, row, target, value, misfit);
       values_.resize(begin);
       return false;
     }
@@ -166,10 +165,9 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
   }
   for (const Target& effect : effects_) {
     ado::LoadValue value = effect.source == kNoSource ? ado::LoadValue() : source[effect.source];
-    const ado::LoadValue given = value;
     const std::string misfit = Transformed(effect, source, value, batch);
     if (misfit.empty()) continue;
-    Reject(batch, row, effect, given, misfit);
+    Reject(batch, row, effect, value, misfit);
     values_.resize(begin);
     return false;
   }
@@ -188,9 +186,12 @@ std::string RowMapper::Fit(const Target& target, std::span<const ado::LoadValue>
                            ado::LoadValue& value, RowBatch& batch) const {
   if (std::string misfit = Transformed(target, source, value, batch); !misfit.empty())
     return misfit;
-  if (!value.IsNull())
-    if (std::string misfit = FitValue(target.column, target.flags, value, batch); !misfit.empty())
+  if (!value.IsNull()) {
+    ado::LoadValue fitted = value;
+    if (std::string misfit = FitValue(target.column, target.flags, fitted, batch); !misfit.empty())
       return misfit;
+    value = fitted;
+  }
   if (!value.IsNull() || target.column.nullable) return {};
   return FillNull(target.column, target.flags, value) ? std::string() : kMissing;
 }

@@ -38,6 +38,7 @@ std::unique_ptr<RowTarget> NewTextTarget(Files& files, const CodePages& codePage
 
 /// A table. `connection` must outlive the target.
 std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table,
+                                          std::string database,
                                           const ado::LoadOptions& options = {});
 
 }  // namespace torvik::engine

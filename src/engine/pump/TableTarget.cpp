@@ -9,14 +9,19 @@ namespace {
 
 class TableTarget final : public RowTarget {
  public:
-  TableTarget(ado::Connection& connection, std::string table, const ado::LoadOptions& options)
-      : connection_(connection), table_(std::move(table)), options_(options) {}
+  TableTarget(ado::Connection& connection, std::string table, std::string database,
+              const ado::LoadOptions& options)
+      : connection_(connection),
+        table_(std::move(table)),
+        database_(std::move(database)),
+        options_(options) {}
 
   std::string Name() const override { return "table " + table_; }
 
   std::optional<std::vector<ado::Column>> Columns() override {
     std::vector<ado::Column> columns = connection_.TableColumns(table_);
-    if (columns.empty()) throw PlatformError(0, "there is no table " + table_, "data pump");
+    if (columns.empty())
+      throw PlatformError(0, "there is no table " + table_ + " in " + database_, "data pump");
     const auto identity = std::ranges::find_if(columns, &ado::Column::isIdentity);
     if (identity != columns.end()) identity_ = identity->name;
     return columns;
@@ -35,7 +40,7 @@ class TableTarget final : public RowTarget {
 
  private:
   ado::Connection& connection_;
-  const std::string table_;
+  const std::string table_, database_;
   const ado::LoadOptions options_;
   std::string identity_;  ///< The column that numbers the rows; empty without one.
 };
@@ -43,8 +48,8 @@ class TableTarget final : public RowTarget {
 }  // namespace
 
 std::unique_ptr<RowTarget> NewTableTarget(ado::Connection& connection, std::string table,
-                                          const ado::LoadOptions& options) {
-  return std::make_unique<TableTarget>(connection, std::move(table), options);
+                                          std::string database, const ado::LoadOptions& options) {
+  return std::make_unique<TableTarget>(connection, std::move(table), std::move(database), options);
 }
 
 }  // namespace torvik::engine

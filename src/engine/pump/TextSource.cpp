@@ -16,6 +16,8 @@ constexpr std::size_t kMaxRowBytes = std::size_t{16} << 20;
 constexpr std::size_t kLongRowBytes = std::size_t{64} << 10;
 /// More than enough for a value in a message.
 constexpr std::size_t kShownBytes = 1000;
+/// Of a batch. Short rows are many in a block, and one that is rejected takes a thousand bytes.
+constexpr std::size_t kMostRows = 16384;
 /// More empty lines than these are not taken for the file's end.
 constexpr std::size_t kMaxEmptyLines = 1000;
 
@@ -65,7 +67,7 @@ bool TextSource::Fetch(RowBatch& batch) {
 bool TextSource::ReadRows(RowBatch& batch, bool stopAtRow) {
   batch.Clear();
   do {
-    block_ = reader_.Next(batch);
+    block_ = reader_.Next(batch, needsMore_);
     reader_.Keep(TakeRows(batch, stopAtRow));
   } while (batch.RowCount() == 0 && batch.BadRows().empty() && !block_.last);
   return batch.RowCount() > 0 || !batch.BadRows().empty();
@@ -74,8 +76,11 @@ bool TextSource::ReadRows(RowBatch& batch, bool stopAtRow) {
 /// Takes the rows that end in the block; answers where the rest begins.
 const char* TextSource::TakeRows(RowBatch& batch, bool stopAtRow) {
   row_ = block_.begin;
-  while (row_ < block_.end && !(stopAtRow && batch.RowCount() > 0))
-    if (!TakeNext(batch)) break;
+  needsMore_ = false;
+  const std::size_t most = stopAtRow ? 1 : kMostRows;
+  while (row_ < block_.end && !needsMore_ && batch.RowCount() < most &&
+         batch.BadRows().size() < kMostRows)
+    needsMore_ = !TakeNext(batch);
   return row_;
 }
 

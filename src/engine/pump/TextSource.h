@@ -115,6 +115,7 @@ class TextSource : public RowSource {
   int linesToSkip_;
   std::optional<RowBatch> first_;  // the row that told how many columns there are
   TextBlock block_;
+  bool needsMore_ = false;  // the row at its end goes on behind it
   std::uint64_t rowOffset_ = 0;
   std::optional<LongRow> long_;
   std::vector<EmptyLine> emptyLines_;  // those just passed

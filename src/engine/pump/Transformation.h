@@ -32,7 +32,8 @@ class Transformation {
   virtual ~Transformation() = default;
 
   /// Changes `value`; answers why it cannot ("has no date of the form dd.MM.yyyy"), empty when it
-  /// can. What is not the row's fault throws PlatformError.
+  /// can. When it cannot, `value` is what is at fault. What is not the row's fault throws
+  /// PlatformError.
   virtual std::string Apply(const TransformedRow& row, ado::LoadValue& value) = 0;
 };
 

@@ -49,7 +49,9 @@ class BulkInsertTask final : public Task {
     const auto source = OpenTextSource(services.files, services.codePages,
                                        variables.Substitute(file_.text), layout);
     const PumpJob job{settings_, Columns(variables, destination, table, source->Columns())};
-    return ResultOf(PumpIntoTable(context, job, *source, destination, table));
+    return ResultOf(
+        PumpIntoTable(context, job, *source,
+                      {destination, table, context.Settings(connection_).DatabaseInWords()}));
   }
 
  private:

@@ -99,7 +99,8 @@ PumpCounts PumpDestination::Pump(TaskContext& context, const PumpJob& job, RowSo
     return PumpIntoTarget(context, job, source, *target);
   }
   const std::string table = context.GlobalVariables().Substitute(table_.text);
-  return PumpIntoTable(context, job, source, *connection, table);
+  return PumpIntoTable(context, job, source,
+                       {*connection, table, context.Settings(connection_).DatabaseInWords()});
 }
 
 }  // namespace torvik::engine

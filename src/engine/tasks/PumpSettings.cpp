@@ -71,23 +71,26 @@ void Replace(ado::Connection& destination, const std::string& table, const std::
 }
 
 /// The load itself, in a transaction that is open.
-PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source,
-                ado::Connection& destination, const std::string& table,
+PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source, const PumpTable& table,
                 const std::function<void()>& commit) {
   const LoadMode load = job.settings.load;
-  if (load == LoadMode::Truncate) destination.EmptyTable(table);
+  ado::Connection& destination = table.connection;
+  if (load == LoadMode::Truncate) destination.EmptyTable(table.name);
   const std::string staging =
-      load == LoadMode::Replace ? destination.CreateStagingTable(table) : std::string();
+      load == LoadMode::Replace ? destination.CreateStagingTable(table.name) : std::string();
   ado::LoadOptions options = job.settings.options;
   options.locksTable |= !staging.empty();  // nobody else knows it
-  const auto target = NewTableTarget(destination, staging.empty() ? table : staging, options);
+  const auto target =
+      NewTableTarget(destination, staging.empty() ? table.name : staging, table.database, options);
   PumpRequest request{source, *target};
   if (commit) {
     request.commitSize = job.settings.insertCommitSize;
     request.commit = commit;
   }
   if (!staging.empty())
-    request.settle = [&](std::int64_t loaded) { Replace(destination, table, staging, loaded); };
+    request.settle = [&](std::int64_t loaded) {
+      Replace(destination, table.name, staging, loaded);
+    };
   return Run(context, job, std::move(request));
 }
 
@@ -137,11 +140,10 @@ unsigned ReadTransformFlags(TaskReader& reader) {
 }
 
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
-                         ado::Connection& destination, const std::string& table) {
-  if (context.Joined()) return Load(context, job, source, destination, table, {});
-  OwnTransaction transaction(destination);
-  const PumpCounts counts =
-      Load(context, job, source, destination, table, [&] { transaction.CommitAndGoOn(); });
+                         const PumpTable& table) {
+  if (context.Joined()) return Load(context, job, source, table, {});
+  OwnTransaction transaction(table.connection);
+  const PumpCounts counts = Load(context, job, source, table, [&] { transaction.CommitAndGoOn(); });
   transaction.Commit();
   return counts;
 }

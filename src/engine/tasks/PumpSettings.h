@@ -48,9 +48,16 @@ struct PumpJob {
   bool onOneThread = false;
 };
 
+/// A table of an open database.
+struct PumpTable {
+  ado::Connection& connection;
+  std::string name;
+  std::string database;  ///< In words.
+};
+
 /// Pumps into a table as the settings say, in the package's transaction or in one of its own.
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
-                         ado::Connection& destination, const std::string& table);
+                         const PumpTable& table);
 
 /// What the step's log line says of a pump.
 TaskResult ResultOf(const PumpCounts& counts);

@@ -1,3 +1,4 @@
+#include "engine/model/Connections.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/RowSource.h"
@@ -56,7 +57,8 @@ class TransferTablesTask final : public Task {
     }
     const auto rows = OpenQuerySource(source, "SELECT * FROM " + table, false);
     const PumpJob job{settings_};
-    return PumpIntoTable(context, job, *rows, destination, table);
+    return PumpIntoTable(context, job, *rows,
+                         {destination, table, context.Settings(destination_).DatabaseInWords()});
   }
 
   std::string source_, destination_;

@@ -82,6 +82,7 @@ Make ReadDateTime(TaskReader& reader, TransformationPlan&) {
 
 Make ReadConstant(TaskReader& reader, TransformationPlan&) {
   const PlacedText value = reader.RequiredTemplate("value");
+  reader.RefusePassword(value, "exception files and messages");
   return
       [value](const TransformationScope& scope) { return NewConstant(Substituted(scope, value)); };
 }

@@ -8,7 +8,9 @@
 
 #include "PumpTools.h"
 #include "engine/pump/ReadAhead.h"
+#include "engine/pump/RowBatch.h"
 #include "engine/pump/RowTarget.h"
+#include "engine/pump/Transformation.h"
 #include "fakes/NoThreads.h"
 #include "platform/linux/sqlite/EmbeddedFixture.h"
 #include "platform/linux/text/IconvCodePages.h"
@@ -58,7 +60,7 @@ class PumpTest : public testing::Test {
                    const std::vector<ColumnMapping>& columns = {}) {
     const auto progress = [](std::int64_t) {};
     return ErrorOf([&] {
-      const auto target = NewTableTarget(*warehouse_, table);
+      const auto target = NewTableTarget(*warehouse_, table, "the database DW");
       const PumpCounts counts = RunPump({source, *target, columns}, progress, false);
       EXPECT_EQ(counts.read, counts.loaded);
     });
@@ -112,7 +114,46 @@ TEST_F(PumpTest, MapsAndChecksValues) {
     const std::string error = PumpText(c.text, c.columns);
     EXPECT_EQ(c.outcome, error.empty() ? Stored("id, word, flag") : error) << c.text;
   }
-  EXPECT_EQ("there is no table u", PumpText("id\n1\n", {}, "u"));
+  EXPECT_EQ("there is no table u in the database DW", PumpText("id\n1\n", {}, "u"));
+}
+
+/// What a transformation has made is what does not fit, not what it was made of.
+TEST_F(PumpTest, NamesTheValueThatDoesNotFit) {
+  const auto lookup = [&](std::vector<std::size_t> keys) {
+    return std::shared_ptr(NewLookup(
+        {*warehouse_, "SELECT id FROM copy WHERE word = ? OR word = ?", std::move(keys), 0, true}));
+  };
+  const struct {
+    std::shared_ptr<Transformation> transformation;
+    std::string value;
+  } cases[] = {{NewConstant("none"), "\"none\" is not a whole number"},
+               {lookup({0, 1}), "\"a, b\" is not found by the lookup"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(
+        PumpText("x,y\na,b\n", {{.source = "x", .destination = "id", .chain = {c.transformation}}}),
+        "t.csv, line 2, column 1 (x): " + c.value + "; it goes into column id (INTEGER)");
+}
+
+/// Short rows are many in a block: what is kept of each that is rejected adds up.
+TEST(TextSource, ABatchHasABoundedNumberOfRowsGoodOrBad) {
+  const auto codePages = NewIconvCodePages("windows-1252");
+  for (const std::string line : {"1\n", "1,2\n"}) {
+    for (const char* encoding : {"utf-8", "utf-7"}) {
+      SlowFiles files;
+      files.texts["f"] = "a,b\n";
+      for (int i = 0; i < 100'000; ++i) files.texts["f"] += line;
+      const auto source = OpenTextSource(files, *codePages, "f",
+                                         {.firstRowColumnName = true, .encoding = encoding});
+      RowBatch batch;
+      std::size_t rows = 0;
+      while (source->Fetch(batch)) {
+        const std::size_t count = batch.RowCount() + batch.BadRows().size();
+        EXPECT_LE(count, 20'000u) << line;
+        rows += count;
+      }
+      EXPECT_EQ(rows, 100'000u) << line << encoding;
+    }
+  }
 }
 
 TEST_F(PumpTest, StoresValuesInTheirColumnsTypesAndCopiesThemUnchanged) {
@@ -167,7 +208,8 @@ TEST_F(PumpTest, ReportsProgressOnTheCallingThreadAndStopsWhenCancelled) {
     cancelled = rows > 0;
   };
   EXPECT_EQ("the data pump was cancelled", ErrorOf([&] {
-              RunPump({source, *NewTableTarget(*warehouse_, "t")}, progress, cancelled);
+              RunPump({source, *NewTableTarget(*warehouse_, "t", "the database DW")}, progress,
+                      cancelled);
             }));
 }
 

@@ -69,6 +69,8 @@ struct SlowFiles : Files {
   std::error_code ListFiles(const std::string&, std::vector<std::string>&) override { return {}; }
   std::string FullPath(const std::string& path) override { return path; }
   bool IsSameFile(const std::string&, const std::string&) override { return false; }
+  bool IsRoot(const std::string&) override { return false; }
+  std::string ForeignOwner(const std::string&) override { return {}; }
   std::error_code Sync(const std::string&) override { return {}; }
   std::string TempDirectory() override { return "/tmp/"; }
 };

@@ -57,7 +57,7 @@ TEST_F(PumpTasksTest, TransformationsMakeTheValuesOfColumns) {
       {"b",
        "type = 'lookup'\nconnection = 'dw'\nmust_exist = true\nkeys = ['id', 'raw']\n"
        "sql = 'SELECT long FROM code WHERE ? > 0 AND short = ?'",
-       "\"b\" is not found by the lookup"},
+       "\"1, b\" is not found by the lookup"},
       {"note.txt", "type = 'read_file'\n" + directory, "f\u00fcnf"},
       {"../note.txt", "type = 'read_file'\n" + directory, "may not lead out of the directory"},
       {"gone", "type = 'read_file'\n" + directory, "cannot be read"},

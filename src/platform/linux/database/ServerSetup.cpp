@@ -30,7 +30,8 @@ CREATE TABLE IF NOT EXISTS msdb.sysdtspackages (
   packagedata  bytea,
   owner_sid    bytea,
   packagetype  int NOT NULL DEFAULT 0,
-  PRIMARY KEY (id, versionid)))",
+  PRIMARY KEY (id, versionid));
+CREATE INDEX IF NOT EXISTS sysdtspackages_latest ON msdb.sysdtspackages (name, createdate))",
     "SELECT datname FROM pg_catalog.pg_database WHERE datname = ", R"(
 CREATE TABLE IF NOT EXISTS dwm_data_link (
   model              varchar(128) NOT NULL,
@@ -55,7 +56,7 @@ CREATE TABLE IF NOT EXISTS dwm_data_link (
 
 constexpr SetupSql kSqlServer = {
     R"(
-IF OBJECT_ID(N'msdb.dbo.sysdtspackages') IS NULL
+IF OBJECT_ID(N'msdb.dbo.sysdtspackages') IS NULL BEGIN
 CREATE TABLE msdb.dbo.sysdtspackages (
   name         nvarchar(128) NOT NULL,
   id           uniqueidentifier NOT NULL,
@@ -67,7 +68,8 @@ CREATE TABLE msdb.dbo.sysdtspackages (
   packagedata  image NULL,
   owner_sid    varbinary(85) NOT NULL DEFAULT SUSER_SID(),
   packagetype  int NOT NULL DEFAULT 0,
-  PRIMARY KEY (id, versionid)))",
+  PRIMARY KEY (id, versionid));
+CREATE INDEX sysdtspackages_latest ON msdb.dbo.sysdtspackages (name, createdate) END)",
     "SELECT name FROM master.dbo.sysdatabases WHERE name = ", R"(
 IF OBJECT_ID(N'dwm_data_link') IS NULL
 CREATE TABLE dwm_data_link (

@@ -13,6 +13,12 @@ bool IsUnknownCommand(const FtpFailure& failure) {
   return code == 500 || code == 502 || code == 504;
 }
 
+/// Servers list so many files of a directory and then say so: "226-Output truncated to 2000
+/// matches".
+bool SaysTruncated(std::string_view reply) {
+  return LowerAscii(std::string(reply)).find("truncated") != std::string::npos;
+}
+
 /// Features are listed one a line: " MLST type*;size*;".
 bool NamesMlst(std::string_view features) {
   for (std::size_t begin = 0; begin < features.size();) {
@@ -89,6 +95,10 @@ bool FtpConnection::ListWith(FtpListing::Kind kind, std::deque<wininet::FindData
                       }});
   if (listing.Problem().empty() && !hasCome) return Fail(transfer_->Failure());
   if (!listing.Finish()) return Fail({wininet::ExtendedError, listing.Problem()});
+  if (SaysTruncated(transfer_->Replies().Last()))
+    return Fail({wininet::ExtendedError,
+                 "the server has cut the listing off, so that not all files would come: " +
+                     transfer_->Replies().Last()});
   entries = std::move(listing.Entries());
   return true;
 }

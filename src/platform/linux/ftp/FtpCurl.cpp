@@ -121,7 +121,7 @@ class FtpCurl final : public wininet::Client {
       return !(error = local.Write(bytes));
     });
     if (error) return FailLocally(localPath, error);
-    if (!Keep(*ftp, hasCome)) return false;
+    if (!Keep(*ftp, hasCome)) return NameFile(remotePath);
     fetched_.EndFile();
     if (const auto listing = handles_.find(std::get<Connection>(handles_.at(connection)).listing);
         listing != handles_.end())
@@ -165,6 +165,11 @@ class FtpCurl final : public wininet::Client {
   }
   bool FailLocally(const std::string& path, const std::error_code& error) {
     return Fail(wininet::ExtendedError, path + ": " + error.message());
+  }
+  /// What a server says of a failure seldom names the file.
+  bool NameFile(const std::string& path) {
+    if (!words_.starts_with(path)) words_ = path + ": " + words_;
+    return false;
   }
   bool Arrived(const Arrivals::Failure& failure) {
     return !failure || FailLocally(failure.path, failure.error);

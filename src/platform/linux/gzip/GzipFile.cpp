@@ -56,6 +56,7 @@ class GzipReader final : public FileReader {
     std::memmove(input_.data(), start, filled);
     stream_.next_in = Bytes(input_.data());
     stream_.avail_in = static_cast<uInt>(filled);
+    betweenMembers_ = kind_ == Kind::Plain;  // it may end anywhere
     return Unpack(buffer, capacity, error);
   }
 
@@ -99,7 +100,6 @@ class GzipReader final : public FileReader {
 
   /// The start of a file that is not compressed, when the buffer was too small for it.
   void CopyPlain() {
-    betweenMembers_ = true;
     const uInt count = std::min(stream_.avail_in, stream_.avail_out);
     std::memcpy(stream_.next_out, stream_.next_in, count);
     stream_.next_in += count, stream_.avail_in -= count;

@@ -48,16 +48,18 @@ std::string FindSettingsFile(const Environment& environment) {
   return IsThere(ofMachine) ? ofMachine : "";
 }
 
+bool HoldsSmbPassword(const Settings& settings) {
+  return std::any_of(settings.smb.begin(), settings.smb.end(),
+                     [](const auto& smb) { return !smb.second.password.empty(); });
+}
+
 std::string ReadSettingsFile(Settings& settings) {
   std::string text;
   const Descriptor file = OpenFile(settings.sourceFile, O_RDONLY);
   const std::error_code error = file.IsOpen() ? ReadAll(file.Number(), text) : LastSystemError();
   if (error) return settings.sourceFile + " cannot be read: " + error.message();
   if (std::string problem = ParseSettings(text, settings); !problem.empty()) return problem;
-  const bool hasPassword =
-      std::any_of(settings.smb.begin(), settings.smb.end(),
-                  [](const auto& smb) { return !smb.second.password.empty(); });
-  return hasPassword ? CheckSecretFile(file, settings.sourceFile) : "";
+  return HoldsSmbPassword(settings) ? CheckSecretFile(file, settings.sourceFile) : "";
 }
 
 }  // namespace
@@ -70,6 +72,15 @@ const ServerSettings* Settings::FindServer(const std::string& name) const {
 const ProviderSettings* Settings::FindProvider(const std::string& name) const {
   const auto found = providers.find(ProviderKey(name));
   return found == providers.end() ? nullptr : &found->second;
+}
+
+bool Settings::HoldPassword() const {
+  const auto hasOne = [](const auto& section) {
+    const auto& options = section.second.options;
+    return options.contains("pwd") || options.contains("password");
+  };
+  return HoldsSmbPassword(*this) || std::any_of(servers.begin(), servers.end(), hasOne) ||
+         std::any_of(providers.begin(), providers.end(), hasOne);
 }
 
 SmbSettings Settings::Smb(const std::string& server) const {

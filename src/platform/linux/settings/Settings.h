@@ -92,6 +92,9 @@ struct Settings {
   /// ("MSDAORA.1") do not count.
   const ProviderSettings* FindProvider(const std::string& name) const;
 
+  /// True when the settings file holds a password itself.
+  bool HoldPassword() const;
+
   /// How to use the shares of a server, letter case aside.
   SmbSettings Smb(const std::string& server) const;
 

@@ -85,7 +85,7 @@ class PosixShell final : public Shell {
   bool Exists(const std::string& path) override {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
-    return !error && fs::exists(linuxPath, error);
+    return !error && fs::exists(OrCurrent(linuxPath), error);
   }
 
   ShareResult ReadFirstLine(const std::string& path, std::size_t limit,
@@ -124,11 +124,16 @@ class PosixShell final : public Shell {
   FileFailure CopyAll(const FileOperation& operation) {
     const std::string source = DirectoryOfAllFiles(operation.from);
     std::error_code error;
-    PosixDirectory from(paths_.ToLinux(source, error));
+    PosixDirectory from(OrCurrent(paths_.ToLinux(source, error)));
     if (error) return {error, source + ": " + error.message()};
     const std::string to = paths_.ToLinux(operation.to, error);
     if (error) return {error, operation.to + ": " + error.message()};
     return CopyFiles(from, to, counter_);
+  }
+
+  /// Nothing in front of a file's name is the current directory.
+  static std::string OrCurrent(const std::string& linuxPath) {
+    return linuxPath.empty() ? "." : linuxPath;
   }
 
   static ShareResult Failure(const std::string& path, const std::string& linuxPath,
@@ -136,7 +141,8 @@ class PosixShell final : public Shell {
     const std::string description = path + ": " + error.message();
     if (linuxPath.empty()) return {ShareError::PathNotFound, description};
     std::error_code ignored;
-    const bool hasDirectory = fs::is_directory(fs::path(linuxPath).parent_path(), ignored);
+    const bool hasDirectory =
+        fs::is_directory(OrCurrent(fs::path(linuxPath).parent_path()), ignored);
     return {ShareErrorOf(error, hasDirectory), description};
   }
 

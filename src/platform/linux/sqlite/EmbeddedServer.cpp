@@ -36,6 +36,10 @@ CREATE TABLE IF NOT EXISTS sysdtspackages (
   PRIMARY KEY (id, versionid)
 ))";
 
+/// The latest version of a package is found by it; those of servers made before have none yet.
+constexpr const char* kPackageIndex =
+    "CREATE INDEX IF NOT EXISTS sysdtspackages_latest ON sysdtspackages (name, createdate)";
+
 constexpr const char* kDataLinkTable = R"(
 CREATE TABLE IF NOT EXISTS dwm_data_link (
   model              TEXT NOT NULL,  -- the ETL model that the link belongs to
@@ -120,7 +124,7 @@ void CreateDatabase(const std::string& directory, const std::string& name) {
   BringToDisk(directory);
 }
 
-void CreateTable(const std::string& directory, const std::string& database, const char* sql) {
+void RunOnce(const std::string& directory, const std::string& database, const char* sql) {
   SqliteSession(directory, database, kTimeoutSeconds).Run(sql);
 }
 
@@ -132,12 +136,13 @@ void CreateEmbeddedServer(const std::string& directory) {
     throw Failure("the directory " + directory + " cannot be made", reason);
   CreateDatabase(directory, "master");
   CreateDatabase(directory, "msdb");
-  CreateTable(directory, "msdb", kPackageTable);
+  RunOnce(directory, "msdb", kPackageTable);
+  RunOnce(directory, "msdb", kPackageIndex);
 }
 
 void CreateWarehouse(const std::string& directory, const std::string& name) {
   CreateDatabase(directory, name);
-  CreateTable(directory, name, kDataLinkTable);
+  RunOnce(directory, name, kDataLinkTable);
 }
 
 }  // namespace torvik

@@ -47,7 +47,9 @@ TableTexts TextsOf(SqliteSession& session, const SqlitePlace& place) {
                             ".sqlite_schema WHERE type = 'table' AND name = ?1 COLLATE NOCASE",
                         "");
   table.Bind(1, place.table);
-  if (!table.Step()) throw session.Refusal("there is no table " + place.table);
+  if (!table.Step())
+    throw session.Refusal("there is no table " + place.table + " in the database " +
+                          (place.schema == "main" ? session.CurrentDatabase() : place.schema));
   texts.name = Text(table, 0);
   texts.table = Text(table, 1);
   if (!texts.table.starts_with("CREATE TABLE "))

@@ -1,6 +1,7 @@
 #include "platform/linux/system/PathMap.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <mutex>
 #include <vector>
 
@@ -56,6 +57,19 @@ std::string ShareKey(const std::string& share) {
   return key;
 }
 
+/// The length of what a path begins with that stands for a directory: a drive or a share.
+std::size_t MappedLength(const std::string& path) {
+  if (BeginsWithDrive(path)) return 2;
+  return path.starts_with("\\\\") ? ShareLength(path) : 0;
+}
+
+/// A path without separators at its end, "." and "..".
+std::string Normal(const std::string& path) {
+  std::string normal = std::filesystem::path(path).lexically_normal().string();
+  while (normal.size() > 1 && normal.ends_with('/')) normal.pop_back();
+  return normal;
+}
+
 /// `directory` and what follows it on the path, '/' between its parts.
 std::string Below(const std::string& directory, std::string rest) {
   std::replace(rest.begin(), rest.end(), '\\', '/');
@@ -77,17 +91,34 @@ PathMap::PathMap(std::map<std::string, std::string> drives,
 std::string PathMap::ToLinux(const std::string& path, std::error_code& error) const {
   error.clear();
   std::string directory;
-  std::size_t mapped = 0;
+  const std::size_t mapped = MappedLength(path);
   if (path.find('\0') != std::string::npos) {
     error = std::make_error_code(std::errc::invalid_argument);
   } else if (BeginsWithDrive(path)) {
-    mapped = 2;
     directory = DirectoryOfDrive(path[0], error);
-  } else if (path.starts_with("\\\\")) {
-    mapped = ShareLength(path);
+  } else if (mapped > 0) {
     directory = DirectoryOfShare(path.substr(0, mapped), error);
   }
   return error ? std::string() : Below(directory, path.substr(mapped));
+}
+
+bool PathMap::IsRoot(const std::string& path) const {
+  const std::size_t mapped = MappedLength(path);
+  const bool isFromTop = mapped > 0 || path.find_first_of(kSeparators) == 0;
+  if (path.empty() || (isFromTop && Normal(Below("/", path.substr(mapped))) == "/")) return true;
+  const std::string linuxPath = Normal(Below(MappedDirectory(path), path.substr(mapped)));
+  const auto leadsThere = [&](const auto& place) { return Normal(place.second) == linuxPath; };
+  return std::any_of(drives_.begin(), drives_.end(), leadsThere) ||
+         std::any_of(shares_.begin(), shares_.end(), leadsThere);
+}
+
+std::string PathMap::MappedDirectory(const std::string& path) const {
+  if (BeginsWithDrive(path)) {
+    const auto drive = drives_.find(std::string(1, LowerAscii(path[0])));
+    return drive == drives_.end() ? "" : drive->second;
+  }
+  const auto share = shares_.find(ShareKey(path.substr(0, MappedLength(path))));
+  return share == shares_.end() ? "" : share->second;
 }
 
 std::string PathMap::DirectoryOfDrive(char letter, std::error_code& error) const {

@@ -28,6 +28,15 @@ class PathMap {
   /// path that holds a NUL character.
   std::string ToLinux(const std::string& path, std::error_code& error) const;
 
+  /// True for the root of the file system, of a drive or of a share, and for the empty text; "."
+  /// and
+  /// ".." are followed by their names alone.
+  bool IsRoot(const std::string& path) const;
+
+  /// The directory that the settings give to the drive or share of the path; empty when they give
+  /// none.
+  std::string MappedDirectory(const std::string& path) const;
+
   /// True for a path "\\server\..." that no share of the settings leads to a directory.
   bool IsUnmappedShare(const std::string& path) const;
 

@@ -10,6 +10,7 @@
 #include "platform/linux/gzip/GzipFile.h"
 #include "platform/linux/system/DirectoryEntries.h"
 #include "platform/linux/system/MoveFile.h"
+#include "platform/linux/system/PathOwners.h"
 #include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/PosixStreams.h"
@@ -191,6 +192,20 @@ class PosixFiles final : public Files {
     const std::string linuxB = paths_.ToLinux(b, error);
     if (error || StatusOf(linuxB, statusOfB)) return false;
     return statusOfA.st_dev == statusOfB.st_dev && statusOfA.st_ino == statusOfB.st_ino;
+  }
+
+  bool IsRoot(const std::string& directory) override {
+    if (paths_.IsRoot(directory)) return true;
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(directory, error);
+    if (error) return false;
+    return paths_.IsRoot(std::filesystem::weakly_canonical(linuxPath, error).string());
+  }
+
+  std::string ForeignOwner(const std::string& path) override {
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    return error ? std::string() : torvik::ForeignOwner(linuxPath, paths_.MappedDirectory(path));
   }
 
   std::error_code Sync(const std::string& path) override {

@@ -5,12 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
 
+#include "platform/linux/system/BesideFiles.h"
 #include "platform/linux/system/PipeWait.h"
 #include "platform/linux/system/Posix.h"
 
@@ -93,7 +93,7 @@ std::error_code OverwriteFile(const std::string& path, std::string_view bytes, m
 class FileReplacement::Beside {
  public:
   Beside(const std::string& directory, mode_t mode)
-      : file_(Create(directory, mode)), isMade_(file_.IsOpen()) {}
+      : file_(CreateBesideFile(directory, mode, path_)), isMade_(file_.IsOpen()) {}
   ~Beside() {
     if (isMade_) unlink(path_.c_str());
   }
@@ -104,6 +104,8 @@ class FileReplacement::Beside {
   int Number() const { return file_.Number(); }
 
   std::error_code RenameTo(const std::string& path, bool overwrite = true) {
+    // The lock stays until the file is in place.
+    const Descriptor lock(fcntl(file_.Number(), F_DUPFD_CLOEXEC, 0));
     if (const auto error = file_.Close()) return error;
     if (const auto error = RenameFile(path_, path, overwrite)) return error;
     isMade_ = false;
@@ -111,17 +113,6 @@ class FileReplacement::Beside {
   }
 
  private:
-  /// The name may be known beforehand; O_EXCL keeps off what others have put there.
-  Descriptor Create(const std::string& directory, mode_t mode) {
-    static std::atomic<unsigned> counter = 0;
-    for (int tries = 0; tries < 100; ++tries) {
-      path_ = directory + "/.torvik-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
-      Descriptor file = OpenFile(path_, O_WRONLY | O_CREAT | O_EXCL, mode);
-      if (file.IsOpen() || errno != EEXIST) return file;
-    }
-    return Descriptor();
-  }
-
   std::string path_;
   Descriptor file_;
   bool isMade_;

@@ -128,7 +128,7 @@ TEST(FtpCurl, WhatFailsHasItsCodeAndWordsAndLeavesTheLocalFile) {
       {LogOn, "when AUTH|reply 502 no", NoError, "257 \"/\"", 1, Tls::Try},
       {LogOn, "when AUTH|reply 234 yes|reply no handshake", ExtendedError, "", 0, Tls::Try},
 
-      {Get, "when RETR|reply 550 none", ExtendedError, "550 none"},
+      {Get, "when RETR|reply 550 none", ExtendedError, "file: 550 none"},
       {Get, "when RETR|reply 450 busy", ExtendedError, "450 busy"},
       {Get, "when RETR|reply 425 cannot open", ExtendedError, "425 cannot open"},
       {Get, "when TYPE A|reply 504 never", ExtendedError, "504 never"},
@@ -149,6 +149,8 @@ TEST(FtpCurl, WhatFailsHasItsCodeAndWordsAndLeavesTheLocalFile) {
       {List, kList + "data total 0\r\n" + kListed, NoMoreFiles, ""},
       {List, "when LIST|reply 450 nothing", NoMoreFiles, ""},
       {List, kMlst + kNoMlsd + kList + "names 2" + kListed, NoMoreFiles, "", 2},
+      {List, kList + kLine + "a|end|reply 226-Output truncated to 1 matches|reply 226 done",
+       ExtendedError, "the server has cut the listing off"},
       {List, kMlst + "when MLSD|reply 550 no", ExtendedError, "550 no"},
       {List, kMlst + "when MLSD|reply 150 go|data type=x; \xe4\r\n" + kListed, NoMoreFiles, "", 1},
       {List, kList + kLine + "../x\r\n" + kListed, ExtendedError, "\"../x\": this"},

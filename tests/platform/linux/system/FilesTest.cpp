@@ -1,5 +1,8 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -148,6 +151,17 @@ TEST_P(FilesContract, FilesArriveWholeOrNotAtAll) {
   EXPECT_THAT(List(""), UnorderedElementsAre("old"));
 }
 
+TEST_P(FilesContract, AnEmptyFileIsReadAsOneWithoutBytes) {
+  ASSERT_FALSE(files_.ReplaceText(At("empty"), ""));
+  for (const std::size_t capacity : {std::size_t{1}, std::size_t{1} << 20}) {
+    std::error_code error;
+    const auto file = files_.OpenUnpacked(At("empty"), Compression::Auto, error);
+    std::string buffer(capacity, ' ');
+    EXPECT_EQ(file->Read(buffer.data(), capacity, error), 0u);
+    EXPECT_FALSE(error) << error.message();
+  }
+}
+
 TEST_P(FilesContract, WhatCannotBeDoneSaysWhy) {
   ASSERT_FALSE(files_.ReplaceText(At("file"), "kept"));
   const auto missing = std::errc::no_such_file_or_directory;
@@ -279,6 +293,59 @@ TEST_F(PosixFilesTest, AWordInAnothersFileIsWrittenInPlace) {
   ASSERT_EQ(stat(At("shared/status").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, kProvider);
   EXPECT_EQ(status.st_gid, kProvider);
+}
+
+/// The number of a process that was, and is no more.
+pid_t GoneProcess() {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitpid(child, nullptr, 0);
+  return child;
+}
+
+TEST_F(PosixFilesTest, WhatAKilledProcessLeftBesideIsRemovedByTheNextWrite) {
+  const std::string gone = ".torvik-" + std::to_string(GoneProcess()) + "-7";
+  const std::string alive = ".torvik-" + std::to_string(getppid()) + "-1";
+  const std::string locked = ".torvik-" + std::to_string(getpid()) + "-900000";
+  for (const std::string& name : {gone, alive, locked, gone + "x", std::string(".torvik-notes")})
+    disk_.Write(name, "DTSPwd=...");
+  const int elsewhere = open((disk_.Path() + "/" + locked).c_str(), O_RDONLY);
+  flock(elsewhere, LOCK_EX);
+  EXPECT_FALSE(files_->ReplaceText(disk_.Path() + "/status", "ok"));
+  std::vector<std::string> names;
+  files_->ListFiles(disk_.Path(), names);
+  EXPECT_THAT(names, UnorderedElementsAre("status", alive, locked, gone + "x", ".torvik-notes"));
+  close(elsewhere);
+}
+
+TEST_F(PosixFilesTest, OrdinaryUsersWhoOwnThePlaceAreTold) {
+  if (geteuid() != 0) return;  // only root can give files away
+  const std::string& base = disk_.Path();
+  for (const char* directory : {"/own", "/hers", "/hers/below"})
+    files_->MakeDirectory(base + directory);
+  ASSERT_EQ(symlink((base + "/own").c_str(), (base + "/link").c_str()), 0);
+  for (const char* given : {"/hers", "/link"})
+    ASSERT_EQ(lchown((base + given).c_str(), 4711, 0), 0);
+  const struct {
+    const char* path;
+    std::string owner;
+  } cases[] = {{"/own", ""},
+               {"/own/not/there/yet", ""},
+               {"/hers", base + "/hers belongs to the user 4711"},
+               {"/hers/below/", base + "/hers belongs to the user 4711"},
+               {"/link/logs", base + "/link belongs to the user 4711"}};
+  for (const auto& c : cases) EXPECT_EQ(files_->ForeignOwner(base + c.path), c.owner) << c.path;
+  // What the settings map is trusted; what lies below it is looked at.
+  const auto mapped = NewPosixFiles(PathMap({{"l", base + "/hers"}}, {}, ""), *codePages_, base);
+  EXPECT_EQ(mapped->ForeignOwner("L:\\below"), "");
+  ASSERT_EQ(lchown((base + "/hers/below").c_str(), 4712, 0), 0);
+  EXPECT_EQ(mapped->ForeignOwner("L:\\below"), base + "/hers/below belongs to the user 4712");
+}
+
+TEST_F(PosixFilesTest, ALinkToARootIsARoot) {
+  ASSERT_EQ(symlink("/", (disk_.Path() + "/top").c_str()), 0);
+  EXPECT_TRUE(files_->IsRoot(disk_.Path() + "/top"));
+  EXPECT_FALSE(files_->IsRoot(disk_.Path()));
 }
 
 TEST_F(PosixFilesTest, ReplacingKeepsModeAndLinksAndLeavesNothingBeside) {

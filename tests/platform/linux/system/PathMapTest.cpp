@@ -47,6 +47,34 @@ TEST(PathMap, NamesWhatIsNotMapped) {
     EXPECT_EQ(errors[i].message(), cases[i].second) << cases[i].first;
 }
 
+TEST(PathMap, KnowsRootsHoweverTheyAreSpelled) {
+  const PathMap paths({{"c", "/srv/c/"}}, {{"\\\\files\\incoming", "/mnt/in"}}, "/var/drives");
+  for (const char* root : {"",
+                           "/",
+                           "\\",
+                           "//",
+                           "/./",
+                           "/tmp/..",
+                           "\\tmp\\..\\.",
+                           "C:",
+                           "C:\\",
+                           "c:/.",
+                           "C:\\..",
+                           "D:\\",
+                           "C:\\a\\..\\..",
+                           "\\\\files\\incoming",
+                           "\\\\FILES\\incoming\\.",
+                           "\\\\other\\share\\",
+                           "\\\\server",
+                           "/srv/c",
+                           "/srv/x/../c/",
+                           "/mnt/in/."})
+    EXPECT_TRUE(paths.IsRoot(root)) << root;
+  for (const char* other : {".", "logs", "..", "/tmp", "C:\\logs", "D:\\logs\\.",
+                            "\\\\files\\incoming\\logs", "/srv/c/logs", "/srv", "/mnt/in2"})
+    EXPECT_FALSE(paths.IsRoot(other)) << other;
+}
+
 TEST(PathMap, TellsPathsThatLeadToAServer) {
   const PathMap paths({}, {{"\\\\files\\in", "/mnt/in"}}, "");
   const std::tuple<std::string, bool, std::string, std::string> cases[] = {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <stdexcept>
+#include <utility>
 
 #include "fakes/LoadRow.h"
 #include "platform/linux/database/SqlNames.h"
@@ -8,6 +10,7 @@
 #include "platform/linux/tables/AdoTableFile.h"
 #include "platform/linux/tables/common/DecimalText.h"
 #include "platform/linux/tables/common/SerialDate.h"
+#include "platform/linux/tables/excel/XlsxSheet.h"
 
 namespace torvik {
 namespace {
@@ -331,6 +334,32 @@ TEST(DecimalText, StandsInTheOrderOfItsNumber) {
           << sorted[i] << " " << sorted[j];
   EXPECT_EQ(0, CompareDecimalTexts("-0.0", "0"));
   EXPECT_EQ(0, CompareDecimalTexts("007.50", "7.5"));
+}
+
+/// The words of the error that reading a document ends with. `repeated` goes on for ever.
+std::string ErrorOfEndless(const std::string& begin, const std::string& repeated) {
+  Workbook workbook;
+  CellGrid cells;
+  XlsxSheetHandler handler(workbook, cells, {}, 0);
+  std::string more;
+  while (more.size() < 65536) more += repeated;
+  std::string_view next = begin;
+  try {
+    return ReadXml([&] { return std::exchange(next, more); }, handler);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+/// A compressed file of a few megabytes can hold these.
+TEST(XlsxSheet, WhatHasNoEndIsGivenUp) {
+  const std::string cell = "<worksheet><sheetData><row r='7'><c r='B7' t='inlineStr'>";
+  const std::string tooLong = "row 7, column 2: its text is longer than 1 MiB";
+  EXPECT_EQ(ErrorOfEndless(cell + "<is><t>", "text "), tooLong);
+  EXPECT_EQ(ErrorOfEndless(cell + "<is>", "<r><t>run</t></r>"), tooLong);
+  EXPECT_EQ(ErrorOfEndless(cell + "<v>", "1"), tooLong);
+  EXPECT_THAT(ErrorOfEndless(cell + "<is a='", "text "),
+              testing::HasSubstr("a tag or name is longer than 16 MiB"));
 }
 
 }  // namespace

@@ -46,8 +46,11 @@ void XlsxText::End(std::string_view element) {
   if (element == "t") isInText_ = false;
 }
 
-void XlsxText::Add(std::string_view part) {
-  if (isInText_) text_ += part;
+bool XlsxText::Add(std::string_view part) {
+  if (!isInText_) return true;
+  if (text_.size() + part.size() > kLongestXlsxText) return false;
+  text_ += part;
+  return true;
 }
 
 std::string XlsxText::Take() {
@@ -71,8 +74,10 @@ void XlsxSheetHandler::End(std::string_view element) {
 }
 
 void XlsxSheetHandler::Text(std::string_view part) {
+  if (!isInCell_) return;
   if (isInValue_) value_ += part;
-  if (isInCell_) inlineText_.Add(part);
+  if (!inlineText_.Add(part) || value_.size() > kLongestXlsxText)
+    Refuse("its text is longer than 1 MiB");
 }
 
 /// Rows and cells without a number follow the one before them.

@@ -8,13 +8,17 @@
 
 namespace torvik {
 
+/// A cell holds 32,767 characters; other programs than the usual one may write more, within reason.
+inline constexpr std::size_t kLongestXlsxText = std::size_t{1} << 20;
+
 /// Collects the text of a shared or an inline string out of its runs, without what only tells how
 /// it is pronounced.
 class XlsxText {
  public:
   void Begin(std::string_view element);
   void End(std::string_view element);
-  void Add(std::string_view part);
+  /// False, and the part left out, when the text gets too long.
+  [[nodiscard]] bool Add(std::string_view part);
 
   /// The text so far, taken. "_x000D_" stands for the character of that number.
   std::string Take();

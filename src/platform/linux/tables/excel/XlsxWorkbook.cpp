@@ -38,7 +38,11 @@ class SharedTextHandler final : public XmlHandler {
     text_.End(element);
     if (element == "si") texts_.push_back(text_.Take());
   }
-  void Text(std::string_view part) override { text_.Add(part); }
+  void Text(std::string_view part) override {
+    if (!text_.Add(part))
+      throw std::runtime_error("shared text " + std::to_string(texts_.size() + 1) +
+                               " is longer than 1 MiB");
+  }
 
  private:
   std::vector<std::string>& texts_;

@@ -25,6 +25,9 @@ class Parse {
   std::string Run(const std::function<std::string_view()>& nextChunk) {
     for (;;) {
       const std::string_view chunk = nextChunk();
+      // The library collects what it cannot hand on yet, up to gigabytes.
+      unheard_ += chunk.size();
+      if (unheard_ > kLongestTag) return Place() + "a tag or name is longer than 16 MiB";
       const XML_Status status =
           XML_Parse(parser_.get(), chunk.data(), static_cast<int>(chunk.size()), chunk.empty());
       if (thrown_) std::rethrow_exception(thrown_);
@@ -34,14 +37,21 @@ class Parse {
   }
 
  private:
+  static constexpr std::size_t kLongestTag = std::size_t{16} << 20;
+
   std::string Problem() const {
     const std::string reason = hasDocumentType_ ? "a document type, which may not be there"
                                                 : XML_ErrorString(XML_GetErrorCode(parser_.get()));
-    return "line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": " + reason;
+    return Place() + reason;
+  }
+
+  std::string Place() const {
+    return "line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) + ": ";
   }
 
   template <typename Action>
   void Guarded(const Action& action) {
+    unheard_ = 0;
     if (thrown_) return;
     try {
       action();
@@ -74,6 +84,7 @@ class Parse {
   XmlHandler& handler_;
   const std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> parser_;
   std::exception_ptr thrown_;
+  std::size_t unheard_ = 0;  // bytes since the handler was last told something
   bool hasDocumentType_ = false;
 };
 
