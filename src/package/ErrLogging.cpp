@@ -28,6 +28,7 @@ std::string ErrLogging::PrepareLogDirectory(const std::string& packageName,
                                             const std::string& logDir,
                                             const std::string& exceptionFile, bool truncate) {
   problems_.clear();
+  isUsed_ = false;
   if (truncate) Delete(exceptionFile);
   packageName_ = packageName;
   exceptionFile_ = exceptionFile;
@@ -40,6 +41,7 @@ std::string ErrLogging::PrepareLogDirectory(const std::string& packageName,
     return {};
   }
   if (std::string reason = WhyUnusable(files_, logDir); !reason.empty()) return reason;
+  isUsed_ = true;
   MakeDirectory(files_, logDir);
   std::vector<std::string> names;
   if (const auto error = files_.ListFiles(logDir, names); error && !IsMissing(error))
@@ -56,7 +58,7 @@ void ErrLogging::Delete(const std::string& path) {
 }
 
 void ErrLogging::CollectRunLogs() {
-  if (files_.IsRoot(logDir_)) return;
+  if (!isUsed_) return;
   const std::string combined = packageName_ + ".log";
   // Listed before the copy is made, so that the exception file is not appended to itself.
   const std::vector<std::string> others = OtherLogs(combined);

@@ -45,6 +45,7 @@ class ErrLogging {
   std::string packageName_;
   std::string exceptionFile_;
   std::string logDir_;
+  bool isUsed_ = false;  // the log directory is the job's own
   std::vector<std::string> problems_;
 };
 
