@@ -12,6 +12,12 @@ bool EndsInSeparator(const std::string& path) {
   return !path.empty() && (path.back() == '\\' || path.back() == '/');
 }
 
+bool IsMissing(const std::error_code& error) {
+  return error == std::errc::no_such_file_or_directory;
+}
+
+constexpr char kEarlierLogs[] = "; lines of an earlier run may stand among this one's";
+
 }  // namespace
 
 void MakeDirectory(Files& files, const std::string& path) {
@@ -21,7 +27,9 @@ void MakeDirectory(Files& files, const std::string& path) {
 std::string ErrLogging::PrepareLogDirectory(const std::string& packageName,
                                             const std::string& logDir,
                                             const std::string& exceptionFile, bool truncate) {
-  if (truncate) files_.Remove(exceptionFile);
+  problems_.clear();
+  isUsed_ = false;
+  if (truncate) Delete(exceptionFile);
   packageName_ = packageName;
   exceptionFile_ = exceptionFile;
   logDir_ = logDir;
@@ -33,16 +41,24 @@ std::string ErrLogging::PrepareLogDirectory(const std::string& packageName,
     return {};
   }
   if (std::string reason = WhyUnusable(files_, logDir); !reason.empty()) return reason;
+  isUsed_ = true;
   MakeDirectory(files_, logDir);
   std::vector<std::string> names;
-  files_.ListFiles(logDir, names);
-  for (const std::string& name : names) files_.Remove(InLogDirectory(name));
+  if (const auto error = files_.ListFiles(logDir, names); error && !IsMissing(error))
+    problems_.push_back("cannot empty the log directory " + logDir + ": " + error.message() +
+                        kEarlierLogs);
+  for (const std::string& name : names) Delete(InLogDirectory(name));
   return {};
 }
 
+void ErrLogging::Delete(const std::string& path) {
+  const auto error = files_.Remove(path);
+  if (!error || IsMissing(error)) return;
+  problems_.push_back("cannot delete " + path + ": " + error.message() + kEarlierLogs);
+}
+
 void ErrLogging::CollectRunLogs() {
-  problems_.clear();
-  if (files_.IsRoot(logDir_)) return;
+  if (!isUsed_) return;
   const std::string combined = packageName_ + ".log";
   // Listed before the copy is made, so that the exception file is not appended to itself.
   const std::vector<std::string> others = OtherLogs(combined);
@@ -55,7 +71,7 @@ void ErrLogging::Gather(const std::string& name) {
   const std::string log = InLogDirectory(name);
   const auto error = files_.AppendFile(log, exceptionFile_);
   // Not every package leaves a log of its own.
-  if (!error || error == std::errc::no_such_file_or_directory) return;
+  if (!error || IsMissing(error)) return;
   problems_.push_back("cannot append " + log + " to " + exceptionFile_ + ": " + error.message());
 }
 

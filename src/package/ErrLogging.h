@@ -30,10 +30,11 @@ class ErrLogging {
   /// copy takes no log's place: where there is one of its name, ".former" is added to it.
   void CollectRunLogs();
 
-  /// What the last gathering could not do, and why.
+  /// What could not be emptied or gathered since the last preparation, and why.
   const std::vector<std::string>& Problems() const { return problems_; }
 
  private:
+  void Delete(const std::string& path);
   void Gather(const std::string& name);
   std::string InLogDirectory(const std::string& name) const;
   void KeepExceptionFile();
@@ -44,6 +45,7 @@ class ErrLogging {
   std::string packageName_;
   std::string exceptionFile_;
   std::string logDir_;
+  bool isUsed_ = false;  // the log directory is the job's own
   std::vector<std::string> problems_;
 };
 

@@ -10,6 +10,7 @@
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "startup/ExitGuard.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 
@@ -113,6 +114,7 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
 
 void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   program_.statusFile.WriteStatusRunning();
+  const ExitGuard guard([this] { EndByExit(); });
   Log("Loading DTS Package : " + job.DTSPackageName);
   const bool loaded = job.LoadPackage();
   LogHeader(job);
@@ -215,6 +217,16 @@ void RunDriver::EndUnexpectedly(const std::string& reason) {
   Attempt([&] { program_.platform.messages.Report(line); });
   Attempt([&] { Fail(); });
   Attempt([&] { ShowBox(line, "DTS Exec Error"); });
+}
+
+/// Only what can be done from any thread: the windows are left alone.
+void RunDriver::EndByExit() {
+  if (hasVerdict_) return;
+  Attempt([&] { program_.statusFile.WriteStatusFailure(); });
+  Attempt([&] {
+    program_.platform.messages.Report(
+        "Error: the run ended unexpectedly: a library has ended the process");
+  });
 }
 
 void RunDriver::Fail() {

@@ -36,6 +36,7 @@ class RunDriver {
   void TellGatheringProblems();
   void Succeed(const ExecDTSPackage& job);
   void EndUnexpectedly(const std::string& reason);
+  void EndByExit();
   void Fail();
   void CopyLog();
   void Log(const std::string& text);

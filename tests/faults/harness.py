@@ -109,7 +109,8 @@ def print_table(results):
 
 def options(description):
     parser = argparse.ArgumentParser(description=description)
-    parser.add_argument("--build", default=os.path.join(REPOSITORY, "build/debug"), help="where the programs were built")
+    parser.add_argument("--build", type=os.path.abspath, default=os.path.join(REPOSITORY, "build/debug"),
+                        help="where the programs were built")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="so many runs at once")
     return parser
 

@@ -106,7 +106,7 @@ class Embedded:
         self.make_tables()
         self.run("torvik-admin", "package", "put", "package.toml")
         for number, link in enumerate(self.links()):
-            self.write(f"link{number}.toml", "model = 'Sales'\nType = 3\n" + link)
+            self.write(f"link{number}.toml", "model = 'Sales'\nType = 3\n" + link, 0o600)
             self.run("torvik-admin", "link", "put", f"link{number}.toml", "--database", "DW")
 
     def settings(self):

@@ -8,6 +8,7 @@
 namespace torvik {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -142,15 +143,36 @@ TEST(ErrLogging, TheExceptionFileReceivesThePackageLogAndThenTheOthers) {
   }
 }
 
-TEST(ErrLogging, FailuresAreSkipped) {
-  FakeFiles files;
-  FakeMessages messages;
-  files.Fail("C:\\logs");
-  ErrLogging logs(files, messages);
-  logs.PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", true);
-  files.Put("C:\\err.txt", "former;");
-  logs.CollectRunLogs();
-  EXPECT_EQ(files.Text("C:\\err.txt"), "former;");
+TEST(ErrLogging, AFailureIsSkippedAndTold) {
+  const struct {
+    const char* failing;
+    const char* told;
+    const char* after;  ///< What the exception file holds; the run has left "log;" and "new;".
+  } cases[] = {
+      {"C:\\logs\\old", "cannot delete C:\\logs\\old: Input/output error; lines of an earlier run",
+       "log;new;"},
+      {"C:\\logs", "cannot empty the log directory C:\\logs\\: Input/output error; lines of",
+       "log;"},
+      {"C:\\err.txt", "cannot delete C:\\err.txt: Input/output error; lines of an earlier run",
+       "former;"},
+  };
+  for (const auto& c : cases) {
+    FakeFiles files;
+    FakeMessages messages;
+    files.Put("C:\\err.txt", "former;");
+    files.Put("C:\\logs\\old", "old;");
+    files.Fail(c.failing, std::errc::io_error);
+    ErrLogging logs(files, messages);
+    for (int run = 1; run <= 2; ++run) {
+      EXPECT_EQ(logs.PrepareLogDirectory("P", "C:\\logs\\", "C:\\err.txt", true), "");
+      EXPECT_THAT(logs.Problems(), ElementsAre(HasSubstr(c.told)));
+    }
+    files.Put("C:\\logs\\P.log", "log;");
+    files.Put("C:\\logs\\new", "new;");
+    logs.CollectRunLogs();
+    EXPECT_EQ(files.Text("C:\\err.txt"), c.after) << c.failing;
+    EXPECT_THAT(logs.Problems(), Contains(HasSubstr(c.told)));
+  }
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "fakes/ProgramTest.h"
 
 namespace torvik {
@@ -201,6 +204,19 @@ TEST_F(ProgramTest, OkPromisesTheDataAndSaysWhatOfTheLogIsMissing) {
   for (const std::string& loss : program.log.Losses())
     EXPECT_THAT(files.Text("err.txt"), HasSubstr("Error: the log is incomplete: " + loss));
   EXPECT_THAT(LogAfter("other"), HasSubstr("Executed succesfully ...\r\n"));
+}
+
+TEST_F(ProgramTest, ALibraryThatEndsTheProcessInARunLeavesAVerdict) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // functions for the exit run in a fixed order
+  static const FakeFiles* seen = &files;
+  const auto exitAndShow = [&](bool isInTheRun) {
+    std::atexit([] { std::fputs(seen->Text("s.txt").c_str(), stderr); });
+    if (isInTheRun) host.state.onExecute = [](dts::PackageEvents&) { std::exit(3); };
+    Start("-configfile job.etl -statusfile s.txt");
+    std::exit(3);
+  };
+  EXPECT_EXIT(exitAndShow(true), ::testing::ExitedWithCode(3), "failure");
+  EXPECT_EXIT(exitAndShow(false), ::testing::ExitedWithCode(3), "ok");
 }
 
 TEST_F(ProgramTest, AStatusFileThatCannotBeWrittenIsToldAndTheRunGoesOn) {

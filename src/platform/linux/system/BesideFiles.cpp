@@ -48,7 +48,8 @@ void RemoveLeft(const std::string& directory) {
 /// Directories may be large: each is looked through once.
 void RemoveLeftOnce(const std::string& directory) {
   static std::mutex mutex;
-  static std::set<std::string> seen;
+  // Never destroyed: files are written while the process ends, too.
+  static auto& seen = *new std::set<std::string>;
   {
     const std::lock_guard lock(mutex);
     if (!seen.insert(directory).second) return;

@@ -26,6 +26,12 @@ std::error_code StatusOf(const std::string& path, struct stat& status) {
   return stat(path.c_str(), &status) == 0 ? std::error_code() : LastSystemError();
 }
 
+/// False for what has gone, and for a link, which may lead nowhere.
+bool IsThereItself(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && !S_ISLNK(status.st_mode);
+}
+
 class PosixFiles final : public Files {
  public:
   PosixFiles(const PathMap& paths, const CodePage& ansi, std::string temporaryDirectory)
@@ -167,10 +173,11 @@ class PosixFiles final : public Files {
     if (error) return error;
     for (const std::string& name : DirectoryEntries(linuxPath, error)) {
       // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
+      if (name.find('\\') != std::string::npos) continue;
       struct stat status {};
-      if (name.find('\\') == std::string::npos && !StatusOf(linuxPath + "/" + name, status) &&
-          S_ISREG(status.st_mode))
-        names.push_back(name);
+      const auto failure = StatusOf(linuxPath + "/" + name, status);
+      if (!failure && S_ISREG(status.st_mode)) names.push_back(name);
+      if (failure && !error && IsThereItself(linuxPath + "/" + name)) error = failure;
     }
     return error;
   }
