@@ -111,14 +111,16 @@ class PosixLocks final : public Locks {
     std::error_code error;
     const std::string linuxPath = paths_.ToLinux(path, error);
     if (error) return {.error = error};
-    for (;;) {
+    for (bool isFirst = true;; isFirst = false) {
       Descriptor file = OpenFile(linuxPath, O_RDONLY | O_NONBLOCK);
       struct stat status {
       }, now{};
       if (!file.IsOpen() || fstat(file.Number(), &status) != 0) return {.error = LastSystemError()};
       if (flock(file.Number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK) return {.error = LastSystemError()};
-        return {.holder = DescribeProcess(LockHolderOf(status))};
+        const std::string holder = LockHolderOf(status);
+        if (holder.empty() && isFirst) continue;  // it has let go meanwhile
+        return {.holder = DescribeProcess(holder)};
       }
       // Whoever saved the file meanwhile has put another one in its place.
       if (stat(linuxPath.c_str(), &now) == 0 &&
