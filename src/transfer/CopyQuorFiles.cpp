@@ -61,12 +61,7 @@ bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& 
   pollCancelRequested_ = false;
   log_.EchoToLog("Polling for Remote Data ...");
   if (PollUntilReady(remote, pollInterval, pollDuration) != RemoteStatus::Ready) return false;
-  const std::string place = remote.Place();
-  claims_.Note(place, TimeInWords(clock_.LocalTime()));
-  const bool hasCome =
-      remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
-  claims_.Forget(place);
-  return hasCome;
+  return remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
 }
 
 RemoteStatus CopyQuorFiles::PollUntilReady(Remote& remote, std::int16_t pollInterval,
@@ -117,34 +112,39 @@ void CopyQuorFiles::WaitMinutes(std::int32_t minutes) {
 bool CopyQuorFiles::FetchByFtp(Remote& remote, const std::string& localDir) {
   const auto& [server, user, password] = remote.logon;
   const auto write = [&](const char* word) {
-    ftp_.FtpWriteStatus(server, user, password, remote.directory, word);
+    return ftp_.FtpWriteStatus(server, user, password, remote.directory, word);
   };
-  return Fetch(write, [&] {
+  return Fetch(remote.Place(), write, [&] {
     log_.EchoToLog("Copying Remote Data via FTP");
     return ftp_.FtpGetDirectory(server, remote.directory, localDir, user, password);
   });
 }
 
 bool CopyQuorFiles::FetchFromShare(Remote& remote, const std::string& localDir) {
-  const auto write = [&](const char* word) { share_.ShareWriteStatus(remote.directory, word); };
-  return Fetch(write, [&] {
+  const auto write = [&](const char* word) {
+    return share_.ShareWriteStatus(remote.directory, word);
+  };
+  return Fetch(remote.Place(), write, [&] {
     log_.EchoToLog("Copying Remote Data from Share");
     return share_.ShareCopyFiles(remote.directory, localDir);
   });
 }
 
-/// Claims the data, and hands it back unless all of it comes.
+/// Claims the data, and hands it back unless all of it comes. A claim that could not be handed back
+/// stands.
 template <typename Write, typename Copy>
-bool CopyQuorFiles::Fetch(const Write& write, const Copy& copy) {
+bool CopyQuorFiles::Fetch(const std::string& place, const Write& write, const Copy& copy) {
+  claims_.Note(place, TimeInWords(clock_.LocalTime()));
   write("idle");
+  bool hasCome = false;
   try {
-    if (copy()) return true;
+    hasCome = copy();
   } catch (...) {
-    write("ready");
+    if (write("ready")) claims_.Forget(place);
     throw;
   }
-  write("ready");
-  return false;
+  if (hasCome || write("ready")) claims_.Forget(place);
+  return hasCome;
 }
 
 }  // namespace torvik

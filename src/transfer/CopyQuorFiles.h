@@ -47,7 +47,7 @@ class CopyQuorFiles {
   bool FetchByFtp(Remote& remote, const std::string& localDir);
   bool FetchFromShare(Remote& remote, const std::string& localDir);
   template <typename Write, typename Copy>
-  bool Fetch(const Write& write, const Copy& copy);
+  bool Fetch(const std::string& place, const Write& write, const Copy& copy);
 
   RunLog& log_;
   Clock& clock_;

@@ -195,7 +195,7 @@ RemoteStatus FtpFuncModule::FtpReadStatus(const std::string& server, std::string
   return RemoteStatus::KeepPolling;
 }
 
-void FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string& user,
+bool FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string& user,
                                    const std::string& password, std::string& remoteDir,
                                    const std::string& word) try {
   AddSlash(remoteDir);
@@ -205,10 +205,12 @@ void FtpFuncModule::FtpWriteStatus(const std::string& server, const std::string&
   } else if (!session.Connect(server, user, password)) {
     LogWithReason(kNoLogin, server);
   } else if (session.OpenFile(remoteDir + kStatusFile, wininet::FileAccess::Write)) {
-    session.client.InternetWriteFile(session.file, word + "\r\n");
+    return session.client.InternetWriteFile(session.file, word + "\r\n");
   }
+  return false;
 } catch (const std::exception& error) {
   log_.EchoToLog(kUnexpected + WordsOf(error));
+  return false;
 }
 
 std::string TrimAtNul(std::string_view text) {

@@ -43,8 +43,8 @@ class FtpFuncModule {
                              const std::string& user, const std::string& password);
 
   /// Makes the word, and CR LF, the content of the status file in `remoteDir`, to which "/" is
-  /// added.
-  void FtpWriteStatus(const std::string& server, const std::string& user,
+  /// added. False when that failed.
+  bool FtpWriteStatus(const std::string& server, const std::string& user,
                       const std::string& password, std::string& remoteDir, const std::string& word);
 
  private:

@@ -122,6 +122,21 @@ TEST_F(RemoteData, AFetchThatWasKilledIsToldOnce) {
   }
 }
 
+/// The server may have gone for good.
+TEST_F(RemoteData, AClaimThatCannotBeHandedBackIsToldByTheNextPoll) {
+  for (const bool isHandedBack : {true, false}) {
+    status_ = "ready\r\n";
+    internet_.failing["Get "] = {wininet::CannotConnect};
+    if (!isHandedBack) internet_.failing["Write ready"] = {wininet::CannotConnect};
+    EXPECT_FALSE(PollFtp());
+    Log();
+    internet_.failing.clear();
+    status_ = "idle\r\n";
+    PollFtp();
+    EXPECT_EQ(Log().find("fetch not finished") == std::string::npos, isHandedBack);
+  }
+}
+
 TEST_F(RemoteData, IntervalAndDurationLimitTheReads) {
   status_ = "running";
   const struct {
