@@ -174,10 +174,11 @@ class PosixFiles final : public Files {
     for (const std::string& name : DirectoryEntries(linuxPath, error)) {
       // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
       if (name.find('\\') != std::string::npos) continue;
+      const std::string entry = linuxPath + "/" + name;
       struct stat status {};
-      const auto failure = StatusOf(linuxPath + "/" + name, status);
+      const auto failure = StatusOf(entry, status);
       if (!failure && S_ISREG(status.st_mode)) names.push_back(name);
-      if (failure && !error && IsThereItself(linuxPath + "/" + name)) error = failure;
+      if (failure && !error && IsThereItself(entry)) error = failure;
     }
     return error;
   }
