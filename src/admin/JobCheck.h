@@ -21,7 +21,7 @@ namespace torvik::admin {
 /// directory of a drive, which the use of a path makes otherwise.
 struct JobUnderCheck {
   /// Reads the job file. Throws PlatformError when it cannot be read or is no job file.
-  JobUnderCheck(LinuxPlatform& platform, const std::string& file);
+  JobUnderCheck(LinuxPlatform& linux, const std::string& file);
 
   LinuxPlatform& platform;
   PathMap paths;

@@ -1,6 +1,7 @@
 #include "engine/PackageStore.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <random>
@@ -51,7 +52,7 @@ Instant InstantOf(const std::string& date) {
                         "package store");
   utc.tm_year -= 1900;
   utc.tm_mon -= 1;
-  const Milliseconds fraction(static_cast<std::int64_t>(seconds * 1000 + 0.5));
+  const Milliseconds fraction(std::llround(seconds * 1000));
   return Instant(std::chrono::seconds(timegm(&utc))) + fraction;
 }
 

@@ -23,6 +23,7 @@ class PlainReader final : public FileReader {
     if (refused_ && !error) error = make_error_code(FileProblem::NoGzip);
     return error ? 0 : got;
   }
+  void EndOn(const std::atomic<bool>* cancelled) override { file_->EndOn(cancelled); }
 
  private:
   std::unique_ptr<FileReader> file_;
