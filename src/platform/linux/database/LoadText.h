@@ -9,6 +9,9 @@
 /// What the bulk loads of all servers say alike.
 namespace torvik {
 
+/// "INTO table (column, ...)" of a quoted table.
+std::string IntoText(const std::string& table, const std::vector<ado::Column>& columns);
+
 /// The INSERT of one row into a quoted table; `marker` stands for a column's value.
 std::string InsertText(const std::string& table, const std::vector<ado::Column>& columns,
                        const std::function<std::string(const ado::Column&)>& marker);

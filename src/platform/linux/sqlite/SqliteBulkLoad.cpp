@@ -2,14 +2,13 @@
 
 #include <sqlite3.h>
 
-#include <charconv>
-#include <cmath>
-#include <iterator>
+#include <algorithm>
 #include <utility>
 
-#include "platform/NumberText.h"
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteLoadValue.h"
+#include "platform/linux/sqlite/SqliteRowsTable.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
@@ -20,117 +19,217 @@ namespace {
 /// and read again and again. A table without an index needs no more than the usual 2 MiB.
 constexpr const char* kIndexCache = "-32768";
 
+/// A row of more bytes goes alone, so that SQLite's limit of a row meets it alone.
+constexpr std::size_t kMostBytesOfRow = std::size_t{1} << 20;
+
+bool HasRow(SqliteSession& session, const char* sql, const std::string& schema,
+            const std::string& table) {
+  SqliteStatement query(session, sql, "");
+  query.Bind(1, table);
+  query.Bind(2, schema);
+  return query.Step();
+}
+
 bool HasIndex(SqliteSession& session, const std::string& schema, const std::string& table) {
-  SqliteStatement indexes(session, "SELECT 1 FROM pragma_index_list(?1, ?2)", "");
-  indexes.Bind(1, table);
-  indexes.Bind(2, schema);
-  return indexes.Step();
+  return HasRow(session, "SELECT 1 FROM pragma_index_list(?1, ?2)", schema, table);
 }
 
-/// How a column's values are bound.
-enum class Binding { Text, Integer, Number, Bytes };
+/// True when a refused row leaves the rows before it in place, with INSERT OR FAIL, and OR FAIL
+/// changes nothing else (https://sqlite.org/lang_conflict.html): it would outdo the table's own ON
+/// CONFLICT and reach into triggers; foreign keys, and types that are strict, end the statement
+/// with all of its rows.
+bool TakesRowsTogether(SqliteSession& session, const std::string& schema,
+                       const std::string& table) {
+  const std::string catalogue = QuotedName(schema) + ".sqlite_schema";
+  const std::string plain =
+      "SELECT 1 FROM pragma_table_list AS t JOIN " + catalogue +
+      " AS s ON s.name = t.name COLLATE NOCASE WHERE t.name = ?1 COLLATE NOCASE"
+      " AND t.schema = ?2 COLLATE NOCASE AND t.type = 'table' AND NOT t.strict"
+      " AND s.type = 'table' AND s.sql NOT LIKE '%CONFLICT%'";
+  const std::string triggers = "SELECT 1 FROM (SELECT type, tbl_name FROM " + catalogue +
+                               " UNION ALL SELECT type, tbl_name FROM temp.sqlite_schema)"
+                               " WHERE type = 'trigger' AND tbl_name = ?1 COLLATE NOCASE"
+                               " AND ?2 <> ''";
+  return HasRow(session, plain.c_str(), schema, table) &&
+         !HasRow(session, triggers.c_str(), schema, table) &&
+         !HasRow(session, "SELECT 1 FROM pragma_foreign_key_list(?1, ?2)", schema, table);
+}
 
-Binding BindingOf(ado::ColumnKind kind) {
-  switch (kind) {
-    case ado::ColumnKind::Integer:
-    case ado::ColumnKind::Boolean: return Binding::Integer;
-    case ado::ColumnKind::Decimal:
-    case ado::ColumnKind::Real: return Binding::Number;
-    case ado::ColumnKind::Binary: return Binding::Bytes;
-    default: return Binding::Text;
+/// The column that is the row's number in SQLite; empty when none is. It takes nothing but whole
+/// numbers, and another value ends a statement with all of its rows.
+std::string RowNumberColumn(SqliteSession& session, const std::string& schema,
+                            const std::string& table) {
+  SqliteStatement key(session,
+                      "SELECT max(name) FROM pragma_table_info(?1, ?2) WHERE pk > 0"
+                      " HAVING count(*) = 1 AND max(type) = 'INTEGER' COLLATE NOCASE",
+                      "");
+  key.Bind(1, table);
+  key.Bind(2, schema);
+  if (!key.Step()) return "";
+  const ado::Value name = key.Column(0);
+  const auto* text = std::get_if<std::string>(&name);
+  return text ? *text : "";
+}
+
+/// A value as a parameter's. SQLite copies none of its bytes.
+struct ParameterSink {
+  sqlite3_stmt* statement;
+  int position;
+  int Null() const { return sqlite3_bind_null(statement, position); }
+  int Integer(std::int64_t number) const { return sqlite3_bind_int64(statement, position, number); }
+  int Real(double number) const { return sqlite3_bind_double(statement, position, number); }
+  int Text(const char* data, std::size_t size) const {
+    return sqlite3_bind_text64(statement, position, data, size, SQLITE_STATIC, SQLITE_UTF8);
   }
-}
-
-/// True when the whole of `text` is a number of that type; an infinity or "nan" is none.
-template <typename Number>
-bool ReadNumber(std::string_view text, Number& number) {
-  const auto read = NumberOf<Number>(text);
-  if (!read || !std::isfinite(static_cast<double>(*read))) return false;
-  number = *read;
-  return true;
-}
-
-/// The digits that make a number, without those that only say how large it is; the exponent is left
-/// out. Empty when it is no plain number.
-std::string Significant(std::string_view text) {
-  std::string digits;
-  for (const char c : text.substr(0, text.find('e'))) {
-    if (c >= '0' && c <= '9') {
-      if (c != '0' || !digits.empty()) digits += c;
-    } else if (c != '.' && c != '-') {
-      return "";
-    }
+  int Bytes(const char* data, std::size_t size) const {
+    return sqlite3_bind_blob64(statement, position, data, size, SQLITE_STATIC);
   }
-  digits.erase(digits.find_last_not_of('0') + 1);
-  return digits;
-}
+};
 
-/// True when a decimal is the same after it has been a double.
-bool IsKept(std::string_view text) {
-  constexpr std::size_t kSure = 15;
-  if (text.size() <= kSure) return true;
-  std::int64_t whole = 0;
-  double real = 0;
-  const std::string digits = Significant(text);
-  if (digits.size() <= kSure || ReadNumber(text, whole) || !ReadNumber(text, real)) return true;
-  char back[80];
-  const auto end = std::to_chars(back, std::end(back), real, std::chars_format::scientific,
-                                 static_cast<int>(digits.size() - 1));
-  return end.ec == std::errc() &&
-         digits == Significant({back, static_cast<std::size_t>(end.ptr - back)});
-}
-
-/// One INSERT, compiled once. It calls the library directly: a row passes here for every line of
-/// the largest files, and its bytes are bound where they lie.
+/// Rows that nothing but a constraint can refuse go together, by one statement that reads them from
+/// a virtual table; the others, and those of tables where that would not do the same, one by one.
+/// It calls the library directly: a row passes here for every line of the largest files.
 class SqliteBulkLoad final : public ado::BulkLoad {
  public:
   SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const std::string& schema,
                  const std::string& table, const std::vector<ado::Column>& columns)
-      : session_(std::move(session)), place_("table " + table) {
-    for (const ado::Column& column : columns) {
-      if (column.kind == ado::ColumnKind::Decimal && column.precision > 0)
-        decimals_.emplace_back(bindings_.size(), column.name);
-      bindings_.push_back(BindingOf(column.kind));
+      : session_(std::move(session)),
+        place_("table " + table),
+        storages_(StoragesOf(columns)),
+        together_(*session_, storages_) {
+    const std::string rowNumber = RowNumberColumn(*session_, schema, table);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (columns[i].kind == ado::ColumnKind::Decimal && columns[i].precision > 0)
+        decimals_.emplace_back(i, columns[i].name);
+      if (!rowNumber.empty() && columns[i].name == rowNumber) rowNumber_ = i;
     }
     if (HasIndex(*session_, schema, table))
       session_->Run("PRAGMA " + QuotedName(schema) + ".cache_size = " + kIndexCache);
-    const std::string sql = InsertText(QuotedName(schema) + "." + QuotedName(table), columns,
-                                       [](const ado::Column&) { return "?"; });
+    const std::string into = QuotedName(schema) + "." + QuotedName(table);
     session_->BeginStatement();
-    if (sqlite3_prepare_v3(session_->Handle(), sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &insert_,
-                           nullptr) != SQLITE_OK)
-      throw session_->Failure(place_);
+    insertOne_ = Prepare(InsertText(into, columns, [](const ado::Column&) { return "?"; }));
+    if (TakesRowsTogether(*session_, schema, table))
+      insertMany_ = Prepare("INSERT OR FAIL " + IntoText(into, columns) + " SELECT * FROM " +
+                            together_.Name());
   }
-  ~SqliteBulkLoad() override { sqlite3_finalize(insert_); }
-  SqliteBulkLoad(const SqliteBulkLoad&) = delete;
-  SqliteBulkLoad& operator=(const SqliteBulkLoad&) = delete;
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
-    if (const std::string problem = WidthProblem(rows, bindings_.size()); !problem.empty())
+    if (const std::string problem = WidthProblem(rows, storages_.size()); !problem.empty())
       throw session_->Refusal(place_ + ": " + problem);
     session_->BeginStatement();
-    const bool isInTransaction = sqlite3_get_autocommit(session_->Handle()) == 0;
+    isInTransaction_ = sqlite3_get_autocommit(session_->Handle()) == 0;
     const std::size_t before = refused.size();
-    for (std::size_t row = 0; row < rows.Count(); ++row) {
-      if (const std::string misfit = MisfitOf(rows.Row(row)); !misfit.empty()) {
-        refused.push_back({row, 0, place_ + misfit});
-        if (refused.size() - before > tolerated) return;
-        continue;
-      }
-      if (Insert(rows.Row(row))) continue;
-      const PlatformError error = session_->Failure(place_);
-      // A trigger may have rolled the whole transaction back.
-      const bool isLost = isInTransaction && sqlite3_get_autocommit(session_->Handle()) != 0;
-      if (isLost || !IsRefusal(error.number)) throw error;
-      refused.push_back({row, error.number, error.Description()});
-      if (refused.size() - before > tolerated) return;
+    for (std::size_t row = 0; row < rows.Count() && refused.size() - before <= tolerated;) {
+      const std::size_t together = CountTogether(rows, row);
+      row += together > 0 ? InsertMany(rows, row, together, refused)
+                          : InsertOne(rows.Row(row), row, refused);
     }
   }
 
   std::int64_t Finish() override { return rows_; }
 
  private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+  };
+  using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
+
+  static std::vector<SqliteStorage> StoragesOf(const std::vector<ado::Column>& columns) {
+    std::vector<SqliteStorage> storages;
+    for (const ado::Column& column : columns) storages.push_back(SqliteStorageOf(column.kind));
+    return storages;
+  }
+
+  Statement Prepare(const std::string& sql) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v3(session_->Handle(), sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT,
+                           &statement, nullptr) != SQLITE_OK)
+      throw session_->Failure(place_);
+    return Statement(statement);
+  }
+
+  /// How many rows from `first` on may go together; without a transaction each is committed alone.
+  std::size_t CountTogether(const ado::LoadRows& rows, std::size_t first) const {
+    if (!insertMany_ || !isInTransaction_) return 0;
+    std::size_t end = first;
+    while (end < rows.Count() && MayGoTogether(rows.Row(end))) ++end;
+    return end - first;
+  }
+
+  bool MayGoTogether(std::span<const ado::LoadValue> row) const {
+    std::size_t bytes = 0;
+    for (const ado::LoadValue& value : row) bytes += value.IsText() ? value.Text().size() : 0;
+    if (bytes > kMostBytesOfRow || !MisfitOf(row).empty()) return false;
+    if (rowNumber_ == SIZE_MAX) return true;
+    const ado::LoadValue& value = row[rowNumber_];
+    std::int64_t number = 0;
+    return value.IsNull() || value.GetKind() == ado::LoadValue::Kind::Integer ||
+           (value.IsText() && ReadNumber(value.Text(), number));
+  }
+
+  /// Decimals are kept as numbers of 15 digits: one of more is refused where its column promises
+  /// to keep them.
+  std::string MisfitOf(std::span<const ado::LoadValue> row) const {
+    for (const auto& [position, name] : decimals_) {
+      const ado::LoadValue& value = row[position];
+      if (value.IsText() && !IsKeptDecimal(value.Text()))
+        return ", column " + name + ": the server keeps 15 digits of " + std::string(value.Text()) +
+               "; round it, or give the column a text type";
+    }
+    return {};
+  }
+
+  /// Answers how many rows it has dealt with: up to the first that is refused, or all.
+  std::size_t InsertMany(const ado::LoadRows& rows, std::size_t first, std::size_t count,
+                         std::vector<ado::Refusal>& refused) {
+    together_.Show({rows.values.subspan(first * rows.width, count * rows.width), rows.width});
+    const bool isDone = Step(insertMany_.get());
+    const std::int64_t inserted = sqlite3_changes64(session_->Handle());
+    const std::size_t passed = isDone ? count : together_.Position();
+    if (!isDone) Refuse(first + passed, refused);
+    if (inserted != static_cast<std::int64_t>(passed))
+      throw session_->Refusal(place_ + ": " + std::to_string(passed) +
+                              " rows were sent but the server took " + std::to_string(inserted));
+    rows_ += inserted;
+    return isDone ? count : passed + 1;
+  }
+
+  std::size_t InsertOne(std::span<const ado::LoadValue> values, std::size_t row,
+                        std::vector<ado::Refusal>& refused) {
+    if (const std::string misfit = MisfitOf(values); !misfit.empty()) {
+      refused.push_back({row, 0, place_ + misfit});
+    } else if (Bind(values) && Step(insertOne_.get())) {
+      rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
+    } else {
+      Refuse(row, refused);
+    }
+    return 1;
+  }
+
+  bool Bind(std::span<const ado::LoadValue> values) {
+    for (std::size_t i = 0; i < values.size(); ++i)
+      if (StoreValue(values[i], storages_[i],
+                     ParameterSink{insertOne_.get(), static_cast<int>(i) + 1}) != SQLITE_OK)
+        return false;
+    return true;
+  }
+
+  static bool Step(sqlite3_stmt* statement) {
+    const int code = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    return code == SQLITE_DONE;
+  }
+
+  /// Keeps the error that SQLite has just reported of the row; throws one that does not lie in it.
+  void Refuse(std::size_t row, std::vector<ado::Refusal>& refused) {
+    const PlatformError error = session_->Failure(place_);
+    // A trigger may have rolled the whole transaction back.
+    const bool isLost = isInTransaction_ && sqlite3_get_autocommit(session_->Handle()) != 0;
+    if (isLost || !IsRefusal(error.number)) throw error;
+    refused.push_back({row, error.number, error.Description()});
+  }
+
   /// True for an error that lies in the row.
   static bool IsRefusal(long code) {
     switch (code & 0xFF) {
@@ -141,64 +240,14 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     }
   }
 
-  /// Decimals are kept as numbers of 15 digits: one of more is refused where its column promises
-  /// to keep them.
-  std::string MisfitOf(std::span<const ado::LoadValue> row) const {
-    for (const auto& [position, name] : decimals_) {
-      const ado::LoadValue& value = row[position];
-      if (value.IsText() && !IsKept(value.Text()))
-        return ", column " + name + ": the server keeps 15 digits of " + std::string(value.Text()) +
-               "; round it, or give the column a text type";
-    }
-    return {};
-  }
-
-  bool Insert(std::span<const ado::LoadValue> row) {
-    for (std::size_t i = 0; i < row.size(); ++i)
-      if (Bind(static_cast<int>(i) + 1, bindings_[i], row[i]) != SQLITE_OK) return false;
-    const int code = sqlite3_step(insert_);
-    sqlite3_reset(insert_);
-    if (code != SQLITE_DONE) return false;
-    rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
-    return true;
-  }
-
-  int Bind(int position, Binding binding, const ado::LoadValue& value) {
-    switch (value.GetKind()) {
-      case ado::LoadValue::Kind::Null: return sqlite3_bind_null(insert_, position);
-      case ado::LoadValue::Kind::Integer:
-        return sqlite3_bind_int64(insert_, position, value.Integer());
-      case ado::LoadValue::Kind::Real: return sqlite3_bind_double(insert_, position, value.Real());
-      case ado::LoadValue::Kind::Text: break;
-    }
-    return BindText(position, binding, value.Text());
-  }
-
-  int BindText(int position, Binding binding, std::string_view value) {
-    // A null pointer would be bound as NULL, not as an empty text.
-    const char* data = value.data() ? value.data() : "";
-    std::int64_t whole = 0;
-    double real = 0;
-    switch (binding) {
-      case Binding::Integer:
-        if (ReadNumber(value, whole)) return sqlite3_bind_int64(insert_, position, whole);
-        break;
-      case Binding::Number:
-        if (ReadNumber(value, whole)) return sqlite3_bind_int64(insert_, position, whole);
-        if (ReadNumber(value, real)) return sqlite3_bind_double(insert_, position, real);
-        break;
-      case Binding::Bytes:
-        return sqlite3_bind_blob64(insert_, position, data, value.size(), SQLITE_STATIC);
-      case Binding::Text: break;
-    }
-    return sqlite3_bind_text64(insert_, position, data, value.size(), SQLITE_STATIC, SQLITE_UTF8);
-  }
-
   const std::shared_ptr<SqliteSession> session_;
   const std::string place_;
-  std::vector<Binding> bindings_;
+  const std::vector<SqliteStorage> storages_;
   std::vector<std::pair<std::size_t, std::string>> decimals_;  ///< Their places and names.
-  sqlite3_stmt* insert_ = nullptr;
+  std::size_t rowNumber_ = SIZE_MAX;                           ///< That column's place.
+  SqliteRowsTable together_;
+  Statement insertOne_, insertMany_;
+  bool isInTransaction_ = false;
   std::int64_t rows_ = 0;
 };
 

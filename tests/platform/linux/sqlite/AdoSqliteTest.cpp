@@ -407,5 +407,82 @@ TEST_F(AdoSqlite, ARowIsRefusedForWhatIsInItAndABatchGoesOnWithTheOthers) {
   EXPECT_THAT(ErrorOf([&] { load->Load({lost, 4}, 5, refused); }), HasSubstr("all undone"));
 }
 
+/// In a transaction rows go together, without one each goes alone: whatever a table has, both must
+/// keep and refuse the same.
+TEST_F(AdoSqlite, RowsThatGoTogetherAreKeptAndRefusedAsOnesThatGoAlone) {
+  Do("CREATE TABLE p (id INT PRIMARY KEY); INSERT INTO p VALUES (1)");
+  const struct {
+    const char *table, *more;
+    const char* refused;  ///< Which rows; the last one is sent once more.
+  } cases[] = {
+      {"(a INT, b TEXT, c DECIMAL(20, 2))", "", "1 "},
+      {"(a INT PRIMARY KEY, b TEXT NOT NULL, c REAL CHECK (c < 5))", "", "2 3 5 6 7 0 "},
+      {"(a INTEGER PRIMARY KEY, b TEXT, c)", "", "2 4 6 0 "},
+      {"(a INTEGER PRIMARY KEY AUTOINCREMENT, b TEXT, c, d AS (b || c) UNIQUE)", "", "2 4 6 0 "},
+      {"(a TEXT PRIMARY KEY, b, c) WITHOUT ROWID", "", "2 3 6 0 "},
+      {"(a INT UNIQUE ON CONFLICT REPLACE, b NOT NULL ON CONFLICT IGNORE, c)", "", ""},
+      {"(a INT, b TEXT, c REAL) STRICT", "", "4 "},
+      {"(a INT REFERENCES p, b, c)", "", "1 4 5 6 7 0 "},
+      {"(a INT, b, c)", "CREATE UNIQUE INDEX i ON t (abs(a)) WHERE b <> 'five'", "2 0 "},
+      {"(a INT, b UNIQUE, c)",
+       "CREATE TRIGGER g BEFORE INSERT ON t WHEN new.b = 'two' BEGIN SELECT RAISE(IGNORE); END;"
+       "CREATE TRIGGER h AFTER INSERT ON t BEGIN UPDATE t SET c = c + 1 WHERE a = new.a; END",
+       "6 0 "},
+      {"(a INT, b, c)",
+       "CREATE TEMP TRIGGER g AFTER INSERT ON main.t BEGIN INSERT INTO p VALUES (new.a); END",
+       "0 2 6 0 "}};
+  const std::vector<ado::LoadValue> rows = {std::int64_t{1},
+                                            "one",
+                                            1.5,
+                                            "2",
+                                            "two",
+                                            "0.30000000000000000001",
+                                            std::int64_t{1},
+                                            "once",
+                                            "3",
+                                            {},
+                                            {},
+                                            std::int64_t{3},
+                                            "x",
+                                            "two",
+                                            "4",
+                                            "5",
+                                            "five",
+                                            9.0,
+                                            std::int64_t{5},
+                                            "five",
+                                            "6.5",
+                                            "7",
+                                            "seven",
+                                            std::int64_t{7}};
+  const std::vector<std::string> columns = {"c", "a", "b"};
+  std::vector<ado::LoadValue> turned;
+  for (std::size_t i = 0; i < rows.size(); i += 3)
+    turned.insert(turned.end(), {rows[i + 2], rows[i], rows[i + 1]});
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.table);
+    std::string kept[2], why[2];
+    for (const bool together : {false, true}) {
+      Do("DROP TABLE IF EXISTS t; DELETE FROM p WHERE id <> 1; CREATE TABLE t " +
+         std::string(c.table) + ";" + c.more);
+      if (together) dw_->BeginTrans();
+      const auto load = dw_->OpenBulkLoad("t", columns);
+      std::vector<ado::Refusal> refused;
+      load->Load({turned, 3}, 99, refused);
+      load->Load({std::span(turned).last(3), 3}, 0, refused);
+      kept[together] = std::to_string(load->Finish()) + "\n" + Rows("SELECT * FROM t");
+      if (together) dw_->CommitTrans();
+      std::string which;
+      for (const ado::Refusal& one : refused) {
+        which += std::to_string(one.row) + " ";
+        why[together] += one.description + "\n";
+      }
+      EXPECT_EQ(c.refused, which) << why[together];
+    }
+    EXPECT_EQ(kept[false], kept[true]);
+    EXPECT_EQ(why[false], why[true]);
+  }
+}
+
 }  // namespace
 }  // namespace torvik
