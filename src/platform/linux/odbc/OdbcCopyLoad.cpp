@@ -1,8 +1,11 @@
 #include "platform/linux/odbc/OdbcCopyLoad.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/odbc/OdbcSession.h"
 #include "platform/linux/odbc/OdbcUndo.h"
@@ -10,7 +13,8 @@
 namespace torvik {
 namespace {
 
-constexpr std::size_t kMostRowsOfCopy = 4096;
+/// So many rows, of which the server refuses one, are sent again by INSERT, which tells them apart.
+constexpr std::size_t kMostRowsToTellApart = 256;
 
 class OdbcCopyLoad final : public ado::BulkLoad {
  public:
@@ -25,42 +29,45 @@ class OdbcCopyLoad final : public ado::BulkLoad {
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
     if (rows.width != width_) return inserts_->Load(rows, tolerated, refused);  // it says so
+    std::vector<std::size_t> fits, others;
+    for (std::size_t row = 0; row < rows.Count(); ++row)
+      (usesCopy_ && copy_.Fits(rows.Row(row)) ? fits : others).push_back(row);
     const std::size_t before = refused.size();
-    for (std::size_t first = 0; first < rows.Count(); first += kMostRowsOfCopy) {
-      const std::size_t count = std::min(kMostRowsOfCopy, rows.Count() - first);
-      const std::size_t soFar = refused.size() - before;
-      if (soFar > tolerated) return;
-      LoadBatch({rows.values.subspan(first * rows.width, count * rows.width), rows.width}, first,
-                tolerated - soFar, refused);
-    }
+    CopyOrInsert(rows, fits, before + tolerated, refused);
+    Insert(rows, others, before + tolerated, refused);
+    std::ranges::sort(refused.begin() + static_cast<std::ptrdiff_t>(before), refused.end(), {},
+                      &ado::Refusal::row);
   }
 
   std::int64_t Finish() override { return rows_ + inserts_->Finish(); }
 
  private:
-  /// `first` is the batch's first row among those that were given.
-  void LoadBatch(const ado::LoadRows& batch, std::size_t first, std::size_t tolerated,
-                 std::vector<ado::Refusal>& refused) {
-    std::vector<std::size_t> fits, others;
-    for (std::size_t row = 0; row < batch.Count(); ++row)
-      (usesCopy_ && copy_.Fits(batch.Row(row)) ? fits : others).push_back(row);
-    const bool isCopied = Copy(batch, fits);
-    if (!isCopied) {
-      others.insert(others.end(), fits.begin(), fits.end());
-      std::ranges::sort(others);
+  using Which = std::span<const std::size_t>;
+
+  /// Halves what the server does not take whole, until little is left around a refused row. More
+  /// than `most` refusals end it.
+  void CopyOrInsert(const ado::LoadRows& rows, Which which, std::size_t most,
+                    std::vector<ado::Refusal>& refused) {
+    if (refused.size() > most) return;
+    if (!usesCopy_) return Insert(rows, which, most, refused);
+    if (Copy(rows, which)) return;
+    if (which.size() > kMostRowsToTellApart) {
+      CopyOrInsert(rows, which.first(which.size() / 2), most, refused);
+      CopyOrInsert(rows, which.subspan(which.size() / 2), most, refused);
+      return;
     }
     const std::size_t before = refused.size();
-    Insert(batch, others, first, tolerated, refused);
+    Insert(rows, which, most, refused);
     // When every row can be inserted it is the copy that the server does not take.
-    if (!isCopied && refused.size() == before) usesCopy_ = false;
+    if (refused.size() == before) usesCopy_ = false;
   }
 
   /// False, and none of the rows is there, when the server refuses one of them.
-  bool Copy(const ado::LoadRows& batch, const std::vector<std::size_t>& which) {
+  bool Copy(const ado::LoadRows& rows, Which which) {
     if (which.empty()) return true;
     OdbcUndo undo(*session_, "torvik_copy");
     try {
-      rows_ += copy_.Copy(batch, which);
+      rows_ += copy_.Copy(rows, which);
       undo.Keep();
       return true;
     } catch (const PlatformError& error) {
@@ -70,16 +77,15 @@ class OdbcCopyLoad final : public ado::BulkLoad {
     return false;
   }
 
-  void Insert(const ado::LoadRows& batch, const std::vector<std::size_t>& which, std::size_t first,
-              std::size_t tolerated, std::vector<ado::Refusal>& refused) {
-    if (which.empty()) return;
+  void Insert(const ado::LoadRows& rows, Which which, std::size_t most,
+              std::vector<ado::Refusal>& refused) {
+    if (which.empty() || refused.size() > most) return;
     std::vector<ado::LoadValue> values;
     for (const std::size_t row : which)
-      values.insert(values.end(), batch.Row(row).begin(), batch.Row(row).end());
+      values.insert(values.end(), rows.Row(row).begin(), rows.Row(row).end());
     const std::size_t before = refused.size();
-    inserts_->Load({values, batch.width}, tolerated, refused);
-    for (std::size_t i = before; i < refused.size(); ++i)
-      refused[i].row = first + which[refused[i].row];
+    inserts_->Load({values, rows.width}, most - before, refused);
+    for (std::size_t i = before; i < refused.size(); ++i) refused[i].row = which[refused[i].row];
   }
 
   const std::shared_ptr<OdbcSession> session_;

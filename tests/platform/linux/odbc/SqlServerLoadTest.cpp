@@ -154,12 +154,22 @@ TEST(SqlServerLoad, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting)
   }
   EXPECT_EQ(
       "batch SAVE_copy\nbatch SET\nbatch insert\nbulk 'a'\nbatch ROLLBACK_copy\nbatch SAVE_load\n"
-      "rpc sp_prepare\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\n"
+      "rpc sp_prepare\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\n"
       "batch ROLLBACK_load\nbatch SAVE_load\nrpc sp_prepexec\nbatch SAVE_load\nrpc sp_unprepare\n"
       "rpc sp_prepexec\nbatch ROLLBACK_load\nbatch SAVE_load\nrpc sp_execute\nbatch SAVE_load\n"
+      "rpc sp_unprepare\nrpc sp_prepexec\nbatch ROLLBACK_load\nbatch SAVE_load\n"
       "rpc sp_unprepare\nrpc sp_prepexec\nbatch ROLLBACK_load\n",
       steps);
   EXPECT_EQ(4, load->Finish());
+  rows.clear();
+  for (int i = 0; i < 1000; ++i)
+    for (const ado::LoadValue& value : row(i == 601 ? "twice" : "a")) rows.push_back(value);
+  sent = peer.Log(0).size();
+  EXPECT_THAT(Refused(*load, rows, names.size()), StartsWith("601 table "));
+  std::size_t copies = 0;
+  for (const std::string& line : peer.Log(sent)) copies += line.starts_with("bulk ");
+  EXPECT_EQ(5U, copies) << "1000, 500, 500, 250 with the refused row, 250";
+  EXPECT_EQ(1003, load->Finish());
   std::vector<ado::Refusal> refused;
   try {
     load->Load({row("dead"), names.size()}, 9, refused);
