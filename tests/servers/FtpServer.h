@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "servers/Certificate.h"
 #include "servers/PrivateServer.h"
 
 namespace torvik {
@@ -50,14 +51,9 @@ class FtpServer {
   }
 
   std::string Tls() const {
-    const std::string key = own_.PathOf("key.pem");
-    OutputOf(
-        "umask 077; openssl req -x509 -days 1 -nodes -newkey ec -pkeyopt "
-        "ec_paramgen_curve:prime256v1 -subj '/CN=torvik test' -addext "
-        "subjectAltName=IP:127.0.0.1 -keyout " +
-        key + " -out " + Certificate() + " 2>" + own_.PathOf("output"));
+    const std::string certificate = NewCertificate(own_);
     return "LoadModule mod_tls.c\nTLSEngine on\nTLSRequired on\nTLSECCertificateFile " +
-           Certificate() + "\nTLSECCertificateKeyFile " + key + "\n";
+           certificate + "\nTLSECCertificateKeyFile " + certificate + "\n";
   }
 
   const TemporaryDirectory own_;

@@ -5,12 +5,14 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "platform/linux/sqlite/EmbeddedFixture.h"
+#include "servers/Certificate.h"
 
 namespace torvik {
 
@@ -19,7 +21,9 @@ inline constexpr const char* kPassword = "ge;heim{}";
 /// A process of its own that speaks as a SQL Server does and answers by a script.
 class TdsPeer {
  public:
-  explicit TdsPeer(const std::string& script) {
+  /// With `isEncrypted` it takes nothing but TLS.
+  explicit TdsPeer(const std::string& script, bool isEncrypted = false) {
+    const std::string certificate = isEncrypted ? NewCertificate(disk_) : "";
     disk_.Write("script", script);
     disk_.Write("log", "");
     int output[2];
@@ -30,7 +34,7 @@ class TdsPeer {
       dup2(output[1], STDOUT_FILENO);
       const std::string program = TORVIK_SOURCE_DIR "/tests/servers/tds-peer.py";
       execlp("python3", "python3", program.c_str(), disk_.PathOf("script").c_str(),
-             disk_.PathOf("log").c_str(), nullptr);
+             disk_.PathOf("log").c_str(), isEncrypted ? certificate.c_str() : nullptr, nullptr);
       _exit(127);
     }
     close(output[1]);
@@ -44,10 +48,14 @@ class TdsPeer {
   TdsPeer(const TdsPeer&) = delete;
   TdsPeer& operator=(const TdsPeer&) = delete;
 
-  std::unique_ptr<ado::Connection> NewConnection(const std::string& password = kPassword) const {
+  /// `more` are further keys of the server's section in the settings.
+  std::unique_ptr<ado::Connection> NewConnection(
+      const std::string& password = kPassword,
+      const std::map<std::string, std::string>& more = {}) const {
     Settings settings;
     settings.servers["dw"] = {
         "odbc", "", {{"driver", "FreeTDS"}, {"host", "127.0.0.1"}, {"port", port_}}};
+    for (const auto& [key, value] : more) settings.servers["dw"].options[key] = value;
     auto connection = NewAdoProvider(settings)->NewConnection();
     connection->SetProvider("SQLOLEDB");
     connection->SetConnectionTimeout(10);

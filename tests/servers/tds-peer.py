@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Speaks as much of SQL Server's protocol (TDS 7.4) as a driver needs, and answers by a script.
 
-usage: tds-peer.py SCRIPT LOG
+usage: tds-peer.py SCRIPT LOG [CERTIFICATE]
 
+With a certificate, whose file holds the key too, all is encrypted.
 Writes its loopback port to stdout, then to LOG one line for all that a client sends: "logon ...",
 "batch TEXT", "rpc NAME PARAMETER | ...", "bulk VALUE | VALUE; ..." or "attention". The first block of SCRIPT whose "when" text
 is part of the line answers it; where there is none, a success without rows does.
@@ -16,8 +17,8 @@ is part of the line answers it; where there is none, a success without rows does
 import datetime
 import decimal
 import re
-import socket
 import socketserver
+import ssl
 import struct
 import sys
 import uuid
@@ -219,25 +220,53 @@ class Rows(Call):
         return str(int.from_bytes(data, "little", signed=len(data) > 1))
 
 
+class Encrypted:
+    """A socket's bytes within TLS, once the handshake is done."""
+
+    def __init__(self, request, tls, arrived, leaving):
+        self.request, self.tls, self.arrived, self.leaving = request, tls, arrived, leaving
+
+    def recv(self, count):
+        while True:
+            try:
+                return self.tls.read(count)
+            except ssl.SSLWantReadError:
+                data = self.request.recv(16384)
+                self.arrived.write(data)
+                if not data:
+                    return b""
+
+    def sendall(self, data):
+        self.tls.write(data)
+        self.request.sendall(self.leaving.read())
+
+
 class Client(socketserver.BaseRequestHandler):
     transaction = 0
     deaf = False
 
+    def take(self, count):
+        data = b""
+        while len(data) < count:
+            part = self.request.recv(count - len(data))
+            if not part:
+                raise ConnectionError
+            data += part
+        return data
+
     def receive(self):
         data, is_last = b"", False
         while not is_last:
-            head = self.request.recv(8, socket.MSG_WAITALL)
-            if len(head) < 8:
-                raise ConnectionError
+            head = self.take(8)
             kind, is_last = head[0], head[1] & 1
-            data += self.request.recv(struct.unpack(">H", head[2:4])[0] - 8, socket.MSG_WAITALL)
+            data += self.take(struct.unpack(">H", head[2:4])[0] - 8)
         return kind, data
 
-    def send(self, data, is_whole=True):
+    def send(self, data, is_whole=True, kind=ANSWER):
         for at in range(0, len(data), 4000):
             part = data[at:at + 4000]
             is_last = is_whole and at + 4000 >= len(data)
-            self.request.sendall(struct.pack(">BBHHBB", ANSWER, is_last, len(part) + 8, 0, 1, 0) + part)
+            self.request.sendall(struct.pack(">BBHHBB", kind, is_last, len(part) + 8, 0, 1, 0) + part)
 
     def log(self, line):
         with open(sys.argv[2], "a", encoding="utf-8") as log:
@@ -273,11 +302,32 @@ class Client(socketserver.BaseRequestHandler):
         self.send(out + done(failed, rows))
 
     def prelogin(self):
-        values = [bytes([15, 0, 7, 208, 0, 0]), b"\x02"]  # version; no encryption
+        values = [bytes([15, 0, 7, 208, 0, 0]), b"\x01" if CERTIFICATE else b"\x02"]  # version; encryption
         start, options = 5 * len(values) + 1, b""
         for kind, value in enumerate(values):
             options += struct.pack(">BHH", kind, start + len(b"".join(values[:kind])), len(value))
         self.send(options + b"\xff" + b"".join(values))
+        if CERTIFICATE:
+            self.encrypt()
+
+    def encrypt(self):
+        """The handshake goes in packets of the protocol, and all that follows within the encryption."""
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(CERTIFICATE)
+        context.maximum_version = ssl.TLSVersion.TLSv1_2  # TDS 7.4 has no later one
+        arrived, leaving = ssl.MemoryBIO(), ssl.MemoryBIO()
+        tls, is_done = context.wrap_bio(arrived, leaving, server_side=True), False
+        while not is_done:
+            arrived.write(self.receive()[1])
+            try:
+                tls.do_handshake()
+                is_done = True
+            except ssl.SSLWantReadError:
+                pass
+            if leaving.pending:
+                self.send(leaving.read(), kind=PRELOGIN)
+        self.request = Encrypted(self.request, tls, arrived, leaving)
+        self.log("encrypted")
 
     def logon(self, data):
         def field(position):
@@ -343,7 +393,7 @@ class Client(socketserver.BaseRequestHandler):
         try:
             while True:
                 self.respond(*self.receive())
-        except (ConnectionError, OSError):
+        except OSError:  # ssl.SSLError is one
             pass
 
 
@@ -359,6 +409,7 @@ def load(path):
 
 if __name__ == "__main__":
     SCRIPT = load(sys.argv[1])
+    CERTIFICATE = next(iter(sys.argv[3:]), None)
     with socketserver.ThreadingTCPServer(("127.0.0.1", 0), Client) as server:
         server.daemon_threads = True
         print(server.server_address[1], flush=True)

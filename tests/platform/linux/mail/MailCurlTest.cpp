@@ -6,6 +6,7 @@
 
 #include "platform/PlatformError.h"
 #include "scenarios/Sandbox.h"
+#include "servers/Certificate.h"
 #include "servers/PrivateServer.h"
 
 namespace torvik {
@@ -45,13 +46,8 @@ class MailCurlTest : public testing::Test {
   /// With its key, made once.
   static std::string Certificate() {
     static const TemporaryDirectory disk;
-    static const std::string made = OutputOf(
-        "openssl req -x509 -days 1 -nodes -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -subj "
-        "'/CN=torvik test' -addext subjectAltName=IP:127.0.0.1 -keyout " +
-        disk.PathOf("both.pem") + " -out " + disk.PathOf("certificate") + " 2>" +
-        disk.PathOf("output") + "; cat " + disk.PathOf("certificate") + " >>" +
-        disk.PathOf("both.pem"));
-    return disk.PathOf("both.pem");
+    static const std::string made = NewCertificate(disk);
+    return made;
   }
 
   TemporaryDirectory disk_;

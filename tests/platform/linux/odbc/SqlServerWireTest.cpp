@@ -36,6 +36,36 @@ TEST(SqlServerWire, TheLogonCarriesWhatWasSetAndHidesThePassword) {
               AllOf(HasSubstr("cannot be given the value of PWD"), Not(HasSubstr("geh"))));
 }
 
+TEST(SqlServerWire, AConnectionIsEncryptedAsTheServerAndTheSettingsWantIt) {
+  const std::string script = "when SELECT\ncolumns n int\nrow 7\n";
+  const TdsPeer encrypted(script, true), plain(script);
+  const struct {
+    const TdsPeer& peer;
+    const char* setting;
+    bool isEncrypted;
+    const char* error;
+  } cases[] = {{encrypted, "require", true, ""},
+               {encrypted, "request", true, ""},
+               {encrypted, "off", true, ""},
+               {plain, "request", false, ""},
+               {plain, "require", false, "Unable to connect"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.setting);
+    const std::size_t before = c.peer.Log(0).size();
+    const auto connection = c.peer.NewConnection(kPassword, {{"encryption", c.setting}});
+    const std::string error = ErrorOf([&] { connection->Open(); });
+    EXPECT_THAT(error, HasSubstr(c.error));
+    EXPECT_EQ(*c.error == '\0', error.empty());
+    const std::vector<std::string> log = c.peer.Log(before);
+    EXPECT_EQ(c.isEncrypted, !log.empty() && log.front() == "encrypted");
+    if (error.empty()) {
+      EXPECT_EQ("7", RowsOf(*connection, "SELECT n FROM t"));
+    } else {
+      EXPECT_THAT(log, testing::Each(Not(StartsWith("logon"))));
+    }
+  }
+}
+
 TEST(SqlServerWire, ARefusedLogonGivesTheServersErrorsThenWhatItWasAskedFor) {
   const std::pair<long, const char*> cases[] = {
       {18456, "Login failed for user 'sa'."},
