@@ -271,6 +271,7 @@ class PumpWriter {
     else
       writer_.Table("columns", {});
     WriteNumbers();
+    WriteFastLoad();
     // Tables stand behind all keys.
     WriteStepOriginal(scope_, Rest());
     WriteLookups();
@@ -352,12 +353,21 @@ class PumpWriter {
     for (const auto& number : numbers)
       if (const std::int64_t value = properties_.Whole(number.property, 0); value > 0)
         writer_.Whole(number.key, value);
-    constexpr std::int64_t kTableLock = 4;  // of the mask
-    if (properties_.Whole("FastLoadOptions", 0) & kTableLock) writer_.Boolean("table_lock", true);
-    if (properties_.Boolean("AllowIdentityInserts", false))
-      writer_.Boolean("identity_insert", true);
     const std::string file = properties_.Text("ExceptionFileName");
     if (!file.empty()) writer_.Text("exception_file", file);
+  }
+
+  /// Without the fast load, rows were inserted one by one as they are.
+  void WriteFastLoad() {
+    constexpr std::int64_t kKeepNulls = 1, kCheckConstraints = 2, kTableLock = 4;
+    std::int64_t options = properties_.Whole("FastLoadOptions", kCheckConstraints);
+    if (!properties_.Boolean("UseFastLoad", true)) options = kKeepNulls | kCheckConstraints;
+    const bool givesIdentity = properties_.Boolean("AllowIdentityInserts", false);
+    if (IsTextFile("DestinationConnectionID")) return;
+    if (options & kKeepNulls) writer_.Boolean("keep_nulls", true);
+    if (!(options & kCheckConstraints)) writer_.Boolean("check_constraints", false);
+    if (options & kTableLock) writer_.Boolean("table_lock", true);
+    if (givesIdentity) writer_.Boolean("identity_insert", true);
   }
 
   std::vector<Property> Rest() {

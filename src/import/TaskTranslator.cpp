@@ -188,6 +188,17 @@ class TaskWriter {
     for (const auto& number : numbers)
       if (const std::int64_t value = properties_.Whole(number.property, 0); value > 0)
         writer_.Whole(number.key, value);
+    const struct {
+      const char* property;
+      const char* key;
+      bool usual;
+    } switches[] = {{"KeepIdentity", "identity_insert", false},
+                    {"KeepNulls", "keep_nulls", false},
+                    {"CheckConstraints", "check_constraints", true},
+                    {"TableLock", "table_lock", false}};
+    for (const auto& one : switches)
+      if (const bool value = properties_.Boolean(one.property, one.usual); value != one.usual)
+        writer_.Boolean(one.key, value);
     if (!properties_.Plain("FormatFile").empty())
       Note("the task " + TaskName() +
            " has a format file, which is not read: give its columns in \"columns\"");

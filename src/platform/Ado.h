@@ -89,13 +89,18 @@ struct Column {
   TextUnit unit = TextUnit::Characters;
   int codePage = 0;         ///< In which the server keeps a text, where it does not keep them all.
   bool isIdentity = false;  ///< Numbers the rows by itself.
-  bool isComputed = false;  ///< Takes no values.
+  std::int64_t seed = 1, increment = 1;  ///< Of an identity: its first number, and the step.
+  bool isComputed = false;               ///< Takes no values.
+  std::string defaultText;               ///< In the server's own SQL; empty: there is none.
 };
 
 /// How rows are loaded.
 struct LoadOptions {
   bool givesIdentity = false;  ///< The rows bring the values of an identity column along.
   bool locksTable = false;     ///< Nobody else reads or writes the table meanwhile.
+  bool keepsNulls = true;      ///< Else NULL stands for the default of a column that has one.
+  /// Else rows may break checks and foreign keys, where the server can load them so.
+  bool checksConstraints = true;
 };
 
 /// What a statement with parameters gave.

@@ -153,6 +153,55 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
   }
 }
 
+TEST(Import, HowRowsAreLoadedBecomesKeys) {
+  const struct {
+    const char* task;
+    const char* lines;
+    const char* keys;
+  } cases[] = {
+      {"DataPump", "", ""},
+      {"DataPump", "k.UseFastLoad = True : k.FastLoadOptions = 2", ""},
+      {"DataPump", "k.FastLoadOptions = 0", "check_constraints = false\n"},
+      {"DataPump", "k.FastLoadOptions = DTSFastLoad_KeepNulls Or DTSFastLoad_CheckConstraints",
+       "keep_nulls = true\n"},
+      {"DataPump", "k.FastLoadOptions = 4 : k.AllowIdentityInserts = True",
+       "check_constraints = false\ntable_lock = true\nidentity_insert = true\n"},
+      {"DataPump", "k.UseFastLoad = False : k.FastLoadOptions = 4", "keep_nulls = true\n"},
+      {"DataPump", "k.DestinationConnectionID = 2 : k.FastLoadOptions = 5", ""},
+      {"BulkInsert", "k.CheckConstraints = True : k.KeepNulls = False", ""},
+      {"BulkInsert",
+       "k.KeepIdentity = True : k.KeepNulls = True : k.CheckConstraints = False : "
+       "k.TableLock = True",
+       "identity_insert = true\nkeep_nulls = true\ncheck_constraints = false\n"
+       "table_lock = true\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string document =
+        Import(
+            "Dim p As New DTS.Package2\np.Name = \"P\"\nSet c = p.Connections.New(\"SQLOLEDB\")\n"
+            "c.ID = 1 : c.Name = \"db\" : c.DataSource = \"srv\"\np.Connections.Add c\n"
+            "Set c = p.Connections.New(\"DTSFlatFile\")\nc.ID = 2 : c.Name = \"file\"\n"
+            "c.DataSource = \"f.txt\"\np.Connections.Add c\n"
+            "Set t = p.Tasks.New(\"DTS" +
+            std::string(c.task) +
+            "Task\")\nSet k = t.CustomTask\nk.Name = \"t\" : k.ConnectionID = 1\n"
+            "k.SourceSQLStatement = \"SELECT 1 AS a\" : k.SourceConnectionID = 1 : "
+            "k.DestinationConnectionID = 1\n"
+            "k.DestinationTableName = \"d\" : k.DataFile = \"f.txt\" : k.DestinationObjectName = "
+            "\"d\"\n" +
+            c.lines +
+            "\np.Tasks.Add t\nSet st = p.Steps.New\nst.Name = \"one\"\nst.TaskName = \"t\"\n"
+            "p.Steps.Add st\n")
+            .document;
+    std::string keys;
+    std::istringstream lines(document);
+    for (std::string line; std::getline(lines, line);)
+      for (const char* key : {"identity_", "keep_nulls", "check_", "table_", "UseFast", "FastLoad"})
+        if (line.starts_with(key)) keys += line + "\n";
+    EXPECT_EQ(c.keys, keys) << c.lines << "\n" << document;
+  }
+}
+
 TEST(Import, ManyStepsKeepTheirOrder) {
   std::string text =
       "Set p = CreateObject(\"DTS.Package\")\np.Name = \"Many\"\n"

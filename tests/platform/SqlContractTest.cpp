@@ -216,6 +216,36 @@ TEST_P(SqlContract, ABulkLoadTiesEachRefusalToItsRow) {
   }
 }
 
+TEST_P(SqlContract, NullStandsForADefaultUnlessNullsAreKept) {
+  Do("CREATE TABLE t (id INT PRIMARY KEY, n INT DEFAULT 7, s VARCHAR(9) DEFAULT 'it''s' NOT NULL, "
+     "x INT)");
+  const std::vector<std::string> columns = {"X", "S", "N", "id"}, defaults = {"s", "n"};
+  const ado::LoadValue null;
+  const ado::LoadValue rows[] = {null, null, null, "1", "9", "a",  "1",  "2", "9", null, "2",  "3",
+                                 null, "b",  null, "4", "5", null, null, "1", "6", null, null, "6"};
+  const struct {
+    bool keepsNulls;
+    std::vector<std::size_t> refused;
+    const char* rows;
+  } cases[] = {{false, {4}, "1|7|it's|-\n2|1|a|9\n3|2|it's|9\n4|7|b|-\n6|7|it's|6"},
+               {true, {0, 2, 4, 5}, "2|1|a|9\n4|-|b|-"}};
+  for (const auto& c : cases) {
+    Do("DELETE FROM t");
+    std::vector<ado::Refusal> refused;
+    const auto load = dw_->OpenBulkLoad("t", columns, {.keepsNulls = c.keepsNulls});
+    load->Load({rows, 4}, 9, refused);
+    std::vector<std::size_t> places;
+    for (const ado::Refusal& one : refused) places.push_back(one.row);
+    EXPECT_EQ(c.refused, places);
+    EXPECT_EQ(6 - static_cast<int>(places.size()), load->Finish());
+    EXPECT_EQ(c.rows, Rows("SELECT * FROM t ORDER BY id"));
+  }
+  std::vector<ado::Refusal> refused;
+  dw_->OpenBulkLoad("t", defaults, {.keepsNulls = false})
+      ->Load({std::span(rows).first(2), 2}, 1, refused);
+  EXPECT_EQ(1u, refused.size()) << "there is no INSERT of nothing";
+}
+
 /// The rows that are left, as RowsOf shows them.
 std::string TextsLeftIn(ado::BulkRead& read) {
   std::string rows;

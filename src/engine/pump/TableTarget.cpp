@@ -24,6 +24,8 @@ class TableTarget final : public RowTarget {
       throw PlatformError(0, "there is no table " + table_ + " in " + database_, "data pump");
     const auto identity = std::ranges::find_if(columns, &ado::Column::isIdentity);
     if (identity != columns.end()) identity_ = identity->name;
+    if (!options_.keepsNulls)  // a missing value stands for the default
+      for (ado::Column& column : columns) column.nullable |= !column.defaultText.empty();
     return columns;
   }
 

@@ -104,6 +104,8 @@ PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable) {
     settings.insertCommitSize = reader.Whole("insert_commit_size", 0, 0);
     settings.options.givesIdentity = reader.Table().Boolean("identity_insert", false);
     settings.options.locksTable = reader.Table().Boolean("table_lock", false);
+    settings.options.keepsNulls = reader.Table().Boolean("keep_nulls", false);
+    settings.options.checksConstraints = reader.Table().Boolean("check_constraints", true);
   }
   settings.firstRow = reader.Whole("first_row", 0, 0);
   settings.lastRow = reader.Whole("last_row", 0, 0);

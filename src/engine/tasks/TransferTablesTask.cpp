@@ -19,7 +19,7 @@ class TransferTablesTask final : public Task {
         tables_(reader.Templates("tables")),
         create_(reader.Table().Boolean("create", true)),
         settings_(ReadPumpSettings(reader, true)) {
-    settings_.options.givesIdentity = true;  // rows keep their numbers
+    settings_.options.givesIdentity = settings_.options.keepsNulls = true;  // rows stay as they are
     if (tables_.empty())
       reader.Problem(reader.Table().Place(),
                      "the task has no \"tables\"; list the tables to be transferred");

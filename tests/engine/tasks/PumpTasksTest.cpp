@@ -168,6 +168,21 @@ TEST_F(PumpTasksTest, RangesCommitSizesAndLoadModes) {
   }
 }
 
+TEST_F(PumpTasksTest, AMissingValueBecomesTheDefaultUnlessNullsAreKept) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "1:none@2001-01-08 2:b@2002-02-03"},
+      {"load = 'replace'", "1:none@2001-01-08 2:b@2002-02-03"},
+      {"keep_nulls = true\nmaximum_error_count = 1", "2:b@2002-02-03"},
+      {"keep_nulls = true\nallow = ['null_change']", "1: 2:b@2002-02-03"}};
+  for (const auto& [keys, rows] : cases) {
+    warehouse_->Execute(
+        "DROP TABLE t; CREATE TABLE t (id INTEGER PRIMARY KEY, name VARCHAR(5) "
+        "DEFAULT 'none' NOT NULL, day DATE DEFAULT '2001-01-08')");
+    EXPECT_EQ("S", Pump("id,name,day\n1,,\n2,b,2002-02-03\n", keys).ends) << keys;
+    EXPECT_EQ(rows, Rows()) << keys;
+  }
+}
+
 TEST_F(PumpTasksTest, RowsThatDoNotTakeTheirPlaceAreNotToldAsLoaded) {
   warehouse_->Execute(
       "INSERT INTO t VALUES (9, 'old', NULL); CREATE TRIGGER no BEFORE INSERT ON t WHEN NEW.name "

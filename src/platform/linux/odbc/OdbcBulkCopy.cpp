@@ -66,8 +66,8 @@ int OdbcBulkCopy::SocketOf(void* connection) {
 }
 
 OdbcBulkCopy::OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets,
-                           bool locksTable)
-    : session_(session), table_(std::move(table)), locksTable_(locksTable) {
+                           const ado::LoadOptions& options)
+    : session_(session), table_(std::move(table)), options_(options) {
   for (const Target& target : targets) {
     int type = BCP_TYPE_SQLVARCHAR;
     const ColumnKind kind = target.column.kind;
@@ -101,8 +101,10 @@ void OdbcBulkCopy::Begin() {
   HDBC connection = session_.Handle();
   // Without these hints the server would neither check nor run triggers, and put a column's default
   // in the place of NULL.
-  std::string hints = "CHECK_CONSTRAINTS, FIRE_TRIGGERS, KEEP_NULLS";
-  if (locksTable_) hints += ", TABLOCK";
+  std::string hints =
+      options_.checksConstraints ? "CHECK_CONSTRAINTS, FIRE_TRIGGERS" : "FIRE_TRIGGERS";
+  if (options_.keepsNulls) hints += ", KEEP_NULLS";
+  if (options_.locksTable) hints += ", TABLOCK";
   if (bcp_initA(connection, table_.c_str(), nullptr, nullptr, BCP_DIRECTION_IN) == FAIL ||
       bcp_control(connection, BCPHINTS, hints.data()) == FAIL)
     throw Failure();

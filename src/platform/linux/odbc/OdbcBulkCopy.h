@@ -16,7 +16,8 @@ namespace torvik {
 class OdbcSession;
 
 /// Bulk copy into a table of SQL Server by FreeTDS, on the ODBC connection itself and so within its
-/// transaction. The server checks constraints and runs triggers as for any other row.
+/// transaction. The server runs triggers as for any other row, and checks constraints unless told
+/// not to.
 class OdbcBulkCopy {
  public:
   /// A column that is copied, and its place in the table, from 1.
@@ -31,9 +32,9 @@ class OdbcBulkCopy {
   /// The socket of an open connection; -1 when the driver does not tell it.
   static int SocketOf(void* connection);
 
-  /// `table` is quoted. `locksTable`: the server may write whole pages.
+  /// `table` is quoted.
   OdbcBulkCopy(OdbcSession& session, std::string table, std::vector<Target> targets,
-               bool locksTable);
+               const ado::LoadOptions& options);
   OdbcBulkCopy(const OdbcBulkCopy&) = delete;
   OdbcBulkCopy& operator=(const OdbcBulkCopy&) = delete;
 
@@ -61,7 +62,7 @@ class OdbcBulkCopy {
 
   OdbcSession& session_;
   const std::string table_;
-  const bool locksTable_;
+  const ado::LoadOptions options_;
   std::vector<Slot> slots_;
 };
 

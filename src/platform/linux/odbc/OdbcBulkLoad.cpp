@@ -8,6 +8,7 @@
 #include <deque>
 #include <utility>
 
+#include "platform/linux/database/DefaultsLoad.h"
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
@@ -243,11 +244,15 @@ std::unique_ptr<ado::BulkLoad> NewOdbcBulkLoad(std::shared_ptr<OdbcSession> sess
                                                const OdbcTable& table,
                                                const std::vector<ado::Column>& columns,
                                                const ado::LoadOptions& options) {
-  auto inserts = std::make_unique<OdbcBulkLoad>(session, table, columns, options);
+  const auto newInserts =
+      [=](const std::vector<ado::Column>& some) -> std::unique_ptr<ado::BulkLoad> {
+    return std::make_unique<OdbcBulkLoad>(session, table, some, options);
+  };
+  auto inserts = options.keepsNulls ? newInserts(columns) : NewDefaultsLoad(columns, newInserts);
   auto targets = CopyTargets(*session, table, columns);
   if (targets.empty()) return inserts;
-  return NewOdbcCopyLoad(std::move(session), QuotedTable(table), std::move(targets),
-                         options.locksTable, std::move(inserts));
+  return NewOdbcCopyLoad(std::move(session), QuotedTable(table), std::move(targets), options,
+                         std::move(inserts));
 }
 
 }  // namespace torvik

@@ -62,6 +62,7 @@ enum ColumnsField : int {
   kColumnSize = 6,
   kDecimalDigits = 8,
   kNullable = 10,
+  kDefault = 12,
   kOrdinalPosition = 16,
 };
 
@@ -121,6 +122,7 @@ ado::Column ColumnOf(const QueryRows& row) {
     default: break;
   }
   column.declaredType = type + sizes;
+  column.defaultText = TextAt(row, kDefault);
   return column;
 }
 

@@ -19,11 +19,11 @@ constexpr std::size_t kMostRowsToTellApart = 256;
 class OdbcCopyLoad final : public ado::BulkLoad {
  public:
   OdbcCopyLoad(std::shared_ptr<OdbcSession> session, const std::string& table,
-               std::vector<OdbcBulkCopy::Target> targets, bool locksTable,
+               std::vector<OdbcBulkCopy::Target> targets, const ado::LoadOptions& options,
                std::unique_ptr<ado::BulkLoad> inserts)
       : session_(std::move(session)),
         width_(targets.size()),
-        copy_(*session_, table, std::move(targets), locksTable),
+        copy_(*session_, table, std::move(targets), options),
         inserts_(std::move(inserts)) {}
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
@@ -101,9 +101,9 @@ class OdbcCopyLoad final : public ado::BulkLoad {
 std::unique_ptr<ado::BulkLoad> NewOdbcCopyLoad(std::shared_ptr<OdbcSession> session,
                                                const std::string& table,
                                                std::vector<OdbcBulkCopy::Target> targets,
-                                               bool locksTable,
+                                               const ado::LoadOptions& options,
                                                std::unique_ptr<ado::BulkLoad> inserts) {
-  return std::make_unique<OdbcCopyLoad>(std::move(session), table, std::move(targets), locksTable,
+  return std::make_unique<OdbcCopyLoad>(std::move(session), table, std::move(targets), options,
                                         std::move(inserts));
 }
 

@@ -15,7 +15,7 @@ class OdbcSession;
 std::unique_ptr<ado::BulkLoad> NewOdbcCopyLoad(std::shared_ptr<OdbcSession> session,
                                                const std::string& table,
                                                std::vector<OdbcBulkCopy::Target> targets,
-                                               bool locksTable,
+                                               const ado::LoadOptions& options,
                                                std::unique_ptr<ado::BulkLoad> inserts);
 
 }  // namespace torvik

@@ -17,7 +17,21 @@ namespace {
 
 /// The fields of the question, from 0.
 struct Field {
-  enum : int { Schema, Table, Name, Type, Length, Precision, Scale, Flags, Key, Page };
+  enum : int {
+    Schema,
+    Table,
+    Name,
+    Type,
+    Length,
+    Precision,
+    Scale,
+    Flags,
+    Key,
+    Page,
+    Default,
+    Seed,
+    Increment
+  };
 };
 struct ColumnFlag {
   enum : int { Nullable = 1, Identity = 2, Computed = 4 };
@@ -30,10 +44,15 @@ constexpr const char* kColumnsOf =
     "OBJECT_NAME(c.object_id, DB_ID({db_name})), c.name, TYPE_NAME(c.system_type_id), "
     "CAST(c.max_length AS int), CAST(c.precision AS int), CAST(c.scale AS int), "
     "c.is_nullable + 2 * c.is_identity + 4 * c.is_computed, CAST(k.key_ordinal AS int), "
-    "CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int) FROM {db}sys.columns c "
+    "CAST(COLLATIONPROPERTY(c.collation_name, 'CodePage') AS int), d.definition, "
+    "CAST(n.seed_value AS bigint), CAST(n.increment_value AS bigint) FROM {db}sys.columns c "
     "LEFT JOIN (SELECT i.object_id, x.column_id, x.key_ordinal FROM {db}sys.indexes i "
     "JOIN {db}sys.index_columns x ON x.object_id = i.object_id AND x.index_id = i.index_id "
     "WHERE i.is_primary_key = 1) k ON k.object_id = c.object_id AND k.column_id = c.column_id "
+    "LEFT JOIN {db}sys.default_constraints d "
+    "ON d.parent_object_id = c.object_id AND d.parent_column_id = c.column_id "
+    "LEFT JOIN {db}sys.identity_columns n "
+    "ON n.object_id = c.object_id AND n.column_id = c.column_id "
     "WHERE c.object_id = OBJECT_ID({name}) ORDER BY c.column_id";
 
 std::string Filled(std::string text, const std::string& marker, const std::string& value) {
@@ -109,6 +128,9 @@ ado::Column ColumnOfSqlServer(const OdbcStatement& row) {
   column.isComputed =
       flags & ColumnFlag::Computed || IsOneOf(column.declaredType, {"timestamp", "rowversion"});
   column.keyPosition = NumberAt(row, Field::Key);
+  column.defaultText = TextAt(row, Field::Default);
+  if (column.isIdentity)
+    column.seed = LongAt(row, Field::Seed), column.increment = LongAt(row, Field::Increment);
   return column;
 }
 

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/linux/database/DefaultsLoad.h"
+#include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/Recordsets.h"
 #include "platform/linux/database/SqlStatements.h"
 #include "platform/linux/postgres/PgBulkLoad.h"
@@ -94,8 +96,14 @@ class AdoPostgres final : public AdoDatabase {
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
                                               std::span<const std::string> columns,
-                                              const ado::LoadOptions&) override {
-    return NewPgBulkLoad(session_, table, columns);
+                                              const ado::LoadOptions& options) override {
+    if (options.keepsNulls) return NewPgBulkLoad(session_, table, columns);
+    const auto picked = PickColumns(TableColumns(table), columns, table, Refuse());
+    return NewDefaultsLoad(picked, [session = session_, table](const auto& some) {
+      std::vector<std::string> names;
+      for (const ado::Column& column : some) names.push_back(column.name);
+      return NewPgBulkLoad(session, table, names);
+    });
   }
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
     return OpenPgBulkRead(session_, sql, alongside);

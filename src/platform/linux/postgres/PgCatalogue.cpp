@@ -19,7 +19,9 @@ SELECT n.nspname, r.relname, a.attname, t.typname, COALESCE(b.oid, t.oid),
   COALESCE((SELECT k.place FROM pg_catalog.pg_index i,
       unnest(i.indkey) WITH ORDINALITY AS k(attnum, place)
     WHERE i.indrelid = r.oid AND i.indisprimary AND k.attnum = a.attnum
-      AND k.place <= i.indnkeyatts), 0)
+      AND k.place <= i.indnkeyatts), 0),
+  CASE WHEN a.attgenerated = '' THEN (SELECT pg_catalog.pg_get_expr(d.adbin, d.adrelid)
+    FROM pg_catalog.pg_attrdef d WHERE d.adrelid = r.oid AND d.adnum = a.attnum) END
 FROM (SELECT c.oid, c.relname, c.relnamespace
     FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace s ON s.oid = c.relnamespace
     WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') AND c.relname IN ($1::text, $2::text)
@@ -90,6 +92,7 @@ PgColumn ColumnAt(const PGresult* rows, int row) {
   column.nullable = number(6) == 0;
   column.isGenerated = number(7) != 0;
   column.keyPosition = static_cast<int>(number(8));
+  column.defaultText = text(9);
   for (const char* incomparable : {"json", "xml", "point", "polygon"})
     if (column.declaredType == incomparable) column.isComparable = false;
   SetKind(column, static_cast<int>(number(5)));

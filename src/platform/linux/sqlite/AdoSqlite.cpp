@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include "platform/Text.h"
+#include "platform/linux/database/DefaultsLoad.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/database/SqlStatements.h"
@@ -113,12 +114,16 @@ class AdoSqlite final : public AdoDatabase {
 
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string& table,
                                               std::span<const std::string> columns,
-                                              const ado::LoadOptions&) override {
+                                              const ado::LoadOptions& options) override {
     const auto picked =
         PickColumns(TableColumns(table), columns, table,
                     [this](const std::string& reason) { return session_->Refusal(reason); });
     const auto name = SplitTableName(table);
-    return NewSqliteBulkLoad(session_, session_->Schema(name->database), name->table, picked);
+    const auto open = [session = session_, schema = session_->Schema(name->database),
+                       bare = name->table](const std::vector<ado::Column>& some) {
+      return NewSqliteBulkLoad(session, schema, bare, some);
+    };
+    return options.keepsNulls ? open(picked) : NewDefaultsLoad(picked, open);
   }
 
   ado::StatementResult ExecuteWith(const std::string& sql,
@@ -221,8 +226,9 @@ class AdoSqlite final : public AdoDatabase {
   std::vector<ado::Column> ColumnsOf(const TableName& name) {
     const std::string schema = session_->Schema(name.database);
     session_->Meet(name.table);
-    SqliteStatement query(*session_,
-                          "SELECT name, type, \"notnull\", pk FROM pragma_table_info(?1, ?2)", "");
+    SqliteStatement query(
+        *session_, "SELECT name, type, \"notnull\", pk, dflt_value FROM pragma_table_info(?1, ?2)",
+        "");
     query.Bind(1, name.table);
     query.Bind(2, schema);
     std::vector<ado::Column> columns;
@@ -231,6 +237,8 @@ class AdoSqlite final : public AdoDatabase {
       columns.back().name = std::get<std::string>(query.Column(0));
       columns.back().nullable = std::get<std::int64_t>(query.Column(2)) == 0;
       columns.back().keyPosition = static_cast<int>(std::get<std::int64_t>(query.Column(3)));
+      if (const auto value = query.Column(4); std::holds_alternative<std::string>(value))
+        columns.back().defaultText = std::get<std::string>(value);
     }
     return columns;
   }

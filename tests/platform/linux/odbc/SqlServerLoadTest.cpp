@@ -18,15 +18,15 @@ using testing::StartsWith;
 /// computed column.
 std::string FactColumn(const std::string& name, const char* type, int bytes, int precision,
                        int scale, int flags = 1, const char* key = "NULL",
-                       const char* codePage = "NULL") {
+                       const char* codePage = "NULL", const char* rest = "NULL | NULL | NULL") {
   std::string row = "row dbo | fact | " + name + " | " + type;
   for (const int number : {bytes, precision, scale, flags}) row += " | " + std::to_string(number);
-  return row + " | " + key + " | " + codePage + "\n";
+  return row + " | " + key + " | " + codePage + " | " + rest + "\n";
 }
 
 const std::string kCatalogue =
     "when OBJECT_SCHEMA_NAME\ncolumns S nvarchar, T nvarchar, C nvarchar, TYPE nvarchar, LEN int, "
-    "PREC int, SCALE int, FLAGS int, SEQ int, PAGE int\n";
+    "PREC int, SCALE int, FLAGS int, SEQ int, PAGE int, DEF nvarchar, SEED bigint, STEP bigint\n";
 /// What a new session has set.
 const std::string kOptions = "when @@OPTIONS\ncolumns o int\nrow 5496\n";
 
@@ -176,6 +176,34 @@ TEST(SqlServerLoad, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting)
     ADD_FAILURE() << "a deadlock is no refusal";
   } catch (const PlatformError& error) {
     EXPECT_TRUE(error.isTransient) << error.Description();
+  }
+}
+
+TEST(SqlServerLoad, ACopyIsToldWhatOfTheTablesRulesCounts) {
+  const struct {
+    ado::LoadOptions options;
+    const char* hints;
+    const char* inserted;  ///< The columns of a row without a value for the second.
+  } cases[] = {
+      {{}, "CHECK_CONSTRAINTS, FIRE_TRIGGERS, KEEP_NULLS", "(\"a\", \"b\")"},
+      {{.keepsNulls = false}, "CHECK_CONSTRAINTS, FIRE_TRIGGERS", "(\"a\") VALUES"},
+      {{.locksTable = true, .checksConstraints = false},
+       "FIRE_TRIGGERS, KEEP_NULLS, TABLOCK",
+       "(\"a\", \"b\")"},
+  };
+  for (const auto& c : cases) {
+    const TdsPeer peer(kCatalogue +
+                       FactColumn("a", "int", 4, 10, 0, 1, "NULL", "NULL", "((7)) | NULL | NULL") +
+                       FactColumn("b", "int", 4, 10, 0, 0, "NULL", "NULL", "((8)) | NULL | NULL") +
+                       kOptions + "when FMTONLY\ncolumns a int, b int\nwhen rpc\ncount 1\n");
+    const auto connection = peer.Open();
+    const std::string columns[] = {"a", "b"};
+    const auto load = connection->OpenBulkLoad("fact", columns, c.options);
+    EXPECT_EQ("", Refused(*load, {{}, "1", "2", {}}, 2));
+    EXPECT_EQ(2, load->Finish());
+    EXPECT_THAT(peer.Log(), testing::IsSupersetOf(std::vector<testing::Matcher<std::string>>{
+                                testing::EndsWith(std::string(" with (") + c.hints + ")"),
+                                "bulk NULL | 1", HasSubstr(c.inserted)}));
   }
 }
 
