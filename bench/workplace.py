@@ -1,5 +1,6 @@
 """What the benchmarks need: the release build, an embedded server of their own, jobs, medians."""
 
+import copy
 import os
 import pathlib
 import shutil
@@ -78,11 +79,25 @@ class Workplace:
                                 TORVIK_STATE=str(self.place / "state"))
         self.environment.pop("DISPLAY", None)
         self.environment.pop("WAYLAND_DISPLAY", None)
-        self.job.write_text(JOB.format(package=package, place=self.place, warehouse=WAREHOUSE))
+        self.job.write_text(self._job(package, self.place))
+        self.package = package
         document = self.place / f"{package}.toml"
         document.write_text(f'name = "{package}"\n{PACKAGE_HEAD}{steps}')
         self._admin("server", "init", "--warehouse", WAREHOUSE)
         self._admin("package", "put", document)
+
+    @staticmethod
+    def _job(package, place):
+        return JOB.format(package=package, place=place, warehouse=WAREHOUSE)
+
+    def lane(self, number):
+        """The same job once more, with files of its own, for runs at once."""
+        other = copy.copy(self)
+        other.place = self.place / f"lane-{number}"
+        other.place.mkdir()
+        other.status, other.job = other.place / "status", other.place / "job.etl"
+        other.job.write_text(self._job(self.package, other.place))
+        return other
 
     def _admin(self, *arguments):
         subprocess.run([BIN / "torvik-admin", *arguments], env=self.environment, check=True,

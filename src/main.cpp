@@ -14,6 +14,7 @@
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/modules/Modules.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/Display.h"
 #include "platform/linux/system/FrontEnd.h"

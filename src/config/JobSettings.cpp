@@ -75,7 +75,7 @@ struct Stored {
 
 bool JobSettings::ReadConfigFile(const JobFileServices& services) {
   if (!FileExists(services.files, TorvConfigFile)) return false;
-  return services.profile.Together(TorvConfigFile, [&] {
+  return !services.profile.Together(TorvConfigFile, [&] {
     for (const StoredSetting& setting : kStoredSettings) {
       const bool isTruth = std::holds_alternative<TruthSetting>(setting.member);
       const std::string text = ReadIniString(services.profile, setting.section, setting.key,
@@ -85,17 +85,17 @@ bool JobSettings::ReadConfigFile(const JobFileServices& services) {
   });
 }
 
-bool JobSettings::WriteConfigFile(const JobFileServices& services) const {
+bool JobSettings::WriteConfigFile(const JobFileServices& services, std::error_code& error) const {
   if (TorvConfigFile.empty()) return false;
   std::int16_t written = 0;
-  const bool isSaved = services.profile.Together(TorvConfigFile, [&] {
+  error = services.profile.Together(TorvConfigFile, [&] {
     for (const StoredSetting& setting : kStoredSettings) {
       written = WriteIniString(services.profile, setting.section, setting.key,
                                std::visit(Stored{*this, services}, setting.member), TorvConfigFile);
     }
     services.dataLinks.WriteDataLinkSections(TorvConfigFile);
   });
-  return isSaved && written != 0;  // that of the last key alone
+  return !error && written != 0;  // that of the last key alone
 }
 
 }  // namespace torvik

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 
 #include "platform/VariantBool.h"
 
@@ -49,8 +50,9 @@ class JobSettings {
   bool ReadConfigFile(const JobFileServices& services);
 
   /// Writes every setting and then the data-link sections, all at once. Passwords are scrambled
-  /// afresh. False when no file is named, or it or the last setting could not be written.
-  bool WriteConfigFile(const JobFileServices& services) const;
+  /// afresh. False when no file is named, or it or the last setting could not be written; `error`
+  /// then is the system's reason where that is one, and the file as it was.
+  bool WriteConfigFile(const JobFileServices& services, std::error_code& error) const;
 
  protected:
   std::string lastError_;

@@ -52,10 +52,11 @@ void DataLinks::WriteSection(const std::string& file, const cDataSource& link) {
 
 void DataLinks::ReadDataLinkSections(const std::string& file) {
   if (!links_) return;
-  const bool isRead = profile_.Together(file, [&] {
+  const std::error_code error = profile_.Together(file, [&] {
     for (const auto& link : *links_) ReadDataLinkSection(file, *link);
   });
-  if (!isRead) throw PlatformError(0, file + " cannot be read", "job file");
+  if (error)
+    throw PlatformError(error.value(), file + " cannot be read: " + error.message(), "job file");
 }
 
 void DataLinks::ReadDataLinkSection(const std::string& file, cDataSource& link) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace torvik {
 
@@ -30,9 +31,9 @@ class Profile {
 
   /// Calls `use`, which reads and writes keys of this file. The file itself is read once before and
   /// written once afterwards, when a key was written: whoever reads it, or comes after a crash,
-  /// finds all of the new keys or none. False when it cannot be read, and `use` is not called then,
-  /// or cannot be written: it is as it was. An absent file is an empty one.
-  virtual bool Together(const std::string& file, const std::function<void()>& use) = 0;
+  /// finds all of the new keys or none. An error when it cannot be read, and `use` is not called
+  /// then, or cannot be written: it is as it was. An absent file is an empty one.
+  virtual std::error_code Together(const std::string& file, const std::function<void()>& use) = 0;
 };
 
 }  // namespace torvik

@@ -175,7 +175,9 @@ bool frmRunnerMain::SaveJobFile(const std::string& path) {
   TorvConfigFile = path;
   FormToJob().TorvConfigFile = path;
   if (!LoadDataLinksIfNone()) return false;
-  if (!job_.WriteConfigFile(FileServices())) {
+  std::error_code error;
+  if (!job_.WriteConfigFile(FileServices(), error)) {
+    if (error) program_.platform.messages.Report(path + ": " + error.message());
     ShowError("Error: Can't save Config file " + path, kTitle);
     return false;
   }

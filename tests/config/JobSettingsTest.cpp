@@ -2,11 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <stdexcept>
-
 #include "config/DataLinkSections.h"
 #include "config/modCypher.h"
-#include "config/modIniFilesUtils.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakeFiles.h"
 #include "fakes/FakeProfile.h"
@@ -60,11 +57,12 @@ class JobFile : public testing::Test {
   }
   bool Write(JobSettings& job, const std::string& name) {
     job.TorvConfigFile = directory_.PathOf(name);
-    return job.WriteConfigFile(Services());
+    return job.WriteConfigFile(Services(), error_);
   }
 
   TemporaryDirectory directory_;
   FakeClock clock_;
+  std::error_code error_;
   RecordingSectionWriter sections_;
   std::unique_ptr<CodePages> codePages_ = NewIconvCodePages("windows-1252");
   std::unique_ptr<Profile> profile_ = NewProfileFiles(PathMap(), *codePages_);
@@ -133,9 +131,10 @@ TEST_F(JobFile, WithoutAFileNothingChanges) {
   EXPECT_TRUE(Read(job, "empty.etl"));
   EXPECT_EQ(job.DTSPackageName, "");
   job.TorvConfigFile.clear();
-  EXPECT_FALSE(job.WriteConfigFile(Services()));
+  EXPECT_FALSE(job.WriteConfigFile(Services(), error_));
   EXPECT_TRUE(sections_.files.empty());
   EXPECT_FALSE(Write(job, "missing/new.etl"));
+  EXPECT_EQ(error_, std::errc::no_such_file_or_directory);
 }
 
 TEST_F(JobFile, AFileThatCannotBeOpenedIsNotReadAndTheLastKeyDecidesWhetherItIsWritten) {
@@ -151,33 +150,9 @@ TEST_F(JobFile, AFileThatCannotBeOpenedIsNotReadAndTheLastKeyDecidesWhetherItIsW
   EXPECT_EQ(job.DTSPackageName, "Sales_LoadDW");
   for (const char* key : {"-", "Package", "DWPwd", "DWDB"}) {
     profile.failingKey = key;
-    EXPECT_EQ(job.WriteConfigFile(services), key != std::string("DWDB")) << key;
+    EXPECT_EQ(job.WriteConfigFile(services, error_), key != std::string("DWDB")) << key;
   }
   EXPECT_EQ(sections_.files.size(), 4u);
-}
-
-TEST(TheKeysOfAFile, ThatAreWrittenTogetherComeTogetherOrNotAtAll) {
-  const TemporaryDirectory directory;
-  const auto codePages = NewIconvCodePages("windows-1252");
-  const auto profile = NewProfileFiles(PathMap(), *codePages);
-  const std::string file = directory.PathOf("a.ini"), other = directory.PathOf("b.ini");
-  directory.Write("a.ini", "[S]\na=1\nb=1\n");
-  const auto writeTwo = [&] {
-    for (const char* key : {"a", "b"}) EXPECT_NE(WriteIniString(*profile, "S", key, "2", file), 0);
-    EXPECT_EQ(ReadIniString(*profile, "S", "b", "", file), "2");
-    EXPECT_NE(WriteIniString(*profile, "S", "c", "3", other), 0);
-    EXPECT_EQ(directory.Read("a.ini"), "[S]\na=1\nb=1\n");
-  };
-  EXPECT_THROW(profile->Together(file, [&] { writeTwo(), throw std::runtime_error(""); }),
-               std::runtime_error);
-  EXPECT_EQ(ReadIniString(*profile, "S", "b", "", file), "1");
-  EXPECT_TRUE(profile->Together(file, writeTwo));
-  EXPECT_EQ(directory.Read("a.ini"), "[S]\na=2\nb=2\n");
-  EXPECT_EQ(directory.Read("b.ini"), "[S]\r\nc=3\r\n");
-  EXPECT_FALSE(profile->Together(directory.Path(), [] { ADD_FAILURE() << "nothing is read"; }));
-  EXPECT_FALSE(profile->Together(directory.PathOf("none/c.ini"), [&] {
-    WriteIniString(*profile, "S", "a", "2", directory.PathOf("none/c.ini"));
-  }));
 }
 
 }  // namespace

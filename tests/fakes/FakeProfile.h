@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "platform/Profile.h"
@@ -17,7 +18,7 @@ struct FakeProfile final : Profile {
 
   std::vector<Entry> entries;    ///< In the order in which they were first written.
   std::string failingKey = "-";  ///< A write of this key fails.
-  std::string unreadableFile;
+  std::string unreadableFile, unwritableFile;
 
   std::string GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                        std::string_view fallback, std::size_t size,
@@ -35,9 +36,18 @@ struct FakeProfile final : Profile {
     return 1;
   }
 
-  bool Together(const std::string& file, const std::function<void()>& use) override {
-    if (file != unreadableFile) use();
-    return file != unreadableFile;
+  std::error_code Together(const std::string& file, const std::function<void()>& use) override {
+    if (file == unreadableFile) return std::make_error_code(std::errc::permission_denied);
+    const std::vector<Entry> before = entries;
+    try {
+      use();
+    } catch (...) {
+      entries = before;
+      throw;
+    }
+    if (file != unwritableFile) return {};
+    entries = before;
+    return std::make_error_code(std::errc::read_only_file_system);
   }
 
   Entry* Find(std::string_view file, std::string_view section, std::string_view key) {

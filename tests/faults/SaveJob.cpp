@@ -35,7 +35,8 @@ bool SaveJob(const std::string& file, const std::string& package) {
   if (!job.ReadConfigFile(services)) return false;
   job.DTSPackageName = package;
   job.DTSLoginPassword = job.DWServerLoginPassword = "AbCdEfGh";
-  return job.WriteConfigFile(services);
+  std::error_code error;
+  return job.WriteConfigFile(services, error);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <memory>
+#include <mutex>
 
 /// What every use of libcurl here needs; for the files that speak to it.
 namespace torvik {
@@ -16,6 +17,9 @@ template <class T, auto release>
 using Owned = std::unique_ptr<T, Releaser<release>>;
 
 /// Readies the library; before its first use, as often as one likes.
-void InitialiseCurl();
+inline void InitialiseCurl() {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
 
 }  // namespace torvik

@@ -49,19 +49,26 @@ struct IniText::Place {
   std::size_t newKey = 0;  ///< Where the line of a new key goes.
 };
 
+/// What comes before the section that was asked for last does not change, so that the keys of one
+/// section are found one after the other without reading all of a long file for each.
 IniText::Place IniText::Locate(std::string_view section, std::string_view key) const {
+  const auto isWanted = [](const IniLine& line, IniLine::Kind kind, std::string_view name) {
+    return line.kind == kind && EqualsIgnoringCase(line.name, Trimmed(name, kWhiteSpace));
+  };
+  const bool isSame = isWanted(ReadIniLine(bytes_, lastSection_), IniLine::Kind::Section, section);
   Place place;
-  for (std::size_t offset = 0; offset < bytes_.size();) {
+  for (std::size_t offset = isSame ? lastSection_ : 0; offset < bytes_.size();) {
+    const std::size_t start = offset;
     const IniLine line = ReadIniLine(bytes_, offset);
     offset = line.end;
     if (line.kind == IniLine::Kind::Section) {
       if (place.hasSection) break;
-      place.hasSection = EqualsIgnoringCase(line.name, Trimmed(section, kWhiteSpace));
+      place.hasSection = isWanted(line, IniLine::Kind::Section, section);
+      if (place.hasSection) lastSection_ = start;
     }
     if (!place.hasSection) continue;
     if (line.kind != IniLine::Kind::Blank) place.newKey = line.end;
-    if (line.kind == IniLine::Kind::Key &&
-        EqualsIgnoringCase(line.name, Trimmed(key, kWhiteSpace))) {
+    if (isWanted(line, IniLine::Kind::Key, key)) {
       place.hasKey = true;
       place.text = line.text;
       break;

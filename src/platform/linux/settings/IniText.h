@@ -48,6 +48,7 @@ class IniText {
   std::string LineEnd() const;
 
   std::string bytes_;
+  mutable std::size_t lastSection_ = 0;  ///< Where the section begins that was asked for last.
 };
 
 }  // namespace torvik

@@ -28,7 +28,8 @@ class ProfileFiles final : public Profile {
                                        const std::string& file) override {
     if (size == 0) return {};
     std::string value(fallback);
-    if (const auto ini = Read(file)) {
+    std::optional<IniText> read;
+    if (const IniText* ini = HeldOrRead(file, read)) {
       const auto found = ini->Find(ansi_.Encode(section), ansi_.Encode(key));
       if (found) value = ansi_.Decode(*found);
     }
@@ -39,23 +40,23 @@ class ProfileFiles final : public Profile {
   int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                  std::string_view value, const std::string& file) override {
     if (!FitsOnOneLine(section) || !FitsOnOneLine(key) || !FitsOnOneLine(value)) return 0;
-    auto ini = Read(file);
-    if (!ini) return 0;
+    std::optional<IniText> read;
+    IniText* const ini = HeldOrRead(file, read);
+    if (ini == nullptr) return 0;
     ini->Set(ansi_.Encode(section), ansi_.Encode(key), ansi_.Encode(value));
-    if (!held_ || held_->file != file) return Write(file, *ini);
-    held_->text = std::move(*ini);
+    if (read) return !Write(file, *read);
     held_->isChanged = true;
     return 1;
   }
 
-  bool Together(const std::string& file, const std::function<void()>& use) override {
-    auto ini = Read(file);
-    if (!ini) return false;
+  std::error_code Together(const std::string& file, const std::function<void()>& use) override {
+    std::optional<IniText> ini;
+    if (const auto error = Read(file, ini)) return error;
     const auto letGo = [](std::optional<Held>* held) { held->reset(); };
     held_ = Held{file, std::move(*ini)};
     const std::unique_ptr<std::optional<Held>, decltype(letGo)> holding(&held_, letGo);
     use();
-    return !held_->isChanged || Write(file, held_->text);
+    return held_->isChanged ? Write(file, held_->text) : std::error_code();
   }
 
  private:
@@ -66,21 +67,27 @@ class ProfileFiles final : public Profile {
     bool isChanged = false;
   };
 
-  /// An absent file is an empty one; nothing when the file cannot be read.
-  std::optional<IniText> Read(const std::string& file) const {
-    if (held_ && held_->file == file) return held_->text;
+  /// The file that is in use, or this one in `read`; null when it cannot be read.
+  IniText* HeldOrRead(const std::string& file, std::optional<IniText>& read) {
+    if (held_ && held_->file == file) return &held_->text;
+    return Read(file, read) ? nullptr : &*read;
+  }
+
+  /// An absent file is an empty one.
+  std::error_code Read(const std::string& file, std::optional<IniText>& ini) const {
     std::error_code error;
     const std::string path = paths_.ToLinux(file, error);
     std::string bytes;
     if (!error) error = ReadFile(path, bytes);
-    if (error && error != std::errc::no_such_file_or_directory) return {};
-    return IniText(std::move(bytes));
+    if (error && error != std::errc::no_such_file_or_directory) return error;
+    ini.emplace(std::move(bytes));
+    return {};
   }
 
-  bool Write(const std::string& file, const IniText& ini) const {
+  std::error_code Write(const std::string& file, const IniText& ini) const {
     std::error_code error;
     const std::string path = paths_.ToLinux(file, error);
-    return !error && !ReplaceFile(path, ini.Bytes(), kPrivateMode);
+    return error ? error : ReplaceFile(path, ini.Bytes(), kPrivateMode);
   }
 
   const PathMap paths_;

@@ -3,12 +3,9 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace torvik {
 namespace {
-
-namespace fs = std::filesystem;
 
 bool IsSet(const char* variable) {
   const char* const value = std::getenv(variable);
@@ -62,21 +59,6 @@ bool HasDisplay() {
   // Of the two the X server is the one that every installation of the toolkit can use.
   if (HasXServer()) return setenv("QT_QPA_PLATFORM", "xcb", 0) == 0;
   return HasCompositor();
-}
-
-void* FindInModule(const std::string& file, const char* function, std::string& reason) {
-  std::error_code error;
-  const fs::path programs = fs::read_symlink("/proc/self/exe", error).parent_path();
-  for (const fs::path& place : {programs / file, fs::path(TORVIK_MODULE_DIRECTORY) / file,
-                                programs / "../lib/torvik" / file}) {
-    if (!fs::exists(place, error)) continue;
-    void* const module = dlopen(place.c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* const found = module == nullptr ? nullptr : dlsym(module, function);
-    if (found == nullptr) reason = dlerror();
-    return found;
-  }
-  reason = file + " is not installed";
-  return nullptr;
 }
 
 }  // namespace torvik

@@ -1,5 +1,6 @@
 #include "platform/linux/shares/smb/SmbSession.h"
 
+#include <libsmbclient.h>
 #include <sys/mman.h>
 
 #include <cctype>
@@ -7,7 +8,6 @@
 #include <cstdio>
 
 #include "platform/PlatformError.h"
-#include "platform/linux/shares/smb/SmbLibrary.h"
 #include "platform/linux/system/Posix.h"
 
 namespace torvik {
@@ -49,8 +49,7 @@ std::error_code LastError() {
 }
 
 struct Releaser {
-  const SmbLibrary& library;
-  void operator()(SMBCCTX* context) const { library.freeContext(context, 1); }
+  void operator()(SMBCCTX* context) const { smbc_free_context(context, 1); }
 };
 using Context = std::unique_ptr<SMBCCTX, Releaser>;
 
@@ -61,42 +60,40 @@ void Ignore(void*, int, const char*) {}
 }
 
 /// Settings hold for all contexts. The library takes them from files only; this one is in memory.
-bool Configure(const SmbLibrary& library, SMBCCTX* context) {
-  library.setLogCallback(context, nullptr, &Ignore);
-  library.setDebug(context, 0);
+bool Configure(SMBCCTX* context) {
+  smbc_setLogCallback(context, nullptr, &Ignore);
+  smbc_setDebug(context, 0);
   const Descriptor file(memfd_create("smb.conf", MFD_CLOEXEC));
   const std::string path = "/proc/self/fd/" + std::to_string(file.Number());
   return file.IsOpen() && !WriteAll(file.Number(), kConfiguration) &&
-         library.setConfiguration(context, path.c_str()) == 0 &&
-         library.setProtocols(context, "SMB2_02", "SMB3") != 0;
+         smbc_setConfiguration(context, path.c_str()) == 0 &&
+         smbc_setOptionProtocols(context, "SMB2_02", "SMB3") != 0;
 }
 
 /// Null when the library cannot be set up.
-SMBCCTX* NewLastingContext(const SmbLibrary& library) {
-  Context context(library.newContext(), {library});
+SMBCCTX* NewLastingContext() {
+  Context context(smbc_new_context());
   const bool isGood =
-      context && library.initContext(context.get()) != nullptr && Configure(library, context.get());
+      context && smbc_init_context(context.get()) != nullptr && Configure(context.get());
   return isGood ? context.release() : nullptr;
 }
 
 /// With its last context the library forgets everything, and with the next one it reads its files
 /// again and loses some memory: one context, which no session uses, stays to the end.
-const SmbLibrary& PreparedLibrary() {
-  const SmbLibrary& library = LoadSmbLibrary();
-  static SMBCCTX* const lasting = NewLastingContext(library);
+SMBCCTX* NewContext() {
+  static SMBCCTX* const lasting = NewLastingContext();
   if (lasting == nullptr) Refuse();
-  return library;
+  return smbc_new_context();
 }
 
 class LibraryFile final : public SmbFile {
  public:
-  LibraryFile(const SmbLibrary& library, SMBCCTX* context, SMBCFILE* file)
-      : library_(library), context_(context), file_(file) {}
+  LibraryFile(SMBCCTX* context, SMBCFILE* file) : context_(context), file_(file) {}
   ~LibraryFile() override { Close(); }
 
   std::size_t Read(char* buffer, std::size_t capacity, std::error_code& error) override {
     errno = 0;
-    const ssize_t got = library_.getRead(context_)(context_, file_, buffer, capacity);
+    const ssize_t got = smbc_getFunctionRead(context_)(context_, file_, buffer, capacity);
     if (got < 0) error = LastError();
     return got < 0 ? 0 : static_cast<std::size_t>(got);
   }
@@ -104,7 +101,7 @@ class LibraryFile final : public SmbFile {
   std::uint64_t Size(std::error_code& error) override {
     struct stat status {};
     errno = 0;
-    if (library_.getFstat(context_)(context_, file_, &status) != 0) error = LastError();
+    if (smbc_getFunctionFstat(context_)(context_, file_, &status) != 0) error = LastError();
     return static_cast<std::uint64_t>(status.st_size);
   }
 
@@ -112,7 +109,7 @@ class LibraryFile final : public SmbFile {
     while (!bytes.empty()) {
       errno = 0;
       const ssize_t written =
-          library_.getWrite(context_)(context_, file_, bytes.data(), bytes.size());
+          smbc_getFunctionWrite(context_)(context_, file_, bytes.data(), bytes.size());
       if (written <= 0) return LastError();
       bytes.remove_prefix(static_cast<std::size_t>(written));
     }
@@ -122,13 +119,12 @@ class LibraryFile final : public SmbFile {
   std::error_code Close() override {
     if (file_ == nullptr) return {};
     errno = 0;
-    const int result = library_.getClose(context_)(context_, file_);
+    const int result = smbc_getFunctionClose(context_)(context_, file_);
     file_ = nullptr;
     return result == 0 ? std::error_code() : LastError();
   }
 
  private:
-  const SmbLibrary& library_;
   SMBCCTX* context_;
   SMBCFILE* file_;
 };
@@ -136,20 +132,17 @@ class LibraryFile final : public SmbFile {
 class LibrarySession final : public SmbSession {
  public:
   LibrarySession(const std::string& server, const SmbSettings& settings, const SmbLogon& logon)
-      : library_(PreparedLibrary()),
-        context_(library_.newContext(), Releaser{library_}),
-        server_(server),
-        logon_(logon),
-        isByTicket_(settings.kerberos) {
+      : context_(NewContext()), server_(server), logon_(logon), isByTicket_(settings.kerberos) {
     if (!context_) Refuse();
     SetOptions(settings);
-    if (library_.initContext(context_.get()) == nullptr) Refuse();
+    if (smbc_init_context(context_.get()) == nullptr) Refuse();
   }
 
   std::error_code Stat(const std::string& path, bool& isDirectory) override {
     struct stat status {};
     errno = 0;
-    if (library_.getStat(context_.get())(context_.get(), Url(server_, path).c_str(), &status) != 0)
+    if (smbc_getFunctionStat(context_.get())(context_.get(), Url(server_, path).c_str(), &status) !=
+        0)
       return LastError();
     isDirectory = S_ISDIR(status.st_mode);
     return {};
@@ -184,38 +177,37 @@ class LibrarySession final : public SmbSession {
   std::error_code EachEntry(const std::string& path, const Take& take) {
     errno = 0;
     SMBCFILE* directory =
-        library_.getOpendir(context_.get())(context_.get(), Url(server_, path).c_str());
+        smbc_getFunctionOpendir(context_.get())(context_.get(), Url(server_, path).c_str());
     if (directory == nullptr) return LastError();
-    const auto next = library_.getReaddirPlus(context_.get());
+    const auto next = smbc_getFunctionReaddirPlus(context_.get());
     const auto entryOrEnd = [&] {
       errno = 0;  // tells the end from an error
       return next(context_.get(), directory);
     };
     while (const libsmb_file_info* entry = entryOrEnd()) take(*entry);
     const std::error_code error = errno == 0 ? std::error_code() : LastError();
-    library_.getClosedir(context_.get())(context_.get(), directory);
+    smbc_getFunctionClosedir(context_.get())(context_.get(), directory);
     return error;
   }
 
   void SetOptions(const SmbSettings& settings) {
-    library_.setUserData(context_.get(), this);
-    library_.setAuthData(context_.get(), &LibrarySession::GiveLogon);
-    library_.setPort(context_.get(), static_cast<std::uint16_t>(settings.port));
-    library_.setTimeout(context_.get(), settings.timeoutSeconds * 1000);
-    library_.setUseKerberos(context_.get(), settings.kerberos);
-    library_.setUseLogonCache(context_.get(), 0);
-    library_.setFallbackAfterKerberos(context_.get(), 0);
+    smbc_setOptionUserData(context_.get(), this);
+    smbc_setFunctionAuthDataWithContext(context_.get(), &LibrarySession::GiveLogon);
+    smbc_setPort(context_.get(), static_cast<std::uint16_t>(settings.port));
+    smbc_setTimeout(context_.get(), settings.timeoutSeconds * 1000);
+    smbc_setOptionUseKerberos(context_.get(), settings.kerberos);
+    smbc_setOptionUseCCache(context_.get(), 0);
+    smbc_setOptionFallbackAfterKerberos(context_.get(), 0);
     // A refused user must not end up as a guest.
-    library_.setNoAutoAnonymousLogin(context_.get(), settings.kerberos || !logon_.user.empty());
+    smbc_setOptionNoAutoAnonymousLogin(context_.get(), settings.kerberos || !logon_.user.empty());
   }
 
   std::unique_ptr<SmbFile> Open(const std::string& path, int flags, std::error_code& error) {
     errno = 0;
-    const auto open = library_.getOpen(context_.get());
+    const auto open = smbc_getFunctionOpen(context_.get());
     SMBCFILE* file = open(context_.get(), Url(server_, path).c_str(), flags, 0666);
     if (file == nullptr) error = LastError();
-    return file == nullptr ? nullptr
-                           : std::make_unique<LibraryFile>(library_, context_.get(), file);
+    return file == nullptr ? nullptr : std::make_unique<LibraryFile>(context_.get(), file);
   }
 
   static void GiveLogon(SMBCCTX* context, const char*, const char*, char* domain, int domainSize,
@@ -223,7 +215,7 @@ class LibrarySession final : public SmbSession {
     const auto give = [](const std::string& text, char* buffer, int size) {
       std::snprintf(buffer, static_cast<std::size_t>(size), "%s", text.c_str());
     };
-    const auto& self = *static_cast<LibrarySession*>(PreparedLibrary().getUserData(context));
+    const auto& self = *static_cast<LibrarySession*>(smbc_getOptionUserData(context));
     if (!self.logon_.domain.empty()) give(self.logon_.domain, domain, domainSize);
     // Without a name it would be a guest's logon; the user that the library has put there is as
     // good as any, since the name of the ticket counts.
@@ -231,7 +223,6 @@ class LibrarySession final : public SmbSession {
     give(self.logon_.password, password, passwordSize);
   }
 
-  const SmbLibrary& library_;
   const Context context_;
   const std::string server_;
   const SmbLogon logon_;

@@ -1,0 +1,66 @@
+#include "platform/linux/modules/Modules.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+#include "platform/PlatformError.h"
+
+namespace torvik {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where a module lies; empty when it is not installed.
+std::string FindModule(const std::string& file) {
+  std::error_code error;
+  const fs::path programs = fs::read_symlink("/proc/self/exe", error).parent_path();
+  for (const fs::path& place : {programs / file, fs::path(TORVIK_MODULE_DIRECTORY) / file,
+                                programs / "../lib/torvik" / file})
+    if (fs::exists(place, error)) return place;
+  return "";
+}
+
+void* FindAt(const std::string& path, const char* function, std::string& reason) {
+  void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const found = module == nullptr ? nullptr : dlsym(module, function);
+  if (found == nullptr) reason = dlerror();
+  return found;
+}
+
+/// Of a function that the program exports, as the linker spells it.
+const char* NameOf(void* function) {
+  Dl_info info{};
+  dladdr(function, &info);
+  return info.dli_sname == nullptr ? "" : info.dli_sname;
+}
+
+}  // namespace
+
+void* FindInModule(const std::string& file, const char* function, std::string& reason) {
+  const std::string path = FindModule(file);
+  if (!path.empty()) return FindAt(path, function, reason);
+  reason = file + " is not installed";
+  return nullptr;
+}
+
+void* FindInModule(const RoomModule& module, void* standIn, const std::string& subject) {
+  const std::string needs = subject + " needs " + module.file;
+  const std::string path = FindModule(module.file);
+  if (path.empty())
+    throw PlatformError(0,
+                        needs +
+                            ", which is not installed; a build makes it when it finds the "
+                            "libraries that scripts/install-packages build installs",
+                        "modules");
+  std::string reason;
+  void* const found = FindAt(path, NameOf(standIn), reason);
+  if (found == nullptr)
+    throw PlatformError(0,
+                        needs + ", which cannot be loaded: " + reason + "; install " +
+                            module.packages + ", and the programs and their modules together",
+                        "modules");
+  return found;
+}
+
+}  // namespace torvik

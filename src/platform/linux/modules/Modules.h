@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+namespace torvik {
+
+/// A function of a module that is loaded for the rest of the run; null, and `reason` set, when that
+/// is not there. It is looked for beside the program, then where it is installed.
+void* FindInModule(const std::string& file, const char* function, std::string& reason);
+
+/// A room that most runs do without: with its libraries it is a module, loaded at its first use.
+struct RoomModule {
+  const char* file;      ///< "libtorvik-odbc.so".
+  const char* packages;  ///< Those of Debian that have its libraries.
+};
+
+/// The module's function for `standIn`, a function of the program that has the same name and
+/// arguments and needs it for `subject`. Throws PlatformError, which says what to install.
+template <class Function>
+Function* InModule(const RoomModule& module, Function* standIn, const std::string& subject);
+
+/// The same without its type.
+void* FindInModule(const RoomModule& module, void* standIn, const std::string& subject);
+
+template <class Function>
+Function* InModule(const RoomModule& module, Function* standIn, const std::string& subject) {
+  return reinterpret_cast<Function*>(
+      FindInModule(module, reinterpret_cast<void*>(standIn), subject));
+}
+
+}  // namespace torvik

@@ -1,0 +1,14 @@
+// Stands for the room in the programs, which load it when an Access file is first opened.
+
+#include "platform/linux/modules/Modules.h"
+#include "platform/linux/tables/access/AccessFile.h"
+
+namespace torvik {
+
+std::unique_ptr<TableFile> OpenAccessFile(const std::string& path) {
+  static const auto open =
+      InModule({"libtorvik-tables-access.so", "libmdb3"}, &OpenAccessFile, path);
+  return open(path);
+}
+
+}  // namespace torvik

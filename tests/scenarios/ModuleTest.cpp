@@ -1,0 +1,57 @@
+// Rooms that are modules beside the programs: what they need is in the programs, and without one
+// all else runs.
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "scenarios/Sandbox.h"
+
+namespace torvik {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+bool IsRoom(const fs::path& file) {
+  const std::string name = file.filename().string();
+  return name.starts_with("libtorvik-") && file.extension() == ".so" &&
+         name != "libtorvik-desktop.so";
+}
+
+TEST(Modules, FindAllThatTheyNeedInBothPrograms) {
+  Sandbox sandbox;
+  sandbox.SetVariable("LD_BIND_NOW", "1");
+  sandbox.SetVariable("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+  for (const auto& file : fs::directory_iterator(fs::path(TORVIK_PROGRAM).parent_path())) {
+    if (!IsRoom(file.path())) continue;
+    sandbox.SetVariable("LD_PRELOAD", file.path());
+    for (const char* program : {"torvik", "torvik-admin"}) {
+      const ProgramResult result = sandbox.Run({program, "--version"});
+      EXPECT_EQ(result.exitCode, 0) << file.path();
+      EXPECT_EQ(result.err, "") << file.path();
+    }
+  }
+}
+
+TEST(Modules, AreNamedWithTheirPackagesWhereTheyCannotBeLoaded) {
+  Sandbox sandbox("[server (local)]\nbackend = postgresql\nhost = dw.example\n");
+  const std::string program = sandbox.PathOf("torvik-admin");
+  fs::copy_file(TORVIK_ADMIN_PROGRAM, program);
+  const struct {
+    const char* module;
+    const char* words;
+  } cases[] = {
+      {nullptr, "dw.example needs libtorvik-postgres.so, which is not installed"},
+      {"no library", "libtorvik-postgres.so: file too short; install libpq5"},
+  };
+  for (const auto& c : cases) {
+    if (c.module != nullptr) sandbox.WriteFile("libtorvik-postgres.so", c.module);
+    const ProgramResult result = sandbox.Run({program, "package", "list"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr(c.words));
+  }
+}
+
+}  // namespace
+}  // namespace torvik
