@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "platform/NumberText.h"
 #include "platform/Text.h"
@@ -128,24 +129,36 @@ char* PutDecimal(char* to, std::string_view text) {
 }
 
 template <typename Number>
-char* PutInteger(char* to, std::string_view text) {
-  Number number = 0;
-  if (!ReadNumber(text, number)) return nullptr;
-  to = Put32(to, sizeof number);
-  if constexpr (sizeof number == 2) return Put16(to, static_cast<std::uint16_t>(number));
-  if constexpr (sizeof number == 4) return Put32(to, static_cast<std::uint32_t>(number));
+char* PutInteger(char* to, std::int64_t number) {
+  if (number < std::numeric_limits<Number>::min() || number > std::numeric_limits<Number>::max())
+    return nullptr;
+  to = Put32(to, sizeof(Number));
+  if constexpr (sizeof(Number) == 2) return Put16(to, static_cast<std::uint16_t>(number));
+  if constexpr (sizeof(Number) == 4) return Put32(to, static_cast<std::uint32_t>(number));
   return Put64(to, static_cast<std::uint64_t>(number));
 }
 
 template <typename Real, typename Bits>
-char* PutReal(char* to, std::string_view text) {
-  Real number = 0;
-  if (!ReadNumber(text, number) || !std::isfinite(number)) return nullptr;
+char* PutReal(char* to, Real number) {
+  if (!std::isfinite(number)) return nullptr;
   Bits bits = 0;
   std::memcpy(&bits, &number, sizeof bits);
   to = Put32(to, sizeof bits);
   if constexpr (sizeof bits == 4) return Put32(to, bits);
   return Put64(to, bits);
+}
+
+char* PutSingle(char* to, float number) {
+  return PutReal<float, std::uint32_t>(to, number);
+}
+char* PutDouble(char* to, double number) {
+  return PutReal<double, std::uint64_t>(to, number);
+}
+
+char* PutTruth(char* to, bool truth) {
+  to = Put32(to, 1);
+  *to++ = truth ? 1 : 0;
+  return to;
 }
 
 char* PutBytes(char* to, std::string_view bytes) {
@@ -157,17 +170,15 @@ char* PutBytes(char* to, std::string_view bytes) {
 char* PutText(char* to, unsigned type, std::string_view text) {
   std::int64_t count = 0;
   bool truth = false;
+  float single = 0;
+  double real = 0;
   switch (type) {
-    case 16:
-      if (!ReadTruth(text, truth)) return nullptr;
-      to = Put32(to, 1);
-      *to++ = truth ? 1 : 0;
-      return to;
-    case 20: return PutInteger<std::int64_t>(to, text);
-    case 21: return PutInteger<std::int16_t>(to, text);
-    case 23: return PutInteger<std::int32_t>(to, text);
-    case 700: return PutReal<float, std::uint32_t>(to, text);
-    case 701: return PutReal<double, std::uint64_t>(to, text);
+    case 16: return ReadTruth(text, truth) ? PutTruth(to, truth) : nullptr;
+    case 20: return ReadNumber(text, count) ? PutInteger<std::int64_t>(to, count) : nullptr;
+    case 21: return ReadNumber(text, count) ? PutInteger<std::int16_t>(to, count) : nullptr;
+    case 23: return ReadNumber(text, count) ? PutInteger<std::int32_t>(to, count) : nullptr;
+    case 700: return ReadNumber(text, single) ? PutSingle(to, single) : nullptr;
+    case 701: return ReadNumber(text, real) ? PutDouble(to, real) : nullptr;
     case 1082:
       if (!ReadDay(text, count)) return nullptr;
       return Put32(Put32(to, 4), static_cast<std::uint32_t>(count));
@@ -179,20 +190,32 @@ char* PutText(char* to, unsigned type, std::string_view text) {
   }
 }
 
+template <typename Number>
+char* PutNumberText(char* to, unsigned type, Number number) {
+  char text[kRoomOfNumber];
+  const auto end = std::to_chars(text, text + sizeof text, number).ptr;
+  return PutText(to, type, {text, static_cast<std::size_t>(end - text)});
+}
+
+char* PutWhole(char* to, unsigned type, std::int64_t number) {
+  switch (type) {
+    case 20: return PutInteger<std::int64_t>(to, number);
+    case 21: return PutInteger<std::int16_t>(to, number);
+    case 23: return PutInteger<std::int32_t>(to, number);
+    case 701: return PutDouble(to, static_cast<double>(number));
+    default: return PutNumberText(to, type, number);
+  }
+}
+
 /// Null when the value is not in the plain form of its type.
 char* PutBinary(char* to, unsigned type, const ado::LoadValue& value) {
-  char number[kRoomOfNumber];
   switch (value.GetKind()) {
     case ado::LoadValue::Kind::Null: return Put32(to, kNull);
     case ado::LoadValue::Kind::Text: return PutText(to, type, value.Text());
-    case ado::LoadValue::Kind::Integer: {
-      const auto end = std::to_chars(number, number + sizeof number, value.Integer()).ptr;
-      return PutText(to, type, {number, static_cast<std::size_t>(end - number)});
-    }
+    case ado::LoadValue::Kind::Integer: return PutWhole(to, type, value.Integer());
     case ado::LoadValue::Kind::Real: break;
   }
-  const auto end = std::to_chars(number, number + sizeof number, value.Real()).ptr;
-  return PutText(to, type, {number, static_cast<std::size_t>(end - number)});
+  return type == 701 ? PutDouble(to, value.Real()) : PutNumberText(to, type, value.Real());
 }
 
 }  // namespace
