@@ -118,7 +118,8 @@ bool FtpConnection::Retrieve(const std::string& path,
   const auto size = transfer_->Replies().Size();
   tellsSizes_ = size.has_value();
   // Some servers tell the length of their own file: ASCII mode can only add to it.
-  if (size && length < *size)
+  const bool mayBeLonger = type_ == FtpSettings::Type::Ascii;
+  if (size && (length < *size || (length > *size && !mayBeLonger)))
     return Fail({wininet::ExtendedError, path + ": the server told " + std::to_string(*size) +
                                              " bytes and sent " + std::to_string(length)});
   return true;

@@ -15,7 +15,8 @@ namespace torvik {
 /// function answers whether it worked; Failure() says why not.
 class FtpConnection {
  public:
-  explicit FtpConnection(std::unique_ptr<FtpTransfer> transfer) : transfer_(std::move(transfer)) {}
+  FtpConnection(std::unique_ptr<FtpTransfer> transfer, FtpSettings::Type type)
+      : transfer_(std::move(transfer)), type_(type) {}
 
   bool LogOn() { return transfer_->LogOn() || Fail(transfer_->Failure()); }
   bool ChangeDirectory(const std::string& path);
@@ -54,6 +55,7 @@ class FtpConnection {
   bool HasMlsd();
 
   std::unique_ptr<FtpTransfer> transfer_;
+  const FtpSettings::Type type_;
   FtpFailure failure_;
   std::string directory_;  ///< That was changed to; empty: the one after the logon.
   enum class Answer { Unknown, No, Yes } hasMlsd_ = Answer::Unknown;

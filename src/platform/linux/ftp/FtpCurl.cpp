@@ -67,7 +67,8 @@ class FtpCurl final : public wininet::Client {
         !EncodeText(password, logon.password))
       return Fail(wininet::LoginFailure,
                   "user or password has a character that cannot be sent to " + server);
-    auto ftp = std::make_unique<FtpConnection>(NewFtpTransfer(settings_, logon, onWait_));
+    auto ftp =
+        std::make_unique<FtpConnection>(NewFtpTransfer(settings_, logon, onWait_), settings_.type);
     if (!Keep(*ftp, ftp->LogOn())) return 0;
     return Make(Connection{internet, std::move(ftp)});
   }

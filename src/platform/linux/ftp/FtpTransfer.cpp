@@ -199,6 +199,8 @@ class CurlTransfer final : public FtpTransfer {
     if (!settings_.certificates.empty()) Set(CURLOPT_CAINFO, settings_.certificates.c_str());
   }
 
+  bool IsBinary() const { return settings_.type == FtpSettings::Type::Binary; }
+
   void SetTimes() {
     const auto seconds = static_cast<long>(settings_.timeoutSeconds);
     Set(CURLOPT_CONNECTTIMEOUT, seconds);
@@ -230,7 +232,7 @@ class CurlTransfer final : public FtpTransfer {
     // The library's own ASCII mode changes line ends on this side too: CR LF to LF on the way here,
     // LF to CR LF on the way out, whatever stands before it. It is kept in binary mode, and the
     // server is told otherwise behind its back, once.
-    if (!isAscii_) AddCommand("TYPE A");
+    if (!IsBinary() && !isAscii_) AddCommand("TYPE A");
     if (request_.asksSize) AddCommand("*SIZE " + request_.path);
     Set(CURLOPT_PREQUOTE, commands_.get());
   }
@@ -279,7 +281,7 @@ class CurlTransfer final : public FtpTransfer {
     // It can overlook a data connection that comes later than the reply announcing it; the end of
     // the transfer is then still to come, and the connection of no more use.
     if (request_.kind == FtpRequest::Kind::Command) return;
-    isAscii_ = request_.kind != FtpRequest::Kind::List;
+    isAscii_ = request_.kind != FtpRequest::Kind::List && !IsBinary();
     if (FtpCodeOf(replies_.Last()) / 100 != 1) return;
     failure_ = {wininet::ConnectionAborted, "the data connection has not come about"};
     if (control_ != CURL_SOCKET_BAD) ::shutdown(control_, SHUT_RDWR);

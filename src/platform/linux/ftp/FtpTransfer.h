@@ -43,9 +43,9 @@ struct FtpRequest {
   std::function<FtpFlow(char* buffer, std::size_t capacity, std::size_t& length)> source = {};
 };
 
-/// Requests over one FTP control connection, in ASCII mode: the bytes of a file are those of the
-/// wire in either direction, with the CR LF that end its lines there. Each request answers whether
-/// it worked.
+/// Requests over one FTP control connection: the bytes of a file are those of the wire in either
+/// direction; in ASCII mode that is with the CR LF that end its lines there. Each request answers
+/// whether it worked.
 class FtpTransfer {
  public:
   using Condition = std::function<bool()>;

@@ -29,9 +29,11 @@ struct ProviderSettings {
 /// The section [ftp].
 struct FtpSettings {
   enum class Tls { Off, Try, Require };
+  enum class Type { Ascii, Binary };
 
-  bool passive = false;  ///< Who opens the data connections: the server, or in passive mode we.
-  Tls tls = Tls::Off;    ///< Try goes on without when the server has none. Needs passive mode.
+  Type type = Type::Ascii;  ///< Whether the server turns line ends into CR LF, or leaves bytes be.
+  bool passive = false;     ///< Who opens the data connections: the server, or in passive mode we.
+  Tls tls = Tls::Off;       ///< Try goes on without when the server has none. Needs passive mode.
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
   int port = 21;                  ///< Of every server.

@@ -309,6 +309,10 @@ class SettingsParser {
       ftp.passive = word == "passive";
       return ftp.passive || word == "active" ? "" : "mode is active or passive";
     }
+    if (key == "type") {
+      ftp.type = word == "binary" ? FtpSettings::Type::Binary : FtpSettings::Type::Ascii;
+      return word == "binary" || word == "ascii" ? "" : "type is ascii or binary";
+    }
     if (key == "tls") {
       tlsLine_ = lineNumber_;
       ftp.tls = word == "require" ? Tls::Require : word == "try" ? Tls::Try : Tls::Off;
@@ -320,7 +324,8 @@ class SettingsParser {
     }
     if (key == "port") return ReadPort(value, ftp.port);
     if (key == "timeout") return ReadTimeout(value, ftp.timeoutSeconds);
-    return "[ftp] has no key \"" + key + "\"; there are mode, tls, certificates, timeout, port";
+    return "[ftp] has no key \"" + key +
+           "\"; there are mode, type, tls, certificates, timeout, port";
   }
 
   /// [smb HOST] has the keys of [smb] and its own, whichever comes first in the file. A logon of

@@ -195,6 +195,27 @@ TEST(FtpCurlSecurity, ACertificateThatNobodyVouchesForIsRefused) {
   }
 }
 
+TEST(FtpCurlType, LinesEndAsTheServerHasThemOrAsTheWireDoes) {
+  const FtpServer server;
+  std::string bytes = "a\nb\n\r\0\xFFz\n"s;
+  server.Files().Write("lines", bytes);
+  const std::pair<FtpSettings::Type, std::string> cases[] = {
+      {FtpSettings::Type::Ascii, "a\r\nb\r\n\r\0\xFFz\r\n"s}, {FtpSettings::Type::Binary, bytes}};
+  const auto codePages = NewIconvCodePages("windows-1252");
+  const TemporaryDirectory disk;
+  for (const auto& [type, arrived] : cases) {
+    const auto client = NewFtpCurl({.type = type, .port = server.Port()}, {}, codePages->Ansi());
+    const Handle ftp = client->InternetConnectA(client->InternetOpenA("Torvik"), "127.0.0.1",
+                                                kDefaultFtpPort, "torvik", server.Password());
+    for (const char* look : {"first", "after a listing"}) {
+      EXPECT_TRUE(client->FtpGetFileA(ftp, server.PathOf("/lines"), disk.PathOf("lines")));
+      EXPECT_EQ(arrived, disk.Read("lines")) << look;
+      FindData entry;
+      client->InternetCloseHandle(client->FtpFindFirstFileA(ftp, entry));
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Clients, FtpContract,
     testing::Values(Place{"Fake"}, Place{"Active", {.isPassive = false}},

@@ -15,24 +15,25 @@ using testing::StartsWith;
 TEST(Settings, TakesTheFileOver) {
   Settings settings;
   ASSERT_EQ(
-      ParseSettings("; the machine's own\r\n"
-                    "[Text]\n code_page = utf-8   ; of everything\n"
-                    "[paths]\nDrive C: = /srv/c;1\t;comment\n"
-                    "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
-                    "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\n"
-                    "certificates = /etc/ftp.pem\n"
-                    "[scripts]\ndirectories = C:\\in; /srv/lists;\n[run]\nwait_for_other_run = 60\n"
-                    "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
-                    "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
-                    "certificates = /etc/mail.pem\n"
-                    "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
-                    "Port = 1433\n"
-                    "[server (local)]\ndirectory = /srv/local\n"
-                    "[provider MSDAORA.1]\ndriver = x\n"
-                    "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
-                    "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
-                    "[smb old]\ndomain = DW\nport = 4450\n",
-                    settings),
+      ParseSettings(
+          "; the machine's own\r\n"
+          "[Text]\n code_page = utf-8   ; of everything\n"
+          "[paths]\nDrive C: = /srv/c;1\t;comment\n"
+          "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
+          "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\ntype=Binary\n"
+          "certificates = /etc/ftp.pem\n"
+          "[scripts]\ndirectories = C:\\in; /srv/lists;\n[run]\nwait_for_other_run = 60\n"
+          "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
+          "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
+          "certificates = /etc/mail.pem\n"
+          "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
+          "Port = 1433\n"
+          "[server (local)]\ndirectory = /srv/local\n"
+          "[provider MSDAORA.1]\ndriver = x\n"
+          "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
+          "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
+          "[smb old]\ndomain = DW\nport = 4450\n",
+          settings),
       "");
   EXPECT_EQ(settings.codePage, "utf-8");
   EXPECT_THAT(settings.drives, ElementsAre(Pair("c", "/srv/c;1")));
@@ -41,6 +42,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.tls, FtpSettings::Tls::Require);
   EXPECT_EQ(settings.ftp.timeoutSeconds, 5);
   EXPECT_EQ(settings.ftp.port, 65535);
+  EXPECT_EQ(settings.ftp.type, FtpSettings::Type::Binary);
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
   EXPECT_EQ(settings.waitForOtherRunSeconds, 60);
   EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
@@ -90,6 +92,7 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[run]\nwait_for_other_run = -1\n",
        "line 2: wait_for_other_run is a number of seconds from 0 to 604800"},
       {"[ftp]\nmode = on\n", "line 2: mode is active or passive"},
+      {"[ftp]\ntype = i\n", "line 2: type is ascii or binary"},
       {"[ftp]\ntls = yes\n", "line 2: tls is off, try or require"},
       {"[ftp]\ntimeout = 0\n", "line 2: timeout is a number of seconds from 1 to 3600"},
       {"[ftp]\ntimeout = 5s\n", "line 2: timeout is a number"},
@@ -97,7 +100,7 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[ftp]\ncertificates = x\n", "line 2: a file is given by its full path"},
       {"[ftp]\nport = 0\n", "line 2: port is a number from 1 to 65535"},
       {"[ftp]\ntls = try\nport = 990\n", "line 2: [ftp]: tls needs data connections from here"},
-      {"[ftp]\nhost = x\n", "line 2: [ftp] has no key \"host\"; there are mode, tls, cert"},
+      {"[ftp]\nhost = x\n", "line 2: [ftp] has no key \"host\"; there are mode, type, tls, cert"},
       {"[smb]\nuser = a\n[smb h]\ntime = 1\n", "line 4: [smb] has no key \"time\"; there are user"},
       {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password and credentials exclude"},
       {"[smb]\ncredentials = c\n", "line 2: a file is given by its full path"},
