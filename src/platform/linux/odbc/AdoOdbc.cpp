@@ -136,9 +136,10 @@ class AdoOdbc final : public AdoDatabase {
     return NewOdbcBulkRead(session_, Resolved(sql));
   }
 
-  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+  std::vector<std::string> CreateTable(const std::string& table,
+                                       std::span<const ado::Column> columns) override {
     tables_.clear();
-    CreateOdbcTable(*session_, table, columns);
+    return CreateOdbcTable(*session_, table, columns);
   }
   void EmptyTable(const std::string& table) override {
     EmptyOdbcTable(*session_, RequireTable(table));

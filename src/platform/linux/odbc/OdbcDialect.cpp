@@ -44,6 +44,11 @@ OdbcDialect::OdbcDialect(const std::string& serverName, const std::string& asked
                          const std::string& connected)
     : server_(ServerOf(serverName)), postgreSqlNames_(asked, connected) {}
 
+ado::SqlKind OdbcDialect::Sql() const {
+  if (server_ == OdbcServer::SqlServer) return ado::SqlKind::SqlServer;
+  return server_ == OdbcServer::PostgreSql ? ado::SqlKind::PostgreSql : ado::SqlKind::Other;
+}
+
 std::string OdbcDialect::SessionSql() const {
   if (server_ == OdbcServer::SqlServer) return kSqlServerSession;
   return server_ == OdbcServer::PostgreSql ? postgreSqlNames_.SessionSql() : "";

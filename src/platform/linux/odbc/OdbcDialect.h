@@ -21,6 +21,8 @@ class OdbcDialect {
               const std::string& connected);
 
   OdbcServer Server() const { return server_; }
+  /// Other where a server's types are told by their kinds alone.
+  ado::SqlKind Sql() const;
 
   /// Run on every new connection; may be empty.
   std::string SessionSql() const;
