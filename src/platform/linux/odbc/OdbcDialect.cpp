@@ -116,6 +116,15 @@ std::string OdbcDialect::RollbackToPointSql(const std::string& point) const {
          point;
 }
 
+std::string OdbcDialect::TransactionQuery() const {
+  switch (server_) {
+    case OdbcServer::SqlServer: return "SELECT @@TRANCOUNT";
+    // A transaction begins before a statement that is not its first.
+    case OdbcServer::PostgreSql: return "SELECT (now() <> statement_timestamp())::int";
+    default: return "";
+  }
+}
+
 std::string OdbcDialect::SchemaQuery() const {
   switch (server_) {
     case OdbcServer::SqlServer: return "SELECT SCHEMA_NAME()";

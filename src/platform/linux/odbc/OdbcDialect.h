@@ -60,6 +60,9 @@ class OdbcDialect {
   std::string ReleasePointSql(const std::string& point) const;
   std::string RollbackToPointSql(const std::string& point) const;
 
+  /// Answers 0 when no transaction is open; empty where no statement tells it.
+  std::string TransactionQuery() const;
+
   /// Answers the schema in which tables without one are made.
   std::string SchemaQuery() const;
 

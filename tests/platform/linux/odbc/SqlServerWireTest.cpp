@@ -74,6 +74,14 @@ TEST(SqlServerWire, TransactionsArePlainStatements) {
                   "batch BEGIN TRANSACTION", "batch IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION"));
 }
 
+TEST(SqlServerWire, AScriptsOpenTransactionIsSeen) {
+  for (const bool isOpen : {false, true}) {
+    const TdsPeer peer("when SELECT @@TRANCOUNT\ncolumns n int\nrow " + std::to_string(2 * isOpen) +
+                       "\n");
+    EXPECT_EQ(isOpen, peer.Open()->HasOpenTransaction());
+  }
+}
+
 TEST(SqlServerWire, EveryTypeIsReadAsOnAnyOtherServer) {
   std::string sent, read, bytes, hex;
   for (int i = 0; i < 1000; ++i)
