@@ -74,6 +74,9 @@ struct CursorOptions {
 /// What a destination column takes, as far as values are checked before they are sent.
 enum class ColumnKind { Text, Integer, Decimal, Real, Boolean, Date, DateTime, Binary };
 
+/// Whose SQL a type or a default is written in.
+enum class SqlKind { Other, SqlServer, PostgreSql, Embedded };
+
 /// In what the size of a text is counted.
 enum class TextUnit { Characters, Utf16, Utf8 };
 
@@ -92,6 +95,7 @@ struct Column {
   std::int64_t seed = 1, increment = 1;  ///< Of an identity: its first number, and the step.
   bool isComputed = false;               ///< Takes no values.
   std::string defaultText;               ///< In the server's own SQL; empty: there is none.
+  SqlKind sql = SqlKind::Other;          ///< The server's own SQL.
 };
 
 /// How rows are loaded.
@@ -159,8 +163,10 @@ class Database {
   /// connection runs other statements before the last row has been read.
   virtual std::unique_ptr<BulkRead> OpenBulkRead(const std::string& sql, bool alongside) = 0;
 
-  /// Makes a table of these columns, key included. Types are the server's own that come closest.
-  virtual void CreateTable(const std::string& table, std::span<const Column> columns) = 0;
+  /// Makes a table of these columns, with their key, defaults and numbering. Types are the server's
+  /// own that come closest. Answers what of the columns it could not keep, a line each.
+  virtual std::vector<std::string> CreateTable(const std::string& table,
+                                               std::span<const Column> columns) = 0;
 
   /// Deletes all rows of a table by the fastest way that a rollback undoes.
   virtual void EmptyTable(const std::string& table) = 0;
@@ -172,6 +178,10 @@ class Database {
   /// Gives `table` the rows of `staging` in place of its own and drops `staging`: readers see the
   /// old rows or the new ones. Belongs into a transaction. Answers how many rows it has now.
   virtual std::int64_t ReplaceRows(const std::string& table, const std::string& staging) = 0;
+
+  /// True when a statement has begun a transaction that none has ended. For a connection without
+  /// one by BeginTrans.
+  virtual bool HasOpenTransaction() = 0;
 
   virtual void BeginTrans() = 0;
   virtual void CommitTrans() = 0;

@@ -143,10 +143,13 @@ class FakeConnection final : public ado::Connection {
     Refuse();
   }
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string&, bool) override { Refuse(); }
-  void CreateTable(const std::string&, std::span<const ado::Column>) override { Refuse(); }
+  std::vector<std::string> CreateTable(const std::string&, std::span<const ado::Column>) override {
+    Refuse();
+  }
   void EmptyTable(const std::string&) override { Refuse(); }
   std::string CreateStagingTable(const std::string&) override { Refuse(); }
   std::int64_t ReplaceRows(const std::string&, const std::string&) override { Refuse(); }
+  bool HasOpenTransaction() override { Refuse(); }
   void BeginTrans() override { Refuse(); }
   void CommitTrans() override { Refuse(); }
   void RollbackTrans() override { Refuse(); }

@@ -118,6 +118,20 @@ TEST_P(SqlContract, ASavepointUndoesAFailedStepAndTheTransactionGoesOn) {
   }
 }
 
+TEST_P(SqlContract, ATransactionThatAStatementLeavesOpenIsSeen) {
+  Do("CREATE TABLE t (a INT)");
+  const std::pair<const char*, bool> cases[] = {{"INSERT INTO t VALUES (1)", false},
+                                                {"BEGIN; INSERT INTO t VALUES (2); COMMIT", false},
+                                                {"BEGIN; INSERT INTO t VALUES (3)", true},
+                                                {"INSERT INTO t VALUES (4)", true},
+                                                {"ROLLBACK", false}};
+  for (const auto& [sql, isOpen] : cases) {
+    Do(sql);
+    EXPECT_EQ(isOpen, dw_->HasOpenTransaction()) << sql;
+  }
+  EXPECT_EQ("1\n2", Rows("SELECT a FROM t ORDER BY a"));
+}
+
 TEST_P(SqlContract, ClosingRollsBackEvenWhileARecordsetIsHeld) {
   Do("CREATE TABLE t (a INT)");
   dw_->BeginTrans();

@@ -66,7 +66,7 @@ def exact(text):
     return bytes([text[0] != "-"]) + int(re.sub("[-.]", "", text)).to_bytes(16, "little")
 
 
-def packed(code): return lambda text: short(struct.pack(code, int(text) if code != "<d" else float(text)))
+def packed(code): return lambda text: short(struct.pack(code, float(text) if code in ("<d", "<f") else int(text)))
 
 
 TABLE = b"\x01" + counted("t", "<H")
@@ -78,6 +78,7 @@ TYPES = {
     "bigint": (b"\x26\x08", packed("<q"), NO_BYTE),
     "tinyint": (b"\x26\x01", packed("<B"), NO_BYTE),
     "bit": (b"\x68\x01", packed("<B"), NO_BYTE),
+    "real": (b"\x6d\x04", packed("<f"), NO_BYTE),
     "float": (b"\x6d\x08", packed("<d"), NO_BYTE),
     "money": (b"\x6e\x08", lambda v: short(money(v)), NO_BYTE),
     "decimal": (b"\x6a\x11\x26\x02", lambda v: short(exact(v)), NO_BYTE),

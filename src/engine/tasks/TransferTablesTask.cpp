@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "engine/model/Connections.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
@@ -6,6 +8,7 @@
 #include "engine/tasks/Tasks.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -53,12 +56,25 @@ class TransferTablesTask final : public Task {
       if (!create_)
         throw PlatformError(0, "the destination has no table " + table + "; create is false",
                             "transfer of tables");
-      destination.CreateTable(table, columns);
+      for (const std::string& loss : destination.CreateTable(table, columns))
+        context.Output("table " + table + " is made; " + loss);
     }
     const auto rows = OpenQuerySource(source, "SELECT * FROM " + table, false);
-    const PumpJob job{settings_};
+    const PumpJob job{settings_, TakenColumns(*rows, destination.TableColumns(table))};
     return PumpIntoTable(context, job, *rows,
                          {destination, table, context.Settings(destination_).DatabaseInWords()});
+  }
+
+  /// All but those whose values the destination makes by itself.
+  std::vector<ColumnMapping> TakenColumns(const RowSource& rows,
+                                          const std::vector<ado::Column>& columns) const {
+    std::vector<ColumnMapping> taken;
+    for (const std::string& name : rows.Columns())
+      if (std::ranges::none_of(columns, [&](const ado::Column& column) {
+            return column.isComputed && EqualsIgnoringCase(column.name, name);
+          }))
+        taken.push_back({name, name, settings_.flags});
+    return taken;
   }
 
   std::string source_, destination_;

@@ -78,8 +78,9 @@ class AdoConnection final : public ado::Connection {
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
     return Database().OpenBulkRead(sql, alongside);
   }
-  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
-    Database().CreateTable(table, columns);
+  std::vector<std::string> CreateTable(const std::string& table,
+                                       std::span<const ado::Column> columns) override {
+    return Database().CreateTable(table, columns);
   }
   void EmptyTable(const std::string& table) override { Database().EmptyTable(table); }
   std::string CreateStagingTable(const std::string& table) override {
@@ -88,6 +89,7 @@ class AdoConnection final : public ado::Connection {
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return Database().ReplaceRows(table, staging);
   }
+  bool HasOpenTransaction() override { return Database().HasOpenTransaction(); }
   void BeginTrans() override { Database().BeginTrans(); }
   void CommitTrans() override { Database().CommitTrans(); }
   void RollbackTrans() override { Database().RollbackTrans(); }

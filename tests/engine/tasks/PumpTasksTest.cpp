@@ -183,6 +183,27 @@ TEST_F(PumpTasksTest, AMissingValueBecomesTheDefaultUnlessNullsAreKept) {
   }
 }
 
+TEST_F(PumpTasksTest, AnIdentityTakesTheSourcesNumbersWhenItIsToldTo) {
+  const std::string mapped = "columns = { name = 'name' }";
+  const struct {
+    std::string keys;
+    const char* rows;
+    const char* error;
+  } cases[] = {{"load = 'truncate'", "5:old", "write identity_insert = true"},
+               {"load = 'truncate'\n" + mapped, "5:a 6:b", ""},
+               {"load = 'replace'\n" + mapped, "5:a 6:b", ""},
+               {mapped, "5:old 6:a 7:b", ""},
+               {"identity_insert = true", "5:old 8:a 9:b", ""},
+               {"load = 'replace'\nidentity_insert = true", "8:a 9:b", ""}};
+  for (const auto& c : cases) {
+    warehouse_->Execute(
+        "DROP TABLE t; CREATE TABLE t (id INT IDENTITY(5, 1), name VARCHAR(5), day DATE);"
+        "INSERT INTO t (name) VALUES ('old')");
+    EXPECT_THAT(Pump("id,name\n8,a\n9,b\n", c.keys).events.errors, HasSubstr(c.error));
+    EXPECT_EQ(c.rows, Rows()) << c.keys;
+  }
+}
+
 TEST_F(PumpTasksTest, RowsThatDoNotTakeTheirPlaceAreNotToldAsLoaded) {
   warehouse_->Execute(
       "INSERT INTO t VALUES (9, 'old', NULL); CREATE TRIGGER no BEFORE INSERT ON t WHEN NEW.name "
@@ -244,6 +265,19 @@ TEST_F(PumpTasksTest, BulkInsertAndTransferOfTables) {
     EXPECT_EQ("a|alpha", RowsOf(*mart, "SELECT * FROM code"));
     EXPECT_EQ(1, mart->TableColumns("t").at(0).keyPosition);
   }
+  warehouse_->Execute(
+      "DROP TABLE t; CREATE TABLE t (id INT IDENTITY(5, 1), s TEXT DEFAULT 'x' NOT NULL, n INT "
+      "DEFAULT 7, twice INT AS (n * 2)); INSERT INTO t (n) VALUES (1), (NULL)");
+  server_.Open("mart")->Execute("DROP TABLE t");
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ("", Run(*Load("P")).events.errors);
+    const auto mart = server_.Open("mart");
+    EXPECT_EQ("5|x|1|2\n6|x|-|-", RowsOf(*mart, "SELECT * FROM t ORDER BY id"));
+    EXPECT_EQ("7|x|7", (mart->Execute("INSERT INTO t (twice) VALUES (14)"),
+                        RowsOf(*mart, "SELECT id, s, n FROM t WHERE twice = 14")));
+  }
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("table t is made; column twice: its values are "
+                                             "computed there and stored here\r\n"));
 }
 
 }  // namespace

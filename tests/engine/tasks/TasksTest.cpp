@@ -142,6 +142,17 @@ TEST_F(TasksTest, ExecuteSqlTakesParametersAndGivesResults) {
   }
 }
 
+TEST_F(TasksTest, NoStepKeepsATransactionThatAnotherHasLeftOpen) {
+  warehouse_->Execute("CREATE TABLE open (n INT)");
+  const RunResult result = Run("P", Head("P") + Sql("open", "BEGIN; INSERT INTO open VALUES (1)") +
+                                        Sql("next", "INSERT INTO open VALUES (2)",
+                                            "after = [ { step = \"open\", on = "
+                                            "\"completion\" } ]"));
+  EXPECT_EQ("FS", result.ends);
+  EXPECT_THAT(result.events.errors, HasSubstr("does not end it"));
+  EXPECT_EQ("2", Query("SELECT n FROM open"));
+}
+
 TEST_F(TasksTest, DataPumpReadsTextFilesByTheirProperties) {
   const struct {
     const char* text;

@@ -1,13 +1,25 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace torvik {
 
+/// How a column numbers the rows of its table.
+struct SqlIdentity {
+  std::int64_t seed = 1, increment = 1;
+};
+
 /// SQL text in which the columns that SQL Server's CREATE TABLE declares as IDENTITY number the
 /// rows of an SQLite table: "id int IDENTITY(1,1)" becomes "id INTEGER", and the table's key where
-/// it has none. Everything else stays as it is, and so does a table that has another key.
+/// it has none. What was declared stays as a comment. Everything else stays as it is, and so does a
+/// table that has another key. Throws PlatformError for a seed
+/// below 1 and for an increment other than 1.
 std::string ResolveIdentity(std::string_view sql);
+
+/// What was declared, by the text that ResolveIdentity made of a CREATE TABLE.
+std::optional<SqlIdentity> IdentityIn(std::string_view create);
 
 }  // namespace torvik

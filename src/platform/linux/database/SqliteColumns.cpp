@@ -10,7 +10,7 @@ namespace {
 
 using enum ado::ColumnKind;
 
-/// The types by their first word. A tiny integer goes up to 255, which needs two bytes.
+/// The types by their first word.
 constexpr struct {
   std::string_view word;
   ado::ColumnKind kind;
@@ -24,7 +24,7 @@ constexpr struct {
     {"MEDIUMINT", Integer, 4},
     {"SMALLINT", Integer, 2},
     {"INT2", Integer, 2},
-    {"TINYINT", Integer, 2},
+    {"TINYINT", Integer, 1},
     {"DECIMAL", Decimal},
     {"DEC", Decimal},
     {"NUMERIC", Decimal},
@@ -41,6 +41,8 @@ constexpr struct {
     {"DATETIME2", DateTime},
     {"SMALLDATETIME", DateTime},
     {"TIMESTAMP", DateTime},
+    {"TIME", Text},
+    {"DATETIMEOFFSET", Text},
     {"BLOB", Binary},
     {"IMAGE", Binary},
     {"BINARY", Binary},

@@ -136,9 +136,10 @@ class AdoOdbc final : public AdoDatabase {
     return NewOdbcBulkRead(session_, Resolved(sql));
   }
 
-  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
+  std::vector<std::string> CreateTable(const std::string& table,
+                                       std::span<const ado::Column> columns) override {
     tables_.clear();
-    CreateOdbcTable(*session_, table, columns);
+    return CreateOdbcTable(*session_, table, columns);
   }
   void EmptyTable(const std::string& table) override {
     EmptyOdbcTable(*session_, RequireTable(table));
@@ -152,6 +153,15 @@ class AdoOdbc final : public AdoDatabase {
     return ReplaceOdbcRows(*session_, RequireTable(table), RequireTable(staging));
   }
 
+  bool HasOpenTransaction() override {
+    const std::string question = session_->Dialect().TransactionQuery();
+    if (question.empty()) return false;
+    OdbcStatement query(*session_);
+    query.Execute(question);
+    bool isOpen = false;
+    while (query.Step()) isOpen = query.Column(0) != ado::Value(std::int64_t{0});
+    return isOpen;
+  }
   void BeginTrans() override { session_->BeginTrans(); }
   void CommitTrans() override { session_->EndTrans(true); }
   void RollbackTrans() override {

@@ -220,6 +220,8 @@ OdbcTable FindByDriver(OdbcSession& session, const TableName& name) {
     if (folded != name.table) tables = TablesNamed(session, place, folded);
   }
   if (tables.empty()) return {};
+  for (OdbcTable& table : tables)
+    for (ado::Column& column : table.columns) column.sql = session.Dialect().Sql();
   const auto own = std::ranges::find(tables, session.DefaultSchema(), &OdbcTable::schema);
   return own == tables.end() ? tables.front() : *own;
 }

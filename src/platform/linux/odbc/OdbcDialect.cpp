@@ -44,6 +44,11 @@ OdbcDialect::OdbcDialect(const std::string& serverName, const std::string& asked
                          const std::string& connected)
     : server_(ServerOf(serverName)), postgreSqlNames_(asked, connected) {}
 
+ado::SqlKind OdbcDialect::Sql() const {
+  if (server_ == OdbcServer::SqlServer) return ado::SqlKind::SqlServer;
+  return server_ == OdbcServer::PostgreSql ? ado::SqlKind::PostgreSql : ado::SqlKind::Other;
+}
+
 std::string OdbcDialect::SessionSql() const {
   if (server_ == OdbcServer::SqlServer) return kSqlServerSession;
   return server_ == OdbcServer::PostgreSql ? postgreSqlNames_.SessionSql() : "";
@@ -109,6 +114,15 @@ std::string OdbcDialect::ReleasePointSql(const std::string& point) const {
 std::string OdbcDialect::RollbackToPointSql(const std::string& point) const {
   return (server_ == OdbcServer::SqlServer ? "ROLLBACK TRANSACTION " : "ROLLBACK TO SAVEPOINT ") +
          point;
+}
+
+std::string OdbcDialect::TransactionQuery() const {
+  switch (server_) {
+    case OdbcServer::SqlServer: return "SELECT @@TRANCOUNT";
+    // A transaction begins before a statement that is not its first.
+    case OdbcServer::PostgreSql: return "SELECT (now() <> statement_timestamp())::int";
+    default: return "";
+  }
 }
 
 std::string OdbcDialect::SchemaQuery() const {

@@ -21,6 +21,8 @@ class OdbcDialect {
               const std::string& connected);
 
   OdbcServer Server() const { return server_; }
+  /// Other where a server's types are told by their kinds alone.
+  ado::SqlKind Sql() const;
 
   /// Run on every new connection; may be empty.
   std::string SessionSql() const;
@@ -57,6 +59,9 @@ class OdbcDialect {
   /// Empty where setting the point anew moves it.
   std::string ReleasePointSql(const std::string& point) const;
   std::string RollbackToPointSql(const std::string& point) const;
+
+  /// Answers 0 when no transaction is open; empty where no statement tells it.
+  std::string TransactionQuery() const;
 
   /// Answers the schema in which tables without one are made.
   std::string SchemaQuery() const;

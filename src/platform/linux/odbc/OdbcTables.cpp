@@ -4,6 +4,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/linux/database/NewTable.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
 #include "platform/linux/odbc/OdbcLoadSettings.h"
@@ -16,17 +17,6 @@ namespace torvik {
 namespace {
 
 constexpr const char* kStagingSuffix = "_torvik_staging";
-
-std::string KeyClause(std::span<const ado::Column> columns, const OdbcSession& session) {
-  std::vector<const ado::Column*> key;
-  for (const ado::Column& column : columns)
-    if (column.keyPosition > 0) key.push_back(&column);
-  std::ranges::sort(key, {}, &ado::Column::keyPosition);
-  std::string names;
-  for (const ado::Column* column : key)
-    names += (names.empty() ? "" : ", ") + QuotedName(FoldedWord(session, column->name));
-  return names.empty() ? "" : ", PRIMARY KEY (" + names + ")";
-}
 
 /// The catalogue's question for the columns that are not computed. Empty: the columns say it.
 std::string ValueColumnsSql(OdbcServer server, const OdbcTable& table) {
@@ -115,26 +105,23 @@ OdbcValueColumns ValueColumnsOf(OdbcSession& session, const OdbcTable& table) {
   return columns;
 }
 
-void CreateOdbcTable(OdbcSession& session, const std::string& table,
-                     std::span<const ado::Column> columns) {
+std::vector<std::string> CreateOdbcTable(OdbcSession& session, const std::string& table,
+                                         std::span<const ado::Column> columns) {
   const auto name = SplitTableName(table);
   if (!name) throw session.Refusal("there can be no table " + table);
   if (columns.empty()) throw session.Refusal("table " + table + ": no column is given");
-  std::string list;
-  for (const ado::Column& column : columns) {
-    const bool isMandatory = !column.nullable || column.keyPosition > 0;
-    list += (list.empty() ? "" : ", ") + QuotedName(FoldedWord(session, column.name)) + " " +
-            OdbcTypeOf(session.Dialect().Server(), column) +
-            (column.isIdentity && session.Dialect().Server() == OdbcServer::SqlServer ? " IDENTITY"
-                                                                                      : "") +
-            (isMandatory ? " NOT NULL" : "");
-  }
+  const OdbcServer server = session.Dialect().Server();
+  const NewTable text = WriteTable(
+      {session.Dialect().Sql(),
+       [&](const std::string& column) { return QuotedName(FoldedWord(session, column)); },
+       [server](const ado::Column& column) { return OdbcTypeOf(server, column); }},
+      columns);
   const auto [catalogue, schema] = session.Dialect().PlaceOf(*name);
   OdbcTable made{catalogue, schema, FoldedWord(session, name->table), {}};
   // A database without a schema is named by SQL Server alone, where the owner is the usual one.
   if (!made.catalogue.empty() && made.schema.empty()) made.schema = "dbo";
-  session.Run("CREATE TABLE " + QuotedTable(made) + " (" + list + KeyClause(columns, session) +
-              ")");
+  session.Run("CREATE TABLE " + QuotedTable(made) + " (" + text.columns + ")");
+  return text.losses;
 }
 
 void EmptyOdbcTable(OdbcSession& session, const OdbcTable& table) {

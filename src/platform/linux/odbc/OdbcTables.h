@@ -21,8 +21,8 @@ OdbcValueColumns ValueColumnsOf(OdbcSession& session, const OdbcTable& table);
 
 /// The calls of ado::Connection of the same names. In names that are plain words capital and small
 /// letters become those of the server's names without quotes, so that SQL finds them without.
-void CreateOdbcTable(OdbcSession& session, const std::string& table,
-                     std::span<const ado::Column> columns);
+std::vector<std::string> CreateOdbcTable(OdbcSession& session, const std::string& table,
+                                         std::span<const ado::Column> columns);
 
 /// The same of tables that are there.
 void EmptyOdbcTable(OdbcSession& session, const OdbcTable& table);

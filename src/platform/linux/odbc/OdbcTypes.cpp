@@ -1,7 +1,5 @@
 #include "platform/linux/odbc/OdbcTypes.h"
 
-#include "platform/Text.h"
-
 namespace torvik {
 namespace {
 
@@ -43,22 +41,9 @@ std::string TextType(const Types& types, const ado::Column& column) {
   return column.keyPosition > 0 ? types.keyText : types.longText;
 }
 
-/// A type of SQL Server's that has no kind of its own here, or a smaller one than its kind; empty
-/// for others.
-std::string OwnType(const ado::Column& column) {
-  const std::string type = LowerAscii(column.declaredType);
-  const std::string name = type.substr(0, type.find('('));
-  for (const char* own : {"tinyint", "money", "smallmoney", "smalldatetime", "real", "time",
-                          "datetimeoffset", "uniqueidentifier", "xml"})
-    if (name == own) return type;
-  return name == "uuid" ? "uniqueidentifier" : "";
-}
-
 }  // namespace
 
 std::string OdbcTypeOf(OdbcServer server, const ado::Column& column) {
-  if (server == OdbcServer::SqlServer)
-    if (const std::string own = OwnType(column); !own.empty()) return own;
   const Types& types = TypesOf(server);
   using enum ado::ColumnKind;
   switch (column.kind) {

@@ -118,7 +118,8 @@ void SetType(ado::Column& column, const TypeFacts& type) {
 }
 
 ado::Column ColumnOfSqlServer(const OdbcStatement& row) {
-  ado::Column column{.name = TextAt(row, Field::Name), .declaredType = {}};
+  ado::Column column{
+      .name = TextAt(row, Field::Name), .declaredType = {}, .sql = ado::SqlKind::SqlServer};
   SetType(column,
           {TextAt(row, Field::Type), NumberAt(row, Field::Length), NumberAt(row, Field::Precision),
            NumberAt(row, Field::Scale), NumberAt(row, Field::Page)});
@@ -156,7 +157,9 @@ ado::Column DescribedColumn(void* statement, SQLUSMALLINT place) {
   if (type.name.ends_with("char"))  // what the driver makes of a text has another length
     type.bytes = number(SQL_DESC_LENGTH) * (type.name.starts_with('n') ? 2 : 1);
   if (type.bytes > kLongestLimited || type.bytes <= 0) type.bytes = -1;
-  ado::Column column{.name = TextAttribute(statement, place, SQL_DESC_NAME), .declaredType = {}};
+  ado::Column column{.name = TextAttribute(statement, place, SQL_DESC_NAME),
+                     .declaredType = {},
+                     .sql = ado::SqlKind::SqlServer};
   SetType(column, type);
   column.nullable = number(SQL_DESC_NULLABLE) != SQL_NO_NULLS;
   column.isIdentity = number(SQL_DESC_AUTO_UNIQUE_VALUE) != 0;

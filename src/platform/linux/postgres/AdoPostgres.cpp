@@ -108,8 +108,9 @@ class AdoPostgres final : public AdoDatabase {
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
     return OpenPgBulkRead(session_, sql, alongside);
   }
-  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
-    CreatePgTable(*session_, table, columns);
+  std::vector<std::string> CreateTable(const std::string& table,
+                                       std::span<const ado::Column> columns) override {
+    return CreatePgTable(*session_, table, columns);
   }
   void EmptyTable(const std::string& table) override { EmptyPgTable(*session_, table); }
   std::string CreateStagingTable(const std::string& table) override {
@@ -119,6 +120,7 @@ class AdoPostgres final : public AdoDatabase {
     return ReplacePgRows(*session_, table, staging);
   }
 
+  bool HasOpenTransaction() override { return session_->IsInBlock() || session_->HasFailedBlock(); }
   void BeginTrans() override { session_->BeginTrans(); }
   void CommitTrans() override { session_->EndTrans(true); }
   void RollbackTrans() override { session_->EndTrans(false); }

@@ -10,6 +10,7 @@
 #include "platform/linux/postgres/PgCatalogue.h"
 #include "platform/linux/postgres/PgCopyRows.h"
 #include "platform/linux/postgres/PgSession.h"
+#include "platform/linux/postgres/PgTables.h"
 
 namespace torvik {
 namespace {
@@ -60,6 +61,7 @@ class PgBulkLoad final : public ado::BulkLoad {
     for (const ado::Column& column : picked)
       types_.push_back(std::ranges::find(table_.columns, column.name, &PgColumn::name)->type);
     copy_ = CopyText(table_, picked);
+    givesIdentity_ = std::ranges::any_of(picked, &ado::Column::isIdentity);
     isBinary_ = std::ranges::all_of(types_, HasPgBinaryForm);
     checksAtTheEnd_ = HasTriggersBehindRows();
   }
@@ -93,7 +95,10 @@ class PgBulkLoad final : public ado::BulkLoad {
     }
   }
 
-  std::int64_t Finish() override { return rows_; }
+  std::int64_t Finish() override {
+    if (givesIdentity_ && rows_ > 0) AdvanceNumbering(*session_, table_);
+    return rows_;
+  }
 
  private:
   /// True for foreign keys and triggers that look at rows when all of a statement's are stored:
@@ -200,6 +205,7 @@ class PgBulkLoad final : public ado::BulkLoad {
   bool isTextNow_ = false;  ///< For the rest of a call.
   int textCalls_ = 0;
   bool checksAtTheEnd_ = false;
+  bool givesIdentity_ = false;
   PgCopyBuffer buffer_;
   std::int64_t rows_ = 0;
 };

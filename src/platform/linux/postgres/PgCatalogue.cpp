@@ -21,7 +21,9 @@ SELECT n.nspname, r.relname, a.attname, t.typname, COALESCE(b.oid, t.oid),
     WHERE i.indrelid = r.oid AND i.indisprimary AND k.attnum = a.attnum
       AND k.place <= i.indnkeyatts), 0),
   CASE WHEN a.attgenerated = '' THEN (SELECT pg_catalog.pg_get_expr(d.adbin, d.adrelid)
-    FROM pg_catalog.pg_attrdef d WHERE d.adrelid = r.oid AND d.adnum = a.attnum) END
+    FROM pg_catalog.pg_attrdef d WHERE d.adrelid = r.oid AND d.adnum = a.attnum) END,
+  (a.attidentity <> '')::int, COALESCE(q.seqstart, 1), COALESCE(q.seqincrement, 1),
+  (t.oid < 16384)::int
 FROM (SELECT c.oid, c.relname, c.relnamespace
     FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace s ON s.oid = c.relnamespace
     WHERE c.relkind IN ('r', 'p', 'v', 'm', 'f') AND c.relname IN ($1::text, $2::text)
@@ -31,6 +33,9 @@ FROM (SELECT c.oid, c.relname, c.relnamespace
   JOIN pg_catalog.pg_namespace n ON n.oid = r.relnamespace
   JOIN pg_catalog.pg_attribute a ON a.attrelid = r.oid AND a.attnum > 0 AND NOT a.attisdropped
   JOIN pg_catalog.pg_type t ON t.oid = a.atttypid
+  LEFT JOIN pg_catalog.pg_sequence q ON q.seqrelid = pg_catalog.pg_get_serial_sequence(
+    pg_catalog.quote_ident(n.nspname) || '.' || pg_catalog.quote_ident(r.relname),
+    a.attname)::regclass
   LEFT JOIN pg_catalog.pg_type b ON b.oid = t.typbasetype AND t.typtype = 'd'
 ORDER BY a.attnum)";
 
@@ -62,8 +67,17 @@ void SetKind(PgColumn& column, int modifier) {
     case 700:
     case 701: column.kind = Real; break;
     case 1082: column.kind = Date; break;
-    case 1114:
-    case 1184: column.kind = DateTime; break;
+    case 1114: column.kind = DateTime; [[fallthrough]];
+    // The server reads times of day, and moments with their offsets, as texts.
+    case 1083:
+    case 1184:
+    case 1266:
+      if (modifier >= 0) sized(std::to_string(modifier));
+      break;
+    case 1560:
+    case 1562:
+      if (modifier > 0) sized(std::to_string(modifier));
+      break;
     case 17: column.kind = Binary; break;
     case 1042:
     case 1043:
@@ -90,9 +104,13 @@ PgColumn ColumnAt(const PGresult* rows, int row) {
   column.declaredType = text(3);
   column.type = static_cast<unsigned>(number(4));
   column.nullable = number(6) == 0;
-  column.isGenerated = number(7) != 0;
+  column.isComputed = number(7) != 0;
   column.keyPosition = static_cast<int>(number(8));
   column.defaultText = text(9);
+  column.isIdentity = number(10) != 0;
+  column.seed = number(11), column.increment = number(12);
+  const bool isOfTheServer = number(13) != 0;
+  column.sql = isOfTheServer ? ado::SqlKind::PostgreSql : ado::SqlKind::Other;
   for (const char* incomparable : {"json", "xml", "point", "polygon"})
     if (column.declaredType == incomparable) column.isComparable = false;
   SetKind(column, static_cast<int>(number(5)));

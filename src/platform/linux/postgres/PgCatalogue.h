@@ -15,7 +15,6 @@ class PgSession;
 /// A column with what the catalogue knows beyond ado::Column.
 struct PgColumn : ado::Column {
   unsigned type = 0;         ///< Its number in the catalogue; of a domain, that of its base.
-  bool isGenerated = false;  ///< Computed from others: it cannot be given a value.
   bool isComparable = true;  ///< "=" may compare its values.
 };
 

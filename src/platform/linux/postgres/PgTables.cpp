@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <optional>
 
 #include "platform/Text.h"
+#include "platform/linux/database/NewTable.h"
 #include "platform/linux/postgres/PgCatalogue.h"
 #include "platform/linux/postgres/PgSession.h"
 #include "platform/linux/postgres/PgUndo.h"
@@ -86,18 +86,11 @@ std::int64_t RowsOf(const PgResult& result) {
 
 }  // namespace
 
-void CreatePgTable(PgSession& session, const std::string& table,
-                   std::span<const ado::Column> columns) {
-  std::string parts, key;
-  std::map<int, std::string> keyColumns;
-  for (const ado::Column& column : columns) {
-    parts += (parts.empty() ? "" : ", ") + Folded(column.name) + " " + TypeOf(column) +
-             (column.nullable ? "" : " NOT NULL");
-    if (column.keyPosition > 0) keyColumns[column.keyPosition] = Folded(column.name);
-  }
-  for (const auto& [position, name] : keyColumns) key += (key.empty() ? "" : ", ") + name;
-  if (!key.empty()) parts += ", PRIMARY KEY (" + key + ")";
-  session.Run("CREATE TABLE " + NewTableName(session, table) + " (" + parts + ")");
+std::vector<std::string> CreatePgTable(PgSession& session, const std::string& table,
+                                       std::span<const ado::Column> columns) {
+  const NewTable made = WriteTable({ado::SqlKind::PostgreSql, Folded, TypeOf}, columns);
+  session.Run("CREATE TABLE " + NewTableName(session, table) + " (" + made.columns + ")");
+  return made.losses;
 }
 
 void EmptyPgTable(PgSession& session, const std::string& table) {
@@ -121,18 +114,38 @@ std::string CreatePgStagingTable(PgSession& session, const std::string& table) {
   return staging;
 }
 
+void AdvanceNumbering(PgSession& session, const PgTable& table) {
+  for (const PgColumn& column : table.columns) {
+    if (!column.isIdentity) continue;
+    const bool goesUp = column.increment > 0;
+    const PgSession::Parameter parameters[] = {table.Quoted(), column.name};
+    session.RunWith(
+        {"SELECT pg_catalog.setval(q.name, x.number) FROM "
+         "(SELECT pg_catalog.pg_get_serial_sequence($1, $2)::regclass AS name) q, (SELECT " +
+         std::string(goesUp ? "max(" : "min(") + QuotedName(column.name) + ") AS number FROM " +
+         table.Quoted() +
+         ") x WHERE x.number IS NOT NULL AND CASE WHEN "
+         "pg_catalog.has_sequence_privilege(q.name, 'SELECT') AND "
+         "pg_catalog.has_sequence_privilege(q.name, 'UPDATE') THEN x.number " +
+         (goesUp ? ">" : "<") + " COALESCE(pg_catalog.pg_sequence_last_value(q.name), " +
+         std::to_string(column.seed - column.increment) + ") ELSE false END"},
+        parameters);
+  }
+}
+
 std::int64_t ReplacePgRows(PgSession& session, const std::string& table,
                            const std::string& staging) {
   const PgTable target = RequirePgTable(session, table), source = RequirePgTable(session, staging);
   std::string columns;
   for (const PgColumn& column : target.columns)
-    if (!column.isGenerated) columns += (columns.empty() ? "" : ", ") + QuotedName(column.name);
+    if (!column.isComputed) columns += (columns.empty() ? "" : ", ") + QuotedName(column.name);
   PgUndo undo(session);
   session.Run("DELETE FROM " + target.Quoted());
   const PgResult inserted =
       session.Run("INSERT INTO " + target.Quoted() + " (" + columns +
                   ") OVERRIDING SYSTEM VALUE SELECT " + columns + " FROM " + source.Quoted());
   const std::int64_t rows = RowsOf(inserted);
+  AdvanceNumbering(session, target);
   session.Run("DROP TABLE " + source.Quoted());
   undo.Keep();
   return rows;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "platform/Ado.h"
 
@@ -10,10 +11,11 @@
 namespace torvik {
 
 class PgSession;
+struct PgTable;
 
 /// Names that need no quotes are folded to small letters, as the server does in SQL texts.
-void CreatePgTable(PgSession& session, const std::string& table,
-                   std::span<const ado::Column> columns);
+std::vector<std::string> CreatePgTable(PgSession& session, const std::string& table,
+                                       std::span<const ado::Column> columns);
 
 /// By TRUNCATE; by DELETE where a foreign key or a missing right stands against that.
 void EmptyPgTable(PgSession& session, const std::string& table);
@@ -21,6 +23,10 @@ void EmptyPgTable(PgSession& session, const std::string& table);
 /// The staging table is written to no log and has the columns, defaults, checks and keys of its
 /// table, but no foreign keys and no triggers.
 std::string CreatePgStagingTable(PgSession& session, const std::string& table);
+
+/// After rows that brought their numbers along: the table's identity goes on behind the last one,
+/// if the account may set it.
+void AdvanceNumbering(PgSession& session, const PgTable& table);
 
 /// By DELETE and INSERT, which make no reader wait.
 std::int64_t ReplacePgRows(PgSession& session, const std::string& table,

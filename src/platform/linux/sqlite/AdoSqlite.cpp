@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 #include "platform/Text.h"
 #include "platform/linux/database/DefaultsLoad.h"
 #include "platform/linux/database/PickColumns.h"
@@ -10,6 +12,7 @@
 #include "platform/linux/database/SqliteColumns.h"
 #include "platform/linux/sqlite/SqliteBulkLoad.h"
 #include "platform/linux/sqlite/SqliteBulkRead.h"
+#include "platform/linux/sqlite/SqliteIdentity.h"
 #include "platform/linux/sqlite/SqliteRecordset.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
@@ -151,8 +154,9 @@ class AdoSqlite final : public AdoDatabase {
     return NewSqliteSpooledRead(session_, text, *query);
   }
 
-  void CreateTable(const std::string& table, std::span<const ado::Column> columns) override {
-    CreateSqliteTable(*session_, Place(table), columns);
+  std::vector<std::string> CreateTable(const std::string& table,
+                                       std::span<const ado::Column> columns) override {
+    return CreateSqliteTable(*session_, Place(table), columns);
   }
   void EmptyTable(const std::string& table) override { EmptySqliteTable(*session_, Place(table)); }
   std::string CreateStagingTable(const std::string& table) override {
@@ -162,6 +166,7 @@ class AdoSqlite final : public AdoDatabase {
     return ReplaceSqliteRows(*session_, Place(table), Place(staging));
   }
 
+  bool HasOpenTransaction() override { return sqlite3_get_autocommit(session_->Handle()) == 0; }
   void BeginTrans() override {
     session_->Run("BEGIN IMMEDIATE");
     hasSavepoint_ = false;
@@ -226,19 +231,29 @@ class AdoSqlite final : public AdoDatabase {
   std::vector<ado::Column> ColumnsOf(const TableName& name) {
     const std::string schema = session_->Schema(name.database);
     session_->Meet(name.table);
-    SqliteStatement query(
-        *session_, "SELECT name, type, \"notnull\", pk, dflt_value FROM pragma_table_info(?1, ?2)",
-        "");
+    SqliteStatement query(*session_,
+                          "SELECT name, type, \"notnull\", pk, dflt_value, hidden "
+                          "FROM pragma_table_xinfo(?1, ?2) WHERE hidden <> 1",
+                          "");
     query.Bind(1, name.table);
     query.Bind(2, schema);
     std::vector<ado::Column> columns;
     while (query.Step()) {
       columns.push_back(ColumnOfType(std::get<std::string>(query.Column(1))));
       columns.back().name = std::get<std::string>(query.Column(0));
+      columns.back().sql = ado::SqlKind::Embedded;
       columns.back().nullable = std::get<std::int64_t>(query.Column(2)) == 0;
       columns.back().keyPosition = static_cast<int>(std::get<std::int64_t>(query.Column(3)));
       if (const auto value = query.Column(4); std::holds_alternative<std::string>(value))
         columns.back().defaultText = std::get<std::string>(value);
+      columns.back().isComputed = std::get<std::int64_t>(query.Column(5)) != 0;
+    }
+    const auto isKey = [](const ado::Column& column) { return column.keyPosition > 0; };
+    if (session_->IsReadOnly() || std::ranges::count_if(columns, isKey) != 1) return columns;
+    if (const auto identity = FindIdentity(*session_, {schema, name.table})) {
+      ado::Column& key = *std::ranges::find_if(columns, isKey);
+      key.isIdentity = true;
+      key.seed = identity->seed, key.increment = identity->increment;
     }
     return columns;
   }

@@ -113,19 +113,24 @@ void SqliteSession::Meet(const std::string& table) {
 std::string SqliteSession::Resolve(std::string_view sql) {
   if (tables_)
     for (const std::string& name : NamesIn(sql)) Meet(name);
-  std::string text =
-      ResolveNames(ResolveIdentity(sql), [this](const TableName& name, int line) -> std::string {
-        if (EqualsIgnoringCase(name.database, "master") &&
-            EqualsIgnoringCase(name.table, kDatabaseList))
-          return "temp.";
-        try {
-          const std::string schema = Schema(name.database);
-          return schema == "main" ? "" : QuotedName(schema) + ".";
-        } catch (const PlatformError& error) {
-          throw Keep(error.number,
-                     "line " + std::to_string(line) + " of the SQL text: " + error.Description());
-        }
-      });
+  std::string numbered;
+  try {
+    numbered = ResolveIdentity(sql);
+  } catch (const PlatformError& error) {
+    throw Keep(error.number, error.Description());
+  }
+  std::string text = ResolveNames(numbered, [this](const TableName& name, int line) -> std::string {
+    if (EqualsIgnoringCase(name.database, "master") &&
+        EqualsIgnoringCase(name.table, kDatabaseList))
+      return "temp.";
+    try {
+      const std::string schema = Schema(name.database);
+      return schema == "main" ? "" : QuotedName(schema) + ".";
+    } catch (const PlatformError& error) {
+      throw Keep(error.number,
+                 "line " + std::to_string(line) + " of the SQL text: " + error.Description());
+    }
+  });
   RefreshSchema();
   return text;
 }

@@ -7,6 +7,7 @@
 
 #include "platform/Text.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteIdentity.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 
 namespace torvik {
@@ -31,13 +32,14 @@ struct Binder {
   }
 };
 
+bool Begins(std::string_view sql, std::string_view word) {
+  return EqualsIgnoringCase(sql.substr(SkipBlanks(sql, 0)).substr(0, word.size()), word);
+}
+
 /// Dropping a table that others refer to deletes its rows first, and SQLite counts those.
 bool CountsRows(std::string_view sql) {
   const std::string_view words[] = {"INSERT", "UPDATE", "DELETE", "REPLACE", "WITH"};
-  const std::string_view text = sql.substr(SkipBlanks(sql, 0));
-  return std::ranges::any_of(words, [&](std::string_view word) {
-    return EqualsIgnoringCase(text.substr(0, word.size()), word);
-  });
+  return std::ranges::any_of(words, [&](std::string_view word) { return Begins(sql, word); });
 }
 
 }  // namespace
@@ -65,6 +67,8 @@ bool SqliteStatement::Step() {
   if (handle_ == nullptr) return false;
   const int code = sqlite3_step(handle_);
   if (code != SQLITE_ROW && code != SQLITE_DONE) throw session_.Failure(place_);
+  if (code == SQLITE_DONE && Begins(sqlite3_sql(handle_), "CREATE"))
+    BeginNumbering(session_, sqlite3_sql(handle_));
   return code == SQLITE_ROW;
 }
 

@@ -4,10 +4,13 @@
 #include <vector>
 
 #include "platform/Text.h"
+#include "platform/linux/database/NewTable.h"
+#include "platform/linux/database/SqlIdentity.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/database/SqlStatements.h"
 #include "platform/linux/database/SqlTokens.h"
 #include "platform/linux/database/SqliteColumns.h"
+#include "platform/linux/sqlite/SqliteIdentity.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
@@ -111,28 +114,20 @@ SqlitePlace SqlitePlaceOf(SqliteSession& session, const std::string& table) {
   return {session.Schema(name->database), name->table};
 }
 
-void CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
-                       std::span<const ado::Column> columns) {
+std::vector<std::string> CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
+                                           std::span<const ado::Column> columns) {
   if (columns.empty()) throw session.Refusal("table " + place.table + ": no column is given");
-  std::string list;
-  std::vector<const ado::Column*> key;
-  for (const ado::Column& column : columns) {
-    // A key of SQLite's takes NULLs unless they are forbidden.
-    const bool isMandatory = !column.nullable || column.keyPosition > 0;
-    list += (list.empty() ? "" : ", ") + QuotedName(column.name) + " " + SqliteTypeOf(column) +
-            (isMandatory ? " NOT NULL" : "");
-    if (column.keyPosition > 0) key.push_back(&column);
-  }
-  std::ranges::sort(key, {}, &ado::Column::keyPosition);
-  std::string names;
-  for (const ado::Column* column : key)
-    names += (names.empty() ? "" : ", ") + QuotedName(column->name);
-  if (!names.empty()) list += ", PRIMARY KEY (" + names + ")";
-  session.Run("CREATE TABLE " + Quoted(place) + " (" + list + ")");
+  const NewTable made = WriteTable({ado::SqlKind::Embedded, QuotedName, SqliteTypeOf}, columns);
+  const std::string create =
+      ResolveIdentity("CREATE TABLE " + Quoted(place) + " (" + made.columns + ")");
+  session.Run(create);
+  BeginNumbering(session, create);
+  return made.losses;
 }
 
 void EmptySqliteTable(SqliteSession& session, const SqlitePlace& place) {
   session.Run("DELETE FROM " + Quoted(place));
+  RestartNumbering(session, place);
 }
 
 std::string CreateSqliteStagingTable(SqliteSession& session, const SqlitePlace& place) {
@@ -142,7 +137,9 @@ std::string CreateSqliteStagingTable(SqliteSession& session, const SqlitePlace& 
   session.Run("DROP TABLE IF EXISTS " + Quoted(staging));
   // The text names no schema; SQLite makes a table without one in the current database.
   const std::string create = WithTable(texts.table, texts.name, QuotedName(staging.table));
-  session.Run("CREATE TABLE " + QuotedName(staging.schema) + "." + create.substr(13));
+  const std::string placed = "CREATE TABLE " + QuotedName(staging.schema) + "." + create.substr(13);
+  session.Run(placed);
+  BeginNumbering(session, placed);
   for (const auto& [name, text] : texts.indexes) {
     const std::string index = QuotedName(name + kStagingSuffix);
     const std::string about = WithTable(text, texts.name, QuotedName(staging.table));

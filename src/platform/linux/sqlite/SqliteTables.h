@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "platform/Ado.h"
 
@@ -21,8 +22,8 @@ struct SqlitePlace {
 SqlitePlace SqlitePlaceOf(SqliteSession& session, const std::string& table);
 
 /// The calls of ado::Connection of the same names.
-void CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
-                       std::span<const ado::Column> columns);
+std::vector<std::string> CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
+                                           std::span<const ado::Column> columns);
 void EmptySqliteTable(SqliteSession& session, const SqlitePlace& place);
 std::string CreateSqliteStagingTable(SqliteSession& session, const SqlitePlace& place);
 std::int64_t ReplaceSqliteRows(SqliteSession& session, const SqlitePlace& place,

@@ -104,6 +104,14 @@ TEST(SqlServerWire, TransactionsArePlainStatements) {
                   "batch BEGIN TRANSACTION", "batch IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION"));
 }
 
+TEST(SqlServerWire, AScriptsOpenTransactionIsSeen) {
+  for (const bool isOpen : {false, true}) {
+    const TdsPeer peer("when SELECT @@TRANCOUNT\ncolumns n int\nrow " + std::to_string(2 * isOpen) +
+                       "\n");
+    EXPECT_EQ(isOpen, peer.Open()->HasOpenTransaction());
+  }
+}
+
 TEST(SqlServerWire, EveryTypeIsReadAsOnAnyOtherServer) {
   std::string sent, read, bytes, hex;
   for (int i = 0; i < 1000; ++i)
@@ -116,6 +124,8 @@ TEST(SqlServerWire, EveryTypeIsReadAsOnAnyOtherServer) {
                {"bigint", "9223372036854775807", std::int64_t{9223372036854775807}},
                {"bit", "1", std::int64_t{1}},
                {"float", "1e300", 1e300},
+               {"real", "0.1", 0.1},
+               {"real", "16777216", 16777216.0},
                {"money", "12.5", 12.5},
                {"money", "922337203685477.5807", "922337203685477.5807"},
                {"decimal", "-0.50", -0.5},

@@ -248,6 +248,29 @@ TEST_F(AdoPostgres, TablesWithGeneratedColumnsAndForeignKeysAreReplacedAndEmptie
   EXPECT_EQ("0", Rows("SELECT COUNT(*) FROM t"));
 }
 
+TEST_F(AdoPostgres, AnIdentityGoesOnBehindTheNumbersThatRowsBring) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "1 7 8 9"},
+      {"(START WITH 100 INCREMENT BY 5)", "7 100 105 110"},
+      {"(START WITH -1 INCREMENT BY -1 MAXVALUE 9)", "-3 -2 -1 7"}};
+  for (const auto& [numbers, rows] : cases) {
+    Do("DROP TABLE IF EXISTS t; CREATE TABLE t (id INT GENERATED ALWAYS AS IDENTITY " +
+       std::string(numbers) + " PRIMARY KEY, n INT)");
+    const std::string sequence = "INSERT INTO t (n) VALUES (0)";
+    Do(sequence);
+    EXPECT_TRUE(Load("t", {"id", "n"}, {"7", "1"}, 0).empty());
+    dw_->OpenBulkLoad("t", std::vector<std::string>{"id"})->Finish();
+    Do(sequence);
+    Do(sequence);
+    EXPECT_EQ(rows, Rows("SELECT string_agg(id::text, ' ' ORDER BY id) FROM t")) << numbers;
+  }
+  const std::string staging = dw_->CreateStagingTable("t");
+  Do("INSERT INTO " + staging + " (n) VALUES (1), (2), (3), (4), (5), (6)");
+  EXPECT_EQ(6, dw_->ReplaceRows("t", staging));
+  Do("INSERT INTO t (n) VALUES (7)");
+  EXPECT_EQ("-7", Rows("SELECT min(id) FROM t"));
+}
+
 TEST_F(AdoPostgres, AConnectionThatReadsAQueryInBulkSaysThatItIsBusy) {
   const auto read = dw_->OpenBulkRead("EXPLAIN SELECT 1", false);
   EXPECT_EQ("1", Rows("SELECT 1")) << "what is no query is read as a whole";

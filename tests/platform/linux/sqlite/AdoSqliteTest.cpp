@@ -188,7 +188,8 @@ TEST_F(AdoSqlite, ColumnsHaveTheKindOfTheirDeclaredType) {
   const std::tuple<const char*, Kind, int, int, int> cases[] = {
       {"INTEGER", Kind::Integer, 8, 0, 0},
       {"int", Kind::Integer, 4, 0, 0},
-      {"TINYINT", Kind::Integer, 2, 0, 0},
+      {"TINYINT", Kind::Integer, 1, 0, 0},
+      {"time(3)", Kind::Text, 0, 0, 0},
       {"DECIMAL(10, 2)", Kind::Decimal, 0, 10, 2},
       {"NUMERIC(5)", Kind::Decimal, 0, 5, 0},
       {"money", Kind::Decimal, 0, 19, 4},
@@ -261,6 +262,38 @@ TEST_F(AdoSqlite, AnIdentityColumnNumbersTheRows) {
     LoadRow(*dw_->OpenBulkLoad("t", both), std::vector<ado::LoadValue>{"9", "c"});
     EXPECT_EQ(c.rows, Rows("SELECT id, s FROM t ORDER BY s"));
   }
+}
+
+TEST_F(AdoSqlite, AnIdentityBeginsWhereItIsDeclaredTo) {
+  const std::pair<const char*, std::int64_t> cases[] = {
+      {"id int IDENTITY(100, 1), s TEXT", 100},
+      {"id int NOT NULL PRIMARY KEY IDENTITY(100,1), s TEXT", 100},
+      {"id int IDENTITY(100,1) PRIMARY KEY NOT NULL, s TEXT", 100},
+      {"CONSTRAINT k PRIMARY KEY (id), id int IDENTITY(7, 1) NOT NULL, s TEXT", 7},
+      {"s TEXT, id int IDENTITY(100,1), PRIMARY KEY (id)", 100},
+      {"s TEXT, id int IDENTITY, PRIMARY KEY (id)", 1}};
+  const std::string insert = "INSERT INTO t (s) VALUES ('a'), ('b')";
+  for (const auto& [columns, seed] : cases) {
+    SCOPED_TRACE(columns);
+    Do("DROP TABLE IF EXISTS t; CREATE TABLE IF NOT EXISTS dbo.t (" + std::string(columns) + ");" +
+       insert + "; CREATE TABLE IF NOT EXISTS dbo.t (" + columns + "); " + insert);
+    const std::string numbers = "SELECT min(id), max(id) FROM t";
+    EXPECT_EQ(std::to_string(seed) + "|" + std::to_string(seed + 3), Rows(numbers));
+    dw_->EmptyTable("T");
+    Do(insert);
+    EXPECT_EQ(std::to_string(seed) + "|" + std::to_string(seed + 1), Rows(numbers));
+    Do("INSERT INTO " + dw_->CreateStagingTable("t") + " (s) VALUES ('x')");
+    EXPECT_EQ(1, dw_->ReplaceRows("t", "t_torvik_staging"));
+    Do("INSERT INTO t (s) VALUES ('next')");
+    EXPECT_EQ(std::to_string(seed) + "|" + std::to_string(seed + 1), Rows(numbers));
+    for (const ado::Column& column : dw_->TableColumns("t"))
+      EXPECT_EQ(std::pair(column.name == "id", column.name == "id" ? seed : 1),
+                std::pair(column.isIdentity, column.seed));
+  }
+  for (const auto& [given, advised] :
+       {std::pair("(10, 10)", "(10, 1)"), std::pair("(-1, -1)", "(1, 1)")})
+    EXPECT_THAT(ErrorOf([&] { Do(std::string("CREATE TABLE u (n int IDENTITY") + given + ")"); }),
+                HasSubstr("write IDENTITY" + std::string(advised) + " for the column n"));
 }
 
 TEST_F(AdoSqlite, ADecimalThatWouldLoseDigitsIsRefused) {
