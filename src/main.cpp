@@ -112,6 +112,7 @@ void RunProgram(const std::string& argumentText) {
                     return animation;
                   });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
+  program.runVariables = frontEnd.Variables();
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);

@@ -13,6 +13,7 @@
 
 #include "admin/Admin.h"
 #include "admin/ScratchDirectory.h"
+#include "engine/model/Variables.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -43,6 +44,26 @@ struct Pipe {
   }
   Descriptor reading, writing;
 };
+
+/// Values that whoever starts the run gives to the package's variables. The process list shows
+/// them.
+NamedTexts VariablesOf(const std::vector<std::string>& options) {
+  NamedTexts variables;
+  for (const std::string& option : options) {
+    const std::size_t equals = option.find('=');
+    const std::string name = option.substr(0, equals);
+    if (equals == 0 || equals == option.npos || option.find('\x1F') != option.npos)
+      throw PlatformError(0, "--var " + name + ": write NAME=VALUE", "run");
+    if (engine::IsPasswordName(name))
+      throw PlatformError(0,
+                          "--var " + name +
+                              ": every user can read a command line; let a step of SetVariables "
+                              "read passwords from a file",
+                          "run");
+    variables.emplace_back(name, option.substr(equals + 1));
+  }
+  return variables;
+}
 
 pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status,
                   int frontEnd) {
@@ -75,7 +96,10 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
-int Run(LinuxPlatform& platform, const std::string& job, bool json) {
+int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::string>& options,
+        bool json) {
+  if (const NamedTexts variables = VariablesOf(options); !variables.empty())
+    setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
   const std::string runner =
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
   const ScratchDirectory scratch(*platform.files);
@@ -108,10 +132,15 @@ void AddRunCommand(CLI::App& app, Invocation& invocation) {
   run->footer("Progress goes to standard error. Exit code: 0 ok, 1 failure, 3 no verdict.");
   auto job = std::make_shared<std::string>();
   run->add_option("JOB", *job, "job file (.etl)")->required();
+  auto variables = std::make_shared<std::vector<std::string>>();
+  run->add_option("--var", *variables,
+                  "NAME=VALUE: a variable of the package's own for this run; may be repeated")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   AddJsonOption(*run, invocation);
-  run->callback([&invocation, job] {
-    invocation.command = [&invocation, job](LinuxPlatform& platform) {
-      return Run(platform, *job, invocation.json);
+  run->callback([&invocation, job, variables] {
+    invocation.command = [&invocation, job, variables](LinuxPlatform& platform) {
+      return Run(platform, *job, *variables, invocation.json);
     };
   });
 }

@@ -1,5 +1,6 @@
 #include "config/JobVariables.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
@@ -83,6 +84,13 @@ void SetJobVariables(JobSettings& job, dts::GlobalVariables& variables) {
     changed = true;
   }
   variables.SetValue(kOverwriteGlobalSettings, changed);
+}
+
+bool IsJobVariable(std::string_view name) {
+  return EqualsIgnoringCase(name, kOverwriteGlobalSettings) ||
+         std::ranges::any_of(kJobVariables, [&](const JobVariable& one) {
+           return EqualsIgnoringCase(name, one.name);
+         });
 }
 
 std::string JobVariablesAsString(const dts::GlobalVariables& variables) {

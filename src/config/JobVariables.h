@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace torvik {
 
@@ -14,6 +15,9 @@ class JobSettings;
 /// missing separator to the job's log directory. Throws PlatformError at the first variable that
 /// the package lacks.
 void SetJobVariables(JobSettings& job, dts::GlobalVariables& variables);
+
+/// Whether the variable of this name, in any letter case, is one of them.
+bool IsJobVariable(std::string_view name);
 
 /// "Name = value" of each of these variables but the passwords, with nothing between them.
 std::string JobVariablesAsString(const dts::GlobalVariables& variables);

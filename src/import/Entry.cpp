@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "import/ObjectModel.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -36,7 +37,8 @@ void EachExpression(const Nodes& nodes, const std::function<void(const Expressio
 
 bool MakesPart(const Expression& one) {
   if (one.kind == ExpressionKind::Member)
-    return one.lower == "new" || one.lower == "addglobalvariable" || one.lower == "add";
+    return one.lower == "new" || one.lower == "addglobalvariable" || one.lower == "add" ||
+           IsLoad(one.lower);
   return one.kind == ExpressionKind::Literal && one.literal.Is(script::Kind::Text) &&
          LowerAscii(one.literal.View()).starts_with("dts.package");
 }
@@ -103,6 +105,25 @@ int PartsMade(const Nodes& nodes) {
   int parts = 0;
   EachExpression(nodes, [&](const Expression& one) { parts += MakesPart(one) ? 1 : 0; });
   return parts;
+}
+
+int LoadLine(const Code& code) {
+  int first = 0;
+  const auto look = [&](const auto& self, const Nodes& nodes) -> void {
+    for (const auto& node : nodes) {
+      for (const auto& one : node->expressions)
+        if (one)
+          EachExpression(*one, [&](const Expression& part) {
+            const bool loads = part.kind == ExpressionKind::Member && IsLoad(part.lower);
+            if (loads && (first == 0 || node->line < first)) first = node->line;
+          });
+      self(self, node->body);
+      for (const Branch& branch : node->branches) self(self, branch.body);
+    }
+  };
+  look(look, code.body);
+  for (const Procedure& procedure : code.procedures) look(look, procedure.body);
+  return first;
 }
 
 const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {

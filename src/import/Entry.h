@@ -10,6 +10,9 @@ namespace torvik::importing {
 /// How many parts of a package these statements make: calls of New, Add and the like.
 int PartsMade(const Nodes& nodes);
 
+/// The first line on which a stored package is taken, 0 when there is none.
+int LoadLine(const Code& code);
+
 /// The procedure that builds the package: of those that no other calls, the one that with all that
 /// it calls makes most parts. Null when none makes any, and when what stands outside of procedures
 /// builds it. `notes` is told of those that make parts and are not called where it is built.

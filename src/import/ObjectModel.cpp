@@ -57,6 +57,36 @@ bool EndsBuilding(std::string_view method) {
          method == "savetorepository";
 }
 
+bool IsLoad(std::string_view method) {
+  return method == "loadfromsqlserver" || method == "loadfromstoragefile" ||
+         method == "loadfromrepository";
+}
+
+LoadedPackage LoadedBy(std::string_view method, const std::vector<std::string>& names,
+                       const std::vector<Value>& arguments) {
+  // The positions of the arguments that say which package it is, from 0.
+  struct Place {
+    std::string_view method, server, name;
+    std::size_t serverAt, nameAt;
+    const char* words;
+  };
+  static constexpr Place kPlaces[] = {
+      {"loadfromsqlserver", "servername", "packagename", 0, 7, "of server "},
+      {"loadfromstoragefile", "uncfile", "name", 0, 4, "of the file "},
+      {"loadfromrepository", "repositoryservername", "packagename", 0, 6, "of the repository "}};
+  const Place& place = *std::ranges::find(kPlaces, method, &Place::method);
+  const auto text = [&](std::string_view name, std::size_t position) {
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+      if (names[i].empty() ? i == position : names[i] == name) return arguments[i].DocumentText();
+    return std::string();
+  };
+  LoadedPackage loaded;
+  loaded.name = text(place.name, place.nameAt);
+  loaded.server = text(place.server, place.serverAt);
+  loaded.place = place.words + ("\"" + loaded.server + "\"");
+  return loaded;
+}
+
 ObjectPtr NewItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
                   int line) {
   ObjectPtr item = recording.NewObject(collection.kind + " item", line);

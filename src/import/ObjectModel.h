@@ -15,6 +15,14 @@ bool IsCollection(std::string_view lowerName);
 /// built.
 bool EndsBuilding(std::string_view lowerMethod);
 
+/// Methods of a package that take one that is stored.
+bool IsLoad(std::string_view lowerMethod);
+
+/// What such a call takes: its arguments by their order, or by `names` in lower case, which are
+/// empty where the text gives none.
+LoadedPackage LoadedBy(std::string_view lowerMethod, const std::vector<std::string>& names,
+                       const std::vector<Value>& arguments);
+
 /// A collection's New: an item that is not in it yet.
 ObjectPtr NewItem(Recording& recording, Object& collection, const std::vector<Value>& arguments,
                   int line);

@@ -1,6 +1,8 @@
 #include "import/PackageImport.h"
 
 #include "import/Code.h"
+#include "import/Entry.h"
+#include "import/Loader.h"
 #include "import/SourceLines.h"
 #include "platform/PlatformError.h"
 
@@ -9,6 +11,11 @@ namespace {
 
 PlatformError Refused(const std::string& file, const std::string& reason) {
   return PlatformError(0, file + ": " + reason, "package import");
+}
+
+bool HasSteps(const Object& package) {
+  const Object* const steps = package.Child("steps");
+  return steps != nullptr && !steps->items.empty();
 }
 
 constexpr std::size_t kLargest = std::size_t{64} << 20;
@@ -26,7 +33,14 @@ Translation ImportPackage(const std::string& file, std::string_view bytes,
   const bool isWide = bytes.starts_with("\xFF\xFE"sv) || bytes.starts_with("\xFE\xFF"sv);
   if (!isWide && bytes.find('\0') != bytes.npos)
     throw Refused(file, std::string("this is no text") + kSaveAs);
-  const Recording recording = Evaluate(ReadCode(DecodedSource(bytes)), known);
+  const Code code = ReadCode(DecodedSource(bytes));
+  const Recording recording = Evaluate(code, known);
+  if (recording.loaded && recording.loaded->package == recording.package)
+    throw Refused(file, LoaderRefusal(recording));
+  if (const int line = LoadLine(code);
+      line > 0 && (!recording.package || !HasSteps(*recording.package)))
+    throw Refused(file, "this text builds no package: it takes one that is stored (line " +
+                            std::to_string(line) + ")" + kSaveAs);
   const bool isEmpty = !recording.package || (recording.package->children.empty() &&
                                               recording.package->properties.empty());
   if (isEmpty) throw Refused(file, std::string("no package is built in this text") + kSaveAs);

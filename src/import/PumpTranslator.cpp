@@ -9,9 +9,17 @@
 namespace torvik::importing {
 namespace {
 
-constexpr const char* kAllowed[] = {"demotion",           "promotion",    "string_truncation",
-                                    "numeric_truncation", "null_change",  "sign_change",
-                                    "require_exact_type", "force_convert"};
+/// DTSTransformFlags of the package object model, as far as they say what becomes of a row's value.
+/// The others are about the types of columns, which are compared before the first row: a value that
+/// overflows, changes its sign or is NULL where none may be is an error of its row with them as
+/// without.
+enum TransformFlag : std::int64_t {
+  kStringTruncation = 4,
+  kNumericTruncation = 8,
+  kRequireExactType = 64,
+  kForceConvert = 128,
+  kPreserveDestRows = 256,
+};
 
 struct Pair {
   std::string source, destination;  ///< Empty: none.
@@ -37,8 +45,10 @@ std::vector<std::string> ColumnNames(const Object& transformation, const char* c
 
 std::vector<std::string> AllowedBy(std::int64_t flags) {
   std::vector<std::string> words;
-  for (std::size_t bit = 0; bit < std::size(kAllowed); ++bit)
-    if (flags >> bit & 1) words.emplace_back(kAllowed[bit]);
+  const bool convertsAll = (flags & kForceConvert) != 0;
+  if (convertsAll || (flags & kStringTruncation)) words.emplace_back("string_truncation");
+  if (convertsAll || (flags & kNumericTruncation)) words.emplace_back("numeric_truncation");
+  if (!convertsAll && (flags & kRequireExactType)) words.emplace_back("require_exact_type");
   return words;
 }
 
@@ -52,14 +62,15 @@ class Transformation {
         sources_(ColumnNames(object, "sourcecolumns")),
         destinations_(ColumnNames(object, "destinationcolumns")),
         own_(&object, notes) {
-    flags_ = own_.Whole("TransformFlags", 0);
+    ReadFlags(own_.Whole("TransformFlags", 0));
     for (const char* idle : {"Name", "ForceSourceBlobsBuffered", "ForceBlobsInMemory",
                              "InMemoryBlobSize", "TransformPhases"})
       idle_.emplace_back(idle);
   }
 
   const std::string& Kind() const { return kind_; }
-  std::int64_t Flags() const { return flags_; }
+  /// The words of "allow".
+  const std::vector<std::string>& Allowed() const { return allowed_; }
   int Line() const { return object_.line; }
 
   std::vector<Pair> Pairs() const {
@@ -75,7 +86,7 @@ class Transformation {
     const auto begin = [&](const char* type) {
       writer.Header("[[steps.transformations]]");
       writer.Text("type", type);
-      if (writesFlags && flags_ != 0) writer.List("allow", AllowedBy(flags_));
+      if (writesFlags && !allowed_.empty()) writer.List("allow", allowed_);
     };
     Properties settings = Settings();
     if (kind_ == "script") return WriteScript(writer, settings, begin);
@@ -99,6 +110,18 @@ class Transformation {
          {"script", "writefile", "readfile", "datetime", "upper", "lower", "trim", "mid", "copy"})
       if (name.find(kind) != name.npos) return kind;
     return name;
+  }
+
+  void ReadFlags(std::int64_t flags) {
+    allowed_ = AllowedBy(flags);
+    if (flags & kForceConvert)
+      notes_.push_back({Line(), "the transformation " + Name() +
+                                    " converts by force (ForceConvert): a value that cannot be "
+                                    "converted is an error of its row here, bytes are not copied"});
+    if (flags & kPreserveDestRows)
+      notes_.push_back({Line(), "the transformation " + Name() +
+                                    " keeps values of the row before (PreserveDestRows), which is "
+                                    "not done here: each row begins empty"});
   }
 
   /// Its own settings lie in a bag beside it.
@@ -162,10 +185,9 @@ class Transformation {
     if (!destinations_.empty()) writer.Text("destination", destinations_.front());
     writer.Text("name_column", nameColumn);
     WriteFileKeys(writer, settings);
-    const Property* const appends = settings_->Find("AppendIfFileExists");
-    if (appends && appends->value.number != 0)
-      notes_.push_back(
-          {Line(), "the files of " + Name() + " are written anew; what they hold is not added to"});
+    const bool appends = settings.Boolean("AppendIfFileExists", false);
+    const bool refuses = settings.Boolean("ErrorIfFileExists", false);
+    writer.Text("mode", appends ? "append" : refuses ? "error" : "replace");
     WriteRest(writer, settings);
   }
 
@@ -246,7 +268,7 @@ class Transformation {
   const std::string kind_;
   const std::vector<std::string> sources_, destinations_;
   Properties own_;
-  std::int64_t flags_ = 0;
+  std::vector<std::string> allowed_;
   std::vector<std::string> idle_;
   std::shared_ptr<Object> settings_;
 };
@@ -263,8 +285,8 @@ class PumpWriter {
     writer_.Text("task", "DataPump");
     WriteEnds();
     const bool oneFlags = HaveOneSetOfFlags();
-    if (oneFlags && !transformations_.empty() && transformations_[0].Flags() != 0)
-      writer_.List("allow", AllowedBy(transformations_[0].Flags()));
+    if (oneFlags && !transformations_.empty() && !transformations_[0].Allowed().empty())
+      writer_.List("allow", transformations_[0].Allowed());
     const bool asColumns = oneFlags && MayBeColumns();
     if (asColumns)
       WriteColumns();
@@ -315,7 +337,7 @@ class PumpWriter {
 
   bool HaveOneSetOfFlags() const {
     return std::ranges::all_of(transformations_, [&](const Transformation& one) {
-      return one.Flags() == transformations_[0].Flags();
+      return one.Allowed() == transformations_[0].Allowed();
     });
   }
 

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -68,6 +69,14 @@ struct Note {
   std::string text;
 };
 
+/// That the text does not build a package but takes one that is stored somewhere.
+struct LoadedPackage {
+  ObjectPtr package;         ///< With what the text sets of it.
+  std::string place;         ///< In words: "of server \"S\"".
+  std::string name, server;  ///< In the form of documents; empty where it is not given.
+  int line = 0;
+};
+
 /// What was recorded.
 struct Recording {
   Recording() = default;
@@ -79,7 +88,8 @@ struct Recording {
   /// Once for each line and text.
   void NoteAt(int line, const std::string& text);
 
-  ObjectPtr package;  ///< Null: the text builds no package.
+  ObjectPtr package;                    ///< Null: the text builds no package.
+  std::optional<LoadedPackage> loaded;  ///< The first one.
   std::vector<Note> notes;
   std::map<std::string, std::vector<int>> unknown;  ///< Lines by the names that are not known.
   std::size_t searched = 0;                         ///< Items that were looked at to find others.

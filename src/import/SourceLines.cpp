@@ -119,10 +119,49 @@ bool IsHeader(std::string_view line) {
   return StartsWithWord(line, "VERSION") || StartsWithWord(line, "BEGIN");
 }
 
-/// "New A.B(...)" becomes a call of "New" with the name as its text; named arguments lose their
-/// names; what is said of the own object ("Me.x") is said of the name alone.
+Token Symbol(const Token& like, const char* text) {
+  Token symbol = like;
+  symbol.kind = TokenKind::Symbol;
+  symbol.text = text;
+  return symbol;
+}
+
+/// The named arguments of a line, each up to its end.
+class NamedArguments {
+ public:
+  explicit NamedArguments(std::vector<Token>& simple) : simple_(simple) {}
+
+  /// "a:=" begins as a call of "a:".
+  void Begin(Token name) {
+    name.bracketed = true;  // no reserved word
+    name.lower += ':';
+    name.text.clear();
+    simple_.insert(simple_.end(), {name, Symbol(name, "(")});
+    open_.push_back(depth_);
+  }
+
+  /// Closes those that end before `token`.
+  void EndBefore(const Token& token) {
+    const bool endsAll = token.kind == TokenKind::EndOfText || token.kind == TokenKind::Colon;
+    const bool endsOne = token.IsSymbol(",") || token.IsSymbol(")");
+    while (!open_.empty() && (endsAll || (endsOne && open_.back() >= depth_))) {
+      simple_.push_back(Symbol(token, ")"));
+      open_.pop_back();
+    }
+    depth_ += token.IsSymbol("(") ? 1 : token.IsSymbol(")") ? -1 : 0;
+  }
+
+ private:
+  std::vector<Token>& simple_;
+  std::vector<int> open_;  // the parentheses that each stands in
+  int depth_ = 0;
+};
+
+/// "New A.B(...)" becomes a call of "New" with the name as its text; the named argument "a:=b"
+/// becomes the call "a:"(b); what is said of the own object ("Me.x") is said of the name alone.
 void Simplify(std::vector<Token>& tokens) {
   std::vector<Token> simple;
+  NamedArguments named(simple);
   for (std::size_t i = 0; i < tokens.size(); ++i) {
     const bool isMember = !simple.empty() && simple.back().IsSymbol(".");
     if (tokens[i].IsWord("me") && !isMember && tokens[i + 1].IsSymbol(".")) {
@@ -137,23 +176,20 @@ void Simplify(std::vector<Token>& tokens) {
       Token made = tokens[i];
       made.bracketed = true;  // no reserved word
       simple.push_back(made);
-      Token symbol = tokens[i], literal = tokens[i];
-      symbol.kind = TokenKind::Symbol;
-      symbol.text = "(";
+      Token literal = tokens[i];
       literal.kind = TokenKind::Literal;
       literal.value = script::Value::OfText(name);
-      simple.push_back(symbol);
-      simple.push_back(literal);
-      symbol.text = ")";
-      simple.push_back(symbol);
+      simple.insert(simple.end(), {Symbol(tokens[i], "("), literal, Symbol(tokens[i], ")")});
       i = at - 1;
       continue;
     }
     if (tokens[i].kind == TokenKind::Name && i + 2 < tokens.size() &&
         tokens[i + 1].kind == TokenKind::Colon && tokens[i + 2].IsSymbol("=")) {
+      named.Begin(tokens[i]);
       i += 2;
       continue;
     }
+    named.EndBefore(tokens[i]);
     simple.push_back(tokens[i]);
   }
   tokens = std::move(simple);

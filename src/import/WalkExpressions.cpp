@@ -193,6 +193,8 @@ Value Walker::Get(const ObjectPtr& object, const Expression& member) {
 Value Walker::CallValue(const Expression& call) {
   const Expression& callee = *call.operands[0];
   if (callee.kind == ExpressionKind::Name) {
+    if (callee.lower.ends_with(':'))  // a named argument
+      return call.operands.size() > 1 && call.operands[1] ? Evaluate(*call.operands[1]) : Value();
     if (callee.lower == "ctype" || callee.lower == "directcast" || callee.lower == "trycast")
       return call.operands.size() > 1 && call.operands[1] ? Evaluate(*call.operands[1]) : Value();
     const auto procedure = procedures_.find(callee.lower);
@@ -209,6 +211,8 @@ Value Walker::CallValue(const Expression& call) {
     if (!owner.IsObject() && callee.lower == "combine" && call.operands.size() > 1)
       return CombinedPath(Arguments(call));
     if (!owner.IsObject()) return CallUnknown(call);
+    if (owner.object->kind == "package" && IsLoad(callee.lower))
+      return Load(owner.object, call), Value();
     const std::vector<Value> arguments = Arguments(call);
     if (callee.lower == "item") return Item(owner.object, arguments);
     const auto child = owner.object->children.find(callee.lower);
@@ -349,11 +353,31 @@ Value Walker::CallMethod(const ObjectPtr& object, const Expression& method,
   return unset;
 }
 
+void Walker::Load(const ObjectPtr& package, const Expression& call) {
+  std::vector<std::string> names;
+  for (std::size_t i = 1; i < call.operands.size(); ++i) {
+    const Expression* const one = call.operands[i].get();
+    const bool isCall = one != nullptr && one->kind == ExpressionKind::Call;
+    const std::string name = isCall ? one->operands[0]->lower : "";
+    names.push_back(name.ends_with(':') ? name.substr(0, name.size() - 1) : "");
+  }
+  LoadedPackage loaded = LoadedBy(call.operands[0]->lower, names, Arguments(call));
+  loaded.package = package;
+  loaded.line = line_;
+  if (!recording_.loaded) recording_.loaded = std::move(loaded);
+}
+
 Value Walker::Item(const ObjectPtr& collection, const std::vector<Value>& keys) {
   if (keys.empty() || !IsCollection(collection->kind)) return Value::OfObject(collection);
   const Value key = Plain(keys[0]);
   if (const ObjectPtr item = FindItem(recording_, *collection, key, line_))
     return Value::OfObject(item);
+  if (IsLoaded()) {  // nobody knows what it has
+    const ObjectPtr part = recording_.NewObject(collection->kind + " item", line_);
+    part->Set("Name", key, line_);
+    collection->items.push_back(part);
+    return Value::OfObject(part);
+  }
   NoteAt(line_, "the package has no \"" + std::string(FirstCharacters(key.PlainText(), 200)) +
                     "\"" + " among its " + collection->kind + "; what is done with it is left out");
   return Value::OfObject(recording_.NewObject(collection->kind + " item", line_));

@@ -205,7 +205,11 @@ void Walker::RunFor(const Node& node) {
 void Walker::RunForEach(const Node& node) {
   const Value collection = Evaluate(*node.expressions[0]);
   if (!collection.IsObject()) return NoteUndecided(node, node.line, *node.expressions[0]);
-  const std::vector<ObjectPtr> items = collection.object->items;
+  std::vector<ObjectPtr> items = collection.object->items;
+  if (IsLoaded()) {  // nobody knows what the stored one has
+    const Value each = Item(collection.object, {Value::OfText("(each)")});
+    items.push_back(each.object);
+  }
   for (const ObjectPtr& item : items) {
     Current().variables[node.name] = Value::OfObject(item);
     if (!RunBody(node, "for")) return;
@@ -261,6 +265,10 @@ void Walker::RunWith(const Node& node) {
 
 void Walker::NoteForgotten() {
   if (!recording_.package) return;
+  if (const auto& loaded = recording_.loaded; loaded && loaded->package != recording_.package)
+    NoteAt(loaded->line, "a stored package " + loaded->place +
+                             " is taken here as well: it is left out; a step of ExecutePackage "
+                             "runs it");
   std::set<const Object*> seen;
   const std::function<void(const Object&)> look = [&](const Object& object) {
     if (!seen.insert(&object).second) return;

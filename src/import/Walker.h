@@ -102,6 +102,9 @@ class Walker {
   // The object model, and operators.
   Value CallMethod(const ObjectPtr& object, const script::Expression& method,
                    const std::vector<Value>& arguments);
+  /// The text takes a package that is stored; what it sets of it is recorded all the same.
+  void Load(const ObjectPtr& package, const script::Expression& call);
+  bool IsLoaded() const { return recording_.loaded.has_value(); }
   Value Item(const ObjectPtr& collection, const std::vector<Value>& keys);
   Value UnaryValue(const script::Expression& expression);
   Value BinaryValue(const script::Expression& expression);

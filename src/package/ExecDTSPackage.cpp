@@ -73,6 +73,7 @@ bool ExecDTSPackage::ExecPackage(dts::PackageEvents& events) {
     lastError_ = "Internal error : no Package loaded.";
     return false;
   }
+  SetRunVariables(services_.variables, package_->GlobalVariables());
   SetJobVariables(*this, package_->GlobalVariables());
   package_->Execute(events);
   services_.errLogging.CollectRunLogs();

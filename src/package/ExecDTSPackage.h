@@ -4,6 +4,7 @@
 #include <string>
 
 #include "config/JobSettings.h"
+#include "config/RunVariables.h"
 
 namespace torvik {
 
@@ -24,6 +25,7 @@ struct JobServices {
   CopyQuorFiles& remoteData;
   ErrLogging& errLogging;
   Messages& messages;
+  const RunVariables& variables;  ///< Of the package's own, for this run.
 };
 
 /// One job: its settings, and its package loaded and executed.
@@ -44,9 +46,9 @@ class ExecDTSPackage : public JobSettings {
   /// them. Throws PlatformError when the package lacks one of them.
   std::string GetGlobalVariableValuesAsString() const;
 
-  /// Hands the job's settings to the loaded package as its global variables, executes it, gathers
-  /// its logs, judges its steps and drops it; true when no step failed. LastError then has a line
-  /// for each failed step. Throws what the package raises; it then stays held.
+  /// Hands the run's variables and then the job's settings to the loaded package, executes it,
+  /// gathers its logs, judges its steps and drops it; true when no step failed. LastError then has
+  /// a line for each failed step. Throws what the package raises; it then stays held.
   bool ExecPackage(dts::PackageEvents& events);
 
  private:

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "config/RunVariables.h"
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
 #include "log/RunLog.h"
@@ -39,6 +40,7 @@ struct Program {
   CopyQuorFiles remoteData;
   DataWarehouse dataWarehouse;
   DataLinks dataLinks;
+  RunVariables runVariables;                ///< What whoever started the run gives to its package.
   std::chrono::seconds waitForOtherRun{0};  ///< How long a run waits for one in its way.
   std::unique_ptr<MainForm> form;
 };

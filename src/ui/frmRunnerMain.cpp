@@ -16,7 +16,7 @@ frmRunnerMain::frmRunnerMain(Program& program)
       Monitor(program.platform.clock),
       program_(program),
       job_({program.platform.packages, program.dataWarehouse, program.remoteData,
-            program.errLogging, program.platform.messages}),
+            program.errLogging, program.platform.messages, program.runVariables}),
       driver_(program, *this),
       settings_(program.platform.registry, program.platform.ansi),
       ftp_(program.log, {program.platform.internet,

@@ -245,6 +245,9 @@ TEST(Import, OtherFilesAreRefused) {
       {"Sub Main()\n MsgBox \"hello\"\nEnd Sub\n", "no package is built in this text"},
       {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1" + std::string(512, '\0'), "structured storage file"},
       {std::string("Dim x\0\1\2", 8), "this is no text"},
+      {"Set p = CreateObject(\"DTS.Package\")\nIf More() Then\n"
+       " p.LoadFromSQLServer \"S\", , , , , , , \"P\"\nEnd If\np.Execute\n",
+       "it takes one that is stored (line 3)"},
   };
   for (const auto& c : cases) {
     try {
@@ -254,6 +257,50 @@ TEST(Import, OtherFilesAreRefused) {
       EXPECT_THAT(error.Description(), AllOf(HasSubstr("in.bas: "), HasSubstr(c.words)));
     }
   }
+}
+
+/// Why the text is refused.
+std::string Refusal(const std::string& text) {
+  try {
+    return "imported:\n" + ImportPackage("run.vbs", text, {}).document;
+  } catch (const PlatformError& error) {
+    return error.Description();
+  }
+}
+
+TEST(Import, ATextThatRunsAStoredPackageSaysWhichAndWhatItSets) {
+  constexpr const char* kText = R"vb(Set p = CreateObject("DTS.Package2")
+p.LoadFromSQLServer ServerName:="PROD", ServerUserName:="sa", ServerPassword:="dragon", PackageName:="Night" & "ly", Flags:=(1 + 2)
+p.GlobalVariables("Region").Value = "EMEA's"
+p.Connections("Target").DataSource = "SRV2"
+p.Connections("Target").Password = "dragon"
+With p.Tasks("DTSTask_DTSDataPumpTask_1").CustomTask
+  .SourceSQLStatement = "SELECT 1"
+End With
+p.GlobalVariables("ShopPassword") = "dragon"
+For Each c In p.Connections
+c.ConnectionTimeout = 30
+Next
+p.Execute
+p.UnInitialize
+)vb";
+  constexpr const char* kExpected =
+      R"vb(run.vbs: this text builds no package: it runs package "Nightly" of server "PROD" (line 2), after it has set
+  line 4: connections("Target").DataSource = "SRV2"
+  line 5: connections("Target").Password = (a password, not shown)
+  line 11: connections("Target").ConnectionTimeout = "30"
+  line 11: connections("(each)").ConnectionTimeout = "30"
+  line 3: globalvariables("Region").Value = "EMEA's"
+  line 9: globalvariables("ShopPassword").Value = (a password, not shown)
+  line 7: tasks("DTSTask_DTSDataPumpTask_1").customtask.SourceSQLStatement = "SELECT 1"
+Import that package: open it in its designer and save it as a Visual Basic file (Package, Save As). A job file for it then does the same by
+  torvik-admin run JOB.etl --var 'Region=EMEA'\''s'
+What is set besides variables: write ${Name} of a variable there in the document, and give its value by --var Name=VALUE)vb";
+  EXPECT_EQ(kExpected, Refusal(kText));
+  EXPECT_THAT(Refusal("Sub RunIt(ByVal oPkg As DTS.Package)\n oPkg.LoadFromStorageFile "
+                      "\"C:\\p.dts\", \"dragon\"\n oPkg.Execute\nEnd Sub\n"),
+              AllOf(HasSubstr("it runs the package of the file \"C:\\p.dts\" (line 2)\n"),
+                    HasSubstr("torvik-admin run JOB.etl"), Not(HasSubstr("dragon"))));
 }
 
 TEST(Import, EncodingsAreKnownByTheirBytes) {

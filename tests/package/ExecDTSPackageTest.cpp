@@ -53,7 +53,8 @@ struct JobTest : ::testing::Test {
                                                     return animateForms.New();
                                                   }}};
   ErrLogging errLogging{files, messages};
-  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages}};
+  RunVariables variables;
+  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages, variables}};
   NoEvents events;
 
   JobTest() {
@@ -110,6 +111,40 @@ TEST_F(JobTest, AFailedLoadKeepsItsOwnTextAndReportsThePlatforms) {
   EXPECT_FALSE(job.LoadPackage());
   EXPECT_EQ(job.LastError(), "Can not load DTS Package from SQL Server : Sales_LoadDW");
   EXPECT_THAT(messages.reports, ElementsAre(HasSubstr("no such package")));
+}
+
+TEST_F(JobTest, ARunsVariablesComeBeforeTheJobsOwn) {
+  host.state.variables.entries.insert(
+      host.state.variables.entries.begin(),
+      {{"Region", std::string("EMEA")}, {"Full", false}, {"Rows", std::int64_t{1}}, {"Rate", 0.5}});
+  const struct {
+    RunVariables given;
+    const char* error;
+  } cases[] = {
+      {{{"Region", "APAC"}, {"Full", "true"}, {"Rows", "-12"}, {"Rate", "1e3"}}, ""},
+      {{{"Region", "APAC"}, {"Gone", "x"}}, "Gone"},
+      {{{"Region", "APAC"}, {"Rows", "many"}}, "\"Rows\" cannot be set for this run: its value"},
+      {{{"Full", "perhaps"}}, "must be True or False"},
+      {{{"dtsserver", "x"}}, "its value comes from the job file"},
+  };
+  for (const auto& c : cases) {
+    variables = c.given;
+    host.state.calls.clear();
+    std::string error;
+    ASSERT_TRUE(job.LoadPackage());
+    try {
+      job.ExecPackage(events);
+    } catch (const PlatformError& raised) {
+      error = raised.Description();
+    }
+    EXPECT_THAT(error, HasSubstr(c.error));
+    const auto written = Written();
+    if (*c.error != '\0')
+      EXPECT_THAT(written, ElementsAre()) << c.error;
+    else
+      EXPECT_THAT(std::vector(written.begin(), written.begin() + 4),
+                  ElementsAre("Region", "Full", "Rows", "Rate"));
+  }
 }
 
 TEST_F(JobTest, OnlyVariablesThatDifferAreWritten) {

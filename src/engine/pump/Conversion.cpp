@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string_view>
 
 #include "engine/pump/RowBatch.h"
@@ -271,6 +272,17 @@ bool StaysNumber(const ado::Column& column, const ado::LoadValue& value) {
                    column.precision <= std::numeric_limits<double>::digits10;
 }
 
+/// The whole number that a number is, or is cut to; nothing where it is none or too large for any
+/// column.
+std::optional<std::int64_t> WholeOf(const ado::LoadValue& value, unsigned flags) {
+  if (value.GetKind() == ado::LoadValue::Kind::Integer) return value.Integer();
+  constexpr double kTooLarge = 9223372036854775808.0;  // 2^63
+  const double whole = std::trunc(value.Real());
+  const bool isWhole = whole == value.Real() || (flags & kAllowNumericTruncation);
+  if (!isWhole || !(std::abs(whole) < kTooLarge)) return std::nullopt;
+  return static_cast<std::int64_t>(whole);
+}
+
 /// True when a query's value is of the type that its column has.
 bool HasExactType(ado::ColumnKind column, ado::LoadValue::Kind value) {
   using enum ado::ColumnKind;
@@ -292,11 +304,12 @@ std::string FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& 
     return "is of another type than its column, and no conversion is allowed";
   if (value.IsText()) return FitTextValue(column, flags, value, batch);
   if (StaysNumber(column, value)) return {};
-  if (column.kind == ado::ColumnKind::Integer && value.GetKind() == ado::LoadValue::Kind::Integer) {
-    std::int64_t number = value.Integer();
-    std::string misfit = FitWhole(column, flags, number);
-    if (misfit.empty()) value = number;
-    return misfit;
+  if (column.kind == ado::ColumnKind::Integer) {
+    if (auto number = WholeOf(value, flags)) {
+      std::string misfit = FitWhole(column, flags, *number);
+      if (misfit.empty()) value = *number;
+      return misfit;
+    }
   }
   value = TextOfValue(value, batch);
   return FitTextValue(column, flags, value, batch);

@@ -8,7 +8,7 @@
 #include "platform/Bulk.h"
 
 namespace torvik {
-class CodePage;
+class CodePages;
 class Files;
 namespace ado {
 class Connection;
@@ -66,15 +66,29 @@ struct Lookup {
 };
 std::unique_ptr<Transformation> NewLookup(Lookup lookup);
 
-/// The content of the file that the value names, inside `directory` (with a trailing separator).
-/// `codePage`, which may be null for bytes as they are, is the file's encoding.
-std::unique_ptr<Transformation> NewReadFile(Files& files, std::string directory,
-                                            std::unique_ptr<CodePage> codePage);
+/// Where the files of a transformation lie and what is in them.
+struct ColumnFiles {
+  Files& files;
+  std::string directory;  ///< With a trailing separator; names may not lead out of it.
+  const CodePages& codePages;
+  std::string encoding;  ///< "binary": bytes as they are.
+};
 
-/// Writes the value to the file that the source column at `nameColumn` names, inside `directory`;
-/// the value becomes that name.
-std::unique_ptr<Transformation> NewWriteFile(Files& files, std::string directory,
-                                             std::size_t nameColumn,
-                                             std::unique_ptr<CodePage> codePage);
+/// The content of the file that the value names. Throws PlatformError when the encoding is not
+/// known.
+std::unique_ptr<Transformation> NewReadFile(const ColumnFiles& place);
+
+/// What is done with a file that is there already.
+enum class FileMode {
+  Append,   ///< What is written comes behind what it holds.
+  Replace,  ///< The pump's first row for it writes it anew, the others add to it.
+  Error,    ///< The row is an error.
+};
+
+/// Writes the value to the file that the source column at `nameColumn` names; the value becomes
+/// that name. A value that is NULL writes nothing, and with Replace leaves no file of that name,
+/// unless an earlier row has written it. Throws PlatformError when the encoding is not known.
+std::unique_ptr<Transformation> NewWriteFile(const ColumnFiles& place, std::size_t nameColumn,
+                                             FileMode mode);
 
 }  // namespace torvik::engine

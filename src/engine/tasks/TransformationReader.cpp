@@ -11,7 +11,6 @@
 #include "engine/pump/Transformation.h"
 #include "engine/tasks/PumpScripts.h"
 #include "engine/tasks/PumpSettings.h"
-#include "platform/CodePage.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -30,13 +29,10 @@ std::string DirectoryPath(const TransformationScope& scope, const PlacedText& te
   return path;
 }
 
-/// Null for bytes that are taken as they are.
-std::unique_ptr<CodePage> Encoding(const TransformationScope& scope, const PlacedText& name) {
-  if (EqualsIgnoringCase(name.text, "binary")) return nullptr;
-  auto codePage = scope.context.Services().codePages.Open(name.text);
-  if (!codePage)
-    throw PlatformError(0, "the encoding " + Quoted(name.text) + " is not known", "data pump");
-  return codePage;
+ColumnFiles Files(const TransformationScope& scope, const PlacedText& directory,
+                  const PlacedText& encoding) {
+  const EngineServices& services = scope.context.Services();
+  return {services.files, DirectoryPath(scope, directory), services.codePages, encoding.text};
 }
 
 Make ReadCopy(TaskReader&, TransformationPlan&) {
@@ -119,8 +115,7 @@ Make ReadReadFile(TaskReader& reader, TransformationPlan&) {
   const PlacedText directory = reader.RequiredTemplate("directory");
   const PlacedText encoding = reader.Table().Text("encoding").value_or(PlacedText{"utf-8", {}});
   return [=](const TransformationScope& scope) {
-    return NewReadFile(scope.context.Services().files, DirectoryPath(scope, directory),
-                       Encoding(scope, encoding));
+    return NewReadFile(Files(scope, directory, encoding));
   };
 }
 
@@ -128,10 +123,11 @@ Make ReadWriteFile(TaskReader& reader, TransformationPlan&) {
   const PlacedText directory = reader.RequiredTemplate("directory");
   const PlacedText name = reader.RequiredTemplate("name_column");
   const PlacedText encoding = reader.Table().Text("encoding").value_or(PlacedText{"utf-8", {}});
+  static constexpr const char* kModes[] = {"append", "replace", "error"};
+  const auto mode = static_cast<FileMode>(reader.OneOf("mode", kModes, 1));
   return [=](const TransformationScope& scope) {
-    return NewWriteFile(scope.context.Services().files, DirectoryPath(scope, directory),
-                        FindColumn(scope.sourceColumns, name.text, "source"),
-                        Encoding(scope, encoding));
+    return NewWriteFile(Files(scope, directory, encoding),
+                        FindColumn(scope.sourceColumns, name.text, "source"), mode);
   };
 }
 

@@ -14,9 +14,8 @@ using ado::Column;
 using enum ado::ColumnKind;
 
 /// The value as it is loaded, or "! " and why it does not fit.
-std::string Fitted(const Column& column, const std::string& text, unsigned flags = 0) {
+std::string Fitted(const Column& column, ado::LoadValue value, unsigned flags = 0) {
   RowBatch batch;
-  ado::LoadValue value = text;
   const std::string misfit = FitValue(column, flags, value, batch);
   if (!misfit.empty()) return "! " + misfit;
   return value.IsNull() ? "NULL" : std::string(TextOfValue(value, batch));
@@ -81,6 +80,24 @@ TEST(Conversion, FitsValuesOrSaysWhyNot) {
     for (const std::string& text : c.texts)
       EXPECT_EQ(c.outcome, Fitted(c.column, text))
           << "kind " << static_cast<int>(c.column.kind) << " \"" << text << '"';
+}
+
+TEST(Conversion, NumbersOfQueriesAreCutWhereThatIsAllowed) {
+  const Column big{.kind = Integer, .size = 8}, small{.kind = Integer, .size = 2};
+  const struct {
+    const Column& column;
+    double number;
+    const char *whole, *cut;
+  } cases[] = {
+      {big, 1.5e15, "1500000000000000", "1500000000000000"},
+      {big, 2.5e-7, "! is not a whole number", "0"},
+      {small, -7.9, "! is not a whole number", "-7"},
+      {small, 32768.5, "! is not a whole number", "! does not fit a whole number of 2 bytes"},
+      {big, 1e300, "! is not a whole number", "! is not a whole number"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.whole, Fitted(c.column, c.number)) << c.number;
+    EXPECT_EQ(c.cut, Fitted(c.column, c.number, kAllowNumericTruncation)) << c.number;
+  }
 }
 
 TEST(Conversion, TextsAreMeasuredAsTheirColumnMeasuresThem) {

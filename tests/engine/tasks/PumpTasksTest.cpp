@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "engine/EngineFixture.h"
 
 namespace torvik::engine {
@@ -96,7 +98,7 @@ TEST_F(PumpTasksTest, TransformationsMakeTheValuesOfColumns) {
   EXPECT_EQ("S", alone.ends) << alone.events.errors;
   EXPECT_EQ("1:1", Rows());
   EXPECT_EQ("seven", disk_.Read("7"));
-  EXPECT_EQ("", disk_.Read("8"));
+  EXPECT_FALSE(std::filesystem::exists(disk_.PathOf("8")));
   EXPECT_THAT(Pump("id,raw\n../x,a\n",
                    "columns = {}\n[[steps.transformations]]\n"
                    "type = 'write_file'\nsource = 'raw'\n"
@@ -104,6 +106,58 @@ TEST_F(PumpTasksTest, TransformationsMakeTheValuesOfColumns) {
                        directory)
                   .events.errors,
               HasSubstr("may not lead out of the directory"));
+}
+
+TEST_F(PumpTasksTest, FilesOfRowsAreReplacedAddedToOrRefused) {
+  const auto wide = [](const std::string& text) {
+    std::string bytes;
+    for (const char c : text) bytes += {c, '\0'};
+    return bytes;
+  };
+  const struct {
+    const char* keys;
+    const char* rows;
+    std::string before, after;  ///< Of the file "a"; "-": there is none.
+    const char* ends;
+    const char* error;
+  } cases[] = {
+      {"", "a,one\na,two\n", "old", "onetwo", "S", ""},
+      {"mode = 'replace'", "a,\n", "old", "-", "S", ""},
+      {"mode = 'replace'", "a,one\na,\n", "old", "one", "S", ""},
+      {"mode = 'append'", "a,one\na,\na,two\n", "old", "oldonetwo", "S", ""},
+      {"mode = 'append'", "a,one\n", "-", "one", "S", ""},
+      {"mode = 'error'", "a,one\n", "-", "one", "S", ""},
+      {"mode = 'error'", "a,one\n", "old", "old", "F", "cannot be written to"},
+      {"mode = 'error'", "a,\n", "old", "old", "F", "File exists"},
+      {"mode = 'error'", "a,one\na,two\n", "-", "one", "F", "\"two\" cannot be written to"},
+      {"encoding = 'utf-16'", "a,x\na,y\n", "old", "\xFF\xFE" + wide("xy"), "S", ""},
+      {"encoding = 'utf-16'\nmode = 'append'", "a,y\n", "\xFF\xFE" + wide("x"),
+       "\xFF\xFE" + wide("xy"), "S", ""},
+      {"encoding = 'cp437'", "a,\u20ac\n", "old", "old", "F", "a character that cp437 lacks"},
+      {"encoding = 'klingon'", "a,x\n", "old", "old", "F", "klingon"},
+  };
+  for (const auto& c : cases) {
+    std::filesystem::remove(disk_.PathOf("a"));
+    if (c.before != "-") disk_.Write("a", c.before);
+    const RunResult result = Pump("file,text\n" + std::string(c.rows),
+                                  "columns = {}\n[[steps.transformations]]\ntype = 'write_file'\n"
+                                  "source = 'text'\nname_column = 'file'\ndirectory = \"" +
+                                      disk_.PathOf("") + "\"\n" + c.keys);
+    EXPECT_EQ(c.ends, result.ends) << c.keys << result.events.errors;
+    EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.keys;
+    const bool isThere = std::filesystem::exists(disk_.PathOf("a"));
+    EXPECT_EQ(c.after, isThere ? disk_.Read("a") : "-") << c.keys << c.rows;
+  }
+  // What was written is read again.
+  disk_.Write("wide", "\xFF\xFE" + wide("ok"));
+  const std::string read =
+      "[[steps.transformations]]\ntype = 'read_file'\nsource = 'raw'\n"
+      "destination = 'name'\nencoding = 'utf-16'\ndirectory = \"" +
+      disk_.PathOf("") + "\"\n";
+  EXPECT_EQ("S", Pump("id,raw\n1,wide\n", read).ends);
+  EXPECT_EQ("1:ok", Rows());
+  disk_.Write("wide", "\xFF\xFE" + std::string("odd"));
+  EXPECT_THAT(Pump("id,raw\n2,wide\n", read).events.errors, HasSubstr("not in the given encoding"));
 }
 
 TEST_F(PumpTasksTest, RejectedRowsAreKeptAsTheyStood) {

@@ -7,7 +7,32 @@
 
 namespace torvik {
 
+namespace {
+
+constexpr char kBetween = '\x1F';
+
+NamedTexts SplitVariables(const std::string& text) {
+  NamedTexts variables;
+  std::istringstream parts(text);
+  for (std::string name, value;
+       std::getline(parts, name, kBetween) && std::getline(parts, value, kBetween);)
+    variables.emplace_back(name, value);
+  return variables;
+}
+
+}  // namespace
+
+std::string JoinedVariables(const NamedTexts& variables) {
+  std::string text;
+  for (const auto& [name, value] : variables) text += name + kBetween + value + kBetween;
+  return text;
+}
+
 FrontEnd::FrontEnd() {
+  if (const char* const variables = std::getenv(kRunVariables)) {
+    variables_ = SplitVariables(variables);
+    unsetenv(kRunVariables);
+  }
   const char* const number = std::getenv(kFrontEndVariable);
   const int pipe = number == nullptr ? 0 : std::atoi(number);
   if (pipe <= 2 || fcntl(pipe, F_SETFD, FD_CLOEXEC) != 0) return;
