@@ -79,10 +79,11 @@ class LateFtp final : public wininet::Client {
 std::unique_ptr<wininet::Client> NewFtpCurl(const FtpSettings& settings, const PathMap& paths,
                                             const CodePage& ansi, std::function<void()> onWait,
                                             FetchObserver onFetch) {
-  return std::make_unique<LateFtp>([=, &ansi] {
-    return InModule({"libtorvik-ftp.so", "libcurl4"}, &NewFtpCurl, "FTP")(settings, paths, ansi,
-                                                                          onWait, onFetch);
-  });
+  return std::make_unique<LateFtp>(
+      [settings, paths, &ansi, onWait = std::move(onWait), onFetch = std::move(onFetch)] {
+        return InModule({"libtorvik-ftp.so", "libcurl4"}, &NewFtpCurl, "FTP")(settings, paths, ansi,
+                                                                              onWait, onFetch);
+      });
 }
 
 }  // namespace torvik

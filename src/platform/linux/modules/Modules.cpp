@@ -58,7 +58,7 @@ void* FindInModule(const RoomModule& module, void* standIn, const std::string& s
   if (found == nullptr)
     throw PlatformError(0,
                         needs + ", which cannot be loaded: " + reason + "; install " +
-                            module.packages + ", and the programs and their modules together",
+                            module.packages + ", or install the programs and their modules anew",
                         "modules");
   return found;
 }

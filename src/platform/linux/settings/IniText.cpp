@@ -7,6 +7,21 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+/// Where the first line that names a section begins, from the line of `offset` on; the end when
+/// there is none.
+std::size_t SectionFrom(std::string_view bytes, std::size_t offset) {
+  if (offset == 0 && bytes.starts_with(kByteOrderMark)) offset = kByteOrderMark.size();
+  while (offset < bytes.size()) {
+    const std::size_t first = bytes.find_first_not_of(kWhiteSpace, offset);
+    if (first == std::string_view::npos) break;
+    if (bytes[first] == '[') return first;
+    const std::size_t lineFeed = bytes.find('\n', first);
+    if (lineFeed == std::string_view::npos) break;
+    offset = lineFeed + 1;
+  }
+  return bytes.size();
+}
+
 }  // namespace
 
 IniLine ReadIniLine(std::string_view bytes, std::size_t offset) {
@@ -51,24 +66,32 @@ struct IniText::Place {
 
 /// What comes before the section that was asked for last does not change, so that the keys of one
 /// section are found one after the other without reading all of a long file for each.
-IniText::Place IniText::Locate(std::string_view section, std::string_view key) const {
-  const auto isWanted = [](const IniLine& line, IniLine::Kind kind, std::string_view name) {
-    return line.kind == kind && EqualsIgnoringCase(line.name, Trimmed(name, kWhiteSpace));
+std::size_t IniText::SectionAt(std::string_view name) const {
+  const auto isWanted = [&](std::size_t at) {
+    const IniLine line = ReadIniLine(bytes_, at);
+    return line.kind == IniLine::Kind::Section &&
+           EqualsIgnoringCase(line.name, Trimmed(name, kWhiteSpace));
   };
-  const bool isSame = isWanted(ReadIniLine(bytes_, lastSection_), IniLine::Kind::Section, section);
+  if (isWanted(lastSection_)) return lastSection_;
+  std::size_t at = SectionFrom(bytes_, 0);
+  while (at < bytes_.size() && !isWanted(at)) at = SectionFrom(bytes_, ReadIniLine(bytes_, at).end);
+  if (at < bytes_.size()) lastSection_ = at;
+  return at;
+}
+
+IniText::Place IniText::Locate(std::string_view section, std::string_view key) const {
   Place place;
-  for (std::size_t offset = isSame ? lastSection_ : 0; offset < bytes_.size();) {
-    const std::size_t start = offset;
-    const IniLine line = ReadIniLine(bytes_, offset);
-    offset = line.end;
-    if (line.kind == IniLine::Kind::Section) {
-      if (place.hasSection) break;
-      place.hasSection = isWanted(line, IniLine::Kind::Section, section);
-      if (place.hasSection) lastSection_ = start;
-    }
-    if (!place.hasSection) continue;
+  const std::size_t at = SectionAt(section);
+  if (at == bytes_.size()) return place;
+  place.hasSection = true;
+  IniLine line = ReadIniLine(bytes_, at);
+  place.newKey = line.end;
+  while (line.end < bytes_.size()) {
+    line = ReadIniLine(bytes_, line.end);
+    if (line.kind == IniLine::Kind::Section) break;
     if (line.kind != IniLine::Kind::Blank) place.newKey = line.end;
-    if (isWanted(line, IniLine::Kind::Key, key)) {
+    if (line.kind == IniLine::Kind::Key &&
+        EqualsIgnoringCase(line.name, Trimmed(key, kWhiteSpace))) {
       place.hasKey = true;
       place.text = line.text;
       break;

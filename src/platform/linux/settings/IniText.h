@@ -43,6 +43,7 @@ class IniText {
 
  private:
   struct Place;
+  std::size_t SectionAt(std::string_view name) const;  ///< The end when there is none.
   Place Locate(std::string_view section, std::string_view key) const;
   void InsertLine(std::size_t at, const std::string& line);
   std::string LineEnd() const;
