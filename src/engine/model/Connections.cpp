@@ -84,13 +84,20 @@ std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const st
   return connection;
 }
 
+std::string LostTransaction(const std::string& step, const std::string& connection) {
+  return "behind step " + Quoted(step) + " a transaction is open on the connection " +
+         Quoted(connection) +
+         ", and nothing of it is kept: end it with COMMIT, or write join_transaction = true in "
+         "place of BEGIN";
+}
+
 Connections::Connections(ado::Provider& databases) : databases_(databases) {}
 Connections::~Connections() = default;
 
 std::unique_ptr<ado::Connection> Connections::Take(const std::string& name,
                                                    const ConnectionSettings& settings, bool anew) {
   // Opening and closing take as long as a server takes, and happen outside the lock.
-  std::vector<std::unique_ptr<ado::Connection>> outdated;
+  std::vector<Idle> outdated;
   {
     const std::lock_guard lock(mutex_);
     Free& free = free_[name];
@@ -98,20 +105,32 @@ std::unique_ptr<ado::Connection> Connections::Take(const std::string& name,
       outdated.swap(free.connections);
       free.settings = settings;
     } else if (!free.connections.empty()) {
-      auto connection = std::move(free.connections.back());
+      auto connection = std::move(free.connections.back().connection);
       free.connections.pop_back();
       return connection;
     }
   }
+  for (const Idle& one : outdated)
+    if (!one.openBehind.empty())
+      throw PlatformError(0, LostTransaction(one.openBehind, name), "package engine");
   outdated.clear();
   return OpenDatabase(databases_, name, settings);
 }
 
 void Connections::GiveBack(const std::string& name, const ConnectionSettings& settings,
-                           std::unique_ptr<ado::Connection> connection) {
+                           std::unique_ptr<ado::Connection> connection,
+                           const std::string& openBehind) {
   const std::lock_guard lock(mutex_);
   Free& free = free_[name];
-  if (free.settings == settings) free.connections.push_back(std::move(connection));
+  if (free.settings == settings) free.connections.push_back({std::move(connection), openBehind});
+}
+
+std::string Connections::OpenTransaction() const {
+  const std::lock_guard lock(mutex_);
+  for (const auto& [name, free] : free_)
+    for (const Idle& one : free.connections)
+      if (!one.openBehind.empty()) return LostTransaction(one.openBehind, name);
+  return "";
 }
 
 }  // namespace torvik::engine

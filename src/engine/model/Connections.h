@@ -43,6 +43,9 @@ ConnectionSettings ResolveConnection(const PackageModel& package, const std::str
 std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const std::string& name,
                                               const ConnectionSettings& settings);
 
+/// What is said of a transaction that is open behind a step on a connection that is closed.
+std::string LostTransaction(const std::string& step, const std::string& connection);
+
 /// The databases that unjoined steps use. A step takes a connection for itself alone and gives it
 /// back for later ones; all are closed when the package ends. Safe for several threads.
 class Connections {
@@ -52,21 +55,31 @@ class Connections {
 
   /// The connection called `name` that was given back last, or a new one when all are in use. Those
   /// of the name that have other settings are closed: they have changed since. `anew`: the others
-  /// are closed too, since one of them has just failed, and a new one is opened.
+  /// are closed too, since one of them has just failed, and a new one is opened. Throws when an
+  /// open transaction is lost so.
   std::unique_ptr<ado::Connection> Take(const std::string& name, const ConnectionSettings& settings,
                                         bool anew = false);
 
-  /// Must have no transaction, and nothing that still reads from it.
+  /// Nothing may still read from it. `openBehind`: the step behind which a transaction that SQL
+  /// text has begun is open there; empty: none is.
   void GiveBack(const std::string& name, const ConnectionSettings& settings,
-                std::unique_ptr<ado::Connection> connection);
+                std::unique_ptr<ado::Connection> connection, const std::string& openBehind);
+
+  /// What is said of the first transaction that is open on one of those that were given back; empty
+  /// when none is. It ends without a commit when its connection is closed.
+  std::string OpenTransaction() const;
 
  private:
+  struct Idle {
+    std::unique_ptr<ado::Connection> connection;
+    std::string openBehind;
+  };
   struct Free {
     ConnectionSettings settings;
-    std::vector<std::unique_ptr<ado::Connection>> connections;
+    std::vector<Idle> connections;
   };
   ado::Provider& databases_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::map<std::string, Free> free_;  // by the connections' names
 };
 

@@ -154,6 +154,10 @@ class PackageExecution {
   }
 
   void EndTransaction() {
+    if (const std::string open = shared_.connections.OpenTransaction(); !open.empty()) {
+      End(PlatformError(0, open, "package engine"), "");
+      Tell({.kind = Kind::Error, .text = open});
+    }
     if (running_.Failure() || workflow_.AnyFailed()) return Rollback("a step failed");
     if (!package_.autoCommitTransaction) return Rollback("auto_commit_transaction is false");
     const auto failure = Commit();

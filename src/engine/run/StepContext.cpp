@@ -3,6 +3,7 @@
 #include "engine/model/Variables.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
+#include "platform/PlatformError.h"
 
 namespace torvik::engine {
 
@@ -37,9 +38,18 @@ ado::Connection& StepContext::OwnConnection(const std::string& name,
   return taken;
 }
 
+void StepContext::LookForTransactions(bool areClosed) {
+  for (Taken& one : taken_) {
+    one.hasTransaction = one.connection->HasOpenTransaction();
+    if (one.hasTransaction && areClosed)
+      throw PlatformError(0, LostTransaction(step_.name, one.name), "package engine");
+  }
+}
+
 void StepContext::GiveConnectionsBack() {
   for (Taken& one : taken_)
-    shared_.connections.GiveBack(one.name, one.settings, std::move(one.connection));
+    shared_.connections.GiveBack(one.name, one.settings, std::move(one.connection),
+                                 one.hasTransaction ? step_.name : "");
   taken_.clear();
 }
 

@@ -56,7 +56,11 @@ class StepContext final : public TaskContext {
   /// Tells the progress that came too soon.
   void FinishProgress();
 
-  /// Keeps the connections for later steps.
+  /// Notes on which connections SQL text has begun a transaction that it has not ended. Throws when
+  /// `areClosed`, since it is lost then.
+  void LookForTransactions(bool areClosed);
+
+  /// Keeps the connections for later steps, with the transactions that are open there.
   void GiveConnectionsBack();
 
  private:
@@ -64,6 +68,7 @@ class StepContext final : public TaskContext {
     std::string name;
     ConnectionSettings settings;
     std::unique_ptr<ado::Connection> connection;
+    bool hasTransaction = false;
   };
 
   ado::Connection& OwnConnection(const std::string& name, const ConnectionSettings& settings);

@@ -64,6 +64,7 @@ class StepRun {
     try {
       if (control_.Cancelled()) throw PlatformError(0, "it has not begun", "package engine");
       outcome.result = step_.task->Run(context);
+      context.LookForTransactions(step_.closeConnection);
     } catch (const std::exception& error) {
       outcome.failure = AsPlatformError(error);
     }

@@ -33,19 +33,9 @@ class ExecuteSqlTask final : public Task {
   bool CanJoin() const override { return true; }
 
   TaskResult Run(TaskContext& context) const override {
-    ado::Connection& database = context.Database(connection_);
-    const TaskResult result = RunOn(database, context.GlobalVariables());
-    // The next step on this connection would commit it, or lose what it has done.
-    if (!context.Joined() && database.HasOpenTransaction())
-      throw SqlFailure(
-          "the SQL text begins a transaction and does not end it: nothing of it is kept; end it "
-          "with COMMIT in the same text, or write join_transaction = true in place of BEGIN");
-    return result;
-  }
-
- private:
-  TaskResult RunOn(ado::Connection& database, Variables& variables) const {
+    Variables& variables = context.GlobalVariables();
     const std::string sql = variables.Substitute(sql_.text);
+    ado::Connection& database = context.Database(connection_);
     // Without either, a '?' is the server's own affair.
     if (!hasParameters_ && results_.empty()) return database.Execute(sql);
     std::vector<ado::Value> parameters;
@@ -56,6 +46,7 @@ class ExecuteSqlTask final : public Task {
     return result.changedRows;
   }
 
+ private:
   void ReadResults(TaskReader& reader) {
     const TomlValue* results = reader.Table().Find("results");
     if (results != nullptr && std::holds_alternative<TomlArray>(results->data)) {

@@ -144,6 +144,12 @@ unsigned ReadTransformFlags(TaskReader& reader) {
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
                          const PumpTable& table) {
   if (context.Joined()) return Load(context, job, source, table, {});
+  if (table.connection.HasOpenTransaction())
+    throw PlatformError(0,
+                        "an earlier step's SQL text has begun a transaction that is still open on "
+                        "this connection, and the rows cannot have one of their own: end it with "
+                        "COMMIT before, or write join_transaction = true for these steps",
+                        "data pump");
   OwnTransaction transaction(table.connection);
   const PumpCounts counts = Load(context, job, source, table, [&] { transaction.CommitAndGoOn(); });
   transaction.Commit();

@@ -142,15 +142,30 @@ TEST_F(TasksTest, ExecuteSqlTakesParametersAndGivesResults) {
   }
 }
 
-TEST_F(TasksTest, NoStepKeepsATransactionThatAnotherHasLeftOpen) {
-  warehouse_->Execute("CREATE TABLE open (n INT)");
-  const RunResult result = Run("P", Head("P") + Sql("open", "BEGIN; INSERT INTO open VALUES (1)") +
-                                        Sql("next", "INSERT INTO open VALUES (2)",
-                                            "after = [ { step = \"open\", on = "
-                                            "\"completion\" } ]"));
-  EXPECT_EQ("FS", result.ends);
-  EXPECT_THAT(result.events.errors, HasSubstr("does not end it"));
-  EXPECT_EQ("2", Query("SELECT n FROM open"));
+TEST_F(TasksTest, ATransactionOfSqlTextIsEndedByALaterStepOrFailsThePackage) {
+  const std::string begin = Sql("begin", "BEGIN; INSERT INTO t VALUES (1, 'a')");
+  const std::string after = "after = [ { step = \"begin\", on = \"completion\" } ]";
+  const std::string insert = "INSERT INTO t VALUES (2, 'b')";
+  const struct {
+    std::string steps;
+    const char *ends, *error, *rows;
+  } cases[] = {{begin + Sql("end", insert + "; COMMIT", after), "SS", "", "1 2"},
+               {begin + Sql("end", "ROLLBACK", after), "SS", "", ""},
+               {begin + Sql("next", insert, after), "SS",
+                "behind step \"next\" a transaction is open on the connection \"dw\"", ""},
+               {Sql("begin", "BEGIN; " + insert, "connection = \"dw\"\nclose_connection = true"),
+                "F", "nothing of it is kept", ""},
+               {begin + LoadFile("", after), "SF", "has begun a transaction", ""}};
+  disk_.Write("a.txt", "id,name\n2,b\n");
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.steps);
+    warehouse_->Execute("DELETE FROM t");
+    const RunResult result = Run("P", Head("P") + c.steps);
+    EXPECT_EQ(c.ends, result.ends);
+    EXPECT_THAT(result.events.errors, HasSubstr(c.error));
+    EXPECT_EQ(*c.error == '\0', result.events.errors.empty());
+    EXPECT_EQ(c.rows, Query("SELECT id FROM t ORDER BY id"));
+  }
 }
 
 TEST_F(TasksTest, DataPumpReadsTextFilesByTheirProperties) {
