@@ -4,12 +4,14 @@
 
 #include <charconv>
 #include <cmath>
+#include <deque>
 #include <iterator>
 #include <utility>
 
 #include "platform/NumberText.h"
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteDecimal.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
@@ -50,34 +52,19 @@ bool ReadNumber(std::string_view text, Number& number) {
   return true;
 }
 
-/// The digits that make a number, without those that only say how large it is; the exponent is left
-/// out. Empty when it is no plain number.
-std::string Significant(std::string_view text) {
-  std::string digits;
-  for (const char c : text.substr(0, text.find('e'))) {
-    if (c >= '0' && c <= '9') {
-      if (c != '0' || !digits.empty()) digits += c;
-    } else if (c != '.' && c != '-') {
-      return "";
-    }
-  }
-  digits.erase(digits.find_last_not_of('0') + 1);
-  return digits;
-}
+/// A column of decimals that promises to keep its digits.
+struct Decimal {
+  std::size_t place, scale;
+  std::string name;
+};
 
-/// True when a decimal is the same after it has been a double.
-bool IsKept(std::string_view text) {
-  constexpr std::size_t kSure = 15;
-  if (text.size() <= kSure) return true;
-  std::int64_t whole = 0;
-  double real = 0;
-  const std::string digits = Significant(text);
-  if (digits.size() <= kSure || ReadNumber(text, whole) || !ReadNumber(text, real)) return true;
-  char back[80];
-  const auto end = std::to_chars(back, std::end(back), real, std::chars_format::scientific,
-                                 static_cast<int>(digits.size() - 1));
-  return end.ec == std::errc() &&
-         digits == Significant({back, static_cast<std::size_t>(end.ptr - back)});
+bool IsView(SqliteSession& session, const std::string& schema, const std::string& table) {
+  SqliteStatement views(session,
+                        "SELECT 1 FROM " + QuotedName(schema) +
+                            ".sqlite_schema WHERE type = 'view' AND name = ?1 COLLATE NOCASE",
+                        "");
+  views.Bind(1, table);
+  return views.Step();
 }
 
 /// One INSERT, compiled once. It calls the library directly: a row passes here for every line of
@@ -86,10 +73,13 @@ class SqliteBulkLoad final : public ado::BulkLoad {
  public:
   SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const std::string& schema,
                  const std::string& table, const std::vector<ado::Column>& columns)
-      : session_(std::move(session)), place_("table " + table) {
+      : session_(std::move(session)),
+        place_("table " + table),
+        isView_(IsView(*session_, schema, table)) {
     for (const ado::Column& column : columns) {
       if (column.kind == ado::ColumnKind::Decimal && column.precision > 0)
-        decimals_.emplace_back(bindings_.size(), column.name);
+        decimals_.push_back(
+            {bindings_.size(), static_cast<std::size_t>(column.scale), column.name});
       bindings_.push_back(BindingOf(column.kind));
     }
     if (HasIndex(*session_, schema, table))
@@ -113,12 +103,13 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     const bool isInTransaction = sqlite3_get_autocommit(session_->Handle()) == 0;
     const std::size_t before = refused.size();
     for (std::size_t row = 0; row < rows.Count(); ++row) {
-      if (const std::string misfit = MisfitOf(rows.Row(row)); !misfit.empty()) {
+      const std::span<const ado::LoadValue> values = Rounded(rows.Row(row));
+      if (const std::string misfit = MisfitOf(values); !misfit.empty()) {
         refused.push_back({row, 0, place_ + misfit});
         if (refused.size() - before > tolerated) return;
         continue;
       }
-      if (Insert(rows.Row(row))) continue;
+      if (Insert(values)) continue;
       const PlatformError error = session_->Failure(place_);
       // A trigger may have rolled the whole transaction back.
       const bool isLost = isInTransaction && sqlite3_get_autocommit(session_->Handle()) != 0;
@@ -141,14 +132,37 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     }
   }
 
+  /// The row, its decimals rounded to the digits that their columns have behind the point.
+  std::span<const ado::LoadValue> Rounded(std::span<const ado::LoadValue> row) {
+    bool isSame = true;
+    for (const Decimal& decimal : decimals_) {
+      const ado::LoadValue& value = row[decimal.place];
+      if (value.IsNull() || value.GetKind() == ado::LoadValue::Kind::Integer) continue;
+      char text[400];
+      const char* const end =
+          value.IsText()
+              ? text
+              : std::to_chars(text, std::end(text), value.Real(), std::chars_format::fixed).ptr;
+      std::string rounded = RoundedDecimal(
+          value.IsText() ? value.Text()
+                         : std::string_view(text, static_cast<std::size_t>(end - text)),
+          decimal.scale);
+      if (rounded.empty()) continue;
+      if (isSame) values_.assign(row.begin(), row.end()), texts_.clear();
+      isSame = false;
+      values_[decimal.place] = texts_.emplace_back(std::move(rounded));
+    }
+    return isSame ? row : std::span<const ado::LoadValue>(values_);
+  }
+
   /// Decimals are kept as numbers of 15 digits: one of more is refused where its column promises
   /// to keep them.
   std::string MisfitOf(std::span<const ado::LoadValue> row) const {
-    for (const auto& [position, name] : decimals_) {
-      const ado::LoadValue& value = row[position];
-      if (value.IsText() && !IsKept(value.Text()))
-        return ", column " + name + ": the server keeps 15 digits of " + std::string(value.Text()) +
-               "; round it, or give the column a text type";
+    for (const Decimal& decimal : decimals_) {
+      const ado::LoadValue& value = row[decimal.place];
+      if (value.IsText() && !IsKeptDecimal(value.Text()))
+        return ", column " + decimal.name + ": the server keeps 15 digits of " +
+               std::string(value.Text()) + "; round it, or give the column a text type";
     }
     return {};
   }
@@ -159,7 +173,8 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     const int code = sqlite3_step(insert_);
     sqlite3_reset(insert_);
     if (code != SQLITE_DONE) return false;
-    rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
+    // A trigger may have dropped the row; what one does for a view is not counted.
+    rows_ += isView_ ? 1 : sqlite3_changes64(session_->Handle());
     return true;
   }
 
@@ -196,8 +211,11 @@ class SqliteBulkLoad final : public ado::BulkLoad {
 
   const std::shared_ptr<SqliteSession> session_;
   const std::string place_;
+  const bool isView_;
   std::vector<Binding> bindings_;
-  std::vector<std::pair<std::size_t, std::string>> decimals_;  ///< Their places and names.
+  std::vector<Decimal> decimals_;
+  std::vector<ado::LoadValue> values_;  ///< A row with its decimals rounded.
+  std::deque<std::string> texts_;       ///< Of those.
   sqlite3_stmt* insert_ = nullptr;
   std::int64_t rows_ = 0;
 };
