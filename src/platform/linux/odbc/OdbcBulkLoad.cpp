@@ -18,6 +18,7 @@
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/OdbcTables.h"
 #include "platform/linux/odbc/OdbcUndo.h"
+#include "platform/linux/odbc/SqlServerChecks.h"
 
 namespace torvik {
 namespace {
@@ -246,7 +247,9 @@ std::unique_ptr<ado::BulkLoad> NewOdbcBulkLoad(std::shared_ptr<OdbcSession> sess
                                                const ado::LoadOptions& options) {
   const auto newInserts =
       [=](const std::vector<ado::Column>& some) -> std::unique_ptr<ado::BulkLoad> {
-    return std::make_unique<OdbcBulkLoad>(session, table, some, options);
+    auto inserts = std::make_unique<OdbcBulkLoad>(session, table, some, options);
+    if (session->Dialect().Server() != OdbcServer::SqlServer) return inserts;
+    return NewCheckedLoad(some, "table " + QuotedTable(table), std::move(inserts));
   };
   auto inserts = options.keepsNulls ? newInserts(columns) : NewDefaultsLoad(columns, newInserts);
   auto targets = CopyTargets(*session, table, columns);

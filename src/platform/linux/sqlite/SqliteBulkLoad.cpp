@@ -2,11 +2,12 @@
 
 #include <sqlite3.h>
 
-#include <algorithm>
+#include <deque>
 #include <utility>
 
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteDecimal.h"
 #include "platform/linux/sqlite/SqliteLoadValue.h"
 #include "platform/linux/sqlite/SqliteRowsTable.h"
 #include "platform/linux/sqlite/SqliteSession.h"
@@ -32,6 +33,13 @@ bool HasRow(SqliteSession& session, const char* sql, const std::string& schema,
 
 bool HasIndex(SqliteSession& session, const std::string& schema, const std::string& table) {
   return HasRow(session, "SELECT 1 FROM pragma_index_list(?1, ?2)", schema, table);
+}
+
+bool IsView(SqliteSession& session, const std::string& schema, const std::string& table) {
+  const std::string views = "SELECT 1 FROM " + QuotedName(schema) +
+                            ".sqlite_schema WHERE type = 'view' AND name = ?1 COLLATE NOCASE"
+                            " AND ?2 <> ''";
+  return HasRow(session, views.c_str(), schema, table);
 }
 
 /// True when a refused row leaves the rows before it in place, with INSERT OR FAIL, and OR FAIL
@@ -71,6 +79,12 @@ std::string RowNumberColumn(SqliteSession& session, const std::string& schema,
   return text ? *text : "";
 }
 
+/// A column of decimals that promises to keep its digits.
+struct Decimal {
+  std::size_t place, scale;
+  std::string name;
+};
+
 /// A value as a parameter's. SQLite copies none of its bytes.
 struct ParameterSink {
   sqlite3_stmt* statement;
@@ -95,12 +109,13 @@ class SqliteBulkLoad final : public ado::BulkLoad {
                  const std::string& table, const std::vector<ado::Column>& columns)
       : session_(std::move(session)),
         place_("table " + table),
+        isView_(IsView(*session_, schema, table)),
         storages_(StoragesOf(columns)),
         together_(*session_, storages_) {
     const std::string rowNumber = RowNumberColumn(*session_, schema, table);
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (columns[i].kind == ado::ColumnKind::Decimal && columns[i].precision > 0)
-        decimals_.emplace_back(i, columns[i].name);
+        decimals_.push_back({i, static_cast<std::size_t>(columns[i].scale), columns[i].name});
       if (!rowNumber.empty() && columns[i].name == rowNumber) rowNumber_ = i;
     }
     if (HasIndex(*session_, schema, table))
@@ -160,7 +175,7 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   bool MayGoTogether(std::span<const ado::LoadValue> row) const {
     std::size_t bytes = 0;
     for (const ado::LoadValue& value : row) bytes += value.IsText() ? value.Text().size() : 0;
-    if (bytes > kMostBytesOfRow || !MisfitOf(row).empty()) return false;
+    if (bytes > kMostBytesOfRow || NeedsRounding(row) || !MisfitOf(row).empty()) return false;
     if (rowNumber_ == SIZE_MAX) return true;
     const ado::LoadValue& value = row[rowNumber_];
     std::int64_t number = 0;
@@ -168,14 +183,31 @@ class SqliteBulkLoad final : public ado::BulkLoad {
            (value.IsText() && ReadNumber(value.Text(), number));
   }
 
+  bool NeedsRounding(std::span<const ado::LoadValue> row) const {
+    for (const Decimal& decimal : decimals_)
+      if (HasMoreDigits(row[decimal.place], decimal.scale)) return true;
+    return false;
+  }
+
+  /// The row, its decimals rounded to the digits that their columns have behind the point.
+  std::span<const ado::LoadValue> Rounded(std::span<const ado::LoadValue> row) {
+    if (!NeedsRounding(row)) return row;
+    rounded_.assign(row.begin(), row.end());
+    texts_.clear();
+    for (const Decimal& decimal : decimals_)
+      if (ado::LoadValue& value = rounded_[decimal.place]; HasMoreDigits(value, decimal.scale))
+        value = texts_.emplace_back(RoundedDecimal(value, decimal.scale));
+    return rounded_;
+  }
+
   /// Decimals are kept as numbers of 15 digits: one of more is refused where its column promises
   /// to keep them.
   std::string MisfitOf(std::span<const ado::LoadValue> row) const {
-    for (const auto& [position, name] : decimals_) {
-      const ado::LoadValue& value = row[position];
+    for (const Decimal& decimal : decimals_) {
+      const ado::LoadValue& value = row[decimal.place];
       if (value.IsText() && !IsKeptDecimal(value.Text()))
-        return ", column " + name + ": the server keeps 15 digits of " + std::string(value.Text()) +
-               "; round it, or give the column a text type";
+        return ", column " + decimal.name + ": the server keeps 15 digits of " +
+               std::string(value.Text()) + "; round it, or give the column a text type";
     }
     return {};
   }
@@ -195,12 +227,14 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     return isDone ? count : passed + 1;
   }
 
-  std::size_t InsertOne(std::span<const ado::LoadValue> values, std::size_t row,
+  std::size_t InsertOne(std::span<const ado::LoadValue> given, std::size_t row,
                         std::vector<ado::Refusal>& refused) {
+    const std::span<const ado::LoadValue> values = Rounded(given);
     if (const std::string misfit = MisfitOf(values); !misfit.empty()) {
       refused.push_back({row, 0, place_ + misfit});
     } else if (Bind(values) && Step(insertOne_.get())) {
-      rows_ += sqlite3_changes64(session_->Handle());  // a trigger may have dropped the row
+      // A trigger may have dropped the row; what one does for a view is not counted.
+      rows_ += isView_ ? 1 : sqlite3_changes64(session_->Handle());
     } else {
       Refuse(row, refused);
     }
@@ -242,9 +276,12 @@ class SqliteBulkLoad final : public ado::BulkLoad {
 
   const std::shared_ptr<SqliteSession> session_;
   const std::string place_;
+  const bool isView_;
   const std::vector<SqliteStorage> storages_;
-  std::vector<std::pair<std::size_t, std::string>> decimals_;  ///< Their places and names.
-  std::size_t rowNumber_ = SIZE_MAX;                           ///< That column's place.
+  std::vector<Decimal> decimals_;
+  std::vector<ado::LoadValue> rounded_;  ///< A row with its decimals rounded.
+  std::deque<std::string> texts_;        ///< Of those.
+  std::size_t rowNumber_ = SIZE_MAX;     ///< That column's place.
   SqliteRowsTable together_;
   Statement insertOne_, insertMany_;
   bool isInTransaction_ = false;

@@ -19,9 +19,6 @@ SqliteStorage SqliteStorageOf(ado::ColumnKind kind);
 bool ReadNumber(std::string_view text, std::int64_t& number);
 bool ReadNumber(std::string_view text, double& number);
 
-/// True when a decimal is the same after it has been a double, as SQLite keeps it.
-bool IsKeptDecimal(std::string_view text);
-
 /// Hands `value` to one of the sink's functions Null(), Integer(number), Real(number), Text(data,
 /// size) and Bytes(data, size), and answers what that answers. Bytes are handed on where they lie.
 template <class Sink>

@@ -7,6 +7,7 @@
 
 #include "platform/Text.h"
 #include "platform/linux/database/SqlIdentity.h"
+#include "platform/linux/database/SqlLengths.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/sqlite/SqliteFunctions.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
@@ -115,7 +116,7 @@ std::string SqliteSession::Resolve(std::string_view sql) {
     for (const std::string& name : NamesIn(sql)) Meet(name);
   std::string numbered;
   try {
-    numbered = ResolveIdentity(sql);
+    numbered = ResolveIdentity(WithoutMax(sql));
   } catch (const PlatformError& error) {
     throw Keep(error.number, error.Description());
   }

@@ -469,7 +469,7 @@ TEST_F(AdoSqlite, RowsThatGoTogetherAreKeptAndRefusedAsOnesThatGoAlone) {
                                             1.5,
                                             "2",
                                             "two",
-                                            "0.30000000000000000001",
+                                            "-123456789012345678.91",
                                             std::int64_t{1},
                                             "once",
                                             "3",
