@@ -16,8 +16,6 @@ struct Rule {
 constexpr Rule kRules[] = {
     {"package", "TransactionIsolationLevel", "4096",
      "transactions have the isolation level of their server"},
-    {"connection", "UseDSL", "False",
-     "the server that is written here is used, not the data link file that was read at each run"},
     {"step", "IsPackageDSORowset", "False", "its rows cannot be asked for by others"},
     {"datapump", "DestinationSQLStatement", "", "rows are loaded into the table of \"table\""},
     {"datapump", "InputGlobalVariableNames", "",

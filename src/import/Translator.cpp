@@ -206,6 +206,8 @@ class PackageTranslator {
       writer.Header("[[connections]]");
       writer.Text("name", name);
       writer.Text("provider", provider);
+      const std::string link = properties.Text("UDLPath");
+      if (!link.empty() && properties.Boolean("UseDSL", false)) writer.Text("data_link_file", link);
       WriteConnectionProperties(writer, *item, properties, provider, name);
       ++result_.connections;
     }
@@ -238,7 +240,6 @@ class PackageTranslator {
     if (isTrusted && !all.Find("Integrated Security") && !rule->isTextFile)
       all.Set("Integrated Security", Value::OfText("SSPI"), item.line);
     std::vector<Property> rest = properties.Rest();
-    NoteKept("connection", "the connection \"" + name + "\"", rest, result_.notes);
     writer.Header("[connections.properties]");
     for (const Property& property : all.properties)
       if (!WriteProperty(writer, *rule, property, name)) rest.push_back(property);

@@ -309,14 +309,11 @@ Value Walker::Call(const Procedure& procedure, const std::vector<Value>& argumen
   scope.function = procedure.lower;
   for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
     const std::string& name = procedure.parameters[i];
-    const Value* const known = Known(name);
+    const Value* value = Known(name);
     const bool isGiven = i < arguments.size() && !arguments[i].isUnset;
-    if (isGiven && (known == nullptr || !arguments[i].isUnknown))
-      scope.variables[name] = arguments[i];
-    else if (known != nullptr)
-      scope.variables[name] = *known;
-    else if (isGiven)
-      scope.variables[name] = arguments[i];
+    if (isGiven && (value == nullptr || !arguments[i].isUnknown)) value = &arguments[i];
+    if (value != nullptr)
+      scope.variables[name] = *value;
     else if (IsPackageParameter(procedure, i))
       packageNames_.insert(name);
   }

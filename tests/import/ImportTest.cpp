@@ -152,7 +152,6 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
        "6: the password in sPwd is not written down: where it is used, it is the global variable "
        "sPwdPassword"},
       {"p.TransactionIsolationLevel = 256", "6: the package has TransactionIsolationLevel = 256"},
-      {"c.UseDSL = True : c.UDLPath = \"C:\\dw.udl\"", "6: the connection \"db\""},
       {"p.Execute\nSet q = CreateObject(\"DTS.Package\")", "7: another package is made behind"},
       {"Set q = CreateObject(\"DTS.Package\")\nq.Steps.Add q.Steps.New",
        "6: another package is built from this line on"},

@@ -44,9 +44,9 @@ std::string LackAt(const std::vector<Token>& tokens, std::size_t at) {
 
 }  // namespace
 
-std::string WhatScriptLacks(std::string_view text) {
+std::string WhatScriptLacks(std::string_view script) {
   try {
-    const std::vector<Token> tokens = script::ReadTokens(text);
+    const std::vector<Token> tokens = script::ReadTokens(script);
     for (std::size_t at = 0; at < tokens.size(); ++at)
       if (const std::string lack = LackAt(tokens, at); !lack.empty())
         return "line " + std::to_string(tokens[at].place.line) + " of its script " + lack +
