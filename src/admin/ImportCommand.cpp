@@ -51,7 +51,8 @@ std::string LineOf(const std::string& file, const importing::Note& note) {
 int ImportPackageFile(LinuxPlatform& platform, const std::string& file,
                       const ImportOptions& options, bool json) {
   const importing::KnownValues known = KnownValuesOf(options.variables);
-  const auto package = importing::ImportPackage(file, ReadText(*platform.files, file), known);
+  const auto package = importing::ImportPackage(file, ReadText(*platform.files, file), known,
+                                                {options.procedure, options.name});
   const std::string problems =
       ProblemsOf(package, options.output.empty() ? "the document" : options.output);
   if (json) {

@@ -12,6 +12,7 @@ namespace torvik::admin {
 struct ImportOptions {
   std::string output;                  ///< Empty: standard output.
   std::vector<std::string> variables;  ///< "NAME=VALUE".
+  std::string procedure, name;         ///< See importing::ImportWishes.
 };
 
 /// Imports the package of a Visual Basic text. Answers the exit code: 1 when the document that

@@ -107,10 +107,17 @@ class PackageCheck {
       return check_.report.NotChecked(
           what, "its variable " + open + " is empty until a step of the package sets it");
     }
-    const auto settings = engine::ResolveConnection(package_, connection.name, variables);
+    engine::ConnectionSettings settings;
+    try {
+      const engine::FileServices files{*check_.platform.files, *check_.platform.codePages};
+      settings = engine::ResolveConnection(package_, connection.name, variables, &files);
+    } catch (const PlatformError& error) {
+      return check_.report.Problem(what, error.Description());
+    }
     check_.report.AddSecret(ValueOf(settings, "Password"));
     const std::string source = ValueOf(settings, kDataSource);
-    const engine::ProviderRule& provider = *engine::FindProvider(connection.provider);
+    const engine::ProviderRule* const rule = engine::FindProvider(settings.provider);
+    const engine::ProviderRule& provider = rule ? *rule : engine::OtherProvider();
     if (provider.isTextFile) return CheckText(what, source);
     if (IsFileProvider(provider.name) && !RequireReadable(check_, what, source)) return;
     try {

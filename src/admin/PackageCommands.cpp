@@ -131,10 +131,13 @@ std::string WhatCannotRun(const engine::PackageModel& package, const Settings& s
       lines.push_back(package.document + ": the connection \"" + connection.name +
                       "\" cannot be opened: its provider has no driver; add [provider " +
                       connection.provider + "] to the settings");
-  for (const engine::StepModel& step : package.steps)
+  for (const engine::StepModel& step : package.steps) {
+    const std::string place = package.document + ": the step \"" + step.name + "\" will not run: ";
     if (const std::string reason = step.task->WhyNot(); !reason.empty())
-      lines.push_back(package.document + ": the step \"" + step.name +
-                      "\" will not run: " + reason);
+      lines.push_back(place + reason);
+    if (step.workflowScript && !step.workflowScript->lacks.empty())
+      lines.push_back(place + "the workflow's script: " + step.workflowScript->lacks);
+  }
   return Joined(lines);
 }
 
@@ -196,6 +199,9 @@ void AddImportCommand(CommandGroup<PackageOptions>& group) {
   import->add_option("FILE", given.name, "the text: .bas, .cls, .frm, .vb or .vbs")->required();
   import->add_option("--var", given.import.variables,
                      "NAME=VALUE: what a variable or an argument of the text is; may be repeated");
+  import->add_option("--procedure", given.import.procedure,
+                     "the procedure that builds the package, when several do");
+  import->add_option("--name", given.import.name, "the package's name; its own else");
   import->add_option("-o,--output", given.import.output, "file to write; standard output else");
 }
 

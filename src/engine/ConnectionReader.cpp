@@ -46,7 +46,7 @@ class PropertyReader {
 
   void CheckRequired(const ConnectionModel& connection) {
     for (const PropertyRule& rule : provider_.properties)
-      if (rule.required && !Has(connection.properties, rule.name))
+      if (rule.required && !connection.dataLinkFile && !Has(connection.properties, rule.name))
         problems_.Add(connection.place, "the connection " + Quoted(connection.name) +
                                             " has no property " + Quoted(rule.name) +
                                             "; add it to its properties");
@@ -82,9 +82,12 @@ class PropertyReader {
 
 ConnectionModel ReadConnection(TableReader& table, const std::string& name,
                                const std::vector<GlobalVariable>& variables, Problems& problems) {
-  ConnectionModel connection{name, "", {}, table.Place()};
+  ConnectionModel connection{name, "", {}, table.Place(), {}};
   const PlacedText provider = table.RequiredText("provider");
   connection.provider = provider.text;
+  connection.dataLinkFile = table.Text("data_link_file");
+  if (connection.dataLinkFile)
+    CheckTemplate(*connection.dataLinkFile, TextUse::Inside, variables, problems);
   const TomlTable* entries = table.Table("properties");
   table.SkipOriginal();
   table.Finish();

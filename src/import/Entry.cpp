@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "import/BasicFunctions.h"
 #include "import/ObjectModel.h"
 #include "platform/Text.h"
 
@@ -41,6 +42,24 @@ bool MakesPart(const Expression& one) {
            IsLoad(one.lower);
   return one.kind == ExpressionKind::Literal && one.literal.Is(script::Kind::Text) &&
          LowerAscii(one.literal.View()).starts_with("dts.package");
+}
+
+/// The lines of all statements that have such an expression themselves.
+std::vector<int> LinesOf(const Code& code, const std::function<bool(const Expression&)>& is) {
+  std::vector<int> lines;
+  const auto look = [&](const auto& self, const Nodes& nodes) -> void {
+    for (const auto& node : nodes) {
+      bool has = false;
+      for (const auto& one : node->expressions)
+        if (one) EachExpression(*one, [&](const Expression& part) { has = has || is(part); });
+      if (has) lines.push_back(node->line);
+      self(self, node->body);
+      for (const Branch& branch : node->branches) self(self, branch.body);
+    }
+  };
+  look(look, code.body);
+  for (const Procedure& procedure : code.procedures) look(look, procedure.body);
+  return lines;
 }
 
 /// What stands outside of procedures, as if it were one.
@@ -107,23 +126,40 @@ int PartsMade(const Nodes& nodes) {
   return parts;
 }
 
-int LoadLine(const Code& code) {
-  int first = 0;
-  const auto look = [&](const auto& self, const Nodes& nodes) -> void {
-    for (const auto& node : nodes) {
-      for (const auto& one : node->expressions)
-        if (one)
-          EachExpression(*one, [&](const Expression& part) {
-            const bool loads = part.kind == ExpressionKind::Member && IsLoad(part.lower);
-            if (loads && (first == 0 || node->line < first)) first = node->line;
-          });
-      self(self, node->body);
-      for (const Branch& branch : node->branches) self(self, branch.body);
-    }
+bool IsUsedAsObject(const Nodes& nodes, const std::string& name) {
+  const auto is = [&](const script::ExpressionPtr& one) {
+    return one && one->kind == ExpressionKind::Name && one->lower == name;
   };
-  look(look, code.body);
-  for (const Procedure& procedure : code.procedures) look(look, procedure.body);
-  return first;
+  bool isUsed = false;
+  EachExpression(nodes, [&](const Expression& one) {
+    if (one.kind == ExpressionKind::Member)
+      isUsed = isUsed || (!one.operands.empty() && is(one.operands[0]));
+    if (one.kind != ExpressionKind::Call || one.operands[0]->kind != ExpressionKind::Name) return;
+    const bool isFunction = IsKnownFunction(one.operands[0]->lower);
+    isUsed =
+        isUsed || (!isFunction && std::any_of(one.operands.begin() + 1, one.operands.end(), is));
+  });
+  const auto hasWith = [&](const auto& self, const Nodes& list) -> bool {
+    return std::ranges::any_of(list, [&](const auto& node) {
+      return (node->kind == NodeKind::With && is(node->expressions[0])) || self(self, node->body) ||
+             std::ranges::any_of(node->branches,
+                                 [&](const Branch& branch) { return self(self, branch.body); });
+    });
+  };
+  return isUsed || hasWith(hasWith, nodes);
+}
+
+std::vector<int> PackageLines(const Code& code) {
+  return LinesOf(code, [](const Expression& one) {
+    return one.kind == ExpressionKind::Literal && MakesPart(one);
+  });
+}
+
+int LoadLine(const Code& code) {
+  const std::vector<int> lines = LinesOf(code, [](const Expression& one) {
+    return one.kind == ExpressionKind::Member && IsLoad(one.lower);
+  });
+  return lines.empty() ? 0 : *std::ranges::min_element(lines);
 }
 
 const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {
@@ -145,7 +181,8 @@ const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {
     if (!reached.contains(procedure.lower) && PartsMade(procedure.body) > 0)
       notes.push_back({procedure.line, procedure.name +
                                            " makes parts of a package as well, but is not called "
-                                           "where this one is built; it is left out"});
+                                           "where this one is built; it is left out (--procedure " +
+                                           procedure.name + " imports it)"});
   return best;
 }
 

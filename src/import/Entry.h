@@ -10,6 +10,12 @@ namespace torvik::importing {
 /// How many parts of a package these statements make: calls of New, Add and the like.
 int PartsMade(const Nodes& nodes);
 
+/// True when the statements use members of what the name stands for, or hand it on.
+bool IsUsedAsObject(const Nodes& nodes, const std::string& lowerName);
+
+/// The lines on which packages are made.
+std::vector<int> PackageLines(const Code& code);
+
 /// The first line on which a stored package is taken, 0 when there is none.
 int LoadLine(const Code& code);
 

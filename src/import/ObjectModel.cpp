@@ -11,7 +11,7 @@ namespace {
 /// Collections whose items are there by their names alone.
 bool IsBag(std::string_view kind) {
   return kind == "connectionproperties" || kind == "properties" ||
-         kind == "transformserverproperties";
+         kind == "transformserverproperties" || kind.ends_with("commandproperties");
 }
 
 /// Tasks have their name themselves or in their special part.
@@ -41,6 +41,9 @@ bool IsCollection(std::string_view name) {
                                                    "properties",
                                                    "connectionproperties",
                                                    "columns",
+                                                   "commandproperties",
+                                                   "sourcecommandproperties",
+                                                   "destinationcommandproperties",
                                                    "transformserverproperties",
                                                    "insertquerycolumns",
                                                    "inputglobalvariables",

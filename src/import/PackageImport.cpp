@@ -1,16 +1,25 @@
 #include "import/PackageImport.h"
 
+#include <algorithm>
+
 #include "import/Code.h"
 #include "import/Entry.h"
 #include "import/Loader.h"
 #include "import/SourceLines.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::importing {
 namespace {
 
 PlatformError Refused(const std::string& file, const std::string& reason) {
   return PlatformError(0, file + ": " + reason, "package import");
+}
+
+bool HasProcedure(const Code& code, const std::string& name) {
+  return std::ranges::any_of(code.procedures, [&](const Procedure& procedure) {
+    return EqualsIgnoringCase(procedure.name, name);
+  });
 }
 
 bool HasSteps(const Object& package) {
@@ -22,8 +31,8 @@ constexpr std::size_t kLargest = std::size_t{64} << 20;
 
 }  // namespace
 
-Translation ImportPackage(const std::string& file, std::string_view bytes,
-                          const KnownValues& known) {
+Translation ImportPackage(const std::string& file, std::string_view bytes, const KnownValues& known,
+                          const ImportWishes& wishes) {
   using namespace std::string_view_literals;
   constexpr const char* kSaveAs =
       "; open the package in its designer and save it as a Visual Basic file (Package, Save As)";
@@ -34,7 +43,9 @@ Translation ImportPackage(const std::string& file, std::string_view bytes,
   if (!isWide && bytes.find('\0') != bytes.npos)
     throw Refused(file, std::string("this is no text") + kSaveAs);
   const Code code = ReadCode(DecodedSource(bytes));
-  const Recording recording = Evaluate(code, known);
+  if (!wishes.procedure.empty() && !HasProcedure(code, wishes.procedure))
+    throw Refused(file, "there is no procedure \"" + wishes.procedure + "\" in this text");
+  const Recording recording = Evaluate(code, known, wishes.procedure);
   if (recording.loaded && recording.loaded->package == recording.package)
     throw Refused(file, LoaderRefusal(recording));
   if (const int line = LoadLine(code);
@@ -44,7 +55,7 @@ Translation ImportPackage(const std::string& file, std::string_view bytes,
   const bool isEmpty = !recording.package || (recording.package->children.empty() &&
                                               recording.package->properties.empty());
   if (isEmpty) throw Refused(file, std::string("no package is built in this text") + kSaveAs);
-  return Translate(recording, known);
+  return Translate(recording, known, wishes.name);
 }
 
 }  // namespace torvik::importing

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <optional>
 #include <set>
+#include <utility>
 
+#include "import/PumpColumns.h"
+#include "import/Remarks.h"
+#include "import/ScriptText.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -63,15 +67,22 @@ class Transformation {
         destinations_(ColumnNames(object, "destinationcolumns")),
         own_(&object, notes) {
     ReadFlags(own_.Whole("TransformFlags", 0));
-    for (const char* idle : {"Name", "ForceSourceBlobsBuffered", "ForceBlobsInMemory",
-                             "InMemoryBlobSize", "TransformPhases"})
+    for (const char* idle :
+         {"Name", "ForceSourceBlobsBuffered", "ForceBlobsInMemory", "InMemoryBlobSize"})
       idle_.emplace_back(idle);
+    constexpr std::int64_t kRow = 4;
+    phases_ = own_.Whole("TransformPhases", kRow);
+    if (kind_ != "script" && phases_ != kRow && phases_ != kAllPhases)
+      notes_.push_back({Line(), "the transformation " + Name() +
+                                    " works in other phases than that of rows, which only scripts "
+                                    "can: it is imported for rows"});
   }
 
   const std::string& Kind() const { return kind_; }
   /// The words of "allow".
   const std::vector<std::string>& Allowed() const { return allowed_; }
   int Line() const { return object_.line; }
+  const Object& Original() const { return object_; }
 
   std::vector<Pair> Pairs() const {
     std::vector<Pair> pairs;
@@ -146,24 +157,81 @@ class Transformation {
     const bool isBasic = language.empty() || EqualsIgnoringCase(language, "VBScript") ||
                          EqualsIgnoringCase(language, "VB Script Language") ||
                          EqualsIgnoringCase(language, "VBScript.1");
-    begin("script");
-    if (!sources_.empty()) writer.List("sources", sources_);
-    if (!destinations_.empty()) writer.List("destinations", destinations_);
-    const std::string function = settings.Plain("FunctionEntry");
-    if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
-      writer.Text("function", function);
-    if (!isBasic) {
+    if (isBasic && text && text->value.isUnknown)
+      notes_.push_back({text->line, "the script of " + Name() + " has parts that are not known: " +
+                                        text->value.PlainText().substr(0, 100)});
+    if (!isBasic)
       notes_.push_back(
           {Line(), "the script of " + Name() + " is written in " + language +
                        ", which does not run here: write it anew; the pump fails until then"});
-      writer.LongText("script", NotWritten(function, language));
-      return WriteRest(writer, settings, text);
+    const std::string script = text ? text->value.PlainText() : "";
+    if (isBasic) NotePassword(notes_, text ? text->line : Line(), Name(), script);
+    const std::vector<Entry> entries = Entries(settings);
+    bool isFirst = true;
+    for (const Entry& entry : entries) {
+      begin("script");
+      if (entry.phase != nullptr) writer.Text("phase", entry.phase);
+      if (!sources_.empty()) writer.List("sources", sources_);
+      WriteDestinations(writer, script, entry.phase == nullptr);
+      if (!entry.function.empty() && !EqualsIgnoringCase(entry.function, "Main"))
+        writer.Text("function", entry.function);
+      writer.LongText("script", isBasic ? script : NotWritten(entry.function, language));
+      if (std::exchange(isFirst, false)) WriteRest(writer, settings, isBasic ? nullptr : text);
     }
-    if (text && text->value.isUnknown)
-      notes_.push_back({text->line, "the script of " + Name() + " has parts that are not known: " +
-                                        text->value.PlainText().substr(0, 100)});
-    writer.LongText("script", text ? text->value.PlainText() : "");
-    WriteRest(writer, settings);
+  }
+
+  /// When a script is called, and by which function.
+  struct Entry {
+    const char* phase;  ///< Null: for rows.
+    std::string function;
+  };
+
+  /// One for each phase that the transformation takes part in and has a function for.
+  std::vector<Entry> Entries(Properties& settings) {
+    static constexpr struct {
+      std::int64_t bit;
+      const char* phase;
+      const char* property;
+    } kPhases[] = {{1, "pre_source", "PreSourceDataFunctionEntry"},
+                   {2, "post_source", "PostSourceDataFunctionEntry"},
+                   {4, nullptr, "FunctionEntry"},
+                   {8, "transform_failure", "TransformFailureFunctionEntry"},
+                   {16, "insert_success", "InsertSuccessFunctionEntry"},
+                   {32, "insert_failure", "InsertFailureFunctionEntry"},
+                   {64, "batch", "BatchCompleteFunctionEntry"},
+                   {128, "pump", "PumpCompleteFunctionEntry"}};
+    const std::string usual = settings.Plain("FunctionEntry");
+    const bool isOfRows = (phases_ & 4) != 0;
+    std::vector<Entry> entries;
+    for (const auto& phase : kPhases) {
+      std::string function = settings.Plain(phase.property);
+      if (!(phases_ & phase.bit)) continue;
+      // A phase of its own may be given the only function that there is.
+      if (function.empty() && !isOfRows) function = usual;
+      if (function.empty() && phase.phase != nullptr) continue;
+      if (phase.phase != nullptr)
+        notes_.push_back({Line(), "the script of " + Name() + " works in the phase " + phase.phase +
+                                      " (" + function +
+                                      "), which pumps here do not have: the step fails until it is "
+                                      "taken out"});
+      entries.push_back({phase.phase, function});
+    }
+    if (entries.empty()) entries.push_back({nullptr, usual});
+    return entries;
+  }
+
+  /// Without a list the columns that the script names are its destinations.
+  void WriteDestinations(DocumentWriter& writer, const std::string& script, bool isOfRows) {
+    std::vector<std::string> names = destinations_;
+    if (names.empty() && isOfRows) {
+      const ColumnUse use = ColumnsOf(script, "dtsdestination");
+      names = use.names;
+      if (use.isOpen)
+        notes_.push_back({Line(), "the script of " + Name() +
+                                      " lists no destination columns and names some by numbers or "
+                                      "variables: write them into \"destinations\""});
+    }
+    if (!names.empty()) writer.List("destinations", names);
   }
 
   static std::string NotWritten(const std::string& function, const std::string& language) {
@@ -259,6 +327,7 @@ class Transformation {
     std::vector<Property> rest = settings.Rest();
     for (const Property& property : own_.Rest())
       if (std::ranges::find(idle_, property.name) == idle_.end()) rest.push_back(property);
+    NoteKept(kind_, "the transformation " + Name(), rest, notes_);
     if (more != nullptr) rest.push_back(*more);
     WriteOriginal(writer, "[steps.transformations.original]", rest);
   }
@@ -268,6 +337,8 @@ class Transformation {
   const std::string kind_;
   const std::vector<std::string> sources_, destinations_;
   Properties own_;
+  static constexpr std::int64_t kAllPhases = 255;
+  std::int64_t phases_ = 0;
   std::vector<std::string> allowed_;
   std::vector<std::string> idle_;
   std::shared_ptr<Object> settings_;
@@ -297,17 +368,20 @@ class PumpWriter {
     // Tables stand behind all keys.
     WriteStepOriginal(scope_, Rest());
     WriteLookups();
-    for (Transformation& one : transformations_)
+    for (Transformation& one : transformations_) {
+      if (one.Kind() == "copy")
+        NoteDates(one.Original(), IsTextFile("SourceConnectionID"), scope_.notes);
       if (!asColumns || one.Kind() != "copy") one.Write(writer_, !oneFlags);
+    }
   }
 
  private:
-  std::string ConnectionOf(const char* property, const char* what) {
-    const std::int64_t id = properties_.Whole(property, 0);
+  /// `what` uses the connection, as "the pump's source".
+  std::string ConnectionOf(Properties& properties, const char* property, const std::string& what) {
+    const std::int64_t id = properties.Whole(property, 0);
     const auto found = scope_.connections.find(id);
     if (found != scope_.connections.end()) return found->second;
-    scope_.notes.push_back({task_.line, std::string("the pump's ") + what + " is the connection " +
-                                            std::to_string(id) +
+    scope_.notes.push_back({task_.line, what + " is the connection " + std::to_string(id) +
                                             ", which the package does not have"});
     return "connection " + std::to_string(id);
   }
@@ -318,14 +392,15 @@ class PumpWriter {
   }
 
   void WriteEnds() {
-    writer_.Text("source", ConnectionOf("SourceConnectionID", "source"));
+    writer_.Text("source", ConnectionOf(properties_, "SourceConnectionID", "the pump's source"));
     const std::string sql = properties_.Text("SourceSQLStatement");
     const std::string table = properties_.Text("SourceObjectName");
     if (!sql.empty())
       writer_.LongText("source_sql", sql);
     else if (!table.empty() && !IsTextFile("SourceConnectionID"))
       writer_.Text("source_table", table);
-    writer_.Text("destination", ConnectionOf("DestinationConnectionID", "destination"));
+    writer_.Text("destination",
+                 ConnectionOf(properties_, "DestinationConnectionID", "the pump's destination"));
     const std::string target = properties_.Text("DestinationObjectName");
     const bool isTable = !IsTextFile("DestinationConnectionID");
     if (!isTable) return;
@@ -377,6 +452,10 @@ class PumpWriter {
         writer_.Whole(number.key, value);
     const std::string file = properties_.Text("ExceptionFileName");
     if (!file.empty()) writer_.Text("exception_file", file);
+    constexpr std::int64_t kOverwrite = 0x1000;  // of the mask, whose rest is kept
+    const Property* const options = task_.Find("ExceptionFileOptions");
+    if (options && static_cast<std::int64_t>(options->value.number) & kOverwrite)
+      writer_.Boolean("exception_file_overwrite", true);
   }
 
   /// Without the fast load, rows were inserted one by one as they are.
@@ -394,7 +473,16 @@ class PumpWriter {
 
   std::vector<Property> Rest() {
     for (const char* idle : {"Name", "Description"}) properties_.Take(idle);
-    return properties_.Rest();
+    std::vector<Property> rest = properties_.Rest();
+    NoteKept("datapump", "the pump", rest, scope_.notes);
+    const Object* const all = task_.Child("transformations");
+    if (all == nullptr) return rest;
+    // A column of several transformations is told once.
+    std::set<std::string> seen;
+    for (const ObjectPtr& one : all->items)
+      for (Property& fact : ColumnFacts(*one))
+        if (seen.insert(LowerAscii(fact.name)).second) rest.push_back(std::move(fact));
+    return rest;
   }
 
   void WriteLookups() {
@@ -404,8 +492,7 @@ class PumpWriter {
       Properties lookup(item.get(), scope_.notes);
       writer_.Header("[[steps.lookups]]");
       writer_.Text("name", lookup.Plain("Name"));
-      const auto connection = scope_.connections.find(lookup.Whole("ConnectionID", 0));
-      writer_.Text("connection", connection == scope_.connections.end() ? "" : connection->second);
+      writer_.Text("connection", ConnectionOf(lookup, "ConnectionID", "a lookup's connection"));
       writer_.LongText("sql", lookup.Text("Query"));
       if (const std::int64_t rows = lookup.Whole("MaxCacheRows", 0); rows > 0)
         writer_.Whole("cache_size", rows);

@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "import/PumpTranslator.h"
+#include "import/Remarks.h"
+#include "import/ScriptText.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -82,7 +84,10 @@ class TaskWriter {
       WriteNotImported("there is no such task here");
     else
       (this->*kind->write)();
-    if (name != "datapumptask") WriteStepOriginal(scope_, properties_.Rest());
+    if (name == "datapumptask") return;
+    const std::vector<Property> rest = properties_.Rest();
+    NoteKept(name, "the task " + TaskName(), rest, scope_.notes);
+    WriteStepOriginal(scope_, rest);
   }
 
  private:
@@ -226,7 +231,9 @@ class TaskWriter {
     const std::string function = properties_.Plain("FunctionName");
     if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
       writer_.Text("function", function);
-    writer_.LongText("script", properties_.Plain("ActiveXScript"));
+    const std::string script = properties_.Plain("ActiveXScript");
+    NotePassword(scope_.notes, task_.line, "the task " + TaskName(), script);
+    writer_.LongText("script", script);
   }
 
   // --- Dynamic properties ---

@@ -7,6 +7,8 @@
 #include "engine/model/Providers.h"
 #include "engine/model/RunnerVariables.h"
 #include "engine/model/Variables.h"
+#include "import/Remarks.h"
+#include "import/ScriptText.h"
 #include "import/TaskTranslator.h"
 #include "platform/Text.h"
 
@@ -37,8 +39,8 @@ struct Step {
 
 class PackageTranslator {
  public:
-  PackageTranslator(const Recording& recording, const KnownValues& known)
-      : package_(*recording.package), recording_(recording), known_(known) {
+  PackageTranslator(const Recording& recording, const KnownValues& known, const std::string& name)
+      : package_(*recording.package), recording_(recording), known_(known), wanted_(name) {
     result_.notes = recording.notes;
   }
 
@@ -72,6 +74,7 @@ class PackageTranslator {
   void WriteHead(DocumentWriter& writer) {
     Properties properties(&package_, result_.notes);
     result_.name = properties.Plain("Name");
+    if (!wanted_.empty()) result_.name = wanted_;
     if (result_.name.empty()) {
       result_.name = "Imported package";
       NoteAt(0, "the package has no name; it is called \"Imported package\"");
@@ -89,6 +92,7 @@ class PackageTranslator {
     if (properties.Boolean("WriteCompletionStatusToNTEventLog", false))
       writer.Boolean("write_completion_status_to_nt_event_log", true);
     rest_ = properties.Rest();
+    NoteKept("package", "the package", rest_, result_.notes);
   }
 
   // --- Global variables ---
@@ -202,6 +206,8 @@ class PackageTranslator {
       writer.Header("[[connections]]");
       writer.Text("name", name);
       writer.Text("provider", provider);
+      const std::string link = properties.Text("UDLPath");
+      if (!link.empty() && properties.Boolean("UseDSL", false)) writer.Text("data_link_file", link);
       WriteConnectionProperties(writer, *item, properties, provider, name);
       ++result_.connections;
     }
@@ -237,7 +243,10 @@ class PackageTranslator {
     writer.Header("[connections.properties]");
     for (const Property& property : all.properties)
       if (!WriteProperty(writer, *rule, property, name)) rest.push_back(property);
-    if (rule->isTextFile) WriteQuoting(writer, all, name);
+    if (rule->isTextFile) {
+      WriteQuoting(writer, all, name);
+      NoteFixedHeader(all, name);
+    }
     if (!all.Find("Data Source")) {
       writer.Text("Data Source", "");
       NoteAt(item.line, "the connection \"" + name + "\" has no Data Source; fill it in");
@@ -247,6 +256,16 @@ class PackageTranslator {
              EqualsIgnoringCase(one.name, "Name") || EqualsIgnoringCase(one.name, "ID");
     });
     WriteOriginal(writer, "[connections.original]", rest);
+  }
+
+  void NoteFixedHeader(const Object& all, const std::string& connection) {
+    const Property* const format = all.Find("File Format");
+    const Property* const header = all.Find("First Row Column Name");
+    if (!format || !header || format->value.DocumentText() != "2") return;
+    if (EqualsIgnoringCase(header->value.DocumentText(), "true") || header->value.number != 0)
+      NoteAt(header->line, "the file of the connection \"" + connection +
+                               "\" has columns of fixed widths, and names in its first line: a "
+                               "name that is longer than its column is known by its beginning");
   }
 
   /// Which columns of a file that is written stand in qualifiers.
@@ -395,6 +414,7 @@ class PackageTranslator {
     WriteWorkflowScript(writer, step, properties);
     for (const char* idle : {"Name", "ExecutionStatus"}) properties.Take(idle);
     TaskScope scope{writer, result_.notes, connections_, textFiles_, properties.Rest()};
+    NoteKept("step", "the step \"" + step.name + "\"", scope.stepRest, result_.notes);
     const Object* const task = TaskNamed(taskName);
     if (task == nullptr) {
       NoteAt(step.object->line, "the step \"" + step.name + "\" has no task \"" + taskName +
@@ -427,6 +447,7 @@ class PackageTranslator {
                                     "\" is written in " + language + ": write it anew");
     if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
       writer.Text("workflow_function", function);
+    NotePassword(result_.notes, step.object->line, "the step \"" + step.name + "\"", text);
     writer.LongText("workflow_script", text);
   }
 
@@ -455,6 +476,11 @@ class PackageTranslator {
       for (const ObjectPtr& item : bag->items)
         if (const Property* value = item->Find("Value"))
           merged.Set(item->progId, value->value, value->line);
+    for (const auto& [name, child] : merged.children)
+      if (name.ends_with("commandproperties"))
+        for (const ObjectPtr& item : child->items)
+          if (const Property* value = item->Find("Value"))
+            merged.Set(name + " " + item->progId, value->value, value->line);
     return merged;
   }
 
@@ -467,6 +493,7 @@ class PackageTranslator {
   const Object& package_;
   const Recording& recording_;
   const KnownValues& known_;
+  const std::string wanted_;  // the package's name, when the caller gives it one
   Translation result_;
   std::vector<Property> rest_;
   std::map<std::int64_t, std::string> connections_;
@@ -479,8 +506,9 @@ class PackageTranslator {
 
 }  // namespace
 
-Translation Translate(const Recording& recording, const KnownValues& known) {
-  return PackageTranslator(recording, known).Translate();
+Translation Translate(const Recording& recording, const KnownValues& known,
+                      const std::string& name) {
+  return PackageTranslator(recording, known, name).Translate();
 }
 
 }  // namespace torvik::importing

@@ -15,7 +15,9 @@ struct Translation {
   int connections = 0, steps = 0, variables = 0;
 };
 
-/// Writes the package that was recorded as a document. `known` are values of variables.
-Translation Translate(const Recording& recording, const KnownValues& known);
+/// Writes the package that was recorded as a document. `known` are values of variables; `name`,
+/// unless it is empty, becomes the package's.
+Translation Translate(const Recording& recording, const KnownValues& known,
+                      const std::string& name);
 
 }  // namespace torvik::importing

@@ -56,7 +56,7 @@ void Walker::AssignVariable(const Expression& target, Value value) {
   if (const Value* known = Known(target.lower); known && value.isUnknown) value = *known;
   if (value.IsObject() && value.object->kind == "package" && recording_.package == nullptr)
     recording_.package = value.object;
-  variable = std::move(value);
+  variable = WithoutPassword(target.name, std::move(value));
 }
 
 void Walker::SetDefault(Object& object, Value value) {
@@ -309,15 +309,12 @@ Value Walker::Call(const Procedure& procedure, const std::vector<Value>& argumen
   scope.function = procedure.lower;
   for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
     const std::string& name = procedure.parameters[i];
-    const Value* const known = Known(name);
+    const Value* value = Known(name);
     const bool isGiven = i < arguments.size() && !arguments[i].isUnset;
-    if (isGiven && (known == nullptr || !arguments[i].isUnknown))
-      scope.variables[name] = arguments[i];
-    else if (known != nullptr)
-      scope.variables[name] = *known;
-    else if (isGiven)
-      scope.variables[name] = arguments[i];
-    else if (IsPackageType(procedure.types[i]) || name.find("package") != name.npos)
+    if (isGiven && (value == nullptr || !arguments[i].isUnknown)) value = &arguments[i];
+    if (value != nullptr)
+      scope.variables[name] = *value;
+    else if (IsPackageParameter(procedure, i))
       packageNames_.insert(name);
   }
   const std::size_t depth = withs_.size();
@@ -339,7 +336,10 @@ Value Walker::CallMethod(const ObjectPtr& object, const Expression& method,
                          const std::vector<Value>& arguments) {
   const std::string& name = method.lower;
   for (const Value& argument : arguments) NoteUnknown(argument);
-  if (object->kind == "package" && EndsBuilding(name)) throw Exit{"all"};
+  if (object->kind == "package" && EndsBuilding(name)) {
+    builtAt_ = line_;
+    throw Exit{"all"};
+  }
   if (IsCollection(object->kind)) {
     if (name == "new") return Value::OfObject(NewItem(recording_, *object, arguments, line_));
     const bool adds = name.starts_with("add") || name == "insert";

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <functional>
 
+#include "engine/model/Variables.h"
 #include "import/Entry.h"
 #include "import/ExpressionNames.h"
 #include "import/ObjectModel.h"
+#include "import/Properties.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -29,14 +31,16 @@ bool IsNumberType(const std::string& type) {
 
 }  // namespace
 
-Walker::Walker(const Code& code, const KnownValues& known) : code_(code) {
+Walker::Walker(const Code& code, const KnownValues& known, const std::string& procedure)
+    : code_(code), procedure_(LowerAscii(procedure)) {
   for (const auto& [name, text] : known) known_[LowerAscii(name)] = Value::OfText(text);
   for (const Procedure& procedure : code.procedures) procedures_[procedure.lower] = &procedure;
 }
 
 Recording Walker::Walk() {
   try {
-    const Procedure* const entry = EntryOf(code_, recording_.notes);
+    const Procedure* const entry =
+        procedure_.empty() ? EntryOf(code_, recording_.notes) : procedures_.at(procedure_);
     scopes_.emplace_back();
     Run(code_.body);
     if (entry != nullptr) Call(*entry, {}, entry->line);
@@ -97,7 +101,7 @@ void Walker::Declare(const Node& node) {
     if (IsOutside()) outside_.insert(declared.name);
     if (IsPackageType(declared.type)) packageNames_.insert(declared.name);
     if (node.expressions[i]) {
-      Value value = Evaluate(*node.expressions[i]);
+      Value value = WithoutPassword(declared.name, Evaluate(*node.expressions[i]));
       if (value.IsObject()) value.object->line = node.line;
       Current().variables[declared.name] = value;
     } else if (!IsOutside() && declared.type == "string") {
@@ -119,6 +123,25 @@ void Walker::Declare(const Node& node) {
 
 bool Walker::IsPackageType(std::string_view type) {
   return type.substr(type.find_last_of('.') + 1).starts_with("package");
+}
+
+bool Walker::IsPackageParameter(const Procedure& procedure, std::size_t position) const {
+  const std::string& type = procedure.types[position];
+  const std::string& name = procedure.parameters[position];
+  if (IsPackageType(type)) return true;
+  if (name.find("package") == name.npos) return false;
+  const bool mayBeObject = type.empty() || type == "variant";
+  return type == "object" || (mayBeObject && IsUsedAsObject(procedure.body, name));
+}
+
+Value Walker::WithoutPassword(const std::string& variable, Value value) {
+  if (!IsPasswordProperty(variable) || value.kind != Value::Kind::Text || value.isUnknown ||
+      value.text.empty())
+    return value;
+  const std::string name = engine::IsPasswordName(variable) ? variable : variable + "Password";
+  NoteAt(line_, "the password in " + variable +
+                    " is not written down: where it is used, it is the global variable " + name);
+  return Value::Unknown(name);
 }
 
 void Walker::RunIf(const Node& node) {
@@ -269,6 +292,7 @@ void Walker::NoteForgotten() {
     NoteAt(loaded->line, "a stored package " + loaded->place +
                              " is taken here as well: it is left out; a step of ExecutePackage "
                              "runs it");
+  NoteOtherPackages();
   std::set<const Object*> seen;
   const std::function<void(const Object&)> look = [&](const Object& object) {
     if (!seen.insert(&object).second) return;
@@ -283,8 +307,23 @@ void Walker::NoteForgotten() {
   look(*recording_.package);
 }
 
-Recording Evaluate(const Code& code, const KnownValues& known) {
-  return Walker(code, known).Walk();
+void Walker::NoteOtherPackages() {
+  constexpr const char* kAdvice =
+      ": it is left out; put it into a procedure of its own, and import that by --procedure";
+  for (const ObjectPtr& object : recording_.objects)
+    if (object->kind == "package" && object != recording_.package && !object->children.empty())
+      NoteAt(object->line, std::string("another package is built from this line on") + kAdvice);
+  if (builtAt_ == 0) return;
+  int end = 0;  // of the procedure that ends with the first package
+  for (const Procedure& procedure : code_.procedures)
+    if (procedure.line > builtAt_ && (end == 0 || procedure.line < end)) end = procedure.line;
+  for (const int line : PackageLines(code_))
+    if (line > builtAt_ && (end == 0 || line < end))
+      NoteAt(line, std::string("another package is made behind the first one") + kAdvice);
+}
+
+Recording Evaluate(const Code& code, const KnownValues& known, const std::string& procedure) {
+  return Walker(code, known, procedure).Walk();
 }
 
 }  // namespace torvik::importing

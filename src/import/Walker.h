@@ -22,7 +22,7 @@ struct Exit {
 class Walker {
  public:
   /// Both must outlive it.
-  Walker(const Code& code, const KnownValues& known);
+  Walker(const Code& code, const KnownValues& known, const std::string& procedure);
   Recording Walk();
 
  private:
@@ -41,6 +41,10 @@ class Walker {
   /// Within a procedure a variable begins as nothing; outside, others may set it.
   void Declare(const Node& node);
   static bool IsPackageType(std::string_view type);
+  /// True for a parameter that nobody gives and that stands for the package itself.
+  bool IsPackageParameter(const Procedure& procedure, std::size_t position) const;
+  /// A password that a variable gets stays out: the value then is a name for it.
+  Value WithoutPassword(const std::string& variable, Value value);
   void RunIf(const Node& node);
   void RunBranch(const Branch& branch, const std::string& how);
   void RunSelect(const Node& node);
@@ -113,10 +117,12 @@ class Walker {
 
   // Remarks.
   void NoteAt(int line, const std::string& text) { recording_.NoteAt(line, text); }
-  /// What was made and never put into the package.
+  /// What was made and never put into the package, and other packages.
   void NoteForgotten();
+  void NoteOtherPackages();
 
   const Code& code_;
+  const std::string procedure_;  // to begin with; empty: the one that builds most
   std::map<std::string, Value> known_;
   std::set<std::string> usedKnown_;
   std::map<std::string, const Procedure*> procedures_;
@@ -124,6 +130,7 @@ class Walker {
   std::set<std::string> packageNames_;  // variables that are declared as packages
   std::vector<Scope> scopes_;
   std::vector<Value> withs_;
+  int builtAt_ = 0;  // the line on which the package is run or stored
   int line_ = 0, steps_ = 0, passes_ = 0, calls_ = 0;
   std::vector<std::string> missed_;  // names that were not known, since a condition began
   Recording recording_;

@@ -34,6 +34,9 @@ const Function* FindFunction(std::string_view lowerCase);
 /// The constants vbCrLf, vbTrue and so on; false when there is none of that name.
 bool FindConstant(std::string_view lowerCase, Value& value);
 
+/// Whether CreateObject makes an object of this class; letter case does not matter.
+bool CanCreateObject(std::string_view name);
+
 /// A text of the script; its length counts as work.
 Value NewText(Context& context, std::string_view text);
 

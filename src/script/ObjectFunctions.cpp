@@ -8,10 +8,13 @@ namespace torvik::script {
 
 namespace {
 
+constexpr const char* dictionary = "Scripting.Dictionary";
+constexpr const char* fileSystem = "Scripting.FileSystemObject";
+
 Value CreateObject(Context& context, Arguments a) {
   const std::string name = ToText(a[0]);
-  if (EqualsIgnoringCase(name, "Scripting.Dictionary")) return NewObject<Dictionary>(context.heap);
-  if (EqualsIgnoringCase(name, "Scripting.FileSystemObject") && context.files != nullptr)
+  if (EqualsIgnoringCase(name, dictionary)) return NewObject<Dictionary>(context.heap);
+  if (EqualsIgnoringCase(name, fileSystem) && context.files != nullptr)
     return NewFileSystem(context.heap);
   throw RuntimeError(429, name);
 }
@@ -34,6 +37,10 @@ constexpr Function objectFunctions[] = {
 };
 
 }  // namespace
+
+bool CanCreateObject(std::string_view name) {
+  return EqualsIgnoringCase(name, dictionary) || EqualsIgnoringCase(name, fileSystem);
+}
 
 std::span<const Function> ObjectFunctions() {
   return objectFunctions;

@@ -167,7 +167,7 @@ table = "t"
 [[steps.lookups]]
 name = "one"
 connection = "dw"
-sql = "SELECT w FROM known WHERE k = ?"
+sql = "SELECT w -- ?, [?\n FROM known /* ? */ WHERE '?' <> '' AND k = ?"
 [[steps.lookups]]
 name = "both"
 connection = "dw"
@@ -177,7 +177,7 @@ type = "script"
 sources = ["b"]
 destinations = ["word", "id"]
 )" + ScriptKey("script", R"(
-word = DTSLookups("one").Execute(DTSSource(1).Value)
+word = DTSLookups("one").Execute(DTSSource(1).Value, "one too many")
 If IsEmpty(word) Then
   DTSDestination("word") = "none of " & DTSSource.Count
 Else
@@ -224,6 +224,41 @@ TEST_F(Scripts, ADocumentsScriptsAreCheckedWithIt) {
     else
       EXPECT_THAT(problem, HasSubstr(c.problem));
   }
+}
+
+TEST_F(Scripts, WhatAScriptWillLackIsSaidBeforehand) {
+  const struct {
+    const char* statements;
+    const char* lack;  ///< Empty: nothing.
+  } cases[] = {
+      {"Set o = CreateObject(\"ADODB.Connection\")",
+       "line 2 of its script makes ADODB.Connection, which is not there"},
+      {"Set o = CreateObject(\"scripting.dictionary\")\nSet p = CreateObject(name) ' MsgBox 1", ""},
+      {"\nx = DTSGlobalVariables.Parent.Steps(1).Name",
+       "line 3 of its script uses DTSGlobalVariables.Parent"},
+      {"MsgBox \"hello\"", "line 2 of its script uses MsgBox"},
+  };
+  for (const auto& c : cases) {
+    const std::string keys =
+        "script = '''\nFunction Main()\n" + std::string(c.statements) + "\nEnd Function\n'''";
+    const PackageModel package =
+        ReadPackageDocument("name = \"P\"\n" + StepOf("s", "task = \"Script\"\n" + keys), "d");
+    const std::string lack = package.steps[0].task->WhyNot();
+    if (*c.lack == '\0')
+      EXPECT_EQ("", lack) << keys;
+    else
+      EXPECT_THAT(lack, HasSubstr(c.lack)) << keys;
+  }
+  // Scripts of other phases than rows are kept, and do not run.
+  disk_.Write("in.csv", "a\n1\n");
+  warehouse_->Execute("CREATE TABLE t (id INTEGER)");
+  EXPECT_THAT(Ran(StepOf("pump",
+                         "task = \"DataPump\"\nsource = \"file\"\ndestination = \"dw\"\n"
+                         "table = \"t\"\ncolumns = { a = \"id\" }\n"
+                         "[[steps.transformations]]\ntype = \"script\"\nphase = \"pump\"\n" +
+                             ScriptKey("script", "Main = 1"))),
+              HasSubstr("works in the phase \"pump\""));
+  EXPECT_EQ("", RowsOf(*warehouse_, "SELECT * FROM t"));
 }
 
 }  // namespace

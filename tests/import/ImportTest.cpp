@@ -145,6 +145,19 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
       {"c.Password = \"tiger\"", "6: the password of the connection \"db\" is not written down"},
       {"Do\n s = 1\nLoop", "6: the loop runs on and on"},
       {"Call f()\nSub f()\n Call f()\nEnd Sub", "f is called too often"},
+      {"Call f(c)\nSub f(c)\nc.DataSource = sPackageServer\nEnd Sub",
+       "8: sPackageServer is not known (line 8)"},
+      {"Sub f(sPackageName, q As DTS.Step)\nSet q = p.Steps.New\nEnd Sub", "imports it"},
+      {"sPwd = \"tiger\" : s = \"EXEC go '\" & sPwd & \"'\"",
+       "6: the password in sPwd is not written down: where it is used, it is the global variable "
+       "sPwdPassword"},
+      {"p.TransactionIsolationLevel = 256", "6: the package has TransactionIsolationLevel = 256"},
+      {"p.Execute\nSet q = CreateObject(\"DTS.Package\")", "7: another package is made behind"},
+      {"Set q = CreateObject(\"DTS.Package\")\nq.Steps.Add q.Steps.New",
+       "6: another package is built from this line on"},
+      {"Set f = p.Connections.New(\"DTSFlatFile\") : f.ConnectionProperties(\"File Format\") = 2\n"
+       "f.ConnectionProperties(\"First Row Column Name\") = True : p.Connections.Add f",
+       "7: the file of the connection \"connection\" has columns of fixed widths, and names"},
       {"c.ConnectionTimeout = \"soon\"", "6: Connect Timeout is soon, which is not known to be a"},
   };
   for (const auto& c : cases) {
@@ -200,6 +213,70 @@ TEST(Import, HowRowsAreLoadedBecomesKeys) {
         if (line.starts_with(key)) keys += line + "\n";
     EXPECT_EQ(c.keys, keys) << c.lines << "\n" << document;
   }
+}
+
+TEST(Import, APumpsScriptsHaveTheirColumnsAndPhases) {
+  const auto pump = [](const std::string& lines) {
+    return WithSql(
+        "s = 1\nSet u = p.Tasks.New(\"DTSDataPumpTask\") : Set d = u.CustomTask\n"
+        "d.Name = \"pump\" : d.SourceConnectionID = 1 : d.DestinationConnectionID = 1\n"
+        "d.SourceSQLStatement = \"SELECT 1\" : d.DestinationObjectName = \"t\"\n"
+        "p.Tasks.Add u : Set v = p.Steps.New : v.Name = \"two\" : v.TaskName = \"pump\"\n"
+        "p.Steps.Add v\nSet x = d.Transformations.New(\"DTS.DataPumpTransformScript\")\n"
+        "d.Transformations.Add x : Set y = x.TransformServerProperties\n" +
+        lines);
+  };
+  const struct {
+    const char* lines;
+    std::vector<const char*> document, notes;
+  } cases[] = {
+      {"y(\"Text\") = \"Function Main()\" & vbCrLf & \"DTSDestination(\"\"a\"\") = 1\" & vbCrLf & "
+       "\"DTSDestination.Item(\"\"b\"\") = DTSDestination(\"\"A\"\")\" & vbCrLf & \"End Function\"",
+       {"type = \"script\"\ndestinations = [\"a\", \"b\"]\nscript = "},
+       {}},
+      {"y(\"Text\") = \"Function Main()\" & vbCrLf & \"DTSDestination(1) = 1\" & vbCrLf & "
+       "\"End Function\"",
+       {"type = \"script\"\nscript = "},
+       {"lists no destination columns and names some by numbers"}},
+      {"x.TransformPhases = 2 : y(\"Text\") = \"Function After()\" & vbCrLf & \"End Function\"\n"
+       "y(\"FunctionEntry\") = \"After\"",
+       {"phase = \"post_source\"\nfunction = \"After\""},
+       {"works in the phase post_source (After), which pumps here do not have"}},
+      {"x.TransformPhases = 36 : y(\"InsertFailureFunctionEntry\") = \"Bad\"\n"
+       "y(\"Text\") = \"Function Main()\" & vbCrLf & \"End Function\" & vbCrLf & \"Function "
+       "Bad()\" & "
+       "vbCrLf & \"End Function\"",
+       {"type = \"script\"\nscript = ", "phase = \"insert_failure\"\nfunction = \"Bad\""},
+       {"works in the phase insert_failure (Bad)"}},
+      {"y(\"Text\") = \"Function Main()\" & vbCrLf & \"c = \"\"DSN=x;PWD=tiger\"\"\" & vbCrLf & "
+       "\"End Function\"",
+       {},
+       {"the script of \"script\" holds a password (line 2 of it)"}},
+      {"x.SourceColumns.AddColumn \"a\", 1 : x.DestinationColumns.AddColumn \"b\", 1\n"
+       "Set z = d.Transformations.New(\"DTS.DataPumpTransformCopy\") : d.Transformations.Add z\n"
+       "z.SourceColumns.AddColumn \"day\", 1 : z.DestinationColumns.AddColumn \"sold\", 1\n"
+       "z.SourceColumns(1).DataType = 129 : z.DestinationColumns(1).DataType = 135\n"
+       "z.DestinationColumns(1).Size = 16 : y(\"Text\") = \"Function Main()\" & vbCrLf & \"End "
+       "Function\"",
+       {"\"destination column sold\" = \"DataType 135, Size 16\""},
+       {"texts go into dates as they are (sold)"}},
+  };
+  for (const auto& c : cases) {
+    const Translation package = Import(pump(c.lines));
+    for (const char* part : c.document) EXPECT_THAT(package.document, HasSubstr(part)) << c.lines;
+    for (const char* note : c.notes) EXPECT_THAT(NotesOf(package), HasSubstr(note)) << c.lines;
+    if (c.notes.empty()) EXPECT_EQ("", NotesOf(package)) << c.lines;
+  }
+}
+
+TEST(Import, AFileOfSeveralPackagesGivesTheOneThatIsWanted) {
+  const std::string text =
+      "Sub Big()\n" + WithSql("s = 1") + "End Sub\nSub Small()\n" + WithSql("s = 2") + "End Sub\n";
+  EXPECT_THAT(ImportPackage("f", text, {}).document, HasSubstr("sql = \"1\""));
+  const Translation small = ImportPackage("f", text, {}, {"small", "Other name"});
+  EXPECT_EQ("Other name", small.name);
+  EXPECT_THAT(small.document, AllOf(HasSubstr("name = \"Other name\""), HasSubstr("sql = \"2\"")));
+  EXPECT_THROW(ImportPackage("f", text, {}, {"None", ""}), PlatformError);
 }
 
 TEST(Import, ManyStepsKeepTheirOrder) {

@@ -59,12 +59,14 @@ std::string ConnectionSettings::DatabaseInWords() const {
 }
 
 ConnectionSettings ResolveConnection(const PackageModel& package, const std::string& name,
-                                     const Variables& variables) {
+                                     const Variables& variables, const FileServices* services) {
   const auto model = std::find_if(package.connections.begin(), package.connections.end(),
                                   [&](const ConnectionModel& one) { return one.name == name; });
   ConnectionSettings settings{model->provider, {}};
   for (const ConnectionProperty& property : model->properties)
     settings.properties.emplace_back(property.name, variables.Substitute(property.value.text));
+  if (model->dataLinkFile && services != nullptr)
+    ReadDataLinkFile(*services, variables.Substitute(model->dataLinkFile->text), settings);
   SettleLogon(settings);
   return settings;
 }

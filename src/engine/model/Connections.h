@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/model/DataLinkFile.h"
 #include "engine/model/PackageModel.h"
 
 namespace torvik::ado {
@@ -35,9 +36,12 @@ struct ConnectionSettings {
   bool operator==(const ConnectionSettings&) const = default;
 };
 
-/// The settings of the package's connection of that name, which must be there.
+/// The settings of the package's connection of that name, which must be there. `services` reads
+/// its data link file, if it has one; null: it is left out. Throws PlatformError when that file
+/// cannot be read.
 ConnectionSettings ResolveConnection(const PackageModel& package, const std::string& name,
-                                     const Variables& variables);
+                                     const Variables& variables,
+                                     const FileServices* services = nullptr);
 
 /// Opens a database. Throws the server's own words after the connection's name.
 std::unique_ptr<ado::Connection> OpenDatabase(ado::Provider& databases, const std::string& name,

@@ -31,6 +31,7 @@ struct ConnectionModel {
   std::string provider;
   std::vector<ConnectionProperty> properties;  ///< In the order of the document.
   TextPlace place;
+  std::optional<PlacedText> dataLinkFile = {};  ///< Read whenever the connection is opened.
 };
 
 /// How another step must have ended.

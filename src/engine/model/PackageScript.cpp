@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/model/EngineServices.h"
+#include "engine/model/ScriptNeeds.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "platform/CodePage.h"
@@ -149,6 +150,7 @@ ScriptSource ReadScript(TaskReader& reader, std::string_view key, std::string_vi
   const auto function = reader.Table().Text(functionKey);
   ScriptSource source{text.text, function ? function->text : "Main"};
   if (text.text.empty()) return source;
+  source.lacks = WhatScriptLacks(text.text);
   try {
     const script::ScriptSyntax syntax = script::ParseScript(text.text);
     const bool isThere = std::ranges::any_of(syntax.procedures, [&](const auto& procedure) {

@@ -8,6 +8,7 @@ namespace torvik::engine {
 struct ScriptSource {
   std::string text;
   std::string function;
+  std::string lacks = {};  ///< What it uses and is not there, in words; empty: nothing is known.
 };
 
 }  // namespace torvik::engine

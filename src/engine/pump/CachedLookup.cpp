@@ -31,7 +31,34 @@ std::string NameOf(std::span<const ado::LoadValue> keys) {
   return name;
 }
 
+/// Those that stand neither in a text or a name in quotes nor in a comment.
+std::size_t CountMarkers(std::string_view sql) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; at < sql.size();) {
+    const std::string_view rest = sql.substr(at);
+    const char c = sql[at];
+    std::string_view end;
+    if (c == '\'' || c == '"') end = sql.substr(at, 1);
+    if (c == '[') end = "]";
+    if (rest.starts_with("--")) end = "\n";
+    if (rest.starts_with("/*")) end = "*/";
+    count += c == '?' ? 1 : 0;
+    ++at;
+    if (end.empty()) continue;
+    const std::size_t found = sql.find(end, at);
+    if (found == sql.npos) break;
+    at = found + end.size();
+  }
+  return count;
+}
+
 }  // namespace
+
+CachedLookup::CachedLookup(ado::Connection& connection, std::string sql, std::size_t cacheSize)
+    : connection_(connection),
+      sql_(std::move(sql)),
+      cacheSize_(cacheSize),
+      markers_(CountMarkers(sql_)) {}
 
 const std::vector<ado::Value>& CachedLookup::FirstRow(std::span<const ado::LoadValue> keys) {
   std::string name = NameOf(keys);

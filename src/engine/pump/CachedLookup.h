@@ -19,8 +19,10 @@ constexpr std::int64_t kDefaultCacheSize = 10'000;
 class CachedLookup {
  public:
   /// `sql` is a SELECT with one `?` for each key. At most `cacheSize` answers are remembered.
-  CachedLookup(ado::Connection& connection, std::string sql, std::size_t cacheSize)
-      : connection_(connection), sql_(std::move(sql)), cacheSize_(cacheSize) {}
+  CachedLookup(ado::Connection& connection, std::string sql, std::size_t cacheSize);
+
+  /// How many `?` the query has.
+  std::size_t Markers() const { return markers_; }
 
   /// The first row for these keys, empty when there is none; valid until the next call.
   const std::vector<ado::Value>& FirstRow(std::span<const ado::LoadValue> keys);
@@ -30,7 +32,7 @@ class CachedLookup {
 
   ado::Connection& connection_;
   const std::string sql_;
-  const std::size_t cacheSize_;
+  const std::size_t cacheSize_, markers_;
   std::unordered_map<std::string, std::vector<ado::Value>> answers_;
 };
 

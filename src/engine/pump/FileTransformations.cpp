@@ -104,8 +104,7 @@ class WriteFile final : public Transformation {
     if (!Encode(TextOfValue(value, row.batch), content))
       return "has a character that " + place_.encoding + " lacks; it cannot be written to " +
              place_.directory + name;
-    const std::error_code error =
-        value.IsNull() ? WriteNothing(name) : Write(name, std::move(content));
+    const std::error_code error = value.IsNull() ? WriteNothing(name) : Write(name, content);
     if (error) return "cannot be written to " + place_.directory + name + ": " + error.message();
     value = row.batch.Store(name);
     return {};
@@ -126,7 +125,7 @@ class WriteFile final : public Transformation {
     return {};
   }
 
-  std::error_code Write(const std::string& name, std::string content) {
+  std::error_code Write(const std::string& name, const std::string& content) {
     const std::string path = place_.directory + name;
     const bool isFirst = written_.insert(name).second;
     if (mode_ == FileMode::Replace && isFirst)

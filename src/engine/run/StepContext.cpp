@@ -1,5 +1,6 @@
 #include "engine/run/StepContext.h"
 
+#include "engine/model/EngineServices.h"
 #include "engine/model/Variables.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
@@ -10,7 +11,9 @@ namespace torvik::engine {
 using Kind = ExecutionEvent::Kind;
 
 ConnectionSettings StepContext::Settings(const std::string& connection) const {
-  return ResolveConnection(shared_.request.package, connection, shared_.request.variables);
+  const EngineServices& services = shared_.request.services;
+  const FileServices files{services.files, services.codePages};
+  return ResolveConnection(shared_.request.package, connection, shared_.request.variables, &files);
 }
 
 ado::Connection& StepContext::Database(const std::string& connection) {

@@ -8,6 +8,7 @@
 #include "engine/tasks/PumpSettings.h"
 #include "engine/tasks/Tasks.h"
 #include "engine/tasks/TransformationReader.h"
+#include "platform/PlatformError.h"
 
 namespace torvik::engine {
 namespace {
@@ -25,9 +26,14 @@ class DataPumpTask final : public Task {
   }
 
   bool CanJoin() const override { return destination_.IsTable(); }
-  std::string WhyNot() const override { return destination_.WhyNot(); }
+  std::string WhyNot() const override {
+    const std::string reason = destination_.WhyNot();
+    return reason.empty() ? transformations_.WhyNot() : reason;
+  }
 
   TaskResult Run(TaskContext& context) const override {
+    for (const ScriptPlan& script : transformations_.scripts)
+      if (script.phase != "row") throw PlatformError(0, transformations_.WhyNot(), "data pump");
     // The destination first: a source in the same database then reads what the transaction wrote.
     ado::Connection* destination = destination_.Open(context);
     std::vector<ado::Connection*> others = {destination};

@@ -217,7 +217,8 @@ class LookupObject final : public script::Object {
     std::vector<std::string> texts;
     texts.reserve(arguments.size());
     std::vector<LoadValue> keys;
-    for (const Value& argument : arguments)
+    // Those for which the query has no marker mean nothing.
+    for (const Value& argument : arguments.first(std::min(arguments.size(), lookup_.Markers())))
       keys.push_back(LoadValueOf(argument, [&](std::string_view text) {
         return std::string_view(texts.emplace_back(text));
       }));
@@ -351,7 +352,11 @@ std::vector<LookupPlan> ReadLookups(TaskReader& reader) {
 
 ScriptPlan ReadScriptTransformation(TaskReader& reader) {
   ScriptPlan plan;
+  static constexpr const char* kPhases[] = {
+      "row",   "pre_source", "post_source", "transform_failure", "insert_success", "insert_failure",
+      "batch", "pump"};
   plan.script = ReadScript(reader, "script", "function");
+  plan.phase = kPhases[reader.OneOf("phase", kPhases, 0)];
   for (const PlacedText& name : reader.Templates("sources")) plan.sources.push_back(name.text);
   for (const PlacedText& name : reader.Templates("destinations"))
     plan.destinations.push_back(name.text);

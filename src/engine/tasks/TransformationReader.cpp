@@ -193,6 +193,16 @@ TransformationPlans ReadTransformations(TaskReader& reader) {
   return plans;
 }
 
+std::string TransformationPlans::WhyNot() const {
+  for (const ScriptPlan& script : scripts) {
+    if (script.phase != "row")
+      return "a script of its transformations works in the phase " + Quoted(script.phase) +
+             ", and pumps here have none but \"row\"; make a step of it, or remove it";
+    if (!script.script.lacks.empty()) return script.script.lacks;
+  }
+  return {};
+}
+
 std::vector<ColumnMapping> WithTransformations(std::vector<ColumnMapping> columns, bool byName,
                                                const TransformationPlans& plans, unsigned flags,
                                                const TransformationScope& scope) {

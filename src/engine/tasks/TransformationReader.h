@@ -35,11 +35,16 @@ struct ScriptPlan {
   std::vector<std::string> sources;  ///< Those that the script sees; empty: all.
   std::vector<std::string> destinations;
   unsigned flags = 0;
+  /// When it works; only scripts of "row" can run.
+  std::string phase = "row";
 };
 
 struct TransformationPlans {
   std::vector<TransformationPlan> columns;  ///< Each of one destination.
   std::vector<ScriptPlan> scripts;
+
+  /// Why they cannot run, empty when they can.
+  std::string WhyNot() const;
 };
 
 /// The key "transformations" of a data pump.

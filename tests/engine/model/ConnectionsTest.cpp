@@ -63,5 +63,47 @@ properties = { "Data Source" = "(local)", "Initial Catalog" = "${Text}" }
               testing::HasSubstr("the connection \"moving\" cannot be opened: "));
 }
 
+TEST_F(ConnectionsTest, ADataLinkFileSaysWhereTheConnectionLeads) {
+  const PackageModel package = ReadPackageDocument(
+      "name = 'P'\n[[connections]]\nname = 'c'\n"
+      "provider = 'SQLOLEDB'\ndata_link_file = '" +
+          disk_.PathOf("dw.udl") +
+          "'\nproperties = { 'Data Source' = 'old', "
+          "'Connect Timeout' = 5 }\n",
+      "P");
+  const Variables variables(package.variables);
+  const FileServices services{*files_, *codePages_};
+  const std::string head = "[oledb]\r\n; Everything after this line\r\n";
+  std::string wide = "\xFF\xFE";
+  for (const char c : head + "Provider=SQLOLEDB.1;Data Source=new\r\n") wide += {c, '\0'};
+  const struct {
+    std::string bytes;
+    const char* settings;  ///< Or a part of the error.
+  } cases[] = {
+      {wide, "SQLOLEDB.1: Data Source=new;Connect Timeout=5;"},
+      {head + "Provider = MSDAORA ;Password=\"a\"\";b\";Use Procedure=1; Data Source='x'",
+       "MSDAORA: Data Source=x;Connect Timeout=5;Password=a\";b;"},
+      {head + "Provider=SQLOLEDB;Integrated Security=SSPI;User ID=u",
+       "SQLOLEDB: Data Source=old;Connect Timeout=5;Integrated Security=SSPI;"},
+      {head, "there is no line \"Provider=...;...\" in it"},
+      {"\xFF\xFEx", "there is no line"},
+      {"Data Source=\"tiger", "there is no line"},
+  };
+  for (const auto& c : cases) {
+    disk_.Write("dw.udl", c.bytes);
+    std::string text;
+    try {
+      const auto settings = ResolveConnection(package, "c", variables, &services);
+      text = settings.provider + ": ";
+      for (const auto& [name, value] : settings.properties) text += name + "=" + value + ";";
+    } catch (const PlatformError& error) {
+      text = error.Description();
+      EXPECT_THAT(text, testing::HasSubstr("dw.udl: "));
+      EXPECT_THAT(text, testing::Not(testing::HasSubstr("tiger")));
+    }
+    EXPECT_THAT(text, testing::HasSubstr(c.settings)) << c.bytes;
+  }
+}
+
 }  // namespace
 }  // namespace torvik::engine
