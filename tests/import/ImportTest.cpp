@@ -265,7 +265,7 @@ TEST(Import, APumpsScriptsHaveTheirColumnsAndPhases) {
     const Translation package = Import(pump(c.lines));
     for (const char* part : c.document) EXPECT_THAT(package.document, HasSubstr(part)) << c.lines;
     for (const char* note : c.notes) EXPECT_THAT(NotesOf(package), HasSubstr(note)) << c.lines;
-    if (c.notes.empty()) EXPECT_EQ("", NotesOf(package)) << c.lines;
+    EXPECT_EQ(c.notes.empty(), NotesOf(package).empty()) << c.lines << NotesOf(package);
   }
 }
 
