@@ -20,6 +20,7 @@ struct Question {
   const char* what;
   const char* sql;
   const char* missing = nullptr;  ///< What to do when the answer is empty or 0; none: a plain fact.
+  bool isOfTable = false;         ///< Of the package table: nothing to ask without it.
 };
 
 /// How one kind of server is asked, and what is used of it.
@@ -44,10 +45,11 @@ const ServerKind kSqlServer = {
      {"package table", "SELECT OBJECT_ID(N'dbo.sysdtspackages')", kMakeTable},
      {"right to read packages",
       "SELECT HAS_PERMS_BY_NAME('dbo.sysdtspackages', 'OBJECT', 'SELECT')",
-      "GRANT SELECT ON msdb.dbo.sysdtspackages TO the login's user"},
+      "GRANT SELECT ON msdb.dbo.sysdtspackages TO the login's user", true},
      {"right to save packages",
       "SELECT HAS_PERMS_BY_NAME('dbo.sysdtspackages', 'OBJECT', 'INSERT')",
-      "GRANT INSERT ON msdb.dbo.sysdtspackages TO the login's user, if it is to save packages"},
+      "GRANT INSERT ON msdb.dbo.sysdtspackages TO the login's user, if it is to save packages",
+      true},
      {"right to BULK INSERT from a file of the server",
       "SELECT CASE HAS_PERMS_BY_NAME(NULL, NULL, 'ADMINISTER BULK OPERATIONS') WHEN 1 THEN 'there' "
       "ELSE 'not there; only scripts that run BULK INSERT need it' END"}}};
@@ -61,13 +63,20 @@ const ServerKind kPostgreSql = {
       "SELECT datcollate FROM pg_catalog.pg_database WHERE datname = current_database()"},
      {"code page", "SELECT current_setting('server_encoding')"},
      {"logged on as", "SELECT current_user::text"},
-     {"package table", "SELECT to_regclass('msdb.sysdtspackages')::text", kMakeTable},
+     {"package table",
+      "SELECT c.relname FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n "
+      "ON n.oid = c.relnamespace WHERE n.nspname = 'msdb' AND c.relname = 'sysdtspackages'",
+      kMakeTable},
      {"right to read packages",
-      "SELECT has_table_privilege(to_regclass('msdb.sysdtspackages'), 'SELECT')",
-      "GRANT SELECT ON msdb.sysdtspackages TO the user, and USAGE ON SCHEMA msdb"},
+      "SELECT has_schema_privilege(n.oid, 'USAGE') AND has_table_privilege(c.oid, 'SELECT') "
+      "FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
+      "WHERE n.nspname = 'msdb' AND c.relname = 'sysdtspackages'",
+      "GRANT SELECT ON msdb.sysdtspackages TO the user, and USAGE ON SCHEMA msdb", true},
      {"right to save packages",
-      "SELECT has_table_privilege(to_regclass('msdb.sysdtspackages'), 'INSERT')",
-      "GRANT INSERT ON msdb.sysdtspackages TO the user, if it is to save packages"}}};
+      "SELECT has_schema_privilege(n.oid, 'USAGE') AND has_table_privilege(c.oid, 'INSERT') "
+      "FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
+      "WHERE n.nspname = 'msdb' AND c.relname = 'sysdtspackages'",
+      "GRANT INSERT ON msdb.sysdtspackages TO the user, if it is to save packages", true}}};
 
 const ServerKind kEmbedded = {
     "embedded",
@@ -102,15 +111,18 @@ std::string AnswerOf(ado::Connection& connection, const char* sql) {
   return "";
 }
 
-void Ask(ado::Connection& connection, const Question& question, CheckReport& report) {
+/// False when what is asked for is not there.
+bool Ask(ado::Connection& connection, const Question& question, CheckReport& report) {
   try {
     const std::string answer = AnswerOf(connection, question.sql);
     const bool isThere = !answer.empty() && answer != "0";
     if (question.missing != nullptr && !isThere)
-      return report.Problem(question.what, question.missing);
+      return report.Problem(question.what, question.missing), false;
     report.Ok(question.what, question.missing == nullptr ? answer : "there");
+    return true;
   } catch (const PlatformError& error) {
     report.NotChecked(question.what, error.Description());
+    return false;
   }
 }
 
@@ -145,7 +157,13 @@ void CheckServer(LinuxPlatform& platform, const ServerChoice& choice, CheckRepor
     return report.Problem("logon to msdb", error.Description());
   }
   report.Ok("logon to msdb", "the server is there and lets this user in");
-  for (const Question& question : kind.questions) Ask(*connection, question, report);
+  bool hasTable = true;
+  for (const Question& question : kind.questions) {
+    if (question.isOfTable && !hasTable)
+      report.NotChecked(question.what, "there is no package table");
+    else if (!Ask(*connection, question, report) && question.missing == kMakeTable)
+      hasTable = false;
+  }
   report.Ok("loads", kind.loads);
   report.Ok("cursors", kind.cursors);
 }

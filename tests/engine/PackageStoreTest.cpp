@@ -50,6 +50,20 @@ TEST_F(PackageStoreTest, VersionsOfOneInstantAreOnePackage) {
   EXPECT_EQ(store_.Load("P").versionId, latest);
 }
 
+TEST_F(PackageStoreTest, APackageThatATriggerKeepsOutIsNotSaidToBeStored) {
+  server_.Open("msdb")->Execute(
+      "CREATE TRIGGER keeps_out BEFORE INSERT ON sysdtspackages WHEN NEW.name = 'P' BEGIN SELECT "
+      "RAISE(IGNORE); END");
+  try {
+    store_.Save("P", "", "text", clock_);
+    ADD_FAILURE() << "nothing is stored";
+  } catch (const PlatformError& error) {
+    EXPECT_THAT(error.Description(), testing::HasSubstr("took 0 rows"));
+  }
+  store_.Save("Q", "", "text", clock_);
+  EXPECT_EQ("Q", Query("SELECT name FROM msdb.dbo.sysdtspackages"));
+}
+
 TEST_F(PackageStoreTest, OlderVersionsArePruned) {
   std::string latest;
   for (int version = 0; version < 203; ++version)

@@ -119,5 +119,19 @@ TEST(Conversion, TextsAreMeasuredAsTheirColumnMeasuresThem) {
   }
 }
 
+TEST(Conversion, ATinyIntegerHasNoSignAndKeepsTheBitsOfOne) {
+  const Column tiny{.kind = Integer, .declaredType = "TinyInt", .size = 1};
+  const std::string tooLarge = "! does not fit a whole number of 1 bytes without a sign";
+  const struct {
+    const char* text;
+    std::string plain, signChanged;
+  } cases[] = {{"0", "0", "0"},         {"255", "255", "255"},     {"256", tooLarge, tooLarge},
+               {"-1", tooLarge, "255"}, {"-128", tooLarge, "128"}, {"-129", tooLarge, tooLarge}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.plain, Fitted(tiny, c.text)) << c.text;
+    EXPECT_EQ(c.signChanged, Fitted(tiny, c.text, kAllowSignChange)) << c.text;
+  }
+}
+
 }  // namespace
 }  // namespace torvik::engine

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <filesystem>
 
 #include "scenarios/ScenarioRun.h"
 #include "servers/PostgreSqlServer.h"
@@ -36,6 +37,36 @@ TEST(PostgreSqlRun, TheExampleGivesTheSameFiguresAndACheckOfItChangesNothing) {
     EXPECT_EQ(0, check.exitCode) << check.out << check.err;
   }
   EXPECT_TRUE(before == server.Dump());
+}
+
+TEST(PostgreSqlRun, AServerCheckNamesWhatIsMissing) {
+  const PostgreSqlServer& server = PostgreSqlServer::Instance();
+  server.MakeDatabase("postgres_guests");
+  Sandbox sandbox("[server (local)]\nbackend = postgresql\nhost = 127.0.0.1\nport = " +
+                  std::to_string(server.Port()) + "\ndatabase = postgres_guests\n");
+  const auto check = [&](const std::string& password) {
+    sandbox.WriteFile("word", password + "\n");
+    std::filesystem::permissions(sandbox.PathOf("word"), std::filesystem::perms::owner_read);
+    const auto result = sandbox.Run({"torvik-admin", "server", "check", "--json", "--user",
+                                     "torvik_guest", "--password-file", "word"});
+    std::filesystem::remove(sandbox.PathOf("word"));
+    EXPECT_THAT(result.out + result.err, Not(HasSubstr("geheim")));
+    return std::to_string(result.exitCode) + result.out;
+  };
+  const auto admin = server.NewConnection("postgres_guests");
+  admin->Open();
+  admin->Execute(
+      "DROP ROLE IF EXISTS torvik_guest; CREATE ROLE torvik_guest LOGIN PASSWORD 'geheim'");
+  EXPECT_THAT(check("geheim"), testing::AllOf(HasSubstr("torvik-admin server init"),
+                                              HasSubstr("\"problems\": 1,\n  \"not_checked\": 2")));
+  admin->Execute("CREATE SCHEMA msdb; CREATE TABLE msdb.sysdtspackages (id INT)");
+  EXPECT_THAT(check("geheim"), HasSubstr("\"problems\": 2,\n  \"not_checked\": 0"));
+  admin->Execute(
+      "GRANT USAGE ON SCHEMA msdb TO torvik_guest; GRANT SELECT, INSERT ON msdb.sysdtspackages TO "
+      "torvik_guest");
+  EXPECT_THAT(check("geheim"), testing::StartsWith("0{"));
+  EXPECT_THAT(check("geheim wrong"), HasSubstr("password authentication failed"));
+  admin->Execute("DROP OWNED BY torvik_guest; DROP ROLE torvik_guest");
 }
 
 class FaultyRun : public testing::Test {

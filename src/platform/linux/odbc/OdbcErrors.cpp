@@ -67,12 +67,19 @@ std::vector<OdbcDiagnostic> OdbcDiagnostics(short handleType, void* handle) {
 }
 
 std::vector<ado::ProviderError> ErrorsOf(const std::vector<OdbcDiagnostic>& diagnostics) {
+  constexpr std::size_t kMostErrors = 8;
   std::vector<ado::ProviderError> errors;
+  std::size_t others = 0;
   for (const OdbcDiagnostic& diagnostic : diagnostics) {
-    const bool isRepeated =
-        !errors.empty() && errors.back().description == diagnostic.error.description;
-    if (!isRepeated) errors.push_back(diagnostic.error);  // one for each row of an array, perhaps
+    const std::string& text = diagnostic.error.description;
+    // There may be some for each row of an array.
+    if (std::ranges::find(errors, text, &ado::ProviderError::description) != errors.end()) continue;
+    if (errors.size() < kMostErrors)
+      errors.push_back(diagnostic.error);
+    else
+      ++others;
   }
+  if (others > 0) errors.push_back({0, "and " + std::to_string(others) + " more"});
   return errors;
 }
 

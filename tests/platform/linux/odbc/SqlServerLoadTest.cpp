@@ -374,6 +374,47 @@ TEST(SqlServerLoad, WhenTheServerEndsTheTransactionTheRowsOwnErrorIsTheFirst) {
   }
 }
 
+TEST(SqlServerLoad, ADeadlockOrALostConnectionEndsTheLoadWithItsOwnErrorAndMayPass) {
+  const struct {
+    bool isCopied;
+    const char* answer;
+    const char* error;
+  } cases[] = {{true, "error 1205 13 chosen as the victim\n", "chosen as the victim"},
+               {true, "error 596 21 the session is killed\nclose\n", "connection.* is lost"},
+               {true, "close\n", "connection.* is lost"},
+               {false, "error 1205 13 chosen as the victim\n", "chosen as the victim"},
+               {false, "error 596 21 the session is killed\nclose\n", "connection.* is lost"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.answer);
+    const std::string table = c.isCopied ? kCopied : kFact.substr(0, kFact.find("when rpc"));
+    const TdsPeer peer(table + "when 'bad'\n" + c.answer + "when rpc\ncount 1\n");
+    const auto connection = peer.Open();
+    const std::vector<std::string> columns =
+        c.isCopied
+            ? std::vector<std::string>{"price", "name", "day", "at", "at2", "n", "f", "b", "t"}
+            : std::vector<std::string>{"name"};
+    connection->BeginTrans();
+    auto load = connection->OpenBulkLoad("fact", columns);
+    std::vector<ado::LoadValue> values(columns.size() * 3);
+    values[c.isCopied ? 1 : 0] = "good";
+    values[columns.size() + (c.isCopied ? 1 : 0)] = "bad";
+    const std::size_t sent = peer.Log(0).size();
+    try {
+      Refused(*load, values, columns.size());
+      ADD_FAILURE() << "no refusal of a row";
+    } catch (const PlatformError& error) {
+      EXPECT_TRUE(error.isTransient);
+      EXPECT_THAT(error.Description(), testing::ContainsRegex(c.error));
+    }
+    std::size_t inserts = 0;
+    for (const std::string& line : peer.Log(sent))
+      inserts += line.starts_with("rpc") && line.find("'good'") != std::string::npos;
+    EXPECT_EQ(c.isCopied ? 0u : 1u, inserts) << "nothing is sent again";
+    ErrorOf([&] { connection->RollbackTrans(); });
+    load.reset();
+  }
+}
+
 TEST(SqlServerLoad, ALoadSetsWhatItReliesOnAndPutsItBack) {
   std::string script = kFact;
   const std::string usual = "row 5496";

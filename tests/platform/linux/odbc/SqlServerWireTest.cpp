@@ -176,6 +176,21 @@ TEST(SqlServerWire, AStatementEndsAsItsLastResultsSay) {
   EXPECT_EQ(5, connection->Execute("none"));
 }
 
+TEST(SqlServerWire, ErrorsAreToldOnceAndNotInHundreds) {
+  std::string repeated = "when repeated\n", many = "when many\n";
+  for (int i = 0; i < 30; ++i) {
+    repeated += "error 547 16 conflict\nerror 3621 16 ended\n";
+    many += "error 2627 14 key " + std::to_string(i) + "\n";
+  }
+  const TdsPeer peer(repeated + many);
+  const auto connection = peer.Open();
+  EXPECT_THAT(ErrorOf([&] { connection->Execute("repeated"); }),
+              testing::MatchesRegex("[^;]*conflict[^;]*; [^;]*ended[^;]*"));
+  EXPECT_THAT(ErrorOf([&] { connection->Execute("many"); }),
+              AllOf(HasSubstr("key 0"), HasSubstr("key 7"), testing::Not(HasSubstr("key 8")),
+                    testing::EndsWith("; and 22 more")));
+}
+
 TEST(SqlServerWire, RowsThatAreComingInAreKeptAndTheStatementsBehindThemRun) {
   const TdsPeer peer(
       "when SELECT\ncolumns a int\nrow 1\nrow 2\nrow 3\ndone\ncolumns b int\nrow 9\ndone\n");
