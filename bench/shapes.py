@@ -1,5 +1,6 @@
 """The rows that the benchmarks move: made-up ones, the same for the same shape and number."""
 
+import datetime
 import random
 
 TOWNS = ["Torvik", "Åsgård", "Lund", "Nordhavn", "Vågen", "Bergby", "Sandvika", "Øyer"]
