@@ -67,11 +67,28 @@ struct Stored {
   std::string operator()(TextSetting member) const { return job.*member; }
   std::string operator()(TruthSetting member) const { return IniTruth(job.*member); }
   std::string operator()(SecretSetting member) const {
-    return QuoteForIniFile(ScramblePassword(job.*member.text, services.ansi, services.clock));
+    return StoredSecret(job.*member.text, services.ansi, services.clock);
   }
 };
 
 }  // namespace
+
+std::vector<JobKey> JobKeys() {
+  std::vector<JobKey> keys;
+  for (const StoredSetting& setting : kStoredSettings) {
+    const bool isTruth = std::holds_alternative<TruthSetting>(setting.member);
+    const bool isSecret = std::holds_alternative<SecretSetting>(setting.member);
+    keys.push_back({setting.section, setting.key,
+                    isTruth    ? JobKey::Kind::Truth
+                    : isSecret ? JobKey::Kind::Secret
+                               : JobKey::Kind::Text});
+  }
+  return keys;
+}
+
+std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock) {
+  return QuoteForIniFile(ScramblePassword(clear, ansi, clock));
+}
 
 bool JobSettings::ReadConfigFile(const JobFileServices& services) {
   if (!FileExists(services.files, TorvConfigFile)) return false;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "platform/VariantBool.h"
 
@@ -21,6 +23,21 @@ struct JobFileServices {
   Clock& clock;
   DataLinkSectionWriter& dataLinks;
 };
+
+/// A setting of a job file: its place, and what its text stands for.
+struct JobKey {
+  enum class Kind { Text, Truth, Secret };  ///< A secret is scrambled.
+
+  const char* section;
+  const char* name;
+  Kind kind;
+};
+
+/// All of them, in the order of a new file.
+std::vector<JobKey> JobKeys();
+
+/// How a secret stands in the file.
+std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock);
 
 /// The settings of one job, and the job file that keeps them. Values are kept as they are set.
 class JobSettings {

@@ -43,6 +43,28 @@ TEST(Admin, NamesThatALineCannotShowAreEscapedInLists) {
   EXPECT_THAT(list.out, Not(HasSubstr("\x1B")));
 }
 
+TEST(Admin, APasswordGoesIntoAJobFileFromStandardInputAndIsNotShown) {
+  const Sandbox sandbox;
+  sandbox.WriteJob("a.etl", "P");
+  const std::string command = std::string(TORVIK_ADMIN_PROGRAM) + " job password a.etl --for dw";
+  const struct {
+    const char *input, *error;
+    bool isShown;  ///< As "***".
+  } cases[] = {{"s3 cret;\"\n", "", true},
+               {"sch\u00f6n\n", "has another character", true},
+               {"", "no password was given", true},
+               {"\n", "", false}};
+  for (const auto& c : cases) {
+    sandbox.WriteFile("input", c.input);
+    const ProgramResult set = sandbox.Run({"/bin/sh", "-c", command + " < input"});
+    EXPECT_EQ(set.exitCode, *c.error == '\0' ? 0 : 1) << c.input;
+    EXPECT_THAT(set.err, HasSubstr(c.error));
+    const std::string shown = sandbox.Run({"torvik-admin", "job", "show", "a.etl"}).out;
+    EXPECT_EQ(c.isShown, shown.find("***") != std::string::npos) << shown;
+    EXPECT_THAT(set.out + set.err + shown + sandbox.ReadFile("a.etl"), Not(HasSubstr("cret")));
+  }
+}
+
 /// In a directory for temporary files that all may write to, somebody has prepared what a run of
 /// root would write through or empty.
 TEST(SharedTemporaryDirectory, WhatOthersHavePreparedThereIsNotUsed) {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "config/JobSettings.h"
+
+namespace torvik {
+struct LinuxPlatform;
+}
+
+namespace torvik::admin {
+
+/// A job file that is made, shown or changed key by key; all else in it stays as it is.
+class JobFile {
+ public:
+  /// Throws PlatformError when there is no such file, or it is no job file.
+  JobFile(LinuxPlatform& platform, std::string path);
+
+  /// Makes a file of these settings, by the names of their keys; the passwords among them are
+  /// clear. Throws PlatformError, and makes none, when there is one or a name is unknown.
+  static JobFile Make(LinuxPlatform& platform, const std::string& path,
+                      const std::map<std::string, std::string>& values);
+
+  /// The text of a key as the file has it; a password is "***" when there is one.
+  std::string Shown(const JobKey& key) const;
+
+  /// Stores the values, by the names of their keys in any letter case, all or, when this throws
+  /// PlatformError, none. A truth is TRUE or FALSE.
+  void Set(const std::map<std::string, std::string>& values);
+
+ private:
+  struct Unchecked {};
+  JobFile(LinuxPlatform& platform, std::string path, Unchecked)
+      : platform_(platform), path_(std::move(path)) {}
+
+  std::string Stored(const JobKey& key, const std::string& value) const;
+
+  LinuxPlatform& platform_;
+  std::string path_;
+};
+
+/// The key of this name, in any letter case. Throws PlatformError that lists those there are.
+JobKey JobKeyOf(std::string_view name);
+
+}  // namespace torvik::admin
