@@ -5,6 +5,7 @@
 #include <ctime>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "platform/Clock.h"
 #include "platform/Files.h"
@@ -52,6 +53,70 @@ class FileObject final : public Object {
     ThrowIfFailed(context.files->AllFiles().Status(path_, status), path_);
     if (member == 2) return Value::OfWhole(static_cast<std::int64_t>(status.bytes));
     return Value::OfDate(LocalDate(context.clock, status.changed));
+  }
+
+ private:
+  const std::string path_;
+};
+
+/// The files of a folder, in the order of their names.
+class FilesObject final : public Object {
+ public:
+  FilesObject(Heap& heap, std::string folder) : folder_(std::move(folder)) {
+    CountOn(heap, sizeof(FilesObject) + folder_.size());
+  }
+
+  std::string_view TypeName() const override { return "Files"; }
+  int FindMember(std::string_view name) const override {
+    return name.empty() || name == "item" ? DefaultMember : name == "count" ? 1 : NoMember;
+  }
+  Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
+    ExpectArguments(arguments, member == 0 ? 1 : 0, member == 0 ? 1 : 0);
+    if (member == 1) return Value::OfLong(static_cast<std::int32_t>(Names(context).size()));
+    const std::string path = context.files->Allowed(JoinedPath(folder_, ToText(arguments[0])));
+    if (!context.files->FileExists(path)) throw RuntimeError(53, path);
+    return NewObject<FileObject>(context.heap, path);
+  }
+  Value Items(Context& context) override {
+    const std::vector<std::string> names = Names(context);
+    Value array = NewArray(context.heap, names.size());
+    for (std::size_t i = 0; i < names.size(); ++i)
+      array.AsArray()->elements[i] =
+          NewObject<FileObject>(context.heap, JoinedPath(folder_, names[i]));
+    return array;
+  }
+
+ private:
+  std::vector<std::string> Names(Context& context) const {
+    std::vector<std::string> names;
+    ThrowIfFailed(context.files->AllFiles().ListFiles(folder_, names), folder_);
+    for (const std::string& name : names) context.Work(256 + name.size());
+    std::ranges::sort(names);
+    return names;
+  }
+
+  const std::string folder_;
+};
+
+/// What GetFolder tells of a folder.
+class FolderObject final : public Object {
+ public:
+  FolderObject(Heap& heap, std::string path) : path_(std::move(path)) {
+    CountOn(heap, sizeof(FolderObject) + path_.size());
+  }
+
+  std::string_view TypeName() const override { return "Folder"; }
+  int FindMember(std::string_view name) const override {
+    static constexpr std::string_view members[] = {"path", "name", "files"};
+    const auto at = std::ranges::find(members, name.empty() ? "path" : name);
+    return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+  }
+  Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
+    ExpectArguments(arguments, 0, member == 2 ? 1 : 0);
+    if (member == 0) return NewText(context, path_);
+    if (member == 1) return NewText(context, FileNameOf(path_));
+    const Value files = NewObject<FilesObject>(context.heap, path_);
+    return arguments.empty() ? files : files.AsObject()->Invoke(context, 0, arguments);
   }
 
  private:
@@ -140,6 +205,13 @@ Value GetFile(Context& context, MemberArguments a) {
   return NewObject<FileObject>(context.heap, path);
 }
 
+Value GetFolder(Context& context, MemberArguments a) {
+  const std::string path = Path(context, a[0]);
+  if (!context.files->FolderExists(path)) throw RuntimeError(76, path);
+  const bool isOpen = path.size() > 1 && (path.ends_with('/') || path.ends_with('\\'));
+  return NewObject<FolderObject>(context.heap, path.substr(0, path.size() - (isOpen ? 1 : 0)));
+}
+
 /// CreateTextFile(path [, overwrite [, unicode]])
 Value CreateTextFile(Context& context, MemberArguments a) {
   const std::string path = Path(context, a[0]);
@@ -179,6 +251,7 @@ constexpr struct {
     {"getfilename", 1, 1, GetFileName},
     {"getparentfoldername", 1, 1, GetParentFolderName},
     {"getfile", 1, 1, GetFile},
+    {"getfolder", 1, 1, GetFolder},
     {"createtextfile", 1, 3, CreateTextFile},
     {"opentextfile", 1, 4, OpenTextFile},
 };

@@ -226,6 +226,51 @@ TEST_F(Scripts, ADocumentsScriptsAreCheckedWithIt) {
   }
 }
 
+/// The way in which packages go through a folder: a step that looks for the next file, one that
+/// loads it, and one that lets both run again.
+TEST_F(Scripts, AScriptLetsStepsRunAgainForEachFileOfAFolder) {
+  for (const char* name : {"b.csv", "a.csv", "note.txt"})
+    disk_.Write(std::string("in/") + name, std::string("a\n") + name + "\n");
+  warehouse_->Execute("CREATE TABLE t (id VARCHAR(9))");
+  host_ = NewPackageHost({server_.Databases(),
+                          *files_,
+                          *codePages_,
+                          clock_,
+                          *processes_,
+                          eventLog_,
+                          mail_,
+                          {disk_.PathOf("")}});
+  const std::string ended = Ran(
+      StepOf("look", "task = \"Script\"\n" + ScriptKey("script", R"(
+Set package = DTSGlobalVariables.Parent
+Set loads = package.Steps("load")
+Set folder = CreateObject("Scripting.FileSystemObject").GetFolder(")" +
+                                                                     disk_.PathOf("in/") + R"(")
+found = ""
+For Each file In folder.Files
+  If Right(file.Name, 4) = ".csv" And InStr(DTSGlobalVariables("Text").Value, file.Name) = 0 And found = "" Then found = file.Path
+Next
+loads.DisableStep = (found = "")
+package.Steps("end").DisableStep = Not loads.DisableStep
+If found <> "" Then
+  package.Connections("file").DataSource = found
+  DTSGlobalVariables("Text").Value = DTSGlobalVariables("Text").Value & folder.Files(Mid(found, Len(folder.Path) + 2)).Name
+  DTSPackageLog.WriteStringToLog "next is " & package.Connections("file").DataSource
+End If
+Main = DTSTaskExecResult_Success)")) +
+      StepOf("load",
+             "after = [{ step = \"look\" }]\ntask = \"DataPump\"\nsource = \"file\"\n"
+             "destination = \"dw\"\ntable = \"t\"\ncolumns = { a = \"id\" }") +
+      StepOf("again", "after = [{ step = \"load\" }]\ntask = \"Script\"\n" + ScriptKey("script", R"(
+DTSGlobalVariables.Parent.Steps("look").ExecutionStatus = DTSStepExecStat_Waiting
+Main = DTSTaskExecResult_Success)")) +
+      StepOf("end",
+             "after = [{ step = \"look\" }]\ntask = \"ExecuteSQL\"\nconnection = \"dw\"\n"
+             "sql = \"INSERT INTO t VALUES ('end')\""));
+  EXPECT_EQ("a.csv\nb.csv\nend", RowsOf(*warehouse_, "SELECT * FROM t ORDER BY rowid")) << ended;
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("next is " + disk_.PathOf("in/a.csv")));
+}
+
 TEST_F(Scripts, WhatAScriptWillLackIsSaidBeforehand) {
   const struct {
     const char* statements;
@@ -234,8 +279,7 @@ TEST_F(Scripts, WhatAScriptWillLackIsSaidBeforehand) {
       {"Set o = CreateObject(\"ADODB.Connection\")",
        "line 2 of its script makes ADODB.Connection, which is not there"},
       {"Set o = CreateObject(\"scripting.dictionary\")\nSet p = CreateObject(name) ' MsgBox 1", ""},
-      {"\nx = DTSGlobalVariables.Parent.Steps(1).Name",
-       "line 3 of its script uses DTSGlobalVariables.Parent"},
+      {"\nx = DTSGlobalVariables.Parent.Tasks(1).Name", "line 3 of its script changes the tasks"},
       {"MsgBox \"hello\"", "line 2 of its script uses MsgBox"},
   };
   for (const auto& c : cases) {

@@ -50,6 +50,10 @@ TEST_F(FileSystemObject, ReadsAndWrites) {
        "String TrueFalse"},
       {"r = f.GetFile(\"/srv/x/a.tar.gz\").Size & f.GetFile(\"/srv/x/a.tar.gz\").Name",
        "String 5a.tar.gz"},
+      {"Set d = f.GetFolder(\"C:\\data\\\") : r = d.Name & d.Files.Count\n"
+       "For Each g In d.Files : r = r & g.Path : Next : r = r & d.Files(\"in.txt\").Name",
+       "String data1C:\\data\\in.txtin.txt"},
+      {"f.GetFolder \"C:\\data\\none\"", "! 76 Path not found: 'C:\\data\\none' in line 3"},
       {"f.CopyFile \"C:\\data\\in.txt\", \"C:\\data\\in.txt\", False",
        "! 58 File already exists: 'C:\\data\\in.txt' to 'C:\\data\\in.txt' (File exists) in line "
        "3"},

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/model/EngineServices.h"
+#include "engine/model/PackageObjects.h"
 #include "engine/model/ScriptNeeds.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
@@ -103,15 +104,21 @@ class GlobalVariableObject final : public script::Object {
 /// DTSGlobalVariables: the package's variables by name.
 class GlobalVariablesObject final : public script::Object {
  public:
-  explicit GlobalVariablesObject(Variables& variables) : variables_(variables) {
+  GlobalVariablesObject(Variables& variables, PackageControl& package)
+      : variables_(variables), package_(package) {
     for (const GlobalVariable& variable : variables.All()) names_.push_back(variable.name);
   }
 
   std::string_view TypeName() const override { return "GlobalVariables"; }
   int FindMember(std::string_view name) const override {
+    if (name == "parent") return kParent;
     return name.empty() || name == "item" ? DefaultMember : name == "count" ? kCount : NoMember;
   }
   Value Invoke(script::Context&, int member, std::span<const Value> arguments) override {
+    if (member == kParent)
+      return NewPackageObject(package_, [&variables = variables_, &package = package_] {
+        return script::NewObject<GlobalVariablesObject>(variables, package);
+      });
     if (member == kCount) return Value::OfLong(static_cast<std::int32_t>(names_.size()));
     return script::NewObject<GlobalVariableObject>(variables_, Found(arguments));
   }
@@ -121,7 +128,7 @@ class GlobalVariablesObject final : public script::Object {
   }
 
  private:
-  static constexpr int kCount = 1;
+  static constexpr int kCount = 1, kParent = 2;
 
   const std::string& Found(std::span<const Value> keys) const {
     script::ExpectArguments(keys, 1, 1);
@@ -136,6 +143,7 @@ class GlobalVariablesObject final : public script::Object {
   }
 
   Variables& variables_;
+  PackageControl& package_;
   std::vector<std::string> names_;
 };
 
@@ -166,15 +174,16 @@ ScriptSource ReadScript(TaskReader& reader, std::string_view key, std::string_vi
   return source;
 }
 
-PackageScript::PackageScript(const ScriptSource& source, Variables& variables,
-                             const EngineServices& services, Names names)
-    : files_(services.files, services.codePages.Ansi(), services.scriptDirectories) {
+PackageScript::PackageScript(const ScriptSource& source, const Host& host, Names names)
+    : files_(host.services.files, host.services.codePages.Ansi(), host.services.scriptDirectories) {
   for (const auto& constant : kConstants)
     names.emplace_back(constant.name, Value::OfLong(constant.value));
-  names.emplace_back("DTSGlobalVariables", script::NewObject<GlobalVariablesObject>(variables));
+  names.emplace_back("DTSGlobalVariables",
+                     script::NewObject<GlobalVariablesObject>(host.variables, host.package));
+  names.emplace_back("DTSPackageLog", NewPackageLogObject(host.package, host.step));
   try {
     script_ = std::make_unique<script::Script>(
-        source.text, script::Host{.clock = services.clock, .names = names, .files = &files_});
+        source.text, script::Host{.clock = host.services.clock, .names = names, .files = &files_});
   } catch (const script::ScriptError& error) {
     throw AsPlatformError(error, "the script cannot be compiled");
   }

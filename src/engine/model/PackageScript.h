@@ -13,6 +13,7 @@
 namespace torvik::engine {
 
 struct EngineServices;
+class PackageControl;
 class TaskReader;
 class Variables;
 
@@ -26,9 +27,16 @@ class PackageScript {
  public:
   using Names = std::vector<std::pair<std::string, script::Value>>;
 
+  /// What a script works for.
+  struct Host {
+    Variables& variables;
+    const EngineServices& services;
+    PackageControl& package;
+    std::string step;  ///< For the package's log.
+  };
+
   /// `names` are further objects that the script sees. Throws PlatformError.
-  PackageScript(const ScriptSource& source, Variables& variables, const EngineServices& services,
-                Names names = {});
+  PackageScript(const ScriptSource& source, const Host& host, Names names = {});
 
   /// Calls the function and answers its result. Throws ScriptError.
   script::Value Call();

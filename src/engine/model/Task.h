@@ -15,6 +15,7 @@ namespace torvik::engine {
 
 struct ConnectionSettings;
 struct EngineServices;
+class PackageControl;
 class Variables;
 
 /// What a task has done.
@@ -42,6 +43,9 @@ class TaskContext {
 
   /// The package's global variables, which other steps read and set meanwhile.
   virtual Variables& GlobalVariables() = 0;
+
+  /// The package, as its scripts may change it while it runs.
+  virtual PackageControl& Package() = 0;
 
   /// The step's name.
   virtual const std::string& Step() const = 0;

@@ -26,12 +26,15 @@ class PackageExecution {
         package_(request.package),
         workflow_(request.workflow),
         shared_{request, [this](ExecutionEvent event) { Tell(std::move(event)); },
-                Connections(request.services.databases), Transaction(request.services.databases)},
+                Connections(request.services.databases), Transaction(request.services.databases),
+                RunControl(request, [this](ExecutionEvent event) { Tell(std::move(event)); })},
         running_(request.services.clock),
         threads_(workflow_,
                  {static_cast<std::size_t>(package_.maxConcurrentSteps), package_.useTransaction,
                   request.onOneThread},
-                 [this](std::size_t step) { return TryStepAt(step); }) {}
+                 [this](std::size_t step) { return TryStepAt(step); }) {
+    shared_.control.Attach(threads_);
+  }
 
   void Run() {
     const auto begin = Now();
@@ -171,7 +174,7 @@ class PackageExecution {
                                                   : "its constraints did not come to hold";
     for (std::size_t i = 0; i < package_.steps.size(); ++i) {
       const StepModel& step = package_.steps[i];
-      if (step.disabled)
+      if (workflow_.IsDisabled(i))
         Tell({.kind = Kind::StepNotRun, .step = step.name, .text = "it is disabled"});
       else if (workflow_.States()[i].status == dts::StepExecutionStatus::Waiting)
         Tell({.kind = Kind::StepNotRun, .step = step.name, .text = reason});

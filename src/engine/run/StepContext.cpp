@@ -13,7 +13,10 @@ using Kind = ExecutionEvent::Kind;
 ConnectionSettings StepContext::Settings(const std::string& connection) const {
   const EngineServices& services = shared_.request.services;
   const FileServices files{services.files, services.codePages};
-  return ResolveConnection(shared_.request.package, connection, shared_.request.variables, &files);
+  ConnectionSettings settings =
+      ResolveConnection(shared_.request.package, connection, shared_.request.variables, &files);
+  shared_.control.Overlay(connection, settings);
+  return settings;
 }
 
 ado::Connection& StepContext::Database(const std::string& connection) {

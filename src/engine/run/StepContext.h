@@ -9,6 +9,7 @@
 #include "engine/model/Connections.h"
 #include "engine/model/Task.h"
 #include "engine/run/PackageExecution.h"
+#include "engine/run/RunControl.h"
 #include "engine/run/StepCancellation.h"
 #include "engine/run/Transaction.h"
 #include "platform/Ado.h"
@@ -21,6 +22,7 @@ struct RunShared {
   EventSink tell;  ///< Safe for several threads.
   Connections connections;
   Transaction transaction;
+  RunControl control;
 };
 
 /// What one attempt of a step sees of the package that runs it. Connections that it took are closed
@@ -37,6 +39,7 @@ class StepContext final : public TaskContext {
 
   const EngineServices& Services() const override { return shared_.request.services; }
   Variables& GlobalVariables() override { return shared_.request.variables; }
+  PackageControl& Package() override { return shared_.control; }
   const std::string& Step() const override { return step_.name; }
   const std::vector<std::string>& RunningPackages() const override {
     return shared_.request.runningPackages;

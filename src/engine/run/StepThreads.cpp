@@ -22,6 +22,13 @@ void StepThreads::RunAll() {
   if (failure_) std::rethrow_exception(failure_);
 }
 
+void StepThreads::With(const std::function<void(Workflow&)>& change) {
+  const std::lock_guard lock(mutex_);
+  change(workflow_);
+  AddThreads(0);
+  changed_.notify_all();
+}
+
 void StepThreads::Stop() {
   const std::lock_guard lock(mutex_);
   stopped_ = true;

@@ -30,6 +30,10 @@ class StepThreads {
   /// Returns when no step can start and none runs. Throws what `run` threw, which stops the steps.
   void RunAll();
 
+  /// Looks at the workflow or changes it; what is ready then is started. Any thread may call it,
+  /// `run` too.
+  void With(const std::function<void(Workflow&)>& change);
+
   /// No further step starts. Any thread may call it, `run` too.
   void Stop();
 

@@ -1,5 +1,7 @@
 #include "engine/run/Workflow.h"
 
+#include <utility>
+
 namespace torvik::engine {
 
 using dts::StepExecutionResult;
@@ -26,7 +28,7 @@ Workflow::Workflow(const std::vector<StepModel>& steps)
     states_[i].name = step.name;
     Rule& rule = rules_[i];
     rule.priority = step.priority;
-    rule.disabled = step.disabled;
+    rule.disabledAtFirst = step.disabled;
     rule.mainThread = step.executeInMainThread;
     rule.usesTransaction = step.joinTransaction || step.commitSuccess || step.rollbackFailure;
     rule.constraints = step.after.size();
@@ -39,8 +41,10 @@ Workflow::Workflow(const std::vector<StepModel>& steps)
 void Workflow::Reset() {
   failures_ = 0;
   open_.assign(states_.size(), 0);
+  last_.assign(states_.size(), {});
   for (Ready& ready : ready_) ready.clear();
   for (std::size_t i = 0; i < states_.size(); ++i) {
+    rules_[i].disabled = rules_[i].disabledAtFirst;
     states_[i].status =
         rules_[i].disabled ? StepExecutionStatus::Inactive : StepExecutionStatus::Waiting;
     states_[i].result = StepExecutionResult::Success;
@@ -91,16 +95,49 @@ void Workflow::Start(std::size_t step) {
 }
 
 void Workflow::End(std::size_t step, StepEnd end) {
+  const bool again = std::exchange(last_[step].again, false);
   if (end == StepEnd::LeftOut) {
     states_[step].status = StepExecutionStatus::Inactive;
-    return;
+  } else {
+    const bool failed = end == StepEnd::Failed;
+    states_[step].status = StepExecutionStatus::Completed;
+    if (failed) states_[step].result = StepExecutionResult::Failure;
+    if (failed) ++failures_;
+    last_[step].failed = failed;
+    for (const Constraint& later : rules_[step].before)
+      if (Holds(later.outcome, failed) && --open_[later.step] == 0) MakeReady(later.step);
   }
-  const bool failed = end == StepEnd::Failed;
-  states_[step].status = StepExecutionStatus::Completed;
-  states_[step].result = failed ? StepExecutionResult::Failure : StepExecutionResult::Success;
-  if (failed) ++failures_;
-  for (const Constraint& later : rules_[step].before)
-    if (Holds(later.outcome, failed) && --open_[later.step] == 0) MakeReady(later.step);
+  if (again) RunAgain(step);
+}
+
+void Workflow::RunAgain(std::size_t step) {
+  StepState& state = states_[step];
+  if (state.status == StepExecutionStatus::InProgress) last_[step].again = true;
+  const bool hasEnded = state.status == StepExecutionStatus::Completed ||
+                        (state.status == StepExecutionStatus::Inactive && !rules_[step].disabled);
+  if (!hasEnded) return;
+  const bool hasRun = state.status == StepExecutionStatus::Completed;
+  state.status =
+      rules_[step].disabled ? StepExecutionStatus::Inactive : StepExecutionStatus::Waiting;
+  if (open_[step] == 0) MakeReady(step);
+  if (!hasRun) return;
+  for (const Constraint& later : rules_[step].before) {
+    if (!Holds(later.outcome, last_[step].failed)) continue;
+    if (open_[later.step]++ == 0) ReadyOf(later.step).erase(Rank(later.step));
+    RunAgain(later.step);
+  }
+}
+
+void Workflow::SetDisabled(std::size_t step, bool disabled) {
+  StepState& state = states_[step];
+  rules_[step].disabled = disabled;
+  if (disabled && state.status == StepExecutionStatus::Waiting) {
+    ReadyOf(step).erase(Rank(step));
+    state.status = StepExecutionStatus::Inactive;
+  } else if (!disabled && state.status == StepExecutionStatus::Inactive) {
+    state.status = StepExecutionStatus::Waiting;
+    if (open_[step] == 0) MakeReady(step);
+  }
 }
 
 }  // namespace torvik::engine

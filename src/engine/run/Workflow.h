@@ -52,6 +52,13 @@ class Workflow {
   void Start(std::size_t step);
   void End(std::size_t step, StepEnd end);
 
+  /// A step that has ended waits once more, and so do those whose constraints on it held; one that
+  /// runs does so after its end. A step that has failed once counts as failed.
+  void RunAgain(std::size_t step);
+  /// Until Reset; a step that runs goes on.
+  void SetDisabled(std::size_t step, bool disabled);
+  bool IsDisabled(std::size_t step) const { return rules_[step].disabled; }
+
   /// True for a step that joins the package's transaction, commits it or rolls it back.
   bool UsesTransaction(std::size_t step) const { return rules_[step].usesTransaction; }
 
@@ -62,7 +69,7 @@ class Workflow {
   /// What the document says of one step.
   struct Rule {
     int priority = 3;
-    bool disabled = false;
+    bool disabled = false, disabledAtFirst = false;
     bool mainThread = false;
     bool usesTransaction = false;
     std::size_t constraints = 0;
@@ -79,8 +86,14 @@ class Workflow {
 
   std::vector<StepState> states_;
   std::vector<Rule> rules_;
+  /// How the last run of a step has ended, and whether it is to run again after this one.
+  struct LastRun {
+    bool failed = false, again = false;
+  };
+
   std::vector<std::size_t> open_;  // of each step: constraints that do not hold yet
-  std::array<Ready, 4> ready_;     // by thread and use of the transaction
+  std::vector<LastRun> last_;
+  std::array<Ready, 4> ready_;  // by thread and use of the transaction
   std::size_t failures_ = 0;
 };
 

@@ -19,7 +19,8 @@ constexpr int kMostTimes = 10'000;
 }  // namespace
 
 bool WantsToRun(RunShared& shared, const StepModel& step, StepCancellation& control) {
-  PackageScript script(*step.workflowScript, shared.request.variables, shared.request.services);
+  PackageScript script(*step.workflowScript, {shared.request.variables, shared.request.services,
+                                              shared.control, step.name});
   const PeriodicThread watch([&] {
     if (control.Cancelled()) script.Cancel();
   });

@@ -300,7 +300,9 @@ class ScriptedRow final : public RowScript {
             plan.sources.empty() ? scope.sourceColumns : plan.sources, PositionsOf(plan, scope))),
         destination_(script::NewObject<DestinationObject>(plan.destinations)),
         script_(
-            plan.script, scope.context.GlobalVariables(), scope.context.Services(),
+            plan.script,
+            {scope.context.GlobalVariables(), scope.context.Services(), scope.context.Package(),
+             scope.context.Step()},
             {{"DTSSource", source_}, {"DTSDestination", destination_}, {"DTSLookups", lookups}}) {}
 
   unsigned Run(const TransformedRow& row, std::span<LoadValue> values) override {

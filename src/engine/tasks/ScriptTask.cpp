@@ -18,7 +18,8 @@ class ScriptTask final : public Task {
   std::string WhyNot() const override { return source_.lacks; }
 
   TaskResult Run(TaskContext& context) const override {
-    PackageScript script(source_, context.GlobalVariables(), context.Services());
+    PackageScript script(source_, {context.GlobalVariables(), context.Services(), context.Package(),
+                                   context.Step()});
     const PeriodicThread watch([&] {
       if (context.Cancelled()) script.Cancel();
     });

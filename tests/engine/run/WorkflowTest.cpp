@@ -66,5 +66,38 @@ TEST(Workflow, RunsStepsInTheirOrder) {
   }
 }
 
+TEST(Workflow, StepsThatAreToRunAgainWaitForTheirConstraints) {
+  using enum Outcome;
+  // 0, then 1, then 2; 3 after a failure of 1.
+  std::vector<StepModel> steps(4);
+  steps[1].after = {{0, Success}};
+  steps[2].after = {{1, Completion}};
+  steps[3].after = {{1, Failure}};
+  Workflow workflow(steps);
+  std::string order, ends;
+  for (int runs = 0; const auto next = workflow.Next(); ++runs) {
+    order += std::to_string(*next);
+    workflow.Start(*next);
+    if (runs == 0) workflow.SetDisabled(2, true);
+    if (runs == 1) {  // it ends badly, and runs again itself: those behind it wait
+      workflow.RunAgain(1);
+      workflow.End(1, StepEnd::Failed);
+      EXPECT_EQ("SWIW", [&] {
+        std::string all;
+        for (const StepState& state : workflow.States()) all += EndOf(state);
+        return all;
+      }());
+      continue;
+    }
+    if (runs == 2) workflow.SetDisabled(2, false);
+    if (runs == 3) workflow.RunAgain(0);
+    workflow.End(*next, StepEnd::Succeeded);
+  }
+  for (const StepState& state : workflow.States()) ends += EndOf(state);
+  EXPECT_EQ("0112012", order);
+  EXPECT_EQ("SFSW", ends);  // a failure is not forgotten
+  EXPECT_TRUE(workflow.AnyFailed());
+}
+
 }  // namespace
 }  // namespace torvik::engine

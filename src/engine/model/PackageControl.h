@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Dts.h"
+
+namespace torvik::engine {
+
+/// The package that runs, as its scripts see and change it while it does. Safe for several threads.
+/// Changes end with the run.
+class PackageControl {
+ public:
+  virtual ~PackageControl() = default;
+
+  virtual std::string Name() const = 0;
+  virtual std::vector<std::string> Steps() const = 0;
+  virtual std::vector<std::string> Connections() const = 0;
+
+  /// `step` is a position in Steps().
+  virtual dts::StepExecutionStatus Status(std::size_t step) const = 0;
+  virtual dts::StepExecutionResult Result(std::size_t step) const = 0;
+  virtual bool IsDisabled(std::size_t step) const = 0;
+  /// A step that has ended waits once more, as do those that wait for it; it runs again when its
+  /// constraints hold, at once if they do. One that is running runs again after its end.
+  virtual void RunAgain(std::size_t step) = 0;
+  virtual void SetDisabled(std::size_t step, bool disabled) = 0;
+
+  /// A property of the connection of that name, which must be there; empty when it is not set.
+  virtual std::string ConnectionProperty(const std::string& connection,
+                                         const std::string& property) const = 0;
+  /// From now on for whoever opens the connection.
+  virtual void SetConnectionProperty(const std::string& connection, const std::string& property,
+                                     const std::string& value) = 0;
+
+  /// A line for the package's log; `step` is who writes it.
+  virtual void WriteLog(const std::string& step, std::string_view text) = 0;
+};
+
+}  // namespace torvik::engine
