@@ -179,9 +179,9 @@ class Database {
   /// old rows or the new ones. Belongs into a transaction. Answers how many rows it has now.
   virtual std::int64_t ReplaceRows(const std::string& table, const std::string& staging) = 0;
 
-  /// True when a statement has begun a transaction that none has ended. For a connection without
-  /// one by BeginTrans.
-  virtual bool HasOpenTransaction() = 0;
+  /// Whether a transaction is open, by BeginTrans or by a statement that has begun one and by none
+  /// that has ended it. Nothing when the server does not tell.
+  virtual std::optional<bool> HasOpenTransaction() = 0;
 
   virtual void BeginTrans() = 0;
   virtual void CommitTrans() = 0;

@@ -46,7 +46,7 @@ ado::Connection& StepContext::OwnConnection(const std::string& name,
 
 void StepContext::LookForTransactions(bool areClosed) {
   for (Taken& one : taken_) {
-    one.hasTransaction = one.connection->HasOpenTransaction();
+    one.hasTransaction = one.connection->HasOpenTransaction().value_or(false);
     if (one.hasTransaction && areClosed)
       throw PlatformError(0, LostTransaction(step_.name, one.name), "package engine");
   }

@@ -33,9 +33,18 @@ class ExecuteSqlTask final : public Task {
   bool CanJoin() const override { return true; }
 
   TaskResult Run(TaskContext& context) const override {
-    Variables& variables = context.GlobalVariables();
-    const std::string sql = variables.Substitute(sql_.text);
     ado::Connection& database = context.Database(connection_);
+    const TaskResult result = RunOn(database, context.GlobalVariables());
+    if (context.Joined() && database.HasOpenTransaction() == false)
+      throw SqlFailure(
+          "the SQL text ends the package's transaction, which the step has joined: what was done "
+          "in it is committed or undone already; remove COMMIT and ROLLBACK from the text");
+    return result;
+  }
+
+ private:
+  TaskResult RunOn(ado::Connection& database, Variables& variables) const {
+    const std::string sql = variables.Substitute(sql_.text);
     // Without either, a '?' is the server's own affair.
     if (!hasParameters_ && results_.empty()) return database.Execute(sql);
     std::vector<ado::Value> parameters;
@@ -46,7 +55,6 @@ class ExecuteSqlTask final : public Task {
     return result.changedRows;
   }
 
- private:
   void ReadResults(TaskReader& reader) {
     const TomlValue* results = reader.Table().Find("results");
     if (results != nullptr && std::holds_alternative<TomlArray>(results->data)) {

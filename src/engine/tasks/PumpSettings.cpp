@@ -144,7 +144,7 @@ unsigned ReadTransformFlags(TaskReader& reader) {
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
                          const PumpTable& table) {
   if (context.Joined()) return Load(context, job, source, table, {});
-  if (table.connection.HasOpenTransaction())
+  if (table.connection.HasOpenTransaction().value_or(false))
     throw PlatformError(0,
                         "an earlier step's SQL text has begun a transaction that is still open on "
                         "this connection, and the rows cannot have one of their own: end it with "

@@ -89,7 +89,7 @@ class AdoConnection final : public ado::Connection {
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return Database().ReplaceRows(table, staging);
   }
-  bool HasOpenTransaction() override { return Database().HasOpenTransaction(); }
+  std::optional<bool> HasOpenTransaction() override { return Database().HasOpenTransaction(); }
   void BeginTrans() override { Database().BeginTrans(); }
   void CommitTrans() override { Database().CommitTrans(); }
   void RollbackTrans() override { Database().RollbackTrans(); }

@@ -155,6 +155,8 @@ TEST_F(TasksTest, ATransactionOfSqlTextIsEndedByALaterStepOrFailsThePackage) {
                 "behind step \"next\" a transaction is open on the connection \"dw\"", ""},
                {Sql("begin", "BEGIN; " + insert, "connection = \"dw\"\nclose_connection = true"),
                 "F", "nothing of it is kept", ""},
+               {Sql("ends", "ROLLBACK", "join_transaction = true"), "F",
+                "ends the package's transaction", ""},
                {begin + LoadFile("", after), "SF", "has begun a transaction", ""}};
   disk_.Write("a.txt", "id,name\n2,b\n");
   for (const auto& c : cases) {

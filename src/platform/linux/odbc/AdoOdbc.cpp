@@ -153,9 +153,9 @@ class AdoOdbc final : public AdoDatabase {
     return ReplaceOdbcRows(*session_, RequireTable(table), RequireTable(staging));
   }
 
-  bool HasOpenTransaction() override {
+  std::optional<bool> HasOpenTransaction() override {
     const std::string question = session_->Dialect().TransactionQuery();
-    if (question.empty()) return false;
+    if (question.empty()) return std::nullopt;
     OdbcStatement query(*session_);
     query.Execute(question);
     bool isOpen = false;

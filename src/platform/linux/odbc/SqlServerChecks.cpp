@@ -135,9 +135,10 @@ class CheckedLoad final : public ado::BulkLoad {
   std::string MisfitOf(std::span<const ado::LoadValue> row) const {
     for (const auto& [place, check, name] : checks_) {
       if (row[place].IsNull()) continue;
-      const std::string text = TextOf(row[place]);
+      const std::string number = row[place].IsText() ? "" : TextOf(row[place]);
+      const std::string_view text = row[place].IsText() ? row[place].Text() : number;
       if (!check->takes(text))
-        return place_ + ", column " + name + ": \"" + text + "\" " + check->wanted;
+        return place_ + ", column " + name + ": \"" + std::string(text) + "\" " + check->wanted;
     }
     return "";
   }

@@ -120,7 +120,9 @@ class AdoPostgres final : public AdoDatabase {
     return ReplacePgRows(*session_, table, staging);
   }
 
-  bool HasOpenTransaction() override { return session_->IsInBlock() || session_->HasFailedBlock(); }
+  std::optional<bool> HasOpenTransaction() override {
+    return session_->IsInBlock() || session_->HasFailedBlock();
+  }
   void BeginTrans() override { session_->BeginTrans(); }
   void CommitTrans() override { session_->EndTrans(true); }
   void RollbackTrans() override { session_->EndTrans(false); }

@@ -166,7 +166,9 @@ class AdoSqlite final : public AdoDatabase {
     return ReplaceSqliteRows(*session_, Place(table), Place(staging));
   }
 
-  bool HasOpenTransaction() override { return sqlite3_get_autocommit(session_->Handle()) == 0; }
+  std::optional<bool> HasOpenTransaction() override {
+    return sqlite3_get_autocommit(session_->Handle()) == 0;
+  }
   void BeginTrans() override {
     session_->Run("BEGIN IMMEDIATE");
     hasSavepoint_ = false;
