@@ -34,7 +34,7 @@ bool IsNumberType(const std::string& type) {
 Walker::Walker(const Code& code, const KnownValues& known, const std::string& procedure)
     : code_(code), procedure_(LowerAscii(procedure)) {
   for (const auto& [name, text] : known) known_[LowerAscii(name)] = Value::OfText(text);
-  for (const Procedure& procedure : code.procedures) procedures_[procedure.lower] = &procedure;
+  for (const Procedure& one : code.procedures) procedures_[one.lower] = &one;
 }
 
 Recording Walker::Walk() {

@@ -216,7 +216,9 @@ TEST(Import, APumpsScriptsHaveTheirColumnsAndPhases) {
     const Translation package = Import(pump(c.lines));
     for (const char* part : c.document) EXPECT_THAT(package.document, HasSubstr(part)) << c.lines;
     for (const char* note : c.notes) EXPECT_THAT(NotesOf(package), HasSubstr(note)) << c.lines;
-    if (c.notes.empty()) EXPECT_EQ("", NotesOf(package)) << c.lines;
+    if (c.notes.empty()) {
+      EXPECT_EQ("", NotesOf(package)) << c.lines;
+    }
   }
 }
 
