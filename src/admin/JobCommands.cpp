@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "admin/Commands.h"
+#include "admin/FromDtsrun.h"
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
 #include "platform/PlatformError.h"
@@ -19,6 +20,7 @@ struct JobOptions {
   std::string warehouseServer = "(local)", database, warehouseUser, warehousePasswordFile;
   std::string logFile, logDirectory, passwordFor;
   bool truncatesLog = false, writesEvent = false;
+  DtsrunOptions dtsrun;
 };
 
 int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
@@ -161,6 +163,10 @@ void AddNewOptions(CLI::App& command, JobOptions& options) {
   command.add_flag("--write-event", options.writesEvent, "tell the system log how the run ended");
 }
 
+int FromDtsrun(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  return WriteJobOfDtsrun(platform, options.dtsrun, invocation.json);
+}
+
 }  // namespace
 
 void AddJobCommands(CLI::App& app, Invocation& invocation) {
@@ -189,6 +195,17 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
       group.Add("check", "open everything that a job file names, and change nothing", CheckJob);
   AddFile(*check, options);
   check->footer("Exit code: 0 no problem, 1 a problem.");
+  DtsrunOptions& given = options.dtsrun;
+  CLI::App* line =
+      group.Add("from-dtsrun", "write the job file that does what a dtsrun line does", FromDtsrun);
+  line->add_option("LINE", given.line,
+                   "the line, in quotes; \"-\" reads it from standard input, where no other user "
+                   "sees a password in it")
+      ->required();
+  line->add_option("-o,--output", given.output, "the job file; the package's name with .etl else");
+  line->add_option("--warehouse-server", given.warehouseServer,
+                   "the warehouse's server; that of the packages else");
+  line->add_option("--warehouse", given.warehouse, "the warehouse's database");
 }
 
 }  // namespace torvik::admin

@@ -8,6 +8,7 @@
 #include "engine/model/Variables.h"
 #include "engine/run/StepThreads.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 

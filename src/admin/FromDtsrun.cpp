@@ -1,0 +1,95 @@
+#include "admin/FromDtsrun.h"
+
+#include <iostream>
+#include <iterator>
+#include <map>
+
+#include "admin/Admin.h"
+#include "admin/DtsrunLine.h"
+#include "admin/JobFile.h"
+#include "engine/model/Variables.h"
+#include "platform/PlatformError.h"
+#include "platform/Text.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+std::string LineFrom(const std::string& given) {
+  if (given != "-") return given;
+  return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+}
+
+const char* Truth(bool value) {
+  return value ? "TRUE" : "FALSE";
+}
+
+/// The job's settings by the names of their keys.
+std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOptions& options) {
+  const std::string server = line.server.empty() ? "(local)" : line.server;
+  const std::string user = line.isTrusted ? "" : line.user;
+  const std::string password = line.isTrusted ? "" : line.password;
+  return {{"Package", line.package},
+          {"LogFile", line.log.empty() ? line.package + ".txt" : line.log},
+          {"UseDefaultLogFileDir", "TRUE"},
+          {"WriteEvent", Truth(line.writesEvent)},
+          {"DTSServer", server},
+          {"DTSNTAut", Truth(line.isTrusted)},
+          {"DTSUser", user},
+          {"DTSPwd", password},
+          {"DWServer", options.warehouseServer.empty() ? server : options.warehouseServer},
+          {"DWNTAut", Truth(line.isTrusted)},
+          {"DWUser", user},
+          {"DWPwd", password},
+          {"DWDB", options.warehouse}};
+}
+
+/// For a shell: in single quotes where it needs them.
+std::string ShellWord(const std::string& text) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
+  if (!text.empty() && text.find_first_not_of(kPlain) == text.npos) return text;
+  std::string word = "'";
+  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
+}
+
+std::string CommandOf(const DtsrunLine& line, const std::string& file,
+                      std::vector<std::string>& remarks) {
+  std::string command = "torvik-admin run " + ShellWord(file);
+  for (const auto& [name, value] : line.variables) {
+    if (engine::IsPasswordName(name))
+      remarks.push_back("/A " + name + ": let a step of SetVariables read it from a file");
+    else
+      command += " --var " + ShellWord(name + "=" + value);
+  }
+  return command;
+}
+
+}  // namespace
+
+int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool json) {
+  const DtsrunLine line = ReadDtsrunLine(LineFrom(options.line));
+  const std::string file = options.output.empty() ? line.package + ".etl" : options.output;
+  FileStatus status;
+  if (!platform.files->Status(file, status))
+    throw PlatformError(0, file + " is there already; name another file by -o", "job from-dtsrun");
+  auto job = JobOf(line, options);
+  JobFile::Make(platform, file, job);
+  std::vector<std::string> remarks = line.remarks;
+  if (options.warehouse.empty())
+    remarks.emplace_back("the job needs its warehouse: DWServer and DWDB in the job file");
+  const std::string command = CommandOf(line, file, remarks);
+  std::string sentence = file + ": package " + line.package + " of " + job["DTSServer"];
+  for (const std::string& remark : remarks) sentence += "\n" + remark;
+  sentence += "\nto run it, for example from a timer or by cron (0 2 * * *): " + command;
+  PrintResult({{"job", file},
+               {"package", line.package},
+               {"server", job["DTSServer"]},
+               {"remarks", remarks},
+               {"command", command}},
+              sentence, json);
+  return 0;
+}
+
+}  // namespace torvik::admin

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace torvik {
+struct LinuxPlatform;
+}
+
+namespace torvik::admin {
+
+/// What the new job needs and the line does not say.
+struct DtsrunOptions {
+  std::string line;             ///< "-": it comes from standard input.
+  std::string output;           ///< The job file; empty: the package's name with ".etl".
+  std::string warehouseServer;  ///< Empty: the server of the packages.
+  std::string warehouse;        ///< The database; empty: to be filled in.
+};
+
+/// Writes the job file that does what a dtsrun line does, and prints the command that runs it.
+/// Throws PlatformError, and writes nothing, when the line is not taken over or the file is there.
+int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool json);
+
+}  // namespace torvik::admin
