@@ -20,10 +20,6 @@ std::string LineFrom(const std::string& given) {
   return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
 }
 
-const char* Truth(bool value) {
-  return value ? "TRUE" : "FALSE";
-}
-
 /// The job's settings by the names of their keys.
 std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOptions& options) {
   const std::string server = line.server.empty() ? "(local)" : line.server;
@@ -32,13 +28,13 @@ std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOpt
   return {{"Package", line.package},
           {"LogFile", line.log.empty() ? line.package + ".txt" : line.log},
           {"UseDefaultLogFileDir", "TRUE"},
-          {"WriteEvent", Truth(line.writesEvent)},
+          {"WriteEvent", JobTruth(line.writesEvent)},
           {"DTSServer", server},
-          {"DTSNTAut", Truth(line.isTrusted)},
+          {"DTSNTAut", JobTruth(line.isTrusted)},
           {"DTSUser", user},
           {"DTSPwd", password},
           {"DWServer", options.warehouseServer.empty() ? server : options.warehouseServer},
-          {"DWNTAut", Truth(line.isTrusted)},
+          {"DWNTAut", JobTruth(line.isTrusted)},
           {"DWUser", user},
           {"DWPwd", password},
           {"DWDB", options.warehouse}};

@@ -39,23 +39,19 @@ std::string Beside(const JobOptions& options, const std::string& given, const ch
   return std::filesystem::absolute(options.file).replace_extension(ending).string();
 }
 
-const char* Truth(bool value) {
-  return value ? "TRUE" : "FALSE";
-}
-
 int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
   JobFile::Make(platform, options.file,
                 {{"Package", options.package},
                  {"LogFile", Beside(options, options.logFile, ".txt")},
                  {"LogFileDir", Beside(options, options.logDirectory, ".logs/")},
-                 {"TruncLogFile", Truth(options.truncatesLog)},
-                 {"WriteEvent", Truth(options.writesEvent)},
+                 {"TruncLogFile", JobTruth(options.truncatesLog)},
+                 {"WriteEvent", JobTruth(options.writesEvent)},
                  {"DTSServer", options.server},
-                 {"DTSNTAut", Truth(options.user.empty())},
+                 {"DTSNTAut", JobTruth(options.user.empty())},
                  {"DTSUser", options.user},
                  {"DTSPwd", ReadPassword({options.server, options.user, options.passwordFile})},
                  {"DWServer", options.warehouseServer},
-                 {"DWNTAut", Truth(options.warehouseUser.empty())},
+                 {"DWNTAut", JobTruth(options.warehouseUser.empty())},
                  {"DWUser", options.warehouseUser},
                  {"DWPwd", ReadPassword({options.warehouseServer, options.warehouseUser,
                                          options.warehousePasswordFile})},

@@ -42,6 +42,11 @@ class JobFile {
   std::string path_;
 };
 
+/// As a truth stands in a job file.
+inline const char* JobTruth(bool value) {
+  return value ? "TRUE" : "FALSE";
+}
+
 /// The key of this name, in any letter case. Throws PlatformError that lists those there are.
 JobKey JobKeyOf(std::string_view name);
 
