@@ -21,7 +21,7 @@ std::vector<Token> TokensOf(std::string_view script) {
   }
 }
 
-bool IsText(const Token& token) {
+bool IsLiteralText(const Token& token) {
   return token.kind == TokenKind::Literal && token.value.Is(script::Kind::Text);
 }
 
@@ -47,7 +47,7 @@ ColumnUse ColumnsOf(std::string_view script, std::string_view lowerObject) {
         at + 4 < tokens.size() && tokens[at + 1].IsSymbol(".") && tokens[at + 2].IsWord("item");
     const std::size_t open = at + (hasItem ? 3 : 1);
     if (!tokens[open].IsSymbol("(")) continue;
-    const bool isName = IsText(tokens[open + 1]) && tokens[open + 2].IsSymbol(")");
+    const bool isName = IsLiteralText(tokens[open + 1]) && tokens[open + 2].IsSymbol(")");
     if (!isName) {
       use.isOpen = true;
       continue;
@@ -63,7 +63,7 @@ ColumnUse ColumnsOf(std::string_view script, std::string_view lowerObject) {
 void NotePassword(std::vector<Note>& notes, int line, const std::string& what,
                   std::string_view script) {
   for (const Token& token : TokensOf(script))
-    if (IsText(token) && HoldsPassword(token.value.View()))
+    if (IsLiteralText(token) && HoldsPassword(token.value.View()))
       return notes.push_back(
           {line, "the script of " + what + " holds a password (line " +
                      std::to_string(token.place.line) +
