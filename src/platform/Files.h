@@ -22,7 +22,7 @@ class FileReader {
 
   /// A wait for a pipe's writer is given up, by the error operation_canceled, once this becomes
   /// true. Null: nobody gives it up.
-  virtual void EndOn(const std::atomic<bool>*) {}
+  virtual void EndOn(const std::atomic<bool>* cancelled) = 0;
 };
 
 /// What a directory tells of a plain file.
@@ -44,7 +44,7 @@ class FileWriter {
 
   /// A wait for a pipe's reader is given up, by the error operation_canceled, once this becomes
   /// true. Null: nobody gives it up.
-  virtual void EndOn(const std::atomic<bool>*) {}
+  virtual void EndOn(const std::atomic<bool>* cancelled) = 0;
 };
 
 /// Auto: reading, gzip when the file begins as gzip does; writing, when its name ends in ".gz".

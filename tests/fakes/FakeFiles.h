@@ -156,6 +156,7 @@ struct FakeFiles final : Files {
       at += got;
       return got;
     }
+    void EndOn(const std::atomic<bool>*) override {}
     const std::string text;
     std::size_t at = 0;
   };
@@ -168,6 +169,7 @@ struct FakeFiles final : Files {
       return files.Failure(path);
     }
     std::error_code Commit() override { return files.Write("OpenWrite", path, text); }
+    void EndOn(const std::atomic<bool>*) override {}
     FakeFiles& files;
     const std::string path;
     std::string text;

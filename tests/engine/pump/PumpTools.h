@@ -35,6 +35,7 @@ struct SlowFiles : Files {
       at += got;
       return got;
     }
+    void EndOn(const std::atomic<bool>*) override {}
   };
 
   std::unique_ptr<FileReader> OpenRead(const std::string& path, std::error_code& error) override {

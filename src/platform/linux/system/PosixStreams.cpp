@@ -64,6 +64,7 @@ class ReplacingWriter final : public FileWriter {
 
   std::error_code Write(std::string_view bytes) override { return replacement_.Write(bytes); }
   std::error_code Commit() override { return replacement_.Commit(); }
+  void EndOn(const std::atomic<bool>*) override {}  // a plain file has no reader to wait for
 
  private:
   std::error_code CopyOld() {
