@@ -9,6 +9,7 @@
 #include "admin/JobFile.h"
 #include "engine/model/Variables.h"
 #include "platform/PlatformError.h"
+#include "platform/ShellWord.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -38,16 +39,6 @@ std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOpt
           {"DWUser", user},
           {"DWPwd", password},
           {"DWDB", options.warehouse}};
-}
-
-/// For a shell: in single quotes where it needs them.
-std::string ShellWord(const std::string& text) {
-  constexpr std::string_view kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
-  if (!text.empty() && text.find_first_not_of(kPlain) == text.npos) return text;
-  std::string word = "'";
-  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return word + "'";
 }
 
 std::string CommandOf(const DtsrunLine& line, const std::string& file,

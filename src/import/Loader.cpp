@@ -5,6 +5,7 @@
 
 #include "engine/model/Variables.h"
 #include "import/Properties.h"
+#include "platform/ShellWord.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -12,16 +13,6 @@ namespace {
 
 /// Longer values and lists are cut.
 constexpr std::size_t kLongestShown = 200, kMostShown = 100;
-
-/// For a shell: in single quotes where it needs them.
-std::string ShellWord(const std::string& text) {
-  constexpr std::string_view kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
-  if (!text.empty() && text.find_first_not_of(kPlain) == text.npos) return text;
-  std::string word = "'";
-  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return word + "'";
-}
 
 class Settings {
  public:
