@@ -83,12 +83,17 @@ bool OdbcBulkCopy::Fits(std::span<const ado::LoadValue> row) const {
   return true;
 }
 
-std::int64_t OdbcBulkCopy::Copy(const ado::LoadRows& rows, std::span<const std::size_t> which) {
+std::int64_t OdbcBulkCopy::Copy(const ado::LoadRows& rows, std::span<const std::size_t> which,
+                                std::vector<std::size_t>& others) {
   session_.BeginStatement();
   const OdbcSession::Running running(session_, nullptr);
   Begin();
   Batch batch(session_.Handle());
   for (const std::size_t row : which) {
+    if (!Fits(rows.Row(row))) {
+      others.push_back(row);
+      continue;
+    }
     for (std::size_t i = 0; i < slots_.size(); ++i) Put(slots_[i], rows.Row(row)[i]);
     if (bcp_sendrow(session_.Handle()) == FAIL) throw Failure();
   }

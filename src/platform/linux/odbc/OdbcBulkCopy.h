@@ -38,12 +38,11 @@ class OdbcBulkCopy {
   OdbcBulkCopy(const OdbcBulkCopy&) = delete;
   OdbcBulkCopy& operator=(const OdbcBulkCopy&) = delete;
 
-  /// True when a copy stores every value as an INSERT does.
-  bool Fits(std::span<const ado::LoadValue> row) const;
-
-  /// Sends rows that fit as one batch; answers how many the server took. When it throws, the server
-  /// has none of them, unless the connection has no transaction.
-  std::int64_t Copy(const ado::LoadRows& rows, std::span<const std::size_t> which);
+  /// Sends, as one batch, those of the rows `which` whose values a copy stores as an INSERT does;
+  /// answers how many the server took, and adds the rows that it has not sent to `others`. When it
+  /// throws, the server has none of them, unless the connection has no transaction.
+  std::int64_t Copy(const ado::LoadRows& rows, std::span<const std::size_t> which,
+                    std::vector<std::size_t>& others);
 
  private:
   /// A column, and its value where that is not sent from where it lies.
@@ -55,6 +54,7 @@ class OdbcBulkCopy {
     std::int64_t whole = 0;
     double real = 0;
   };
+  bool Fits(std::span<const ado::LoadValue> row) const;
   void Begin();
   static std::string_view BytesOf(Slot& slot, const ado::LoadValue& value);
   void Put(Slot& slot, const ado::LoadValue& value);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <utility>
 #include <vector>
@@ -29,12 +30,10 @@ class OdbcCopyLoad final : public ado::BulkLoad {
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
     if (rows.width != width_) return inserts_->Load(rows, tolerated, refused);  // it says so
-    std::vector<std::size_t> fits, others;
-    for (std::size_t row = 0; row < rows.Count(); ++row)
-      (usesCopy_ && copy_.Fits(rows.Row(row)) ? fits : others).push_back(row);
+    std::vector<std::size_t> all(rows.Count());
+    std::iota(all.begin(), all.end(), 0);
     const std::size_t before = refused.size();
-    CopyOrInsert(rows, fits, before + tolerated, refused);
-    Insert(rows, others, before + tolerated, refused);
+    CopyOrInsert(rows, all, before + tolerated, refused);
     std::ranges::sort(refused.begin() + static_cast<std::ptrdiff_t>(before), refused.end(), {},
                       &ado::Refusal::row);
   }
@@ -50,7 +49,8 @@ class OdbcCopyLoad final : public ado::BulkLoad {
                     std::vector<ado::Refusal>& refused) {
     if (refused.size() > most) return;
     if (!usesCopy_) return Insert(rows, which, most, refused);
-    if (Copy(rows, which)) return;
+    std::vector<std::size_t> others;
+    if (Copy(rows, which, others)) return Insert(rows, others, most, refused);
     if (which.size() > kMostRowsToTellApart) {
       CopyOrInsert(rows, which.first(which.size() / 2), most, refused);
       CopyOrInsert(rows, which.subspan(which.size() / 2), most, refused);
@@ -62,12 +62,13 @@ class OdbcCopyLoad final : public ado::BulkLoad {
     if (refused.size() == before) usesCopy_ = false;
   }
 
-  /// False, and none of the rows is there, when the server refuses one of them.
-  bool Copy(const ado::LoadRows& rows, Which which) {
+  /// False, and none of the rows is there, when the server refuses one of them; else `others` are
+  /// those that must be inserted.
+  bool Copy(const ado::LoadRows& rows, Which which, std::vector<std::size_t>& others) {
     if (which.empty()) return true;
     OdbcUndo undo(*session_, "torvik_copy");
     try {
-      rows_ += copy_.Copy(rows, which);
+      rows_ += copy_.Copy(rows, which, others);
       undo.Keep();
       return true;
     } catch (const PlatformError& error) {

@@ -154,10 +154,9 @@ TEST(SqlServerLoad, RowsAreCopiedInBulkAndOnesThatAreRefusedAreFoundByInserting)
   }
   EXPECT_EQ(
       "batch SAVE_copy\nbatch SET\nbatch insert\nbulk 'a'\nbatch ROLLBACK_copy\nbatch SAVE_load\n"
-      "rpc sp_prepare\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\n"
+      "rpc sp_prepare\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\nrpc sp_execute\n"
       "batch ROLLBACK_load\nbatch SAVE_load\nrpc sp_prepexec\nbatch SAVE_load\nrpc sp_unprepare\n"
       "rpc sp_prepexec\nbatch ROLLBACK_load\nbatch SAVE_load\nrpc sp_execute\nbatch SAVE_load\n"
-      "rpc sp_unprepare\nrpc sp_prepexec\nbatch ROLLBACK_load\nbatch SAVE_load\n"
       "rpc sp_unprepare\nrpc sp_prepexec\nbatch ROLLBACK_load\n",
       steps);
   EXPECT_EQ(4, load->Finish());
