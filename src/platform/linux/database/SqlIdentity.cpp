@@ -86,6 +86,14 @@ std::string Marked(const SqlIdentity& identity) {
          std::to_string(identity.increment) + ") */";
 }
 
+/// True for a rule of a table that makes this column alone its key.
+bool IsKeyOf(const Tokens& tokens, const Item& rule, const Item& column) {
+  const auto bracket = Find(tokens, rule, "(");
+  return bracket && BehindBracket(tokens, *bracket) == *bracket + 3 &&
+         EqualsIgnoringCase(Unquoted(tokens[*bracket + 1].text),
+                            Unquoted(tokens[column.begin].text));
+}
+
 /// The table whose list of columns begins at `open`.
 void ChangeTable(std::string_view sql, const Tokens& tokens, std::size_t open,
                  std::vector<Change>& changes) {
@@ -98,13 +106,13 @@ void ChangeTable(std::string_view sql, const Tokens& tokens, std::size_t open,
   // Behind a name and a type; before it there may be a column of that name.
   const auto column = holds("IDENTITY", 2), key = holds("PRIMARY", 0);
   if (column == items.end()) return;
-  const bool hasOwnKey = key != items.end() && key != column;
-  if (hasOwnKey) {
-    const auto bracket = Find(tokens, *key, "(");
-    const bool isItsKey = bracket && BehindBracket(tokens, *bracket) == *bracket + 3 &&
-                          EqualsIgnoringCase(Unquoted(tokens[*bracket + 1].text),
-                                             Unquoted(tokens[column->begin].text));
-    if (!isItsKey) return;
+  bool hasOwnKey = key != items.end() && key != column;
+  if (hasOwnKey && !IsKeyOf(tokens, *key, *column)) {
+    // Only the key numbers rows; what was the key keeps its rows unique all the same.
+    const std::size_t primary = *Find(tokens, *key, "PRIMARY");
+    if (Is(tokens, primary + 1, "KEY"))
+      changes.push_back({tokens[primary].begin, EndOf(tokens[primary + 1]), "UNIQUE"});
+    hasOwnKey = false;
   }
   const std::size_t word = *Find(tokens, {column->begin + 2, column->end}, "IDENTITY");
   const std::size_t type = column->begin + 1;

@@ -13,10 +13,10 @@ struct SqlIdentity {
 };
 
 /// SQL text in which the columns that SQL Server's CREATE TABLE declares as IDENTITY number the
-/// rows of an SQLite table: "id int IDENTITY(1,1)" becomes "id INTEGER", and the table's key where
-/// it has none. What was declared stays as a comment. Everything else stays as it is, and so does a
-/// table that has another key. Throws PlatformError for a seed
-/// below 1 and for an increment other than 1.
+/// rows of an SQLite table: "id int IDENTITY(1,1)" becomes "id INTEGER PRIMARY KEY", for only the
+/// key numbers rows there; another key becomes UNIQUE. What was declared stays as a comment, and
+/// everything else as it is. Throws PlatformError for a seed below 1 and for an increment other
+/// than 1.
 std::string ResolveIdentity(std::string_view sql);
 
 /// What was declared, by the text that ResolveIdentity made of a CREATE TABLE.

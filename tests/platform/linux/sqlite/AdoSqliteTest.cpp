@@ -250,7 +250,9 @@ TEST_F(AdoSqlite, AnIdentityColumnNumbersTheRows) {
       {"[id] [int] identity (1, 1) NOT NULL, s nvarchar(5) NOT NULL", "1|a\n2|b\n9|c"},
       {"s TEXT, id decimal(18, 0) NOT NULL IDENTITY, CONSTRAINT pk PRIMARY KEY (\"ID\")",
        "1|a\n2|b\n9|c"},
-      {"id int IDENTITY, s TEXT PRIMARY KEY", "-|a\n-|b\n9|c"},
+      {"id int IDENTITY, s TEXT PRIMARY KEY", "1|a\n2|b\n9|c"},
+      {"s TEXT, [primary] INT, id int IDENTITY(1,1), CONSTRAINT pk PRIMARY KEY (s, id)",
+       "1|a\n2|b\n9|c"},
       {"identity TEXT, id INT PRIMARY KEY, s TEXT DEFAULT 'identity(1,1)'", "-|a\n-|b\n9|c"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.columns);
