@@ -124,11 +124,16 @@ void Connections::GiveBack(const std::string& name, const ConnectionSettings& se
                            const std::string& openBehind) {
   const std::lock_guard lock(mutex_);
   Free& free = free_[name];
-  if (free.settings == settings) free.connections.push_back({std::move(connection), openBehind});
+  if (free.settings == settings) {
+    free.connections.push_back({std::move(connection), openBehind});
+  } else if (!openBehind.empty()) {
+    lost_ = LostTransaction(openBehind, name);  // another step has changed the settings meanwhile
+  }
 }
 
 std::string Connections::OpenTransaction() const {
   const std::lock_guard lock(mutex_);
+  if (!lost_.empty()) return lost_;
   for (const auto& [name, free] : free_)
     for (const Idle& one : free.connections)
       if (!one.openBehind.empty()) return LostTransaction(one.openBehind, name);

@@ -69,8 +69,9 @@ class Connections {
   void GiveBack(const std::string& name, const ConnectionSettings& settings,
                 std::unique_ptr<ado::Connection> connection, const std::string& openBehind);
 
-  /// What is said of the first transaction that is open on one of those that were given back; empty
-  /// when none is. It ends without a commit when its connection is closed.
+  /// What is said of a transaction that is open on one of those that were given back, or was when
+  /// it was closed; empty when there is none. It ends without a commit when its connection is
+  /// closed.
   std::string OpenTransaction() const;
 
  private:
@@ -84,6 +85,7 @@ class Connections {
   };
   ado::Provider& databases_;
   mutable std::mutex mutex_;
+  std::string lost_;
   std::map<std::string, Free> free_;  // by the connections' names
 };
 
