@@ -104,7 +104,7 @@ void RunProgram(const std::string& argumentText) {
                    *linuxPlatform.clock, *linuxPlatform.console, *linuxPlatform.files,
                    *linuxPlatform.locks, messages, *linuxPlatform.processes, *linuxPlatform.profile,
                    *linuxPlatform.shell, *linuxPlatform.internet, *linuxPlatform.registry,
-                   desktop ? desktop->Browser() : *linuxPlatform.browser,
+                   *linuxPlatform.secrets, desktop ? desktop->Browser() : *linuxPlatform.browser,
                    desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
                   [&] {
                     auto animation = std::make_unique<frmAnimate>(messages);

@@ -10,6 +10,7 @@
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 
 namespace torvik::admin {
 namespace {
@@ -19,7 +20,8 @@ struct JobOptions {
   std::string package, server = "(local)", user, passwordFile;
   std::string warehouseServer = "(local)", database, warehouseUser, warehousePasswordFile;
   std::string logFile, logDirectory, passwordFor;
-  bool truncatesLog = false, writesEvent = false;
+  std::vector<std::string> variables;
+  bool truncatesLog = false, writesEvent = false, isVariable = false;
   DtsrunOptions dtsrun;
 };
 
@@ -55,7 +57,8 @@ int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptio
                  {"DWUser", options.warehouseUser},
                  {"DWPwd", ReadPassword({options.warehouseServer, options.warehouseUser,
                                          options.warehousePasswordFile})},
-                 {"DWDB", options.database}});
+                 {"DWDB", options.database}},
+                VariablesOf(options.variables));
   PrintResult({{"job", options.file}, {"package", options.package}},
               options.file + " is made; try it: torvik-admin job check " + options.file,
               invocation.json);
@@ -66,11 +69,22 @@ int ShowJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpti
   const JobFile job(platform, options.file);
   std::vector<JsonRow> rows;
   for (const JobKey& key : JobKeys()) rows.push_back({key.section, key.name, job.Shown(key)});
+  for (const auto& [name, value] : job.Variables())
+    rows.push_back(
+        {"Variables", name, IsPasswordName(name) && !RefersToSecret(value) ? "***" : value});
   PrintRows({"section", "key", "value"}, rows, invocation.json);
   return 0;
 }
 
+int SetVariable(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  JobFile(platform, options.file).SetVariables({{options.key, options.value}});
+  PrintResult({{"job", options.file}, {"variable", options.key}, {"value", options.value}},
+              "the variable " + options.key + " is set for the runs of this job", invocation.json);
+  return 0;
+}
+
 int SetKey(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  if (options.isVariable) return SetVariable(platform, invocation, options);
   const JobKey key = JobKeyOf(options.key);
   if (key.kind == JobKey::Kind::Secret)
     throw PlatformError(0,
@@ -155,6 +169,8 @@ void AddNewOptions(CLI::App& command, JobOptions& options) {
   command.add_option("--log-directory", options.logDirectory,
                      "directory of the package's logs, emptied by each run; without it JOB with "
                      "the ending .logs");
+  command.add_option("--var", options.variables,
+                     "NAME=VALUE: a variable of the package's own for each run; may be repeated");
   command.add_flag("--truncate-log", options.truncatesLog, "begin the exception log anew each run");
   command.add_flag("--write-event", options.writesEvent, "tell the system log how the run ended");
 }
@@ -175,6 +191,9 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
   AddFile(*set, options);
   set->add_option("KEY", options.key, "as job show names it, in any letter case")->required();
   set->add_option("VALUE", options.value, "its new value")->required();
+  set->add_flag("--variable", options.isVariable,
+                "KEY is a variable of the package's own; a password is referred to by file:PATH "
+                "or credential:NAME");
   CLI::App* password =
       group.Add("password",
                 "store a password in a job file, scrambled; it is asked for, or taken "

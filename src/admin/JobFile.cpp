@@ -8,6 +8,7 @@
 #include "config/modIniFilesUtils.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -17,6 +18,18 @@ namespace {
 PlatformError JobFileError(const std::string& file, const std::string& reason) {
   return PlatformError(0, file + ": " + reason, "job file");
 }
+
+/// Every user can read a command line, and job files are copied.
+void RequireReference(const std::string& name, const std::string& value) {
+  if (IsPasswordName(name) && !RefersToSecret(value))
+    throw PlatformError(
+        0,
+        "the variable " + name + " holds a password: refer to it by " + name +
+            "=file:PATH, a file that its owner alone may read, or by credential:NAME",
+        "variables");
+}
+
+constexpr const char* kVariables = "Variables";
 
 }  // namespace
 
@@ -33,6 +46,19 @@ JobKey JobKeyOf(std::string_view name) {
                       "job file");
 }
 
+RunVariables VariablesOf(const std::vector<std::string>& options) {
+  RunVariables variables;
+  for (const std::string& option : options) {
+    const std::size_t equals = option.find('=');
+    const std::string name = option.substr(0, equals);
+    if (equals == 0 || equals == option.npos || option.find('\x1F') != option.npos)
+      throw PlatformError(0, "--var " + name + ": write NAME=VALUE", "variables");
+    variables.emplace_back(name, option.substr(equals + 1));
+    RequireReference(name, variables.back().second);
+  }
+  return variables;
+}
+
 JobFile::JobFile(LinuxPlatform& platform, std::string path)
     : JobFile(platform, std::move(path), Unchecked()) {
   if (const auto error = platform_.files->CheckReadable(path_))
@@ -47,7 +73,8 @@ JobFile::JobFile(LinuxPlatform& platform, std::string path)
 }
 
 JobFile JobFile::Make(LinuxPlatform& platform, const std::string& path,
-                      const std::map<std::string, std::string>& values) {
+                      const std::map<std::string, std::string>& values,
+                      const RunVariables& variables) {
   if (FileExists(*platform.files, path))
     throw JobFileError(path, "it is there already; change it with torvik-admin job set");
   JobFile made(platform, path, Unchecked());
@@ -55,7 +82,9 @@ JobFile JobFile::Make(LinuxPlatform& platform, const std::string& path,
   for (const JobKey& key : JobKeys())
     all[key.name] = key.kind == JobKey::Kind::Truth ? "FALSE" : "";
   for (const auto& [name, value] : values) all[JobKeyOf(name).name] = value;
+  for (const auto& [name, value] : variables) made.CheckVariable(name, value);
   made.Set(all);
+  if (!variables.empty()) made.SetVariables(variables);
   return made;
 }
 
@@ -82,20 +111,49 @@ std::string JobFile::Stored(const JobKey& key, const std::string& value) const {
   return IniTruth(IsIniTrue(value) ? VariantTrue : VariantFalse);
 }
 
+RunVariables JobFile::Variables() const {
+  return platform_.profile->GetPrivateProfileSectionA(kVariables, path_);
+}
+
+void JobFile::CheckVariable(const std::string& name, const std::string& value) const {
+  if (name.empty() || name.find_first_of("[];=\r\n") != name.npos)
+    throw JobFileError(path_, engine::Quoted(name) + " is no name of a variable");
+  if (value.find_first_of("\r\n") != value.npos)
+    throw JobFileError(path_, name + " takes one line");
+  RequireReference(name, value);
+}
+
+void JobFile::SetVariables(const RunVariables& values) {
+  for (const auto& [name, value] : values) CheckVariable(name, value);
+  Write([&] {
+    bool areWritten = true;
+    for (const auto& [name, value] : values)
+      areWritten &=
+          WriteIniString(*platform_.profile, kVariables, name, QuoteForIniFile(value), path_) != 0;
+    return areWritten;
+  });
+}
+
+void JobFile::Write(const std::function<bool()>& keys) {
+  bool areWritten = true;
+  const auto error = platform_.profile->Together(path_, [&] { areWritten = keys(); });
+  if (error || !areWritten)
+    throw JobFileError(path_, "it cannot be written" +
+                                  (error ? ": " + error.message() : std::string()) +
+                                  "; it is as it was");
+}
+
 void JobFile::Set(const std::map<std::string, std::string>& values) {
   std::vector<std::pair<JobKey, std::string>> stored;
   for (const JobKey& key : JobKeys())
     for (const auto& [name, value] : values)
       if (EqualsIgnoringCase(key.name, name)) stored.emplace_back(key, Stored(key, value));
-  bool areWritten = true;
-  const auto error = platform_.profile->Together(path_, [&] {
+  Write([&] {
+    bool areWritten = true;
     for (const auto& [key, text] : stored)
       areWritten &= WriteIniString(*platform_.profile, key.section, key.name, text, path_) != 0;
+    return areWritten;
   });
-  if (error || !areWritten)
-    throw JobFileError(path_, "it cannot be written" +
-                                  (error ? ": " + error.message() : std::string()) +
-                                  "; it is as it was");
 }
 
 }  // namespace torvik::admin

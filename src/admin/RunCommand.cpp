@@ -12,8 +12,8 @@
 #include <fstream>
 
 #include "admin/Admin.h"
+#include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
-#include "engine/model/Variables.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -44,26 +44,6 @@ struct Pipe {
   }
   Descriptor reading, writing;
 };
-
-/// Values that whoever starts the run gives to the package's variables. The process list shows
-/// them.
-NamedTexts VariablesOf(const std::vector<std::string>& options) {
-  NamedTexts variables;
-  for (const std::string& option : options) {
-    const std::size_t equals = option.find('=');
-    const std::string name = option.substr(0, equals);
-    if (equals == 0 || equals == option.npos || option.find('\x1F') != option.npos)
-      throw PlatformError(0, "--var " + name + ": write NAME=VALUE", "run");
-    if (engine::IsPasswordName(name))
-      throw PlatformError(0,
-                          "--var " + name +
-                              ": every user can read a command line; let a step of SetVariables "
-                              "read passwords from a file",
-                          "run");
-    variables.emplace_back(name, option.substr(equals + 1));
-  }
-  return variables;
-}
 
 pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status,
                   int frontEnd) {

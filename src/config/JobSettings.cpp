@@ -27,6 +27,7 @@ struct StoredSetting {
 
 constexpr const char* kPackage = "Package Info";
 constexpr const char* kDTSServer = "DTS Server Info";
+constexpr const char* kVariables = "Variables";
 constexpr const char* kDWServer = "Datawarehouse Server Info";
 
 /// In the order of a new job file.
@@ -99,7 +100,16 @@ bool JobSettings::ReadConfigFile(const JobFileServices& services) {
                                              isTruth ? "False" : "", TorvConfigFile);
       std::visit(Store{*this, text, services.ansi}, setting.member);
     }
+    Variables = services.profile.GetPrivateProfileSectionA(kVariables, TorvConfigFile);
   });
+}
+
+/// They stand in the file already unless it is another one than was read.
+void JobSettings::WriteVariables(Profile& profile) const {
+  const RunVariables present = profile.GetPrivateProfileSectionA(kVariables, TorvConfigFile);
+  if (present == Variables) return;
+  for (const auto& [name, value] : Variables)
+    WriteIniString(profile, kVariables, name, QuoteForIniFile(value), TorvConfigFile);
 }
 
 bool JobSettings::WriteConfigFile(const JobFileServices& services, std::error_code& error) const {
@@ -110,6 +120,7 @@ bool JobSettings::WriteConfigFile(const JobFileServices& services, std::error_co
       written = WriteIniString(services.profile, setting.section, setting.key,
                                std::visit(Stored{*this, services}, setting.member), TorvConfigFile);
     }
+    WriteVariables(services.profile);
     services.dataLinks.WriteDataLinkSections(TorvConfigFile);
   });
   return !error && written != 0;  // that of the last key alone

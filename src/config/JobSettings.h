@@ -5,6 +5,7 @@
 #include <system_error>
 #include <vector>
 
+#include "config/RunVariables.h"
 #include "platform/VariantBool.h"
 
 namespace torvik {
@@ -59,6 +60,8 @@ class JobSettings {
   std::string DWDatabaseName;
   std::string TorvConfigFile;  ///< Path of the job file itself.
   VariantBool RunFromUI = VariantFalse;
+  RunVariables
+      Variables;  ///< Section [Variables]: values of the package's own, as they stand there.
 
   const std::string& LastError() const { return lastError_; }
 
@@ -73,6 +76,9 @@ class JobSettings {
 
  protected:
   std::string lastError_;
+
+ private:
+  void WriteVariables(Profile& profile) const;
 };
 
 }  // namespace torvik

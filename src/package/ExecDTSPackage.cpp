@@ -73,8 +73,11 @@ bool ExecDTSPackage::ExecPackage(dts::PackageEvents& events) {
     lastError_ = "Internal error : no Package loaded.";
     return false;
   }
-  SetRunVariables(services_.variables, package_->GlobalVariables());
-  SetJobVariables(*this, package_->GlobalVariables());
+  dts::GlobalVariables& variables = package_->GlobalVariables();
+  SetRunVariables(Variables, TorvConfigFile + ", section [Variables]", services_.secrets,
+                  variables);
+  SetRunVariables(services_.variables, "--var", services_.secrets, variables);
+  SetJobVariables(*this, variables);
   package_->Execute(events);
   services_.errLogging.CollectRunLogs();
   const bool succeeded = StepFailures();

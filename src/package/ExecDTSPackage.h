@@ -17,6 +17,7 @@ class CopyQuorFiles;
 class DataWarehouse;
 class ErrLogging;
 class Messages;
+class Secrets;
 
 /// What a job needs around it.
 struct JobServices {
@@ -25,7 +26,8 @@ struct JobServices {
   CopyQuorFiles& remoteData;
   ErrLogging& errLogging;
   Messages& messages;
-  const RunVariables& variables;  ///< Of the package's own, for this run.
+  Secrets& secrets;
+  const RunVariables& variables;  ///< Of the package's own, for this run, before the job's.
 };
 
 /// One job: its settings, and its package loaded and executed.
@@ -46,9 +48,10 @@ class ExecDTSPackage : public JobSettings {
   /// them. Throws PlatformError when the package lacks one of them.
   std::string GetGlobalVariableValuesAsString() const;
 
-  /// Hands the run's variables and then the job's settings to the loaded package, executes it,
-  /// gathers its logs, judges its steps and drops it; true when no step failed. LastError then has
-  /// a line for each failed step. Throws what the package raises; it then stays held.
+  /// Hands the run's variables, those of the job file before them, and then the job's settings to
+  /// the loaded package, executes it, gathers its logs, judges its steps and drops it; true when no
+  /// step failed. LastError then has a line for each failed step. Throws what the package raises;
+  /// it then stays held.
   bool ExecPackage(dts::PackageEvents& events);
 
  private:

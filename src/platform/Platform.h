@@ -19,6 +19,7 @@ class Messages;
 class Processes;
 class Profile;
 class Registry;
+class Secrets;
 class Shell;
 class ShellBrowser;
 namespace wininet {
@@ -41,6 +42,7 @@ struct Platform {
   Shell& shell;
   wininet::Client& internet;
   Registry& registry;
+  Secrets& secrets;
   ShellBrowser& browser;
   FileDialogs& dialogs;
 };

@@ -62,6 +62,7 @@ void frmRunnerMain::JobToForm() {
 }
 
 ExecDTSPackage& frmRunnerMain::FormToJob() {
+  if (TorvConfigFile.empty()) job_.Variables.clear();  // they were another job's
   job_.ExceptionLogFile = txtDTSErrorFile.Text.Get();
   job_.LogFileDir = txtLogFilesDir.Text.Get();
   job_.TruncateExceptionLogFile = Variant(cbTruncateErrorFile.Value.Get());
