@@ -144,6 +144,7 @@ constexpr const char* kHelp =
 
 int main(int argc, char** argv) {
   GuardStandardStreams();
+  KeepMemoryPrivate();
   const std::string_view only = argc == 2 ? argv[1] : "";
   if (only == "--version") std::printf("torvik %s\n", kVersion);
   if (only == "--help") std::fputs(kHelp, stdout);

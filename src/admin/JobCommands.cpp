@@ -19,7 +19,8 @@ struct JobOptions {
   std::string file, key, value;
   std::string package, server = "(local)", user, passwordFile;
   std::string warehouseServer = "(local)", database, warehouseUser, warehousePasswordFile;
-  std::string logFile, logDirectory, passwordFor;
+  std::string logFile, logDirectory;
+  std::vector<std::string> passwordFor;
   std::vector<std::string> variables;
   bool truncatesLog = false, writesEvent = false, isVariable = false;
   DtsrunOptions dtsrun;
@@ -130,12 +131,24 @@ class WithoutEcho {
 };
 
 int SetPassword(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
-  const char* const key = options.passwordFor == "dts" ? "DTSPwd" : "DWPwd";
+  const std::string& kind = options.passwordFor.front();
+  const bool isOfLink = kind == "link" || kind == "ftp";
+  const bool isKnown = isOfLink || kind == "dts" || kind == "dw";
+  if (!isKnown || isOfLink != (options.passwordFor.size() == 2))
+    throw PlatformError(0, "--for is dts, dw, link NAME or ftp NAME", "job file");
   JobFile job(platform, options.file);
-  job.Set({{key, options.passwordFile.empty() ? WithoutEcho().ReadLine("password: ")
-                                              : ReadPassword({"", "", options.passwordFile})}});
+  const std::string password = options.passwordFile.empty()
+                                   ? WithoutEcho().ReadLine("password: ")
+                                   : ReadPassword({"", "", options.passwordFile});
+  const std::string key = isOfLink        ? options.passwordFor.back()
+                          : kind == "dts" ? "DTSPwd"
+                                          : "DWPwd";
+  if (isOfLink)
+    job.SetLinkPassword(key, kind == "ftp", password);
+  else
+    job.Set({{key, password}});
   PrintResult({{"job", options.file}, {"key", key}},
-              std::string(key) +
+              "the password of " + key +
                   " is set; it is scrambled, which is no encryption: the file is "
                   "for those who run the job alone",
               invocation.json);
@@ -201,9 +214,11 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
                 SetPassword);
   AddFile(*password, options);
   password
-      ->add_option("--for", options.passwordFor, "dts: the package's server; dw: the warehouse's")
+      ->add_option("--for", options.passwordFor,
+                   "dts: the package's server; dw: the warehouse's; link NAME: a data link's "
+                   "source; ftp NAME: a data link's FTP logon")
       ->required()
-      ->check(CLI::IsMember({"dts", "dw"}));
+      ->expected(1, 2);
   password->add_option("--password-file", options.passwordFile,
                        "file whose first line is the password; only its owner may read it");
   CLI::App* check =

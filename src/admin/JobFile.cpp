@@ -6,6 +6,7 @@
 #include "config/FileUtils.h"
 #include "config/modCypher.h"
 #include "config/modIniFilesUtils.h"
+#include "datalinks/DataLinks.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
@@ -94,17 +95,33 @@ std::string JobFile::Shown(const JobKey& key) const {
   return UnscramblePassword(text, platform_.codePages->Ansi()).empty() ? "" : "***";
 }
 
+std::string JobFile::Scrambled(const std::string& clear) const {
+  const auto isKept = [](char c) { return c >= ' ' && c <= '~'; };
+  if (!std::ranges::all_of(clear, isKept))
+    throw JobFileError(path_,
+                       "a password in a job file has letters, digits and signs of ASCII alone; "
+                       "this one has another character");
+  return StoredSecret(clear, platform_.codePages->Ansi(), *platform_.clock);
+}
+
+void JobFile::SetLinkPassword(const std::string& link, bool ofFtp, const std::string& clear) {
+  const std::string section = kDataLinkSection + link;
+  if (ReadIniString(*platform_.profile, section, "Name", "", path_).empty())
+    throw JobFileError(path_,
+                       "it has no section [" + section +
+                           "]: what the warehouse's table says of the link counts; change it "
+                           "there with torvik-admin link put");
+  const std::string scrambled = Scrambled(clear);
+  Write([&] {
+    return WriteIniString(*platform_.profile, section, ofFtp ? "FTPPassword" : "Password",
+                          scrambled, path_) != 0;
+  });
+}
+
 std::string JobFile::Stored(const JobKey& key, const std::string& value) const {
   if (value.find_first_of("\r\n") != std::string::npos)
     throw JobFileError(path_, std::string(key.name) + " takes one line");
-  if (key.kind == JobKey::Kind::Secret) {
-    const auto isKept = [](char c) { return c >= ' ' && c <= '~'; };
-    if (!std::ranges::all_of(value, isKept))
-      throw JobFileError(path_,
-                         "a password in a job file has letters, digits and signs of ASCII alone; "
-                         "this one has another character");
-    return StoredSecret(value, platform_.codePages->Ansi(), *platform_.clock);
-  }
+  if (key.kind == JobKey::Kind::Secret) return Scrambled(value);
   if (key.kind == JobKey::Kind::Text) return value;
   if (!EqualsIgnoringCase(value, "TRUE") && !EqualsIgnoringCase(value, "FALSE"))
     throw JobFileError(path_, std::string(key.name) + " is TRUE or FALSE");

@@ -30,6 +30,10 @@ class JobFile {
   /// The text of a key as the file has it; a password is "***" when there is one.
   std::string Shown(const JobKey& key) const;
 
+  /// Stores the password of a data link's source, or of its FTP logon, in the link's section.
+  /// Throws PlatformError when the file has no such section.
+  void SetLinkPassword(const std::string& link, bool ofFtp, const std::string& clear);
+
   /// The section [Variables]: names and values as they stand there.
   RunVariables Variables() const;
 
@@ -48,6 +52,7 @@ class JobFile {
 
   void CheckVariable(const std::string& name, const std::string& value) const;
   void Write(const std::function<bool()>& keys);
+  std::string Scrambled(const std::string& clear) const;
   std::string Stored(const JobKey& key, const std::string& value) const;
 
   LinuxPlatform& platform_;

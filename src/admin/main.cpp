@@ -58,6 +58,7 @@ int FinishOutput(int exitCode) {
 int main(int argc, char** argv) {
   using namespace torvik;
   GuardStandardStreams();
+  KeepMemoryPrivate();
   CLI::App app("Prepares what torvik runs: servers, packages, data links; and runs a job.");
   app.set_version_flag("--version", std::string("torvik-admin ") + kVersion);
   app.require_subcommand(1);
