@@ -1,5 +1,6 @@
 #include "admin/FromDtsrun.h"
 
+#include <filesystem>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -74,7 +75,9 @@ int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool
   const std::string command = "torvik-admin run " + ShellWord(file);
   std::string sentence = file + ": package " + line.package + " of " + job["DTSServer"];
   for (const std::string& remark : remarks) sentence += "\n" + remark;
-  sentence += "\nto run it, for example from a timer or by cron (0 2 * * *): " + command;
+  sentence += "\nto run it: " + command +
+              "\nto run it every night, from /etc/torvik/jobs: torvik-admin job schedule " +
+              ShellWord(std::filesystem::path(file).stem().string()) + " 02:00";
   PrintResult({{"job", file},
                {"package", line.package},
                {"server", job["DTSServer"]},

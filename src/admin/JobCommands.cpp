@@ -9,6 +9,7 @@
 #include "admin/FromDtsrun.h"
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
+#include "admin/ScheduleCommands.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
 
@@ -24,6 +25,7 @@ struct JobOptions {
   std::vector<std::string> variables;
   bool truncatesLog = false, writesEvent = false, isVariable = false;
   DtsrunOptions dtsrun;
+  ScheduleOptions schedule;
 };
 
 int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
@@ -192,6 +194,43 @@ int FromDtsrun(LinuxPlatform& platform, const Invocation& invocation, const JobO
   return WriteJobOfDtsrun(platform, options.dtsrun, invocation.json);
 }
 
+void AddRoot(CLI::App& command, ScheduleOptions& options) {
+  command
+      .add_option("--root", options.root,
+                  "root directory of another system, which is prepared and does not run")
+      ->capture_default_str();
+}
+
+void AddScheduleCommands(CommandGroup<JobOptions>& group) {
+  ScheduleOptions& given = group.Given().schedule;
+  CLI::App* schedule = group.Add(
+      "schedule", "start a job of /etc/torvik/jobs at times, by systemd",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return ScheduleJob(platform, options.schedule, invocation.json);
+      });
+  schedule->add_option("JOB", given.job, "its name, with or without .etl")->required();
+  schedule
+      ->add_option("WHEN", given.times,
+                   "calendar expressions of systemd.time(7), as \"Mon..Fri 02:00\"; they take the "
+                   "place of those before")
+      ->required();
+  AddRoot(*schedule, given);
+  schedule->footer("Without systemd the crontab line that does it is printed.");
+  CLI::App* unschedule = group.Add(
+      "unschedule", "start a job no longer by itself",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return UnscheduleJob(platform, options.schedule, invocation.json);
+      });
+  unschedule->add_option("JOB", given.job, "its name, with or without .etl")->required();
+  AddRoot(*unschedule, given);
+  CLI::App* list = group.Add(
+      "list", "the jobs of /etc/torvik/jobs, when they start next and how they ended last",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return ListJobs(platform, options.schedule, invocation.json);
+      });
+  AddRoot(*list, given);
+}
+
 }  // namespace
 
 void AddJobCommands(CLI::App& app, Invocation& invocation) {
@@ -236,6 +275,7 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
   line->add_option("--warehouse-server", given.warehouseServer,
                    "the warehouse's server; that of the packages else");
   line->add_option("--warehouse", given.warehouse, "the warehouse's database");
+  AddScheduleCommands(group);
 }
 
 }  // namespace torvik::admin
