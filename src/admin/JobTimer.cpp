@@ -79,11 +79,11 @@ bool JobTimer::RemoveTimes() const {
   return wasThere;
 }
 
-std::vector<std::string> JobsOf(const UnitPlaces& places) {
+std::vector<std::string> JobsIn(const std::string& directory) {
   std::vector<std::string> jobs;
   std::error_code error;
-  fs::directory_iterator files(places.Jobs(), error);
-  if (error) FailAt(places.Jobs(), error.message());
+  fs::directory_iterator files(directory, error);
+  if (error) FailAt(directory, error.message());
   for (const fs::directory_entry& file : files)
     if (file.path().extension() == kEnding) jobs.push_back(file.path().stem().string());
   std::sort(jobs.begin(), jobs.end());

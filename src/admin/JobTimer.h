@@ -50,7 +50,7 @@ class JobTimer {
   std::string job_;
 };
 
-/// The names of the jobs in the directory of jobs, in their order.
-std::vector<std::string> JobsOf(const UnitPlaces& places);
+/// The names of the jobs in a directory, in their order. Throws PlatformError.
+std::vector<std::string> JobsIn(const std::string& directory);
 
 }  // namespace torvik::admin

@@ -145,7 +145,7 @@ int ListJobs(LinuxPlatform& platform, const ScheduleOptions& options, bool json)
   const UnitPlaces places{options.root};
   const Systemd systemd(*platform.processes);
   std::vector<JsonRow> rows;
-  for (const std::string& job : JobsOf(places)) {
+  for (const std::string& job : JobsIn(places.Jobs())) {
     const std::vector<std::string> times = TimesOf(places, job);
     rows.push_back({job, JoinedTimes(times), systemd.IsInstalled() ? NextOf(systemd, times) : ""});
   }

@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
   admin::AddLinkCommands(app, invocation);
   admin::AddNetworkCommands(app, invocation);
   admin::AddJobCommands(app, invocation);
+  admin::AddDoctorCommand(app, invocation);
   admin::AddRunCommand(app, invocation);
   try {
     app.parse(argc, argv);
