@@ -66,11 +66,8 @@ JobFile::JobFile(LinuxPlatform& platform, std::string path)
     throw JobFileError(path_, error.message() +
                                   "; torvik-admin job new makes a job file, job show and "
                                   "job set work on one that is there");
-  const std::vector<JobKey> keys = JobKeys();
-  const bool isJob = std::ranges::any_of(keys, [&](const JobKey& key) {
-    return ReadIniString(*platform_.profile, key.section, key.name, "\x1F", path_) != "\x1F";
-  });
-  if (!isJob) throw JobFileError(path_, "it is no job file: it has none of a job's keys");
+  if (!HoldsJob(*platform_.profile, path_))
+    throw JobFileError(path_, "it is no job file: it has none of a job's keys");
 }
 
 JobFile JobFile::Make(LinuxPlatform& platform, const std::string& path,

@@ -1,5 +1,7 @@
 #include "config/JobSettings.h"
 
+#include <algorithm>
+#include <iterator>
 #include <variant>
 
 #include "config/DataLinkSections.h"
@@ -85,6 +87,17 @@ std::vector<JobKey> JobKeys() {
                                : JobKey::Kind::Text});
   }
   return keys;
+}
+
+bool HoldsJob(Profile& profile, const std::string& file) {
+  bool holds = false;
+  const auto error = profile.Together(file, [&] {
+    holds = std::any_of(
+        std::begin(kStoredSettings), std::end(kStoredSettings), [&](const StoredSetting& setting) {
+          return ReadIniString(profile, setting.section, setting.key, "\x1F", file) != "\x1F";
+        });
+  });
+  return holds && !error;
 }
 
 std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock) {

@@ -37,6 +37,9 @@ struct JobKey {
 /// All of them, in the order of a new file.
 std::vector<JobKey> JobKeys();
 
+/// Whether the file has any of them; one that has none, or cannot be read, is no job file.
+bool HoldsJob(Profile& profile, const std::string& file);
+
 /// How a secret stands in the file.
 std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock);
 

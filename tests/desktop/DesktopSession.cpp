@@ -92,7 +92,8 @@ void DesktopSession::MakeJob() {
        {"('Sales', 'orders', 3, '', 'S:\\in\\', 0, '\\\\files\\orders\\', 60, 5)",
         "('Sales', 'erp', 1, 'ERPSQL', '', 0, '', 0, 0)",
         "('Sales', 'prices', 4, '', '', 0, '', 0, 0)", "('Sales', 'stock', 5, '', '', 0, '', 0, 0)",
-        "('Sales', 'ledger', 6, 'ORA1', '', 0, '', 0, 0)"})
+        "('Sales', 'ledger', 6, 'ORA1', '', 0, '', 0, 0)",
+        "('Sales', 'other', 2, '', '', 0, '', 0, 0)"})
     warehouse->Execute(
         std::string("INSERT INTO dwm_data_link (model, source_name, Type, ds_server, ds_directory, "
                     "transfer_data, remote_directory, poll_duration, poll_interval) VALUES ") +
