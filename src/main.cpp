@@ -68,7 +68,10 @@ std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& 
     return nullptr;
   }
   void* const function = FindInModule(kDesktopModule, kNewDesktop, reason);
-  if (function == nullptr) return nullptr;
+  if (function == nullptr) {
+    reason += " (Debian package torvik-desktop)";
+    return nullptr;
+  }
   return std::unique_ptr<Desktop>(reinterpret_cast<NewDesktopFunction>(function)(
       {*platform.messages, *platform.neighbourhood}));
 }

@@ -38,10 +38,16 @@ int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpt
   return check.report.HasProblems() ? 1 : 0;
 }
 
+/// Job files of the machine's own jobs, where no run can write, and where their logs go.
+constexpr const char* kMachineJobs = "/etc/torvik/jobs";
+constexpr const char* kMachineLogs = "/var/log/torvik";
+
 /// Beside the job file, unless it is given.
 std::string Beside(const JobOptions& options, const std::string& given, const char* ending) {
   if (!given.empty()) return given;
-  return std::filesystem::absolute(options.file).replace_extension(ending).string();
+  const std::filesystem::path job = std::filesystem::absolute(options.file).lexically_normal();
+  const std::filesystem::path place = job.parent_path();
+  return ((place == kMachineJobs ? kMachineLogs : place) / job.stem()).string() + ending;
 }
 
 int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {

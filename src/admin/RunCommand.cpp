@@ -14,6 +14,7 @@
 #include "admin/Admin.h"
 #include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
+#include "admin/StatusCopy.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -77,13 +78,14 @@ std::string FirstWord(const std::string& path) {
 }
 
 int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::string>& options,
-        bool json) {
+        const std::string& statusFile, bool json) {
   if (const NamedTexts variables = VariablesOf(options); !variables.empty())
     setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
   const std::string runner =
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
   const ScratchDirectory scratch(*platform.files);
   const std::string status = scratch.PathOf("status");
+  StatusCopy copy(*platform.files, statusFile);
   const Pipe fromRunner;
   const pid_t child = StartRunner(runner, job, status, fromRunner.writing.Number());
   childToSignal = child;
@@ -94,6 +96,7 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
   }
   childToSignal = 0;
   const std::string word = FirstWord(status);
+  copy.Leave(word);
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
@@ -117,10 +120,13 @@ void AddRunCommand(CLI::App& app, Invocation& invocation) {
                   "NAME=VALUE: a variable of the package's own for this run; may be repeated")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  auto statusFile = std::make_shared<std::string>();
+  run->add_option("--statusfile", *statusFile,
+                  "file in which the run's word is left too: running, then ok or failure");
   AddJsonOption(*run, invocation);
-  run->callback([&invocation, job, variables] {
-    invocation.command = [&invocation, job, variables](LinuxPlatform& platform) {
-      return Run(platform, *job, *variables, invocation.json);
+  run->callback([&invocation, job, variables, statusFile] {
+    invocation.command = [&invocation, job, variables, statusFile](LinuxPlatform& platform) {
+      return Run(platform, *job, *variables, *statusFile, invocation.json);
     };
   });
 }

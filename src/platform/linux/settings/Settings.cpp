@@ -27,9 +27,14 @@ std::string UserDirectory(const Environment& environment, const std::string& var
 std::string FindStateDirectory(const Environment& environment) {
   const std::string own = environment.Variable("TORVIK_STATE");
   if (!own.empty()) return own;
-  if (environment.isRoot) return "/var/lib/torvik";
+  if (environment.keepsMachineState) return kMachineState;
   const std::string user = UserDirectory(environment, "XDG_STATE_HOME", "/.local/state");
   return user.empty() ? "" : user + "/torvik";
+}
+
+bool IsOwnDirectory(const char* path) {
+  struct stat status {};
+  return lstat(path, &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
 }
 
 bool IsThere(const std::string& path) {
@@ -107,7 +112,7 @@ std::string Environment::Variable(const std::string& name) const {
 
 Environment ProcessEnvironment() {
   Environment environment;
-  environment.isRoot = geteuid() == 0;
+  environment.keepsMachineState = geteuid() == 0 || IsOwnDirectory(kMachineState);
   for (const char* name :
        {"HOME", "TMPDIR", "TORVIK_CONF", "TORVIK_STATE", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
     if (const char* value = std::getenv(name)) environment.variables[name] = value;

@@ -112,22 +112,25 @@ struct Settings {
 std::string ProviderKey(const std::string& name);
 
 /// What the process was started with: environment variables, an empty one counting as absent, and
-/// whether root runs it.
+/// whether its user keeps the machine's state: root, or who owns that directory.
 struct Environment {
   std::map<std::string, std::string> variables;
-  bool isRoot = false;
+  bool keepsMachineState = false;
 
   std::string Variable(const std::string& name) const;
 };
+
+/// Where the machine's state lies; an installation gives it to the user who runs the jobs.
+inline constexpr const char* kMachineState = "/var/lib/torvik";
 
 /// That of this process, as far as the settings look at it.
 Environment ProcessEnvironment();
 
 /// Reads the settings: the file of $TORVIK_CONF, else the first that is there of
 /// $XDG_CONFIG_HOME/torvik/torvik.conf (~/.config for the variable) and /etc/torvik/torvik.conf.
-/// State lies in $TORVIK_STATE, else for root in /var/lib/torvik, else in $XDG_STATE_HOME/torvik
-/// (~/.local/state); temporary files in $TMPDIR, else in "tmp" there. Answers the empty text, or
-/// what is wrong, naming file and line; `settings` is then incomplete.
+/// State lies in $TORVIK_STATE, else for root and for the owner of /var/lib/torvik there, else in
+/// $XDG_STATE_HOME/torvik (~/.local/state); temporary files in $TMPDIR, else in "tmp" there.
+/// Answers the empty text, or what is wrong, naming file and line; `settings` is then incomplete.
 std::string LoadSettings(const Environment& environment, Settings& settings);
 
 }  // namespace torvik

@@ -145,10 +145,10 @@ TEST(Settings, StateHasItsPlace) {
        {{"XDG_STATE_HOME", "/x"}, {"HOME", "/h"}, {"TMPDIR", ""}},
        "/x/torvik",
        "/x/torvik/tmp"}};
-  for (auto [isRoot, variables, state, temporary] : cases) {
+  for (auto [keepsMachineState, variables, state, temporary] : cases) {
     variables["TORVIK_CONF"] = "/dev/null";
     Settings settings;
-    EXPECT_EQ(LoadSettings({variables, isRoot}, settings), "") << state;
+    EXPECT_EQ(LoadSettings({variables, keepsMachineState}, settings), "") << state;
     EXPECT_EQ(settings.stateDirectory, state);
     EXPECT_EQ(settings.temporaryDirectory, temporary);
     EXPECT_EQ(settings.codePage, "windows-1252");
