@@ -14,7 +14,9 @@
 #include "admin/Admin.h"
 #include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
+#include "admin/Secrets.h"
 #include "admin/StatusCopy.h"
+#include "history/RunJson.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -77,6 +79,16 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
+/// The run as the history has it; a runner that was killed is told as lost there from now on.
+void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
+  if (run == 0) return;
+  try {
+    if (const auto record = platform.history->Run(run)) result["run"] = JsonOf(*record, true);
+  } catch (const PlatformError& error) {
+    Warn("the history: " + error.Description());
+  }
+}
+
 int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::string>& options,
         const std::string& statusFile, bool json) {
   if (const NamedTexts variables = VariablesOf(options); !variables.empty())
@@ -100,10 +112,12 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
-  if (const auto losses = LinesFromRunner(fromRunner.reading.Number()); !losses.empty()) {
-    result["log_losses"] = losses;
-    for (const std::string& loss : losses) sentence += "\nthe log is incomplete: " + loss;
+  const RunnerTold told = ReadFromRunner(fromRunner.reading.Number());
+  if (!told.lines.empty()) {
+    result["log_losses"] = told.lines;
+    for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
+  AddRecord(platform, told.run, result);
   PrintResult(result, sentence, json);
   return exitCode;
 }

@@ -17,6 +17,7 @@ class CopyQuorFiles;
 class DataWarehouse;
 class ErrLogging;
 class Messages;
+class RunRecorder;
 class Secrets;
 
 /// What a job needs around it.
@@ -26,6 +27,7 @@ struct JobServices {
   CopyQuorFiles& remoteData;
   ErrLogging& errLogging;
   Messages& messages;
+  RunRecorder& recorder;
   Secrets& secrets;
   const RunVariables& variables;  ///< Of the package's own, for this run, before the job's.
 };
@@ -39,6 +41,10 @@ class ExecDTSPackage : public JobSettings {
   /// Prepares the log directory and replaces the held package by a freshly loaded one. On failure
   /// LastError says that it cannot be loaded; why is reported beside the log.
   bool LoadPackage();
+  /// Why the last load failed; empty when it did not.
+  const std::string& LoadProblem() const { return loadProblem_; }
+  /// The loaded package's version; empty without one.
+  std::string PackageVersion() const;
 
   /// Fetches the remote data of every data link of the package's model that asks for it, going on
   /// after a failure; true when all of it came. Throws PlatformError when the links cannot be read.
@@ -61,6 +67,7 @@ class ExecDTSPackage : public JobSettings {
 
   JobServices services_;
   std::unique_ptr<dts::Package> package_;
+  std::string loadProblem_;
 };
 
 }  // namespace torvik

@@ -19,6 +19,7 @@ class Messages;
 class Processes;
 class Profile;
 class Registry;
+class RunHistory;
 class Secrets;
 class Shell;
 class ShellBrowser;
@@ -42,6 +43,7 @@ struct Platform {
   Shell& shell;
   wininet::Client& internet;
   Registry& registry;
+  RunHistory& history;
   Secrets& secrets;
   ShellBrowser& browser;
   FileDialogs& dialogs;

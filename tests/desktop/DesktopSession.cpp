@@ -50,7 +50,8 @@ void DesktopSession::Start(const std::string& argumentText) {
       Platform{*platform_.databases, *packages_, platform_.codePages->Ansi(), *platform_.clock,
                *platform_.console, *platform_.files, *platform_.locks, desktop_->Boxes(),
                *platform_.processes, *platform_.profile, *platform_.shell, *platform_.internet,
-               *platform_.registry, *platform_.secrets, desktop_->Browser(), desktop_->Dialogs()},
+               *platform_.registry, *platform_.history, *platform_.secrets, desktop_->Browser(),
+               desktop_->Dialogs()},
       [this] {
         auto form = std::make_unique<frmAnimate>(desktop_->Boxes());
         desktop_->ShowForm(*form);

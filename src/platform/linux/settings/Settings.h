@@ -54,6 +54,12 @@ struct MailSettings {
   int timeoutSeconds = 30;  ///< To connect, and for a server that is silent in between.
 };
 
+/// The section [history].
+struct HistorySettings {
+  bool isOn = true;
+  int keepDays = 90;  ///< Runs that began earlier are forgotten.
+};
+
 /// How a section [smb HOST] has us use the shares of a server.
 struct SmbSettings {
   std::string section = "smb";             ///< That messages send the user to.
@@ -87,6 +93,7 @@ struct Settings {
 
   int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
 
+  HistorySettings history;
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.

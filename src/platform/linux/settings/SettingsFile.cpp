@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kLongestTimeout = 3600;
 constexpr int kLongestWait = 7 * 24 * 3600;
+constexpr int kLongestHistory = 36500;
 constexpr int kLargestPort = 65535;
 constexpr const char* kBackends = "there are embedded, odbc and postgresql";
 
@@ -166,7 +167,8 @@ class SettingsParser {
     Scripts,
     Programs,
     Smb,
-    Run
+    Run,
+    History
   };
 
   std::string At(int lineNumber, const std::string& problem) const {
@@ -208,6 +210,8 @@ class SettingsParser {
       section_ = Section::Programs;
     } else if (EqualsIgnoringCase(name, "run")) {
       section_ = Section::Run;
+    } else if (EqualsIgnoringCase(name, "history")) {
+      section_ = Section::History;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -220,8 +224,7 @@ class SettingsParser {
     } else if (server.empty()) {
       return "the section [" + name +
              "] is not known; there are [text], [paths], [ftp], [ftp HOST], [mail], [scripts], "
-             "[programs], "
-             "[run], [smb], [smb HOST], [server NAME], [provider NAME]";
+             "[programs], [run], [history], [smb], [smb HOST], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -244,6 +247,7 @@ class SettingsParser {
       case Section::Scripts: return ReadScriptsKey(key, value);
       case Section::Programs: settings_.programs[key] = value; break;
       case Section::Run: return ReadRunKey(key, value);
+      case Section::History: return ReadHistoryKey(key, value);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -267,6 +271,14 @@ class SettingsParser {
       return "[run] has no key \"" + key + "\"; there is wait_for_other_run";
     return ReadNumber(value, kLongestWait, settings_.waitForOtherRunSeconds,
                       "wait_for_other_run is a number of seconds", 0);
+  }
+
+  std::string ReadHistoryKey(const std::string& key, const std::string& value) {
+    HistorySettings& history = settings_.history;
+    if (key == "enabled") return ReadYesNo(key, value, history.isOn);
+    if (key != "keep_days")
+      return "[history] has no key \"" + key + "\"; there are enabled and keep_days";
+    return ReadNumber(value, kLongestHistory, history.keepDays, "keep_days is a number");
   }
 
   std::string ReadScriptsKey(const std::string& key, const std::string& value) {

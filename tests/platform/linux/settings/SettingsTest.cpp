@@ -170,11 +170,12 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
     return LoadSettings({variables, false}, settings);
   };
   Settings settings;
-  EXPECT_EQ(load("HOME", "home", settings),
-            disk.PathOf("home/.config/torvik/torvik.conf") +
-                ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-                "[ftp HOST], [mail], [scripts], [programs], [run], [smb], [smb HOST], [server "
-                "NAME], [provider NAME]");
+  EXPECT_EQ(
+      load("HOME", "home", settings),
+      disk.PathOf("home/.config/torvik/torvik.conf") +
+          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
+          "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], [server "
+          "NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));
