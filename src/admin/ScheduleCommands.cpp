@@ -4,8 +4,10 @@
 
 #include "admin/CronTimes.h"
 #include "admin/JobTimer.h"
+#include "admin/RunTexts.h"
 #include "admin/Systemd.h"
 #include "engine/model/Problems.h"
+#include "history/RunJson.h"
 #include "platform/PlatformError.h"
 #include "platform/ShellWord.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -147,9 +149,13 @@ int ListJobs(LinuxPlatform& platform, const ScheduleOptions& options, bool json)
   std::vector<JsonRow> rows;
   for (const std::string& job : JobsIn(places.Jobs())) {
     const std::vector<std::string> times = TimesOf(places, job);
-    rows.push_back({job, JoinedTimes(times), systemd.IsInstalled() ? NextOf(systemd, times) : ""});
+    const auto last =
+        platform.history->Runs({.job = places.Jobs() + "/" + job + ".etl", .limit = 1});
+    rows.push_back({job, JoinedTimes(times), systemd.IsInstalled() ? NextOf(systemd, times) : "",
+                    last.empty() ? "" : LocalTime(last[0].begin),
+                    last.empty() ? "" : WordOf(last[0].outcome)});
   }
-  PrintRows({"job", "schedule", "next"}, rows, json);
+  PrintRows({"job", "schedule", "next", "last", "verdict"}, rows, json);
   return 0;
 }
 

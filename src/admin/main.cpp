@@ -71,6 +71,8 @@ int main(int argc, char** argv) {
   admin::AddJobCommands(app, invocation);
   admin::AddDoctorCommand(app, invocation);
   admin::AddRunCommand(app, invocation);
+  admin::AddHistoryCommands(app, invocation);
+  admin::AddWatchCommand(app, invocation);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

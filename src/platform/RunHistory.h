@@ -70,6 +70,7 @@ struct RunFilter {
   bool failedOnly = false;  ///< Failure and Lost.
   std::optional<Moment> since;
   int limit = 0;  ///< 0: none.
+  bool runningOnly = false;
 };
 
 /// What runs leave behind. It is kept apart from what they load, and no problem with it may become

@@ -115,6 +115,7 @@ class SqliteRunHistory final : public RunHistory {
     if (!reader) return {};
     std::string sql = std::string(kColumns) + "WHERE 1";
     if (!filter.job.empty()) sql += " AND (job = ?1 OR job LIKE ?2 ESCAPE '\\')";
+    if (filter.runningOnly) sql += " AND outcome = 0";
     if (filter.failedOnly) sql += " AND outcome IN (2, 3)";
     if (filter.since) sql += " AND begin >= " + std::to_string(StoredMoment(*filter.since));
     sql += " ORDER BY id DESC";
