@@ -6,6 +6,7 @@
 #include <string>
 
 #include "admin/Admin.h"
+#include "admin/Completion.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
@@ -69,6 +70,8 @@ int main(int argc, char** argv) {
   admin::AddNetworkCommands(app, invocation);
   admin::AddJobCommands(app, invocation);
   admin::AddRunCommand(app, invocation);
+  if (argc > 1 && std::string_view(argv[1]) == admin::kCompleteCommand)
+    return admin::Complete(app, {argv + 2, argv + argc});
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
