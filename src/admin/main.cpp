@@ -6,6 +6,7 @@
 #include <string>
 
 #include "admin/Admin.h"
+#include "admin/Completion.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
@@ -73,6 +74,8 @@ int main(int argc, char** argv) {
   admin::AddRunCommand(app, invocation);
   admin::AddHistoryCommands(app, invocation);
   admin::AddWatchCommand(app, invocation);
+  if (argc > 1 && std::string_view(argv[1]) == admin::kCompleteCommand)
+    return admin::Complete(app, {argv + 2, argv + argc});
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
