@@ -52,6 +52,7 @@ struct RunRecord {
   int process = 0;
   std::string host;
   std::string startedBy;  ///< The user's name, and behind a blank what started the run when known.
+  bool isAttended = false;  ///< From the form: whoever started it sees how it ends.
   std::vector<StepRecord> steps;
   std::vector<FetchRecord> fetches;
 };
@@ -80,6 +81,13 @@ class RunHistory {
 
   /// One run with its steps and fetches; empty when there is none of that id.
   virtual std::optional<RunRecord> Run(std::int64_t id) = 0;
+
+  /// The runs that have ended and that nobody has called MarkAnnounced for, the earliest first, with
+  /// their steps and fetches. Throws as Runs does.
+  virtual std::vector<RunRecord> Unannounced() = 0;
+
+  /// The alarms of an ended run have been raised. Answers as Write does.
+  virtual std::string MarkAnnounced(std::int64_t id) = 0;
 };
 
 }  // namespace torvik
