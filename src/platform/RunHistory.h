@@ -35,6 +35,10 @@ struct FetchRecord {
   std::string error;
 };
 
+/// Which alarms of a run were raised, as bits that their room knows. All: nothing is left to raise.
+using RaisedAlarms = int;
+inline constexpr RaisedAlarms kAllAlarms = -1;
+
 /// One run of a job.
 struct RunRecord {
   std::int64_t id = 0;  ///< Given by the history; later runs have higher ones.
@@ -53,6 +57,7 @@ struct RunRecord {
   std::string host;
   std::string startedBy;  ///< The user's name, and behind a blank what started the run when known.
   bool isAttended = false;  ///< From the form: whoever started it sees how it ends.
+  RaisedAlarms alarms = 0;
   std::vector<StepRecord> steps;
   std::vector<FetchRecord> fetches;
 };
@@ -82,12 +87,12 @@ class RunHistory {
   /// One run with its steps and fetches; empty when there is none of that id.
   virtual std::optional<RunRecord> Run(std::int64_t id) = 0;
 
-  /// The runs that have ended and that nobody has called MarkAnnounced for, the earliest first, with
-  /// their steps and fetches. Throws as Runs does.
+  /// The runs that have ended and have not raised all alarms, the earliest first, with their steps
+  /// and fetches. Throws as Runs does.
   virtual std::vector<RunRecord> Unannounced() = 0;
 
-  /// The alarms of an ended run have been raised. Answers as Write does.
-  virtual std::string MarkAnnounced(std::int64_t id) = 0;
+  /// Keeps which alarms of an ended run were raised. Answers as Write does.
+  virtual std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) = 0;
 };
 
 }  // namespace torvik

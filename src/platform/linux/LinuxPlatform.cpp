@@ -5,6 +5,7 @@
 #include "platform/linux/LinuxNeighbourhood.h"
 #include "platform/linux/ftp/FtpCurl.h"
 #include "platform/linux/mail/MailCurl.h"
+#include "platform/linux/ping/PingCurl.h"
 #include "platform/linux/settings/ProfileFiles.h"
 #include "platform/linux/settings/RegistryFile.h"
 #include "platform/linux/shares/ShellByPath.h"
@@ -40,6 +41,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
+  platform.pings = NewPingCurl();
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
   platform.neighbourhood = NewLinuxNeighbourhood(platform.settings, paths);
   platform.browser = NewNoShellBrowser();
