@@ -108,9 +108,9 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
   program_.log.ShowOnly(false);
   program_.platform.messages.Report("nothing was run: " + reason);
   if (locks_.OwnsStatusFile()) {
+    Fail();
     Record(job);
     program_.recorder.Fails("nothing was run: " + reason);
-    Fail();
   }
   form_.ShowVerdict(RunVerdict::Failure);
   ShowBox("Nothing was run: " + reason, "Torv Error");

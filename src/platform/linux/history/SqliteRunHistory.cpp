@@ -165,9 +165,22 @@ class SqliteRunHistory final : public RunHistory {
       write();
     } catch (const std::exception& error) {
       writer_.reset();
-      return WordsOf(error);
+      return WordsOf(error) + Mended(error);
     }
     return std::exchange(note_, {});
+  }
+
+  /// The next run begins a new history when this one is damaged.
+  std::string Mended(const std::exception& error) {
+    const auto* const known = dynamic_cast<const PlatformError*>(&error);
+    if (known == nullptr || (known->number & 0xFF) != SQLITE_CORRUPT) return {};
+    std::string note;
+    try {
+      MendHistory(path_, note);
+    } catch (const PlatformError& problem) {
+      note = problem.Description();
+    }
+    return note.empty() ? note : "; " + note;
   }
 
   sqlite3* Writer() {
