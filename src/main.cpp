@@ -93,8 +93,10 @@ void RunProgram(const std::string& argumentText) {
       [form] {
         if (form() != nullptr) form()->cmdClose_Click();
       },
-      [form](const FetchProgress& progress) {
-        if (form() != nullptr) form()->SetFormStatus(FetchText(progress));
+      [&running, form](const FetchProgress& progress) {
+        if (form() == nullptr) return;
+        running->recorder.FetchProceeds(progress);
+        form()->SetFormStatus(FetchText(progress));
       });
   const auto packages = engine::NewPackageHost(
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
@@ -103,19 +105,21 @@ void RunProgram(const std::string& argumentText) {
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
-  Program program({*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(),
-                   *linuxPlatform.clock, *linuxPlatform.console, *linuxPlatform.files,
-                   *linuxPlatform.locks, messages, *linuxPlatform.processes, *linuxPlatform.profile,
-                   *linuxPlatform.shell, *linuxPlatform.internet, *linuxPlatform.registry,
-                   desktop ? desktop->Browser() : *linuxPlatform.browser,
-                   desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
-                  [&] {
-                    auto animation = std::make_unique<frmAnimate>(messages);
-                    if (desktop) desktop->ShowForm(*animation);
-                    return animation;
-                  });
+  Program program(
+      {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
+       *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.locks, messages,
+       *linuxPlatform.processes, *linuxPlatform.profile, *linuxPlatform.shell,
+       *linuxPlatform.internet, *linuxPlatform.registry, *linuxPlatform.history,
+       *linuxPlatform.secrets, desktop ? desktop->Browser() : *linuxPlatform.browser,
+       desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
+      [&] {
+        auto animation = std::make_unique<frmAnimate>(messages);
+        if (desktop) desktop->ShowForm(*animation);
+        return animation;
+      });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
+  program.recorder.onBegin = [&frontEnd](std::int64_t run) { frontEnd.TellRun(run); };
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -147,6 +151,7 @@ constexpr const char* kHelp =
 
 int main(int argc, char** argv) {
   GuardStandardStreams();
+  KeepMemoryPrivate();
   const std::string_view only = argc == 2 ? argv[1] : "";
   if (only == "--version") std::printf("torvik %s\n", kVersion);
   if (only == "--help") std::fputs(kHelp, stdout);

@@ -12,9 +12,11 @@
 #include <fstream>
 
 #include "admin/Admin.h"
+#include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
+#include "admin/Secrets.h"
 #include "admin/StatusCopy.h"
-#include "engine/model/Variables.h"
+#include "history/RunJson.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -45,26 +47,6 @@ struct Pipe {
   }
   Descriptor reading, writing;
 };
-
-/// Values that whoever starts the run gives to the package's variables. The process list shows
-/// them.
-NamedTexts VariablesOf(const std::vector<std::string>& options) {
-  NamedTexts variables;
-  for (const std::string& option : options) {
-    const std::size_t equals = option.find('=');
-    const std::string name = option.substr(0, equals);
-    if (equals == 0 || equals == option.npos || option.find('\x1F') != option.npos)
-      throw PlatformError(0, "--var " + name + ": write NAME=VALUE", "run");
-    if (engine::IsPasswordName(name))
-      throw PlatformError(0,
-                          "--var " + name +
-                              ": every user can read a command line; let a step of SetVariables "
-                              "read passwords from a file",
-                          "run");
-    variables.emplace_back(name, option.substr(equals + 1));
-  }
-  return variables;
-}
 
 pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status,
                   int frontEnd) {
@@ -97,6 +79,16 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
+/// The run as the history has it; a runner that was killed is told as lost there from now on.
+void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
+  if (run == 0) return;
+  try {
+    if (const auto record = platform.history->Run(run)) result["run"] = JsonOf(*record, true);
+  } catch (const PlatformError& error) {
+    Warn("the history: " + error.Description());
+  }
+}
+
 int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::string>& options,
         const std::string& statusFile, bool json) {
   if (const NamedTexts variables = VariablesOf(options); !variables.empty())
@@ -120,10 +112,12 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
-  if (const auto losses = LinesFromRunner(fromRunner.reading.Number()); !losses.empty()) {
-    result["log_losses"] = losses;
-    for (const std::string& loss : losses) sentence += "\nthe log is incomplete: " + loss;
+  const RunnerTold told = ReadFromRunner(fromRunner.reading.Number());
+  if (!told.lines.empty()) {
+    result["log_losses"] = told.lines;
+    for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
+  AddRecord(platform, told.run, result);
   PrintResult(result, sentence, json);
   return exitCode;
 }

@@ -26,12 +26,13 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
     case Kind::StepProgress: events.OnProgress(event.step, *event.rows); break;
     case Kind::StepEnded:
       if (event.failed) events.OnError(event.step, event.text);
+      events.OnFigures(event.step, event.rows.value_or(0), event.rejected);
       events.OnFinish(event.step);
       break;
     case Kind::Error: events.OnError("", event.text); break;
     case Kind::LogTrouble: events.OnLogTrouble(event.text); break;
+    case Kind::StepRetried: events.OnRetry(event.step, event.text); break;
     case Kind::PackageStarted:
-    case Kind::StepRetried:
     case Kind::StepOutput:
     case Kind::StepNotRun:
     case Kind::Note:
@@ -51,12 +52,15 @@ class LoadedPackage final : public dts::Package {
     UnInitialize();
     const bool trusted = flags == dts::SqlServerStorageFlags::UseTrustedConnection;
     PackageStore store(services_.databases, {serverName, trusted, serverUserName, serverPassword});
-    model_ = ReadPackageDocument(store.Load(packageName, versionGuid).text, packageName);
+    const StoredPackage stored = store.Load(packageName, versionGuid);
+    model_ = ReadPackageDocument(stored.text, packageName);
+    version_ = stored.versionId;
     variables_.Declare(model_->variables);
     workflow_ = Workflow(model_->steps);
   }
 
   const std::string& Name() const override { return Loaded().name; }
+  const std::string& VersionID() const override { return version_; }
 
   dts::GlobalVariables& GlobalVariables() override {
     Loaded();
@@ -150,6 +154,7 @@ class LoadedPackage final : public dts::Package {
 
   const EngineServices services_;
   std::optional<PackageModel> model_;
+  std::string version_;
   Variables variables_;
   Workflow workflow_;
 };

@@ -8,6 +8,7 @@
 #include "config/RunVariables.h"
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
+#include "history/RunRecorder.h"
 #include "log/RunLog.h"
 #include "package/ErrLogging.h"
 #include "platform/Platform.h"
@@ -25,6 +26,7 @@ struct Program {
       : platform(theirs),
         statusFile(theirs.files, theirs.messages),
         log(theirs.files, theirs.messages),
+        recorder(theirs.history, theirs.clock, theirs.messages),
         errLogging(theirs.files, theirs.messages),
         remoteData(log, theirs.clock, theirs.registry,
                    {theirs.internet, theirs.shell, theirs.files, theirs.messages,
@@ -36,6 +38,7 @@ struct Program {
   CommandLineSettings commandLine;
   OrvStatusFile statusFile;
   RunLog log;
+  RunRecorder recorder;
   ErrLogging errLogging;
   CopyQuorFiles remoteData;
   DataWarehouse dataWarehouse;

@@ -39,6 +39,8 @@ class RunDriver {
   void EndByExit();
   void Fail();
   void CopyLog();
+  void Record(const ExecDTSPackage& job);
+  void RecordWithoutVerdict();
   void Log(const std::string& text);
   void ShowBox(const std::string& text, const std::string& title);
 

@@ -4,9 +4,11 @@
 #include "platform/linux/AdoServers.h"
 #include "platform/linux/LinuxNeighbourhood.h"
 #include "platform/linux/ftp/FtpCurl.h"
+#include "platform/linux/history/SqliteRunHistory.h"
 #include "platform/linux/mail/MailCurl.h"
 #include "platform/linux/settings/ProfileFiles.h"
 #include "platform/linux/settings/RegistryFile.h"
+#include "platform/linux/settings/Secret.h"
 #include "platform/linux/shares/ShellByPath.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/NoPickers.h"
@@ -41,6 +43,9 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
+  platform.history = NewSqliteRunHistory(platform.settings.stateDirectory + "/history.db",
+                                         platform.settings.history);
+  platform.secrets = NewSecrets(paths);
   platform.neighbourhood = NewLinuxNeighbourhood(platform.settings, paths);
   platform.browser = NewNoShellBrowser();
   platform.dialogs = NewNoFileDialogs();

@@ -8,6 +8,7 @@
 #include "platform/linux/system/PathMap.h"
 
 #include "platform/linux/settings/EmbeddedDurability.h"
+#include "platform/linux/settings/Secret.h"
 
 namespace torvik {
 
@@ -18,6 +19,7 @@ struct ServerSettings {
   std::map<std::string, std::string> options =
       {};                              ///< Further keys, small letters; none of an embedded one.
   EmbeddedDurability durability = {};  ///< Of an embedded server.
+  LogonSettings logon = {};            ///< Of all others.
 };
 
 /// A section [provider NAME].
@@ -37,6 +39,7 @@ struct FtpSettings {
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
   int port = 21;                  ///< Of every server.
+  std::map<std::string, LogonSettings> logons = {};  ///< [ftp HOST], by small letters.
 };
 
 /// The section [mail].
@@ -46,18 +49,25 @@ struct MailSettings {
   MailTls tls = MailTls::Try;     ///< With a user, Try is Require: passwords need protection.
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   std::string user = {};          ///< Empty: no logon.
-  std::string passwordFile = {};
+  SecretReference password = {};
   std::string from = {};
   int timeoutSeconds = 30;  ///< To connect, and for a server that is silent in between.
 };
 
+/// The section [history].
+struct HistorySettings {
+  bool isOn = true;
+  int keepDays = 90;  ///< Runs that began earlier are forgotten.
+};
+
 /// How a section [smb HOST] has us use the shares of a server.
 struct SmbSettings {
-  std::string section = "smb";         ///< That messages send the user to.
-  std::string user, password, domain;  ///< Without a user we are a guest.
-  std::string credentials;             ///< A file that holds the three instead.
-  bool kerberos = false;               ///< Log on by the ticket of the environment.
-  int timeoutSeconds = 30;             ///< To connect, and for each answer.
+  std::string section = "smb";             ///< That messages send the user to.
+  std::string user, password, domain;      ///< Without a user we are a guest.
+  std::string credentials;                 ///< A file that holds the three instead.
+  SecretReference passwordReference = {};  ///< Instead of the password.
+  bool kerberos = false;                   ///< Log on by the ticket of the environment.
+  int timeoutSeconds = 30;                 ///< To connect, and for each answer.
   int port = 445;
 };
 
@@ -83,6 +93,7 @@ struct Settings {
 
   int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
 
+  HistorySettings history;
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.

@@ -28,10 +28,13 @@ TEST(Settings, TakesTheFileOver) {
           "certificates = /etc/mail.pem\n"
           "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
           "Port = 1433\n"
+          "User = etl\npassword_file = /etc/dw\n"
+          "[ftp Host]\nuser = ftp\npassword_credential = ftp-pw\n"
           "[server (local)]\ndirectory = /srv/local\n"
           "[provider MSDAORA.1]\ndriver = x\n"
           "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
           "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
+          "[smb new]\npassword_file = /etc/new\n"
           "[smb old]\ndomain = DW\nport = 4450\n",
           settings),
       "");
@@ -47,7 +50,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.waitForOtherRunSeconds, 60);
   EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
   const MailSettings& mail = settings.mail;
-  EXPECT_EQ(mail.server + mail.user + mail.passwordFile + mail.from + mail.certificates,
+  EXPECT_EQ(mail.server + mail.user + mail.password.file + mail.from + mail.certificates,
             "mailetl/etc/mailTorvik <t@example.com>/etc/mail.pem");
   EXPECT_EQ(mail.port + mail.timeoutSeconds, 587 + 9);
   EXPECT_EQ(mail.tls, MailTls::Require);
@@ -58,11 +61,17 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(files.timeoutSeconds, 7);
   EXPECT_EQ(old.user + "," + old.password + "," + old.domain, "etl,a ; b,DW");
   EXPECT_EQ(old.port, 4450);
+  const SmbSettings fresh = settings.Smb("new");
+  EXPECT_EQ(fresh.user + "," + fresh.password + "," + fresh.passwordReference.file,
+            "etl,,/etc/new");
+  EXPECT_EQ(settings.ftp.logons.at("host").user, "ftp");
+  EXPECT_EQ(settings.ftp.logons.at("host").password.credential, "ftp-pw");
   EXPECT_EQ(settings.Smb("others").port, 445);
   EXPECT_EQ(settings.Smb("others").user, "etl");
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
   ASSERT_NE(server, nullptr);
   EXPECT_EQ(server->backend, "odbc");
+  EXPECT_EQ(server->logon.user + server->logon.password.file, "etl/etc/dw");
   EXPECT_THAT(server->options, ElementsAre(Pair("driver", "FreeTDS"), Pair("port", "1433")));
   const ServerSettings* local = settings.FindServer("(LOCAL)");
   ASSERT_NE(local, nullptr);
@@ -102,7 +111,13 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[ftp]\ntls = try\nport = 990\n", "line 2: [ftp]: tls needs data connections from here"},
       {"[ftp]\nhost = x\n", "line 2: [ftp] has no key \"host\"; there are mode, type, tls, cert"},
       {"[smb]\nuser = a\n[smb h]\ntime = 1\n", "line 4: [smb] has no key \"time\"; there are user"},
-      {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password and credentials exclude"},
+      {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password, password_file, "},
+      {"[smb]\npassword_file = /a\npassword_credential = b\n", "line 3: password_file and pass"},
+      {"[mail]\npassword_credential = a/b\n", "line 2: a credential is given by its name"},
+      {"[ftp h]\npassword_file = /a\n", "line 1: [ftp h]: there is a password and no user"},
+      {"[ftp h]\nmode = active\n", "line 2: [ftp HOST] has no key \"mode\""},
+      {"[server X]\nbackend = odbc\npassword_file = /a\n", "line 1: [server x]: there is a pass"},
+      {"[server (local)]\nuser = a\n", "line 1: [server (local)]: an embedded server knows no u"},
       {"[smb]\ncredentials = c\n", "line 2: a file is given by its full path"},
       {"[smb]\nkerberos = true\n", "line 2: kerberos is yes or no"},
       {"[smb]\ntimeout = 3601\n", "line 2: timeout is a number of seconds from 1 to 3600"},
@@ -158,8 +173,9 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
   EXPECT_EQ(
       load("HOME", "home", settings),
       disk.PathOf("home/.config/torvik/torvik.conf") +
-          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
-          "[scripts], [programs], [run], [smb], [smb HOST], [server NAME], [provider NAME]");
+          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
+          "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], [server "
+          "NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/RunHistory.h"
+
+namespace torvik {
+
+/// Keeps runs in memory, the earliest first.
+struct FakeRunHistory final : RunHistory {
+  std::vector<RunRecord> runs;
+  std::string failure;  ///< What writers answer.
+
+  std::string Write(RunRecord& run) override {
+    if (run.id == 0) {
+      run.id = static_cast<std::int64_t>(runs.size()) + 1;
+      runs.push_back(run);
+    }
+    runs.at(static_cast<std::size_t>(run.id - 1)) = run;
+    return failure;
+  }
+  std::vector<RunRecord> Runs(const RunFilter& filter) override {
+    std::vector<RunRecord> found;
+    for (const RunRecord& run : runs)
+      if (filter.job.empty() || filter.job == run.job) found.insert(found.begin(), run);
+    return found;
+  }
+  std::optional<RunRecord> Run(std::int64_t id) override {
+    for (const RunRecord& run : runs)
+      if (run.id == id) return run;
+    return {};
+  }
+  std::vector<RunRecord> Unannounced() override {
+    std::vector<RunRecord> found;
+    for (const RunRecord& run : runs)
+      if (run.outcome != RunOutcome::Running && run.alarms != kAllAlarms) found.push_back(run);
+    return found;
+  }
+  std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
+    runs.at(static_cast<std::size_t>(id - 1)).alarms = raised;
+    return failure;
+  }
+};
+
+}  // namespace torvik
