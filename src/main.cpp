@@ -9,6 +9,7 @@
 #include <exception>
 #include <string_view>
 
+#include "alarms/Alarms.h"
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
 #include "platform/PlatformError.h"
@@ -59,6 +60,35 @@ void TellThatTheFormNeedsADisplay(const Program& program, const std::string& rea
                     ": nothing was run: a job needs a package, its DTS server, an exception file "
                     "(LogFile), a data-warehouse server and its database; see torvik --help");
   }
+}
+
+Alarms NewAlarms(LinuxPlatform& platform) {
+  return Alarms(platform.settings.alarms,
+                {*platform.history, *platform.files, platform.codePages->Ansi(), *platform.locks,
+                 *platform.clock, *platform.mail, *platform.pings, *platform.processes},
+                platform.settings.stateDirectory + "/alarms");
+}
+
+/// Of a run that an operator looks on, the metrics alone: he needs no call. Of all others when they
+/// are over and their locks are free.
+void WatchRuns(Program& program, Alarms& alarms, FrontEnd& frontEnd) {
+  const auto report = [&program](const std::string& problem) {
+    if (!problem.empty()) program.platform.messages.Report(problem);
+  };
+  program.recorder.onBegin = [&](std::int64_t run) {
+    frontEnd.TellRun(run);
+    if (!program.recorder.Record().isAttended) alarms.TellStart(program.recorder.Record().job);
+  };
+  program.recorder.onEnd = [&alarms, report](const RunRecord& run) {
+    if (run.isAttended) report(alarms.WriteMetrics(run.job));
+  };
+}
+
+void RaiseAlarms(Program& program, Alarms& alarms) {
+  const RunRecord& last = program.recorder.Record();
+  if (last.id == 0 || last.isAttended) return;
+  for (const std::string& problem : alarms.RaiseDue().problems)
+    program.platform.messages.Report(problem);
 }
 
 /// The windows, where there is a display and their module is installed; null, and why not, else.
@@ -119,7 +149,8 @@ void RunProgram(const std::string& argumentText) {
       });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
-  program.recorder.onBegin = [&frontEnd](std::int64_t run) { frontEnd.TellRun(run); };
+  Alarms alarms = NewAlarms(linuxPlatform);
+  WatchRuns(program, alarms, frontEnd);
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -130,6 +161,7 @@ void RunProgram(const std::string& argumentText) {
     return newForm;
   });
   frontEnd.Tell(program.log.Losses());
+  RaiseAlarms(program, alarms);
   if (!program.form || !program.form->IsOpen()) return;
   OpenNamedJob(*form());
   if (desktop)

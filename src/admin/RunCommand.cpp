@@ -12,6 +12,7 @@
 #include <fstream>
 
 #include "admin/Admin.h"
+#include "admin/AlarmsCommand.h"
 #include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
 #include "admin/Secrets.h"
@@ -79,11 +80,16 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
-/// The run as the history has it; a runner that was killed is told as lost there from now on.
+/// The run as the history has it; a runner that was killed is told as lost there from now on, and
+/// its alarms are raised here.
 void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
   if (run == 0) return;
   try {
-    if (const auto record = platform.history->Run(run)) result["run"] = JsonOf(*record, true);
+    const auto record = platform.history->Run(run);
+    if (!record) return;
+    result["run"] = JsonOf(*record, true);
+    if (record->outcome == RunOutcome::Lost)
+      for (const std::string& problem : RaiseDueAlarms(platform).problems) Warn(problem);
   } catch (const PlatformError& error) {
     Warn("the history: " + error.Description());
   }

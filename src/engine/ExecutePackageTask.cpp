@@ -2,13 +2,12 @@
 
 #include <algorithm>
 
+#include "engine/LoggedExecution.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/model/EngineServices.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/VariableChanges.h"
-#include "engine/run/PackageExecution.h"
-#include "engine/run/PackageLog.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -35,13 +34,17 @@ class ExecutePackageTask final : public Task {
     const std::string name = own.Substitute(package_.text);
     const std::vector<std::string> running = WithPackage(context.RunningPackages(), name);
 
-    PackageStore store(context.Services().databases,
-                       {own.Substitute(server_.text), own.IsTrue("DTSServerTrustedLogin"),
-                        own.Text("DTSServerLoginUserName"), own.Text("DTSServerLoginPassword")});
-    const PackageModel package = ReadPackageDocument(store.Load(name).text, name);
+    PackageOrigin origin;
+    origin.logon = {own.Substitute(server_.text), own.IsTrue("DTSServerTrustedLogin"),
+                    own.Text("DTSServerLoginUserName"), own.Text("DTSServerLoginPassword")};
+    const StoredPackage stored =
+        PackageStore(context.Services().databases, origin.logon).Load(name);
+    origin.id = stored.id;
+    origin.versionId = stored.versionId;
+    const PackageModel package = ReadPackageDocument(stored.text, name);
     Variables variables(package.variables);
     HandDown(own, package.name, variables);
-    Execute(context, package, variables, running);
+    Execute(context, package, origin, variables, running);
     TakeBack(variables, package.name, context.GlobalVariables());
     return std::nullopt;
   }
@@ -88,24 +91,23 @@ class ExecutePackageTask final : public Task {
         "package engine");
   }
 
-  static void Execute(TaskContext& context, const PackageModel& package, Variables& variables,
+  static void Execute(TaskContext& context, const PackageModel& package,
+                      const PackageOrigin& origin, Variables& variables,
                       const std::vector<std::string>& running) {
     std::string failures;
     const auto fail = [&](const std::string& reason) {
       failures += (failures.empty() ? "" : "; ") + reason;
     };
-    PackageLog log(context.Services(), package.name, variables,
-                   [&](const std::string& trouble) { context.Output(trouble); });
     Workflow workflow(package.steps);
-    ExecutePackage({context.Services(), package, variables, workflow, running,
-                    [&](ExecutionEvent event) {
-                      log.Handle(event);
-                      if (event.kind == ExecutionEvent::Kind::StepProgress)
-                        context.Progress(*event.rows);
-                      if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
-                        fail("step " + Quoted(event.step) + " failed: " + event.text);
-                    },
-                    context.Cancelled()});
+    ExecuteLogged({context.Services(), package, variables, workflow, running,
+                   [&](const ExecutionEvent& event) {
+                     if (event.kind == ExecutionEvent::Kind::StepProgress)
+                       context.Progress(*event.rows);
+                     if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
+                       fail("step " + Quoted(event.step) + " failed: " + event.text);
+                   },
+                   context.Cancelled()},
+                  origin, [&](const std::string& trouble) { context.Output(trouble); });
     if (!failures.empty())
       throw PlatformError(0, "package " + Quoted(package.name) + ": " + failures, "package engine");
   }

@@ -5,13 +5,13 @@
 #include <optional>
 #include <thread>
 
+#include "engine/LoggedExecution.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
 #include "engine/model/Problems.h"
 #include "engine/model/Variables.h"
 #include "engine/run/EventQueue.h"
 #include "engine/run/PackageExecution.h"
-#include "engine/run/PackageLog.h"
 #include "engine/run/Workflow.h"
 #include "platform/PlatformError.h"
 
@@ -51,16 +51,18 @@ class LoadedPackage final : public dts::Package {
                          const std::string& packageName, const std::string&) override {
     UnInitialize();
     const bool trusted = flags == dts::SqlServerStorageFlags::UseTrustedConnection;
-    PackageStore store(services_.databases, {serverName, trusted, serverUserName, serverPassword});
-    const StoredPackage stored = store.Load(packageName, versionGuid);
+    origin_.logon = {serverName, trusted, serverUserName, serverPassword};
+    const StoredPackage stored =
+        PackageStore(services_.databases, origin_.logon).Load(packageName, versionGuid);
+    origin_.id = stored.id;
+    origin_.versionId = stored.versionId;
     model_ = ReadPackageDocument(stored.text, packageName);
-    version_ = stored.versionId;
     variables_.Declare(model_->variables);
     workflow_ = Workflow(model_->steps);
   }
 
   const std::string& Name() const override { return Loaded().name; }
-  const std::string& VersionID() const override { return version_; }
+  const std::string& VersionID() const override { return origin_.versionId; }
 
   dts::GlobalVariables& GlobalVariables() override {
     Loaded();
@@ -127,22 +129,11 @@ class LoadedPackage final : public dts::Package {
   }
 
   void ExecuteWith(const EventSink& sink, const std::atomic<bool>& cancelled, bool onOneThread) {
-    const std::string& name = Loaded().name;
-    PackageLog log(services_, name, variables_, [&](const std::string& trouble) {
-      sink({.kind = ExecutionEvent::Kind::LogTrouble, .text = trouble});
-    });
-    ExecutePackage({services_,
-                    Loaded(),
-                    variables_,
-                    workflow_,
-                    {name},
-                    // The log first: the step after this one may send it.
-                    [&](ExecutionEvent event) {
-                      log.Handle(event);
-                      sink(std::move(event));
-                    },
-                    cancelled,
-                    onOneThread});
+    ExecuteLogged(
+        {services_, Loaded(), variables_, workflow_, {Loaded().name}, sink, cancelled, onOneThread},
+        origin_, [&](const std::string& trouble) {
+          sink({.kind = ExecutionEvent::Kind::LogTrouble, .text = trouble});
+        });
   }
 
   const PackageModel& Loaded() const {
@@ -153,8 +144,8 @@ class LoadedPackage final : public dts::Package {
   }
 
   const EngineServices services_;
+  PackageOrigin origin_;
   std::optional<PackageModel> model_;
-  std::string version_;
   Variables variables_;
   Workflow workflow_;
 };

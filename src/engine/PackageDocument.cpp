@@ -36,6 +36,7 @@ class DocumentReader {
     if (const TomlValue* variables = table.Find("global_variables"))
       model_.variablesPlace = variables->place;
     if (const TomlTable* variables = table.Table("global_variables")) ReadVariables(*variables);
+    ReadServerLog(table);
     ForEachTable(table, "connections", [this](TableReader& one) { ReadConnection(one); });
     ForEachTable(table, "steps", [this](TableReader& one) { ReadStep(one); });
     table.SkipOriginal();
@@ -77,6 +78,21 @@ class DocumentReader {
                                        " is declared twice (letter case does not matter); "
                                        "remove one of them");
       model_.variables.push_back({entry.key, VariableValue(entry), entry.place});
+    }
+  }
+
+  void ReadServerLog(TableReader& table) {
+    ServerLogModel& log = model_.serverLog;
+    log.isWanted = table.Boolean("log_to_server", false);
+    log.failsPackage = table.Boolean("fail_on_log_failure", false);
+    const std::pair<const char*, PlacedText*> texts[] = {{"log_server", &log.server},
+                                                         {"log_server_user", &log.user},
+                                                         {"log_server_password", &log.password}};
+    for (const auto& [key, text] : texts) {
+      const auto given = table.Text(key);
+      if (!given) continue;
+      CheckTemplate(*given, TextUse::Inside, model_.variables, problems_);
+      *text = *given;
     }
   }
 

@@ -1,11 +1,10 @@
 #include "engine/PackageStore.h"
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
-#include <random>
 
+#include "engine/Identifiers.h"
 #include "engine/model/OwnTransaction.h"
 #include "engine/model/Problems.h"
 #include "platform/Ado.h"
@@ -56,19 +55,6 @@ Instant InstantOf(const std::string& date) {
   return Instant(std::chrono::seconds(timegm(&utc))) + fraction;
 }
 
-/// A random identifier as SQL Server spells it.
-std::string NewIdentifier() {
-  std::random_device random;
-  std::array<unsigned, 4> words;
-  for (unsigned& word : words) word = random();
-  words[1] = (words[1] & 0xFFFF0FFF) | 0x4000;      // version 4: random
-  words[2] = (words[2] & 0x3FFFFFFF) | 0x80000000;  // the usual variant
-  char text[40];
-  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16,
-                words[1] & 0xFFFF, words[2] >> 16, words[2] & 0xFFFF, words[3]);
-  return text;
-}
-
 /// The category of packages for which none is chosen; lists show it, nothing here depends on it.
 constexpr const char* kLocalCategory = "B8C30002-A282-11D1-B7D9-00C04FB6EFD5";
 
@@ -82,22 +68,26 @@ constexpr const char* kLatestFirst = " ORDER BY createdate DESC, versionid DESC"
 
 }  // namespace
 
+std::unique_ptr<ado::Connection> OpenStore(ado::Provider& databases, const StoreLogon& logon) {
+  auto connection = databases.NewConnection();
+  connection->SetProvider("SQLOLEDB");
+  connection->SetConnectionTimeout(kConnectTimeoutSeconds);
+  connection->SetProperty("Data Source", logon.server);
+  connection->SetProperty("Initial Catalog", "msdb");
+  if (logon.trusted) {
+    connection->SetProperty("Integrated Security", "SSPI");
+  } else {
+    connection->SetProperty("User ID", logon.user);
+    connection->SetProperty("Password", logon.password);
+  }
+  connection->Open();
+  return connection;
+}
+
 PackageStore::PackageStore(ado::Provider& databases, const StoreLogon& logon)
     : server_(logon.server),
       owner_(logon.trusted ? "torvik" : logon.user),
-      connection_(databases.NewConnection()) {
-  connection_->SetProvider("SQLOLEDB");
-  connection_->SetConnectionTimeout(kConnectTimeoutSeconds);
-  connection_->SetProperty("Data Source", logon.server);
-  connection_->SetProperty("Initial Catalog", "msdb");
-  if (logon.trusted) {
-    connection_->SetProperty("Integrated Security", "SSPI");
-  } else {
-    connection_->SetProperty("User ID", logon.user);
-    connection_->SetProperty("Password", logon.password);
-  }
-  connection_->Open();
-}
+      connection_(OpenStore(databases, logon)) {}
 
 PackageStore::~PackageStore() = default;
 
@@ -151,9 +141,10 @@ StoredPackage PackageStore::Load(const std::string& name, const std::string& ver
           ? LatestOf(name)
           : NamedAs(name) + " AND versionid = " + connection_->Literal(WithoutBraces(versionId));
   const auto row = connection_->OpenRecordset(
-      "SELECT name, versionid, packagedata FROM sysdtspackages WHERE " + version, {});
+      "SELECT name, versionid, packagedata, id FROM sysdtspackages WHERE " + version, {});
   if (row->Eof()) throw NoSuchPackage(name, versionId);
-  return {TextOfField(row->Field(0)), TextOfField(row->Field(1)), TextOfField(row->Field(2))};
+  return {TextOfField(row->Field(0)), TextOfField(row->Field(1)), TextOfField(row->Field(2)),
+          TextOfField(row->Field(3))};
 }
 
 PlatformError PackageStore::NoSuchPackage(const std::string& name,

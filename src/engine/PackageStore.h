@@ -29,6 +29,7 @@ struct StoredPackage {
   std::string name;
   std::string versionId;
   std::string text;  ///< The document.
+  std::string id;    ///< The same for all versions.
 };
 
 struct PackageSummary {
@@ -44,6 +45,9 @@ struct VersionSummary {
   std::string owner;
   std::string description;
 };
+
+/// A connection to the server's msdb database; throws PlatformError.
+std::unique_ptr<ado::Connection> OpenStore(ado::Provider& databases, const StoreLogon& logon);
 
 /// The packages of a server: its table msdb.dbo.sysdtspackages, in which every save adds a version.
 /// What fails throws PlatformError.

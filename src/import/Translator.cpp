@@ -52,7 +52,9 @@ class PackageTranslator {
     WriteSteps(parts);
     DocumentWriter writer;
     WriteHead(writer);
-    WriteVariables(writer, parts.UsedNames());
+    std::vector<std::string> used = writer.UsedNames();
+    used.insert(used.end(), parts.UsedNames().begin(), parts.UsedNames().end());
+    WriteVariables(writer, used);
     WriteOriginal(writer, "[original]", rest_);
     writer.Blank();
     writer.Append(parts.Document());
@@ -92,8 +94,28 @@ class PackageTranslator {
       writer.Whole("max_concurrent_steps", steps);
     if (properties.Boolean("WriteCompletionStatusToNTEventLog", false))
       writer.Boolean("write_completion_status_to_nt_event_log", true);
+    WriteServerLog(writer, properties);
     rest_ = properties.Rest();
     NoteKept("package", "the package", rest_, result_.notes);
+  }
+
+  void WriteServerLog(DocumentWriter& writer, Properties& properties) {
+    constexpr std::int64_t kTrusted = 256;  // DTSSQLStgFlag_UseTrustedConnection
+    if (properties.Boolean("LogToSQLServer", false)) writer.Boolean("log_to_server", true);
+    if (properties.Boolean("FailPackageOnLogFailure", false))
+      writer.Boolean("fail_on_log_failure", true);
+    const std::string server = properties.Text("LogServerName");
+    const std::string user = properties.Text("LogServerUserName");
+    const bool isTrusted = (properties.Whole("LogServerFlags", 0) & kTrusted) != 0;
+    const Property* const password = properties.Take("LogServerPassword");
+    if (!server.empty()) writer.Text("log_server", server);
+    if (user.empty() || isTrusted) return;
+    writer.Text("log_server_user", user);
+    if (password == nullptr || password->value.DocumentText().empty()) return;
+    NoteAt(password->line,
+           "the password of the server that logs is not written down: it is the "
+           "global variable LogServerPassword");
+    writer.Text("log_server_password", "${LogServerPassword}");
   }
 
   // --- Global variables ---

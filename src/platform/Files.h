@@ -97,6 +97,9 @@ class Files {
   /// The same for bytes that are written as they are.
   virtual std::error_code ReplaceBytes(const std::string& path, std::string_view bytes) = 0;
 
+  /// Lets every user read the file, whatever the umask says.
+  virtual std::error_code LetAllRead(const std::string& path) = 0;
+
   /// Copies a file's bytes over `to`, which may exist.
   virtual std::error_code Copy(const std::string& from, const std::string& to) = 0;
 

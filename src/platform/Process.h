@@ -17,6 +17,7 @@ struct ProcessRequest {
   std::string program;  ///< A path, or a name looked up in PATH.
   std::vector<std::string> arguments;
   std::string workingDirectory;  ///< Empty: the caller's.
+  std::string input = {};        ///< What it reads from its standard input.
   /// When it becomes true, the program is told to end (SIGTERM to it and what it has started), and
   /// is killed when it has not after five seconds. Null: nobody can end it.
   const std::atomic<bool>* cancelled = nullptr;
@@ -45,7 +46,7 @@ class Processes {
   /// Releases the handle of an ended process.
   virtual void CloseHandle(ProcessHandle process) = 0;
 
-  /// Runs a program to its end, standard input empty. Each line that it writes to standard output
+  /// Runs a program to its end. Each line that it writes to standard output
   /// or standard error is handed to `onLine` as it comes, without its line end.
   virtual ProcessExit Run(const ProcessRequest& request,
                           const std::function<void(std::string_view)>& onLine) = 0;

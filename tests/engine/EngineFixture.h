@@ -153,8 +153,16 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
   std::unique_ptr<Processes> processes_ = NewPosixProcesses();
   RecordedLog eventLog_;
   FakeMailer mail_;
-  std::unique_ptr<dts::PackageHost> host_ = NewPackageHost(
-      {server_.Databases(), *files_, *codePages_, clock_, *processes_, eventLog_, mail_});
+  std::unique_ptr<dts::PackageHost> host_ = NewPackageHost({server_.Databases(),
+                                                            *files_,
+                                                            *codePages_,
+                                                            clock_,
+                                                            *processes_,
+                                                            eventLog_,
+                                                            mail_,
+                                                            {},
+                                                            "etl1",
+                                                            "loader"});
   std::unique_ptr<ado::Connection> warehouse_ = server_.Open();
 };
 

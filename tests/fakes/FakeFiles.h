@@ -85,6 +85,10 @@ struct FakeFiles final : Files {
   std::error_code ReplaceBytes(const std::string& path, std::string_view bytes) override {
     return Write("ReplaceBytes", path, std::string(bytes));
   }
+  std::error_code LetAllRead(const std::string& path) override {
+    calls.push_back("LetAllRead " + Key(path));
+    return Readable(path);
+  }
   std::error_code Copy(const std::string& from, const std::string& to) override {
     if (const auto error = Readable(from)) return error;
     return Write("Copy " + Key(from) + " to", to, Text(from));

@@ -15,8 +15,15 @@ struct FakeProcesses final : Processes {
   }
   bool IsRunning(ProcessHandle) override { return polls > 0 && polls-- > 0; }
   void CloseHandle(ProcessHandle) override { --polls; }
-  ProcessExit Run(const ProcessRequest&, const std::function<void(std::string_view)>&) override {
-    return {false, 0, "a FakeProcesses runs nothing"};
+  std::vector<ProcessRequest> requests;                           ///< Given to Run.
+  ProcessExit exit = {false, 0, "a FakeProcesses runs nothing"};  ///< What Run answers.
+  std::string output;                                             ///< Each Run writes this line.
+
+  ProcessExit Run(const ProcessRequest& request,
+                  const std::function<void(std::string_view)>& onLine) override {
+    requests.push_back(request);
+    if (!output.empty()) onLine(output);
+    return exit;
   }
 };
 

@@ -28,6 +28,7 @@ struct EngineServices {
   Mailer& mail;
   /// In which scripts may use files; the text files among them are in the ANSI code page.
   std::vector<std::string> scriptDirectories = {};
+  std::string computer = {}, user = {};  ///< Where packages run, and as whom; for logs.
 };
 
 }  // namespace engine

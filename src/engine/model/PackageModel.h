@@ -63,6 +63,14 @@ struct StepModel {
   TextPlace place;
 };
 
+/// Whether runs are logged in the tables of a server too, and in whose. Texts may hold `${Name}`.
+struct ServerLogModel {
+  bool isWanted = false;
+  bool failsPackage = false;       ///< When the log cannot be written.
+  PlacedText server = {};          ///< Empty: the server that the package was loaded from.
+  PlacedText user, password = {};  ///< Without a user the account of the process logs on.
+};
+
 struct PackageModel {
   std::string document;  ///< How messages call the document.
   std::string name;
@@ -72,6 +80,7 @@ struct PackageModel {
   bool useTransaction = true;
   bool autoCommitTransaction = true;
   bool writeCompletionStatusToNTEventLog = false;
+  ServerLogModel serverLog = {};
   std::vector<GlobalVariable> variables;
   std::vector<ConnectionModel> connections;
   std::vector<StepModel> steps;

@@ -16,6 +16,7 @@
 #include "platform/Mail.h"
 #include "platform/Messages.h"
 #include "platform/Neighbourhood.h"
+#include "platform/Ping.h"
 #include "platform/Process.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
@@ -44,6 +45,7 @@ struct LinuxPlatform {
   std::unique_ptr<Shell> shell;
   std::unique_ptr<wininet::Client> internet;
   std::unique_ptr<Mailer> mail;
+  std::unique_ptr<Pinger> pings;
   std::unique_ptr<Registry> registry;
   std::unique_ptr<RunHistory> history;
   std::unique_ptr<Secrets> secrets;

@@ -58,13 +58,19 @@ bool HoldsSmbPassword(const Settings& settings) {
                      [](const auto& smb) { return !smb.second.password.empty(); });
 }
 
+bool HoldsPingUrl(const AlarmSettings& alarms) {
+  return std::any_of(alarms.monitor.begin(), alarms.monitor.end(),
+                     [](const auto& monitor) { return !monitor.second.pingUrl.empty(); });
+}
+
 std::string ReadSettingsFile(Settings& settings) {
   std::string text;
   const Descriptor file = OpenFile(settings.sourceFile, O_RDONLY);
   const std::error_code error = file.IsOpen() ? ReadAll(file.Number(), text) : LastSystemError();
   if (error) return settings.sourceFile + " cannot be read: " + error.message();
   if (std::string problem = ParseSettings(text, settings); !problem.empty()) return problem;
-  return HoldsSmbPassword(settings) ? CheckSecretFile(file, settings.sourceFile) : "";
+  const bool hasSecret = HoldsSmbPassword(settings) || HoldsPingUrl(settings.alarms);
+  return hasSecret ? CheckSecretFile(file, settings.sourceFile) : "";
 }
 
 }  // namespace
@@ -84,7 +90,8 @@ bool Settings::HoldPassword() const {
     const auto& options = section.second.options;
     return options.contains("pwd") || options.contains("password");
   };
-  return HoldsSmbPassword(*this) || std::any_of(servers.begin(), servers.end(), hasOne) ||
+  return HoldsSmbPassword(*this) || HoldsPingUrl(alarms) ||
+         std::any_of(servers.begin(), servers.end(), hasOne) ||
          std::any_of(providers.begin(), providers.end(), hasOne);
 }
 

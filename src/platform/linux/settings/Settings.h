@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "platform/AlarmSettings.h"
 #include "platform/Mail.h"
 #include "platform/linux/system/PathMap.h"
 
@@ -97,6 +98,7 @@ struct Settings {
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.
+  AlarmSettings alarms;
 
   /// The server of that name, letter case aside, or null.
   const ServerSettings* FindServer(const std::string& name) const;

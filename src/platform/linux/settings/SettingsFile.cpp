@@ -6,6 +6,7 @@
 #include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
+#include "platform/linux/settings/AlarmSections.h"
 #include "platform/linux/settings/IniText.h"
 #include "platform/linux/text/IconvCodePages.h"
 
@@ -148,6 +149,7 @@ class SettingsParser {
       if (std::string problem = Read(line); !problem.empty()) return At(lineNumber_, problem);
     }
     JoinSmbSections();
+    settings_.alarms = alarms_.Joined();
     std::string problem = CheckServers();
     if (problem.empty()) problem = CheckProviders();
     if (problem.empty()) problem = CheckFtp();
@@ -168,7 +170,9 @@ class SettingsParser {
     Programs,
     Smb,
     Run,
-    History
+    History,
+    Monitor,
+    Notify
   };
 
   std::string At(int lineNumber, const std::string& problem) const {
@@ -191,6 +195,8 @@ class SettingsParser {
     const std::string provider = Behind("provider", name);
     const std::string host = LowerAscii(Behind("smb", name));
     const std::string ftpHost = LowerAscii(Behind("ftp", name));
+    const std::string watched = LowerAscii(Behind("monitor", name));
+    const std::string told = LowerAscii(Behind("notify", name));
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
@@ -216,6 +222,12 @@ class SettingsParser {
       section_ = Section::Smb;
       name_ = host;
       smb_.try_emplace(host);
+    } else if (EqualsIgnoringCase(name, "monitor") || !watched.empty()) {
+      section_ = Section::Monitor;
+      name_ = watched;
+    } else if (EqualsIgnoringCase(name, "notify") || !told.empty()) {
+      section_ = Section::Notify;
+      name_ = told;
     } else if (!provider.empty()) {
       section_ = Section::Provider;
       name_ = ProviderKey(provider);
@@ -224,7 +236,8 @@ class SettingsParser {
     } else if (server.empty()) {
       return "the section [" + name +
              "] is not known; there are [text], [paths], [ftp], [ftp HOST], [mail], [scripts], "
-             "[programs], [run], [history], [smb], [smb HOST], [server NAME], [provider NAME]";
+             "[programs], [run], [history], [smb], [smb HOST], [monitor], [monitor JOB], [notify], "
+             "[notify JOB], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -251,6 +264,8 @@ class SettingsParser {
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
+      case Section::Monitor: return alarms_.ReadMonitorKey(name_, key, value);
+      case Section::Notify: return alarms_.ReadNotifyKey(name_, key, value);
     }
     return {};
   }
@@ -474,12 +489,13 @@ class SettingsParser {
   Settings& settings_;
   int lineNumber_ = 0;
   Section section_ = Section::None;
-  std::string name_;  ///< Of the server or provider that the section is about.
+  std::string name_;  ///< Of the server, provider or job that the section is about.
   int tlsLine_ = 0;
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
   std::map<std::string, int> ftpLines_;
   std::map<std::string, SmbKeys> smb_;  ///< By host; "" for [smb].
+  AlarmSections alarms_;
 };
 
 }  // namespace

@@ -40,6 +40,40 @@ CREATE TABLE IF NOT EXISTS sysdtspackages (
 constexpr const char* kPackageIndex =
     "CREATE INDEX IF NOT EXISTS sysdtspackages_latest ON sysdtspackages (name, createdate)";
 
+/// Likewise those of the logs of runs.
+constexpr const char* kLogTables = R"(
+CREATE TABLE IF NOT EXISTS sysdtspackagelog (
+  name              NVARCHAR(128) NOT NULL,
+  description       NVARCHAR(1000),
+  id                UNIQUEIDENTIFIER NOT NULL,
+  versionid         UNIQUEIDENTIFIER NOT NULL,
+  lineagefull       UNIQUEIDENTIFIER NOT NULL PRIMARY KEY,
+  lineageshort      INT NOT NULL,
+  starttime         DATETIME NOT NULL,
+  endtime           DATETIME,
+  elapsedtime       DOUBLE PRECISION,
+  computer          NVARCHAR(128) NOT NULL,
+  operator          NVARCHAR(128) NOT NULL,
+  logdate           DATETIME NOT NULL DEFAULT (strftime('%Y-%m-%d %H:%M:%f', 'now', 'localtime')),
+  errorcode         INT,
+  errordescription  NVARCHAR(2000)
+);
+CREATE TABLE IF NOT EXISTS sysdtssteplog (
+  stepexecutionid   INTEGER PRIMARY KEY AUTOINCREMENT,
+  lineagefull       UNIQUEIDENTIFIER NOT NULL
+    REFERENCES sysdtspackagelog (lineagefull) ON DELETE CASCADE,
+  stepname          NVARCHAR(128) NOT NULL,
+  stepexecstatus    INT,
+  stepexecresult    INT,
+  starttime         DATETIME,
+  endtime           DATETIME,
+  elapsedtime       DOUBLE PRECISION,
+  errorcode         INT,
+  errordescription  NVARCHAR(2000),
+  progresscount     BIGINT
+);
+CREATE INDEX IF NOT EXISTS sysdtssteplog_lineage ON sysdtssteplog (lineagefull))";
+
 constexpr const char* kDataLinkTable = R"(
 CREATE TABLE IF NOT EXISTS dwm_data_link (
   model              TEXT NOT NULL,  -- the ETL model that the link belongs to
@@ -138,6 +172,7 @@ void CreateEmbeddedServer(const std::string& directory) {
   CreateDatabase(directory, "msdb");
   RunOnce(directory, "msdb", kPackageTable);
   RunOnce(directory, "msdb", kPackageIndex);
+  RunOnce(directory, "msdb", kLogTables);
 }
 
 void CreateWarehouse(const std::string& directory, const std::string& name) {

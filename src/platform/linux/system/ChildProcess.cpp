@@ -29,6 +29,7 @@ struct PreparedStart {
   char* const* arguments;
   const char* directory;  ///< Null: stays.
   int output;
+  int input;
   int failures;
   pid_t parent;
 };
@@ -54,6 +55,10 @@ void DetachInChild(const PreparedStart& start) {
   if (getppid() != start.parent) _exit(127);  // it died before the line above
   dup2(start.output, STDOUT_FILENO);
   dup2(start.output, STDERR_FILENO);
+  if (start.input >= 0) {
+    dup2(start.input, STDIN_FILENO);
+    return;
+  }
   const int nothing = open("/dev/null", O_RDONLY);
   dup2(nothing, STDIN_FILENO);
   if (nothing > STDERR_FILENO) close(nothing);
@@ -105,8 +110,8 @@ pid_t StartChild(const ChildStart& start, std::string& reason) {
   }
   arguments.push_back(nullptr);
   const char* directory = start.workingDirectory.empty() ? nullptr : start.workingDirectory.c_str();
-  const PreparedStart prepared{start.program.c_str(), arguments.data(), directory,
-                               start.output,          writing.Number(), getpid()};
+  const PreparedStart prepared{start.program.c_str(), arguments.data(), directory, start.output,
+                               start.input,           writing.Number(), getpid()};
   const pid_t child = fork();
   if (child == 0) BecomeProgram(prepared);
   if (child < 0) {

@@ -118,6 +118,16 @@ class PosixFiles final : public Files {
     return spares_.Try([&] { return ReplaceOrOverwriteFile(linuxPath, bytes, kNewFileMode); });
   }
 
+  std::error_code LetAllRead(const std::string& path) override {
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(path, error);
+    struct stat status {};
+    if (error || StatusOf(linuxPath, status)) return error ? error : LastSystemError();
+    const mode_t mode = status.st_mode & 07777, wanted = mode | 0444;
+    if (mode == wanted || chmod(linuxPath.c_str(), wanted) == 0) return {};
+    return LastSystemError();
+  }
+
   std::error_code Copy(const std::string& from, const std::string& to) override {
     return spares_.Try([&] {
       std::error_code error;

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -55,6 +56,14 @@ bool ReadSome(int pipe, LineSplitter& lines) {
   const ssize_t got = read(pipe, buffer, sizeof buffer);
   if (got > 0) lines.Add({buffer, static_cast<std::size_t>(got)});
   return got > 0 || (got < 0 && errno == EINTR);
+}
+
+/// A file of this process's memory that holds `text`; nobody has to write while another reads.
+Descriptor OpenText(const std::string& text) {
+  Descriptor file(memfd_create("input", MFD_CLOEXEC));
+  const bool isReady =
+      file.IsOpen() && !WriteAll(file.Number(), text) && lseek(file.Number(), 0, SEEK_SET) == 0;
+  return isReady ? std::move(file) : Descriptor();
 }
 
 /// Readable when the process has ended. The C library's own declaration lacks C linkage in 2.36.
@@ -193,6 +202,15 @@ class PosixProcesses final : public Processes {
     ChildStart start;
     start.arguments = request.arguments;
     start.output = output;
+    Descriptor input;
+    if (!request.input.empty()) {
+      input = OpenText(request.input);
+      if (!input.IsOpen()) {
+        reason = "its input: " + LastSystemError().message();
+        return 0;
+      }
+      start.input = input.Number();
+    }
     start.program = ProgramPath(request.program, reason);
     if (start.program.empty()) return 0;
     std::error_code error;

@@ -35,7 +35,10 @@ TEST(Settings, TakesTheFileOver) {
           "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
           "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
           "[smb new]\npassword_file = /etc/new\n"
-          "[smb old]\ndomain = DW\nport = 4450\n",
+          "[smb old]\ndomain = DW\nport = 4450\n"
+          "[monitor Sales]\nping_url_file = /etc/sales\n[notify Sales]\nmail_to =\n"
+          "[monitor]\ntextfile_directory = /m\nPing_URL = HTTPS://h/a?b#c ; d\n"
+          "[notify]\nmail_to = a@x, b@y\ncommand = page \"to me\" ; x\ncommand_on = Always\n",
           settings),
       "");
   EXPECT_EQ(settings.codePage, "utf-8");
@@ -66,6 +69,13 @@ TEST(Settings, TakesTheFileOver) {
             "etl,,/etc/new");
   EXPECT_EQ(settings.ftp.logons.at("host").user, "ftp");
   EXPECT_EQ(settings.ftp.logons.at("host").password.credential, "ftp-pw");
+  const auto& [monitor, notify] = settings.alarms;
+  EXPECT_EQ(monitor.at("").textfileDirectory + monitor.at("").pingUrl, "/mHTTPS://h/a?b#c");
+  EXPECT_EQ(monitor.at("sales").textfileDirectory + monitor.at("sales").pingUrl, "/m");
+  EXPECT_EQ(monitor.at("sales").pingUrlFile, "/etc/sales") << "one URL in the place of the other";
+  EXPECT_THAT(notify.at("").command, ElementsAre("page", "to me"));
+  EXPECT_EQ(notify.at("").mailTo + notify.at("sales").mailTo, "a@x, b@y");
+  EXPECT_EQ(notify.at("sales").commandOn, NotifyOn::Always);
   EXPECT_EQ(settings.Smb("others").port, 445);
   EXPECT_EQ(settings.Smb("others").user, "etl");
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
@@ -122,6 +132,13 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[smb]\nkerberos = true\n", "line 2: kerberos is yes or no"},
       {"[smb]\ntimeout = 3601\n", "line 2: timeout is a number of seconds from 1 to 3600"},
       {"[smb]\nport = 65536\n", "line 2: port is a number"},
+      {"[monitor]\nurl = x\n",
+       "line 2: [monitor] has no key \"url\"; there are textfile_directory"},
+      {"[monitor a]\ntextfile_directory = m\n", "line 2: textfile_directory is a full path"},
+      {"[monitor]\nping_url = secret\n", "line 2: ping_url begins with http:// or https://"},
+      {"[monitor]\nping_url_file = m\n", "line 2: ping_url_file is a full path"},
+      {"[notify a]\nmail = x\n", "line 2: [notify] has no key \"mail\"; there are mail_to"},
+      {"[notify]\ncommand_on = never\n", "line 2: command_on is failure, change or always"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
       {"\n[server X]\nbackend = embedded\n", "line 2: [server x]: an embedded server needs a"},
@@ -174,8 +191,8 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
       load("HOME", "home", settings),
       disk.PathOf("home/.config/torvik/torvik.conf") +
           ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-          "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], [server "
-          "NAME], [provider NAME]");
+          "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], "
+          "[monitor], [monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

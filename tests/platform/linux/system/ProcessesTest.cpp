@@ -62,6 +62,15 @@ TEST_F(ProcessesTest, RunHandsOutLinesAndTheExitCode) {
   signal(SIGINT, SIG_DFL);
 }
 
+TEST_F(ProcessesTest, RunHandsInputIn) {
+  ProcessRequest request{"sh", {"-c", "sleep 0.05; wc -c"}, ""};
+  request.input.assign(300000, 'x');  // more than a pipe takes
+  EXPECT_EQ(Run(request).exitCode, 0);
+  EXPECT_EQ(lines_, Lines{"300000"});
+  request.arguments[1] = "exec <&-";
+  EXPECT_EQ(Run(request).exitCode, 0) << "nobody has to read it";
+}
+
 TEST_F(ProcessesTest, PathsMayBeSpelledEitherWay) {
   disk_.Write("tools/hello", "#!/bin/sh\npwd\n");
   disk_.SetMode("tools/hello", 0755);
