@@ -19,6 +19,7 @@
 #include "platform/linux/system/Display.h"
 #include "platform/linux/system/FrontEnd.h"
 #include "platform/linux/system/ProcessSetup.h"
+#include "platform/linux/system/WhoRuns.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
@@ -96,7 +97,7 @@ void RunProgram(const std::string& argumentText) {
   const auto packages = engine::NewPackageHost(
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
        *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
-       linuxPlatform.settings.scriptDirectories});
+       linuxPlatform.settings.scriptDirectories, HostName(), UserName()});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
