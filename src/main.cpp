@@ -9,6 +9,7 @@
 #include <exception>
 #include <string_view>
 
+#include "alarms/Alarms.h"
 #include "engine/Package.h"
 #include "platform/FetchProgress.h"
 #include "platform/PlatformError.h"
@@ -69,7 +70,10 @@ std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& 
     return nullptr;
   }
   void* const function = FindInModule(kDesktopModule, kNewDesktop, reason);
-  if (function == nullptr) return nullptr;
+  if (function == nullptr) {
+    reason += " (Debian package torvik-desktop)";
+    return nullptr;
+  }
   return std::unique_ptr<Desktop>(reinterpret_cast<NewDesktopFunction>(function)(
       {*platform.messages, *platform.neighbourhood}));
 }
@@ -81,6 +85,33 @@ void OpenNamedJob(frmRunnerMain& form) {
     form.OpenJobFile(file);
 }
 
+/// Raises alarms when unattended runs have ended. Whoever runs a job on the form sees how it ends.
+class AlarmsOfRuns final : public RunObserver {
+ public:
+  AlarmsOfRuns(Alarms& alarms, Messages& messages) : alarms_(alarms), messages_(messages) {}
+
+  void Begins(RunRecord& run) override {
+    const bool isRaised = !run.isAttended && alarms_.AreRaisedFor(run.job);
+    if (isRaised)
+      alarms_.TellStart(run.job);
+    else
+      run.alarms = kAllAlarms;
+  }
+
+  void HasEnded(const RunRecord& run) override {
+    if (run.isAttended) return Tell(alarms_.WriteMetrics(run.job));
+    for (const std::string& problem : alarms_.RaiseDue(run).problems) Tell(problem);
+  }
+
+ private:
+  void Tell(const std::string& problem) {
+    if (!problem.empty()) messages_.Report(problem);
+  }
+
+  Alarms& alarms_;
+  Messages& messages_;
+};
+
 void RunProgram(const std::string& argumentText) {
   FrontEnd frontEnd;
   Program* running = nullptr;
@@ -91,8 +122,10 @@ void RunProgram(const std::string& argumentText) {
       [form] {
         if (form() != nullptr) form()->cmdClose_Click();
       },
-      [form](const FetchProgress& progress) {
-        if (form() != nullptr) form()->SetFormStatus(FetchText(progress));
+      [&running, form](const FetchProgress& progress) {
+        if (form() == nullptr) return;
+        running->recorder.FetchProceeds(progress);
+        form()->SetFormStatus(FetchText(progress));
       });
   const auto packages = engine::NewPackageHost(
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
@@ -101,19 +134,28 @@ void RunProgram(const std::string& argumentText) {
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
-  Program program({*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(),
-                   *linuxPlatform.clock, *linuxPlatform.console, *linuxPlatform.files,
-                   *linuxPlatform.locks, messages, *linuxPlatform.processes, *linuxPlatform.profile,
-                   *linuxPlatform.shell, *linuxPlatform.internet, *linuxPlatform.registry,
-                   desktop ? desktop->Browser() : *linuxPlatform.browser,
-                   desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
-                  [&] {
-                    auto animation = std::make_unique<frmAnimate>(messages);
-                    if (desktop) desktop->ShowForm(*animation);
-                    return animation;
-                  });
+  Program program(
+      {*linuxPlatform.databases, *packages, linuxPlatform.codePages->Ansi(), *linuxPlatform.clock,
+       *linuxPlatform.console, *linuxPlatform.files, *linuxPlatform.locks, messages,
+       *linuxPlatform.processes, *linuxPlatform.profile, *linuxPlatform.shell,
+       *linuxPlatform.internet, *linuxPlatform.registry, *linuxPlatform.history,
+       *linuxPlatform.secrets, desktop ? desktop->Browser() : *linuxPlatform.browser,
+       desktop ? desktop->Dialogs() : *linuxPlatform.dialogs},
+      [&] {
+        auto animation = std::make_unique<frmAnimate>(messages);
+        if (desktop) desktop->ShowForm(*animation);
+        return animation;
+      });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
+  program.recorder.onBegin = [&frontEnd](std::int64_t run) { frontEnd.TellRun(run); };
+  Alarms alarms(linuxPlatform.settings.alarms,
+                {*linuxPlatform.history, *linuxPlatform.files, linuxPlatform.codePages->Ansi(),
+                 *linuxPlatform.locks, *linuxPlatform.clock, *linuxPlatform.mail,
+                 *linuxPlatform.pings, *linuxPlatform.processes},
+                linuxPlatform.settings.stateDirectory + "/alarms");
+  AlarmsOfRuns observer(alarms, messages);
+  program.observer = &observer;
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -145,6 +187,7 @@ constexpr const char* kHelp =
 
 int main(int argc, char** argv) {
   GuardStandardStreams();
+  KeepMemoryPrivate();
   const std::string_view only = argc == 2 ? argv[1] : "";
   if (only == "--version") std::printf("torvik %s\n", kVersion);
   if (only == "--help") std::fputs(kHelp, stdout);

@@ -36,6 +36,10 @@ void AddPackageCommands(CLI::App& app, Invocation& invocation);
 void AddLinkCommands(CLI::App& app, Invocation& invocation);
 void AddNetworkCommands(CLI::App& app, Invocation& invocation);
 void AddJobCommands(CLI::App& app, Invocation& invocation);
+void AddDoctorCommand(CLI::App& app, Invocation& invocation);
+void AddHistoryCommands(CLI::App& app, Invocation& invocation);
+void AddAlarmsCommand(CLI::App& app, Invocation& invocation);
+void AddWatchCommand(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
 
 /// Adds the options --server, --user and --password-file.

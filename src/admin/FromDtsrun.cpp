@@ -1,5 +1,6 @@
 #include "admin/FromDtsrun.h"
 
+#include <filesystem>
 #include <iostream>
 #include <iterator>
 #include <map>
@@ -9,6 +10,7 @@
 #include "admin/JobFile.h"
 #include "engine/model/Variables.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/ShellWord.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -41,16 +43,19 @@ std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOpt
           {"DWDB", options.warehouse}};
 }
 
-std::string CommandOf(const DtsrunLine& line, const std::string& file,
-                      std::vector<std::string>& remarks) {
-  std::string command = "torvik-admin run " + ShellWord(file);
+/// Those that can stand in the job file; a remark for each of the others.
+RunVariables VariablesOfLine(const DtsrunLine& line, const std::string& file,
+                             std::vector<std::string>& remarks) {
+  RunVariables variables;
   for (const auto& [name, value] : line.variables) {
-    if (engine::IsPasswordName(name))
-      remarks.push_back("/A " + name + ": let a step of SetVariables read it from a file");
+    if (!IsPasswordName(name))
+      variables.emplace_back(name, value);
     else
-      command += " --var " + ShellWord(name + "=" + value);
+      remarks.push_back("/A " + name + ": put the password into a file of mode 0600 and name it: " +
+                        "torvik-admin job set --variable " + ShellWord(file) + " " +
+                        ShellWord(name) + " file:PATH");
   }
-  return command;
+  return variables;
 }
 
 }  // namespace
@@ -62,14 +67,17 @@ int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool
   if (!platform.files->Status(file, status))
     throw PlatformError(0, file + " is there already; name another file by -o", "job from-dtsrun");
   auto job = JobOf(line, options);
-  JobFile::Make(platform, file, job);
   std::vector<std::string> remarks = line.remarks;
+  const RunVariables variables = VariablesOfLine(line, file, remarks);
+  JobFile::Make(platform, file, job, variables);
   if (options.warehouse.empty())
     remarks.emplace_back("the job needs its warehouse: DWServer and DWDB in the job file");
-  const std::string command = CommandOf(line, file, remarks);
+  const std::string command = "torvik-admin run " + ShellWord(file);
   std::string sentence = file + ": package " + line.package + " of " + job["DTSServer"];
   for (const std::string& remark : remarks) sentence += "\n" + remark;
-  sentence += "\nto run it, for example from a timer or by cron (0 2 * * *): " + command;
+  sentence += "\nto run it: " + command +
+              "\nto run it every night, from /etc/torvik/jobs: torvik-admin job schedule " +
+              ShellWord(std::filesystem::path(file).stem().string()) + " 02:00";
   PrintResult({{"job", file},
                {"package", line.package},
                {"server", job["DTSServer"]},

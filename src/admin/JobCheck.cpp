@@ -65,19 +65,22 @@ bool HasLinkPassword(const JobUnderCheck& check) {
   return false;
 }
 
-/// A job file's passwords are scrambled, which hides them from a glance and from nobody else.
 void CheckSecrets(JobUnderCheck& check) {
-  const JobSettings& job = check.job;
-  const std::string ofJob = OpenToOthers(check.paths, job.TorvConfigFile);
-  const bool hasPassword =
-      !job.DTSLoginPassword.empty() || !job.DWServerLoginPassword.empty() || HasLinkPassword(check);
-  if (hasPassword && !ofJob.empty()) check.report.Warning("job file", ofJob);
+  if (const std::string open = OpenPasswords(check); !open.empty())
+    check.report.Warning("job file", open);
   const Settings& settings = check.platform.settings;
   const std::string ofSettings = OpenToOthers(check.paths, settings.sourceFile);
   if (settings.HoldPassword() && !ofSettings.empty()) check.report.Warning("settings", ofSettings);
 }
 
 }  // namespace
+
+std::string OpenPasswords(const JobUnderCheck& check) {
+  const JobSettings& job = check.job;
+  const bool hasPassword =
+      !job.DTSLoginPassword.empty() || !job.DWServerLoginPassword.empty() || HasLinkPassword(check);
+  return hasPassword ? OpenToOthers(check.paths, job.TorvConfigFile) : "";
+}
 
 JobUnderCheck::JobUnderCheck(LinuxPlatform& linux, const std::string& file)
     : platform(linux),

@@ -46,6 +46,10 @@ DirectoryState LookAtDirectory(const PathMap& paths, const std::string& path, bo
 /// read. A text that the settings know as a server is no file.
 bool RequireReadable(JobUnderCheck& check, const std::string& what, const std::string& path);
 
+/// Why a job file that holds passwords should not be as it is: others may read it. A job file's
+/// passwords are scrambled, which hides them from a glance and from nobody else.
+std::string OpenPasswords(const JobUnderCheck& check);
+
 /// Each of these adds its rows to the report. What depends on a thing with a problem is listed as
 /// not checked.
 void CheckSettings(JobUnderCheck& check);

@@ -9,7 +9,9 @@
 #include "admin/FromDtsrun.h"
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
+#include "admin/ScheduleCommands.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 
 namespace torvik::admin {
 namespace {
@@ -18,9 +20,12 @@ struct JobOptions {
   std::string file, key, value;
   std::string package, server = "(local)", user, passwordFile;
   std::string warehouseServer = "(local)", database, warehouseUser, warehousePasswordFile;
-  std::string logFile, logDirectory, passwordFor;
-  bool truncatesLog = false, writesEvent = false;
+  std::string logFile, logDirectory;
+  std::vector<std::string> passwordFor;
+  std::vector<std::string> variables;
+  bool truncatesLog = false, writesEvent = false, isVariable = false;
   DtsrunOptions dtsrun;
+  ScheduleOptions schedule;
 };
 
 int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
@@ -33,10 +38,16 @@ int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpt
   return check.report.HasProblems() ? 1 : 0;
 }
 
+/// Job files of the machine's own jobs, where no run can write, and where their logs go.
+constexpr const char* kMachineJobs = "/etc/torvik/jobs";
+constexpr const char* kMachineLogs = "/var/log/torvik";
+
 /// Beside the job file, unless it is given.
 std::string Beside(const JobOptions& options, const std::string& given, const char* ending) {
   if (!given.empty()) return given;
-  return std::filesystem::absolute(options.file).replace_extension(ending).string();
+  const std::filesystem::path job = std::filesystem::absolute(options.file).lexically_normal();
+  const std::filesystem::path place = job.parent_path();
+  return ((place == kMachineJobs ? kMachineLogs : place) / job.stem()).string() + ending;
 }
 
 int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
@@ -55,7 +66,8 @@ int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptio
                  {"DWUser", options.warehouseUser},
                  {"DWPwd", ReadPassword({options.warehouseServer, options.warehouseUser,
                                          options.warehousePasswordFile})},
-                 {"DWDB", options.database}});
+                 {"DWDB", options.database}},
+                VariablesOf(options.variables));
   PrintResult({{"job", options.file}, {"package", options.package}},
               options.file + " is made; try it: torvik-admin job check " + options.file,
               invocation.json);
@@ -66,11 +78,22 @@ int ShowJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpti
   const JobFile job(platform, options.file);
   std::vector<JsonRow> rows;
   for (const JobKey& key : JobKeys()) rows.push_back({key.section, key.name, job.Shown(key)});
+  for (const auto& [name, value] : job.Variables())
+    rows.push_back(
+        {"Variables", name, IsPasswordName(name) && !RefersToSecret(value) ? "***" : value});
   PrintRows({"section", "key", "value"}, rows, invocation.json);
   return 0;
 }
 
+int SetVariable(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  JobFile(platform, options.file).SetVariables({{options.key, options.value}});
+  PrintResult({{"job", options.file}, {"variable", options.key}, {"value", options.value}},
+              "the variable " + options.key + " is set for the runs of this job", invocation.json);
+  return 0;
+}
+
 int SetKey(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  if (options.isVariable) return SetVariable(platform, invocation, options);
   const JobKey key = JobKeyOf(options.key);
   if (key.kind == JobKey::Kind::Secret)
     throw PlatformError(0,
@@ -116,12 +139,24 @@ class WithoutEcho {
 };
 
 int SetPassword(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
-  const char* const key = options.passwordFor == "dts" ? "DTSPwd" : "DWPwd";
+  const std::string& kind = options.passwordFor.front();
+  const bool isOfLink = kind == "link" || kind == "ftp";
+  const bool isKnown = isOfLink || kind == "dts" || kind == "dw";
+  if (!isKnown || isOfLink != (options.passwordFor.size() == 2))
+    throw PlatformError(0, "--for is dts, dw, link NAME or ftp NAME", "job file");
   JobFile job(platform, options.file);
-  job.Set({{key, options.passwordFile.empty() ? WithoutEcho().ReadLine("password: ")
-                                              : ReadPassword({"", "", options.passwordFile})}});
+  const std::string password = options.passwordFile.empty()
+                                   ? WithoutEcho().ReadLine("password: ")
+                                   : ReadPassword({"", "", options.passwordFile});
+  const std::string key = isOfLink        ? options.passwordFor.back()
+                          : kind == "dts" ? "DTSPwd"
+                                          : "DWPwd";
+  if (isOfLink)
+    job.SetLinkPassword(key, kind == "ftp", password);
+  else
+    job.Set({{key, password}});
   PrintResult({{"job", options.file}, {"key", key}},
-              std::string(key) +
+              "the password of " + key +
                   " is set; it is scrambled, which is no encryption: the file is "
                   "for those who run the job alone",
               invocation.json);
@@ -155,12 +190,51 @@ void AddNewOptions(CLI::App& command, JobOptions& options) {
   command.add_option("--log-directory", options.logDirectory,
                      "directory of the package's logs, emptied by each run; without it JOB with "
                      "the ending .logs");
+  command.add_option("--var", options.variables,
+                     "NAME=VALUE: a variable of the package's own for each run; may be repeated");
   command.add_flag("--truncate-log", options.truncatesLog, "begin the exception log anew each run");
   command.add_flag("--write-event", options.writesEvent, "tell the system log how the run ended");
 }
 
 int FromDtsrun(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
   return WriteJobOfDtsrun(platform, options.dtsrun, invocation.json);
+}
+
+void AddRoot(CLI::App& command, ScheduleOptions& options) {
+  command
+      .add_option("--root", options.root,
+                  "root directory of another system, which is prepared and does not run")
+      ->capture_default_str();
+}
+
+void AddScheduleCommands(CommandGroup<JobOptions>& group) {
+  ScheduleOptions& given = group.Given().schedule;
+  CLI::App* schedule = group.Add(
+      "schedule", "start a job of /etc/torvik/jobs at times, by systemd",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return ScheduleJob(platform, options.schedule, invocation.json);
+      });
+  schedule->add_option("JOB", given.job, "its name, with or without .etl")->required();
+  schedule
+      ->add_option("WHEN", given.times,
+                   "calendar expressions of systemd.time(7), as \"Mon..Fri 02:00\"; they take the "
+                   "place of those before")
+      ->required();
+  AddRoot(*schedule, given);
+  schedule->footer("Without systemd the crontab line that does it is printed.");
+  CLI::App* unschedule = group.Add(
+      "unschedule", "start a job no longer by itself",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return UnscheduleJob(platform, options.schedule, invocation.json);
+      });
+  unschedule->add_option("JOB", given.job, "its name, with or without .etl")->required();
+  AddRoot(*unschedule, given);
+  CLI::App* list = group.Add(
+      "list", "the jobs of /etc/torvik/jobs, when they start next and how they ended last",
+      [](LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+        return ListJobs(platform, options.schedule, invocation.json);
+      });
+  AddRoot(*list, given);
 }
 
 }  // namespace
@@ -175,6 +249,9 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
   AddFile(*set, options);
   set->add_option("KEY", options.key, "as job show names it, in any letter case")->required();
   set->add_option("VALUE", options.value, "its new value")->required();
+  set->add_flag("--variable", options.isVariable,
+                "KEY is a variable of the package's own; a password is referred to by file:PATH "
+                "or credential:NAME");
   CLI::App* password =
       group.Add("password",
                 "store a password in a job file, scrambled; it is asked for, or taken "
@@ -182,9 +259,11 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
                 SetPassword);
   AddFile(*password, options);
   password
-      ->add_option("--for", options.passwordFor, "dts: the package's server; dw: the warehouse's")
+      ->add_option("--for", options.passwordFor,
+                   "dts: the package's server; dw: the warehouse's; link NAME: a data link's "
+                   "source; ftp NAME: a data link's FTP logon")
       ->required()
-      ->check(CLI::IsMember({"dts", "dw"}));
+      ->expected(1, 2);
   password->add_option("--password-file", options.passwordFile,
                        "file whose first line is the password; only its owner may read it");
   CLI::App* check =
@@ -202,6 +281,7 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
   line->add_option("--warehouse-server", given.warehouseServer,
                    "the warehouse's server; that of the packages else");
   line->add_option("--warehouse", given.warehouse, "the warehouse's database");
+  AddScheduleCommands(group);
 }
 
 }  // namespace torvik::admin

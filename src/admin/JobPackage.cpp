@@ -13,6 +13,7 @@
 #include "engine/model/Variables.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace torvik::admin {
@@ -89,14 +90,24 @@ class PackageCheck {
   void CheckConnections() {
     engine::Variables variables(package_.variables);
     JobSettings job = check_.job;  // setting the variables completes its log directory
+    SetOwnVariables(variables);
     SetJobVariables(job, variables);
     for (const engine::GlobalVariable& variable : variables.All()) {
-      if (engine::IsPasswordName(variable.name)) {
+      if (IsPasswordName(variable.name)) {
         check_.report.AddSecret(engine::TextOf(variable.value));
       }
     }
     for (const engine::ConnectionModel& connection : package_.connections) {
       CheckConnection(connection, variables);
+    }
+  }
+
+  void SetOwnVariables(engine::Variables& variables) {
+    try {
+      SetRunVariables(check_.job.Variables, "section [Variables]", *check_.platform.secrets,
+                      variables);
+    } catch (const PlatformError& error) {
+      check_.report.Problem("job file", error.Description());
     }
   }
 

@@ -1,10 +1,8 @@
-#include <sys/stat.h>
-
 #include <CLI/CLI.hpp>
-#include <fstream>
 
 #include "admin/Admin.h"
 #include "platform/PlatformError.h"
+#include "platform/linux/settings/Secret.h"
 
 namespace torvik::admin {
 
@@ -28,19 +26,10 @@ void AddJsonOption(CLI::App& command, Invocation& invocation) {
 }
 
 std::string ReadPassword(const ServerChoice& choice) {
-  const std::string& path = choice.passwordFile;
-  if (path.empty()) return {};
-  struct stat info {};
-  if (stat(path.c_str(), &info) == 0 && (info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    throw PlatformError(0, path + ": others may read this password file; chmod 600 it",
-                        "password file");
-  }
-  std::ifstream file(path);
   std::string password;
-  if (!std::getline(file, password)) {
-    throw PlatformError(0, path + ": no password can be read from this file", "password file");
-  }
-  if (!password.empty() && password.back() == '\r') password.pop_back();
+  if (choice.passwordFile.empty()) return password;
+  if (const std::string problem = ReadSecret({choice.passwordFile, ""}, password); !problem.empty())
+    throw PlatformError(0, problem, "password file");
   return password;
 }
 

@@ -12,8 +12,12 @@
 #include <fstream>
 
 #include "admin/Admin.h"
+#include "admin/Alarms.h"
+#include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
-#include "engine/model/Variables.h"
+#include "admin/Secrets.h"
+#include "admin/StatusCopy.h"
+#include "history/RunJson.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -44,26 +48,6 @@ struct Pipe {
   }
   Descriptor reading, writing;
 };
-
-/// Values that whoever starts the run gives to the package's variables. The process list shows
-/// them.
-NamedTexts VariablesOf(const std::vector<std::string>& options) {
-  NamedTexts variables;
-  for (const std::string& option : options) {
-    const std::size_t equals = option.find('=');
-    const std::string name = option.substr(0, equals);
-    if (equals == 0 || equals == option.npos || option.find('\x1F') != option.npos)
-      throw PlatformError(0, "--var " + name + ": write NAME=VALUE", "run");
-    if (engine::IsPasswordName(name))
-      throw PlatformError(0,
-                          "--var " + name +
-                              ": every user can read a command line; let a step of SetVariables "
-                              "read passwords from a file",
-                          "run");
-    variables.emplace_back(name, option.substr(equals + 1));
-  }
-  return variables;
-}
 
 pid_t StartRunner(const std::string& runner, const std::string& job, const std::string& status,
                   int frontEnd) {
@@ -96,14 +80,25 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
+/// The run as the history has it; a runner that was killed is told as lost there from now on.
+void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
+  if (run == 0) return;
+  try {
+    if (const auto record = platform.history->Run(run)) result["run"] = JsonOf(*record, true);
+  } catch (const PlatformError& error) {
+    Warn("the history: " + error.Description());
+  }
+}
+
 int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::string>& options,
-        bool json) {
+        const std::string& statusFile, bool json) {
   if (const NamedTexts variables = VariablesOf(options); !variables.empty())
     setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
   const std::string runner =
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("torvik").string();
   const ScratchDirectory scratch(*platform.files);
   const std::string status = scratch.PathOf("status");
+  StatusCopy copy(*platform.files, statusFile);
   const Pipe fromRunner;
   const pid_t child = StartRunner(runner, job, status, fromRunner.writing.Number());
   childToSignal = child;
@@ -114,13 +109,19 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
   }
   childToSignal = 0;
   const std::string word = FirstWord(status);
+  copy.Leave(word);
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
-  if (const auto losses = LinesFromRunner(fromRunner.reading.Number()); !losses.empty()) {
-    result["log_losses"] = losses;
-    for (const std::string& loss : losses) sentence += "\nthe log is incomplete: " + loss;
+  const RunnerTold told = ReadFromRunner(fromRunner.reading.Number());
+  if (!told.lines.empty()) {
+    result["log_losses"] = told.lines;
+    for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
+  // One that was killed can call nobody itself.
+  if (exitCode == RunWithoutVerdict || !WIFEXITED(ended))
+    for (const std::string& problem : RaiseAlarms(platform).problems) Warn(problem);
+  AddRecord(platform, told.run, result);
   PrintResult(result, sentence, json);
   return exitCode;
 }
@@ -137,10 +138,13 @@ void AddRunCommand(CLI::App& app, Invocation& invocation) {
                   "NAME=VALUE: a variable of the package's own for this run; may be repeated")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  auto statusFile = std::make_shared<std::string>();
+  run->add_option("--statusfile", *statusFile,
+                  "file in which the run's word is left too: running, then ok or failure");
   AddJsonOption(*run, invocation);
-  run->callback([&invocation, job, variables] {
-    invocation.command = [&invocation, job, variables](LinuxPlatform& platform) {
-      return Run(platform, *job, *variables, invocation.json);
+  run->callback([&invocation, job, variables, statusFile] {
+    invocation.command = [&invocation, job, variables, statusFile](LinuxPlatform& platform) {
+      return Run(platform, *job, *variables, *statusFile, invocation.json);
     };
   });
 }

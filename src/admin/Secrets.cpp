@@ -6,6 +6,7 @@
 #include "engine/model/Problems.h"
 #include "engine/model/TextTemplate.h"
 #include "engine/model/Variables.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/SecretFile.h"
 #include "platform/linux/system/PathMap.h"
@@ -35,7 +36,7 @@ std::vector<std::string> PlainPasswords(const engine::PackageModel& package) {
       ", and everyone who may read the package has it; leave it empty and let the job or a file of "
       "variables set it";
   for (const engine::GlobalVariable& variable : package.variables)
-    if (engine::IsPasswordName(variable.name) && !engine::TextOf(variable.value).empty())
+    if (IsPasswordName(variable.name) && !engine::TextOf(variable.value).empty())
       found.Add(variable.place, "the variable " + engine::Quoted(variable.name) +
                                     " has its password in the document" + advice);
   for (const engine::ConnectionModel& connection : package.connections)

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "admin/Admin.h"
+#include "admin/Completion.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
@@ -58,6 +59,7 @@ int FinishOutput(int exitCode) {
 int main(int argc, char** argv) {
   using namespace torvik;
   GuardStandardStreams();
+  KeepMemoryPrivate();
   CLI::App app("Prepares what torvik runs: servers, packages, data links; and runs a job.");
   app.set_version_flag("--version", std::string("torvik-admin ") + kVersion);
   app.require_subcommand(1);
@@ -68,7 +70,13 @@ int main(int argc, char** argv) {
   admin::AddLinkCommands(app, invocation);
   admin::AddNetworkCommands(app, invocation);
   admin::AddJobCommands(app, invocation);
+  admin::AddDoctorCommand(app, invocation);
   admin::AddRunCommand(app, invocation);
+  admin::AddHistoryCommands(app, invocation);
+  admin::AddAlarmsCommand(app, invocation);
+  admin::AddWatchCommand(app, invocation);
+  if (argc > 1 && std::string_view(argv[1]) == admin::kCompleteCommand)
+    return admin::Complete(app, {argv + 2, argv + argc});
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

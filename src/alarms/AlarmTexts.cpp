@@ -2,52 +2,18 @@
 
 #include <ctime>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "alarms/JobName.h"
+#include "history/RunJson.h"
 
 namespace torvik {
 namespace {
 
-using OrderedJson = nlohmann::ordered_json;
-
-std::string FormattedTime(const std::tm& time, const char* format) {
-  char text[40];
-  return {text, std::strftime(text, sizeof text, format, &time)};
-}
-
 /// In the machine's time zone, whatever the locale is.
 std::string LocalText(Moment moment) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
-  return FormattedTime(*std::localtime(&seconds), "%Y-%m-%d %H:%M:%S %z");
-}
-
-std::string UtcText(Moment moment) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
-  return FormattedTime(*std::gmtime(&seconds), "%Y-%m-%dT%H:%M:%SZ");
-}
-
-OrderedJson UtcOrNull(const std::optional<Moment>& moment) {
-  return moment ? OrderedJson(UtcText(*moment)) : OrderedJson();
-}
-
-const char* WordOf(RunOutcome outcome) {
-  switch (outcome) {
-    case RunOutcome::Running: return "running";
-    case RunOutcome::Ok: return "ok";
-    case RunOutcome::Failure: return "failure";
-    case RunOutcome::Lost: break;
-  }
-  return "lost";
-}
-
-const char* WordOf(StepOutcome outcome) {
-  switch (outcome) {
-    case StepOutcome::Running: return "running";
-    case StepOutcome::Ok: return "ok";
-    case StepOutcome::Failure: break;
-  }
-  return "failure";
+  char text[40];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %z", std::localtime(&seconds))};
 }
 
 const char* WordOf(RunChange change) {
@@ -76,42 +42,20 @@ std::string TableOf(const RunRecord& run) {
                                   ? run.package
                                   : run.package + " on " + run.packageServer) +
          TableLine("Machine", run.host) +
-         TableLine("Run",
-                   std::to_string(run.id) + ", from " + LocalText(run.begin) + Duration(run)) +
+         TableLine("Run", (run.id == 0 ? "" : std::to_string(run.id) + ", ") + "from " +
+                              LocalText(run.begin) + Duration(run)) +
          TableLine("Step", run.failedStep) + TableLine("Error", run.error) +
          TableLine("Log", run.logFile);
+}
+
+std::string WhereMoreIsSaid(const RunRecord& run) {
+  if (run.id == 0) return "\nThe history could not be written, so nothing more is known of it.\n";
+  return "\nMore is said by\n\n    torvik-admin history show " + std::to_string(run.id) + "\n";
 }
 
 std::string SubjectOf(const RunRecord& run, const std::string& what) {
   return ControlsAsBlanks("Torvik: " + JobName(run.job) + " " + what +
                           (run.host.empty() ? "" : " on " + run.host));
-}
-
-OrderedJson StepsOf(const RunRecord& run) {
-  OrderedJson steps = OrderedJson::array();
-  for (const StepRecord& step : run.steps)
-    steps.push_back({{"step", step.step},
-                     {"attempt", step.attempt},
-                     {"outcome", WordOf(step.outcome)},
-                     {"begin", UtcText(step.begin)},
-                     {"end", UtcOrNull(step.end)},
-                     {"rows", step.rows},
-                     {"rejected_rows", step.rejectedRows},
-                     {"error", step.error}});
-  return steps;
-}
-
-OrderedJson FetchesOf(const RunRecord& run) {
-  OrderedJson fetches = OrderedJson::array();
-  for (const FetchRecord& fetch : run.fetches)
-    fetches.push_back({{"link", fetch.link},
-                       {"complete", fetch.isComplete},
-                       {"begin", UtcText(fetch.begin)},
-                       {"end", UtcOrNull(fetch.end)},
-                       {"files", fetch.files},
-                       {"bytes", fetch.bytes},
-                       {"error", fetch.error}});
-  return fetches;
 }
 
 }  // namespace
@@ -137,34 +81,16 @@ MailMessage MailAbout(const RunRecord& run, RunChange change, std::size_t failur
   }
   mail.subject = SubjectOf(run, "has failed");
   mail.text = "The job " + name + " did not succeed: " + ReasonOf(run) + "\n\n" + TableOf(run) +
-              "\nMore is said by\n\n    torvik-admin history show " + std::to_string(run.id) +
-              "\n\nThe next mail about this job comes when it has succeeded again.\n";
+              WhereMoreIsSaid(run) +
+              "\nThe next mail about this job comes when it has succeeded again.\n";
   if (!logTail.empty()) mail.text += "\nThe last lines of its log:\n\n" + std::string(logTail);
   return mail;
 }
 
-std::string JsonOf(const RunRecord& run, RunChange change) {
-  const OrderedJson json = {{"id", run.id},
-                            {"job", run.job},
-                            {"package", run.package},
-                            {"version", run.versionGuid},
-                            {"server", run.packageServer},
-                            {"outcome", WordOf(run.outcome)},
-                            {"change", WordOf(change)},
-                            {"begin", UtcText(run.begin)},
-                            {"end", UtcOrNull(run.end)},
-                            {"rows", run.rows},
-                            {"rejected_rows", run.rejectedRows},
-                            {"bytes", run.bytes},
-                            {"failed_step", run.failedStep},
-                            {"error", run.error},
-                            {"log", run.logFile},
-                            {"process", run.process},
-                            {"host", run.host},
-                            {"started_by", run.startedBy},
-                            {"steps", StepsOf(run)},
-                            {"fetches", FetchesOf(run)}};
-  return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace) + "\n";
+std::string JsonLineOf(const RunRecord& run, RunChange change) {
+  nlohmann::ordered_json json = JsonOf(run, true);
+  json["change"] = WordOf(change);
+  return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace torvik

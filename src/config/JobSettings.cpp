@@ -1,5 +1,7 @@
 #include "config/JobSettings.h"
 
+#include <algorithm>
+#include <iterator>
 #include <variant>
 
 #include "config/DataLinkSections.h"
@@ -27,6 +29,7 @@ struct StoredSetting {
 
 constexpr const char* kPackage = "Package Info";
 constexpr const char* kDTSServer = "DTS Server Info";
+constexpr const char* kVariables = "Variables";
 constexpr const char* kDWServer = "Datawarehouse Server Info";
 
 /// In the order of a new job file.
@@ -86,6 +89,17 @@ std::vector<JobKey> JobKeys() {
   return keys;
 }
 
+bool HoldsJob(Profile& profile, const std::string& file) {
+  bool holds = false;
+  const auto error = profile.Together(file, [&] {
+    holds = std::any_of(
+        std::begin(kStoredSettings), std::end(kStoredSettings), [&](const StoredSetting& setting) {
+          return ReadIniString(profile, setting.section, setting.key, "\x1F", file) != "\x1F";
+        });
+  });
+  return holds && !error;
+}
+
 std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock) {
   return QuoteForIniFile(ScramblePassword(clear, ansi, clock));
 }
@@ -99,7 +113,16 @@ bool JobSettings::ReadConfigFile(const JobFileServices& services) {
                                              isTruth ? "False" : "", TorvConfigFile);
       std::visit(Store{*this, text, services.ansi}, setting.member);
     }
+    Variables = services.profile.GetPrivateProfileSectionA(kVariables, TorvConfigFile);
   });
+}
+
+/// They stand in the file already unless it is another one than was read.
+void JobSettings::WriteVariables(Profile& profile) const {
+  const RunVariables present = profile.GetPrivateProfileSectionA(kVariables, TorvConfigFile);
+  if (present == Variables) return;
+  for (const auto& [name, value] : Variables)
+    WriteIniString(profile, kVariables, name, QuoteForIniFile(value), TorvConfigFile);
 }
 
 bool JobSettings::WriteConfigFile(const JobFileServices& services, std::error_code& error) const {
@@ -110,6 +133,7 @@ bool JobSettings::WriteConfigFile(const JobFileServices& services, std::error_co
       written = WriteIniString(services.profile, setting.section, setting.key,
                                std::visit(Stored{*this, services}, setting.member), TorvConfigFile);
     }
+    WriteVariables(services.profile);
     services.dataLinks.WriteDataLinkSections(TorvConfigFile);
   });
   return !error && written != 0;  // that of the last key alone

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <vector>
 
+#include "config/RunVariables.h"
 #include "platform/VariantBool.h"
 
 namespace torvik {
@@ -36,6 +37,9 @@ struct JobKey {
 /// All of them, in the order of a new file.
 std::vector<JobKey> JobKeys();
 
+/// Whether the file has any of them; one that has none, or cannot be read, is no job file.
+bool HoldsJob(Profile& profile, const std::string& file);
+
 /// How a secret stands in the file.
 std::string StoredSecret(std::string_view clear, const CodePage& ansi, Clock& clock);
 
@@ -59,6 +63,8 @@ class JobSettings {
   std::string DWDatabaseName;
   std::string TorvConfigFile;  ///< Path of the job file itself.
   VariantBool RunFromUI = VariantFalse;
+  RunVariables
+      Variables;  ///< Section [Variables]: values of the package's own, as they stand there.
 
   const std::string& LastError() const { return lastError_; }
 
@@ -73,6 +79,9 @@ class JobSettings {
 
  protected:
   std::string lastError_;
+
+ private:
+  void WriteVariables(Profile& profile) const;
 };
 
 }  // namespace torvik

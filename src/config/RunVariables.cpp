@@ -6,14 +6,11 @@
 #include "platform/Dts.h"
 #include "platform/NumberText.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 
 namespace torvik {
 namespace {
-
-PlatformError Unset(const std::string& name, const std::string& reason) {
-  return {0, "the variable \"" + name + "\" cannot be set for this run: " + reason, "job"};
-}
 
 std::optional<dts::Variant> AsBoolean(const std::string& text) {
   for (const char* yes : {"True", "1", "-1"})
@@ -31,17 +28,46 @@ std::optional<dts::Variant> OfType(const dts::Variant& declared, const std::stri
   return text;
 }
 
+/// The text that a variable is to have. Throws a reason.
+std::string TextFor(const std::string& name, const std::string& given, Secrets& secrets) {
+  if (!IsPasswordName(name)) return given;
+  if (!RefersToSecret(given))
+    throw PlatformError(0,
+                        "it holds a password, which is referred to by file:PATH or "
+                        "credential:NAME and never written down",
+                        "job");
+  std::string secret;
+  if (const std::string problem = secrets.Read(given, secret); !problem.empty())
+    throw PlatformError(0, problem, "job");
+  return secret;
+}
+
+dts::Variant ValueFor(const std::string& name, const std::string& given, Secrets& secrets,
+                      const dts::GlobalVariables& variables) {
+  static constexpr const char* kTypes[] = {"a text", "True or False", "a whole number", "a number"};
+  if (IsJobVariable(name))
+    throw PlatformError(0, "Torvik sets it itself, from the job's settings", "job");
+  const dts::Variant declared = variables.Value(name);
+  const auto value = OfType(declared, TextFor(name, given, secrets));
+  if (!value)
+    throw PlatformError(0, std::string("its value must be ") + kTypes[declared.index()], "job");
+  return *value;
+}
+
 }  // namespace
 
-void SetRunVariables(const RunVariables& values, dts::GlobalVariables& variables) {
-  static constexpr const char* kTypes[] = {"a text", "True or False", "a whole number", "a number"};
+void SetRunVariables(const RunVariables& values, const std::string& origin, Secrets& secrets,
+                     dts::GlobalVariables& variables) {
   std::vector<std::pair<std::string, dts::Variant>> changes;
   for (const auto& [name, text] : values) {
-    if (IsJobVariable(name)) throw Unset(name, "its value comes from the job file");
-    const dts::Variant declared = variables.Value(name);
-    auto value = OfType(declared, text);
-    if (!value) throw Unset(name, std::string("its value must be ") + kTypes[declared.index()]);
-    changes.emplace_back(name, std::move(*value));
+    try {
+      changes.emplace_back(name, ValueFor(name, text, secrets, variables));
+    } catch (const PlatformError& error) {
+      throw PlatformError(error.number,
+                          origin + ": the variable \"" + name +
+                              "\" cannot be set for this run: " + error.Description(),
+                          "job");
+    }
   }
   for (auto& [name, value] : changes) variables.SetValue(name, std::move(value));
 }

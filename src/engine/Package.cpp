@@ -26,12 +26,13 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
     case Kind::StepProgress: events.OnProgress(event.step, *event.rows); break;
     case Kind::StepEnded:
       if (event.failed) events.OnError(event.step, event.text);
+      events.OnFigures(event.step, event.rows.value_or(0), event.rejected);
       events.OnFinish(event.step);
       break;
     case Kind::Error: events.OnError("", event.text); break;
     case Kind::LogTrouble: events.OnLogTrouble(event.text); break;
+    case Kind::StepRetried: events.OnRetry(event.step, event.text); break;
     case Kind::PackageStarted:
-    case Kind::StepRetried:
     case Kind::StepOutput:
     case Kind::StepNotRun:
     case Kind::Note:
@@ -61,6 +62,7 @@ class LoadedPackage final : public dts::Package {
   }
 
   const std::string& Name() const override { return Loaded().name; }
+  const std::string& VersionID() const override { return origin_.versionId; }
 
   dts::GlobalVariables& GlobalVariables() override {
     Loaded();

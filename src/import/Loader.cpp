@@ -5,6 +5,7 @@
 
 #include "engine/model/Variables.h"
 #include "import/Properties.h"
+#include "platform/Secrets.h"
 #include "platform/ShellWord.h"
 #include "platform/Text.h"
 
@@ -37,7 +38,7 @@ class Settings {
   }
 
   void AddVariable(const std::string& name, const Property& value, const std::string& path) {
-    const bool isSecret = engine::IsPasswordName(name);
+    const bool isSecret = IsPasswordName(name);
     Add(path, value, isSecret);
     ++variables_;
     if (!isSecret && variables_ <= kMostShown)

@@ -10,6 +10,7 @@
 #include "import/Remarks.h"
 #include "import/ScriptText.h"
 #include "import/TaskTranslator.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -147,7 +148,7 @@ class PackageTranslator {
 
   static void WriteVariable(DocumentWriter& writer, const std::string& name, const Value& value) {
     // A password is given when the package runs.
-    writer.Plain(name, engine::IsPasswordName(name) && !value.isUnset ? Value::OfText("") : value);
+    writer.Plain(name, IsPasswordName(name) && !value.isUnset ? Value::OfText("") : value);
   }
 
   Value ValueOfVariable(const Object& item) {
@@ -185,7 +186,7 @@ class PackageTranslator {
     for (const auto& one : kTwelve) {
       Value value = one.isBoolean ? Value::OfBoolean(false) : Value::OfText("");
       for (const auto& [name, own] : variables) {
-        if (!EqualsIgnoringCase(name, one.name) || engine::IsPasswordName(name)) continue;
+        if (!EqualsIgnoringCase(name, one.name) || IsPasswordName(name)) continue;
         const bool isTrue = own.number != 0 || EqualsIgnoringCase(own.text, "true");
         value = one.isBoolean ? Value::OfBoolean(isTrue) : Value::OfText(own.PlainText());
       }

@@ -8,6 +8,7 @@
 #include "import/ExpressionNames.h"
 #include "import/ObjectModel.h"
 #include "import/Properties.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -138,7 +139,7 @@ Value Walker::WithoutPassword(const std::string& variable, Value value) {
   if (!IsPasswordProperty(variable) || value.kind != Value::Kind::Text || value.isUnknown ||
       value.text.empty())
     return value;
-  const std::string name = engine::IsPasswordName(variable) ? variable : variable + "Password";
+  const std::string name = IsPasswordName(variable) ? variable : variable + "Password";
   NoteAt(line_, "the password in " + variable +
                     " is not written down: where it is used, it is the global variable " + name);
   return Value::Unknown(name);

@@ -9,7 +9,7 @@ namespace torvik {
 
 void RunLog::EchoToLog(std::string_view text) {
   messages_.PumpEvents();
-  const std::string line = LineBreaksAsBlanks(text);
+  const std::string line = lastLine_ = LineBreaksAsBlanks(text);
   if (form_ == nullptr) return;
   if (const std::string file = form_->ErrorFile(); !showsOnly_ && !file.empty()) Append(file, line);
   form_->ShowLogLine(line);

@@ -24,6 +24,9 @@ class RunLog {
   /// the run goes on.
   void EchoToLog(std::string_view text);
 
+  /// The last text, on one line.
+  const std::string& LastLine() const { return lastLine_; }
+
   /// While it is set, lines are shown and not written: the file is another run's.
   void ShowOnly(bool on) { showsOnly_ = on; }
 
@@ -42,6 +45,7 @@ class RunLog {
   Messages& messages_;
   LogForm* form_ = nullptr;
   bool showsOnly_ = false;
+  std::string lastLine_;
   int lostLines_ = 0;  // of which the log does not tell yet
   std::vector<std::string> losses_;
 };

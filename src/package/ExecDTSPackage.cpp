@@ -4,6 +4,7 @@
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/ETLPackages.h"
 #include "datalinks/cDataSources.h"
+#include "history/RunRecorder.h"
 #include "package/ErrLogging.h"
 #include "platform/Dts.h"
 #include "platform/Messages.h"
@@ -18,6 +19,7 @@ ExecDTSPackage::~ExecDTSPackage() = default;
 
 bool ExecDTSPackage::LoadPackage() {
   DropPackage();
+  loadProblem_.clear();
   package_ = services_.packages.NewPackage();
   std::string reason = services_.errLogging.PrepareLogDirectory(
       DTSPackageName, LogFileDir, ExceptionLogFile, TruncateExceptionLogFile != VariantFalse);
@@ -30,8 +32,13 @@ bool ExecDTSPackage::LoadPackage() {
     reason = WordsOf(error);
   }
   lastError_ = "Can not load DTS Package from SQL Server : " + DTSPackageName;
-  services_.messages.Report(lastError_ + ": " + reason);
+  loadProblem_ = lastError_ + ": " + reason;
+  services_.messages.Report(loadProblem_);
   return false;
+}
+
+std::string ExecDTSPackage::PackageVersion() const {
+  return package_ && loadProblem_.empty() ? package_->VersionID() : "";
 }
 
 void ExecDTSPackage::LoadFromServer() {
@@ -55,9 +62,12 @@ bool ExecDTSPackage::HandleRemoteData() {
     const RemoteLogon logon =
         byFtp ? RemoteLogon{link->strFTPServer, link->strFTPUser, link->strFTPPassword}
               : RemoteLogon{};
-    complete &=
+    services_.recorder.FetchBegins(link->strName);
+    const bool hasCome =
         services_.remoteData.PollForRemoteData(link->strRemoteDir, link->strDSDirectory,
                                                link->intPollInterval, link->intPollDuration, logon);
+    services_.recorder.FetchEnds(hasCome, services_.remoteData.LastLine());
+    complete &= hasCome;
   }
   return complete;
 }
@@ -73,8 +83,11 @@ bool ExecDTSPackage::ExecPackage(dts::PackageEvents& events) {
     lastError_ = "Internal error : no Package loaded.";
     return false;
   }
-  SetRunVariables(services_.variables, package_->GlobalVariables());
-  SetJobVariables(*this, package_->GlobalVariables());
+  dts::GlobalVariables& variables = package_->GlobalVariables();
+  SetRunVariables(Variables, TorvConfigFile + ", section [Variables]", services_.secrets,
+                  variables);
+  SetRunVariables(services_.variables, "--var", services_.secrets, variables);
+  SetJobVariables(*this, variables);
   package_->Execute(events);
   services_.errLogging.CollectRunLogs();
   const bool succeeded = StepFailures();

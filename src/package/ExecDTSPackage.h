@@ -17,6 +17,8 @@ class CopyQuorFiles;
 class DataWarehouse;
 class ErrLogging;
 class Messages;
+class RunRecorder;
+class Secrets;
 
 /// What a job needs around it.
 struct JobServices {
@@ -25,7 +27,9 @@ struct JobServices {
   CopyQuorFiles& remoteData;
   ErrLogging& errLogging;
   Messages& messages;
-  const RunVariables& variables;  ///< Of the package's own, for this run.
+  RunRecorder& recorder;
+  Secrets& secrets;
+  const RunVariables& variables;  ///< Of the package's own, for this run, before the job's.
 };
 
 /// One job: its settings, and its package loaded and executed.
@@ -37,6 +41,10 @@ class ExecDTSPackage : public JobSettings {
   /// Prepares the log directory and replaces the held package by a freshly loaded one. On failure
   /// LastError says that it cannot be loaded; why is reported beside the log.
   bool LoadPackage();
+  /// Why the last load failed; empty when it did not.
+  const std::string& LoadProblem() const { return loadProblem_; }
+  /// The loaded package's version; empty without one.
+  std::string PackageVersion() const;
 
   /// Fetches the remote data of every data link of the package's model that asks for it, going on
   /// after a failure; true when all of it came. Throws PlatformError when the links cannot be read.
@@ -46,9 +54,10 @@ class ExecDTSPackage : public JobSettings {
   /// them. Throws PlatformError when the package lacks one of them.
   std::string GetGlobalVariableValuesAsString() const;
 
-  /// Hands the run's variables and then the job's settings to the loaded package, executes it,
-  /// gathers its logs, judges its steps and drops it; true when no step failed. LastError then has
-  /// a line for each failed step. Throws what the package raises; it then stays held.
+  /// Hands the run's variables, those of the job file before them, and then the job's settings to
+  /// the loaded package, executes it, gathers its logs, judges its steps and drops it; true when no
+  /// step failed. LastError then has a line for each failed step. Throws what the package raises;
+  /// it then stays held.
   bool ExecPackage(dts::PackageEvents& events);
 
  private:
@@ -58,6 +67,7 @@ class ExecDTSPackage : public JobSettings {
 
   JobServices services_;
   std::unique_ptr<dts::Package> package_;
+  std::string loadProblem_;
 };
 
 }  // namespace torvik

@@ -56,6 +56,11 @@ class PackageEvents {
   /// Rows done so far, at most every 100 ms.
   virtual void OnProgress(std::string_view step, std::int64_t rows) = 0;
   virtual void OnFinish(std::string_view step) = 0;
+  /// Before OnFinish: what the step's last attempt has come to. Rows that were left out without
+  /// failing it are rejected ones.
+  virtual void OnFigures(std::string_view, std::int64_t /*rows*/, std::int64_t /*rejectedRows*/) {}
+  /// An attempt has failed with these words, and another one follows.
+  virtual void OnRetry(std::string_view /*step*/, std::string_view /*description*/) {}
   /// An error's own words: of a step, or of the package (empty `step`).
   virtual void OnError(std::string_view step, std::string_view description) = 0;
   /// What of the package's own log is missing, and why; the execution goes on.
@@ -79,6 +84,8 @@ class Package {
                                  const std::string& hostStorage) = 0;
 
   virtual const std::string& Name() const = 0;
+  /// The GUID of the version that is loaded.
+  virtual const std::string& VersionID() const = 0;
 
   virtual dts::GlobalVariables& GlobalVariables() = 0;
 

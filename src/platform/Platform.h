@@ -19,6 +19,8 @@ class Messages;
 class Processes;
 class Profile;
 class Registry;
+class RunHistory;
+class Secrets;
 class Shell;
 class ShellBrowser;
 namespace wininet {
@@ -41,6 +43,8 @@ struct Platform {
   Shell& shell;
   wininet::Client& internet;
   Registry& registry;
+  RunHistory& history;
+  Secrets& secrets;
   ShellBrowser& browser;
   FileDialogs& dialogs;
 };

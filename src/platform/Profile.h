@@ -5,13 +5,15 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace torvik {
 
-/// The platform's initialisation-file functions (GetPrivateProfileString and
-/// WritePrivateProfileString of the Windows API), by their documented behaviour. Section and key
-/// names match without regard to letter case. Texts are UTF-8 in memory and in the system's code
-/// page in the file.
+/// The platform's initialisation-file functions (GetPrivateProfileString, GetPrivateProfileSection
+/// and WritePrivateProfileString of the Windows API), by their documented behaviour. Section and
+/// key names match without regard to letter case. Texts are UTF-8 in memory and in the system's
+/// code page in the file.
 class Profile {
  public:
   virtual ~Profile() = default;
@@ -22,6 +24,11 @@ class Profile {
   virtual std::string GetPrivateProfileStringA(std::string_view section, std::string_view key,
                                                std::string_view fallback, std::size_t size,
                                                const std::string& file) = 0;
+
+  /// The keys of a section with their values, in the file's order; none when there is no such
+  /// section, or the file cannot be read. Only the first section of a name counts, as for keys.
+  virtual std::vector<std::pair<std::string, std::string>> GetPrivateProfileSectionA(
+      std::string_view section, const std::string& file) = 0;
 
   /// Replaces the key's value in place; a new key goes to the end of its section, a new section to
   /// the end of the file, a new file gets mode 0600. Every other byte of the file stays as it is,

@@ -23,6 +23,7 @@ struct StepRecord {
   std::int64_t rows = 0, rejectedRows = 0;
   int attempt = 1;    ///< From 1; a step that its own settings repeat has more.
   std::string error;  ///< The error's own words, without passwords.
+  bool operator==(const StepRecord&) const = default;
 };
 
 /// What was fetched for one data link.
@@ -33,6 +34,7 @@ struct FetchRecord {
   bool isComplete = false;
   std::int64_t files = 0, bytes = 0;
   std::string error;
+  bool operator==(const FetchRecord&) const = default;
 };
 
 /// Which alarms of a run were raised, as bits that their room knows. All: nothing is left to raise.
@@ -68,6 +70,7 @@ struct RunFilter {
   bool failedOnly = false;  ///< Failure and Lost.
   std::optional<Moment> since;
   int limit = 0;  ///< 0: none.
+  bool runningOnly = false;
 };
 
 /// What runs leave behind. It is kept apart from what they load, and no problem with it may become
@@ -77,7 +80,8 @@ class RunHistory {
   virtual ~RunHistory() = default;
 
   /// Writes the run's row, and those of steps and fetches that are new or have changed since the
-  /// last call; a record without an id gets one. Forgets runs that are older than the settings say.
+  /// last call; a record without an id gets one, and the process, its host and who started it.
+  /// Forgets runs that are older than the settings say.
   virtual std::string Write(RunRecord& run) = 0;
 
   /// Runs without their steps and fetches. Runs whose process is gone are Lost from then on. Throws

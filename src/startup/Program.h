@@ -8,12 +8,14 @@
 #include "config/RunVariables.h"
 #include "datalinks/DataLinks.h"
 #include "datalinks/DataWarehouse.h"
+#include "history/RunRecorder.h"
 #include "log/RunLog.h"
 #include "package/ErrLogging.h"
 #include "platform/Platform.h"
 #include "startup/CommandLine.h"
 #include "startup/MainForm.h"
 #include "startup/OrvStatusFile.h"
+#include "startup/RunObserver.h"
 #include "transfer/CopyQuorFiles.h"
 
 namespace torvik {
@@ -25,6 +27,7 @@ struct Program {
       : platform(theirs),
         statusFile(theirs.files, theirs.messages),
         log(theirs.files, theirs.messages),
+        recorder(theirs.history, theirs.clock, theirs.messages),
         errLogging(theirs.files, theirs.messages),
         remoteData(log, theirs.clock, theirs.registry,
                    {theirs.internet, theirs.shell, theirs.files, theirs.messages,
@@ -36,12 +39,14 @@ struct Program {
   CommandLineSettings commandLine;
   OrvStatusFile statusFile;
   RunLog log;
+  RunRecorder recorder;
   ErrLogging errLogging;
   CopyQuorFiles remoteData;
   DataWarehouse dataWarehouse;
   DataLinks dataLinks;
   RunVariables runVariables;                ///< What whoever started the run gives to its package.
   std::chrono::seconds waitForOtherRun{0};  ///< How long a run waits for one in its way.
+  RunObserver* observer = nullptr;          ///< May be null.
   std::unique_ptr<MainForm> form;
 };
 

@@ -63,11 +63,13 @@ void RunDriver::Run() {
   if (Execute()) Attempt([this] { CopyLog(); });
   locks_.Release();
   form_.Close();
+  TellObserver();
 }
 
 void RunDriver::ExecuteJob() {
   Execute();
   locks_.Release();
+  TellObserver();
 }
 
 /// False when nothing was touched because another run stands in the way.
@@ -76,7 +78,7 @@ bool RunDriver::Execute() {
   // Given back when memory has run out, so that the end can be told.
   constexpr std::size_t kReserve = std::size_t{1} << 20;
   std::unique_ptr<char[]> reserve;
-  hasVerdict_ = false;
+  hasVerdict_ = isRecorded_ = false;
   try {
     program_.statusFile.SetStatusFileName(form_.StatusFile);
     reserve = std::make_unique_for_overwrite<char[]>(kReserve);
@@ -88,6 +90,7 @@ bool RunDriver::Execute() {
     reserve.reset();
     Attempt([&] { EndUnexpectedly(WordsOf(error)); });
   }
+  Attempt([this] { RecordWithoutVerdict(); });
   return true;
 }
 
@@ -106,7 +109,11 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
   }
   program_.log.ShowOnly(false);
   program_.platform.messages.Report("nothing was run: " + reason);
-  if (locks_.OwnsStatusFile()) Fail();
+  if (locks_.OwnsStatusFile()) {
+    Record(job);
+    program_.recorder.Fails("nothing was run: " + reason);
+    Fail();
+  }
   form_.ShowVerdict(RunVerdict::Failure);
   ShowBox("Nothing was run: " + reason, "Torv Error");
   return false;
@@ -114,9 +121,11 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
 
 void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   program_.statusFile.WriteStatusRunning();
+  Record(job);
   const ExitGuard guard([this] { EndByExit(); });
   Log("Loading DTS Package : " + job.DTSPackageName);
   const bool loaded = job.LoadPackage();
+  program_.recorder.SetVersion(job.PackageVersion());
   LogHeader(job);
   if (!loaded) return ReportLoadFailure(job);
   Log("Loaded DTS Package : " + job.DTSPackageName);
@@ -141,6 +150,7 @@ void RunDriver::LogHeader(const ExecDTSPackage& job) {
 
 void RunDriver::ReportLoadFailure(const ExecDTSPackage& job) {
   Log("Error: DTS Package loading error");
+  program_.recorder.Fails(job.LoadProblem());
   Fail();
   ShowBox(job.LastError(), "DTS Load Error");
 }
@@ -168,7 +178,7 @@ bool RunDriver::StoreLinksAndFetchRemoteData(ExecDTSPackage& job) {
 }
 
 void RunDriver::ExecutePackage(ExecDTSPackage& job) {
-  RunProgress progress(form_, program_.log, program_.platform.messages);
+  RunProgress progress(form_, program_.log, program_.platform.messages, program_.recorder);
   std::string raised;
   try {
     const bool hasSucceeded = job.ExecPackage(progress);
@@ -193,15 +203,17 @@ void RunDriver::Succeed(const ExecDTSPackage& job) {
     program_.log.Missing("cannot bring " + job.ExceptionLogFile + " to disk: " + error.message());
   program_.statusFile.WriteStatusOk();
   hasVerdict_ = true;
+  program_.recorder.End(RunOutcome::Ok);
   form_.ShowVerdict(RunVerdict::Ok);
 }
 
 void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::string& raised) {
   Log("Error: DTS Package Execute error");
-  Fail();
   const std::string text = job.LastError().empty()
                                ? "Execution of DTS Package '" + job.DTSPackageName + "' failed."
                                : job.LastError();
+  program_.recorder.Fails(raised.empty() ? text : raised);
+  Fail();
   if (form_.StartInConfigMode) {
     ShowBox(raised.empty() ? text : text + "\r\n" + raised, "DTS Exec Error");
     return;
@@ -213,6 +225,7 @@ void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::strin
 /// Nothing of this may keep the rest from being done.
 void RunDriver::EndUnexpectedly(const std::string& reason) {
   const std::string line = "Error: the run ended unexpectedly: " + reason;
+  Attempt([&] { program_.recorder.Fails(line); });
   Attempt([&] { Log(line); });
   Attempt([&] { program_.platform.messages.Report(line); });
   Attempt([&] { Fail(); });
@@ -233,7 +246,33 @@ void RunDriver::Fail() {
   if (hasVerdict_) return;
   program_.statusFile.WriteStatusFailure();
   hasVerdict_ = true;
+  program_.recorder.Fails(program_.log.LastLine());
+  program_.recorder.End(RunOutcome::Failure);
   form_.ShowVerdict(RunVerdict::Failure);
+}
+
+void RunDriver::Record(const ExecDTSPackage& job) {
+  RunRecord run;
+  run.job =
+      form_.TorvConfigFile.empty() ? "" : program_.platform.files.FullPath(form_.TorvConfigFile);
+  run.package = job.DTSPackageName;
+  run.packageServer = job.DTSServer;
+  run.logFile = job.ExceptionLogFile;
+  run.isAttended = form_.StartInConfigMode;
+  if (program_.observer != nullptr) program_.observer->Begins(run);
+  program_.recorder.Begin(std::move(run));
+  isRecorded_ = true;
+}
+
+void RunDriver::TellObserver() {
+  if (program_.observer != nullptr && isRecorded_)
+    Attempt([this] { program_.observer->HasEnded(program_.recorder.Record()); });
+}
+
+/// A run that stays at "running" has not succeeded.
+void RunDriver::RecordWithoutVerdict() {
+  program_.recorder.Fails(program_.log.LastLine());
+  program_.recorder.End(RunOutcome::Failure);
 }
 
 void RunDriver::CopyLog() {

@@ -39,6 +39,9 @@ class RunDriver {
   void EndByExit();
   void Fail();
   void CopyLog();
+  void Record(const ExecDTSPackage& job);
+  void RecordWithoutVerdict();
+  void TellObserver();
   void Log(const std::string& text);
   void ShowBox(const std::string& text, const std::string& title);
 
@@ -46,6 +49,7 @@ class RunDriver {
   MainForm& form_;
   RunLocks locks_;
   bool hasVerdict_ = false;  // it is written, and stands
+  bool isRecorded_ = false;
 };
 
 }  // namespace torvik

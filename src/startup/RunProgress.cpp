@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "history/RunRecorder.h"
 #include "log/LogForm.h"
 #include "log/RunLog.h"
 #include "log/StepProgress.h"
@@ -25,11 +26,13 @@ std::string FetchText(const FetchProgress& progress) {
 }
 
 void RunProgress::OnStart(std::string_view step) {
+  recorder_.StepBegins(step);
   form_.ShowStep({std::string(step), StepState::Running, 0});
   form_.SetFormStatus(std::string(step) + " ...");
 }
 
 void RunProgress::OnProgress(std::string_view step, std::int64_t rows) {
+  recorder_.StepHasRows(step, rows);
   form_.ShowStep({std::string(step), StepState::Running, rows});
   form_.SetFormStatus(std::string(step) + " : " + std::to_string(rows) + " rows");
 }
@@ -39,7 +42,16 @@ void RunProgress::OnFinish(std::string_view step) {
   form_.SetFormStatus(std::string(step) + " : done");
 }
 
+void RunProgress::OnFigures(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) {
+  recorder_.StepEnds(step, rows, rejectedRows);
+}
+
+void RunProgress::OnRetry(std::string_view step, std::string_view description) {
+  recorder_.StepIsRetried(step, description);
+}
+
 void RunProgress::OnError(std::string_view step, std::string_view description) {
+  recorder_.StepFails(step, description);
   if (!step.empty()) form_.ShowStep({std::string(step), StepState::Failed, 0});
   const std::string where = step.empty() ? "" : "step '" + std::string(step) + "': ";
   messages_.Report(where + std::string(description));
@@ -50,6 +62,7 @@ void RunProgress::OnLogTrouble(std::string_view description) {
 }
 
 void RunProgress::OnIdle() {
+  recorder_.Idle();
   messages_.PumpEvents();
 }
 

@@ -10,19 +10,23 @@ struct FetchProgress;
 class LogForm;
 class Messages;
 class RunLog;
+class RunRecorder;
 
 /// What the status bar shows of the fetching of remote data.
 std::string FetchText(const FetchProgress& progress);
 
-/// Shows an execution in the form's status bar and keeps the form responsive meanwhile.
+/// Shows an execution in the form's status bar, records it, and keeps the form responsive
+/// meanwhile.
 class RunProgress final : public dts::PackageEvents {
  public:
-  RunProgress(LogForm& form, RunLog& log, Messages& messages)
-      : form_(form), log_(log), messages_(messages) {}
+  RunProgress(LogForm& form, RunLog& log, Messages& messages, RunRecorder& recorder)
+      : form_(form), log_(log), messages_(messages), recorder_(recorder) {}
 
   void OnStart(std::string_view step) override;
   void OnProgress(std::string_view step, std::int64_t rows) override;
   void OnFinish(std::string_view step) override;
+  void OnFigures(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) override;
+  void OnRetry(std::string_view step, std::string_view description) override;
   void OnError(std::string_view step, std::string_view description) override;
   void OnLogTrouble(std::string_view description) override;
   void OnIdle() override;
@@ -31,6 +35,7 @@ class RunProgress final : public dts::PackageEvents {
   LogForm& form_;
   RunLog& log_;
   Messages& messages_;
+  RunRecorder& recorder_;
 };
 
 }  // namespace torvik

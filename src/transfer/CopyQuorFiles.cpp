@@ -54,6 +54,10 @@ CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry,
       ftp_(log, services),
       share_(log, services) {}
 
+const std::string& CopyQuorFiles::LastLine() const {
+  return log_.LastLine();
+}
+
 bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& localDir,
                                       std::int16_t pollInterval, std::int16_t pollDuration,
                                       const RemoteLogon& logon) {

@@ -32,6 +32,9 @@ class CopyQuorFiles {
                          std::int16_t pollInterval, std::int16_t pollDuration,
                          const RemoteLogon& logon);
 
+  /// The last line of the log.
+  const std::string& LastLine() const;
+
   /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
   void ForgetCancel() { pollCancelRequested_ = false; }

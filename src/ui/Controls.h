@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -58,15 +59,19 @@ struct TextBox : Control {
   Observable<std::string> Text;
 };
 
-/// A text box that takes digits alone; what else is typed or pasted into it is dropped.
+/// A text box that takes digits alone; what else is typed or pasted into it is dropped, and what
+/// would make the number too large.
 struct DigitsBox : TextBox {
+  static constexpr int kLargest = 32767;  ///< As the column has it, a 16-bit integer.
+
   /// Whether a key is taken: a digit, or the backspace (8).
   static bool AcceptsKey(char32_t key) { return (key >= U'0' && key <= U'9') || key == 8; }
 
   /// A number that is negative shows its sign.
   void Show(int number) {
     isShowing_ = true;
-    Text.Set(std::to_string(number));
+    last_ = std::to_string(number);
+    Text.Set(last_);
     isShowing_ = false;
   }
 
@@ -75,7 +80,11 @@ struct DigitsBox : TextBox {
       if (isShowing_) return;
       std::string digits = text;
       std::erase_if(digits, [](char c) { return c < '0' || c > '9'; });
-      Text.Set(digits);
+      const std::size_t first = std::min(digits.find_first_not_of('0'), digits.size());
+      const std::string number = digits.substr(first);
+      const bool isTooLarge = number.size() > 5 || (number.size() == 5 && number > "32767");
+      if (!isTooLarge) last_ = digits;
+      Text.Set(isTooLarge ? last_ : digits);
     });
   }
   DigitsBox(const DigitsBox&) = delete;
@@ -83,6 +92,7 @@ struct DigitsBox : TextBox {
 
  private:
   bool isShowing_ = false;
+  std::string last_;
 };
 
 struct CheckBox : Control {

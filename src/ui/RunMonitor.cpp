@@ -28,12 +28,16 @@ const char* WordFor(StepState state) {
 }  // namespace
 
 void RunMonitor::Begin() {
+  Forget();
+  Runs.Set(true);
+}
+
+void RunMonitor::Forget() {
   lines_.clear();
   begins_.clear();
   Steps.Set({});
   LinesChanged();
   Verdict.Set(RunVerdict::None);
-  Runs.Set(true);
 }
 
 void RunMonitor::AddLine(const std::string& line) {

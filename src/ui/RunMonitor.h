@@ -32,6 +32,7 @@ class RunMonitor {
   const std::vector<std::string>& Lines() const { return lines_; }
 
   /// Forgets the run before.
+  void Forget();
   void Begin();
   void End() { Runs.Set(false); }
   void AddLine(const std::string& line);

@@ -28,6 +28,8 @@ ctDLlFlatFile::ctDLlFlatFile(const PanelServices& services) : DataLinkPanel(serv
   Writes(txtSourceFTPPassword, &cDataSource::strFTPPassword);
   WritesMinutes(txtSourceRemPollInterval, &cDataSource::intPollInterval);
   WritesMinutes(txtSourceRemPollDuration, &cDataSource::intPollDuration);
+  txtSourceRemPollInterval.Text.Observe([this](const std::string&) { ShowPause(); });
+  lblPollDurMinutes.Caption.Set("minutes");
   EnableFields();
 }
 
@@ -45,12 +47,22 @@ void ctDLlFlatFile::WriteTransfer() {
   Write(&cDataSource::intTransferData, transfer);
 }
 
+/// What an interval of 0 means for data that is fetched.
+void ctDLlFlatFile::ShowPause() {
+  const std::string& interval = txtSourceRemPollInterval.Text.Get();
+  const bool hasNone = interval.find_first_not_of('0') == interval.npos;
+  lblPollIntMinutes.Caption.Set(hasNone && cbSourceCopyRemData.Value.Get()
+                                    ? "minutes: 0 looks again and again without a pause"
+                                    : "minutes");
+}
+
 void ctDLlFlatFile::EnableFields() {
   const bool copies = cbSourceCopyRemData.Value.Get();
   const bool byFtp = copies && !optSourceFromShare.Value.Get();
   const auto enable = [](bool on, std::initializer_list<Control*> controls) {
     for (Control* control : controls) control->Enabled.Set(on);
   };
+  ShowPause();
   enable(copies,
          {&optSourceFromFTP, &optSourceFromShare, &lblSourceRemDataDir, &txtSourceRemDataDir,
           &lblSourceRemPollInterval, &txtSourceRemPollInterval, &lblPollIntMinutes,

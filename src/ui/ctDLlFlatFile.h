@@ -37,6 +37,7 @@ class ctDLlFlatFile final : public DataLinkPanel {
   void WriteTransfer();
   void WritesMinutes(DigitsBox& box, std::int16_t cDataSource::*property);
   void EnableFields();
+  void ShowPause();
 };
 
 }  // namespace torvik

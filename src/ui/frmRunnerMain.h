@@ -122,6 +122,9 @@ class frmRunnerMain final : public MainForm {
   void imgEventLog_DblClick();
   void txtDTSErrorFile_LostFocus();
   void txtLogFilesDir_LostFocus();
+  void cmbETLPackage_LostFocus() { KeepOrReleaseLinks(); }
+  void txtDestServer_LostFocus() { KeepOrReleaseLinks(); }
+  void cmbDestDB_LostFocus() { KeepOrReleaseLinks(); }
   void cmbETLModel_DropDown();
   void cmbETLPackage_DropDown();
   void cmbDestDB_DropDown();
@@ -135,11 +138,14 @@ class frmRunnerMain final : public MainForm {
   void WatchFields();
   void FieldChanged();
   void LoadJobFile();
+  void ReadAgain();
+  void ForgetRun();
   void JobToForm();
   void SetDefaults();
   bool SaveJobFile(const std::string& path);
   bool SaveAs();
   bool MayOverwrite(const std::string& path);
+  bool Asks(const std::string& question, const char* choice);
   bool MayLoseChanges();
   bool MayEmptyLogDirectory(const std::string& jobFile);
   void RememberSaved();
@@ -147,6 +153,12 @@ class frmRunnerMain final : public MainForm {
   void SetDefaultLogDirectory();
 
   // Data links.
+  /// What decides which links there are.
+  struct LinksOrigin {
+    std::string package, server, database;
+  };
+  LinksOrigin OriginInFields() const;
+  bool KeepOrReleaseLinks();
   bool LoadDataLinksIfNone();
   void ReleaseLinks();
   DataLinkPanel* PanelFor(std::int32_t etlType);
@@ -176,6 +188,7 @@ class frmRunnerMain final : public MainForm {
   bool dtsInfoComplete_ = false, dwInfoComplete_ = false;
   bool isFilling_ = false;  // fields change, but not by the operator
   bool areLinksChanged_ = false;
+  LinksOrigin linksOrigin_;  // of the links that are listed
   std::string savedFields_;
   LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
   FileStatus savedFile_;               // as it was when it was last read or written

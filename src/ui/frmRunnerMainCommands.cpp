@@ -90,9 +90,7 @@ bool frmRunnerMain::MayEmptyLogDirectory(const std::string& jobFile) {
   std::string question =
       "Every run deletes all files in the log directory " + directory.path + ", among them:";
   for (const std::string& finding : findings) question += "\r\n" + finding;
-  const bool mayUse =
-      findings.empty() ||
-      program_.platform.messages.Ask(question + "\r\nUse it all the same?", "Torv") == Answer::Yes;
+  const bool mayUse = findings.empty() || Asks(question + "\r\nUse it all the same?", "Use it");
   if (mayUse) acceptedLogDirectory_ = directory;
   return mayUse;
 }

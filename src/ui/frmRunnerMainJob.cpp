@@ -31,10 +31,10 @@ void frmRunnerMain::LoadJobFile() {
   job_.TorvConfigFile = TorvConfigFile;
   savedFile_ = {};
   program_.platform.files.Status(TorvConfigFile, savedFile_);
+  SetFormTitle("[" + FileNameOf(TorvConfigFile) + "]");
   if (!job_.ReadConfigFile(FileServices()))
     return ShowError("Error: Can't load Config file " + TorvConfigFile, kTitle);
   JobToForm();
-  SetFormTitle("[" + FileNameOf(TorvConfigFile) + "]");
   RememberSaved();
 }
 
@@ -62,6 +62,7 @@ void frmRunnerMain::JobToForm() {
 }
 
 ExecDTSPackage& frmRunnerMain::FormToJob() {
+  if (TorvConfigFile.empty()) job_.Variables.clear();  // they were another job's
   job_.ExceptionLogFile = txtDTSErrorFile.Text.Get();
   job_.LogFileDir = txtLogFilesDir.Text.Get();
   job_.TruncateExceptionLogFile = Variant(cbTruncateErrorFile.Value.Get());
@@ -98,13 +99,6 @@ void frmRunnerMain::WatchFields() {
   cmbETLPackage.Text.Observe([this](const std::string&) {
     if (cbDefaultLogFilesDir.Value.Get()) SetDefaultLogDirectory();
   });
-  // The links are those of a package's model in one database.
-  const auto otherLinks = [this](const std::string&) {
-    if (!isFilling_) ReleaseLinks();
-  };
-  cmbETLPackage.Text.Observe(otherLinks);
-  txtDestServer.Text.Observe(otherLinks);
-  cmbDestDB.Text.Observe(otherLinks);
   for (DataLinkPanel* panel : Panels())
     panel->Changed.Observe([this] {
       areLinksChanged_ = true;
@@ -152,12 +146,19 @@ bool frmRunnerMain::MayLoseChanges() {
   if (!StartInConfigMode || !Modified.Get()) return true;
   const std::string name =
       TorvConfigFile.empty() ? "this job" : "\"" + FileNameOf(TorvConfigFile) + "\"";
-  switch (program_.platform.messages.Ask("Save the changes to " + name + "?", "Torv")) {
-    case Answer::Yes: return TorvConfigFile.empty() ? SaveAs() : SaveJobFile(TorvConfigFile);
-    case Answer::No: return true;
-    case Answer::Cancel: break;
+  static constexpr const char* kChoices[] = {"Save", "Discard"};
+  switch (
+      program_.platform.messages.Ask("Save the changes to " + name + "?", "Torv", kChoices, 0)) {
+    case 0: return TorvConfigFile.empty() ? SaveAs() : SaveJobFile(TorvConfigFile);
+    case 1: return true;
+    default: return false;
   }
-  return false;
+}
+
+/// Of one thing to do, which nobody does by the return key alone.
+bool frmRunnerMain::Asks(const std::string& question, const char* choice) {
+  const char* const choices[] = {choice};
+  return program_.platform.messages.Ask(question, "Torv", choices, Messages::kNoChoice) == 0;
 }
 
 /// Somebody else may have changed the file since it was read or written here.
@@ -165,9 +166,17 @@ bool frmRunnerMain::MayOverwrite(const std::string& path) {
   FileStatus now;
   const bool isOther = path != TorvConfigFile || program_.platform.files.Status(path, now);
   if (isOther || now == savedFile_) return true;
-  return program_.platform.messages.Ask(
-             path + " was changed by someone else since it was opened.\r\nReplace it?", "Torv") ==
-         Answer::Yes;
+  static constexpr const char* kChoices[] = {"Reload", "Save as...", "Replace"};
+  switch (program_.platform.messages.Ask(
+      path +
+          " was changed by someone else since it was opened.\r\nReload discards the changes made "
+          "here, Replace those of the other.",
+      "Torv", kChoices, Messages::kNoChoice)) {
+    case 0: ReadAgain(); return false;
+    case 1: SaveAs(); return false;
+    case 2: return true;
+    default: return false;
+  }
 }
 
 bool frmRunnerMain::SaveJobFile(const std::string& path) {
@@ -198,12 +207,29 @@ void frmRunnerMain::cmdOpen_Click() {
   if (!path.empty()) OpenJobFile(path);
 }
 
+/// What is open stays when the file is none of a job.
 void frmRunnerMain::OpenJobFile(const std::string& path) {
   if (Busy.Get() || !MayLoseChanges()) return;
-  ReleaseLinks();
+  const Platform& platform = program_.platform;
+  if (!platform.files.CheckReadable(path) && !HoldsJob(platform.profile, path))
+    return ShowError("Error: Can't load Config file " + path +
+                         "\r\nIt is no job file: it has none of a job's keys.",
+                     kTitle);
+  ForgetRun();
   TorvConfigFile = path;
+  ReadAgain();
+}
+
+void frmRunnerMain::ReadAgain() {
+  ReleaseLinks();
   LoadJobFile();
   CheckInputComplete();
+}
+
+/// The last verdict and log are another job's.
+void frmRunnerMain::ForgetRun() {
+  Monitor.Forget();
+  SetFormStatus("");
 }
 
 void frmRunnerMain::cmdSave_Click() {
@@ -220,6 +246,7 @@ void frmRunnerMain::mnuFileSave_Click() {
 void frmRunnerMain::mnuFileNew_Click() {
   if (Busy.Get() || !MayLoseChanges()) return;
   ReleaseLinks();
+  ForgetRun();
   TorvConfigFile.clear();
   static_cast<JobSettings&>(job_) = JobSettings();
   JobToForm();

@@ -1,5 +1,6 @@
 // The main form's data links and the panel that edits the selected one.
 
+#include "datalinks/ETLPackages.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
 #include "startup/Program.h"
@@ -27,14 +28,43 @@ bool frmRunnerMain::getDataLinkInfo() {
   lstDataLinks.ListIndex.Set(-1);
   lstDataLinks.List.Set(names);
   areLinksChanged_ = false;
+  linksOrigin_ = OriginInFields();
   if (isLoaded && !TorvConfigFile.empty()) program_.dataLinks.ReadDataLinkSections(TorvConfigFile);
   return true;
 }
 
-/// Edited links stay; without a panel there are none, and those of the table are taken.
+frmRunnerMain::LinksOrigin frmRunnerMain::OriginInFields() const {
+  return {cmbETLPackage.Text.Get(), txtDestServer.Text.Get(), cmbDestDB.Text.Get()};
+}
+
+/// The links are those of a package's model in one database: others than the fields name now are
+/// let go of, edited ones when the operator says so. False when he wants to keep them; the fields
+/// then name their database again.
+bool frmRunnerMain::KeepOrReleaseLinks() {
+  const LinksOrigin now = OriginInFields();
+  const bool isSame =
+      ModelNameFromPackage(now.package) == ModelNameFromPackage(linksOrigin_.package) &&
+      now.server == linksOrigin_.server && now.database == linksOrigin_.database;
+  if (isSame || lstDataLinks.List.Get().empty()) return true;
+  if (!areLinksChanged_ ||
+      Asks("The data links of " + linksOrigin_.package + " in " + linksOrigin_.database +
+               " were edited, and the job now has others. Discard the edits?",
+           "Discard")) {
+    ReleaseLinks();
+    return true;
+  }
+  cmbETLPackage.Text.Set(linksOrigin_.package);
+  txtDestServer.Text.Set(linksOrigin_.server);
+  cmbDestDB.Text.Set(linksOrigin_.database);
+  return false;
+}
+
+/// What the operator has edited stays; without that and without a panel those of the table are
+/// taken.
 bool frmRunnerMain::LoadDataLinksIfNone() {
+  if (!KeepOrReleaseLinks()) return false;
   try {
-    if (!DataSourceInfoPresent() && !getDataLinkInfo()) return false;
+    if (!DataSourceInfoPresent() && !areLinksChanged_ && !getDataLinkInfo()) return false;
     program_.dataLinks.RequireUsableNames();
     return true;
   } catch (const PlatformError& error) {
@@ -44,10 +74,11 @@ bool frmRunnerMain::LoadDataLinksIfNone() {
 }
 
 void frmRunnerMain::cmdLoadDataLinks_Click() {
+  if (!KeepOrReleaseLinks()) return;
   if (areLinksChanged_ &&
-      program_.platform.messages.Ask("The changes of the data links are lost. Load them again?",
-                                     "Torv") != Answer::Yes)
+      !Asks("Loading the data links again discards the edits. Load them?", "Load"))
     return;
+  areLinksChanged_ = false;
   ShowPanel(nullptr);
   if (LoadDataLinksIfNone() && lstDataLinks.List.Get().empty())
     SetFormStatus("The data warehouse has no data links for this package's model.");

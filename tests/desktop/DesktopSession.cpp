@@ -50,7 +50,8 @@ void DesktopSession::Start(const std::string& argumentText) {
       Platform{*platform_.databases, *packages_, platform_.codePages->Ansi(), *platform_.clock,
                *platform_.console, *platform_.files, *platform_.locks, desktop_->Boxes(),
                *platform_.processes, *platform_.profile, *platform_.shell, *platform_.internet,
-               *platform_.registry, desktop_->Browser(), desktop_->Dialogs()},
+               *platform_.registry, *platform_.history, *platform_.secrets, desktop_->Browser(),
+               desktop_->Dialogs()},
       [this] {
         auto form = std::make_unique<frmAnimate>(desktop_->Boxes());
         desktop_->ShowForm(*form);
@@ -92,7 +93,8 @@ void DesktopSession::MakeJob() {
        {"('Sales', 'orders', 3, '', 'S:\\in\\', 0, '\\\\files\\orders\\', 60, 5)",
         "('Sales', 'erp', 1, 'ERPSQL', '', 0, '', 0, 0)",
         "('Sales', 'prices', 4, '', '', 0, '', 0, 0)", "('Sales', 'stock', 5, '', '', 0, '', 0, 0)",
-        "('Sales', 'ledger', 6, 'ORA1', '', 0, '', 0, 0)"})
+        "('Sales', 'ledger', 6, 'ORA1', '', 0, '', 0, 0)",
+        "('Sales', 'other', 2, '', '', 0, '', 0, 0)"})
     warehouse->Execute(
         std::string("INSERT INTO dwm_data_link (model, source_name, Type, ds_server, ds_directory, "
                     "transfer_data, remote_directory, poll_duration, poll_interval) VALUES ") +

@@ -25,6 +25,10 @@
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
+#include <QWheelEvent>
+#include <algorithm>
+#include <filesystem>
+#include <tuple>
 
 #include "desktop/DesktopSession.h"
 #include "platform/Ado.h"
@@ -83,6 +87,30 @@ class MainWindowTest : public testing::Test {
       text = box ? (box->windowTitle() + "|" + box->text()).toStdString() : "another dialog";
       QAbstractButton* const pressed = box ? box->button(button) : nullptr;
       pressed ? pressed->click() : dialog.reject();
+    });
+  }
+
+  /// The same with the button that has this text.
+  void AnswerNext(std::string& text, const QString& button) {
+    OnNextDialog([&text, button](QDialog& dialog) {
+      text = dynamic_cast<QMessageBox&>(dialog).text().toStdString();
+      for (QAbstractButton* one : dialog.findChildren<QAbstractButton*>())
+        if (one->text().remove('&') == button) return one->click();
+      dialog.reject();
+    });
+  }
+
+  void TurnWheelOver(QWidget& widget) {
+    const QPointF middle = widget.rect().center();
+    QWheelEvent turn(middle, widget.mapToGlobal(middle), {}, {0, -120}, Qt::NoButton,
+                     Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&widget, &turn);
+  }
+
+  bool IsShown(const QString& words) {
+    const auto labels = session_.Window().findChildren<QLabel*>();
+    return std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
+      return label->isVisible() && label->text() == words;
     });
   }
 
@@ -224,6 +252,12 @@ TEST_F(MainWindowTest, LettersNeverReachThePollFields) {
   Line("Poll interval").selectAll();
   Line("Poll interval").paste();
   EXPECT_EQ("30", Line("Poll interval").text());
+  Type("Poll duration", "99999");
+  EXPECT_EQ("9999", Line("Poll duration").text());
+  EXPECT_EQ(9999, session_.TheProgram().dataLinks.FindDataLink("orders")->intPollDuration);
+  Type("Poll interval", "0");
+  EXPECT_TRUE(IsShown("minutes: 0 looks again and again without a pause"));
+  Type("Poll interval", "30");
   EXPECT_EQ(30, session_.TheProgram().dataLinks.FindDataLink("orders")->intPollInterval);
 }
 
@@ -252,10 +286,96 @@ TEST_F(MainWindowTest, UnsavedChangesAreAskedFor) {
   Press(Qt::Key_Q);
   EXPECT_EQ("Torv|Save the changes to \"job.etl\"?", box);
   EXPECT_TRUE(session_.Form().IsOpen());
-  AnswerNext(box, QMessageBox::No);
+  AnswerNext(box, QString("Discard"));
   session_.Window().close();
   EXPECT_FALSE(session_.Form().IsOpen());
   EXPECT_THAT(Job(), HasSubstr("DTSServer=(local)\r\n"));
+}
+
+TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
+  Open();
+  auto& list = session_.Find<QListWidget>("Data links");
+  SelectLink("erp");
+  Type("Server", "ERP2");
+  SelectLink("other");  // of a kind without a panel
+  Press(Qt::Key_S);
+  EXPECT_FALSE(session_.Window().isWindowModified());
+  EXPECT_THAT(Job(), HasSubstr("Server=ERP2\r\n"));
+
+  SelectLink("erp");
+  Type("Server", "ERP3");
+  SelectLink("other");
+  QComboBox& package = *FindCombo("Package");
+  session_.Form().cmbETLPackage_DropDown();
+  package.setFocus();
+  TurnWheelOver(package);
+  QTest::keyClick(package.lineEdit(), Qt::Key_X);
+  QTest::keyClick(package.lineEdit(), Qt::Key_Backspace);
+  list.setFocus();
+  QTest::qWait(50);
+  EXPECT_EQ("Sales_LoadDW", package.currentText());
+  EXPECT_EQ(6, list.count());
+
+  session_.Form().tabDataInfo.Tab.Set(1);
+  std::string box;
+  const std::tuple<const char*, int, const char*> answers[] = {{"Cancel", 6, "DW"},
+                                                               {"Discard", 0, "Other"}};
+  for (const auto& [answer, links, database] : answers) {
+    session_.Window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&session_.Window()));
+    AnswerNext(box, QString(answer));
+    Type("Database", "Other");
+    box.clear();
+    session_.Find<QPushButton>("Close").setFocus();
+    ASSERT_TRUE(WaitUntil([&] { return !box.empty(); })) << answer;
+    EXPECT_THAT(box, HasSubstr("were edited, and the job now has others"));
+    EXPECT_TRUE(WaitUntil([&] { return list.count() == links; })) << answer;
+    EXPECT_EQ(database, Line("Database").text().toStdString());
+  }
+}
+
+TEST_F(MainWindowTest, WhatSomeoneElseHasChangedIsReplacedByNobodysReturnKey) {
+  Open();
+  Type("DTS server", "MINE");
+  session_.Files().WriteFile("job.etl", Job() + "; theirs\r\n");
+  std::string box;
+  OnNextDialog([&box](QDialog& dialog) {
+    box = dynamic_cast<QMessageBox&>(dialog).text().toStdString();
+    QTest::keyClick(&dialog, Qt::Key_Return);
+  });
+  Press(Qt::Key_S);
+  EXPECT_THAT(box, HasSubstr("was changed by someone else since it was opened"));
+  EXPECT_THAT(Job(), HasSubstr("; theirs"));
+  EXPECT_TRUE(session_.Window().isWindowModified());
+  AnswerNext(box, QString("Reload"));
+  Press(Qt::Key_S);
+  EXPECT_EQ("(local)", Line("DTS server").text());
+  EXPECT_FALSE(session_.Window().isWindowModified());
+}
+
+TEST_F(MainWindowTest, ADirectoryOrNoiseIsNoJob) {
+  Open();
+  session_.Files().WriteFile("noise.etl", "\x01\x02[[[=");
+  std::string box;
+  AnswerNext(box);
+  session_.Form().OpenJobFile(Path("noise.etl"));
+  EXPECT_THAT(box, HasSubstr("It is no job file"));
+  EXPECT_EQ("Torv : [job.etl][*]", session_.Window().windowTitle());
+  std::filesystem::create_directory(Path("dir.etl"));
+  AnswerNext(box);
+  session_.Form().OpenJobFile(Path("dir.etl"));
+  EXPECT_THAT(box, HasSubstr("Can't load Config file"));
+  EXPECT_EQ("Torv : [dir.etl][*]", session_.Window().windowTitle());
+}
+
+TEST_F(MainWindowTest, TheFileMenusLetterForExitLeaves) {
+  Open();
+  QTest::keyClick(&session_.Window(), Qt::Key_F, Qt::AltModifier);
+  QMenu* const file = session_.Window().findChild<QMenuBar*>()->actions().front()->menu();
+  ASSERT_TRUE(file->isVisible());
+  QTest::keyClick(file, Qt::Key_X);
+  EXPECT_FALSE(session_.Form().IsOpen());
+  EXPECT_EQ("", session_.Files().ReadFile("err.txt"));
 }
 
 TEST_F(MainWindowTest, BadInputIsSaidInWords) {

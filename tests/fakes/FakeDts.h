@@ -24,6 +24,7 @@ class FakeStep final : public dts::Step {
       : name_(std::move(name)), status_(status), result_(result) {}
 
   const std::string& Name() const override { return name_; }
+  const std::string& VersionID() const override { return name_; }
   Status ExecutionStatus() const override { return status_; }
   Result ExecutionResult() const override { return result_; }
 

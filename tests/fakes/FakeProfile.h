@@ -27,6 +27,15 @@ struct FakeProfile final : Profile {
     return (entry ? entry->value : std::string(fallback)).substr(0, size - 1);
   }
 
+  std::vector<std::pair<std::string, std::string>> GetPrivateProfileSectionA(
+      std::string_view section, const std::string& file) override {
+    std::vector<std::pair<std::string, std::string>> keys;
+    for (const Entry& entry : entries)
+      if (entry.file == file && IsSame(entry.section, section))
+        keys.emplace_back(entry.key, entry.value);
+    return keys;
+  }
+
   int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                  std::string_view value, const std::string& file) override {
     if (key == failingKey) return 0;
@@ -50,12 +59,13 @@ struct FakeProfile final : Profile {
     return std::make_error_code(std::errc::read_only_file_system);
   }
 
+  static bool IsSame(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, {}, tolower, tolower);
+  }
+
   Entry* Find(std::string_view file, std::string_view section, std::string_view key) {
-    const auto isSame = [](std::string_view a, std::string_view b) {
-      return std::ranges::equal(a, b, {}, tolower, tolower);
-    };
     const auto found = std::ranges::find_if(entries, [&](const Entry& entry) {
-      return entry.file == file && isSame(entry.section, section) && isSame(entry.key, key);
+      return entry.file == file && IsSame(entry.section, section) && IsSame(entry.key, key);
     });
     return found == entries.end() ? nullptr : &*found;
   }

@@ -17,6 +17,8 @@
 #include "fakes/FakeProcesses.h"
 #include "fakes/FakeProfile.h"
 #include "fakes/FakeRegistry.h"
+#include "fakes/FakeRunHistory.h"
+#include "fakes/FakeSecrets.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
 #include "platform/linux/text/IconvCodePages.h"
@@ -40,12 +42,14 @@ struct ProgramTest : ::testing::Test {
   FakeShell shell;
   FakeWinInet internet;
   FakeRegistry registry;
+  FakeRunHistory history;
+  FakeSecrets secrets;
   FakeShellBrowser browser;
   FakeFileDialogs dialogs;
   FakeAnimateForms animateForms;
   std::unique_ptr<CodePages> codePages = NewIconvCodePages("windows-1252");
   Program program{{ado, host, codePages->Ansi(), clock, console, files, locks, messages, processes,
-                   profile, shell, internet, registry, browser, dialogs},
+                   profile, shell, internet, registry, history, secrets, browser, dialogs},
                   [this] { return animateForms.New(); }};
 
   ProgramTest() {

@@ -12,6 +12,7 @@
 #include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeRegistry.h"
+#include "fakes/FakeSecrets.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
 #include "log/RunLog.h"
@@ -53,8 +54,9 @@ struct JobTest : ::testing::Test {
                                                     return animateForms.New();
                                                   }}};
   ErrLogging errLogging{files, messages};
+  FakeSecrets secrets;
   RunVariables variables;
-  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages, variables}};
+  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages, secrets, variables}};
   NoEvents events;
 
   JobTest() {
@@ -114,19 +116,32 @@ TEST_F(JobTest, AFailedLoadKeepsItsOwnTextAndReportsThePlatforms) {
 }
 
 TEST_F(JobTest, ARunsVariablesComeBeforeTheJobsOwn) {
-  host.state.variables.entries.insert(
-      host.state.variables.entries.begin(),
-      {{"Region", std::string("EMEA")}, {"Full", false}, {"Rows", std::int64_t{1}}, {"Rate", 0.5}});
+  host.state.variables.entries.insert(host.state.variables.entries.begin(),
+                                      {{"Region", std::string("EMEA")},
+                                       {"MailPassword", std::string()},
+                                       {"Full", false},
+                                       {"Rows", std::int64_t{1}},
+                                       {"Rate", 0.5}});
   const struct {
     RunVariables given;
     const char* error;
   } cases[] = {
-      {{{"Region", "APAC"}, {"Full", "true"}, {"Rows", "-12"}, {"Rate", "1e3"}}, ""},
+      {{{"Region", "APAC"},
+        {"MailPassword", "file:/m"},
+        {"Full", "true"},
+        {"Rows", "-12"},
+        {"Rate", "1e3"}},
+       ""},
       {{{"Region", "APAC"}, {"Gone", "x"}}, "Gone"},
-      {{{"Region", "APAC"}, {"Rows", "many"}}, "\"Rows\" cannot be set for this run: its value"},
+      {{{"Region", "APAC"}, {"Rows", "many"}},
+       "--var: the variable \"Rows\" cannot be set for this run: its value"},
       {{{"Full", "perhaps"}}, "must be True or False"},
-      {{{"dtsserver", "x"}}, "its value comes from the job file"},
+      {{{"MailPassword", "geheim"}}, "referred to by file:PATH or credential:NAME"},
+      {{{"MailPassword", "file:/gone"}}, "there is no secret file:/gone"},
+      {{{"dtsserver", "x"}}, "Torvik sets it itself"},
   };
+  secrets.secrets["file:/m"] = "geheim";
+  job.Variables = {{"Region", "of the job file"}, {"Rate", "2"}};
   for (const auto& c : cases) {
     variables = c.given;
     host.state.calls.clear();
@@ -139,11 +154,13 @@ TEST_F(JobTest, ARunsVariablesComeBeforeTheJobsOwn) {
     }
     EXPECT_THAT(error, HasSubstr(c.error));
     const auto written = Written();
+    const std::vector<std::string> first(written.begin(),
+                                         written.begin() + std::min<long>(written.size(), 7));
     if (*c.error != '\0')
-      EXPECT_THAT(written, ElementsAre()) << c.error;
+      EXPECT_THAT(written, ElementsAre("Region", "Rate")) << c.error;  // those of the job file
     else
-      EXPECT_THAT(std::vector(written.begin(), written.begin() + 4),
-                  ElementsAre("Region", "Full", "Rows", "Rate"));
+      EXPECT_THAT(first,
+                  ElementsAre("Region", "Rate", "Region", "MailPassword", "Full", "Rows", "Rate"));
   }
 }
 

@@ -2,6 +2,7 @@
 // after. Lines that begin with "|" are the text that belongs to the directive above them.
 //
 //   file NAME                  writes a file
+//   secret NAME                writes a file that its owner alone may read
 //   package NAME               stores a package with the runner's variables; the text is its body
 //   job NAME PACKAGE           writes a job file
 //   run PROGRAM ARGUMENT ...   runs torvik or torvik-admin; an argument in double quotes keeps its
@@ -89,6 +90,9 @@ class ScenarioRun {
     }
     if (d.word == "file") {
       sandbox_.WriteFile(d.rest, d.Joined());
+    } else if (d.word == "secret") {
+      sandbox_.WriteFile(d.rest, d.Joined());
+      std::filesystem::permissions(sandbox_.PathOf(d.rest), std::filesystem::perms::owner_read);
     } else if (d.word == "package") {
       sandbox_.PutPackage(d.rest, d.Joined());
     } else if (d.word == "job") {

@@ -144,8 +144,16 @@ TEST_F(PanelTest, PollFieldsTakeDigits) {
     const char* text;
     const char* shown;
     int stored;
-  } cases[] = {{"15", "15", 15}, {"1a5", "15", 15},     {"", "", 0},  {"abc", "", 0},
-               {"-7", "7", 7},   {"99999", "99999", 0}, {"0", "0", 0}};
+  } cases[] = {{"15", "15", 15},
+               {"1a5", "15", 15},
+               {"", "", 0},
+               {"abc", "", 0},
+               {"-7", "7", 7},
+               {"0", "0", 0},
+               {"32767", "32767", 32767},
+               {"32768", "32767", 32767},
+               {"99999999999", "32767", 32767},
+               {"007", "007", 7}};
   for (const auto& c : cases) {
     flat.txtSourceRemPollInterval.Text.Set(c.text);
     EXPECT_EQ(c.shown, flat.txtSourceRemPollInterval.Text.Get()) << c.text;

@@ -160,23 +160,73 @@ TEST_F(MainFormTest, APanelEditsTheSelectedLinkAndSavingWritesIt) {
   form.lstDataLinks.ListIndex.Set(2);
   form.lstDataLinks_Click();
   EXPECT_FALSE(form.DataSourceInfoPresent() || form.ctDLSQLServerOBJ.Visible.Get());
-  // Another package has other links.
-  form.cmbETLPackage.Text.Set("Stock_Init");
-  EXPECT_THAT(form.lstDataLinks.List.Get(), IsEmpty());
+}
+
+TEST_F(MainFormTest, EditsOfLinksStayUntilTheOperatorGivesThemUp) {
+  frmRunnerMain& form = Open();
+  const auto edit = [&](const char* server) {
+    form.cmdLoadDataLinks_Click();
+    form.lstDataLinks.ListIndex.Set(1);
+    form.lstDataLinks_Click();
+    form.ctDLSQLServerOBJ.txtSQLServer.Text.Set(server);
+    form.lstDataLinks.ListIndex.Set(2);  // a kind without a panel
+    form.lstDataLinks_Click();
+  };
+  edit("ERP2");
+  form.mnuFileSave_Click();
+  EXPECT_EQ("ERP2", profile.Find("job.etl", "Data Source::erp", "Server")->value);
+  edit("ERP3");
+  const std::size_t links = form.lstDataLinks.List.Get().size();
+  // Letters typed and taken back, and another package of the same model, change nothing.
+  for (const char* package : {"Sales_LoadDWx", "Sales_LoadDW", "Sales_Init"}) {
+    form.cmbETLPackage.Text.Set(package);
+    EXPECT_EQ(links, form.lstDataLinks.List.Get().size()) << package;
+  }
+  form.cmbETLPackage_LostFocus();
+  EXPECT_EQ(links, form.lstDataLinks.List.Get().size());
+  EXPECT_THAT(messages.questions, IsEmpty());
+  const struct {
+    const char* choice;
+    std::size_t links;
+    const char* database;
+  } cases[] = {{"Cancel", links, "DW"}, {"Discard", 0, "DW2"}};
+  for (const auto& c : cases) {
+    messages.choice = c.choice;
+    form.cmbDestDB.Text.Set("DW2");
+    form.cmbDestDB_LostFocus();
+    EXPECT_THAT(messages.questions.back().text,
+                HasSubstr("were edited, and the job now has others"));
+    EXPECT_EQ(c.links, form.lstDataLinks.List.Get().size());
+    EXPECT_EQ(c.database, form.cmbDestDB.Text.Get());
+  }
   EXPECT_EQ(nullptr, program.dataLinks.FindDataLink("erp"));
+}
+
+TEST_F(MainFormTest, AFileThatIsNoJobLeavesWhatIsOpen) {
+  frmRunnerMain& form = Open();
+  form.cmdExecute_Click();
+  files.Put("noise.etl", "\x01\x02[[[");
+  form.OpenJobFile("noise.etl");
+  EXPECT_THAT(LastBox(), AllOf(HasSubstr("noise.etl"), HasSubstr("It is no job file")));
+  EXPECT_EQ("job.etl", form.TorvConfigFile);
+  EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
+  EXPECT_EQ(RunVerdict::Ok, form.Monitor.Verdict.Get());
+  // Another job has not run yet.
+  form.mnuFileNew_Click();
+  EXPECT_EQ(RunVerdict::None, form.Monitor.Verdict.Get());
+  EXPECT_THAT(form.Monitor.Lines(), IsEmpty());
 }
 
 TEST_F(MainFormTest, WhatIsNotSavedIsAskedFor) {
   const struct {
-    Answer answer;
+    const char* answer;
     bool closes, saves;
-  } cases[] = {
-      {Answer::Cancel, false, false}, {Answer::No, true, false}, {Answer::Yes, true, true}};
+  } cases[] = {{"Cancel", false, false}, {"Discard", true, false}, {"Save", true, true}};
   for (const auto& c : cases) {
     frmRunnerMain& form = Open();
     const std::string server = c.saves ? "NEW" : "OTHER";
     form.txtDTSServer.Text.Set(server);
-    messages.answer = c.answer;
+    messages.choice = c.answer;
     form.cmdClose_Click();
     EXPECT_EQ("Save the changes to \"job.etl\"?", messages.questions.back().text);
     EXPECT_EQ(!c.closes, form.IsOpen());
@@ -206,7 +256,7 @@ TEST_F(MainFormTest, ALogDirectoryThatHoldsMoreThanLogsIsAskedAboutOnce) {
   frmRunnerMain& form = Open();
   files.Put("C:\\data\\orders.csv", "1");
   form.txtLogFilesDir.Text.Set("C:\\data\\");
-  messages.answer = Answer::No;
+  messages.choice = "Cancel";
   form.mnuFileSave_Click();
   EXPECT_THAT(messages.questions.back().text,
               HasSubstr("log directory C:\\data\\, among them:\r\na file that no run has written, "
@@ -215,7 +265,7 @@ TEST_F(MainFormTest, ALogDirectoryThatHoldsMoreThanLogsIsAskedAboutOnce) {
   EXPECT_EQ(messages.questions.size(), 2u);
   EXPECT_TRUE(form.Modified.Get());
   EXPECT_TRUE(files.Exists("C:\\data\\orders.csv"));
-  messages.answer = Answer::Yes;
+  messages.choice = "Use it";
   form.mnuFileSave_Click();
   EXPECT_FALSE(form.Modified.Get());
   form.mnuFileSave_Click();
@@ -233,13 +283,19 @@ TEST_F(MainFormTest, ALogDirectoryThatHoldsMoreThanLogsIsAskedAboutOnce) {
 TEST_F(MainFormTest, AJobFileThatSomeoneElseHasChangedIsNotReplacedUnasked) {
   frmRunnerMain& form = Open();
   files.Put("job.etl", "changed by someone else");
-  messages.answer = Answer::No;
+  messages.choice = "Cancel";
   form.txtDTSServer.Text.Set("NEW");
   form.mnuFileSave_Click();
   EXPECT_THAT(messages.questions.back().text, HasSubstr("job.etl was changed by someone else"));
   EXPECT_EQ("DTSPROD", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
   EXPECT_TRUE(form.Modified.Get());
-  messages.answer = Answer::Yes;
+  messages.choice = "Reload";
+  form.mnuFileSave_Click();
+  EXPECT_EQ("DTSPROD", form.txtDTSServer.Text.Get());
+  EXPECT_FALSE(form.Modified.Get());
+  files.Put("job.etl", "changed once more");
+  form.txtDTSServer.Text.Set("NEW");
+  messages.choice = "Replace";
   form.mnuFileSave_Click();
   EXPECT_EQ("NEW", profile.Find("job.etl", "DTS Server Info", "DTSServer")->value);
 }
@@ -265,6 +321,7 @@ TEST_F(MainFormTest, OpenAndSaveUseTheirDialogs) {
   form.cmdOpen_Click();
   EXPECT_EQ("Torv Error|Error: Can't load Config file missing.etl|critical", LastBox());
   EXPECT_EQ("missing.etl", form.TorvConfigFile);
+  EXPECT_EQ("Torv : [missing.etl]", form.Caption.Get());
   form.mnuFileNew_Click();
   EXPECT_EQ("", form.TorvConfigFile + form.cmbETLPackage.Text.Get());
   EXPECT_EQ("(local)", form.txtDTSServer.Text.Get());

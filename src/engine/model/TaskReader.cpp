@@ -5,6 +5,7 @@
 #include "engine/model/Providers.h"
 #include "engine/model/TextTemplate.h"
 #include "engine/model/Variables.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {

@@ -6,6 +6,7 @@
 
 #include "engine/model/TextTemplate.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -117,11 +118,6 @@ std::string TextOf(const dts::Variant& value) {
   if (const auto* boolean = std::get_if<bool>(&value)) return *boolean ? "True" : "False";
   if (const auto* integer = std::get_if<std::int64_t>(&value)) return std::to_string(*integer);
   return Number(std::get<double>(value));
-}
-
-bool IsPasswordName(std::string_view name) {
-  constexpr std::string_view kEnding = "password";
-  return LowerAscii(name).ends_with(kEnding);
 }
 
 }  // namespace torvik::engine

@@ -56,7 +56,4 @@ class Variables final : public dts::GlobalVariables {
 /// The value as `${Name}` puts it into a text; a Boolean is True or False.
 std::string TextOf(const dts::Variant& value);
 
-/// A variable whose name ends in "Password" holds one.
-bool IsPasswordName(std::string_view name);
-
 }  // namespace torvik::engine

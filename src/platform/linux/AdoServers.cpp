@@ -121,9 +121,21 @@ class AdoConnection final : public ado::Connection {
   }
 
   DatabaseLogon Logon(const ServerAddress& place) const {
-    return {place, Property("Initial Catalog"),
-            EqualsIgnoringCase(Property("Integrated Security"), "SSPI"), Property("User ID"),
-            Property("Password")};
+    DatabaseLogon logon{place, Property("Initial Catalog"),
+                        EqualsIgnoringCase(Property("Integrated Security"), "SSPI"),
+                        Property("User ID"), Property("Password")};
+    if (!place.logon.user.empty()) TakeLogonOfSettings(logon);
+    return logon;
+  }
+
+  void TakeLogonOfSettings(DatabaseLogon& logon) const {
+    logon.isTrusted = false;
+    logon.user = logon.address.logon.user;
+    logon.password.clear();
+    const SecretReference& reference = logon.address.logon.password;
+    if (reference.IsEmpty()) return;
+    if (const std::string problem = ReadSecret(reference, logon.password); !problem.empty())
+      throw PlatformError(0, "[server " + Property("Data Source") + "]: " + problem, kSource);
   }
 
   std::string Property(const std::string& name) const {

@@ -4,10 +4,12 @@
 #include "platform/linux/AdoServers.h"
 #include "platform/linux/LinuxNeighbourhood.h"
 #include "platform/linux/ftp/FtpCurl.h"
+#include "platform/linux/history/SqliteRunHistory.h"
 #include "platform/linux/mail/MailCurl.h"
 #include "platform/linux/ping/PingCurl.h"
 #include "platform/linux/settings/ProfileFiles.h"
 #include "platform/linux/settings/RegistryFile.h"
+#include "platform/linux/settings/Secret.h"
 #include "platform/linux/shares/ShellByPath.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/NoPickers.h"
@@ -41,8 +43,11 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
-  platform.pings = NewPingCurl();
+  platform.pings = NewPingCurl(paths);
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
+  platform.history = NewSqliteRunHistory(platform.settings.stateDirectory + "/history.db",
+                                         platform.settings.history);
+  platform.secrets = NewSecrets(paths);
   platform.neighbourhood = NewLinuxNeighbourhood(platform.settings, paths);
   platform.browser = NewNoShellBrowser();
   platform.dialogs = NewNoFileDialogs();

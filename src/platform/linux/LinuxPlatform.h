@@ -20,6 +20,8 @@
 #include "platform/Process.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
+#include "platform/RunHistory.h"
+#include "platform/Secrets.h"
 #include "platform/Shell.h"
 #include "platform/ShellBrowser.h"
 #include "platform/WinInet.h"
@@ -45,6 +47,8 @@ struct LinuxPlatform {
   std::unique_ptr<Mailer> mail;
   std::unique_ptr<Pinger> pings;
   std::unique_ptr<Registry> registry;
+  std::unique_ptr<RunHistory> history;
+  std::unique_ptr<Secrets> secrets;
   std::unique_ptr<Neighbourhood> neighbourhood;
   std::unique_ptr<ShellBrowser> browser;
   std::unique_ptr<FileDialogs> dialogs;

@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QEvent>
+#include <QFocusEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -13,6 +14,7 @@
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QTabWidget>
+#include <QWheelEvent>
 
 namespace torvik {
 namespace {
@@ -35,9 +37,32 @@ class EventWatcher final : public QObject {
   const std::function<void()> work_;
 };
 
+/// Calls back when the keyboard has gone to another field: not to another window or to an open
+/// list.
+class LeaveWatcher final : public QObject {
+ public:
+  LeaveWatcher(QWidget& widget, std::function<void()> leave)
+      : QObject(&widget), leave_(std::move(leave)) {
+    widget.installEventFilter(this);
+  }
+
+ private:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() != QEvent::FocusOut) return false;
+    const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+    if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) leave_();
+    return false;
+  }
+
+  const std::function<void()> leave_;
+};
+
 class DropDownBox final : public QComboBox {
  public:
   std::function<void()> beforeList;
+
+  /// A wheel scrolls what the list stands in; only an open list is chosen from by it.
+  void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
   void showPopup() override {
     if (beforeList) beforeList();
@@ -168,7 +193,7 @@ void Bind(QTabWidget& widget, TabStrip& control) {
 }
 
 void OnLeave(QWidget& widget, std::function<void()> leave) {
-  new EventWatcher(widget, QEvent::FocusOut, std::move(leave));
+  new LeaveWatcher(widget, std::move(leave));
 }
 
 void OnDoubleClick(QWidget& widget, std::function<void()> twice) {

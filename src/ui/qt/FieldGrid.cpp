@@ -46,7 +46,7 @@ QLineEdit* FieldGrid::Password(const QString& label, TextBox& box, const QString
   return field;
 }
 
-QLineEdit* FieldGrid::Digits(const QString& label, DigitsBox& box, const QString& unit,
+QLineEdit* FieldGrid::Digits(const QString& label, DigitsBox& box, torvik::Label& unit,
                              const QString& help) {
   auto* const field = new QLineEdit;
   Bind(*field, box);
@@ -57,7 +57,9 @@ QLineEdit* FieldGrid::Digits(const QString& label, DigitsBox& box, const QString
   lastLabel_ = Label(*field, label);
   auto* const row = new QHBoxLayout;
   row->addWidget(field);
-  row->addWidget(new QLabel(unit));
+  auto* const words = new QLabel;
+  Bind(*words, unit);
+  row->addWidget(words);
   row->addStretch();
   grid_->addWidget(lastLabel_, row_, 0);
   grid_->addLayout(row, row_++, 1);

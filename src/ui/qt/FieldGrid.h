@@ -25,7 +25,7 @@ class FieldGrid {
   QLabel* Label(QWidget& field, const QString& text);
   QLineEdit* Text(const QString& label, TextBox& box, const QString& help);
   QLineEdit* Password(const QString& label, TextBox& box, const QString& help);
-  QLineEdit* Digits(const QString& label, DigitsBox& box, const QString& unit, const QString& help);
+  QLineEdit* Digits(const QString& label, DigitsBox& box, torvik::Label& unit, const QString& help);
   QComboBox* List(const QString& label, ComboBox& box, std::function<void()> dropDown,
                   const QString& help);
   /// `beside` may be null.

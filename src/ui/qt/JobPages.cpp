@@ -1,10 +1,12 @@
 #include "ui/qt/JobPages.h"
 
+#include <QComboBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
@@ -37,15 +39,21 @@ void AddLogon(FieldGrid& grid, const LogonControls& logon, const QString& userMn
   Bind(static_cast<QWidget&>(grid.LastLabel()), logon.passwordLabel);
 }
 
+/// Leaving the field may bring up a question, which has to wait until the keyboard has moved.
+void AfterLeave(QWidget& field, std::function<void()> work) {
+  OnLeave(field, [&field, work = std::move(work)] { QTimer::singleShot(0, &field, work); });
+}
+
 QGroupBox* NewPackageGroup(frmRunnerMain& form) {
   auto* const group = new QGroupBox(Tr("Package"));
   FieldGrid grid(*group);
   grid.List(
       Tr("ETL &model:"), form.cmbETLModel, [&form] { form.cmbETLModel_DropDown(); },
       Tr("The models of the server's packages; a model's packages are listed below"));
-  grid.List(
+  QComboBox* const package = grid.List(
       Tr("&Package:"), form.cmbETLPackage, [&form] { form.cmbETLPackage_DropDown(); },
       Tr("The package that the job executes"));
+  AfterLeave(*package, [&form] { form.cmbETLPackage_LostFocus(); });
   grid.Text(Tr("DTS se&rver:"), form.txtDTSServer, Tr("The server that stores the package"));
   grid.Browse(
       form.cmdDTSServer, [&form] { form.cmdDTSServer_Click(); }, Tr("Choose a server"));
@@ -126,16 +134,19 @@ QWidget* NewWarehousePage(frmRunnerMain& form) {
   auto* const layout = new QVBoxLayout(page);
   auto* const group = new QGroupBox(Tr("Data warehouse"));
   FieldGrid grid(*group);
-  grid.Text(Tr("Se&rver:"), form.txtDestServer, Tr("The server of the data warehouse"));
+  QLineEdit* const server =
+      grid.Text(Tr("Se&rver:"), form.txtDestServer, Tr("The server of the data warehouse"));
+  AfterLeave(*server, [&form] { form.txtDestServer_LostFocus(); });
   grid.Browse(
       form.cmdDestServer, [&form] { form.cmdDestServer_Click(); }, Tr("Choose a server"));
   AddLogon(grid,
            {form.optDestSecureLogin, form.optDestSQLLogin, form.lblDestSQLUsername,
             form.lblDestSQLPassword, form.txtDestSQLUsername, form.txtDestSQLPassword},
            Tr("&User name:"), Tr("Passwor&d:"));
-  grid.List(
+  QComboBox* const database = grid.List(
       Tr("Data&base:"), form.cmbDestDB, [&form] { form.cmbDestDB_DropDown(); },
       Tr("The database that the package loads, and that has the data links"));
+  AfterLeave(*database, [&form] { form.cmbDestDB_LostFocus(); });
   layout->addWidget(group);
   layout->addStretch();
   return page;

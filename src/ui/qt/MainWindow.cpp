@@ -86,9 +86,16 @@ void MainWindow::MakeMenus() {
   add(Tr("&Save"), QKeySequence::Save, [this] { form_.mnuFileSave_Click(); });
   add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
   file->addSeparator();
-  add(Tr("E&xecute"), QKeySequence(Qt::Key_F5), [this] { form_.cmdExecute_Click(); });
+  QAction* const execute = add({}, QKeySequence(Qt::Key_F5), [this] { form_.cmdExecute_Click(); });
   file->addSeparator();
-  QAction* const exit = add(Tr("&Exit"), QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
+  QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
+  // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
+  // then.
+  Watch(form_.cmdExecute.Caption, *this, [execute, exit](MainWindow& window, const std::string&) {
+    const bool isForScheduler = window.form_.StartInQXJobConfigMode();
+    execute->setText(isForScheduler ? Tr("Save and &hand to the scheduler") : Tr("Exec&ute"));
+    exit->setText(isForScheduler ? Tr("E&xit, telling the scheduler to cancel") : Tr("E&xit"));
+  });
   exit->setMenuRole(QAction::QuitRole);
 
   QMenu* const view = menuBar()->addMenu(Tr("&View"));

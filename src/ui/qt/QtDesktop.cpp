@@ -4,6 +4,7 @@
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 
 #include "platform/FileDialogs.h"
@@ -36,17 +37,22 @@ class QtMessages final : public Messages {
     box.exec();
   }
 
-  Answer Ask(std::string_view text, std::string_view title) override {
-    QMessageBox box(QMessageBox::Question, ToQt(title), Plain(text),
-                    QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel,
+  int Ask(std::string_view text, std::string_view title, std::span<const char* const> choices,
+          int usual) override {
+    QMessageBox box(QMessageBox::Question, ToQt(title), Plain(text), QMessageBox::Cancel,
                     QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
-    box.setDefaultButton(QMessageBox::Yes);
-    box.setEscapeButton(QMessageBox::Cancel);
-    const int button = box.exec();
-    return button == QMessageBox::Yes  ? Answer::Yes
-           : button == QMessageBox::No ? Answer::No
-                                       : Answer::Cancel;
+    std::vector<QAbstractButton*> buttons;
+    for (const char* choice : choices)
+      buttons.push_back(box.addButton(QObject::tr(choice), QMessageBox::AcceptRole));
+    QAbstractButton* const cancel = box.button(QMessageBox::Cancel);
+    QAbstractButton* const first =
+        usual == kNoChoice ? cancel : buttons[static_cast<std::size_t>(usual)];
+    box.setDefaultButton(static_cast<QPushButton*>(first));
+    box.setEscapeButton(cancel);
+    box.exec();
+    const auto chosen = std::find(buttons.begin(), buttons.end(), box.clickedButton());
+    return chosen == buttons.end() ? kNoChoice : static_cast<int>(chosen - buttons.begin());
   }
 
   void Report(std::string_view line) override { console_.Report(line); }

@@ -65,7 +65,16 @@ TEST(PostgreSqlRun, AServerCheckNamesWhatIsMissing) {
       "GRANT USAGE ON SCHEMA msdb TO torvik_guest; GRANT SELECT, INSERT ON msdb.sysdtspackages TO "
       "torvik_guest");
   EXPECT_THAT(check("geheim"), testing::StartsWith("0{"));
-  EXPECT_THAT(check("geheim wrong"), HasSubstr("password authentication failed"));
+  sandbox.AddSettings("user = torvik_guest\npassword_file = " + sandbox.PathOf("of-settings") +
+                      "\n");
+  sandbox.WriteFile("of-settings", "geheim\n");
+  EXPECT_THAT(check("not asked"), HasSubstr("so that others may use it; run chmod 600"));
+  std::filesystem::permissions(sandbox.PathOf("of-settings"), std::filesystem::perms::owner_read);
+  EXPECT_THAT(check("not asked"), testing::StartsWith("0{"));
+  std::filesystem::remove(sandbox.PathOf("of-settings"));
+  sandbox.WriteFile("of-settings", "geheim wrong\n");
+  std::filesystem::permissions(sandbox.PathOf("of-settings"), std::filesystem::perms::owner_read);
+  EXPECT_THAT(check("geheim"), HasSubstr("password authentication failed"));
   admin->Execute("DROP OWNED BY torvik_guest; DROP ROLE torvik_guest");
 }
 

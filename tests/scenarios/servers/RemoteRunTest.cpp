@@ -24,13 +24,17 @@ class RemoteRun : public testing::Test {
  protected:
   RemoteRun() {
     for (const PrivateServer* server : {&ftp_, &share_}) server->Write("out/status", "running\r\n");
-    sandbox_.WriteFile("credentials",
-                       "username = " + UserName() + "\npassword = " + share_.Password() + "\n");
-    std::filesystem::permissions(sandbox_.PathOf("credentials"),
-                                 std::filesystem::perms::owner_read);
+    WriteSecret("credentials",
+                "username = " + UserName() + "\npassword = " + share_.Password() + "\n");
+    WriteSecret("ftp-password", ftp_.Password() + "\n");
     sandbox_.PutPackage("Sales_LoadDW", "");
     sandbox_.WriteJob("job.etl", "Sales_LoadDW");
     PutLinks(ftp_.Password(), "out");
+  }
+
+  void WriteSecret(const std::string& name, const std::string& text) {
+    sandbox_.WriteFile(name, text);
+    std::filesystem::permissions(sandbox_.PathOf(name), std::filesystem::perms::owner_read);
   }
 
   static std::string UserName() { return getpwuid(geteuid())->pw_name; }
@@ -83,14 +87,15 @@ class RemoteRun : public testing::Test {
 };
 
 TEST_F(RemoteRun, WaitsForTheProvidersAndFetchesWhatTheyDeliver) {
-  sandbox_.AddSettings(Settings());
-  PutLinks(ftp_.Password(), "out", 1);
+  sandbox_.AddSettings(Settings() + "[ftp 127.0.0.1]\nuser = torvik\npassword_file = " +
+                       sandbox_.PathOf("ftp-password") + "\n");
+  PutLinks("not this one", "out", 1);
   const ProgramResult check = sandbox_.Run({"torvik-admin", "job", "check", "job.etl"});
   EXPECT_EQ(0, check.exitCode) << check.out;
   EXPECT_THAT(check.out, HasSubstr("/out of 127.0.0.1: its status says \"running\""));
   EXPECT_THAT(check.out, HasSubstr("files\\out: its status says \"running\""));
 
-  PutLinks(ftp_.Password(), "out");
+  PutLinks("not this one", "out");
   const RunningProgram run = sandbox_.Start({"torvik-admin", "run", "job.etl"});
   for (int i = 0; i < 3000 && sandbox_.ReadFile("err.txt").find("Polling") == std::string::npos;
        ++i)

@@ -64,6 +64,7 @@ ServerAddress PlaceOfSection(const Settings& settings, const std::string& provid
                              const DataSourceDriver& driverOf) {
   ServerAddress place;
   place.options = section.options;
+  place.logon = section.logon;
   place.dataSource = Take(place.options, "dsn");
   place.driver = Take(place.options, "driver");
   const std::string host = Take(place.options, "host");

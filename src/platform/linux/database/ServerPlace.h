@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/linux/settings/EmbeddedDurability.h"
+#include "platform/linux/settings/Secret.h"
 
 namespace torvik {
 
@@ -20,6 +21,7 @@ struct ServerAddress {
   std::string port;
   std::string database;                        ///< When the connection names none.
   std::map<std::string, std::string> options;  ///< The driver's own keywords.
+  LogonSettings logon = {};  ///< Without a user the connection's own logon counts.
 };
 
 /// What stands behind a server text.

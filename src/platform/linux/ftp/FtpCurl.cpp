@@ -8,7 +8,9 @@
 #include <variant>
 #include <vector>
 
+#include "platform/Text.h"
 #include "platform/linux/ftp/FtpConnection.h"
+#include "platform/linux/settings/Secret.h"
 #include "platform/linux/system/Arrivals.h"
 #include "platform/linux/system/FetchCounter.h"
 #include "platform/linux/system/Posix.h"
@@ -63,8 +65,14 @@ class FtpCurl final : public wininet::Client {
     FtpLogon logon{server, isDefault ? static_cast<std::uint16_t>(settings_.port) : port};
     if (HasControlCharacter(server))
       return Fail(wininet::NameNotResolved, "the server's name has a control character");
-    if (!EncodeText(user.empty() ? kAnonymous : user, logon.user) ||
-        !EncodeText(password, logon.password))
+    LogonSettings own;
+    std::string ownPassword;
+    if (const std::string problem = FindOwnLogon(server, own, ownPassword); !problem.empty())
+      return Fail(wininet::LoginFailure, problem);
+    const bool isOwn = !own.user.empty();
+    const std::string& name = isOwn ? own.user : user.empty() ? kAnonymous : user;
+    if (!EncodeText(name, logon.user) ||
+        !EncodeText(isOwn ? ownPassword : password, logon.password))
       return Fail(wininet::LoginFailure,
                   "user or password has a character that cannot be sent to " + server);
     auto ftp =
@@ -254,6 +262,18 @@ class FtpCurl final : public wininet::Client {
     connection.openFile = 0;
     Succeed();
     Keep(*connection.ftp, connection.ftp->CloseFile());
+  }
+
+  /// The logon that the settings have for this server; without a user when there is none. Answers
+  /// what is wrong with its password.
+  std::string FindOwnLogon(const std::string& server, LogonSettings& logon,
+                           std::string& password) const {
+    const auto found = settings_.logons.find(LowerAscii(server));
+    if (found == settings_.logons.end()) return {};
+    logon = found->second;
+    if (logon.password.IsEmpty()) return {};
+    const std::string problem = ReadSecret(logon.password, password);
+    return problem.empty() ? "" : "[ftp " + server + "]: " + problem;
   }
 
   /// The bytes that are sent; false for what would not arrive as it is.

@@ -81,8 +81,7 @@ std::unique_ptr<wininet::Client> NewFtpCurl(const FtpSettings& settings, const P
                                             FetchObserver onFetch) {
   return std::make_unique<LateFtp>(
       [settings, paths, &ansi, onWait = std::move(onWait), onFetch = std::move(onFetch)] {
-        return InModule({"libtorvik-ftp.so", "libcurl4"}, &NewFtpCurl, "FTP")(settings, paths, ansi,
-                                                                              onWait, onFetch);
+        return InModule(kFtpModule, &NewFtpCurl, "FTP")(settings, paths, ansi, onWait, onFetch);
       });
 }
 

@@ -6,7 +6,8 @@
 
 #include "platform/linux/mail/MailConversation.h"
 #include "platform/linux/mail/MailFailure.h"
-#include "platform/linux/settings/SecretFile.h"
+#include "platform/linux/settings/Secret.h"
+#include "platform/linux/system/Posix.h"
 
 namespace torvik {
 namespace {
@@ -48,28 +49,29 @@ class MailCurl final : public Mailer {
     delivery.timeoutSeconds = settings_.timeoutSeconds;
     const bool hasOwnLogon = isOther || !chosen.user.empty();
     delivery.user = hasOwnLogon ? chosen.user : settings_.user;
-    const std::string file =
-        !chosen.passwordFile.empty() || hasOwnLogon ? chosen.passwordFile : settings_.passwordFile;
-    if (!delivery.user.empty()) delivery.password = Password(file);
+    const bool hasOwnPassword = !chosen.passwordFile.empty() || hasOwnLogon;
+    if (!delivery.user.empty())
+      delivery.password =
+          Password(hasOwnPassword ? OfStep(chosen.passwordFile) : settings_.password);
     // A server, or somebody in between, that takes TLS away would get the password.
     if (!delivery.user.empty() && delivery.tls == MailTls::Try) delivery.tls = MailTls::Require;
     return delivery;
   }
 
-  std::string Password(const std::string& path) const {
-    if (path.empty())
+  /// A step may spell the path either way.
+  SecretReference OfStep(const std::string& path) const {
+    return {path.empty() ? path : LinuxPath(path), ""};
+  }
+
+  static std::string Password(const SecretReference& reference) {
+    if (reference.IsEmpty())
       throw MailFailure(
           "the mail server wants a logon, and no file holds the password; name it by "
           "\"password_file\"");
-    const Descriptor file = OpenFile(LinuxPath(path), O_RDONLY);
-    std::string text;
-    const auto error = file.IsOpen() ? torvik::ReadAll(file.Number(), text) : LastSystemError();
-    if (error) throw MailFailure(path + ": the password cannot be read: " + error.message());
-    if (const std::string problem = CheckSecretFile(file, path); !problem.empty())
+    std::string password;
+    if (const std::string problem = ReadSecret(reference, password); !problem.empty())
       throw MailFailure(problem);
-    text.resize(std::min(text.find_first_of("\r\n"), text.size()));
-    if (text.empty()) throw MailFailure(path + ": the first line holds no password");
-    return text;
+    return password;
   }
 
   CheckedMail Checked(const MailMessage& message) const {

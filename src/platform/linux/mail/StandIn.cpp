@@ -13,7 +13,7 @@ class LateMailer final : public Mailer {
 
   std::string Send(const MailMessage& message, const MailServer& server,
                    const std::atomic<bool>& cancelled) override {
-    static const auto make = InModule({"libtorvik-mail.so", "libcurl4"}, &NewMailCurl, "mail");
+    static const auto make = InModule(kMailModule, &NewMailCurl, "mail");
     return make(settings_, paths_)->Send(message, server, cancelled);
   }
 

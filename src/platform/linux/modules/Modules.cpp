@@ -44,22 +44,35 @@ void* FindInModule(const std::string& file, const char* function, std::string& r
   return nullptr;
 }
 
-void* FindInModule(const RoomModule& module, void* standIn, const std::string& subject) {
-  const std::string needs = subject + " needs " + module.file;
+namespace {
+
+/// "..., which is not installed; ..."
+std::string NotInstalled(const RoomModule& module) {
+  return std::string(module.file) +
+         ", which is not installed; a build makes it when it finds the libraries that "
+         "scripts/install-packages build installs";
+}
+
+std::string NotLoaded(const RoomModule& module, const std::string& reason) {
+  return std::string(module.file) + ", which cannot be loaded: " + reason + "; install " +
+         module.packages + ", or install the programs and their modules anew";
+}
+
+}  // namespace
+
+std::string WhyUnusable(const RoomModule& module) {
   const std::string path = FindModule(module.file);
-  if (path.empty())
-    throw PlatformError(0,
-                        needs +
-                            ", which is not installed; a build makes it when it finds the "
-                            "libraries that scripts/install-packages build installs",
-                        "modules");
+  if (path.empty()) return NotInstalled(module);
+  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr ? NotLoaded(module, dlerror()) : "";
+}
+
+void* FindInModule(const RoomModule& module, void* standIn, const std::string& subject) {
+  const std::string path = FindModule(module.file);
+  if (path.empty()) throw PlatformError(0, subject + " needs " + NotInstalled(module), "modules");
   std::string reason;
   void* const found = FindAt(path, NameOf(standIn), reason);
   if (found == nullptr)
-    throw PlatformError(0,
-                        needs + ", which cannot be loaded: " + reason + "; install " +
-                            module.packages + ", or install the programs and their modules anew",
-                        "modules");
+    throw PlatformError(0, subject + " needs " + NotLoaded(module, reason), "modules");
   return found;
 }
 

@@ -6,11 +6,6 @@
 #include "platform/linux/odbc/OdbcDataSources.h"
 
 namespace torvik {
-namespace {
-
-constexpr RoomModule kOdbcModule = {"libtorvik-odbc.so", "libodbc2"};
-
-}  // namespace
 
 std::unique_ptr<AdoDatabase> OpenOdbcDatabase(const DatabaseLogon& logon, int timeoutSeconds,
                                               std::vector<ado::ProviderError>& errors) {

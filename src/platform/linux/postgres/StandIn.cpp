@@ -5,11 +5,6 @@
 #include "platform/linux/postgres/AdoPostgres.h"
 
 namespace torvik {
-namespace {
-
-constexpr RoomModule kPostgresModule = {"libtorvik-postgres.so", "libpq5"};
-
-}  // namespace
 
 bool TakesPostgresPlace(const ServerAddress& place) {
   if (place.driver.empty()) return true;

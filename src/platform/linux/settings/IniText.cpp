@@ -106,6 +106,19 @@ std::optional<std::string> IniText::Find(std::string_view section, std::string_v
   return std::string(IniValue(place.text));
 }
 
+std::vector<std::pair<std::string, std::string>> IniText::Keys(std::string_view section) const {
+  std::vector<std::pair<std::string, std::string>> keys;
+  std::size_t at = SectionAt(section);
+  if (at == bytes_.size()) return keys;
+  for (at = ReadIniLine(bytes_, at).end; at < bytes_.size();) {
+    const IniLine line = ReadIniLine(bytes_, at);
+    at = line.end;
+    if (line.kind == IniLine::Kind::Section) break;
+    if (line.kind == IniLine::Kind::Key) keys.emplace_back(line.name, IniValue(line.text));
+  }
+  return keys;
+}
+
 void IniText::Set(std::string_view section, std::string_view key, std::string_view value) {
   const Place place = Locate(section, key);
   if (place.hasKey) {

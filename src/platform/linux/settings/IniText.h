@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace torvik {
 
@@ -33,6 +35,9 @@ class IniText {
 
   /// The value of a key, nothing when there is none.
   std::optional<std::string> Find(std::string_view section, std::string_view key) const;
+
+  /// The keys of a section with their values, in their order.
+  std::vector<std::pair<std::string, std::string>> Keys(std::string_view section) const;
 
   /// Replaces the key's value in place; a new key goes behind the last line of its section that is
   /// not blank, a new section to the end. Every other byte stays. New lines end as the first line

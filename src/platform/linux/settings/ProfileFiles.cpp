@@ -37,6 +37,17 @@ class ProfileFiles final : public Profile {
     return value;
   }
 
+  std::vector<std::pair<std::string, std::string>> GetPrivateProfileSectionA(
+      std::string_view section, const std::string& file) override {
+    std::optional<IniText> read;
+    const IniText* const ini = HeldOrRead(file, read);
+    if (ini == nullptr) return {};
+    std::vector<std::pair<std::string, std::string>> keys;
+    for (const auto& [key, value] : ini->Keys(ansi_.Encode(section)))
+      keys.emplace_back(ansi_.Decode(key), ansi_.Decode(value));
+    return keys;
+  }
+
   int WritePrivateProfileStringA(std::string_view section, std::string_view key,
                                  std::string_view value, const std::string& file) override {
     if (!FitsOnOneLine(section) || !FitsOnOneLine(key) || !FitsOnOneLine(value)) return 0;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/SecretFile.h"
 #include "platform/linux/settings/SettingsFile.h"
@@ -27,9 +28,14 @@ std::string UserDirectory(const Environment& environment, const std::string& var
 std::string FindStateDirectory(const Environment& environment) {
   const std::string own = environment.Variable("TORVIK_STATE");
   if (!own.empty()) return own;
-  if (environment.isRoot) return "/var/lib/torvik";
+  if (environment.keepsMachineState) return kMachineState;
   const std::string user = UserDirectory(environment, "XDG_STATE_HOME", "/.local/state");
   return user.empty() ? "" : user + "/torvik";
+}
+
+bool IsOwnDirectory(const char* path) {
+  struct stat status {};
+  return lstat(path, &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
 }
 
 bool IsThere(const std::string& path) {
@@ -54,8 +60,10 @@ bool HoldsSmbPassword(const Settings& settings) {
 }
 
 bool HoldsPingUrl(const AlarmSettings& alarms) {
-  return std::any_of(alarms.monitor.begin(), alarms.monitor.end(),
-                     [](const auto& monitor) { return !monitor.second.pingUrl.empty(); });
+  return std::any_of(alarms.monitor.begin(), alarms.monitor.end(), [](const auto& monitor) {
+    const std::string& url = monitor.second.pingUrl;
+    return !url.empty() && !RefersToSecret(url);
+  });
 }
 
 std::string ReadSettingsFile(Settings& settings) {
@@ -114,7 +122,7 @@ std::string Environment::Variable(const std::string& name) const {
 
 Environment ProcessEnvironment() {
   Environment environment;
-  environment.isRoot = geteuid() == 0;
+  environment.keepsMachineState = geteuid() == 0 || IsOwnDirectory(kMachineState);
   for (const char* name :
        {"HOME", "TMPDIR", "TORVIK_CONF", "TORVIK_STATE", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
     if (const char* value = std::getenv(name)) environment.variables[name] = value;

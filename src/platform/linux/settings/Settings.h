@@ -9,6 +9,7 @@
 #include "platform/linux/system/PathMap.h"
 
 #include "platform/linux/settings/EmbeddedDurability.h"
+#include "platform/linux/settings/Secret.h"
 
 namespace torvik {
 
@@ -19,6 +20,7 @@ struct ServerSettings {
   std::map<std::string, std::string> options =
       {};                              ///< Further keys, small letters; none of an embedded one.
   EmbeddedDurability durability = {};  ///< Of an embedded server.
+  LogonSettings logon = {};            ///< Of all others.
 };
 
 /// A section [provider NAME].
@@ -38,6 +40,7 @@ struct FtpSettings {
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   int timeoutSeconds = 30;        ///< To connect, and for a server that is silent in between.
   int port = 21;                  ///< Of every server.
+  std::map<std::string, LogonSettings> logons = {};  ///< [ftp HOST], by small letters.
 };
 
 /// The section [mail].
@@ -47,18 +50,25 @@ struct MailSettings {
   MailTls tls = MailTls::Try;     ///< With a user, Try is Require: passwords need protection.
   std::string certificates = {};  ///< A file of trusted ones; empty: those of the system.
   std::string user = {};          ///< Empty: no logon.
-  std::string passwordFile = {};
+  SecretReference password = {};
   std::string from = {};
   int timeoutSeconds = 30;  ///< To connect, and for a server that is silent in between.
 };
 
+/// The section [history].
+struct HistorySettings {
+  bool isOn = true;
+  int keepDays = 90;  ///< Runs that began earlier are forgotten.
+};
+
 /// How a section [smb HOST] has us use the shares of a server.
 struct SmbSettings {
-  std::string section = "smb";         ///< That messages send the user to.
-  std::string user, password, domain;  ///< Without a user we are a guest.
-  std::string credentials;             ///< A file that holds the three instead.
-  bool kerberos = false;               ///< Log on by the ticket of the environment.
-  int timeoutSeconds = 30;             ///< To connect, and for each answer.
+  std::string section = "smb";             ///< That messages send the user to.
+  std::string user, password, domain;      ///< Without a user we are a guest.
+  std::string credentials;                 ///< A file that holds the three instead.
+  SecretReference passwordReference = {};  ///< Instead of the password.
+  bool kerberos = false;                   ///< Log on by the ticket of the environment.
+  int timeoutSeconds = 30;                 ///< To connect, and for each answer.
   int port = 445;
 };
 
@@ -84,6 +94,7 @@ struct Settings {
 
   int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
 
+  HistorySettings history;
   FtpSettings ftp;
   MailSettings mail;
   std::map<std::string, SmbSettings> smb;  ///< By small letters; "" for all other servers.
@@ -110,22 +121,25 @@ struct Settings {
 std::string ProviderKey(const std::string& name);
 
 /// What the process was started with: environment variables, an empty one counting as absent, and
-/// whether root runs it.
+/// whether its user keeps the machine's state: root, or who owns that directory.
 struct Environment {
   std::map<std::string, std::string> variables;
-  bool isRoot = false;
+  bool keepsMachineState = false;
 
   std::string Variable(const std::string& name) const;
 };
+
+/// Where the machine's state lies; an installation gives it to the user who runs the jobs.
+inline constexpr const char* kMachineState = "/var/lib/torvik";
 
 /// That of this process, as far as the settings look at it.
 Environment ProcessEnvironment();
 
 /// Reads the settings: the file of $TORVIK_CONF, else the first that is there of
 /// $XDG_CONFIG_HOME/torvik/torvik.conf (~/.config for the variable) and /etc/torvik/torvik.conf.
-/// State lies in $TORVIK_STATE, else for root in /var/lib/torvik, else in $XDG_STATE_HOME/torvik
-/// (~/.local/state); temporary files in $TMPDIR, else in "tmp" there. Answers the empty text, or
-/// what is wrong, naming file and line; `settings` is then incomplete.
+/// State lies in $TORVIK_STATE, else for root and for the owner of /var/lib/torvik there, else in
+/// $XDG_STATE_HOME/torvik (~/.local/state); temporary files in $TMPDIR, else in "tmp" there.
+/// Answers the empty text, or what is wrong, naming file and line; `settings` is then incomplete.
 std::string LoadSettings(const Environment& environment, Settings& settings);
 
 }  // namespace torvik

@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kLongestTimeout = 3600;
 constexpr int kLongestWait = 7 * 24 * 3600;
+constexpr int kLongestHistory = 36500;
 constexpr int kLargestPort = 65535;
 constexpr const char* kBackends = "there are embedded, odbc and postgresql";
 
@@ -81,12 +82,17 @@ std::string ReadSmbKey(const std::string& key, const std::string& value, SmbSett
                                                         {"credentials", &smb.credentials}};
   const auto text = std::find_if(std::begin(texts), std::end(texts),
                                  [&](const auto& known) { return key == known.first; });
-  if (text == std::end(texts))
+  std::string problem;
+  if (text != std::end(texts))
+    *text->second = value;
+  else if (!TakeSecretKey("password", key, value, smb.passwordReference, problem))
     return "[smb] has no key \"" + key +
-           "\"; there are user, password, domain, credentials, kerberos, timeout, port";
-  *text->second = value;
-  if (!smb.password.empty() && !smb.credentials.empty())
-    return "password and credentials exclude each other; leave one of them out";
+           "\"; there are user, password_file, password_credential, password, domain, "
+           "credentials, kerberos, timeout, port";
+  if (!problem.empty()) return problem;
+  if (!smb.password.empty() + !smb.credentials.empty() + !smb.passwordReference.IsEmpty() > 1)
+    return "password, password_file, password_credential and credentials exclude each other; "
+           "leave all but one of them out";
   return key == "credentials" ? UnlessFile(value) : "";
 }
 
@@ -109,15 +115,25 @@ std::string ReadMailKey(const std::string& key, const std::string& value, MailSe
   const std::pair<const char*, std::string*> texts[] = {{"server", &mail.server},
                                                         {"user", &mail.user},
                                                         {"from", &mail.from},
-                                                        {"password_file", &mail.passwordFile},
                                                         {"certificates", &mail.certificates}};
   const auto text = std::find_if(std::begin(texts), std::end(texts),
                                  [&](const auto& known) { return key == known.first; });
-  if (text == std::end(texts))
+  std::string problem;
+  if (text != std::end(texts))
+    *text->second = value;
+  else if (!TakeSecretKey("password", key, value, mail.password, problem))
     return "[mail] has no key \"" + key +
-           "\"; there are server, port, tls, certificates, user, password_file, from, timeout";
-  *text->second = value;
-  return key == "password_file" || key == "certificates" ? UnlessFile(value) : "";
+           "\"; there are server, port, tls, certificates, user, password_file, "
+           "password_credential, from, timeout";
+  return key == "certificates" ? UnlessFile(value) : problem;
+}
+
+/// Takes one key of a section that gives a logon over; false when it is none of them.
+bool TakeLogonKey(const std::string& key, const std::string& value, LogonSettings& logon,
+                  std::string& problem) {
+  if (key != "user") return TakeSecretKey("password", key, value, logon.password, problem);
+  logon.user = value;
+  return true;
 }
 
 /// Reads line by line. Each function answers what is wrong, or the empty text.
@@ -136,7 +152,8 @@ class SettingsParser {
     settings_.alarms = alarms_.Joined();
     std::string problem = CheckServers();
     if (problem.empty()) problem = CheckProviders();
-    return problem.empty() ? CheckFtp() : problem;
+    if (problem.empty()) problem = CheckFtp();
+    return problem.empty() ? CheckFtpLogons() : problem;
   }
 
  private:
@@ -147,11 +164,13 @@ class SettingsParser {
     Server,
     Provider,
     Ftp,
+    FtpHost,
     Mail,
     Scripts,
     Programs,
     Smb,
     Run,
+    History,
     Monitor,
     Notify
   };
@@ -177,12 +196,18 @@ class SettingsParser {
     const std::string host = LowerAscii(Behind("smb", name));
     const std::string watched = LowerAscii(Behind("monitor", name));
     const std::string told = LowerAscii(Behind("notify", name));
+    const std::string ftpHost = LowerAscii(Behind("ftp", name));
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
       section_ = Section::Paths;
     } else if (EqualsIgnoringCase(name, "ftp")) {
       section_ = Section::Ftp;
+    } else if (!ftpHost.empty()) {
+      section_ = Section::FtpHost;
+      name_ = ftpHost;
+      ftpLines_.emplace(ftpHost, lineNumber_);
+      settings_.ftp.logons[ftpHost];
     } else if (EqualsIgnoringCase(name, "mail")) {
       section_ = Section::Mail;
     } else if (EqualsIgnoringCase(name, "scripts")) {
@@ -191,6 +216,8 @@ class SettingsParser {
       section_ = Section::Programs;
     } else if (EqualsIgnoringCase(name, "run")) {
       section_ = Section::Run;
+    } else if (EqualsIgnoringCase(name, "history")) {
+      section_ = Section::History;
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -208,9 +235,9 @@ class SettingsParser {
       settings_.providers[name_];
     } else if (server.empty()) {
       return "the section [" + name +
-             "] is not known; there are [text], [paths], [ftp], [mail], [scripts], [programs], "
-             "[run], [smb], [smb HOST], [monitor], [monitor JOB], [notify], [notify JOB], "
-             "[server NAME], [provider NAME]";
+             "] is not known; there are [text], [paths], [ftp], [ftp HOST], [mail], [scripts], "
+             "[programs], [run], [history], [smb], [smb HOST], [monitor], [monitor JOB], [notify], "
+             "[notify JOB], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -228,10 +255,12 @@ class SettingsParser {
       case Section::Server: return ReadServerKey(key, value);
       case Section::Provider: ReadProviderKey(key, value); break;
       case Section::Ftp: return ReadFtpKey(key, value);
+      case Section::FtpHost: return ReadFtpHostKey(key, value);
       case Section::Mail: return ReadMailKey(key, value, settings_.mail);
       case Section::Scripts: return ReadScriptsKey(key, value);
       case Section::Programs: settings_.programs[key] = value; break;
       case Section::Run: return ReadRunKey(key, value);
+      case Section::History: return ReadHistoryKey(key, value);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -257,6 +286,14 @@ class SettingsParser {
       return "[run] has no key \"" + key + "\"; there is wait_for_other_run";
     return ReadNumber(value, kLongestWait, settings_.waitForOtherRunSeconds,
                       "wait_for_other_run is a number of seconds", 0);
+  }
+
+  std::string ReadHistoryKey(const std::string& key, const std::string& value) {
+    HistorySettings& history = settings_.history;
+    if (key == "enabled") return ReadYesNo(key, value, history.isOn);
+    if (key != "keep_days")
+      return "[history] has no key \"" + key + "\"; there are enabled and keep_days";
+    return ReadNumber(value, kLongestHistory, history.keepDays, "keep_days is a number");
   }
 
   std::string ReadScriptsKey(const std::string& key, const std::string& value) {
@@ -303,8 +340,16 @@ class SettingsParser {
       server.directory = value;
       return UnlessAbsolute(value);
     }
-    server.options[key] = value;
-    return {};
+    std::string problem;
+    if (!TakeLogonKey(key, value, server.logon, problem)) server.options[key] = value;
+    return problem;
+  }
+
+  std::string ReadFtpHostKey(const std::string& key, const std::string& value) {
+    std::string problem;
+    if (TakeLogonKey(key, value, settings_.ftp.logons[name_], problem)) return problem;
+    return "[ftp HOST] has no key \"" + key +
+           "\"; there are user, password_file, password_credential";
   }
 
   void ReadProviderKey(const std::string& key, const std::string& value) {
@@ -351,8 +396,13 @@ class SettingsParser {
       SmbSettings& joined = settings_.smb[host] = ofAll.own;
       if (host.empty()) continue;
       joined.section = "smb " + host;
-      if (!keys.own.user.empty() || !keys.own.password.empty()) joined.credentials.clear();
-      if (!keys.own.credentials.empty()) joined.user = joined.password = joined.domain = "";
+      const bool hasPassword = !keys.own.password.empty() || !keys.own.passwordReference.IsEmpty();
+      if (!keys.own.user.empty() || hasPassword) joined.credentials.clear();
+      if (hasPassword || !keys.own.credentials.empty()) {
+        joined.password.clear();
+        joined.passwordReference = {};
+      }
+      if (!keys.own.credentials.empty()) joined.user = joined.domain = "";
       for (const auto& [key, value] : keys.keys) ReadSmbKey(key, value, joined);
     }
   }
@@ -362,6 +412,20 @@ class SettingsParser {
     const FtpSettings& ftp = settings_.ftp;
     if (ftp.passive || ftp.tls == FtpSettings::Tls::Off) return {};
     return At(tlsLine_, "[ftp]: tls needs data connections from here; add mode = passive");
+  }
+
+  static std::string LogonProblem(const LogonSettings& logon) {
+    if (!logon.user.empty() || logon.password.IsEmpty()) return {};
+    return "there is a password and no user for it; add user = NAME";
+  }
+
+  std::string CheckFtpLogons() const {
+    for (const auto& [host, logon] : settings_.ftp.logons) {
+      std::string problem = LogonProblem(logon);
+      if (logon.user.empty() && problem.empty()) problem = "no user is named; add user = NAME";
+      if (!problem.empty()) return At(ftpLines_.at(host), "[ftp " + host + "]: " + problem);
+    }
+    return {};
   }
 
   static std::string TakeDurability(ServerSettings& server) {
@@ -394,11 +458,15 @@ class SettingsParser {
       if (server.backend == "embedded" && server.directory.empty() && !isLocal) {
         problem = "an embedded server needs a directory";
       }
+      if (server.backend == "embedded" &&
+          (!server.logon.user.empty() || !server.logon.password.IsEmpty()))
+        problem = "an embedded server knows no users: the directory's permissions guard it";
       if (server.backend == "postgresql")
         for (const char* key : {"dsn", "driver"})
           if (server.options.count(key) > 0)
             problem = std::string("backend = postgresql has no key \"") + key +
                       "\"; leave it out, or use backend = odbc";
+      if (problem.empty()) problem = LogonProblem(server.logon);
       if (!problem.empty()) return At(serverLines_.at(name), "[server " + name + "]: " + problem);
     }
     return {};
@@ -425,6 +493,7 @@ class SettingsParser {
   int tlsLine_ = 0;
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
+  std::map<std::string, int> ftpLines_;
   std::map<std::string, SmbKeys> smb_;  ///< By host; "" for [smb].
   AlarmSections alarms_;
 };

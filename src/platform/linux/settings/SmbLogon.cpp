@@ -52,6 +52,10 @@ std::string ReadSmbLogon(const SmbSettings& settings, SmbLogon& logon) {
   if (!settings.credentials.empty())
     if (std::string problem = ReadCredentials(settings.credentials, logon); !problem.empty())
       return problem;
+  if (!settings.passwordReference.IsEmpty())
+    if (std::string problem = ReadSecret(settings.passwordReference, logon.password);
+        !problem.empty())
+      return "[" + settings.section + "]: " + problem;
   if (logon.user.empty()) logon = {};
   const std::size_t backslash = logon.user.find('\\');
   if (backslash != std::string::npos) {

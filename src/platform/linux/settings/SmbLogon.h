@@ -11,8 +11,8 @@ struct SmbLogon {
   std::string user, password, domain;
 };
 
-/// The logon of a section [smb], from its credentials file where it names one. Answers the empty
-/// text, or what is wrong with the file.
+/// The logon of a section [smb], from its credentials or password file where it names one. Answers
+/// the empty text, or what is wrong with the file.
 std::string ReadSmbLogon(const SmbSettings& settings, SmbLogon& logon);
 
 }  // namespace torvik

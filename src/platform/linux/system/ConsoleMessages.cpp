@@ -37,9 +37,10 @@ class ConsoleMessages final : public Messages {
     Report(std::string(title) + ": " + std::string(text));
   }
 
-  Answer Ask(std::string_view text, std::string_view title) override {
+  int Ask(std::string_view text, std::string_view title, std::span<const char* const>,
+          int) override {
     Box(text, title, BoxIcon::None);
-    return Answer::Cancel;
+    return kNoChoice;
   }
 
   void Report(std::string_view line) override {

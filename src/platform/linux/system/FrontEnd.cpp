@@ -10,6 +10,8 @@ namespace torvik {
 namespace {
 
 constexpr char kBetween = '\x1F';
+/// A line that begins so is no loss.
+const std::string kRun = "\x1Erun ";
 
 NamedTexts SplitVariables(const std::string& text) {
   NamedTexts variables;
@@ -47,14 +49,23 @@ void FrontEnd::Tell(const std::vector<std::string>& lines) {
   for (const std::string& line : lines) WriteAll(pipe_.Number(), line + "\n");
 }
 
-std::vector<std::string> LinesFromRunner(int pipe) {
+void FrontEnd::TellRun(std::int64_t run) {
+  Tell({kRun + std::to_string(run)});
+}
+
+RunnerTold ReadFromRunner(int pipe) {
   fcntl(pipe, F_SETFL, O_NONBLOCK);
   std::string text;
   ReadAll(pipe, text);
-  std::vector<std::string> lines;
+  RunnerTold told;
   std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with(kRun))
+      told.run = std::atoll(line.c_str() + kRun.size());
+    else
+      told.lines.push_back(line);
+  }
+  return told;
 }
 
 }  // namespace torvik

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,8 +26,9 @@ std::string JoinedVariables(const NamedTexts& variables);
 class FrontEnd {
  public:
   FrontEnd();
-  /// Does nothing without a front end.
+  /// Both do nothing without a front end. `run` is the number of the run in the history.
   void Tell(const std::vector<std::string>& lines);
+  void TellRun(std::int64_t run);
   const NamedTexts& Variables() const { return variables_; }
 
  private:
@@ -34,7 +36,11 @@ class FrontEnd {
   NamedTexts variables_;
 };
 
-/// The lines that a runner, which has ended, has left in the pipe.
-std::vector<std::string> LinesFromRunner(int pipe);
+/// What a runner, which has ended, has left in the pipe.
+struct RunnerTold {
+  std::vector<std::string> lines;
+  std::int64_t run = 0;  ///< 0: it is in no history.
+};
+RunnerTold ReadFromRunner(int pipe);
 
 }  // namespace torvik

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <initializer_list>
@@ -13,6 +14,10 @@ void GuardStandardStreams() {
   // The lowest free number is taken, so that each closed stream in turn is.
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
+}
+
+void KeepMemoryPrivate() {
+  prctl(PR_SET_DUMPABLE, 0);
 }
 
 void HandleCloseSignals(void (*handler)(int)) {

@@ -24,7 +24,7 @@ class MailCurlTest : public testing::Test {
     settings_ = {"127.0.0.1", peer_->Port()};
     settings_.from = "Torvik <torvik@example.com>";
     settings_.certificates = Certificate();
-    settings_.passwordFile = disk_.PathOf("password");
+    settings_.password.file = disk_.PathOf("password");
     settings_.timeoutSeconds = 1;
     disk_.Write("password", "geheim\r\n");
     disk_.SetMode("password", 0600);

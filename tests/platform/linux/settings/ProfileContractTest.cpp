@@ -53,6 +53,18 @@ class ProfileContract : public testing::TestWithParam<bool> {
                  : std::make_unique<InMemory>();
 };
 
+TEST_P(ProfileContract, ASectionListsItsKeysInTheirOrder) {
+  Profile& profile = test_->Get();
+  Write("c d", "\"x \"", test_->file);
+  profile.WritePrivateProfileStringA("T", "a", "2", test_->file);
+  const auto keys = profile.GetPrivateProfileSectionA("s", test_->file);
+  ASSERT_EQ(keys.size(), 3U);
+  EXPECT_EQ(keys[1], std::pair(std::string("b"), std::string("1")));
+  EXPECT_EQ(keys[2].first, "c d");
+  EXPECT_TRUE(profile.GetPrivateProfileSectionA("U", test_->file).empty());
+  EXPECT_TRUE(profile.GetPrivateProfileSectionA("S", test_->other).empty());
+}
+
 TEST_P(ProfileContract, KeysThatAreWrittenTogetherComeTogetherOrNotAtAll) {
   Profile& profile = test_->Get();
   const auto writeTwo = [&] {

@@ -28,10 +28,13 @@ TEST(Settings, TakesTheFileOver) {
           "certificates = /etc/mail.pem\n"
           "[server DWProd\\First]\nbackend = ODBC\ndriver = FreeTDS ; or dsn\n"
           "Port = 1433\n"
+          "User = etl\npassword_file = /etc/dw\n"
+          "[ftp Host]\nuser = ftp\npassword_credential = ftp-pw\n"
           "[server (local)]\ndirectory = /srv/local\n"
           "[provider MSDAORA.1]\ndriver = x\n"
           "[smb Files]\ncredentials = /etc/files\nkerberos = yes\n"
           "[smb]\nuser = etl\nPassword = \"a ; b\"\ntimeout = 7\n"
+          "[smb new]\npassword_file = /etc/new\n"
           "[smb old]\ndomain = DW\nport = 4450\n"
           "[monitor Sales]\nping_url_file = /etc/sales\n[notify Sales]\nmail_to =\n"
           "[monitor]\ntextfile_directory = /m\nPing_URL = HTTPS://h/a?b#c ; d\n"
@@ -50,7 +53,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.waitForOtherRunSeconds, 60);
   EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
   const MailSettings& mail = settings.mail;
-  EXPECT_EQ(mail.server + mail.user + mail.passwordFile + mail.from + mail.certificates,
+  EXPECT_EQ(mail.server + mail.user + mail.password.file + mail.from + mail.certificates,
             "mailetl/etc/mailTorvik <t@example.com>/etc/mail.pem");
   EXPECT_EQ(mail.port + mail.timeoutSeconds, 587 + 9);
   EXPECT_EQ(mail.tls, MailTls::Require);
@@ -61,10 +64,15 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(files.timeoutSeconds, 7);
   EXPECT_EQ(old.user + "," + old.password + "," + old.domain, "etl,a ; b,DW");
   EXPECT_EQ(old.port, 4450);
+  const SmbSettings fresh = settings.Smb("new");
+  EXPECT_EQ(fresh.user + "," + fresh.password + "," + fresh.passwordReference.file,
+            "etl,,/etc/new");
+  EXPECT_EQ(settings.ftp.logons.at("host").user, "ftp");
+  EXPECT_EQ(settings.ftp.logons.at("host").password.credential, "ftp-pw");
   const auto& [monitor, notify] = settings.alarms;
   EXPECT_EQ(monitor.at("").textfileDirectory + monitor.at("").pingUrl, "/mHTTPS://h/a?b#c");
-  EXPECT_EQ(monitor.at("sales").textfileDirectory + monitor.at("sales").pingUrl, "/m");
-  EXPECT_EQ(monitor.at("sales").pingUrlFile, "/etc/sales") << "one URL in the place of the other";
+  EXPECT_EQ(monitor.at("sales").textfileDirectory + monitor.at("sales").pingUrl,
+            "/mfile:/etc/sales");
   EXPECT_THAT(notify.at("").command, ElementsAre("page", "to me"));
   EXPECT_EQ(notify.at("").mailTo + notify.at("sales").mailTo, "a@x, b@y");
   EXPECT_EQ(notify.at("sales").commandOn, NotifyOn::Always);
@@ -73,6 +81,7 @@ TEST(Settings, TakesTheFileOver) {
   const ServerSettings* server = settings.FindServer("DWPROD\\first");
   ASSERT_NE(server, nullptr);
   EXPECT_EQ(server->backend, "odbc");
+  EXPECT_EQ(server->logon.user + server->logon.password.file, "etl/etc/dw");
   EXPECT_THAT(server->options, ElementsAre(Pair("driver", "FreeTDS"), Pair("port", "1433")));
   const ServerSettings* local = settings.FindServer("(LOCAL)");
   ASSERT_NE(local, nullptr);
@@ -112,7 +121,13 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[ftp]\ntls = try\nport = 990\n", "line 2: [ftp]: tls needs data connections from here"},
       {"[ftp]\nhost = x\n", "line 2: [ftp] has no key \"host\"; there are mode, type, tls, cert"},
       {"[smb]\nuser = a\n[smb h]\ntime = 1\n", "line 4: [smb] has no key \"time\"; there are user"},
-      {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password and credentials exclude"},
+      {"[smb]\npassword = a\ncredentials = /c\n", "line 3: password, password_file, "},
+      {"[smb]\npassword_file = /a\npassword_credential = b\n", "line 3: password_file and pass"},
+      {"[mail]\npassword_credential = a/b\n", "line 2: a credential is given by its name"},
+      {"[ftp h]\npassword_file = /a\n", "line 1: [ftp h]: there is a password and no user"},
+      {"[ftp h]\nmode = active\n", "line 2: [ftp HOST] has no key \"mode\""},
+      {"[server X]\nbackend = odbc\npassword_file = /a\n", "line 1: [server x]: there is a pass"},
+      {"[server (local)]\nuser = a\n", "line 1: [server (local)]: an embedded server knows no u"},
       {"[smb]\ncredentials = c\n", "line 2: a file is given by its full path"},
       {"[smb]\nkerberos = true\n", "line 2: kerberos is yes or no"},
       {"[smb]\ntimeout = 3601\n", "line 2: timeout is a number of seconds from 1 to 3600"},
@@ -121,7 +136,7 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
        "line 2: [monitor] has no key \"url\"; there are textfile_directory"},
       {"[monitor a]\ntextfile_directory = m\n", "line 2: textfile_directory is a full path"},
       {"[monitor]\nping_url = secret\n", "line 2: ping_url begins with http:// or https://"},
-      {"[monitor]\nping_url_file = m\n", "line 2: ping_url_file is a full path"},
+      {"[monitor]\nping_url_file = m\n", "line 2: a file is given by its full path"},
       {"[notify a]\nmail = x\n", "line 2: [notify] has no key \"mail\"; there are mail_to"},
       {"[notify]\ncommand_on = never\n", "line 2: command_on is failure, change or always"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
@@ -147,10 +162,10 @@ TEST(Settings, StateHasItsPlace) {
        {{"XDG_STATE_HOME", "/x"}, {"HOME", "/h"}, {"TMPDIR", ""}},
        "/x/torvik",
        "/x/torvik/tmp"}};
-  for (auto [isRoot, variables, state, temporary] : cases) {
+  for (auto [keepsMachineState, variables, state, temporary] : cases) {
     variables["TORVIK_CONF"] = "/dev/null";
     Settings settings;
-    EXPECT_EQ(LoadSettings({variables, isRoot}, settings), "") << state;
+    EXPECT_EQ(LoadSettings({variables, keepsMachineState}, settings), "") << state;
     EXPECT_EQ(settings.stateDirectory, state);
     EXPECT_EQ(settings.temporaryDirectory, temporary);
     EXPECT_EQ(settings.codePage, "windows-1252");
@@ -172,12 +187,11 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
     return LoadSettings({variables, false}, settings);
   };
   Settings settings;
-  EXPECT_EQ(
-      load("HOME", "home", settings),
-      disk.PathOf("home/.config/torvik/torvik.conf") +
-          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], [mail], "
-          "[scripts], [programs], [run], [smb], [smb HOST], [monitor], [monitor JOB], [notify], "
-          "[notify JOB], [server NAME], [provider NAME]");
+  EXPECT_EQ(load("HOME", "home", settings),
+            disk.PathOf("home/.config/torvik/torvik.conf") +
+                ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
+                "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], "
+                "[monitor], [monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));

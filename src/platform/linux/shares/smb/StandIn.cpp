@@ -5,11 +5,6 @@
 #include "platform/linux/shares/smb/SmbSession.h"
 
 namespace torvik {
-namespace {
-
-constexpr RoomModule kSmbModule = {"libtorvik-shares-smb.so", "libsmbclient"};
-
-}  // namespace
 
 std::unique_ptr<SmbSession> NewSmbSession(const std::string& server, const SmbSettings& settings,
                                           const SmbLogon& logon) {

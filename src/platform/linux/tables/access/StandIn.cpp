@@ -6,8 +6,7 @@
 namespace torvik {
 
 std::unique_ptr<TableFile> OpenAccessFile(const std::string& path) {
-  static const auto open =
-      InModule({"libtorvik-tables-access.so", "libmdb3"}, &OpenAccessFile, path);
+  static const auto open = InModule(kAccessModule, &OpenAccessFile, path);
   return open(path);
 }
 

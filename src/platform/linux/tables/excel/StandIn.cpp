@@ -7,8 +7,7 @@ namespace torvik {
 
 std::unique_ptr<TableFile> OpenExcelFile(const std::string& path, ExcelFormat format,
                                          const std::string& extendedProperties) {
-  static const auto open =
-      InModule({"libtorvik-tables-excel.so", "libgsf-1-114 and libexpat1"}, &OpenExcelFile, path);
+  static const auto open = InModule(kExcelModule, &OpenExcelFile, path);
   return open(path, format, extendedProperties);
 }
 

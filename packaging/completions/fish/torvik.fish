@@ -1,0 +1,10 @@
+# Completion for torvik.
+
+complete -c torvik -f
+complete -c torvik -o configfile -r -k -a '(__fish_complete_suffix .etl)' -d 'Job file to run'
+complete -c torvik -o statusfile -r -F -d 'File that gets the outcome'
+complete -c torvik -o logfile -r -F -d 'File that gets a copy of the exception log'
+complete -c torvik -o config -r -F -d 'File that gets the command line of a job that is prepared'
+complete -c torvik -o help -d 'Print the usage'
+complete -c torvik -l help -d 'Print how it is started'
+complete -c torvik -l version -d 'Print the version'

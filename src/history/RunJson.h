@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "platform/RunHistory.h"
+
+namespace torvik {
+
+/// A run as a JSON object. Times are UTC (ISO 8601), `seconds` is how long it took. `withParts`
+/// adds its steps and what it has fetched.
+nlohmann::ordered_json JsonOf(const RunRecord& run, bool withParts);
+
+/// "running", "ok", "failure" or "lost".
+const char* WordOf(RunOutcome outcome);
+const char* WordOf(StepOutcome outcome);
+
+}  // namespace torvik

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/RunHistory.h"
+
+namespace torvik {
+
+class Clock;
+class Messages;
+struct FetchProgress;
+
+/// Keeps the record of the run that is under way, and writes it to the history: at its begin, at
+/// most once a second meanwhile, at its end. What cannot be written is told once a run, and changes
+/// nothing about the run. All calls come from one thread.
+class RunRecorder {
+ public:
+  RunRecorder(RunHistory& history, Clock& clock, Messages& messages)
+      : history_(history), clock_(clock), messages_(messages) {}
+
+  /// Told the number of a run that is in the history now.
+  std::function<void(std::int64_t run)> onBegin;
+
+  /// A run begins; job, package, its server, log and who looks on are those of `run`.
+  void Begin(RunRecord run);
+  void SetVersion(const std::string& guid) { run_.versionGuid = guid; }
+
+  void StepBegins(std::string_view step);
+  void StepHasRows(std::string_view step, std::int64_t rows);
+  void StepFails(std::string_view step, std::string_view error);
+  void StepIsRetried(std::string_view step, std::string_view error);
+  void StepEnds(std::string_view step, std::int64_t rows, std::int64_t rejectedRows);
+
+  void FetchBegins(const std::string& link);
+  void FetchProceeds(const FetchProgress& progress);
+  void FetchEnds(bool isComplete, const std::string& error);
+
+  /// Why the run fails; the first reason stays.
+  void Fails(std::string_view error);
+  /// Time passes.
+  void Idle() { WriteNowAndThen(); }
+  /// The run has its verdict. A run that has ended already is left alone.
+  void End(RunOutcome outcome);
+
+  bool IsOpen() const { return isOpen_; }
+  const RunRecord& Record() const { return run_; }
+
+ private:
+  StepRecord* Find(std::string_view step);
+  void WriteNowAndThen();
+  void Write();
+
+  RunHistory& history_;
+  Clock& clock_;
+  Messages& messages_;
+  RunRecord run_;
+  bool isOpen_ = false, hasTold_ = false;
+  std::chrono::steady_clock::time_point lastWritten_;
+};
+
+}  // namespace torvik

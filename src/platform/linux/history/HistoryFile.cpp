@@ -1,0 +1,223 @@
+#include "platform/linux/history/HistoryFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "platform/PlatformError.h"
+#include "platform/linux/system/Posix.h"
+
+namespace torvik {
+namespace {
+
+constexpr const char* kSource = "history";
+constexpr int kVersion = 1;
+/// A run does not wait longer than this for another one's row.
+constexpr int kBusyMilliseconds = 500;
+
+constexpr const char* kTables = R"(
+CREATE TABLE run (
+  id INTEGER PRIMARY KEY AUTOINCREMENT, job TEXT NOT NULL, package TEXT NOT NULL,
+  version TEXT NOT NULL, server TEXT NOT NULL, begin INTEGER NOT NULL, end INTEGER,
+  outcome INTEGER NOT NULL, rows INTEGER NOT NULL, rejected INTEGER NOT NULL,
+  bytes INTEGER NOT NULL, failed_step TEXT NOT NULL, error TEXT NOT NULL, log TEXT NOT NULL,
+  process INTEGER NOT NULL, process_start INTEGER NOT NULL, boot TEXT NOT NULL,
+  host TEXT NOT NULL, started_by TEXT NOT NULL, attended INTEGER NOT NULL,
+  alarms INTEGER NOT NULL);
+CREATE INDEX run_job ON run (job, id);
+CREATE INDEX run_begin ON run (begin);
+CREATE INDEX run_open ON run (host) WHERE outcome = 0;
+CREATE INDEX run_alarms ON run (alarms) WHERE alarms <> -1;
+CREATE TABLE step (
+  run INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL, begin INTEGER NOT NULL,
+  end INTEGER, outcome INTEGER NOT NULL, rows INTEGER NOT NULL, rejected INTEGER NOT NULL,
+  attempt INTEGER NOT NULL, error TEXT NOT NULL, PRIMARY KEY (run, position)) WITHOUT ROWID;
+CREATE TABLE fetch (
+  run INTEGER NOT NULL, position INTEGER NOT NULL, link TEXT NOT NULL, begin INTEGER NOT NULL,
+  end INTEGER, complete INTEGER NOT NULL, files INTEGER NOT NULL, bytes INTEGER NOT NULL,
+  error TEXT NOT NULL, PRIMARY KEY (run, position)) WITHOUT ROWID;
+PRAGMA user_version = 1;
+)";
+
+PlatformError Problem(const std::string& path, const std::string& reason) {
+  return PlatformError(0, path + ": " + reason, kSource);
+}
+
+[[noreturn]] void Fail(sqlite3* handle) {
+  const char* const path = sqlite3_db_filename(handle, nullptr);
+  throw PlatformError(sqlite3_extended_errcode(handle),
+                      std::string(path == nullptr ? "" : path) + ": " + sqlite3_errmsg(handle),
+                      kSource);
+}
+
+void Execute(sqlite3* handle, const char* sql) {
+  if (sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(handle);
+}
+
+HistoryHandle OpenAs(const std::string& name, int flags) {
+  sqlite3* handle = nullptr;
+  const int result = sqlite3_open_v2(name.c_str(), &handle, flags | SQLITE_OPEN_URI, nullptr);
+  HistoryHandle opened(handle);
+  if (result != SQLITE_OK)
+    throw Problem(name, handle == nullptr ? "no memory" : sqlite3_errmsg(handle));
+  sqlite3_busy_timeout(handle, kBusyMilliseconds);
+  return opened;
+}
+
+/// As a path stands in the URI of a file.
+std::string UriPath(const std::string& path) {
+  std::string escaped;
+  for (const char c : path) {
+    const char* const code = c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : nullptr;
+    escaped += code == nullptr ? std::string(1, c) : code;
+  }
+  return escaped;
+}
+
+/// What a group may do in the directory it may do with the file.
+void MakeFile(const std::string& path) {
+  const std::string directory = path.substr(0, path.rfind('/'));
+  struct stat status {};
+  if (stat(directory.c_str(), &status) != 0) {
+    MakePrivateDirectory(directory);
+    stat(directory.c_str(), &status);
+  }
+  const mode_t mode = (status.st_mode & S_IWGRP) != 0 ? 0660 : 0600;
+  const int file = open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, mode);
+  if (file < 0) return;  // it is there, or SQLite says why it cannot be made
+  fchmod(file, mode);
+  close(file);
+}
+
+std::int64_t VersionOf(sqlite3* handle) {
+  HistoryStatement version(handle, "PRAGMA user_version");
+  version.Step();
+  return version.Integer();
+}
+
+/// Writers that come at once make the tables once.
+void MakeTables(sqlite3* handle) {
+  Execute(handle, "PRAGMA journal_mode = WAL");
+  Execute(handle, "BEGIN IMMEDIATE");
+  if (VersionOf(handle) == 0) Execute(handle, kTables);
+  Execute(handle, "COMMIT");
+}
+
+void RequireVersion(sqlite3* handle, const std::string& path) {
+  if (VersionOf(handle) > kVersion)
+    throw Problem(
+        path, "a later version of torvik has made this history; it is neither read nor written");
+}
+
+HistoryHandle OpenForWriting(const std::string& path) {
+  MakeFile(path);
+  HistoryHandle handle = OpenAs(path, SQLITE_OPEN_READWRITE);
+  if (VersionOf(handle.get()) == 0) MakeTables(handle.get());
+  RequireVersion(handle.get(), path);
+  // A power cut may cost the last rows, and costs no more; closing writes nothing to the disk.
+  Execute(handle.get(), "PRAGMA synchronous = NORMAL");
+  sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  int keep = 1;
+  sqlite3_file_control(handle.get(), nullptr, SQLITE_FCNTL_PERSIST_WAL, &keep);
+  return handle;
+}
+
+bool IsDamage(int error) {
+  return (error & 0xFF) == SQLITE_CORRUPT || (error & 0xFF) == SQLITE_NOTADB;
+}
+
+std::string MoveAside(const std::string& path) {
+  char day[32];
+  const std::time_t now = std::time(nullptr);
+  std::strftime(day, sizeof day, ".damaged-%Y%m%d-%H%M%S", std::localtime(&now));
+  const std::string aside = path + day;
+  if (rename(path.c_str(), aside.c_str()) != 0)
+    throw Problem(path, "it is damaged and cannot be moved aside: " + LastSystemError().message());
+  for (const char* beside : {"-wal", "-shm"})
+    rename((path + beside).c_str(), (aside + beside).c_str());
+  return aside;
+}
+
+}  // namespace
+
+void CloseHistory::operator()(sqlite3* handle) const {
+  sqlite3_close_v2(handle);
+}
+
+HistoryHandle OpenHistory(const std::string& path, std::string& note) {
+  try {
+    return OpenForWriting(path);
+  } catch (const PlatformError& error) {
+    if (!IsDamage(static_cast<int>(error.number))) throw;
+  }
+  note = path + " was damaged; it is kept as " + MoveAside(path) + ", and a new one is begun";
+  return OpenForWriting(path);
+}
+
+HistoryHandle ReadHistory(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT) return nullptr;
+    throw Problem(path, LastSystemError().message());
+  }
+  HistoryHandle handle;
+  try {
+    handle = OpenAs(path, SQLITE_OPEN_READWRITE);
+    if (VersionOf(handle.get()) == 0) return nullptr;  // its maker is about to make its tables
+  } catch (const PlatformError& error) {
+    if (IsDamage(static_cast<int>(error.number))) throw;
+    handle = OpenAs("file:" + UriPath(path) + "?immutable=1", SQLITE_OPEN_READONLY);
+    if (VersionOf(handle.get()) == 0) return nullptr;
+  }
+  RequireVersion(handle.get(), path);
+  sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  return handle;
+}
+
+HistoryStatement::HistoryStatement(sqlite3* handle, const char* sql) : handle_(handle) {
+  if (sqlite3_prepare_v2(handle, sql, -1, &statement_, nullptr) != SQLITE_OK) Fail(handle);
+}
+
+HistoryStatement& HistoryStatement::Bind(std::int64_t value) {
+  sqlite3_bind_int64(statement_, ++parameter_, value);
+  return *this;
+}
+
+HistoryStatement& HistoryStatement::Bind(const std::string& value) {
+  sqlite3_bind_text(statement_, ++parameter_, value.data(), static_cast<int>(value.size()),
+                    SQLITE_TRANSIENT);
+  return *this;
+}
+
+HistoryStatement& HistoryStatement::BindNull() {
+  sqlite3_bind_null(statement_, ++parameter_);
+  return *this;
+}
+
+bool HistoryStatement::Step() {
+  column_ = 0;
+  const int result = sqlite3_step(statement_);
+  if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(handle_);
+  return result == SQLITE_ROW;
+}
+
+void HistoryStatement::Run() {
+  while (Step()) {
+  }
+  sqlite3_reset(statement_);
+  parameter_ = 0;
+}
+
+std::int64_t HistoryStatement::Integer() {
+  return sqlite3_column_int64(statement_, column_++);
+}
+
+std::string HistoryStatement::Text() {
+  const auto* const text = sqlite3_column_text(statement_, column_);
+  const auto length = static_cast<std::size_t>(sqlite3_column_bytes(statement_, column_++));
+  return text == nullptr ? "" : std::string(reinterpret_cast<const char*>(text), length);
+}
+
+}  // namespace torvik

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+
+namespace torvik {
+
+struct CloseHistory {
+  void operator()(sqlite3* handle) const;
+};
+using HistoryHandle = std::unique_ptr<sqlite3, CloseHistory>;
+
+/// Opens the history for writing and makes it when there is none, with its tables. A damaged one is
+/// moved aside, which `note` tells, and begun anew. Throws PlatformError.
+HistoryHandle OpenHistory(const std::string& path, std::string& note);
+
+/// Opens it for reading; null when there is none. Where its directory allows no writing it is read
+/// as it lies on the disk. Throws PlatformError.
+HistoryHandle ReadHistory(const std::string& path);
+
+/// A prepared statement, finished when this goes.
+class HistoryStatement {
+ public:
+  /// Throws PlatformError in SQLite's words.
+  HistoryStatement(sqlite3* handle, const char* sql);
+  ~HistoryStatement() { sqlite3_finalize(statement_); }
+  HistoryStatement(const HistoryStatement&) = delete;
+  HistoryStatement& operator=(const HistoryStatement&) = delete;
+
+  /// Binds the next parameter, from the first on.
+  HistoryStatement& Bind(std::int64_t value);
+  HistoryStatement& Bind(const std::string& value);
+  HistoryStatement& BindNull();
+
+  /// True for a row. Throws PlatformError.
+  bool Step();
+  /// Runs it to its end; it can be bound anew.
+  void Run();
+
+  /// The next column of the row, from the first on.
+  std::int64_t Integer();
+  std::string Text();
+  bool IsNull() const { return sqlite3_column_type(statement_, column_) == SQLITE_NULL; }
+  void Skip() { ++column_; }
+
+ private:
+  sqlite3* const handle_;
+  sqlite3_stmt* statement_ = nullptr;
+  int parameter_ = 0, column_ = 0;
+};
+
+}  // namespace torvik

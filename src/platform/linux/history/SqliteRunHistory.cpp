@@ -1,0 +1,343 @@
+#include "platform/linux/history/SqliteRunHistory.h"
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <utility>
+
+#include "platform/PlatformError.h"
+#include "platform/linux/history/HistoryFile.h"
+#include "platform/linux/history/RunProcess.h"
+#include "platform/linux/settings/Settings.h"
+#include "platform/linux/system/WhoRuns.h"
+
+namespace torvik {
+namespace {
+
+using std::chrono::microseconds;
+
+/// So many old runs are forgotten at once, so that no run waits for a long time's worth of them.
+constexpr const char* kForget =
+    "DELETE FROM run WHERE id IN (SELECT id FROM run WHERE begin < ? ORDER BY begin LIMIT 200)";
+
+constexpr const char* kColumns =
+    "SELECT id, job, package, version, server, begin, end, outcome, rows, rejected, bytes, "
+    "failed_step, error, log, process, host, started_by, attended, alarms FROM run ";
+
+std::int64_t StoredMoment(Moment moment) {
+  return std::chrono::duration_cast<microseconds>(moment.time_since_epoch()).count();
+}
+
+Moment MomentOf(std::int64_t stored) {
+  return Moment(std::chrono::duration_cast<Moment::duration>(microseconds(stored)));
+}
+
+void BindMoment(HistoryStatement& statement, const std::optional<Moment>& moment) {
+  if (moment)
+    statement.Bind(StoredMoment(*moment));
+  else
+    statement.BindNull();
+}
+
+std::optional<Moment> ReadMoment(HistoryStatement& row) {
+  if (!row.IsNull()) return MomentOf(row.Integer());
+  row.Skip();
+  return std::nullopt;
+}
+
+RunRecord RunOf(HistoryStatement& row) {
+  RunRecord run;
+  run.id = row.Integer();
+  run.job = row.Text();
+  run.package = row.Text();
+  run.versionGuid = row.Text();
+  run.packageServer = row.Text();
+  run.begin = MomentOf(row.Integer());
+  run.end = ReadMoment(row);
+  run.outcome = static_cast<RunOutcome>(row.Integer());
+  run.rows = row.Integer();
+  run.rejectedRows = row.Integer();
+  run.bytes = row.Integer();
+  run.failedStep = row.Text();
+  run.error = row.Text();
+  run.logFile = row.Text();
+  run.process = static_cast<int>(row.Integer());
+  run.host = row.Text();
+  run.startedBy = row.Text();
+  run.isAttended = row.Integer() != 0;
+  run.alarms = static_cast<RaisedAlarms>(row.Integer());
+  return run;
+}
+
+/// All or nothing; what throws in between leaves nothing.
+class Writing {
+ public:
+  explicit Writing(sqlite3* handle) : handle_(handle) { Do("BEGIN IMMEDIATE"); }
+  ~Writing() {
+    if (isOpen_) sqlite3_exec(handle_, "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+  Writing(const Writing&) = delete;
+  Writing& operator=(const Writing&) = delete;
+
+  void Commit() {
+    Do("COMMIT");
+    isOpen_ = false;
+  }
+
+ private:
+  void Do(const char* sql) { HistoryStatement(handle_, sql).Run(); }
+
+  sqlite3* const handle_;
+  bool isOpen_ = true;
+};
+
+class SqliteRunHistory final : public RunHistory {
+ public:
+  SqliteRunHistory(std::string path, const HistorySettings& settings)
+      : path_(std::move(path)), settings_(settings) {}
+
+  std::string Write(RunRecord& run) override {
+    if (!settings_.isOn) return {};
+    return Try([&] {
+      Writing writing(Writer());
+      if (run.id == 0)
+        Insert(run);
+      else
+        Update(run);
+      WriteSteps(run);
+      WriteFetches(run);
+      writing.Commit();
+      written_ = run;
+    });
+  }
+
+  std::vector<RunRecord> Runs(const RunFilter& filter) override {
+    const HistoryHandle reader = Reader();
+    if (!reader) return {};
+    std::string sql = std::string(kColumns) + "WHERE 1";
+    if (!filter.job.empty()) sql += " AND (job = ?1 OR job LIKE ?2 ESCAPE '\\')";
+    if (filter.runningOnly) sql += " AND outcome = 0";
+    if (filter.failedOnly) sql += " AND outcome IN (2, 3)";
+    if (filter.since) sql += " AND begin >= " + std::to_string(StoredMoment(*filter.since));
+    sql += " ORDER BY id DESC";
+    if (filter.limit > 0) sql += " LIMIT " + std::to_string(filter.limit);
+    HistoryStatement rows(reader.get(), sql.c_str());
+    if (!filter.job.empty()) rows.Bind(filter.job).Bind(NamedLike(filter.job));
+    return All(rows);
+  }
+
+  std::optional<RunRecord> Run(std::int64_t id) override {
+    const HistoryHandle reader = Reader();
+    if (!reader) return std::nullopt;
+    HistoryStatement row(reader.get(), (std::string(kColumns) + "WHERE id = ?").c_str());
+    row.Bind(id);
+    if (!row.Step()) return std::nullopt;
+    RunRecord run = RunOf(row);
+    ReadParts(reader.get(), run);
+    return run;
+  }
+
+  std::vector<RunRecord> Unannounced() override {
+    const HistoryHandle reader = Reader();
+    if (!reader) return {};
+    HistoryStatement rows(
+        reader.get(),
+        (std::string(kColumns) + "WHERE alarms <> -1 AND outcome <> 0 ORDER BY id").c_str());
+    std::vector<RunRecord> runs = All(rows);
+    for (RunRecord& run : runs) ReadParts(reader.get(), run);
+    return runs;
+  }
+
+  std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
+    return Try([&] {
+      HistoryStatement(Writer(), "UPDATE run SET alarms = ? WHERE id = ?")
+          .Bind(raised)
+          .Bind(id)
+          .Run();
+    });
+  }
+
+ private:
+  /// What went wrong, in words, or a note.
+  std::string Try(const std::function<void()>& write) {
+    try {
+      write();
+    } catch (const std::exception& error) {
+      writer_.reset();
+      return WordsOf(error);
+    }
+    return std::exchange(note_, {});
+  }
+
+  sqlite3* Writer() {
+    if (!writer_) writer_ = OpenHistory(path_, note_);
+    return writer_.get();
+  }
+
+  /// Runs whose process is gone are told as lost from then on, where that can be written.
+  HistoryHandle Reader() const {
+    HistoryHandle reader = ReadHistory(path_);
+    if (reader && sqlite3_db_readonly(reader.get(), nullptr) == 0) MarkLost(reader.get());
+    return reader;
+  }
+
+  static void MarkLost(sqlite3* handle) {
+    std::vector<std::int64_t> lost;
+    HistoryStatement open(handle,
+                          "SELECT id, process, process_start, boot FROM run "
+                          "WHERE outcome = 0 AND host = ?");
+    open.Bind(HostName());
+    while (open.Step()) {
+      const std::int64_t id = open.Integer();
+      RunProcess process{static_cast<int>(open.Integer())};
+      process.start = open.Integer();
+      process.boot = open.Text();
+      if (IsGone(process)) lost.push_back(id);
+    }
+    for (const std::int64_t id : lost)
+      HistoryStatement(handle,
+                       "UPDATE run SET outcome = 3, error = CASE error WHEN '' THEN 'its process "
+                       "ended without a verdict' ELSE error END WHERE id = ? AND outcome = 0")
+          .Bind(id)
+          .Run();
+  }
+
+  void Insert(RunRecord& run) {
+    const RunProcess process = ThisProcess();
+    run.process = process.number;
+    run.host = HostName();
+    run.startedBy = WhoStarted();
+    HistoryStatement insert(
+        Writer(),
+        "INSERT INTO run (job, package, version, server, begin, end, outcome, rows, rejected, "
+        "bytes, failed_step, error, log, attended, alarms, process, process_start, boot, host, "
+        "started_by) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+    BindRun(insert, run);
+    insert.Bind(process.number).Bind(process.start).Bind(process.boot);
+    insert.Bind(run.host).Bind(run.startedBy).Run();
+    run.id = sqlite3_last_insert_rowid(Writer());
+    Forget();
+  }
+
+  void Update(const RunRecord& run) {
+    HistoryStatement update(
+        Writer(),
+        "UPDATE run SET job = ?, package = ?, version = ?, server = ?, begin = ?, end = ?, "
+        "outcome = ?, rows = ?, rejected = ?, bytes = ?, failed_step = ?, error = ?, log = ?, "
+        "attended = ?, alarms = ? WHERE id = ?");
+    BindRun(update, run);
+    update.Bind(run.id).Run();
+  }
+
+  static void BindRun(HistoryStatement& statement, const RunRecord& run) {
+    statement.Bind(run.job).Bind(run.package).Bind(run.versionGuid).Bind(run.packageServer);
+    statement.Bind(StoredMoment(run.begin));
+    BindMoment(statement, run.end);
+    statement.Bind(static_cast<int>(run.outcome)).Bind(run.rows).Bind(run.rejectedRows);
+    statement.Bind(run.bytes).Bind(run.failedStep).Bind(run.error).Bind(run.logFile);
+    statement.Bind(run.isAttended).Bind(run.alarms);
+  }
+
+  void Forget() {
+    const auto kept = std::chrono::hours(24) * settings_.keepDays;
+    const std::int64_t oldest = StoredMoment(std::chrono::system_clock::now() - kept);
+    HistoryStatement(Writer(), kForget).Bind(oldest).Run();
+    if (sqlite3_changes(Writer()) == 0) return;
+    for (const char* sql : {"DELETE FROM step WHERE run < (SELECT MIN(id) FROM run)",
+                            "DELETE FROM fetch WHERE run < (SELECT MIN(id) FROM run)"})
+      HistoryStatement(Writer(), sql).Run();
+  }
+
+  void WriteSteps(const RunRecord& run) {
+    const bool isKnown = written_.id == run.id;
+    std::optional<HistoryStatement> write;
+    for (std::size_t i = 0; i < run.steps.size(); ++i) {
+      const StepRecord& step = run.steps[i];
+      if (isKnown && i < written_.steps.size() && written_.steps[i] == step) continue;
+      if (!write)
+        write.emplace(Writer(), "INSERT OR REPLACE INTO step VALUES (?,?,?,?,?,?,?,?,?,?)");
+      write->Bind(run.id).Bind(static_cast<std::int64_t>(i)).Bind(step.step);
+      write->Bind(StoredMoment(step.begin));
+      BindMoment(*write, step.end);
+      write->Bind(static_cast<int>(step.outcome)).Bind(step.rows).Bind(step.rejectedRows);
+      write->Bind(step.attempt).Bind(step.error).Run();
+    }
+  }
+
+  void WriteFetches(const RunRecord& run) {
+    const bool isKnown = written_.id == run.id;
+    for (std::size_t i = 0; i < run.fetches.size(); ++i) {
+      const FetchRecord& fetch = run.fetches[i];
+      if (isKnown && i < written_.fetches.size() && written_.fetches[i] == fetch) continue;
+      HistoryStatement write(Writer(), "INSERT OR REPLACE INTO fetch VALUES (?,?,?,?,?,?,?,?,?)");
+      write.Bind(run.id).Bind(static_cast<std::int64_t>(i)).Bind(fetch.link);
+      write.Bind(StoredMoment(fetch.begin));
+      BindMoment(write, fetch.end);
+      write.Bind(fetch.isComplete).Bind(fetch.files).Bind(fetch.bytes).Bind(fetch.error).Run();
+    }
+  }
+
+  static std::vector<RunRecord> All(HistoryStatement& rows) {
+    std::vector<RunRecord> runs;
+    while (rows.Step()) runs.push_back(RunOf(rows));
+    return runs;
+  }
+
+  static void ReadParts(sqlite3* handle, RunRecord& run) {
+    HistoryStatement steps(handle,
+                           "SELECT name, begin, end, outcome, rows, rejected, attempt, error FROM "
+                           "step WHERE run = ? ORDER BY position");
+    steps.Bind(run.id);
+    while (steps.Step()) {
+      StepRecord step;
+      step.step = steps.Text();
+      step.begin = MomentOf(steps.Integer());
+      step.end = ReadMoment(steps);
+      step.outcome = static_cast<StepOutcome>(steps.Integer());
+      step.rows = steps.Integer();
+      step.rejectedRows = steps.Integer();
+      step.attempt = static_cast<int>(steps.Integer());
+      step.error = steps.Text();
+      run.steps.push_back(std::move(step));
+    }
+    HistoryStatement fetches(handle,
+                             "SELECT link, begin, end, complete, files, bytes, error FROM fetch "
+                             "WHERE run = ? ORDER BY position");
+    fetches.Bind(run.id);
+    while (fetches.Step()) {
+      FetchRecord fetch;
+      fetch.link = fetches.Text();
+      fetch.begin = MomentOf(fetches.Integer());
+      fetch.end = ReadMoment(fetches);
+      fetch.isComplete = fetches.Integer() != 0;
+      fetch.files = fetches.Integer();
+      fetch.bytes = fetches.Integer();
+      fetch.error = fetches.Text();
+      run.fetches.push_back(std::move(fetch));
+    }
+  }
+
+  /// For a job by its name alone, with or without its ending.
+  static std::string NamedLike(const std::string& name) {
+    std::string pattern = "%/";
+    for (const char c : name) {
+      if (c == '%' || c == '_' || c == '\\') pattern += '\\';
+      pattern += c;
+    }
+    return name.ends_with(".etl") ? pattern : pattern + ".etl";
+  }
+
+  const std::string path_;
+  const HistorySettings settings_;
+  HistoryHandle writer_;
+  std::string note_;
+  RunRecord written_;  ///< As the file has it.
+};
+
+}  // namespace
+
+std::unique_ptr<RunHistory> NewSqliteRunHistory(std::string path, const HistorySettings& settings) {
+  return std::make_unique<SqliteRunHistory>(std::move(path), settings);
+}
+
+}  // namespace torvik
