@@ -116,7 +116,10 @@ class PingCurl final : public Pinger {
     std::string known;
     if (const std::string problem = secrets_->Read(url, known); !problem.empty())
       throw PlatformError(0, "the URL of the monitoring service: " + problem, "ping");
-    return known;
+    const std::string start = LowerAscii(known.substr(0, 8));
+    if (start.starts_with("http://") || start.starts_with("https://")) return known;
+    throw PlatformError(0, url + ": there is no URL in it that begins with http:// or https://",
+                        "ping");
   }
 
   const std::unique_ptr<Secrets> secrets_;

@@ -107,7 +107,7 @@ TEST_F(PingCurlTest, TheUrlMayStandInAFileThatIsNobodyElses) {
   EXPECT_EQ(send(url_ + "\r\nmore\n", 0600), "");
   EXPECT_EQ(peer_->Read("calls"), "GET /secret-path\n");
   EXPECT_THAT(send(url_, 0640), HasSubstr("and has the mode 0640"));
-  EXPECT_THAT(send("secret\n", 0600), HasSubstr("not spelled as one"));
+  EXPECT_THAT(send("secret\n", 0600), HasSubstr("there is no URL in it"));
   EXPECT_THAT(SendTo("file:" + disk.PathOf("none"), PingKind::Success),
               HasSubstr("the URL of the monitoring service: " + disk.PathOf("none")));
 }
