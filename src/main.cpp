@@ -20,6 +20,7 @@
 #include "platform/linux/system/Display.h"
 #include "platform/linux/system/FrontEnd.h"
 #include "platform/linux/system/ProcessSetup.h"
+#include "platform/linux/system/WhoRuns.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
@@ -62,35 +63,6 @@ void TellThatTheFormNeedsADisplay(const Program& program, const std::string& rea
   }
 }
 
-Alarms NewAlarms(LinuxPlatform& platform) {
-  return Alarms(platform.settings.alarms,
-                {*platform.history, *platform.files, platform.codePages->Ansi(), *platform.locks,
-                 *platform.clock, *platform.mail, *platform.pings, *platform.processes},
-                platform.settings.stateDirectory + "/alarms");
-}
-
-/// Of a run that an operator looks on, the metrics alone: he needs no call. Of all others when they
-/// are over and their locks are free.
-void WatchRuns(Program& program, Alarms& alarms, FrontEnd& frontEnd) {
-  const auto report = [&program](const std::string& problem) {
-    if (!problem.empty()) program.platform.messages.Report(problem);
-  };
-  program.recorder.onBegin = [&](std::int64_t run) {
-    frontEnd.TellRun(run);
-    if (!program.recorder.Record().isAttended) alarms.TellStart(program.recorder.Record().job);
-  };
-  program.recorder.onEnd = [&alarms, report](const RunRecord& run) {
-    if (run.isAttended) report(alarms.WriteMetrics(run.job));
-  };
-}
-
-void RaiseAlarms(Program& program, Alarms& alarms) {
-  const RunRecord& last = program.recorder.Record();
-  if (last.id == 0 || last.isAttended) return;
-  for (const std::string& problem : alarms.RaiseDue().problems)
-    program.platform.messages.Report(problem);
-}
-
 /// The windows, where there is a display and their module is installed; null, and why not, else.
 std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& reason) {
   if (!HasDisplay()) {
@@ -113,6 +85,33 @@ void OpenNamedJob(frmRunnerMain& form) {
     form.OpenJobFile(file);
 }
 
+/// Raises alarms when unattended runs have ended. Whoever runs a job on the form sees how it ends.
+class AlarmsOfRuns final : public RunObserver {
+ public:
+  AlarmsOfRuns(Alarms& alarms, Messages& messages) : alarms_(alarms), messages_(messages) {}
+
+  void Begins(RunRecord& run) override {
+    const bool isRaised = !run.isAttended && alarms_.AreRaisedFor(run.job);
+    if (isRaised)
+      alarms_.TellStart(run.job);
+    else
+      run.alarms = kAllAlarms;
+  }
+
+  void HasEnded(const RunRecord& run) override {
+    if (run.isAttended) return Tell(alarms_.WriteMetrics(run.job));
+    for (const std::string& problem : alarms_.RaiseDue(run).problems) Tell(problem);
+  }
+
+ private:
+  void Tell(const std::string& problem) {
+    if (!problem.empty()) messages_.Report(problem);
+  }
+
+  Alarms& alarms_;
+  Messages& messages_;
+};
+
 void RunProgram(const std::string& argumentText) {
   FrontEnd frontEnd;
   Program* running = nullptr;
@@ -131,7 +130,7 @@ void RunProgram(const std::string& argumentText) {
   const auto packages = engine::NewPackageHost(
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
        *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
-       linuxPlatform.settings.scriptDirectories});
+       linuxPlatform.settings.scriptDirectories, HostName(), UserName()});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
@@ -149,8 +148,14 @@ void RunProgram(const std::string& argumentText) {
       });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
-  Alarms alarms = NewAlarms(linuxPlatform);
-  WatchRuns(program, alarms, frontEnd);
+  program.recorder.onBegin = [&frontEnd](std::int64_t run) { frontEnd.TellRun(run); };
+  Alarms alarms(linuxPlatform.settings.alarms,
+                {*linuxPlatform.history, *linuxPlatform.files, linuxPlatform.codePages->Ansi(),
+                 *linuxPlatform.locks, *linuxPlatform.clock, *linuxPlatform.mail,
+                 *linuxPlatform.pings, *linuxPlatform.processes},
+                linuxPlatform.settings.stateDirectory + "/alarms");
+  AlarmsOfRuns observer(alarms, messages);
+  program.observer = &observer;
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -161,7 +166,6 @@ void RunProgram(const std::string& argumentText) {
     return newForm;
   });
   frontEnd.Tell(program.log.Losses());
-  RaiseAlarms(program, alarms);
   if (!program.form || !program.form->IsOpen()) return;
   OpenNamedJob(*form());
   if (desktop)

@@ -103,7 +103,6 @@ void RunRecorder::End(RunOutcome outcome) {
   if (outcome == RunOutcome::Ok) run_.failedStep = run_.error = "";
   Write();
   isOpen_ = false;
-  if (onEnd) onEnd(run_);
 }
 
 /// The one that began last: a step may run again.

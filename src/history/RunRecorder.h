@@ -23,8 +23,6 @@ class RunRecorder {
 
   /// Told the number of a run that is in the history now.
   std::function<void(std::int64_t run)> onBegin;
-  /// Told the record of a run that has ended.
-  std::function<void(const RunRecord& run)> onEnd;
 
   /// A run begins; job, package, its server, log and who looks on are those of `run`.
   void Begin(RunRecord run);

@@ -41,6 +41,7 @@ class RunDriver {
   void CopyLog();
   void Record(const ExecDTSPackage& job);
   void RecordWithoutVerdict();
+  void TellObserver();
   void Log(const std::string& text);
   void ShowBox(const std::string& text, const std::string& title);
 
@@ -48,6 +49,7 @@ class RunDriver {
   MainForm& form_;
   RunLocks locks_;
   bool hasVerdict_ = false;  // it is written, and stands
+  bool isRecorded_ = false;
 };
 
 }  // namespace torvik

@@ -77,8 +77,7 @@ TEST_F(AlarmsTest, EachRunIsAnnouncedOnce) {
   const AlarmReport report = Raise();
   EXPECT_EQ(report.runs, 2u);
   EXPECT_THAT(report.problems, IsEmpty());
-  EXPECT_THAT(pinger.calls,
-              ElementsAre("fail http://x: the run ended without a verdict: its process is gone"));
+  EXPECT_THAT(pinger.calls, ElementsAre("fail http://x: its process ended without a verdict"));
   ASSERT_EQ(mailer.messages.size(), 1u);
   EXPECT_THAT(mailer.messages[0].text, HasSubstr("torvik-admin history show 2\n"));
   EXPECT_THAT(mailer.messages[0].text, EndsWith(log.substr(log.find("\nline 4980"))));
@@ -185,6 +184,32 @@ TEST_F(AlarmsTest, WithoutThreadsTheEndIsToldAllTheSame) {
   }
   EXPECT_THAT(report.problems, IsEmpty());
   EXPECT_EQ(pinger.calls.size() + mailer.messages.size() + processes.requests.size(), 3u);
+}
+
+TEST_F(AlarmsTest, AFullDiskKeepsNobodyFromBeingCalled) {
+  RunRecord own;
+  own.job = kJob;
+  own.outcome = RunOutcome::Failure;
+  own.begin = clock.now;
+  own.error = "no space left";
+  const auto raise = [&] { return Alarms(settings, Services(), "/state/alarms").RaiseDue(own); };
+  raise();
+  ASSERT_EQ(mailer.messages.size(), 1u) << "it is not in the history";
+  EXPECT_THAT(mailer.messages[0].text, HasSubstr("The history could not be written"));
+  history.unreadable = true;
+  EXPECT_THAT(raise().problems, testing::Contains(HasSubstr("the history: ")));
+  EXPECT_EQ(mailer.messages.size(), 2u);
+  history.unreadable = false;
+  own.id = Ended(RunOutcome::Running);
+  raise();
+  EXPECT_EQ(mailer.messages.size(), 3u) << "the history lacks its end";
+  EXPECT_EQ(history.runs[0].alarms, kAllAlarms);
+  own.outcome = RunOutcome::Running;
+  raise();
+  own.outcome = RunOutcome::Failure;
+  history.runs[0].outcome = RunOutcome::Failure;
+  raise();
+  EXPECT_EQ(mailer.messages.size(), 3u);
 }
 
 TEST_F(AlarmsTest, WithoutSettingsTheHistoryIsLeftAlone) {
