@@ -187,12 +187,11 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
     return LoadSettings({variables, false}, settings);
   };
   Settings settings;
-  EXPECT_EQ(
-      load("HOME", "home", settings),
-      disk.PathOf("home/.config/torvik/torvik.conf") +
-          ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-          "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], "
-          "[monitor], [monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]");
+  EXPECT_EQ(load("HOME", "home", settings),
+            disk.PathOf("home/.config/torvik/torvik.conf") +
+                ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
+                "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], "
+                "[monitor], [monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
   EXPECT_EQ(settings.sourceFile, disk.PathOf("user/torvik/torvik.conf"));
