@@ -73,8 +73,8 @@ int main(int argc, char** argv) {
   admin::AddDoctorCommand(app, invocation);
   admin::AddRunCommand(app, invocation);
   admin::AddHistoryCommands(app, invocation);
-  admin::AddAlarmsCommand(app, invocation);
   admin::AddWatchCommand(app, invocation);
+  admin::AddAlarmsCommand(app, invocation);
   if (argc > 1 && std::string_view(argv[1]) == admin::kCompleteCommand)
     return admin::Complete(app, {argv + 2, argv + argc});
   try {

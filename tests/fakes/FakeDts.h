@@ -24,7 +24,6 @@ class FakeStep final : public dts::Step {
       : name_(std::move(name)), status_(status), result_(result) {}
 
   const std::string& Name() const override { return name_; }
-  const std::string& VersionID() const override { return name_; }
   Status ExecutionStatus() const override { return status_; }
   Result ExecutionResult() const override { return result_; }
 
@@ -101,6 +100,7 @@ class FakePackage final : public dts::Package {
   }
 
   const std::string& Name() const override { return name_; }
+  const std::string& VersionID() const override { return name_; }
   dts::GlobalVariables& GlobalVariables() override {
     RequireLoaded();
     return state_.variables;

@@ -12,9 +12,11 @@
 #include "fakes/FakeLogForm.h"
 #include "fakes/FakeMessages.h"
 #include "fakes/FakeRegistry.h"
+#include "fakes/FakeRunHistory.h"
 #include "fakes/FakeSecrets.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeWinInet.h"
+#include "history/RunRecorder.h"
 #include "log/RunLog.h"
 #include "package/ErrLogging.h"
 #include "transfer/CopyQuorFiles.h"
@@ -54,9 +56,12 @@ struct JobTest : ::testing::Test {
                                                     return animateForms.New();
                                                   }}};
   ErrLogging errLogging{files, messages};
+  FakeRunHistory history;
+  RunRecorder recorder{history, clock, messages};
   FakeSecrets secrets;
   RunVariables variables;
-  ExecDTSPackage job{{host, warehouse, remoteData, errLogging, messages, secrets, variables}};
+  ExecDTSPackage job{
+      {host, warehouse, remoteData, errLogging, messages, recorder, secrets, variables}};
   NoEvents events;
 
   JobTest() {

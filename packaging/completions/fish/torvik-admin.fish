@@ -6,7 +6,7 @@ function __torvik_admin_complete
     for line in ($words[1] __complete $words[2..-1] "$last" 2>/dev/null)
         switch $line
             case :jobs
-                __fish_complete_suffix "$last" .etl
+                __fish_complete_path "$last" | string match -r '.*(?:\.etl|/)(?:\t.*)?$'
             case :files
                 __fish_complete_path "$last"
             case :directories

@@ -1,4 +1,8 @@
 # Completion for torvik-open.
 
-complete -c torvik-open -f -k -a '(__fish_complete_suffix .etl)'
+function __torvik_open_jobs
+    __fish_complete_path (commandline -ct) | string match -r '.*(?:\.etl|/)(?:\t.*)?$'
+end
+
+complete -c torvik-open -f -a '(__torvik_open_jobs)'
 complete -c torvik-open -l version -d 'Print the version'

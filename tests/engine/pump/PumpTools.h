@@ -60,6 +60,7 @@ struct SlowFiles : Files {
   std::error_code ReplaceText(const std::string&, std::string_view) override { return {}; }
   std::error_code AppendBytes(const std::string&, std::string_view) override { return {}; }
   std::error_code ReplaceBytes(const std::string&, std::string_view) override { return {}; }
+  std::error_code LetAllRead(const std::string&) override { return {}; }
   std::error_code Copy(const std::string&, const std::string&) override { return {}; }
   std::error_code Status(const std::string&, FileStatus&) override { return {}; }
   std::error_code CopyWhole(const std::string&, const std::string&, bool) override { return {}; }

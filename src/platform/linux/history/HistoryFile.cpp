@@ -128,6 +128,17 @@ bool IsDamage(int error) {
   return (error & 0xFF) == SQLITE_CORRUPT || (error & 0xFF) == SQLITE_NOTADB;
 }
 
+/// A read that fails once is told as damage too: a second look decides.
+bool IsDamaged(const std::string& path) {
+  try {
+    const HistoryHandle handle = OpenAs(path, SQLITE_OPEN_READWRITE);
+    HistoryStatement check(handle.get(), "PRAGMA quick_check(1)");
+    return !check.Step() || check.Text() != "ok";
+  } catch (const PlatformError& error) {
+    return IsDamage(static_cast<int>(error.number));
+  }
+}
+
 std::string MoveAside(const std::string& path) {
   char day[32];
   const std::time_t now = std::time(nullptr);
@@ -151,9 +162,15 @@ HistoryHandle OpenHistory(const std::string& path, std::string& note) {
     return OpenForWriting(path);
   } catch (const PlatformError& error) {
     if (!IsDamage(static_cast<int>(error.number))) throw;
+    MendHistory(path, note);
+    if (note.empty()) throw;
   }
-  note = path + " was damaged; it is kept as " + MoveAside(path) + ", and a new one is begun";
   return OpenForWriting(path);
+}
+
+void MendHistory(const std::string& path, std::string& note) {
+  if (IsDamaged(path))
+    note = path + " was damaged; it is kept as " + MoveAside(path) + ", and a new one is begun";
 }
 
 HistoryHandle ReadHistory(const std::string& path) {

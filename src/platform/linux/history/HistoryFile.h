@@ -13,8 +13,12 @@ struct CloseHistory {
 using HistoryHandle = std::unique_ptr<sqlite3, CloseHistory>;
 
 /// Opens the history for writing and makes it when there is none, with its tables. A damaged one is
-/// moved aside, which `note` tells, and begun anew. Throws PlatformError.
+/// moved aside, which `note` tells, and begun anew. Throws PlatformError; what a damaged one meets
+/// when it is written to is thrown too, and mended by MendHistory.
 HistoryHandle OpenHistory(const std::string& path, std::string& note);
+
+/// Moves the history aside if it is damaged, as a failed write may show; `note` tells then.
+void MendHistory(const std::string& path, std::string& note);
 
 /// Opens it for reading; null when there is none. Where its directory allows no writing it is read
 /// as it lies on the disk. Throws PlatformError.

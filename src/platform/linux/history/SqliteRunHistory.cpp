@@ -20,6 +20,8 @@ using std::chrono::microseconds;
 constexpr const char* kForget =
     "DELETE FROM run WHERE id IN (SELECT id FROM run WHERE begin < ? ORDER BY begin LIMIT 200)";
 
+constexpr const char* kGone = "the run ended without a verdict: its process is gone";
+
 constexpr const char* kColumns =
     "SELECT id, job, package, version, server, begin, end, outcome, rows, rejected, bytes, "
     "failed_step, error, log, process, host, started_by, attended, alarms FROM run ";
@@ -164,9 +166,22 @@ class SqliteRunHistory final : public RunHistory {
       write();
     } catch (const std::exception& error) {
       writer_.reset();
-      return WordsOf(error);
+      return WordsOf(error) + Mended(error);
     }
     return std::exchange(note_, {});
+  }
+
+  /// The next run begins a new history when this one is damaged.
+  std::string Mended(const std::exception& error) {
+    const auto* const known = dynamic_cast<const PlatformError*>(&error);
+    if (known == nullptr || (known->number & 0xFF) != SQLITE_CORRUPT) return {};
+    std::string note;
+    try {
+      MendHistory(path_, note);
+    } catch (const PlatformError& problem) {
+      note = problem.Description();
+    }
+    return note.empty() ? note : "; " + note;
   }
 
   sqlite3* Writer() {
@@ -195,9 +210,11 @@ class SqliteRunHistory final : public RunHistory {
       if (IsGone(process)) lost.push_back(id);
     }
     for (const std::int64_t id : lost)
-      HistoryStatement(handle,
-                       "UPDATE run SET outcome = 3, error = CASE error WHEN '' THEN 'its process "
-                       "ended without a verdict' ELSE error END WHERE id = ? AND outcome = 0")
+      HistoryStatement(
+          handle,
+          "UPDATE run SET outcome = 3, error = CASE error WHEN '' THEN ? ELSE error END "
+          "WHERE id = ? AND outcome = 0")
+          .Bind(std::string(kGone))
           .Bind(id)
           .Run();
   }

@@ -11,13 +11,21 @@
 namespace torvik {
 namespace {
 
-/// Its lines; one that is a setting, a section or a blank loses the ';' in front of it.
-std::vector<std::string> SampleLines(bool isLive) {
+/// How the sample is read: as it is, with the ';' in front of each setting taken away, or so that
+/// what "; or KEY = VALUE" names takes the place of the setting above it.
+enum class Sample { AsItIs, Live, Alternatives };
+
+std::vector<std::string> SampleLines(Sample sample) {
+  const std::string orElse = "; or ";
   std::ifstream file(TORVIK_SOURCE_DIR "/packaging/torvik.conf");
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) {
     const bool isSetting = line.size() > 1 && line[0] == ';' && line[1] != ' ';
-    lines.push_back(isLive && isSetting ? line.substr(1) : line);
+    if (sample != Sample::AsItIs && isSetting) line.erase(0, 1);
+    if (sample == Sample::Alternatives && line.starts_with(orElse))
+      lines.back() = line.substr(orElse.size());
+    else
+      lines.push_back(line);
   }
   return lines;
 }
@@ -32,11 +40,12 @@ std::string Joined(const std::vector<std::string>& lines) {
 std::set<std::string> KeysOfSample() {
   std::set<std::string> keys;
   std::string section;
-  for (const std::string& line : SampleLines(true)) {
+  for (const std::string& line : SampleLines(Sample::Live)) {
     if (line.starts_with('[')) section = line.substr(1, line.find_first_of(" ]") - 1);
-    const std::size_t end = line.find(" =");
-    if (!line.starts_with(';') && end != std::string::npos)
-      keys.insert(section + " " + line.substr(0, end));
+    const std::string setting = line.starts_with("; or ") ? line.substr(5) : line;
+    const std::size_t end = setting.find(" =");
+    if (!setting.starts_with(';') && end != std::string::npos)
+      keys.insert(section + " " + setting.substr(0, end));
   }
   return keys;
 }
@@ -58,15 +67,16 @@ std::vector<std::string> Known(const std::string& text, const std::string& patte
 
 TEST(SampleOfSettings, NamesAllThatTheReaderKnows) {
   const std::set<std::string> sample = KeysOfSample();
-  const auto sections = Known("[nonsense]\n", R"(\[(\w+)\])");
+  const auto sections = Known("[nonsense]\n", R"(\[([\w ]+)\])");
   EXPECT_GT(sections.size(), 7u);
+  // Any name is a key in the last three; a drive and a share have names.
+  const std::set<std::string> anyKey = {"paths", "programs", "server NAME", "provider NAME"};
   for (const std::string& section : sections) {
-    if (section == "programs") continue;  // any name is a key
-    const auto keys = Known("[" + section + "]\nnonsense = 1\n", R"(([\w]+))");
+    if (anyKey.contains(section)) continue;
+    const auto keys = Known("[" + section + "]\nnonsense = 1\n", R"((\w+))");
     EXPECT_FALSE(keys.empty()) << section;
-    if (section == "paths") continue;  // a drive and a share, which have names
     for (const std::string& key : keys)
-      EXPECT_TRUE(sample.contains(section + " " + key))
+      EXPECT_TRUE(sample.contains(section.substr(0, section.find(' ')) + " " + key))
           << "packaging/torvik.conf lacks " << key << " in [" << section << "]";
   }
   for (const std::string& key : Known("[server (local)]\nnonsense = 1\n", R"((\w+))"))
@@ -78,19 +88,22 @@ TEST(SampleOfSettings, NamesAllThatTheReaderKnows) {
 }
 
 TEST(SampleOfSettings, IsAcceptedAsItIsAndWithEverySettingLive) {
-  Settings asItIs, live;
-  EXPECT_EQ(ParseSettings(Joined(SampleLines(false)), asItIs), "");
-  EXPECT_EQ(ParseSettings(Joined(SampleLines(true)), live), "");
+  Settings asItIs, live, alternatives;
+  EXPECT_EQ(ParseSettings(Joined(SampleLines(Sample::AsItIs)), asItIs), "");
+  EXPECT_EQ(ParseSettings(Joined(SampleLines(Sample::Live)), live), "");
+  EXPECT_EQ(ParseSettings(Joined(SampleLines(Sample::Alternatives)), alternatives), "");
   EXPECT_EQ(live.FindServer("DWPROD")->options.at("host"), "db1.example.com");
 }
 
 /// Settings with a default show it.
 TEST(SampleOfSettings, ShowsDefaults) {
   Settings live, defaults;
-  ParseSettings(Joined(SampleLines(true)), live);
+  ParseSettings(Joined(SampleLines(Sample::Live)), live);
   EXPECT_EQ(live.codePage, defaults.codePage);
   EXPECT_EQ(live.waitForOtherRunSeconds, defaults.waitForOtherRunSeconds);
   EXPECT_EQ(live.programs, defaults.programs);
+  EXPECT_EQ(live.history.isOn, defaults.history.isOn);
+  EXPECT_EQ(live.history.keepDays, defaults.history.keepDays);
   EXPECT_EQ(live.ftp.passive, defaults.ftp.passive);
   EXPECT_EQ(live.ftp.tls, defaults.ftp.tls);
   EXPECT_EQ(live.ftp.type, defaults.ftp.type);
@@ -102,7 +115,7 @@ TEST(SampleOfSettings, ShowsDefaults) {
 }
 
 TEST(SampleOfSettings, ExplainsEachOnALineAboveIt) {
-  const std::vector<std::string> lines = SampleLines(false);
+  const std::vector<std::string> lines = SampleLines(Sample::AsItIs);
   for (std::size_t line = 1; line < lines.size(); ++line) {
     const bool isProse = !lines[line].starts_with(';') || lines[line].starts_with("; ");
     EXPECT_TRUE(isProse || lines[line - 1].starts_with("; ")) << lines[line];

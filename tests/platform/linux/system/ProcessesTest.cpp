@@ -135,7 +135,7 @@ TEST_F(ProcessesTest, ACancelledProgramEndsWithAllThatItHasStarted) {
         "; sleep 1000 & echo ready >&3; while true; do wait; sleep 1000; done";
     Lines heard;
     const ProcessExit exit =
-        processes->Run({"sh", {"-c", script}, "", &cancelled},
+        processes->Run({.program = "sh", .arguments = {"-c", script}, .cancelled = &cancelled},
                        [&](std::string_view line) { heard.emplace_back(line); });
     canceller.join();
     EXPECT_TRUE(exit.cancelled) << trap;
