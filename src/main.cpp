@@ -63,6 +63,38 @@ void TellThatTheFormNeedsADisplay(const Program& program, const std::string& rea
   }
 }
 
+Alarms NewAlarms(LinuxPlatform& platform) {
+  return Alarms(platform.settings.alarms,
+                {*platform.history, *platform.files, platform.codePages->Ansi(), *platform.locks,
+                 *platform.clock, *platform.mail, *platform.pings, *platform.processes},
+                platform.settings.stateDirectory + "/alarms");
+}
+
+/// Of a run that an operator looks on, the metrics alone: he needs no call. Of all others when they
+/// are over and their locks are free.
+void WatchRuns(Program& program, Alarms& alarms, FrontEnd& frontEnd) {
+  const auto report = [&program](const std::string& problem) {
+    if (!problem.empty()) program.platform.messages.Report(problem);
+  };
+  program.recorder.onPrepare = [&alarms](RunRecord& run) {
+    if (run.isAttended || !alarms.AreRaisedFor(run.job)) run.alarms = kAllAlarms;
+  };
+  program.recorder.onBegin = [&](std::int64_t run) {
+    frontEnd.TellRun(run);
+    if (!program.recorder.Record().isAttended) alarms.TellStart(program.recorder.Record().job);
+  };
+  program.recorder.onEnd = [&alarms, report](const RunRecord& run) {
+    if (run.isAttended) report(alarms.WriteMetrics(run.job));
+  };
+}
+
+void RaiseAlarms(Program& program, Alarms& alarms) {
+  const RunRecord& last = program.recorder.Record();
+  if (last.job.empty() || last.isAttended) return;
+  for (const std::string& problem : alarms.RaiseDue(last).problems)
+    program.platform.messages.Report(problem);
+}
+
 /// The windows, where there is a display and their module is installed; null, and why not, else.
 std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& reason) {
   if (!HasDisplay()) {
@@ -84,33 +116,6 @@ void OpenNamedJob(frmRunnerMain& form) {
   if (form.StartInConfigMode && form.TorvConfigFile.empty() && file != nullptr && *file != '\0')
     form.OpenJobFile(file);
 }
-
-/// Raises alarms when unattended runs have ended. Whoever runs a job on the form sees how it ends.
-class AlarmsOfRuns final : public RunObserver {
- public:
-  AlarmsOfRuns(Alarms& alarms, Messages& messages) : alarms_(alarms), messages_(messages) {}
-
-  void Begins(RunRecord& run) override {
-    const bool isRaised = !run.isAttended && alarms_.AreRaisedFor(run.job);
-    if (isRaised)
-      alarms_.TellStart(run.job);
-    else
-      run.alarms = kAllAlarms;
-  }
-
-  void HasEnded(const RunRecord& run) override {
-    if (run.isAttended) return Tell(alarms_.WriteMetrics(run.job));
-    for (const std::string& problem : alarms_.RaiseDue(run).problems) Tell(problem);
-  }
-
- private:
-  void Tell(const std::string& problem) {
-    if (!problem.empty()) messages_.Report(problem);
-  }
-
-  Alarms& alarms_;
-  Messages& messages_;
-};
 
 void RunProgram(const std::string& argumentText) {
   FrontEnd frontEnd;
@@ -148,14 +153,8 @@ void RunProgram(const std::string& argumentText) {
       });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
-  program.recorder.onBegin = [&frontEnd](std::int64_t run) { frontEnd.TellRun(run); };
-  Alarms alarms(linuxPlatform.settings.alarms,
-                {*linuxPlatform.history, *linuxPlatform.files, linuxPlatform.codePages->Ansi(),
-                 *linuxPlatform.locks, *linuxPlatform.clock, *linuxPlatform.mail,
-                 *linuxPlatform.pings, *linuxPlatform.processes},
-                linuxPlatform.settings.stateDirectory + "/alarms");
-  AlarmsOfRuns observer(alarms, messages);
-  program.observer = &observer;
+  Alarms alarms = NewAlarms(linuxPlatform);
+  WatchRuns(program, alarms, frontEnd);
   running = &program;
   const auto closeWindows = [](Desktop* open) { open->CloseWindows(); };
   const std::unique_ptr<Desktop, decltype(closeWindows)> windows(desktop.get(), closeWindows);
@@ -166,6 +165,7 @@ void RunProgram(const std::string& argumentText) {
     return newForm;
   });
   frontEnd.Tell(program.log.Losses());
+  RaiseAlarms(program, alarms);
   if (!program.form || !program.form->IsOpen()) return;
   OpenNamedJob(*form());
   if (desktop)

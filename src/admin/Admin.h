@@ -37,8 +37,8 @@ void AddLinkCommands(CLI::App& app, Invocation& invocation);
 void AddNetworkCommands(CLI::App& app, Invocation& invocation);
 void AddJobCommands(CLI::App& app, Invocation& invocation);
 void AddDoctorCommand(CLI::App& app, Invocation& invocation);
-void AddHistoryCommands(CLI::App& app, Invocation& invocation);
 void AddAlarmsCommand(CLI::App& app, Invocation& invocation);
+void AddHistoryCommands(CLI::App& app, Invocation& invocation);
 void AddWatchCommand(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
 

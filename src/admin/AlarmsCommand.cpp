@@ -1,14 +1,28 @@
+#include "admin/AlarmsCommand.h"
+
 #include <CLI/CLI.hpp>
 
 #include "admin/Admin.h"
-#include "admin/Alarms.h"
 #include "admin/Secrets.h"
-#include "alarms/Alarms.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace torvik::admin {
+namespace {
 
-AlarmReport RaiseAlarms(LinuxPlatform& platform) {
+int RaiseAlarms(LinuxPlatform& platform, bool json) {
+  const AlarmReport report = RaiseDueAlarms(platform);
+  if (!json)
+    for (const std::string& problem : report.problems) Warn(problem);
+  PrintResult(
+      {{"announced", report.runs}, {"problems", report.problems}},
+      std::to_string(report.runs) + (report.runs == 1 ? " run is" : " runs are") + " announced",
+      json);
+  return report.problems.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+AlarmReport RaiseDueAlarms(LinuxPlatform& platform) {
   Alarms alarms(platform.settings.alarms,
                 {*platform.history, *platform.files, platform.codePages->Ansi(), *platform.locks,
                  *platform.clock, *platform.mail, *platform.pings, *platform.processes},
@@ -18,20 +32,14 @@ AlarmReport RaiseAlarms(LinuxPlatform& platform) {
 
 void AddAlarmsCommand(CLI::App& app, Invocation& invocation) {
   CLI::App* alarms = app.add_subcommand(
-      "alarms", "tell whoever the settings name of runs that ended and were not announced");
-  alarms->footer(
-      "Each run does this at its end; the command does it for runs whose process was killed, and "
-      "tries again what could not be delivered. Exit code: 0 nothing is left, 1 something failed.");
+      "alarms", "raise the alarms of runs that have ended and are not announced yet");
   AddJsonOption(*alarms, invocation);
+  alarms->footer(
+      "A run raises its own at its end; this is for those that were killed, and for a mail that "
+      "could not be sent. Exit code: 0 done, 1 a problem.");
   alarms->callback([&invocation] {
     invocation.command = [&invocation](LinuxPlatform& platform) {
-      const AlarmReport report = RaiseAlarms(platform);
-      for (const std::string& problem : report.problems) Warn(problem);
-      PrintResult({{"announced", report.runs}, {"problems", report.problems}},
-                  std::to_string(report.runs) +
-                      (report.runs == 1 ? " run was announced" : " runs were announced"),
-                  invocation.json);
-      return report.problems.empty() ? 0 : 1;
+      return RaiseAlarms(platform, invocation.json);
     };
   });
 }

@@ -12,7 +12,7 @@
 #include <fstream>
 
 #include "admin/Admin.h"
-#include "admin/Alarms.h"
+#include "admin/AlarmsCommand.h"
 #include "admin/JobFile.h"
 #include "admin/ScratchDirectory.h"
 #include "admin/Secrets.h"
@@ -80,11 +80,16 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
-/// The run as the history has it; a runner that was killed is told as lost there from now on.
-void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
+/// The run as the history has it; a runner that was killed is told as lost there from now on, and
+/// its alarms are raised here.
+void AddRecord(LinuxPlatform& platform, std::int64_t run, bool wasKilled, Json& result) {
   if (run == 0) return;
   try {
-    if (const auto record = platform.history->Run(run)) result["run"] = JsonOf(*record, true);
+    const auto record = platform.history->Run(run);
+    if (!record) return;
+    result["run"] = JsonOf(*record, true);
+    if (wasKilled || record->outcome == RunOutcome::Lost)
+      for (const std::string& problem : RaiseDueAlarms(platform).problems) Warn(problem);
   } catch (const PlatformError& error) {
     Warn("the history: " + error.Description());
   }
@@ -118,10 +123,7 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
     result["log_losses"] = told.lines;
     for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
-  // One that was killed can call nobody itself.
-  if (exitCode == RunWithoutVerdict || !WIFEXITED(ended))
-    for (const std::string& problem : RaiseAlarms(platform).problems) Warn(problem);
-  AddRecord(platform, told.run, result);
+  AddRecord(platform, told.run, !WIFEXITED(ended), result);
   PrintResult(result, sentence, json);
   return exitCode;
 }

@@ -63,7 +63,7 @@ std::string SubjectOf(const RunRecord& run, const std::string& what) {
 std::string ReasonOf(const RunRecord& run) {
   std::string reason = run.error;
   if (reason.empty() && run.outcome == RunOutcome::Lost)
-    reason = "its process ended without a verdict";
+    reason = "the run ended without a verdict: its process is gone";
   if (!run.failedStep.empty())
     reason = "step \"" + run.failedStep + "\"" + (reason.empty() ? "" : ": " + reason);
   return ControlsAsBlanks(reason.empty() ? "the run did not succeed" : reason);

@@ -19,6 +19,7 @@ void RunRecorder::Begin(RunRecord run) {
   run_.begin = clock_.Now();
   isOpen_ = true;
   hasTold_ = false;
+  if (onPrepare) onPrepare(run_);
   Write();
   if (onBegin && run_.id != 0) onBegin(run_.id);
 }
@@ -103,6 +104,7 @@ void RunRecorder::End(RunOutcome outcome) {
   if (outcome == RunOutcome::Ok) run_.failedStep = run_.error = "";
   Write();
   isOpen_ = false;
+  if (onEnd) onEnd(run_);
 }
 
 /// The one that began last: a step may run again.

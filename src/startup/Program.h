@@ -15,7 +15,6 @@
 #include "startup/CommandLine.h"
 #include "startup/MainForm.h"
 #include "startup/OrvStatusFile.h"
-#include "startup/RunObserver.h"
 #include "transfer/CopyQuorFiles.h"
 
 namespace torvik {
@@ -46,7 +45,6 @@ struct Program {
   DataLinks dataLinks;
   RunVariables runVariables;                ///< What whoever started the run gives to its package.
   std::chrono::seconds waitForOtherRun{0};  ///< How long a run waits for one in its way.
-  RunObserver* observer = nullptr;          ///< May be null.
   std::unique_ptr<MainForm> form;
 };
 

@@ -63,13 +63,11 @@ void RunDriver::Run() {
   if (Execute()) Attempt([this] { CopyLog(); });
   locks_.Release();
   form_.Close();
-  TellObserver();
 }
 
 void RunDriver::ExecuteJob() {
   Execute();
   locks_.Release();
-  TellObserver();
 }
 
 /// False when nothing was touched because another run stands in the way.
@@ -78,7 +76,7 @@ bool RunDriver::Execute() {
   // Given back when memory has run out, so that the end can be told.
   constexpr std::size_t kReserve = std::size_t{1} << 20;
   std::unique_ptr<char[]> reserve;
-  hasVerdict_ = isRecorded_ = false;
+  hasVerdict_ = false;
   try {
     program_.statusFile.SetStatusFileName(form_.StatusFile);
     reserve = std::make_unique_for_overwrite<char[]>(kReserve);
@@ -259,14 +257,7 @@ void RunDriver::Record(const ExecDTSPackage& job) {
   run.packageServer = job.DTSServer;
   run.logFile = job.ExceptionLogFile;
   run.isAttended = form_.StartInConfigMode;
-  if (program_.observer != nullptr) program_.observer->Begins(run);
   program_.recorder.Begin(std::move(run));
-  isRecorded_ = true;
-}
-
-void RunDriver::TellObserver() {
-  if (program_.observer != nullptr && isRecorded_)
-    Attempt([this] { program_.observer->HasEnded(program_.recorder.Record()); });
 }
 
 /// A run that stays at "running" has not succeeded.

@@ -41,7 +41,6 @@ class RunDriver {
   void CopyLog();
   void Record(const ExecDTSPackage& job);
   void RecordWithoutVerdict();
-  void TellObserver();
   void Log(const std::string& text);
   void ShowBox(const std::string& text, const std::string& title);
 
@@ -49,7 +48,6 @@ class RunDriver {
   MainForm& form_;
   RunLocks locks_;
   bool hasVerdict_ = false;  // it is written, and stands
-  bool isRecorded_ = false;
 };
 
 }  // namespace torvik

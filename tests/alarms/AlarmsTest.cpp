@@ -77,7 +77,8 @@ TEST_F(AlarmsTest, EachRunIsAnnouncedOnce) {
   const AlarmReport report = Raise();
   EXPECT_EQ(report.runs, 2u);
   EXPECT_THAT(report.problems, IsEmpty());
-  EXPECT_THAT(pinger.calls, ElementsAre("fail http://x: its process ended without a verdict"));
+  EXPECT_THAT(pinger.calls,
+              ElementsAre("fail http://x: the run ended without a verdict: its process is gone"));
   ASSERT_EQ(mailer.messages.size(), 1u);
   EXPECT_THAT(mailer.messages[0].text, HasSubstr("torvik-admin history show 2\n"));
   EXPECT_THAT(mailer.messages[0].text, EndsWith(log.substr(log.find("\nline 4980"))));

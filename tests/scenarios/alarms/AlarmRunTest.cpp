@@ -166,9 +166,9 @@ TEST_F(AlarmRun, OneThatWasKilledIsFoundByTheFrontEnd) {
   Settle(mail.Port(), pings.Port());
   EXPECT_EQ(RunKilled({"torvik-admin", "run", "slow.etl"}).exitCode, 3);
   EXPECT_EQ(Mails(mail), 1);
-  EXPECT_THAT(mail.Read("text"), HasSubstr("its process ended without a verdict"));
+  EXPECT_THAT(mail.Read("text"), HasSubstr("its process is gone"));
   EXPECT_THAT(pings.Read("calls"), AllOf(HasSubstr("GET /s3cret/start\n"),
-                                         HasSubstr("POST /s3cret/fail its process ended")));
+                                         HasSubstr("POST /s3cret/fail the run ended")));
   EXPECT_THAT(Metrics(), HasSubstr("torvik_last_run_ok{etl_job=\"slow\""));
 }
 

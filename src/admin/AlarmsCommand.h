@@ -8,7 +8,7 @@ struct LinuxPlatform;
 
 namespace torvik::admin {
 
-/// Raises the alarms of all runs that have ended and are not announced yet.
-AlarmReport RaiseAlarms(LinuxPlatform& platform);
+/// Raises the alarms of runs that have ended and whose own process could not.
+AlarmReport RaiseDueAlarms(LinuxPlatform& platform);
 
 }  // namespace torvik::admin
