@@ -20,6 +20,7 @@
 #include "platform/linux/system/Display.h"
 #include "platform/linux/system/FrontEnd.h"
 #include "platform/linux/system/ProcessSetup.h"
+#include "platform/linux/system/WhoRuns.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
@@ -75,6 +76,9 @@ void WatchRuns(Program& program, Alarms& alarms, FrontEnd& frontEnd) {
   const auto report = [&program](const std::string& problem) {
     if (!problem.empty()) program.platform.messages.Report(problem);
   };
+  program.recorder.onPrepare = [&alarms](RunRecord& run) {
+    if (run.isAttended || !alarms.AreRaisedFor(run.job)) run.alarms = kAllAlarms;
+  };
   program.recorder.onBegin = [&](std::int64_t run) {
     frontEnd.TellRun(run);
     if (!program.recorder.Record().isAttended) alarms.TellStart(program.recorder.Record().job);
@@ -86,8 +90,8 @@ void WatchRuns(Program& program, Alarms& alarms, FrontEnd& frontEnd) {
 
 void RaiseAlarms(Program& program, Alarms& alarms) {
   const RunRecord& last = program.recorder.Record();
-  if (last.id == 0 || last.isAttended) return;
-  for (const std::string& problem : alarms.RaiseDue().problems)
+  if (last.job.empty() || last.isAttended) return;
+  for (const std::string& problem : alarms.RaiseDue(last).problems)
     program.platform.messages.Report(problem);
 }
 
@@ -131,7 +135,7 @@ void RunProgram(const std::string& argumentText) {
   const auto packages = engine::NewPackageHost(
       {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
        *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
-       linuxPlatform.settings.scriptDirectories});
+       linuxPlatform.settings.scriptDirectories, HostName(), UserName()});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;

@@ -1,6 +1,5 @@
 // Programs, directories, disks and the clock.
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
@@ -18,12 +17,13 @@
 #include "platform/linux/modules/Modules.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/ReplaceFile.h"
+#include "platform/linux/system/WhoRuns.h"
 
 namespace torvik::admin {
 namespace {
 
 constexpr RoomModule kOptional[] = {kOdbcModule, kPostgresModule, kFtpModule,   kSmbModule,
-                                    kMailModule, kExcelModule,    kAccessModule};
+                                    kMailModule, kPingModule,     kExcelModule, kAccessModule};
 
 constexpr double kGigabyte = 1e9;
 constexpr double kFewGigabytes = 1, kTooFewGigabytes = 0.1;
@@ -35,11 +35,6 @@ constexpr double kFarClockSeconds = 2;
 const std::map<long, const char*> kNetworkFileSystems = {
     {0x6969, "NFS"},      {0xFE534D42L, "SMB"},   {0xFF534D42L, "CIFS"}, {0x65735546, "FUSE"},
     {0x00C36400, "Ceph"}, {0x0BD00BD0, "Lustre"}, {0x01021997, "9P"}};
-
-std::string UserName() {
-  const passwd* const user = getpwuid(geteuid());
-  return user == nullptr ? std::to_string(geteuid()) : user->pw_name;
-}
 
 std::string Gigabytes(double bytes) {
   char text[32];

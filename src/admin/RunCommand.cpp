@@ -82,13 +82,13 @@ std::string FirstWord(const std::string& path) {
 
 /// The run as the history has it; a runner that was killed is told as lost there from now on, and
 /// its alarms are raised here.
-void AddRecord(LinuxPlatform& platform, std::int64_t run, Json& result) {
+void AddRecord(LinuxPlatform& platform, std::int64_t run, bool wasKilled, Json& result) {
   if (run == 0) return;
   try {
     const auto record = platform.history->Run(run);
     if (!record) return;
     result["run"] = JsonOf(*record, true);
-    if (record->outcome == RunOutcome::Lost)
+    if (wasKilled || record->outcome == RunOutcome::Lost)
       for (const std::string& problem : RaiseDueAlarms(platform).problems) Warn(problem);
   } catch (const PlatformError& error) {
     Warn("the history: " + error.Description());
@@ -123,7 +123,7 @@ int Run(LinuxPlatform& platform, const std::string& job, const std::vector<std::
     result["log_losses"] = told.lines;
     for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
-  AddRecord(platform, told.run, result);
+  AddRecord(platform, told.run, !WIFEXITED(ended), result);
   PrintResult(result, sentence, json);
   return exitCode;
 }

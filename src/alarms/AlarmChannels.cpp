@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kBetweenTries{1};
 constexpr const char* kLater = "; the next run, or torvik-admin alarms, tries it again";
 
 std::string Named(const RunRecord& run) {
-  return "the run " + std::to_string(run.id) + " of " + JobName(run.job);
+  return (run.id == 0 ? "a run" : "the run " + std::to_string(run.id)) + " of " + JobName(run.job);
 }
 
 /// The empty text, or why the mail is not sent.
@@ -48,13 +48,13 @@ std::string RunProgram(Processes& processes, const ProcessRequest& request) {
 
 }  // namespace
 
-std::string CallService(Pinger& pings, Clock& clock, const PingTarget& service, PingKind kind,
+std::string CallService(Pinger& pings, Clock& clock, const std::string& url, PingKind kind,
                         const std::string& body, const std::atomic<bool>& cancelled) {
   std::string reason;
   for (int attempt = 1; attempt <= kTries && !cancelled; ++attempt) {
     if (attempt > 1) clock.Sleep(kBetweenTries);
     try {
-      pings.Send(service, kind, body, cancelled);
+      pings.Send(url, kind, body, cancelled);
       return {};
     } catch (const PlatformError& error) {
       reason = error.Description();
@@ -71,10 +71,10 @@ std::vector<std::string> CallServices(Pinger& pings, Clock& clock,
                                       const std::atomic<bool>& cancelled) {
   std::vector<std::string> problems;
   for (const Announcement& announcement : announcements) {
-    if (!announcement.service || cancelled) continue;
+    if (announcement.serviceUrl.empty() || cancelled) continue;
     const RunRecord& run = announcement.run;
     const bool hasFailed = HasFailed(run);
-    const std::string reason = CallService(pings, clock, *announcement.service,
+    const std::string reason = CallService(pings, clock, announcement.serviceUrl,
                                            hasFailed ? PingKind::Fail : PingKind::Success,
                                            hasFailed ? ReasonOf(run) : std::string(), cancelled);
     if (!reason.empty())

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "alarms/Announcement.h"
+#include "platform/Ping.h"
 
 namespace torvik {
 
@@ -16,7 +17,7 @@ using Announcements = std::vector<Announcement>;
 
 /// Calls a monitoring service, three times when what keeps the call away may pass. Answers the
 /// empty text or the last reason.
-std::string CallService(Pinger& pings, Clock& clock, const PingTarget& service, PingKind kind,
+std::string CallService(Pinger& pings, Clock& clock, const std::string& url, PingKind kind,
                         const std::string& body, const std::atomic<bool>& cancelled);
 
 /// Each does its part of all announcements in their order, on a thread of its own if need be, and

@@ -20,15 +20,16 @@ const Section& SectionOf(const std::map<std::string, Section>& sections,
 }
 
 bool IsLastOf(const std::vector<RunRecord>& runs, const RunRecord& run) {
-  return std::none_of(runs.begin(), runs.end(),
-                      [&](const RunRecord& other) { return other.id > run.id && HasEnded(other); });
+  return std::none_of(runs.begin(), runs.end(), [&](const RunRecord& other) {
+    return run.id != 0 && other.id > run.id && HasEnded(other);
+  });
 }
 
 ProcessRequest ProgramFor(const NotifySettings& notify, const RunRecord& run, RunChange change) {
   ProcessRequest request;
   request.program = notify.command.front();
   request.arguments.assign(notify.command.begin() + 1, notify.command.end());
-  request.input = JsonOf(run, change);
+  request.input = JsonLineOf(run, change);
   return request;
 }
 
@@ -45,7 +46,7 @@ const NotifySettings& NotifyOf(const AlarmSettings& settings, const std::string&
 bool AreRaisedFor(const AlarmSettings& settings, const std::string& jobFile) {
   const NotifySettings& notify = NotifyOf(settings, jobFile);
   const MonitorSettings& monitor = MonitorOf(settings, jobFile);
-  return !jobFile.empty() && (monitor.HasPing() || !monitor.textfileDirectory.empty() ||
+  return !jobFile.empty() && (!monitor.pingUrl.empty() || !monitor.textfileDirectory.empty() ||
                               !notify.mailTo.empty() || !notify.command.empty());
 }
 
@@ -58,10 +59,9 @@ Announcement PlanFor(const AlarmSettings& settings, RunRecord run,
   const MonitorSettings& monitor = MonitorOf(settings, told.job);
   const NotifySettings& notify = NotifyOf(settings, told.job);
   const auto isOpen = [&](AlarmBit alarm) { return (told.alarms & alarm) == 0; };
-  if (monitor.HasPing() && isOpen(kServiceCalled) && IsLastOf(runs, told))
-    planned.service = PingTarget{monitor.pingUrl, monitor.pingUrlFile};
+  if (isOpen(kServiceCalled) && IsLastOf(runs, told)) planned.serviceUrl = monitor.pingUrl;
   if (!notify.mailTo.empty() && isOpen(kMailSent) && planned.change != RunChange::None) {
-    const std::size_t failures = FailuresUpTo(runs, told.id - 1);
+    const std::size_t failures = FailuresBefore(runs, told.id);
     planned.mail = MailAbout(told, planned.change, failures, IsLastOf(runs, told) ? logTail : "");
     planned.mail->to = {notify.mailTo};
   }

@@ -2,7 +2,6 @@
 
 #include <ctime>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "alarms/JobName.h"
 #include "history/RunJson.h"
@@ -10,15 +9,11 @@
 namespace torvik {
 namespace {
 
-std::string FormattedTime(const std::tm& time, const char* format) {
-  char text[40];
-  return {text, std::strftime(text, sizeof text, format, &time)};
-}
-
 /// In the machine's time zone, whatever the locale is.
 std::string LocalText(Moment moment) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
-  return FormattedTime(*std::localtime(&seconds), "%Y-%m-%d %H:%M:%S %z");
+  char text[40];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %z", std::localtime(&seconds))};
 }
 
 const char* WordOf(RunChange change) {
@@ -47,10 +42,15 @@ std::string TableOf(const RunRecord& run) {
                                   ? run.package
                                   : run.package + " on " + run.packageServer) +
          TableLine("Machine", run.host) +
-         TableLine("Run",
-                   std::to_string(run.id) + ", from " + LocalText(run.begin) + Duration(run)) +
+         TableLine("Run", (run.id == 0 ? "" : std::to_string(run.id) + ", ") + "from " +
+                              LocalText(run.begin) + Duration(run)) +
          TableLine("Step", run.failedStep) + TableLine("Error", run.error) +
          TableLine("Log", run.logFile);
+}
+
+std::string WhereMoreIsSaid(const RunRecord& run) {
+  if (run.id == 0) return "\nThe history could not be written, so nothing more is known of it.\n";
+  return "\nMore is said by\n\n    torvik-admin history show " + std::to_string(run.id) + "\n";
 }
 
 std::string SubjectOf(const RunRecord& run, const std::string& what) {
@@ -81,14 +81,14 @@ MailMessage MailAbout(const RunRecord& run, RunChange change, std::size_t failur
   }
   mail.subject = SubjectOf(run, "has failed");
   mail.text = "The job " + name + " did not succeed: " + ReasonOf(run) + "\n\n" + TableOf(run) +
-              "\nMore is said by\n\n    torvik-admin history show " + std::to_string(run.id) +
-              "\n\nThe next mail about this job comes when it has succeeded again.\n";
+              WhereMoreIsSaid(run) +
+              "\nThe next mail about this job comes when it has succeeded again.\n";
   if (!logTail.empty()) mail.text += "\nThe last lines of its log:\n\n" + std::string(logTail);
   return mail;
 }
 
-std::string JsonOf(const RunRecord& run, RunChange change) {
-  nlohmann::ordered_json json = JsonOf(run, /*withParts=*/true);
+std::string JsonLineOf(const RunRecord& run, RunChange change) {
+  nlohmann::ordered_json json = JsonOf(run, true);
   json["change"] = WordOf(change);
   return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }

@@ -18,7 +18,8 @@ std::string ReasonOf(const RunRecord& run);
 MailMessage MailAbout(const RunRecord& run, RunChange change, std::size_t failures,
                       std::string_view logTail);
 
-/// A run as a JSON object, on one line, with its steps and what it has fetched. Times are UTC.
-std::string JsonOf(const RunRecord& run, RunChange change);
+/// The line that a program reads: the run as a JSON object, with its steps and what it has fetched,
+/// and "change".
+std::string JsonLineOf(const RunRecord& run, RunChange change);
 
 }  // namespace torvik

@@ -50,10 +50,9 @@ bool Alarms::AreRaisedFor(const std::string& jobFile) const {
 
 void Alarms::TellStart(const std::string& jobFile) {
   const MonitorSettings& monitor = MonitorOf(settings_, jobFile);
-  if (!monitor.HasPing() || jobFile.empty()) return;
-  const auto call = [this, service = PingTarget{monitor.pingUrl, monitor.pingUrlFile}] {
-    return CallService(services_.pings, services_.clock, service, PingKind::Start, "",
-                       isStartOver_);
+  if (monitor.pingUrl.empty() || jobFile.empty()) return;
+  const auto call = [this, url = monitor.pingUrl] {
+    return CallService(services_.pings, services_.clock, url, PingKind::Start, "", isStartOver_);
   };
   try {
     start_ = std::async(std::launch::async, call);
@@ -87,13 +86,13 @@ std::string Alarms::WriteMetrics(const std::string& jobFile) {
   }
 }
 
-AlarmReport Alarms::RaiseDue() {
+AlarmReport Alarms::RaiseDue(const RunRecord& own) {
   AlarmReport report;
   begin_ = services_.clock.Steady();
   isTimeUp_ = false;
   try {
     if (std::string problem = EndStart(); !problem.empty()) report.problems.push_back(problem);
-    RaiseAll(report);
+    RaiseAll(own, report);
   } catch (const std::exception& error) {
     report.problems.push_back("no alarms can be raised: " + WordsOf(error));
   }
@@ -101,24 +100,46 @@ AlarmReport Alarms::RaiseDue() {
   return report;
 }
 
-void Alarms::RaiseAll(AlarmReport& report) {
+void Alarms::RaiseAll(const RunRecord& own, AlarmReport& report) {
   if (settings_.monitor.empty() && settings_.notify.empty()) return;
+  const auto add = [&report](std::string problem) {
+    if (!problem.empty()) report.problems.push_back(std::move(problem));
+  };
   std::string problem;
   const auto turn = TakeTurn(problem);
-  if (!problem.empty()) return report.problems.push_back(problem);
-  Announcements announcements = Plan();
+  if (!problem.empty()) return add(problem);
+  Announcements announcements = Plan(Ended(own, report));
   std::set<std::string> jobs;
   for (const Announcement& announcement : announcements) jobs.insert(announcement.run.job);
-  for (const std::string& job : jobs)
-    if (std::string words = WriteMetrics(job); !words.empty()) report.problems.push_back(words);
-  const auto problems = RunChannels(announcements);
-  report.problems.insert(report.problems.end(), problems.begin(), problems.end());
+  for (const std::string& job : jobs) add(WriteMetrics(job));
+  for (std::string& words : RunChannels(announcements)) add(std::move(words));
   for (const Announcement& announcement : announcements) {
     const RaisedAlarms raised = announcement.Raised();
     if (raised == kAllAlarms) ++report.runs;
-    const std::string words = services_.history.NoteAlarms(announcement.run.id, raised);
-    if (!words.empty()) report.problems.push_back(words);
+    if (announcement.run.id != 0) add(services_.history.NoteAlarms(announcement.run.id, raised));
   }
+}
+
+/// Those of the history, and the own one where the history lacks it or its end: a full disk keeps
+/// nobody from being called.
+std::vector<RunRecord> Alarms::Ended(const RunRecord& own, AlarmReport& report) {
+  std::vector<RunRecord> ended;
+  bool isMissing = false;
+  try {
+    ended = services_.history.Unannounced();
+    isMissing = IsMissing(own);
+  } catch (const std::exception& error) {
+    report.problems.push_back("the history: " + WordsOf(error));
+    isMissing = true;
+  }
+  if (isMissing && HasEnded(own) && torvik::AreRaisedFor(settings_, own.job)) ended.push_back(own);
+  return ended;
+}
+
+bool Alarms::IsMissing(const RunRecord& own) {
+  if (own.id == 0) return true;
+  const auto kept = services_.history.Run(own.id);
+  return !kept || !HasEnded(*kept);
 }
 
 /// Two processes would both raise what neither has noted yet.
@@ -136,17 +157,26 @@ std::unique_ptr<Lock> Alarms::TakeTurn(std::string& problem) {
   }
 }
 
-Announcements Alarms::Plan() {
+Announcements Alarms::Plan(std::vector<RunRecord> ended) {
   Announcements announcements;
   std::map<std::string, std::vector<RunRecord>> runsOfJobs;
-  for (RunRecord& run : services_.history.Unannounced()) {
+  for (RunRecord& run : ended) {
     const auto [runs, isNew] = runsOfJobs.try_emplace(run.job);
-    if (isNew && !run.job.empty()) runs->second = services_.history.Runs({.job = run.job});
+    if (isNew) runs->second = RunsOf(run.job);
     const std::string tail = HasFailed(run) ? LogTail(run.logFile) : "";
     announcements.push_back(
         PlanFor(settings_, std::move(run), runs->second, services_.clock.Now(), tail));
   }
   return announcements;
+}
+
+/// None where they cannot be read; then each failure is taken for the first.
+std::vector<RunRecord> Alarms::RunsOf(const std::string& jobFile) {
+  try {
+    return jobFile.empty() ? std::vector<RunRecord>() : services_.history.Runs({.job = jobFile});
+  } catch (const std::exception&) {
+    return {};
+  }
 }
 
 /// The log may be long; what is not needed of it is not kept.

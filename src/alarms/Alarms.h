@@ -61,15 +61,19 @@ class Alarms {
   /// Writes the metrics of a job by its last run; answers the empty text or what is wrong.
   std::string WriteMetrics(const std::string& jobFile);
 
-  /// Raises what is due of every run that has ended and is not announced yet. A mail that cannot be
-  /// sent, and a program that fails, are tried again by the next call.
-  AlarmReport RaiseDue();
+  /// Raises what is due of every run that has ended and is not announced yet, and of `own`, one of
+  /// this process that has ended, also when the history does not have its end. A mail that cannot
+  /// be sent, and a program that fails, are tried again by the next call.
+  AlarmReport RaiseDue(const RunRecord& own = {});
 
  private:
   std::string EndStart();
   std::unique_ptr<Lock> TakeTurn(std::string& problem);
-  void RaiseAll(AlarmReport& report);
-  Announcements Plan();
+  void RaiseAll(const RunRecord& own, AlarmReport& report);
+  std::vector<RunRecord> Ended(const RunRecord& own, AlarmReport& report);
+  bool IsMissing(const RunRecord& own);
+  Announcements Plan(std::vector<RunRecord> ended);
+  std::vector<RunRecord> RunsOf(const std::string& jobFile);
   std::string LogTail(const std::string& path) const;
   std::vector<std::string> RunChannels(Announcements& announcements);
   std::chrono::milliseconds TimeLeft() const;

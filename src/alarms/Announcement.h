@@ -4,7 +4,6 @@
 
 #include "alarms/DueAlarms.h"
 #include "platform/Mail.h"
-#include "platform/Ping.h"
 #include "platform/Process.h"
 
 namespace torvik {
@@ -16,7 +15,7 @@ enum AlarmBit : RaisedAlarms { kServiceCalled = 1, kMailSent = 2, kProgramEnded 
 struct Announcement {
   RunRecord run;
   RunChange change = RunChange::None;
-  std::optional<PingTarget> service = {};
+  std::string serviceUrl = {};  ///< Empty: nobody is called.
   std::optional<MailMessage> mail = {};
   std::optional<ProcessRequest> program = {};
   // Each is written by the thread that does it.

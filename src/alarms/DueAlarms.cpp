@@ -10,10 +10,10 @@ bool HasEnded(const RunRecord& run) {
   return run.outcome != RunOutcome::Running;
 }
 
-std::size_t FailuresUpTo(const std::vector<RunRecord>& runs, std::int64_t id) {
+std::size_t FailuresBefore(const std::vector<RunRecord>& runs, std::int64_t id) {
   std::size_t failures = 0;
   for (const RunRecord& run : runs) {
-    if (run.id > id || !HasEnded(run)) continue;
+    if ((id != 0 && run.id >= id) || !HasEnded(run)) continue;
     if (!HasFailed(run)) break;
     ++failures;
   }
@@ -23,7 +23,7 @@ std::size_t FailuresUpTo(const std::vector<RunRecord>& runs, std::int64_t id) {
 RunChange ChangeBy(const RunRecord& run, const std::vector<RunRecord>& runs) {
   bool hadFailed = false;
   for (const RunRecord& other : runs) {
-    if (other.id >= run.id || !HasEnded(other) || other.isAttended) continue;
+    if ((run.id != 0 && other.id >= run.id) || !HasEnded(other) || other.isAttended) continue;
     hadFailed = HasFailed(other);
     break;
   }

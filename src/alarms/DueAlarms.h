@@ -19,9 +19,10 @@ enum class RunChange {
 bool HasFailed(const RunRecord& run);
 bool HasEnded(const RunRecord& run);
 
-/// How many runs of the job have failed one after the other, up to the run `id` and counting it.
-/// `runs` are those of one job, the latest first; those that still run do not count.
-std::size_t FailuresUpTo(const std::vector<RunRecord>& runs, std::int64_t id);
+/// How many runs of the job have failed one after the other before the run `id`; 0 stands for one
+/// that is not among them, the latest. `runs` are those of one job, the latest first; those that
+/// still run do not count.
+std::size_t FailuresBefore(const std::vector<RunRecord>& runs, std::int64_t id);
 
 /// What `run` changes. Runs from the form do not count: whoever started them has seen their ends,
 /// and others wait for what the schedule does.

@@ -99,7 +99,7 @@ std::string MetricsText(const std::vector<RunRecord>& runs) {
   metrics.Add("torvik_last_run_fetched_bytes",
               "Bytes that the last run has fetched for data links.", last->bytes);
   metrics.Add("torvik_consecutive_failures", "Runs that have failed one after the other up to now.",
-              static_cast<std::int64_t>(FailuresUpTo(runs, last->id)));
+              static_cast<std::int64_t>(FailuresBefore(runs, 0)));
   metrics.Add("torvik_last_success_timestamp_seconds",
               "When the last run that succeeded ended; 0: none is known.",
               SecondsText(succeeded.time_since_epoch()));

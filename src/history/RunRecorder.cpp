@@ -19,6 +19,7 @@ void RunRecorder::Begin(RunRecord run) {
   run_.begin = clock_.Now();
   isOpen_ = true;
   hasTold_ = false;
+  if (onPrepare) onPrepare(run_);
   Write();
   if (onBegin && run_.id != 0) onBegin(run_.id);
 }

@@ -21,6 +21,8 @@ class RunRecorder {
   RunRecorder(RunHistory& history, Clock& clock, Messages& messages)
       : history_(history), clock_(clock), messages_(messages) {}
 
+  /// Told a run before it is written; may say which of its alarms are not to be raised.
+  std::function<void(RunRecord& run)> onPrepare;
   /// Told the number of a run that is in the history now.
   std::function<void(std::int64_t run)> onBegin;
   /// Told the record of a run that has ended.

@@ -9,10 +9,7 @@ namespace torvik {
 /// How a job is watched: the sections [monitor] and [monitor JOB].
 struct MonitorSettings {
   std::string textfileDirectory = {};  ///< Takes metrics; empty: there are none.
-  std::string pingUrl = {};            ///< A secret; it stands here or in a file.
-  std::string pingUrlFile = {};        ///< Its first line is the URL; only its owner may read it.
-
-  bool HasPing() const { return !pingUrl.empty() || !pingUrlFile.empty(); }
+  std::string pingUrl = {};  ///< A secret, or a reference to it (Secrets.h); empty: no calls.
 };
 
 /// At which ends of runs a program is started: of each that failed; of those that a mail is sent

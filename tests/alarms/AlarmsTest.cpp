@@ -187,6 +187,32 @@ TEST_F(AlarmsTest, WithoutThreadsTheEndIsToldAllTheSame) {
   EXPECT_EQ(pinger.calls.size() + mailer.messages.size() + processes.requests.size(), 3u);
 }
 
+TEST_F(AlarmsTest, AFullDiskKeepsNobodyFromBeingCalled) {
+  RunRecord own;
+  own.job = kJob;
+  own.outcome = RunOutcome::Failure;
+  own.begin = clock.now;
+  own.error = "no space left";
+  const auto raise = [&] { return Alarms(settings, Services(), "/state/alarms").RaiseDue(own); };
+  raise();
+  ASSERT_EQ(mailer.messages.size(), 1u) << "it is not in the history";
+  EXPECT_THAT(mailer.messages[0].text, HasSubstr("The history could not be written"));
+  history.unreadable = true;
+  EXPECT_THAT(raise().problems, testing::Contains(HasSubstr("the history: ")));
+  EXPECT_EQ(mailer.messages.size(), 2u);
+  history.unreadable = false;
+  own.id = Ended(RunOutcome::Running);
+  raise();
+  EXPECT_EQ(mailer.messages.size(), 3u) << "the history lacks its end";
+  EXPECT_EQ(history.runs[0].alarms, kAllAlarms);
+  own.outcome = RunOutcome::Running;
+  raise();
+  own.outcome = RunOutcome::Failure;
+  history.runs[0].outcome = RunOutcome::Failure;
+  raise();
+  EXPECT_EQ(mailer.messages.size(), 3u);
+}
+
 TEST_F(AlarmsTest, WithoutSettingsTheHistoryIsLeftAlone) {
   settings = {};
   Ended(RunOutcome::Failure);

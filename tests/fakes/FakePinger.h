@@ -15,11 +15,11 @@ struct FakePinger final : Pinger {
   std::vector<std::string> calls;      ///< "fail http://x: body".
   std::deque<PlatformError> failures;  ///< Those of the next calls.
 
-  void Send(const PingTarget& target, PingKind kind, const std::string& body,
+  void Send(const std::string& url, PingKind kind, const std::string& body,
             const std::atomic<bool>&) override {
     const std::lock_guard guard(mutex);
     const char* const words[] = {"start", "success", "fail"};
-    calls.push_back(std::string(words[static_cast<int>(kind)]) + " " + target.url + target.urlFile +
+    calls.push_back(std::string(words[static_cast<int>(kind)]) + " " + url +
                     (body.empty() ? "" : ": " + body));
     if (failures.empty()) return;
     const PlatformError failure = failures.front();

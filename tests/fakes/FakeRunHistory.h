@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/PlatformError.h"
 #include "platform/RunHistory.h"
 
 namespace torvik {
@@ -10,7 +11,8 @@ namespace torvik {
 /// Keeps runs in memory, the earliest first.
 struct FakeRunHistory final : RunHistory {
   std::vector<RunRecord> runs;
-  std::string failure;  ///< What writers answer.
+  std::string failure;      ///< What writers answer.
+  bool unreadable = false;  ///< Whoever reads fails.
 
   std::string Write(RunRecord& run) override {
     if (run.id == 0) {
@@ -21,17 +23,20 @@ struct FakeRunHistory final : RunHistory {
     return failure;
   }
   std::vector<RunRecord> Runs(const RunFilter& filter) override {
+    RequireReadable();
     std::vector<RunRecord> found;
     for (const RunRecord& run : runs)
       if (filter.job.empty() || filter.job == run.job) found.insert(found.begin(), run);
     return found;
   }
   std::optional<RunRecord> Run(std::int64_t id) override {
+    RequireReadable();
     for (const RunRecord& run : runs)
       if (run.id == id) return run;
     return {};
   }
   std::vector<RunRecord> Unannounced() override {
+    RequireReadable();
     std::vector<RunRecord> found;
     for (const RunRecord& run : runs)
       if (run.outcome != RunOutcome::Running && run.alarms != kAllAlarms) found.push_back(run);
@@ -40,6 +45,11 @@ struct FakeRunHistory final : RunHistory {
   std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
     runs.at(static_cast<std::size_t>(id - 1)).alarms = raised;
     return failure;
+  }
+
+ private:
+  void RequireReadable() const {
+    if (unreadable) throw PlatformError(0, "the history is damaged", "fake");
   }
 };
 

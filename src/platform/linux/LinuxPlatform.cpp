@@ -43,7 +43,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
-  platform.pings = NewPingCurl();
+  platform.pings = NewPingCurl(paths);
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
   platform.history = NewSqliteRunHistory(platform.settings.stateDirectory + "/history.db",
                                          platform.settings.history);

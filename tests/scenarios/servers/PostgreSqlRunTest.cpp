@@ -106,6 +106,45 @@ class FaultyRun : public testing::Test {
   Sandbox sandbox_{server_.Section("(local)") + server_.Section("strict")};
 };
 
+TEST_F(FaultyRun, ItsServerTellsTheRunInItsOwnTables) {
+  sandbox_.PutPackage("Logged_LoadDW", R"toml([[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
+[[steps]]
+name = "two"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "CREATE TEMPORARY TABLE t AS SELECT 1 UNION ALL SELECT 2"
+[[steps]]
+name = "bad"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "SELECT * FROM no_such_table"
+after = [ { step = "two" } ]
+)toml");
+  sandbox_.WriteFile("p.toml", "log_to_server = true\nfail_on_error = true\n" +
+                                   sandbox_.ReadFile("Logged_LoadDW.toml"));
+  ASSERT_EQ(sandbox_.Run({"torvik-admin", "package", "put", "p.toml"}).exitCode, 0);
+  std::string status;
+  EXPECT_THAT(Run(Job("Logged_LoadDW", "DTSServer=(local)\nDTSNTAut=TRUE",
+                      "DWServer=(local)\nDWNTAut=TRUE\nDWDB=FaultyDW"),
+                  status),
+              Not(HasSubstr("log on the server")));
+  EXPECT_EQ(status, "failure\n");
+  EXPECT_THAT(sandbox_.Query("SELECT l.name, l.errorcode, l.errordescription FROM "
+                             "sysdtspackagelog l JOIN sysdtspackages p ON p.versionid = "
+                             "l.versionid AND p.id = l.id WHERE l.endtime >= l.starttime AND "
+                             "l.logdate > LOCALTIMESTAMP - interval '1 hour' AND l.starttime > "
+                             "LOCALTIMESTAMP - interval '1 hour' AND computer <> ''",
+                             "msdb"),
+              testing::MatchesRegex("Logged_LoadDW\\|-2147220440\\|.*no_such_table.*\n"));
+  EXPECT_EQ(sandbox_.Query("SELECT stepname, stepexecstatus, stepexecresult FROM sysdtssteplog "
+                           "ORDER BY stepexecutionid",
+                           "msdb"),
+            "two|4|0\nbad|4|1\n");
+}
+
 TEST_F(FaultyRun, EndsWithTheDriversWordsAndTheRightStatusWord) {
   const std::string connection = R"toml([[connections]]
 name = "dw"

@@ -1,6 +1,5 @@
 #include "platform/linux/history/RunProcess.h"
 
-#include <pwd.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 #include <sstream>
 
 #include "platform/linux/system/Posix.h"
+#include "platform/linux/system/WhoRuns.h"
 
 namespace torvik {
 namespace {
@@ -63,14 +63,8 @@ bool IsGone(const RunProcess& process) {
   return start != 0 && process.start != 0 && start != process.start;
 }
 
-std::string HostName() {
-  char name[256] = {};
-  return gethostname(name, sizeof name - 1) == 0 ? name : "";
-}
-
 std::string WhoStarted() {
-  const passwd* const user = getpwuid(geteuid());
-  const std::string name = user == nullptr ? std::to_string(geteuid()) : user->pw_name;
+  const std::string name = UserName();
   const std::string unit = Unit();
   if (!unit.empty()) return name + ", " + unit;
   return std::getenv("TORVIK_PROGRESS") != nullptr ? name + ", torvik-admin run" : name;

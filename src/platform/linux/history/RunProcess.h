@@ -19,9 +19,6 @@ RunProcess ThisProcess();
 /// True when it is certain that the process of this machine has ended.
 bool IsGone(const RunProcess& process);
 
-/// The machine's name.
-std::string HostName();
-
 /// The user of this process and, behind a comma, the unit of systemd or the front end that has
 /// started it, where that is known.
 std::string WhoStarted();

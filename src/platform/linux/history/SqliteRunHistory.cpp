@@ -9,6 +9,7 @@
 #include "platform/linux/history/HistoryFile.h"
 #include "platform/linux/history/RunProcess.h"
 #include "platform/linux/settings/Settings.h"
+#include "platform/linux/system/WhoRuns.h"
 
 namespace torvik {
 namespace {

@@ -17,6 +17,8 @@ struct RoomModule {
 
 inline constexpr RoomModule kFtpModule = {"libtorvik-ftp.so", "libcurl4", "data fetched by FTP"};
 inline constexpr RoomModule kMailModule = {"libtorvik-mail.so", "libcurl4", "mail"};
+inline constexpr RoomModule kPingModule = {"libtorvik-ping.so", "libcurl4",
+                                           "calls of monitoring services"};
 inline constexpr RoomModule kSmbModule = {"libtorvik-shares-smb.so", "libsmbclient",
                                           "data fetched from Windows shares"};
 inline constexpr RoomModule kPostgresModule = {"libtorvik-postgres.so", "libpq5",

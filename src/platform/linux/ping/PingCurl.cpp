@@ -3,9 +3,12 @@
 #include <new>
 
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "platform/Version.h"
 #include "platform/linux/curl/CurlLibrary.h"
 #include "platform/linux/ping/PingUrl.h"
+#include "platform/linux/settings/Secret.h"
+#include "platform/linux/system/PathMap.h"
 
 namespace torvik {
 namespace {
@@ -100,16 +103,32 @@ class PingCall {
 
 class PingCurl final : public Pinger {
  public:
-  void Send(const PingTarget& target, PingKind kind, const std::string& body,
+  explicit PingCurl(const PathMap& paths) : secrets_(NewSecrets(paths)) {}
+
+  void Send(const std::string& url, PingKind kind, const std::string& body,
             const std::atomic<bool>& cancelled) override {
-    PingCall(ReadUrl(target), kind, cancelled).Run(body);
+    PingCall(Known(url), kind, cancelled).Run(body);
   }
+
+ private:
+  std::string Known(const std::string& url) const {
+    if (!RefersToSecret(url)) return url;
+    std::string known;
+    if (const std::string problem = secrets_->Read(url, known); !problem.empty())
+      throw PlatformError(0, "the URL of the monitoring service: " + problem, "ping");
+    const std::string start = LowerAscii(known.substr(0, 8));
+    if (start.starts_with("http://") || start.starts_with("https://")) return known;
+    throw PlatformError(0, url + ": there is no URL in it that begins with http:// or https://",
+                        "ping");
+  }
+
+  const std::unique_ptr<Secrets> secrets_;
 };
 
 }  // namespace
 
-std::unique_ptr<Pinger> NewPingCurl() {
-  return std::make_unique<PingCurl>();
+std::unique_ptr<Pinger> NewPingCurl(const PathMap& paths) {
+  return std::make_unique<PingCurl>(paths);
 }
 
 }  // namespace torvik

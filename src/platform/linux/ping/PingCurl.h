@@ -6,7 +6,9 @@
 
 namespace torvik {
 
+class PathMap;
+
 /// Over HTTP, by libcurl; a proxy as the environment says (https_proxy, no_proxy).
-std::unique_ptr<Pinger> NewPingCurl();
+std::unique_ptr<Pinger> NewPingCurl(const PathMap& paths);
 
 }  // namespace torvik

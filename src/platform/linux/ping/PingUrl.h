@@ -12,7 +12,4 @@ std::string UrlOf(PingKind kind, const std::string& url);
 /// Host and port of a URL, for messages: what stands before and behind them may be secret.
 std::string HostOf(const std::string& url);
 
-/// The URL of a target; throws PlatformError when its file has none or others may read it.
-std::string ReadUrl(const PingTarget& target);
-
 }  // namespace torvik

@@ -2,24 +2,29 @@
 
 #include "platform/linux/modules/Modules.h"
 #include "platform/linux/ping/PingCurl.h"
+#include "platform/linux/system/PathMap.h"
 
 namespace torvik {
 namespace {
 
 class LatePinger final : public Pinger {
  public:
-  void Send(const PingTarget& target, PingKind kind, const std::string& body,
+  explicit LatePinger(const PathMap& paths) : paths_(paths) {}
+
+  void Send(const std::string& url, PingKind kind, const std::string& body,
             const std::atomic<bool>& cancelled) override {
-    static const auto make =
-        InModule({"libtorvik-ping.so", "libcurl4"}, &NewPingCurl, "calls of a monitoring service");
-    make()->Send(target, kind, body, cancelled);
+    static const auto make = InModule(kPingModule, &NewPingCurl, "calls of a monitoring service");
+    make(paths_)->Send(url, kind, body, cancelled);
   }
+
+ private:
+  const PathMap paths_;
 };
 
 }  // namespace
 
-std::unique_ptr<Pinger> NewPingCurl() {
-  return std::make_unique<LatePinger>();
+std::unique_ptr<Pinger> NewPingCurl(const PathMap& paths) {
+  return std::make_unique<LatePinger>(paths);
 }
 
 }  // namespace torvik

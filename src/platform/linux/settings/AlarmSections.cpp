@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "platform/Text.h"
+#include "platform/linux/settings/Secret.h"
 #include "platform/linux/system/CommandText.h"
 
 namespace torvik {
@@ -29,16 +30,17 @@ std::string TakeMonitorKey(const std::string& key, const std::string& value,
   }
   if (key == "ping_url") {
     monitor.pingUrl = value;
-    monitor.pingUrlFile.clear();
     return UnlessWebAddress(value);
   }
-  if (key == "ping_url_file") {
-    monitor.pingUrlFile = value;
-    monitor.pingUrl.clear();
-    return UnlessFullPath(key, value);
+  SecretReference reference;
+  std::string problem;
+  if (TakeSecretKey("ping_url", key, value, reference, problem)) {
+    monitor.pingUrl =
+        reference.file.empty() ? "credential:" + reference.credential : "file:" + reference.file;
+    return problem;
   }
   return "[monitor] has no key \"" + key +
-         "\"; there are textfile_directory, ping_url, ping_url_file";
+         "\"; there are textfile_directory, ping_url, ping_url_file, ping_url_credential";
 }
 
 std::string TakeNotifyKey(const std::string& key, const std::string& value,

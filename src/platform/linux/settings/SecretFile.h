@@ -6,10 +6,8 @@
 
 namespace torvik {
 
-/// Whether an open file may hold a secret, `what` in messages: it belongs to the user of this
-/// process or to root, and others have no rights to it. Answers the empty text, or what is wrong
-/// and what to do.
-std::string CheckSecretFile(const Descriptor& file, const std::string& path,
-                            const std::string& what = "a password");
+/// Whether an open file may hold a password: it belongs to the user of this process or to root, and
+/// others have no rights to it. Answers the empty text, or what is wrong and what to do.
+std::string CheckSecretFile(const Descriptor& file, const std::string& path);
 
 }  // namespace torvik

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/Secrets.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/SecretFile.h"
 #include "platform/linux/settings/SettingsFile.h"
@@ -59,8 +60,10 @@ bool HoldsSmbPassword(const Settings& settings) {
 }
 
 bool HoldsPingUrl(const AlarmSettings& alarms) {
-  return std::any_of(alarms.monitor.begin(), alarms.monitor.end(),
-                     [](const auto& monitor) { return !monitor.second.pingUrl.empty(); });
+  return std::any_of(alarms.monitor.begin(), alarms.monitor.end(), [](const auto& monitor) {
+    const std::string& url = monitor.second.pingUrl;
+    return !url.empty() && !RefersToSecret(url);
+  });
 }
 
 std::string ReadSettingsFile(Settings& settings) {

@@ -153,6 +153,7 @@ class SettingsParser {
     std::string problem = CheckServers();
     if (problem.empty()) problem = CheckProviders();
     if (problem.empty()) problem = CheckFtp();
+    if (problem.empty()) problem = CheckAlarms();
     return problem.empty() ? CheckFtpLogons() : problem;
   }
 
@@ -194,9 +195,9 @@ class SettingsParser {
     const std::string server = LowerAscii(Behind("server", name));
     const std::string provider = Behind("provider", name);
     const std::string host = LowerAscii(Behind("smb", name));
-    const std::string ftpHost = LowerAscii(Behind("ftp", name));
     const std::string watched = LowerAscii(Behind("monitor", name));
     const std::string told = LowerAscii(Behind("notify", name));
+    const std::string ftpHost = LowerAscii(Behind("ftp", name));
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
@@ -224,9 +225,11 @@ class SettingsParser {
       smb_.try_emplace(host);
     } else if (EqualsIgnoringCase(name, "monitor") || !watched.empty()) {
       section_ = Section::Monitor;
+      alarmsLine_ = lineNumber_;
       name_ = watched;
     } else if (EqualsIgnoringCase(name, "notify") || !told.empty()) {
       section_ = Section::Notify;
+      alarmsLine_ = lineNumber_;
       name_ = told;
     } else if (!provider.empty()) {
       section_ = Section::Provider;
@@ -428,6 +431,12 @@ class SettingsParser {
     return {};
   }
 
+  std::string CheckAlarms() const {
+    if (alarmsLine_ == 0 || settings_.history.isOn) return {};
+    return At(alarmsLine_,
+              "alarms are raised from the history; take enabled = no out of [history]");
+  }
+
   static std::string TakeDurability(ServerSettings& server) {
     EmbeddedDurability& durability = server.durability;
     for (auto& [key, value] : server.options) {
@@ -490,7 +499,7 @@ class SettingsParser {
   int lineNumber_ = 0;
   Section section_ = Section::None;
   std::string name_;  ///< Of the server, provider or job that the section is about.
-  int tlsLine_ = 0;
+  int tlsLine_ = 0, alarmsLine_ = 0;
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
   std::map<std::string, int> ftpLines_;

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/PlatformError.h"
+#include "platform/linux/system/PathMap.h"
 #include "servers/PrivateServer.h"
 
 namespace torvik {
@@ -25,12 +26,10 @@ class PingCurlTest : public testing::Test {
   }
 
   /// Empty, or the error's words.
-  std::string Send(PingKind kind, const std::string& body = "") {
-    return Send(PingTarget{url_, ""}, kind, body);
-  }
-  std::string Send(const PingTarget& target, PingKind kind, const std::string& body) {
+  std::string Send(PingKind kind, const std::string& body = "") { return SendTo(url_, kind, body); }
+  std::string SendTo(const std::string& url, PingKind kind, const std::string& body = "") {
     try {
-      NewPingCurl()->Send(target, kind, body, cancelled_);
+      NewPingCurl(PathMap())->Send(url, kind, body, cancelled_);
       return {};
     } catch (const PlatformError& error) {
       isTransient_ = error.isTransient;
@@ -103,14 +102,14 @@ TEST_F(PingCurlTest, TheUrlMayStandInAFileThatIsNobodyElses) {
   const auto send = [&](const std::string& text, int mode) {
     disk.Write("url", text);
     disk.SetMode("url", mode);
-    return Send({"", disk.PathOf("url")}, PingKind::Success, "");
+    return SendTo("file:" + disk.PathOf("url"), PingKind::Success);
   };
   EXPECT_EQ(send(url_ + "\r\nmore\n", 0600), "");
   EXPECT_EQ(peer_->Read("calls"), "GET /secret-path\n");
-  EXPECT_THAT(send(url_, 0640), HasSubstr("holds the URL to call and has the mode 0640"));
-  EXPECT_THAT(send("secret\n", 0600), HasSubstr("its first line is no URL"));
-  EXPECT_THAT(Send({"", disk.PathOf("none")}, PingKind::Success, ""),
-              HasSubstr("none: the URL to call cannot be read: No such file"));
+  EXPECT_THAT(send(url_, 0640), HasSubstr("and has the mode 0640"));
+  EXPECT_THAT(send("secret\n", 0600), HasSubstr("there is no URL in it"));
+  EXPECT_THAT(SendTo("file:" + disk.PathOf("none"), PingKind::Success),
+              HasSubstr("the URL of the monitoring service: " + disk.PathOf("none")));
 }
 
 }  // namespace

@@ -71,8 +71,8 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.logons.at("host").password.credential, "ftp-pw");
   const auto& [monitor, notify] = settings.alarms;
   EXPECT_EQ(monitor.at("").textfileDirectory + monitor.at("").pingUrl, "/mHTTPS://h/a?b#c");
-  EXPECT_EQ(monitor.at("sales").textfileDirectory + monitor.at("sales").pingUrl, "/m");
-  EXPECT_EQ(monitor.at("sales").pingUrlFile, "/etc/sales") << "one URL in the place of the other";
+  EXPECT_EQ(monitor.at("sales").textfileDirectory + monitor.at("sales").pingUrl,
+            "/mfile:/etc/sales");
   EXPECT_THAT(notify.at("").command, ElementsAre("page", "to me"));
   EXPECT_EQ(notify.at("").mailTo + notify.at("sales").mailTo, "a@x, b@y");
   EXPECT_EQ(notify.at("sales").commandOn, NotifyOn::Always);
@@ -136,8 +136,9 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
        "line 2: [monitor] has no key \"url\"; there are textfile_directory"},
       {"[monitor a]\ntextfile_directory = m\n", "line 2: textfile_directory is a full path"},
       {"[monitor]\nping_url = secret\n", "line 2: ping_url begins with http:// or https://"},
-      {"[monitor]\nping_url_file = m\n", "line 2: ping_url_file is a full path"},
+      {"[monitor]\nping_url_file = m\n", "line 2: a file is given by its full path"},
       {"[notify a]\nmail = x\n", "line 2: [notify] has no key \"mail\"; there are mail_to"},
+      {"[notify]\n[history]\nenabled = no\n", "line 1: alarms are raised from the history"},
       {"[notify]\ncommand_on = never\n", "line 2: command_on is failure, change or always"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
