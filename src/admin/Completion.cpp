@@ -14,21 +14,28 @@ constexpr unsigned kLongestSeconds = 2;
 /// By the name of the option or positional; a name behind its command goes first.
 const std::map<std::string, WordKind>& Kinds() {
   static const std::map<std::string, WordKind> kinds = {{"JOB", WordKind::Job},
+                                                        {"history JOB", WordKind::JobName},
+                                                        {"trend JOB", WordKind::JobName},
+                                                        {"schedule JOB", WordKind::JobName},
+                                                        {"unschedule JOB", WordKind::JobName},
+                                                        {"KEY", WordKind::JobKey},
                                                         {"FILE", WordKind::File},
                                                         {"--output", WordKind::File},
                                                         {"--log", WordKind::File},
+                                                        {"--svg", WordKind::File},
+                                                        {"--jobs", WordKind::Directory},
+                                                        {"--root", WordKind::Directory},
                                                         {"--package", WordKind::Package},
                                                         {"get NAME", WordKind::Package},
                                                         {"remove NAME", WordKind::Package},
                                                         {"versions NAME", WordKind::Package},
                                                         {"prune NAME", WordKind::Package},
-                                                        {"--model", WordKind::Model},
-                                                        {"MODEL", WordKind::Model},
                                                         {"link remove NAME", WordKind::Link},
+                                                        {"MODEL", WordKind::Model},
+                                                        {"--model", WordKind::Model},
                                                         {"SERVER", WordKind::Server},
                                                         {"--server", WordKind::Server},
-                                                        {"--warehouse-server", WordKind::Server},
-                                                        {"KEY", WordKind::JobKey}};
+                                                        {"--warehouse-server", WordKind::Server}};
   return kinds;
 }
 
@@ -67,14 +74,6 @@ const CLI::App* CommandOf(const CLI::App& group, const std::string& name) {
   for (const CLI::App* command : CommandsOf(group))
     if (command->get_name() == name) return command;
   return nullptr;
-}
-
-/// One of a set, where the option has such a check: "TEXT:{dts,dw}".
-std::vector<std::string> ValuesOf(const CLI::Option& option) {
-  const std::string type = option.get_type_name();
-  const std::size_t begin = type.find('{'), end = type.find('}');
-  if (begin == type.npos || end == type.npos) return {};
-  return CLI::detail::split(type.substr(begin + 1, end - begin - 1), ',');
 }
 
 /// Goes through the words up to the last one.
@@ -128,7 +127,6 @@ class Walk {
   }
 
   void AddValue(const CLI::Option& option) {
-    for (const std::string& value : ValuesOf(option)) Add(value, "");
     expected_.kind = KindOf(*command_, option);
     // A package is drawn from a file, or from the server that is named.
     if (command_->get_name() == "graph" && expected_.options.contains("--server") &&

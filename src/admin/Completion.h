@@ -15,8 +15,9 @@ namespace torvik::admin {
 /// shells' side.
 inline constexpr const char* kCompleteCommand = "__complete";
 
-/// What a word may be, as far as a command says it.
-enum class WordKind { Any, File, Directory, Job, Package, Model, Link, Server, JobKey };
+/// What a word may be, as far as a command says it. A Job is a file, a JobName one of the
+/// machine's.
+enum class WordKind { Any, File, Directory, Job, JobName, Package, Model, Link, Server, JobKey };
 
 /// What may stand in place of the last word.
 struct Expected {

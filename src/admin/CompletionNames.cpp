@@ -1,5 +1,6 @@
 #include "admin/Admin.h"
 #include "admin/Completion.h"
+#include "admin/JobTimer.h"
 #include "config/JobSettings.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/FieldReaders.h"
@@ -75,6 +76,7 @@ std::vector<std::string> NamesOf(const Expected& expected) {
     case WordKind::Directory:
     case WordKind::Job: return {};
     case WordKind::JobKey: return KeysOfJobs();
+    case WordKind::JobName: return JobsIn(UnitPlaces().Jobs());
     default: break;
   }
   LinuxPlatform platform = NewLinuxPlatform([] {});

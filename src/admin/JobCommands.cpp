@@ -9,6 +9,7 @@
 #include "admin/FromDtsrun.h"
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
+#include "admin/JobTimer.h"
 #include "admin/ScheduleCommands.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
@@ -38,8 +39,7 @@ int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOpt
   return check.report.HasProblems() ? 1 : 0;
 }
 
-/// Job files of the machine's own jobs, where no run can write, and where their logs go.
-constexpr const char* kMachineJobs = "/etc/torvik/jobs";
+/// Where the logs of the machine's own jobs go, beside whose files no run can write.
 constexpr const char* kMachineLogs = "/var/log/torvik";
 
 /// Beside the job file, unless it is given.
@@ -47,7 +47,7 @@ std::string Beside(const JobOptions& options, const std::string& given, const ch
   if (!given.empty()) return given;
   const std::filesystem::path job = std::filesystem::absolute(options.file).lexically_normal();
   const std::filesystem::path place = job.parent_path();
-  return ((place == kMachineJobs ? kMachineLogs : place) / job.stem()).string() + ending;
+  return ((place == UnitPlaces().Jobs() ? kMachineLogs : place) / job.stem()).string() + ending;
 }
 
 int NewJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
