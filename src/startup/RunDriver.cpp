@@ -111,6 +111,7 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
     Fail();
     Record(job);
     program_.recorder.Fails("nothing was run: " + reason);
+    program_.recorder.End(RunOutcome::Failure);
   }
   form_.ShowVerdict(RunVerdict::Failure);
   ShowBox("Nothing was run: " + reason, "Torv Error");

@@ -1,9 +1,10 @@
-"""What is run under failures: five scenes, each in a directory that is prepared once and put back before each run.
+"""What is run under failures: six scenes, each in a directory that is prepared once and put back before each run.
 
 A scene knows its command, what stands in its databases and files, and the word by which its command says how it went.
 """
 
 import getpass
+import json
 import os
 import shutil
 import sqlite3
@@ -150,6 +151,10 @@ class Embedded:
         """What else is wrong after a run that was not killed."""
         return []
 
+    def problems_of_alarms(self, word, killed, said):
+        """What else is wrong once whoever is to be called has been called."""
+        return []
+
     def mutable_files(self):
         """The files that a run replaces, and whether these bytes may stand there in the place of the old ones."""
         words = (None, b"running\r\n", b"ok\r\n", b"failure\r\n")
@@ -163,6 +168,35 @@ class Embedded:
     def log(self):
         """The lines of the run, where the command writes a log."""
         return (self.read("err.txt") or b"").decode("cp1252")[len(OLD_LOG):].splitlines()
+
+
+class Watched(Embedded):
+    """The same job; a program is called at the end of each run."""
+
+    # The system takes a descriptor back whatever close answers. An injected answer leaves it open, and who waits for
+    # the end of a pipe waits for ever.
+    unreal = {("close", error) for error in ("EINTR", "EIO")}
+
+    def settings(self):
+        self.write("metrics/readme", "")
+        return super().settings() + (f"[monitor]\ntextfile_directory = {self.path('metrics')}\n"
+                                     f"[notify]\ncommand = dd of={self.path('called')} oflag=append conv=notrunc status=none\ncommand_on = always\n")
+
+    def problems_of_alarms(self, word, killed, said):
+        """What is called says what the word says; of a killed run, and of one whose end could not be kept, at least
+        that it is no success."""
+        subprocess.run([self.program("torvik-admin"), "alarms"], cwd=self.directory, env=self.environment,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        outcomes = {json.loads(line)["outcome"] for line in (self.read("called") or b"").splitlines()}
+        fitting = {"ok"} if word == "ok" else {"failure", "lost"}
+        if killed or "the history" in said:
+            fitting.add("lost")
+        if "the status file" in said:  # the word is not there
+            fitting.add("ok")
+        if not outcomes <= fitting:
+            yield f"ended with {word}, and the calls say {sorted(outcomes)}"
+        if not outcomes and not killed and word != "none":
+            yield f"ended with {word}, and nobody was called"
 
 
 class PostgreSql(Embedded):
@@ -314,4 +348,4 @@ class JobSaved(PackagePut):
         return dict.fromkeys(["job.etl", "jobs/job.etl"], lambda now, old: now is not None)
 
 
-SCENES = {"embedded": Embedded, "postgresql": PostgreSql, "remote": Remote, "put": PackagePut, "save": JobSaved}
+SCENES = {"embedded": Embedded, "watched": Watched, "postgresql": PostgreSql, "remote": Remote, "put": PackagePut, "save": JobSaved}

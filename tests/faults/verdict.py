@@ -56,6 +56,7 @@ class Judge:
         else:
             problems = list(self._of_the_end(ended, killed, word))
         problems += self._of_what_stands(killed)
+        problems += self.scene.problems_of_alarms(word, killed, ended.err)
         self.scene.make_ready()
         again = self.scene.runner.plain()
         problems += [f"the next run: {problem}" for problem in self._of_the_next_run(again)]

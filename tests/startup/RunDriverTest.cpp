@@ -276,6 +276,13 @@ TEST_F(ProgramTest, OneRunOfAJobAndInALogDirectoryAtATime) {
     EXPECT_THAT(host.state.calls, IsEmpty());
     EXPECT_THAT(locks.held, IsEmpty());
     EXPECT_FALSE(Form().IsOpen());
+    const bool isMine = c.status != std::string("old");
+    ASSERT_EQ(history.runs.size(), isMine ? 1u : 0u);
+    if (isMine) {
+      EXPECT_EQ(history.runs[0].outcome, RunOutcome::Failure);
+      EXPECT_EQ(history.runs[0].error, c.reason);
+    }
+    history.runs.clear();
   }
 }
 
