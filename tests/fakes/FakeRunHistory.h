@@ -9,7 +9,7 @@
 namespace torvik {
 
 /// Keeps runs in memory, the earliest first.
-struct FakeRunHistory final : RunHistory {
+struct FakeRunHistory : RunHistory {
   std::vector<RunRecord> runs;
   std::string failure;      ///< What writers answer.
   bool unreadable = false;  ///< Whoever reads fails.
