@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "scenarios/Sandbox.h"
 
@@ -17,6 +19,25 @@ bool IsRoom(const fs::path& file) {
   const std::string name = file.filename().string();
   return name.starts_with("libtorvik-") && file.extension() == ".so" &&
          name != "libtorvik-desktop.so";
+}
+
+constexpr const char* kOfAnotherVersion = "of another version";
+
+/// The real one, with its version changed where it stands.
+void MakeModule(const Sandbox& sandbox) {
+  const fs::path real = fs::path(TORVIK_PROGRAM).parent_path() / "libtorvik-postgres.so";
+  std::ifstream file(real, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const std::string own = TORVIK_VERSION;
+  std::string version = own;
+  std::replace_if(
+      version.begin(), version.end(), [](char c) { return c != '.'; }, '9');
+  std::size_t changed = 0;
+  for (std::size_t at = 0; (at = bytes.find(own + '\0', at)) != bytes.npos; ++changed)
+    bytes.replace(at, own.size(), version);
+  ASSERT_GT(changed, 0u);
+  fs::remove(sandbox.PathOf("libtorvik-postgres.so"));
+  sandbox.WriteFile("libtorvik-postgres.so", bytes);
 }
 
 TEST(Modules, FindAllThatTheyNeedInBothPrograms) {
@@ -44,9 +65,13 @@ TEST(Modules, AreNamedWithTheirPackagesWhereTheyCannotBeLoaded) {
   } cases[] = {
       {nullptr, "dw.example needs libtorvik-postgres.so, which is not installed"},
       {"no library", "libtorvik-postgres.so: file too short; install libpq5"},
+      {kOfAnotherVersion, "libtorvik-postgres.so is of torvik 9"},
   };
   for (const auto& c : cases) {
-    if (c.module != nullptr) sandbox.WriteFile("libtorvik-postgres.so", c.module);
+    if (c.module == kOfAnotherVersion)
+      MakeModule(sandbox);
+    else if (c.module != nullptr)
+      sandbox.WriteFile("libtorvik-postgres.so", c.module);
     const ProgramResult result = sandbox.Run({program, "package", "list"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.err, HasSubstr(c.words));

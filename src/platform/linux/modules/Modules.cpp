@@ -3,8 +3,10 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <string_view>
 
 #include "platform/PlatformError.h"
+#include "platform/Version.h"
 
 namespace torvik {
 namespace {
@@ -21,9 +23,25 @@ std::string FindModule(const std::string& file) {
   return "";
 }
 
-void* FindAt(const std::string& path, const char* function, std::string& reason) {
+/// Null, and `reason` set, for one that cannot be loaded, and for one of another version, which an
+/// upgrade has put there while this program runs.
+void* Load(const std::string& path, std::string& reason) {
   void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  void* const found = module == nullptr ? nullptr : dlsym(module, function);
+  if (module == nullptr) {
+    reason = dlerror();
+    return nullptr;
+  }
+  const auto* const version = static_cast<const char*>(dlsym(module, "torvik_module_version"));
+  const std::string_view known = version == nullptr ? "an unknown version" : version;
+  if (known == kVersion) return module;
+  reason = path + " is of torvik " + std::string(known) + ", this program of " + kVersion;
+  return nullptr;
+}
+
+void* FindAt(const std::string& path, const char* function, std::string& reason) {
+  void* const module = Load(path, reason);
+  if (module == nullptr) return nullptr;
+  void* const found = dlsym(module, function);
   if (found == nullptr) reason = dlerror();
   return found;
 }
@@ -63,7 +81,8 @@ std::string NotLoaded(const RoomModule& module, const std::string& reason) {
 std::string WhyUnusable(const RoomModule& module) {
   const std::string path = FindModule(module.file);
   if (path.empty()) return NotInstalled(module);
-  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr ? NotLoaded(module, dlerror()) : "";
+  std::string reason;
+  return Load(path, reason) == nullptr ? NotLoaded(module, reason) : "";
 }
 
 void* FindInModule(const RoomModule& module, void* standIn, const std::string& subject) {
