@@ -16,6 +16,8 @@ class LogForm {
   virtual void SetFormStatus(const std::string& text) = 0;
   /// Shows a line that has gone to the log, in the status bar too.
   virtual void ShowLogLine(const std::string& line) { SetFormStatus(line); }
+  /// Shows why something has failed: `place` is a step, "package", "data links" or the like.
+  virtual void ShowProblem(const std::string& /*place*/, const std::string& /*reason*/) {}
   /// Shows how a step of the running package stands.
   virtual void ShowStep(const StepProgress&) {}
 };

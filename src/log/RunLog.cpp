@@ -48,6 +48,7 @@ bool RunLog::Lose(const std::string& what) {
   if (std::ranges::find(losses_, what) != losses_.end()) return false;
   losses_.push_back(what);
   messages_.Report(what);
+  if (form_ != nullptr) form_->ShowProblem("log", what);
   return true;
 }
 

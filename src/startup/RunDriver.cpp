@@ -107,6 +107,7 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
   }
   program_.log.ShowOnly(false);
   program_.platform.messages.Report("nothing was run: " + reason);
+  form_.ShowProblem("run", reason);
   if (locks_.OwnsStatusFile()) {
     Fail();
     Record(job);
@@ -130,6 +131,7 @@ void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   Log("Loaded DTS Package : " + job.DTSPackageName);
   if (!DataLinksAreLoaded()) return;  // the status file stays at "running"
   if (!StoreLinksAndFetchRemoteData(job)) {
+    ShowMissingData();
     Fail();
     return;
   }
@@ -150,6 +152,7 @@ void RunDriver::LogHeader(const ExecDTSPackage& job) {
 void RunDriver::ReportLoadFailure(const ExecDTSPackage& job) {
   Log("Error: DTS Package loading error");
   program_.recorder.Fails(job.LoadProblem());
+  form_.ShowProblem("package", job.LoadProblem());
   Fail();
   ShowBox(job.LastError(), "DTS Load Error");
 }
@@ -160,6 +163,7 @@ bool RunDriver::DataLinksAreLoaded() {
     return form_.getDataLinkInfo();
   } catch (const PlatformError& error) {
     Log("Error: the data links cannot be loaded: " + error.Description());
+    form_.ShowProblem("data links", error.Description());
     return false;
   }
 }
@@ -172,8 +176,14 @@ bool RunDriver::StoreLinksAndFetchRemoteData(ExecDTSPackage& job) {
     return job.HandleRemoteData();
   } catch (const std::exception& error) {
     Log("Error: the data links cannot be used: " + WordsOf(error));
+    form_.ShowProblem("data links", WordsOf(error));
     return false;
   }
+}
+
+void RunDriver::ShowMissingData() {
+  for (const FetchRecord& fetch : program_.recorder.Record().fetches)
+    if (!fetch.isComplete) form_.ShowProblem("data link " + fetch.link, fetch.error);
 }
 
 void RunDriver::ExecutePackage(ExecDTSPackage& job) {
@@ -212,6 +222,7 @@ void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::strin
                                ? "Execution of DTS Package '" + job.DTSPackageName + "' failed."
                                : job.LastError();
   program_.recorder.Fails(raised.empty() ? text : raised);
+  if (!raised.empty()) form_.ShowProblem("package", raised);
   Fail();
   if (form_.StartInConfigMode) {
     ShowBox(raised.empty() ? text : text + "\r\n" + raised, "DTS Exec Error");
@@ -225,6 +236,7 @@ void RunDriver::ReportExecuteFailure(const ExecDTSPackage& job, const std::strin
 void RunDriver::EndUnexpectedly(const std::string& reason) {
   const std::string line = "Error: the run ended unexpectedly: " + reason;
   Attempt([&] { program_.recorder.Fails(line); });
+  Attempt([&] { form_.ShowProblem("run", reason); });
   Attempt([&] { Log(line); });
   Attempt([&] { program_.platform.messages.Report(line); });
   Attempt([&] { Fail(); });

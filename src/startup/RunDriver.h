@@ -31,6 +31,7 @@ class RunDriver {
   void ReportLoadFailure(const ExecDTSPackage& job);
   bool DataLinksAreLoaded();
   bool StoreLinksAndFetchRemoteData(ExecDTSPackage& job);
+  void ShowMissingData();
   void ExecutePackage(ExecDTSPackage& job);
   void ReportExecuteFailure(const ExecDTSPackage& job, const std::string& raised);
   void TellGatheringProblems();

@@ -53,6 +53,7 @@ void RunProgress::OnRetry(std::string_view step, std::string_view description) {
 void RunProgress::OnError(std::string_view step, std::string_view description) {
   recorder_.StepFails(step, description);
   if (!step.empty()) form_.ShowStep({std::string(step), StepState::Failed, 0});
+  form_.ShowProblem(step.empty() ? "package" : std::string(step), std::string(description));
   const std::string where = step.empty() ? "" : "step '" + std::string(step) + "': ";
   messages_.Report(where + std::string(description));
 }

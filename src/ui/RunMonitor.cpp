@@ -36,6 +36,7 @@ void RunMonitor::Forget() {
   lines_.clear();
   begins_.clear();
   Steps.Set({});
+  Problems.Set({});
   LinesChanged();
   Verdict.Set(RunVerdict::None);
 }
@@ -43,6 +44,14 @@ void RunMonitor::Forget() {
 void RunMonitor::AddLine(const std::string& line) {
   lines_.push_back(line);
   LinesChanged();
+}
+
+void RunMonitor::AddProblem(const std::string& place, const std::string& reason) {
+  std::vector<Problem> problems = Problems.Get();
+  const auto isTold = [&](const Problem& one) { return one.reason == reason; };
+  if (reason.empty() || std::ranges::any_of(problems, isTold)) return;
+  problems.push_back({place, reason});
+  Problems.Set(std::move(problems));
 }
 
 void RunMonitor::ShowStep(const StepProgress& progress) {

@@ -23,9 +23,16 @@ class RunMonitor {
     bool operator==(const Step&) const = default;
   };
 
+  /// Why something has failed: a step, or what stands in its place.
+  struct Problem {
+    std::string place, reason;
+    bool operator==(const Problem&) const = default;
+  };
+
   explicit RunMonitor(Clock& clock) : clock_(clock) {}
 
   Observable<std::vector<Step>> Steps;
+  Observable<std::vector<Problem>> Problems;
   Observable<RunVerdict> Verdict{RunVerdict::None};
   Observable<bool> Runs;
   Signal LinesChanged;
@@ -37,6 +44,8 @@ class RunMonitor {
   void End() { Runs.Set(false); }
   void AddLine(const std::string& line);
   void ShowStep(const StepProgress& progress);
+  /// What is told twice is kept once.
+  void AddProblem(const std::string& place, const std::string& reason);
 
  private:
   Clock& clock_;

@@ -88,6 +88,9 @@ class frmRunnerMain final : public MainForm {
   std::string ErrorFile() const override { return txtDTSErrorFile.Text.Get(); }
   void SetFormStatus(const std::string& text) override;
   void ShowLogLine(const std::string& line) override;
+  void ShowProblem(const std::string& place, const std::string& reason) override {
+    Monitor.AddProblem(place, reason);
+  }
   void ShowStep(const StepProgress& progress) override { Monitor.ShowStep(progress); }
   void SetFormTitle(const std::string& text);
 

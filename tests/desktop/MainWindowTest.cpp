@@ -181,6 +181,21 @@ TEST_F(MainWindowTest, AFailureIsShownInABoxAndInColour) {
   Click("Execute");
   EXPECT_THAT(box, HasSubstr("DTS Exec Error|load orders in 'Sales_LoadDW' failed."));
   EXPECT_TRUE(session_.Find<QLabel>("Failed").isVisible());
+  // The reason stands in the window, and can be taken along.
+  auto& problems = session_.Find<QTreeWidget>("Problems");
+  EXPECT_TRUE(problems.isVisible());
+  ASSERT_EQ(problems.topLevelItemCount(), 1);
+  problems.topLevelItem(0)->setSelected(true);
+  session_.Window().activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&session_.Window()));
+  problems.setFocus();
+  QTest::keyClick(&problems, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_THAT(
+      QApplication::clipboard()->text().toStdString(),
+      HasSubstr("load orders: S:\\orders.csv, line 2, column 1 (no): \"x\" is not a whole"));
+  session_.Files().WriteFile("orders.csv", "no,name\n1,one\n");
+  Click("Execute");
+  EXPECT_FALSE(problems.isVisible());
 }
 
 TEST_F(MainWindowTest, AWaitForRemoteDataIsCancelledByClose) {

@@ -74,6 +74,11 @@ void TakeRun(DesktopSession& session, const Camera& camera) {
   session.Form().ShowVerdict(RunVerdict::Ok);
   session.Form().SetBusy(false);
   camera.Take(session.Window(), "run-ok");
+  session.Form().ShowProblem(
+      "load orders",
+      "S:\\orders.csv, line 2, column 1 (no): \"x\" is not a whole number; it goes into column no "
+      "(INTEGER)");
+  session.Form().ShowStep({"load orders", StepState::Failed, 0});
   session.Form().ShowVerdict(RunVerdict::Failure);
   camera.Take(session.Window(), "run-failed");
 }

@@ -1,5 +1,8 @@
 #include "ui/qt/RunView.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -7,6 +10,8 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QScrollArea>
+#include <QStyle>
+#include <QTreeWidget>
 #include <QVBoxLayout>
 #include <vector>
 
@@ -88,6 +93,43 @@ void ShowVerdict(QLabel& label, RunVerdict verdict, bool runs) {
                                 "; color: white; border-radius: 3px; padding: 3px 8px");
 }
 
+/// The reasons of a failure, each with its place; the rows that are chosen can be copied.
+class ProblemList final : public QTreeWidget {
+ public:
+  ProblemList() {
+    setHeaderLabels({Tr("Problem in"), Tr("Reason")});
+    setAccessibleName(Tr("Problems"));
+    setRootIsDecorated(false);
+    setWordWrap(true);
+    setSelectionMode(ExtendedSelection);
+    setMaximumHeight(fontMetrics().height() * 9);
+    auto* const copy = new QAction(Tr("&Copy"), this);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    connect(copy, &QAction::triggered, this, [this] { Copy(); });
+    addAction(copy);
+    setContextMenuPolicy(Qt::ActionsContextMenu);
+  }
+
+  void Show(const std::vector<RunMonitor::Problem>& problems) {
+    clear();
+    for (const RunMonitor::Problem& problem : problems) {
+      auto* const row = new QTreeWidgetItem(this, {ToQt(problem.place), ToQt(problem.reason)});
+      row->setIcon(0, style()->standardIcon(QStyle::SP_MessageBoxCritical));
+      row->setToolTip(1, ToQt(problem.reason));
+    }
+    resizeColumnToContents(0);
+    setVisible(!problems.empty());
+  }
+
+ private:
+  void Copy() {
+    QStringList lines;
+    for (const QTreeWidgetItem* row : selectedItems()) lines << row->text(0) + ": " + row->text(1);
+    QApplication::clipboard()->setText(lines.join("\n"));
+  }
+};
+
 void ShowLines(QPlainTextEdit& log, const std::vector<std::string>& lines) {
   // Lines are added; fewer of them are another run's.
   if (lines.size() <= 1) log.clear();
@@ -112,13 +154,17 @@ QWidget* NewRunView(RunMonitor& monitor) {
   log->setMaximumBlockCount(10'000);
   log->setAccessibleName(Tr("Lines of the log"));
   log->setMinimumHeight(group->fontMetrics().height() * 4);
+  auto* const problems = new ProblemList;
   layout->addWidget(verdict);
+  layout->addWidget(problems);
   layout->addWidget(scroll);
   layout->addWidget(log, 1);
   group->hide();
 
   Watch(monitor.Steps, *steps,
         [](StepRows& rows, const std::vector<RunMonitor::Step>& all) { rows.Show(all); });
+  Watch(monitor.Problems, *problems,
+        [](ProblemList& list, const std::vector<RunMonitor::Problem>& all) { list.Show(all); });
   const auto show = [&monitor](QLabel& label, const auto&) {
     ShowVerdict(label, monitor.Verdict.Get(), monitor.Runs.Get());
   };
