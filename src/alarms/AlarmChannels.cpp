@@ -13,10 +13,14 @@ namespace {
 
 constexpr int kTries = 3;
 constexpr std::chrono::seconds kBetweenTries{1};
-constexpr const char* kLater = "; the next run, or torvik-admin alarms, tries it again";
 
 std::string Named(const RunRecord& run) {
   return (run.id == 0 ? "a run" : "the run " + std::to_string(run.id)) + " of " + JobName(run.job);
+}
+
+/// The history alone knows of it later.
+std::string Later(const RunRecord& run) {
+  return run.id == 0 ? "" : "; the next run, or torvik-admin alarms, tries it again";
 }
 
 /// The empty text, or why the mail is not sent.
@@ -93,7 +97,7 @@ std::vector<std::string> SendMails(Mailer& mailer, Announcements& announcements,
     announcement.isMailSent = reason.empty();
     if (reason.empty()) continue;
     problems.push_back("the mail about " + Named(announcement.run) + " is not sent: " + reason +
-                       kLater);
+                       Later(announcement.run));
     if (isTransient || cancelled) break;  // the server is not there for the others either
   }
   return problems;
@@ -109,7 +113,7 @@ std::vector<std::string> StartPrograms(Processes& processes, Announcements& anno
     announcement.hasProgramEnded = reason.empty();
     if (!reason.empty())
       problems.push_back(announcement.program->program + ", started for " +
-                         Named(announcement.run) + ", " + reason + kLater);
+                         Named(announcement.run) + ", " + reason + Later(announcement.run));
   }
   return problems;
 }
