@@ -186,6 +186,16 @@ class PosixFilesTest : public testing::Test {
       NewPosixFiles(PathMap({}, {}, At("state/drives")), *codePages_, At("state/tmp"));
 };
 
+TEST_F(PosixFilesTest, WhatIsForAllIsReadableWhateverTheUmaskSays) {
+  const mode_t before = umask(077);
+  EXPECT_FALSE(files_->ReplaceBytes(At("metrics"), "1"));
+  umask(before);
+  EXPECT_EQ(disk_.ModeOf("metrics"), 0600);
+  EXPECT_FALSE(files_->LetAllRead(At("metrics")));
+  EXPECT_EQ(disk_.ModeOf("metrics"), 0644);
+  EXPECT_EQ(files_->LetAllRead(At("none")), std::errc::no_such_file_or_directory);
+}
+
 TEST_F(PosixFilesTest, TextIsInTheCodePageOnDisk) {
   EXPECT_FALSE(files_->AppendText(At("log"), "\u00e9 \u20ac \u6f22\r\n"));
   EXPECT_EQ(disk_.Read("log"), "\xE9 \x80 ?\r\n");
