@@ -62,7 +62,8 @@ void RunRecorder::StepEnds(std::string_view step, std::int64_t rows, std::int64_
   StepRecord* const record = Find(step);
   if (record == nullptr) return;
   record->end = clock_.Now();
-  record->rows = std::max(rows, record->rows);
+  // Rows that were told on the way were read; of a step that has failed nothing else is known.
+  if (record->outcome != StepOutcome::Failure) record->rows = rows;
   record->rejectedRows = rejectedRows;
   if (record->outcome == StepOutcome::Running) record->outcome = StepOutcome::Ok;
   WriteNowAndThen();
