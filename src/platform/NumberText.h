@@ -1,6 +1,8 @@
 #pragma once
 
 #include <charconv>
+#include <cmath>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -16,6 +18,16 @@ std::optional<Number> NumberOf(std::string_view text) {
   const auto read = std::from_chars(text.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
   return number;
+}
+
+/// 10 to a power. A call of pow() for each value of a column would be a good part of a load; a
+/// double holds the powers of the table exactly.
+inline double PowerOfTen(int exponent) {
+  static constexpr double kExact[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const bool isExact = exponent >= 0 && exponent < static_cast<int>(std::size(kExact));
+  return isExact ? kExact[exponent] : std::pow(10.0, exponent);
 }
 
 }  // namespace torvik

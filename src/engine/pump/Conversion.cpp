@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "engine/pump/RowBatch.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -266,10 +267,9 @@ bool StaysNumber(const ado::Column& column, const ado::LoadValue& value) {
   if (column.kind == Real) return std::isfinite(number);
   if (column.kind != Decimal || !std::isfinite(number)) return false;
   const bool exact = value.GetKind() == ado::LoadValue::Kind::Integer;
-  return column.precision == 0
-             ? exact
-             : std::abs(number) < std::pow(10.0, column.precision - column.scale) &&
-                   column.precision <= std::numeric_limits<double>::digits10;
+  return column.precision == 0 ? exact
+                               : std::abs(number) < PowerOfTen(column.precision - column.scale) &&
+                                     column.precision <= std::numeric_limits<double>::digits10;
 }
 
 /// The whole number that a number is, or is cut to; nothing where it is none or too large for any

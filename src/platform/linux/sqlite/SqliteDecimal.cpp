@@ -39,7 +39,7 @@ std::string DigitsOf(const ado::LoadValue& value) {
 
 bool HasMoreDigits(const ado::LoadValue& value, std::size_t scale) {
   if (value.GetKind() == ado::LoadValue::Kind::Real) {
-    const double unit = std::pow(10.0, static_cast<double>(scale));
+    const double unit = PowerOfTen(static_cast<int>(scale));
     return std::isfinite(value.Real()) &&
            std::nearbyint(value.Real() * unit) / unit != value.Real();
   }
