@@ -78,6 +78,16 @@ void CheckWritable(const std::string& what, const std::string& directory, CheckR
   CheckDisk(what + ": disk", there, report);
 }
 
+/// What a drive or a share leads to; many are only read.
+void CheckMapped(const std::string& what, const std::string& directory, CheckReport& report) {
+  if (access(directory.c_str(), R_OK | X_OK) != 0)
+    return report.Problem(what,
+                          directory + ": " + LastSystemError().message() + "; is it mounted?");
+  const bool isWritable = access(directory.c_str(), W_OK) == 0;
+  report.Ok(what, directory + (isWritable ? " is there" : " is there, to be read alone"));
+  if (isWritable) CheckDisk(what + ": disk", directory, report);
+}
+
 void CheckLocal(const std::string& what, const std::string& directory, CheckReport& report) {
   struct statfs system {};
   if (statfs(PlaceThere(directory).c_str(), &system) != 0) return;
@@ -130,14 +140,9 @@ void CheckDirectories(const LinuxPlatform& platform, CheckReport& report) {
     CheckLocal("server " + name, server.directory, report);
   }
   for (const auto& [letter, directory] : settings.drives)
-    CheckWritable("drive " + letter + ":", directory, report);
-  for (const auto& [share, directory] : settings.shares) {
-    if (access(directory.c_str(), R_OK | X_OK) == 0)
-      report.Ok("share " + share, directory + " is there");
-    else
-      report.Problem("share " + share,
-                     directory + ": " + LastSystemError().message() + "; is it mounted?");
-  }
+    CheckMapped("drive " + letter, directory, report);
+  for (const auto& [share, directory] : settings.shares)
+    CheckMapped("share " + share, directory, report);
 }
 
 void CheckClock(const LinuxPlatform& platform, CheckReport& report) {

@@ -140,11 +140,11 @@ TEST_F(RunEnd, WithTooLittleOfSomethingItEndsWithItsVerdictAndTheReason) {
   };
   std::filesystem::copy_file(torvik, sandbox.PathOf("torvik"));
 #ifdef __SANITIZE_ADDRESS__
-  constexpr int kLeastFiles = 20;  // sanitizers open files themselves to look at memory
+  constexpr int kLeastFiles = 24;  // sanitizers open files themselves to look at memory
 #else
   constexpr int kLeastFiles = 4;
 #endif
-  for (int files = kLeastFiles; files <= 20; ++files)
+  for (int files = kLeastFiles; files <= 24; ++files)
     runWith("--nofile=" + std::to_string(files), {});
   std::vector<std::string> asUser;
   if (geteuid() == 0) {  // for whom there is no limit of processes
