@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <filesystem>
+#include <thread>
 
 #include "platform/PlatformError.h"
 #include "platform/linux/system/Posix.h"
@@ -14,7 +16,7 @@ namespace {
 
 constexpr const char* kSource = "history";
 constexpr int kVersion = 1;
-/// A run does not wait longer than this for another one's row.
+/// How long a reader waits for writers.
 constexpr int kBusyMilliseconds = 500;
 
 constexpr const char* kTables = R"(
@@ -76,7 +78,8 @@ std::string UriPath(const std::string& path) {
   return escaped;
 }
 
-/// What a group may do in the directory it may do with the file.
+/// The file belongs to whom the directory belongs to, as far as we may give it away, so that what
+/// root has begun other users go on with. What a group may do in the directory it may do with it.
 void MakeFile(const std::string& path) {
   const std::string directory = path.substr(0, path.rfind('/'));
   struct stat status {};
@@ -84,11 +87,35 @@ void MakeFile(const std::string& path) {
     MakePrivateDirectory(directory);
     stat(directory.c_str(), &status);
   }
-  const mode_t mode = (status.st_mode & S_IWGRP) != 0 ? 0660 : 0600;
-  const int file = open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, mode);
-  if (file < 0) return;  // it is there, or SQLite says why it cannot be made
-  fchmod(file, mode);
-  close(file);
+  const Descriptor file = OpenFile(path, O_CREAT | O_EXCL | O_RDWR, 0600);
+  if (!file.IsOpen()) return;  // it is there, or SQLite says why it cannot be made
+  const uid_t owner = geteuid() == 0 ? status.st_uid : geteuid();
+  const bool isGiven = fchown(file.Number(), owner, status.st_gid) == 0;
+  fchmod(file.Number(), isGiven && (status.st_mode & S_IWGRP) != 0 ? 0660 : 0600);
+}
+
+/// SQLite gives the files beside a database its mode, and its group only when root runs it.
+void ShareWithGroup(const std::string& path) {
+  struct stat database {};
+  if (stat(path.c_str(), &database) != 0 || (database.st_mode & S_IWGRP) == 0) return;
+  for (const char* beside : {"-wal", "-shm"}) {
+    struct stat status {};
+    const std::string name = path + beside;
+    const bool isOurs = stat(name.c_str(), &status) == 0 && status.st_uid == geteuid();
+    // A failure leaves it as it is: others are told when they write.
+    if (isOurs && status.st_gid != database.st_gid &&
+        chown(name.c_str(), database.st_uid, database.st_gid) != 0)
+      return;
+  }
+}
+
+int OnBusy(void* patience, int) {
+  constexpr std::chrono::milliseconds kSlice(5);
+  auto& [left, kept] = *static_cast<HistoryPatience*>(patience);
+  if (left - kSlice < kept) return 0;
+  left -= kSlice;
+  std::this_thread::sleep_for(kSlice);
+  return 1;
 }
 
 std::int64_t VersionOf(sqlite3* handle) {
@@ -111,13 +138,16 @@ void RequireVersion(sqlite3* handle, const std::string& path) {
         path, "a later version of torvik has made this history; it is neither read nor written");
 }
 
-HistoryHandle OpenForWriting(const std::string& path) {
+HistoryHandle OpenForWriting(const std::string& path, HistoryPatience& patience) {
   MakeFile(path);
   HistoryHandle handle = OpenAs(path, SQLITE_OPEN_READWRITE);
+  sqlite3_busy_handler(handle.get(), OnBusy, &patience);
   if (VersionOf(handle.get()) == 0) MakeTables(handle.get());
   RequireVersion(handle.get(), path);
-  // A power cut may cost the last rows, and costs no more; closing writes nothing to the disk.
+  ShareWithGroup(path);
+  // A power cut may cost the last rows, and costs no more; only ShortenLog waits for the disk.
   Execute(handle.get(), "PRAGMA synchronous = NORMAL");
+  sqlite3_wal_autocheckpoint(handle.get(), 0);
   sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   int keep = 1;
   sqlite3_file_control(handle.get(), nullptr, SQLITE_FCNTL_PERSIST_WAL, &keep);
@@ -157,15 +187,22 @@ void CloseHistory::operator()(sqlite3* handle) const {
   sqlite3_close_v2(handle);
 }
 
-HistoryHandle OpenHistory(const std::string& path, std::string& note) {
+HistoryHandle OpenHistory(const std::string& path, std::string& note, HistoryPatience& patience) {
   try {
-    return OpenForWriting(path);
+    return OpenForWriting(path, patience);
   } catch (const PlatformError& error) {
     if (!IsDamage(static_cast<int>(error.number))) throw;
     MendHistory(path, note);
     if (note.empty()) throw;
   }
-  return OpenForWriting(path);
+  return OpenForWriting(path, patience);
+}
+
+void ShortenLog(sqlite3* handle, const std::string& path, std::uintmax_t bytes) {
+  std::error_code error;
+  const auto length = std::filesystem::file_size(path + "-wal", error);
+  if (error || length < bytes) return;
+  sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
 void MendHistory(const std::string& path, std::string& note) {
@@ -184,7 +221,8 @@ HistoryHandle ReadHistory(const std::string& path) {
     handle = OpenAs(path, SQLITE_OPEN_READWRITE);
     if (VersionOf(handle.get()) == 0) return nullptr;  // its maker is about to make its tables
   } catch (const PlatformError& error) {
-    if (IsDamage(static_cast<int>(error.number))) throw;
+    const int code = static_cast<int>(error.number);
+    if (IsDamage(code) || (code & 0xFF) == SQLITE_BUSY) throw;
     handle = OpenAs("file:" + UriPath(path) + "?immutable=1", SQLITE_OPEN_READONLY);
     if (VersionOf(handle.get()) == 0) return nullptr;
   }

@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -12,10 +14,21 @@ struct CloseHistory {
 };
 using HistoryHandle = std::unique_ptr<sqlite3, CloseHistory>;
 
+/// How long a writer may still wait for other ones, and how much of it is kept for later.
+struct HistoryPatience {
+  std::chrono::milliseconds left{}, kept{};
+};
+
 /// Opens the history for writing and makes it when there is none, with its tables. A damaged one is
-/// moved aside, which `note` tells, and begun anew. Throws PlatformError; what a damaged one meets
-/// when it is written to is thrown too, and mended by MendHistory.
-HistoryHandle OpenHistory(const std::string& path, std::string& note);
+/// moved aside, which `note` tells, and begun anew. Each wait for other writers is taken from
+/// `patience`, which must outlive the handle. Throws PlatformError; what a damaged one meets when
+/// it is written to is thrown too, and mended by MendHistory.
+HistoryHandle OpenHistory(const std::string& path, std::string& note, HistoryPatience& patience);
+
+/// Brings into the file what lies in the log beside it, when that is `bytes` or more: it takes the
+/// disk's time, and the next writer reads the log whole. What stands in the way is waited for as
+/// the handle's patience allows; a failure is another time's work.
+void ShortenLog(sqlite3* handle, const std::string& path, std::uintmax_t bytes);
 
 /// Moves the history aside if it is damaged, as a failed write may show; `note` tells then.
 void MendHistory(const std::string& path, std::string& note);

@@ -19,19 +19,24 @@ std::string TextOf(const std::string& path) {
   return text;
 }
 
-/// 0 when there is none of that number, or it may not be seen.
-std::int64_t StartOf(int process) {
+struct ProcessState {
+  char state = ' ';        ///< 'Z': it has ended, and nobody has asked how.
+  std::int64_t start = 0;  ///< 0 when there is none of that number, or it may not be seen.
+};
+
+ProcessState StateOf(int process) {
   const std::string stat = TextOf("/proc/" + std::to_string(process) + "/stat");
   // The program's name, in parentheses, may hold anything.
   const std::size_t name = stat.rfind(')');
-  if (name == stat.npos) return 0;
-  constexpr int kFirstBehindName = 3, kStart = 22;
+  ProcessState found;
+  if (name == stat.npos) return found;
+  constexpr int kFirstBehindState = 4, kStart = 22;
   std::istringstream fields(stat.substr(name + 1));
+  fields >> found.state;
   std::string skipped;
-  for (int i = kFirstBehindName; i < kStart; ++i) fields >> skipped;
-  std::int64_t start = 0;
-  fields >> start;
-  return start;
+  for (int i = kFirstBehindState; i < kStart; ++i) fields >> skipped;
+  fields >> found.start;
+  return found;
 }
 
 std::string BootOf() {
@@ -52,15 +57,16 @@ std::string Unit() {
 }  // namespace
 
 RunProcess ThisProcess() {
-  return {getpid(), StartOf(getpid()), BootOf()};
+  return {getpid(), StateOf(getpid()).start, BootOf()};
 }
 
 bool IsGone(const RunProcess& process) {
   const std::string boot = BootOf();
   if (!boot.empty() && !process.boot.empty() && boot != process.boot) return true;
   if (kill(process.number, 0) != 0 && errno == ESRCH) return true;
-  const std::int64_t start = StartOf(process.number);
-  return start != 0 && process.start != 0 && start != process.start;
+  const ProcessState now = StateOf(process.number);
+  if (now.state == 'Z' || now.state == 'X') return true;
+  return now.start != 0 && process.start != 0 && now.start != process.start;
 }
 
 std::string WhoStarted() {

@@ -20,11 +20,18 @@ using std::chrono::microseconds;
 constexpr const char* kForget =
     "DELETE FROM run WHERE id IN (SELECT id FROM run WHERE begin < ? ORDER BY begin LIMIT 200)";
 
+/// A run waits this long for other writers, in all that it writes; the second half is for its end.
+constexpr std::chrono::milliseconds kPatience{1000};
+
+/// The log beside the file is kept shorter than this at the ends of runs, and during them.
+constexpr std::uintmax_t kLogAtEnd = 512 << 10, kLogMeanwhile = 4 << 20;
+
 constexpr const char* kGone = "the run ended without a verdict: its process is gone";
 
 constexpr const char* kColumns =
     "SELECT id, job, package, version, server, begin, end, outcome, rows, rejected, bytes, "
-    "failed_step, error, log, process, host, started_by, attended, alarms FROM run ";
+    "failed_step, error, log, process, host, started_by, attended, alarms, process_start, boot "
+    "FROM run ";
 
 std::int64_t StoredMoment(Moment moment) {
   return std::chrono::duration_cast<microseconds>(moment.time_since_epoch()).count();
@@ -47,6 +54,7 @@ std::optional<Moment> ReadMoment(HistoryStatement& row) {
   return std::nullopt;
 }
 
+/// A run whose process is gone is lost, also where that cannot be written.
 RunRecord RunOf(HistoryStatement& row) {
   RunRecord run;
   run.id = row.Integer();
@@ -68,6 +76,12 @@ RunRecord RunOf(HistoryStatement& row) {
   run.startedBy = row.Text();
   run.isAttended = row.Integer() != 0;
   run.alarms = static_cast<RaisedAlarms>(row.Integer());
+  const std::int64_t start = row.Integer();
+  if (run.outcome == RunOutcome::Running && run.host == HostName() &&
+      IsGone({run.process, start, row.Text()})) {
+    run.outcome = RunOutcome::Lost;
+    if (run.error.empty()) run.error = kGone;
+  }
   return run;
 }
 
@@ -100,7 +114,9 @@ class SqliteRunHistory final : public RunHistory {
 
   std::string Write(RunRecord& run) override {
     if (!settings_.isOn) return {};
-    return Try([&] {
+    if (std::exchange(begin_, run.begin) != run.begin) patience_.left = kPatience;
+    patience_.kept = run.end ? kPatience * 0 : kPatience / 2;
+    const std::string problem = Try([&] {
       Writing writing(Writer());
       if (run.id == 0)
         Insert(run);
@@ -111,21 +127,26 @@ class SqliteRunHistory final : public RunHistory {
       writing.Commit();
       written_ = run;
     });
+    if (writer_) TidyUp(run);
+    return problem;
   }
 
   std::vector<RunRecord> Runs(const RunFilter& filter) override {
     const HistoryHandle reader = Reader();
     if (!reader) return {};
     std::string sql = std::string(kColumns) + "WHERE 1";
-    if (!filter.job.empty()) sql += " AND (job = ?1 OR job LIKE ?2 ESCAPE '\\')";
+    if (!filter.job.empty())
+      sql += " AND (job = ?1 OR job LIKE ?2 ESCAPE '\\' OR job LIKE ?3 ESCAPE '\\')";
     if (filter.runningOnly) sql += " AND outcome = 0";
-    if (filter.failedOnly) sql += " AND outcome IN (2, 3)";
+    if (filter.failedOnly) sql += " AND outcome <> 1";
     if (filter.since) sql += " AND begin >= " + std::to_string(StoredMoment(*filter.since));
-    sql += " ORDER BY id DESC";
-    if (filter.limit > 0) sql += " LIMIT " + std::to_string(filter.limit);
-    HistoryStatement rows(reader.get(), sql.c_str());
-    if (!filter.job.empty()) rows.Bind(filter.job).Bind(NamedLike(filter.job));
-    return All(rows);
+    HistoryStatement rows(reader.get(), (sql + " ORDER BY id DESC").c_str());
+    if (!filter.job.empty())
+      rows.Bind(filter.job).Bind(NamedLike("/", filter.job)).Bind(NamedLike("\\\\", filter.job));
+    std::vector<RunRecord> runs;
+    while ((filter.limit == 0 || std::ssize(runs) < filter.limit) && rows.Step())
+      if (RunRecord run = RunOf(rows); IsWanted(run, filter)) runs.push_back(std::move(run));
+    return runs;
   }
 
   std::optional<RunRecord> Run(std::int64_t id) override {
@@ -145,12 +166,16 @@ class SqliteRunHistory final : public RunHistory {
     HistoryStatement rows(
         reader.get(),
         (std::string(kColumns) + "WHERE alarms <> -1 AND outcome <> 0 ORDER BY id").c_str());
-    std::vector<RunRecord> runs = All(rows);
-    for (RunRecord& run : runs) ReadParts(reader.get(), run);
+    std::vector<RunRecord> runs;
+    while (rows.Step()) {
+      runs.push_back(RunOf(rows));
+      ReadParts(reader.get(), runs.back());
+    }
     return runs;
   }
 
   std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
+    patience_ = {kPatience, {}};
     return Try([&] {
       HistoryStatement(Writer(), "UPDATE run SET alarms = ? WHERE id = ?")
           .Bind(raised)
@@ -185,14 +210,17 @@ class SqliteRunHistory final : public RunHistory {
   }
 
   sqlite3* Writer() {
-    if (!writer_) writer_ = OpenHistory(path_, note_);
+    if (!writer_) writer_ = OpenHistory(path_, note_, patience_);
     return writer_.get();
   }
 
   /// Runs whose process is gone are told as lost from then on, where that can be written.
   HistoryHandle Reader() const {
     HistoryHandle reader = ReadHistory(path_);
-    if (reader && sqlite3_db_readonly(reader.get(), nullptr) == 0) MarkLost(reader.get());
+    try {
+      if (reader && sqlite3_db_readonly(reader.get(), nullptr) == 0) MarkLost(reader.get());
+    } catch (const PlatformError&) {  // a full disk, a lock: the next one that asks notes it
+    }
     return reader;
   }
 
@@ -233,7 +261,6 @@ class SqliteRunHistory final : public RunHistory {
     insert.Bind(process.number).Bind(process.start).Bind(process.boot);
     insert.Bind(run.host).Bind(run.startedBy).Run();
     run.id = sqlite3_last_insert_rowid(Writer());
-    Forget();
   }
 
   void Update(const RunRecord& run) {
@@ -255,14 +282,33 @@ class SqliteRunHistory final : public RunHistory {
     statement.Bind(run.isAttended).Bind(run.alarms);
   }
 
+  /// What takes time has some when the run has its verdict. It waits for nobody: what is not done
+  /// this time is done by another run.
+  void TidyUp(const RunRecord& run) {
+    patience_.kept = patience_.left;
+    try {
+      if (run.end) Forget();
+    } catch (const std::exception&) {
+    }
+    ShortenLog(writer_.get(), path_, run.end ? kLogAtEnd : kLogMeanwhile);
+  }
+
   void Forget() {
     const auto kept = std::chrono::hours(24) * settings_.keepDays;
     const std::int64_t oldest = StoredMoment(std::chrono::system_clock::now() - kept);
+    if (!HasRunBefore(oldest)) return;
+    Writing writing(Writer());
     HistoryStatement(Writer(), kForget).Bind(oldest).Run();
-    if (sqlite3_changes(Writer()) == 0) return;
     for (const char* sql : {"DELETE FROM step WHERE run < (SELECT MIN(id) FROM run)",
                             "DELETE FROM fetch WHERE run < (SELECT MIN(id) FROM run)"})
       HistoryStatement(Writer(), sql).Run();
+    writing.Commit();
+  }
+
+  bool HasRunBefore(std::int64_t begin) {
+    return HistoryStatement(Writer(), "SELECT 1 FROM run WHERE begin < ? LIMIT 1")
+        .Bind(begin)
+        .Step();
   }
 
   void WriteSteps(const RunRecord& run) {
@@ -292,12 +338,6 @@ class SqliteRunHistory final : public RunHistory {
       BindMoment(write, fetch.end);
       write.Bind(fetch.isComplete).Bind(fetch.files).Bind(fetch.bytes).Bind(fetch.error).Run();
     }
-  }
-
-  static std::vector<RunRecord> All(HistoryStatement& rows) {
-    std::vector<RunRecord> runs;
-    while (rows.Step()) runs.push_back(RunOf(rows));
-    return runs;
   }
 
   static void ReadParts(sqlite3* handle, RunRecord& run) {
@@ -334,9 +374,15 @@ class SqliteRunHistory final : public RunHistory {
     }
   }
 
-  /// For a job by its name alone, with or without its ending.
-  static std::string NamedLike(const std::string& name) {
-    std::string pattern = "%/";
+  static bool IsWanted(const RunRecord& run, const RunFilter& filter) {
+    const bool isRunning = run.outcome == RunOutcome::Running;
+    if (filter.runningOnly && !isRunning) return false;
+    return !filter.failedOnly || (!isRunning && run.outcome != RunOutcome::Ok);
+  }
+
+  /// For a job by its name alone, with or without its ending, behind the separator.
+  static std::string NamedLike(const std::string& separator, const std::string& name) {
+    std::string pattern = "%" + separator;
     for (const char c : name) {
       if (c == '%' || c == '_' || c == '\\') pattern += '\\';
       pattern += c;
@@ -346,6 +392,8 @@ class SqliteRunHistory final : public RunHistory {
 
   const std::string path_;
   const HistorySettings settings_;
+  HistoryPatience patience_;
+  Moment begin_;  ///< Of the run that is written.
   HistoryHandle writer_;
   std::string note_;
   RunRecord written_;  ///< As the file has it.
