@@ -48,7 +48,7 @@ std::string Escaped(const std::string& text) {
 }
 
 /// The page of the picture, in its units.
-constexpr double kWidth = 760, kHeight = 260, kLeft = 70, kTop = 40, kBottom = 220;
+constexpr double kWidth = 760, kHeight = 260, kLeft = 100, kTop = 40, kBottom = 220;
 
 std::string TextAt(double x, double y, const std::string& anchor, const std::string& text) {
   return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" text-anchor=\"" + anchor + "\">" +

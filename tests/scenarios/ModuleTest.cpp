@@ -23,9 +23,13 @@ bool IsRoom(const fs::path& file) {
 
 constexpr const char* kOfAnotherVersion = "of another version";
 
+fs::path RealModule() {
+  return fs::path(TORVIK_PROGRAM).parent_path() / "libtorvik-postgres.so";
+}
+
 /// The real one, with its version changed where it stands.
 void MakeModule(const Sandbox& sandbox) {
-  const fs::path real = fs::path(TORVIK_PROGRAM).parent_path() / "libtorvik-postgres.so";
+  const fs::path real = RealModule();
   std::ifstream file(real, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), {}};
   const std::string own = TORVIK_VERSION;
@@ -68,6 +72,7 @@ TEST(Modules, AreNamedWithTheirPackagesWhereTheyCannotBeLoaded) {
       {kOfAnotherVersion, "libtorvik-postgres.so is of torvik 9"},
   };
   for (const auto& c : cases) {
+    if (c.module == kOfAnotherVersion && !fs::exists(RealModule())) continue;  // of no library
     if (c.module == kOfAnotherVersion)
       MakeModule(sandbox);
     else if (c.module != nullptr)
