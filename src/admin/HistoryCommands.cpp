@@ -129,7 +129,7 @@ int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json)
                {"last_seconds", trend.lastSeconds},
                {"median_seconds", trend.medianSeconds},
                {"runs", runs}},
-              PlotOf(trend, Columns()) + "\n" + LocalTime(trend.runs.front().begin) + " to " +
+              PlotOf(trend, Columns()) + LocalTime(trend.runs.front().begin) + " to " +
                   LocalTime(trend.runs.back().begin) + ", " + std::to_string(trend.runs.size()) +
                   " runs, x: not ok\nthe last one: " + LastAgainstMedian(trend) + ", " +
                   Grouped(trend.runs.back().rows) + " rows",

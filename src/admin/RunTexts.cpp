@@ -95,7 +95,9 @@ std::string RowsText(std::int64_t rows, double seconds) {
 }
 
 std::string JobNameOf(const RunRecord& run) {
-  const std::string name = std::filesystem::path(run.job).stem().string();
+  // Either spelling of paths: "C:\\jobs\\sales.etl".
+  const std::string file = run.job.substr(run.job.find_last_of("/\\") + 1);
+  const std::string name = std::filesystem::path(file).stem().string();
   return name.empty() ? "(" + run.package + ")" : name;
 }
 

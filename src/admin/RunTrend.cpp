@@ -5,11 +5,13 @@
 #include <cstdio>
 
 #include "admin/RunTexts.h"
+#include "history/RunJson.h"
+#include "platform/Text.h"
 
 namespace torvik::admin {
 namespace {
 
-constexpr int kPlotRows = 8;
+constexpr int kDurationLines = 8, kRowLines = 4;
 constexpr const char* kBlocks[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 constexpr int kLevels = 8;
 
@@ -40,7 +42,7 @@ std::string Number(double value) {
 
 std::string Escaped(const std::string& text) {
   std::string xml;
-  for (const char c : text) {
+  for (const char c : ControlsAsBlanks(text)) {
     const char* const entity = c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : nullptr;
     xml += entity == nullptr ? std::string(1, c) : entity;
   }
@@ -85,12 +87,29 @@ std::string LineOfRows(const RunTrend& trend, double step) {
          "\"/>\n" + TextAt(kWidth - 4, kTop - 8, "end", Grouped(most) + " rows (line)");
 }
 
+/// A column a value, the largest one so many lines high, which is what `top` tells.
+std::string Blocks(const std::vector<double>& values, int lines, const std::string& top,
+                   std::size_t margin) {
+  const double largest = std::max(1e-3, *std::max_element(values.begin(), values.end()));
+  std::string plot;
+  for (int line = lines; line > 0; --line) {
+    plot += Padded(line == lines ? top : line == 1 ? "0" : "", margin) + " |";
+    for (const double value : values) {
+      const int height = static_cast<int>(std::lround(value / largest * lines * kLevels));
+      const int least = line == 1 ? 1 : 0;  // a run that was short is seen as well
+      plot += kBlocks[std::clamp(height - (line - 1) * kLevels, least, kLevels)];
+    }
+    plot += "\n";
+  }
+  return plot;
+}
+
 }  // namespace
 
 RunTrend TrendOf(const std::vector<RunRecord>& latestFirst) {
   RunTrend trend;
   for (auto run = latestFirst.rbegin(); run != latestFirst.rend(); ++run)
-    if (run->end) trend.runs.push_back(*run);
+    if (run->outcome != RunOutcome::Running) trend.runs.push_back(*run);
   if (trend.runs.empty()) return trend;
   trend.lastSeconds = Seconds(trend.runs.back());
   std::vector<double> before;
@@ -105,33 +124,38 @@ RunTrend TrendOf(const std::vector<RunRecord>& latestFirst) {
 
 std::string LastAgainstMedian(const RunTrend& trend) {
   if (trend.runs.empty()) return "";
-  const std::string last = DurationText(trend.lastSeconds);
+  const RunRecord& run = trend.runs.back();
+  std::string last = DurationText(trend.lastSeconds);
+  const std::string median = DurationText(trend.medianSeconds);
+  if (!HasSucceeded(run)) {
+    // How long it took until then is no time to compare.
+    last = WordOf(run.outcome) + (run.end ? " after " + last : std::string());
+    return last + (trend.medianSeconds <= 0 ? "" : "; its median is " + median);
+  }
   if (trend.medianSeconds <= 0) return last;
   return last + ", " + Number(trend.lastSeconds / trend.medianSeconds) + " times its median of " +
-         DurationText(trend.medianSeconds);
+         median;
 }
 
 std::string PlotOf(const RunTrend& trend, int columns) {
-  const double longest = LongestOf(trend.runs);
-  const std::string top = DurationText(longest);
-  const std::size_t margin = std::max<std::size_t>(top.size(), 5);
+  std::int64_t most = 0;
+  for (const RunRecord& run : trend.runs) most = std::max(most, run.rows);
+  const std::string longest = DurationText(LongestOf(trend.runs)),
+                    mostRows = Grouped(most) + " rows";
+  const std::size_t margin = std::max(longest.size(), mostRows.size());
   const auto room = static_cast<std::size_t>(std::max(columns - static_cast<int>(margin) - 3, 10));
-  const std::size_t first = trend.runs.size() > room ? trend.runs.size() - room : 0;
-  std::string plot;
-  for (int row = kPlotRows; row > 0; --row) {
-    plot += Padded(row == kPlotRows ? top : row == 1 ? "0" : "", margin) + " |";
-    for (std::size_t i = first; i < trend.runs.size(); ++i) {
-      const double share = Seconds(trend.runs[i]) / longest * kPlotRows * kLevels;
-      const int level = static_cast<int>(std::lround(share)) - (row - 1) * kLevels;
-      const bool isFoot = row == 1 && level < 1;  // a run that was short is seen as well
-      plot += kBlocks[isFoot ? 1 : std::clamp(level, 0, kLevels)];
-    }
-    plot += "\n";
+  const std::size_t count = std::min(room, trend.runs.size());
+  const std::vector<RunRecord> runs(trend.runs.end() - static_cast<std::ptrdiff_t>(count),
+                                    trend.runs.end());
+  std::vector<double> durations, rows;
+  std::string marks;
+  for (const RunRecord& run : runs) {
+    durations.push_back(Seconds(run));
+    rows.push_back(static_cast<double>(run.rows));
+    marks += HasSucceeded(run) ? ' ' : 'x';
   }
-  plot += std::string(margin + 2, ' ');
-  for (std::size_t i = first; i < trend.runs.size(); ++i)
-    plot += HasSucceeded(trend.runs[i]) ? ' ' : 'x';
-  return plot;
+  return Blocks(durations, kDurationLines, longest, margin) + std::string(margin + 2, ' ') + marks +
+         "\n" + Blocks(rows, kRowLines, mostRows, margin);
 }
 
 std::string PictureOf(const RunTrend& trend, const std::string& title) {

@@ -10,6 +10,8 @@
 #include "admin/Admin.h"
 #include "admin/RunTexts.h"
 #include "history/RunJson.h"
+#include "platform/PlatformError.h"
+#include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/system/ProcessSetup.h"
 
@@ -32,6 +34,8 @@ class Screen {
     tcgetattr(STDIN_FILENO, &before_);
     termios keys = before_;
     keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    // A program that is stopped would leave its screen behind.
+    keys.c_cc[VSUSP] = _POSIX_VDISABLE;
     tcsetattr(STDIN_FILENO, TCSAFLUSH, &keys);
     std::fputs("\x1b[?1049h\x1b[?25l", stdout);
   }
@@ -104,7 +108,17 @@ std::vector<std::string> LinesOf(const std::vector<RunRecord>& runs) {
                       (rows.empty() ? "" : ", " + rows));
     }
   }
+  for (std::string& line : lines) line = ControlsAsBlanks(std::move(line));
   return lines;
+}
+
+/// A history that cannot be read at this moment may be at the next one.
+std::vector<std::string> LinesNow(LinuxPlatform& platform) {
+  try {
+    return LinesOf(RunningNow(platform));
+  } catch (const PlatformError& error) {
+    return {error.Description()};
+  }
 }
 
 int Snapshot(const std::vector<RunRecord>& runs, bool json) {
@@ -120,9 +134,10 @@ int WatchRuns(LinuxPlatform& platform, bool json) {
   if (json || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
     return Snapshot(RunningNow(platform), json);
   HandleCloseSignals(End);
+  signal(SIGWINCH, [](int) {});  // ends the wait for a key
   const Screen screen;
   while (isToEnd == 0) {
-    Screen::Show(LinesOf(RunningNow(platform)));
+    Screen::Show(LinesNow(platform));
     if (Screen::IsLeft()) break;
   }
   return 0;

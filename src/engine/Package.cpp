@@ -32,9 +32,9 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
     case Kind::Error: events.OnError("", event.text); break;
     case Kind::LogTrouble: events.OnLogTrouble(event.text); break;
     case Kind::StepRetried: events.OnRetry(event.step, event.text); break;
+    case Kind::StepNotRun: events.OnNotRun(event.step); break;
     case Kind::PackageStarted:
     case Kind::StepOutput:
-    case Kind::StepNotRun:
     case Kind::Note:
     case Kind::PackageEnded: break;
   }

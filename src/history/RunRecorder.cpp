@@ -69,6 +69,12 @@ void RunRecorder::StepEnds(std::string_view step, std::int64_t rows, std::int64_
   WriteNowAndThen();
 }
 
+void RunRecorder::StepIsLeftOut(std::string_view step) {
+  const StepRecord* const record = Find(step);
+  if (record != nullptr && !record->end)
+    run_.steps.erase(run_.steps.begin() + (record - run_.steps.data()));
+}
+
 void RunRecorder::FetchBegins(const std::string& link) {
   FetchRecord record;
   record.link = link;
@@ -101,11 +107,23 @@ void RunRecorder::End(RunOutcome outcome) {
   if (!isOpen_) return;
   run_.end = clock_.Now();
   run_.outcome = outcome;
+  CloseParts();
   // A step that failed and did not fail the run is no reason.
   if (outcome == RunOutcome::Ok) run_.failedStep = run_.error = "";
   Write();
   isOpen_ = false;
   if (onEnd) onEnd(run_);
+}
+
+/// What an exception has left open.
+void RunRecorder::CloseParts() {
+  for (StepRecord& step : run_.steps)
+    if (!step.end) {
+      step.end = run_.end;
+      step.outcome = StepOutcome::Failure;
+    }
+  for (FetchRecord& fetch : run_.fetches)
+    if (!fetch.end) fetch.end = run_.end;
 }
 
 /// The one that began last: a step may run again.

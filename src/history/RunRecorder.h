@@ -38,6 +38,9 @@ class RunRecorder {
   void StepIsRetried(std::string_view step, std::string_view error);
   void StepEnds(std::string_view step, std::int64_t rows, std::int64_t rejectedRows);
 
+  /// It is as if it had not begun.
+  void StepIsLeftOut(std::string_view step);
+
   void FetchBegins(const std::string& link);
   void FetchProceeds(const FetchProgress& progress);
   void FetchEnds(bool isComplete, const std::string& error);
@@ -54,6 +57,7 @@ class RunRecorder {
 
  private:
   StepRecord* Find(std::string_view step);
+  void CloseParts();
   void WriteNowAndThen();
   void Write();
 

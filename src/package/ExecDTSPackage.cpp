@@ -66,7 +66,7 @@ bool ExecDTSPackage::HandleRemoteData() {
     const bool hasCome =
         services_.remoteData.PollForRemoteData(link->strRemoteDir, link->strDSDirectory,
                                                link->intPollInterval, link->intPollDuration, logon);
-    services_.recorder.FetchEnds(hasCome, services_.remoteData.LastLine());
+    services_.recorder.FetchEnds(hasCome, hasCome ? "" : services_.remoteData.WhyNot());
     complete &= hasCome;
   }
   return complete;

@@ -61,6 +61,8 @@ class PackageEvents {
   virtual void OnFigures(std::string_view, std::int64_t /*rows*/, std::int64_t /*rejectedRows*/) {}
   /// An attempt has failed with these words, and another one follows.
   virtual void OnRetry(std::string_view /*step*/, std::string_view /*description*/) {}
+  /// A step will not run; one that has begun was not to run after all.
+  virtual void OnNotRun(std::string_view /*step*/) {}
   /// An error's own words: of a step, or of the package (empty `step`).
   virtual void OnError(std::string_view step, std::string_view description) = 0;
   /// What of the package's own log is missing, and why; the execution goes on.

@@ -30,7 +30,7 @@ struct Program {
         errLogging(theirs.files, theirs.messages),
         remoteData(log, theirs.clock, theirs.registry,
                    {theirs.internet, theirs.shell, theirs.files, theirs.messages,
-                    std::move(newAnimateForm)}),
+                    std::move(newAnimateForm), [this] { recorder.Idle(); }}),
         dataWarehouse(theirs.databases),
         dataLinks(theirs.profile, theirs.ansi, theirs.clock, theirs.messages) {}
 

@@ -46,6 +46,10 @@ void RunProgress::OnFigures(std::string_view step, std::int64_t rows, std::int64
   recorder_.StepEnds(step, rows, rejectedRows);
 }
 
+void RunProgress::OnNotRun(std::string_view step) {
+  recorder_.StepIsLeftOut(step);
+}
+
 void RunProgress::OnRetry(std::string_view step, std::string_view description) {
   recorder_.StepIsRetried(step, description);
 }

@@ -26,6 +26,7 @@ class RunProgress final : public dts::PackageEvents {
   void OnProgress(std::string_view step, std::int64_t rows) override;
   void OnFinish(std::string_view step) override;
   void OnFigures(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) override;
+  void OnNotRun(std::string_view step) override;
   void OnRetry(std::string_view step, std::string_view description) override;
   void OnError(std::string_view step, std::string_view description) override;
   void OnLogTrouble(std::string_view description) override;

@@ -15,6 +15,8 @@ namespace {
 /// The runtime's number for a result that its type cannot hold.
 constexpr long kOverflow = 6;
 
+constexpr const char* kPolling = "Polling for Remote Data ...";
+
 std::int16_t Product(std::int16_t interval, std::int16_t attempts) {
   const std::int32_t product = std::int32_t{interval} * attempts;
   using Limits = std::numeric_limits<std::int16_t>;
@@ -50,12 +52,15 @@ CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry,
     : log_(log),
       clock_(clock),
       messages_(services.messages),
+      onWait_(services.onWait),
       claims_(registry),
       ftp_(log, services),
       share_(log, services) {}
 
-const std::string& CopyQuorFiles::LastLine() const {
-  return log_.LastLine();
+std::string CopyQuorFiles::WhyNot() const {
+  if (pollCancelRequested_) return "the run was to end";
+  const std::string& line = log_.LastLine();
+  return line == kPolling ? "its provider's status has not become \"ready\"" : line;
 }
 
 bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& localDir,
@@ -63,7 +68,7 @@ bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& 
                                       const RemoteLogon& logon) {
   Remote remote{std::move(remoteDir), logon};
   pollCancelRequested_ = false;
-  log_.EchoToLog("Polling for Remote Data ...");
+  log_.EchoToLog(kPolling);
   if (PollUntilReady(remote, pollInterval, pollDuration) != RemoteStatus::Ready) return false;
   return remote.IsFtp() ? FetchByFtp(remote, localDir) : FetchFromShare(remote, localDir);
 }
@@ -108,6 +113,7 @@ void CopyQuorFiles::WaitMinutes(std::int32_t minutes) {
   for (milliseconds left = std::chrono::minutes(minutes); left > milliseconds::zero();
        left -= kSlice) {
     messages_.PumpEvents();
+    if (onWait_) onWait_();
     if (pollCancelRequested_) return;
     clock_.Sleep(kSlice);
   }

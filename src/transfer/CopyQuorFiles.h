@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "transfer/CopyFuncModule.h"
@@ -32,8 +33,8 @@ class CopyQuorFiles {
                          std::int16_t pollInterval, std::int16_t pollDuration,
                          const RemoteLogon& logon);
 
-  /// The last line of the log.
-  const std::string& LastLine() const;
+  /// Why the last data has not come: what the log said last, if that says it.
+  std::string WhyNot() const;
 
   /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
@@ -55,6 +56,7 @@ class CopyQuorFiles {
   RunLog& log_;
   Clock& clock_;
   Messages& messages_;
+  const std::function<void()> onWait_;
   FetchClaims claims_;
   FtpFuncModule ftp_;
   CopyFuncModule share_;

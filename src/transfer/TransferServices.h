@@ -21,6 +21,8 @@ struct TransferServices {
   Messages& messages;
   /// Makes the form of a progress dialog.
   std::function<std::unique_ptr<AnimateForm>()> newAnimateForm;
+  /// Called now and then while a provider is waited for; may be empty.
+  std::function<void()> onWait = {};
 };
 
 }  // namespace torvik

@@ -79,6 +79,22 @@ TEST_F(RunRecorderTest, AStepThatFailsNoRunIsNoReason) {
   EXPECT_EQ(Stored().steps.at(0).error, "gone");
 }
 
+TEST_F(RunRecorderTest, NothingGoesOnBehindTheEnd) {
+  Begin();
+  recorder_.FetchBegins("orders");
+  recorder_.StepBegins("left out");
+  recorder_.StepBegins("load");
+  recorder_.StepIsLeftOut("left out");
+  recorder_.StepIsLeftOut("never begun");
+  clock_.Sleep(2s);
+  recorder_.End(RunOutcome::Failure);
+  ASSERT_EQ(Stored().steps.size(), 1u);
+  EXPECT_EQ(Stored().steps[0].step, "load");
+  EXPECT_EQ(Stored().steps[0].outcome, StepOutcome::Failure);
+  EXPECT_EQ(Stored().steps[0].end, clock_.now);
+  EXPECT_EQ(Stored().fetches.at(0).end, clock_.now);
+}
+
 TEST_F(RunRecorderTest, WritesAtMostOnceASecondMeanwhile) {
   Begin();
   recorder_.StepBegins("load");

@@ -68,7 +68,9 @@ class RemoteData : public testing::Test {
   FakeLogForm form_;
   RunLog log_{files_, messages_};
   FakeAnimateForms forms_;
-  TransferServices services_{internet_, shell_, files_, messages_, [this] { return forms_.New(); }};
+  int waits_ = 0;  // how often the transfer was heard of meanwhile
+  TransferServices services_{
+      internet_, shell_, files_, messages_, [this] { return forms_.New(); }, [this] { ++waits_; }};
   FakeRegistry registry_;
   CopyQuorFiles transfer_{log_, clock_, registry_, services_};
   std::chrono::steady_clock::time_point began_ = clock_.steady;
@@ -90,6 +92,18 @@ TEST_F(RemoteData, AStatusWordCountsByItsBeginningLetterCaseIncluded) {
       {"", RemoteStatus::KeepPolling},
       {std::string("r\0e\0a\0d\0y\0", 10), RemoteStatus::KeepPolling}};
   for (const auto& [text, status] : cases) EXPECT_EQ(ParseStatusWord(text), status) << text;
+}
+
+TEST_F(RemoteData, AWaitIsHeardOfAndItsEndHasAReason) {
+  status_ = "running";
+  EXPECT_FALSE(PollFtp(1, 2));
+  EXPECT_EQ(waits_, 600);  // a minute
+  EXPECT_EQ(transfer_.WhyNot(), "Polling for Remote Data Timed out ...");
+  EXPECT_FALSE(PollFtp(5, 12));  // the log has no line about it
+  EXPECT_EQ(transfer_.WhyNot(), "its provider's status has not become \"ready\"");
+  messages_.onPump = [this] { transfer_.CancelPolling(); };
+  EXPECT_FALSE(PollFtp());
+  EXPECT_EQ(transfer_.WhyNot(), "the run was to end");
 }
 
 TEST_F(RemoteData, ReadyDataIsClaimedAndFetchedAtOnce) {

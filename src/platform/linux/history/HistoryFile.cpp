@@ -104,7 +104,7 @@ void ShareWithGroup(const std::string& path) {
     const bool isOurs = stat(name.c_str(), &status) == 0 && status.st_uid == geteuid();
     // A failure leaves it as it is: others are told when they write.
     if (isOurs && status.st_gid != database.st_gid &&
-        chown(name.c_str(), database.st_uid, database.st_gid) != 0)
+        chown(name.c_str(), static_cast<uid_t>(-1), database.st_gid) != 0)
       return;
   }
 }

@@ -313,6 +313,11 @@ class SqliteRunHistory final : public RunHistory {
 
   void WriteSteps(const RunRecord& run) {
     const bool isKnown = written_.id == run.id;
+    if (isKnown && written_.steps.size() > run.steps.size())
+      HistoryStatement(Writer(), "DELETE FROM step WHERE run = ? AND position >= ?")
+          .Bind(run.id)
+          .Bind(static_cast<std::int64_t>(run.steps.size()))
+          .Run();
     std::optional<HistoryStatement> write;
     for (std::size_t i = 0; i < run.steps.size(); ++i) {
       const StepRecord& step = run.steps[i];
