@@ -45,9 +45,10 @@ struct RecordedEvents : dts::PackageEvents {
   void OnLogTrouble(std::string_view description) override {
     errors += ": " + std::string(description) + "\n";
   }
+  void OnNotRun(std::string_view step) override { notRun += std::string(step) + " "; }
   void OnIdle() override {}
 
-  std::string order, errors;
+  std::string order, notRun, errors;
 };
 
 struct RecordedLog final : EventLog {

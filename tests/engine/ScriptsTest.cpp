@@ -98,11 +98,12 @@ TEST_F(Scripts, AWorkflowScriptDecidesWhetherItsStepRuns) {
         << c.statements << ended;
     EXPECT_THAT(ended, HasSubstr(c.failure)) << c.statements;
   }
-  // What waits for a step that was left out does not run.
+  // What waits for a step that was left out does not run. Both are told.
   Ran(StepOf("first", ScriptKey("workflow_script", "Main = 1") + task) +
       StepOf("second", "after = [ { step = \"first\", on = \"completion\" } ]\n" + task));
   EXPECT_EQ(dts::StepExecutionStatus::Inactive, package_->Step(1).ExecutionStatus());
   EXPECT_EQ(dts::StepExecutionStatus::Waiting, package_->Step(2).ExecutionStatus());
+  EXPECT_EQ(Run(*package_).events.notRun, "first second ");
 }
 
 TEST_F(Scripts, ARowScriptSaysWhatBecomesOfEachRow) {

@@ -42,6 +42,8 @@ class SmallDisk {
   SmallDisk& operator=(const SmallDisk&) = delete;
 
   void GrowTo(int megabytes) const { Mount(megabytes, MS_REMOUNT); }
+  /// Until it grows again it is only read.
+  void ForbidWriting(int megabytes) const { Mount(megabytes, MS_REMOUNT | MS_RDONLY); }
 
   void GiveToOwnerOf(const std::string& path) const {
     struct stat status {};

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "fakes/SmallDisk.h"
 #include "scenarios/Sandbox.h"
 
 namespace torvik {
@@ -87,7 +88,11 @@ TEST_F(History, TellsARunWithItsStepsRowsAndReason) {
                     HasSubstr("err.txt"), HasSubstr("2 rows, ")));
   EXPECT_THAT(Admin({"history", "show", "7"}).err, HasSubstr("the history has no run 7"));
   EXPECT_THAT(Admin({"history", "trend", "sales", "--svg", "t.svg"}).out,
-              AllOf(HasSubstr("2 runs, x: not ok"), HasSubstr(" times its median of ")));
+              AllOf(HasSubstr("2 runs, x: not ok"), HasSubstr("2 rows |█ \n"),
+                    HasSubstr("failure after "), HasSubstr("; its median is ")));
+  sandbox_.WriteFile("rows.csv", "a\n1\n");
+  RunSales();
+  EXPECT_THAT(Admin({"history", "trend", "sales"}).out, HasSubstr(" times its median of "));
   EXPECT_THAT(sandbox_.ReadFile("t.svg"), AllOf(HasSubstr("<svg "), HasSubstr("</svg>")));
   EXPECT_EQ(sandbox_.Run({"/usr/bin/xmllint", "--noout", "t.svg"}).exitCode, 0);
   EXPECT_THAT(Admin({"history", "trend", "none"}).err, HasSubstr("no run of the job none"));
@@ -110,6 +115,10 @@ TEST_F(History, WatchTellsWhatRunsAndARunThatIsKilledIsLost) {
   EXPECT_EQ(screen.exitCode, 0);
   EXPECT_THAT(screen.out, AllOf(HasSubstr("\x1b[?1049h"), HasSubstr("slow, run 1"),
                                 HasSubstr("\x1b[?25h\x1b[?1049l")));
+  const ProgramResult ended = sandbox_.Run(
+      {"/usr/bin/script", "-qec",
+       "timeout --foreground 0.5 " + std::string(TORVIK_ADMIN_PROGRAM) + " watch", "/dev/null"});
+  EXPECT_THAT(ended.out, HasSubstr("\x1b[?25h\x1b[?1049l"));
   kill(run.pid, SIGKILL);
   sandbox_.Wait(run);
   EXPECT_EQ(Word(), "running\n");
@@ -139,6 +148,69 @@ TEST_F(History, NoProblemWithItIsARunsOwn) {
   sandbox_.AddSettings("[history]\nenabled = no\n");
   EXPECT_EQ(RunSales().err, "");
   EXPECT_FALSE(std::filesystem::exists(sandbox_.PathOf("state/history.db")));
+}
+
+TEST_F(History, AFullDiskAndOneThatIsOnlyReadAreNoRunsProblem) {
+  SmallDisk::Prepare();
+  const SmallDisk disk(1);
+  sandbox_.SetVariable("TORVIK_STATE", disk.Path());
+  EXPECT_EQ(RunSales().err.find("the history: "), std::string::npos);
+  sandbox_.Run({"/bin/sh", "-c", "cat /dev/zero > " + disk.Path() + "/filled"});
+  const auto told = [](const std::string& err) {
+    int lines = 0;
+    for (std::size_t at = 0; (at = err.find("the history: ", at)) != err.npos; ++at) ++lines;
+    return lines;
+  };
+  const ProgramResult full = RunSales();
+  EXPECT_EQ(Word(), "ok\n");
+  EXPECT_EQ(told(full.err), 1) << full.err;
+  EXPECT_THAT(Admin({"history"}).out, HasSubstr("sales  ok"));
+  disk.ForbidWriting(1);
+  const ProgramResult onlyRead = RunSales();
+  EXPECT_EQ(Word(), "ok\n");
+  EXPECT_EQ(told(onlyRead.err), 1) << onlyRead.err;
+  EXPECT_THAT(Admin({"history"}).out, HasSubstr("sales  ok"));
+  EXPECT_THAT(Admin({"history", "show", "1"}).out, HasSubstr("2 rows, "));
+}
+
+TEST_F(History, TheFrontEndOfARunThatWasKilledTellsItAsLost) {
+  const RunningProgram run = sandbox_.Start({"torvik-admin", "run", "slow.etl", "--json"});
+  std::string seen;
+  for (int i = 0; i < 500 && seen.find("\"process\": ") == seen.npos; ++i) {
+    std::this_thread::sleep_for(20ms);
+    seen = Admin({"watch", "--json"}).out;
+  }
+  ASSERT_THAT(seen, HasSubstr("\"process\": "));
+  kill(std::stoi(seen.substr(seen.find("\"process\": ") + 11)), SIGKILL);
+  const ProgramResult ended = sandbox_.Wait(run);
+  EXPECT_EQ(ended.exitCode, 3);
+  EXPECT_THAT(ended.out, AllOf(HasSubstr("\"status\": \"running\""),
+                               HasSubstr("\"outcome\": \"lost\""), HasSubstr("\"id\": 1,")));
+}
+
+TEST_F(History, RunsAtOnceHaveARecordEachAndSoHasOneThatIsRefused) {
+  std::string together;
+  for (const std::string name : {"a", "b", "c", "d"}) {
+    std::string job = sandbox_.ReadFile("sales.etl");
+    for (const std::string place : {"err.txt", "logs"})
+      job.replace(job.find(place), place.size(), name + place);
+    sandbox_.WriteFile(name + ".etl", job);
+    together += std::string(TORVIK_PROGRAM) + " -configfile " + name + ".etl & ";
+  }
+  const ProgramResult runs = sandbox_.Run({"/bin/sh", "-c", together + "wait"});
+  EXPECT_THAT(runs.err, Not(HasSubstr("the history: ")));
+  EXPECT_EQ(sandbox_.Query("SELECT COUNT(*) FROM t"), "8\n");
+  const RunningProgram slow = sandbox_.Start({"torvik", "-configfile", "slow.etl"});
+  for (int i = 0; i < 500 && Admin({"watch"}).out.find("slow, run 5") == std::string::npos; ++i)
+    std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(Admin({"run", "slow.etl"}).exitCode, 1);
+  kill(slow.pid, SIGKILL);
+  sandbox_.Wait(slow);
+  const std::string listed = Admin({"history"}).out;
+  EXPECT_THAT(listed, AllOf(HasSubstr("slow  failure"), HasSubstr("nothing was run: "),
+                            HasSubstr("slow  lost")));
+  for (const std::string name : {"a", "b", "c", "d"})
+    EXPECT_THAT(listed, HasSubstr("  " + name + "     ok"));
 }
 
 }  // namespace
