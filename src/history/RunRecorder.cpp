@@ -15,6 +15,7 @@ constexpr std::chrono::seconds kPause{1};
 }  // namespace
 
 void RunRecorder::Begin(RunRecord run) {
+  const std::scoped_lock lock(mutex_);
   run_ = std::move(run);
   run_.begin = clock_.Now();
   isOpen_ = true;
@@ -24,7 +25,18 @@ void RunRecorder::Begin(RunRecord run) {
   if (onBegin && run_.id != 0) onBegin(run_.id);
 }
 
+void RunRecorder::SetVersion(const std::string& guid) {
+  const std::scoped_lock lock(mutex_);
+  run_.versionGuid = guid;
+}
+
+void RunRecorder::Idle() {
+  const std::scoped_lock lock(mutex_);
+  WriteNowAndThen();
+}
+
 void RunRecorder::StepBegins(std::string_view step) {
+  const std::scoped_lock lock(mutex_);
   StepRecord record;
   record.step = step;
   record.begin = clock_.Now();
@@ -32,11 +44,13 @@ void RunRecorder::StepBegins(std::string_view step) {
 }
 
 void RunRecorder::StepHasRows(std::string_view step, std::int64_t rows) {
+  const std::scoped_lock lock(mutex_);
   if (StepRecord* const record = Find(step)) record->rows = rows;
   WriteNowAndThen();
 }
 
 void RunRecorder::StepFails(std::string_view step, std::string_view error) {
+  const std::scoped_lock lock(mutex_);
   StepRecord* const record = Find(step);
   if (record == nullptr) return Fails(error);
   record->outcome = StepOutcome::Failure;
@@ -48,6 +62,7 @@ void RunRecorder::StepFails(std::string_view step, std::string_view error) {
 }
 
 void RunRecorder::StepIsRetried(std::string_view step, std::string_view error) {
+  const std::scoped_lock lock(mutex_);
   StepRecord* const record = Find(step);
   if (record == nullptr) return;
   const int attempt = record->attempt + 1;
@@ -59,6 +74,7 @@ void RunRecorder::StepIsRetried(std::string_view step, std::string_view error) {
 }
 
 void RunRecorder::StepEnds(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) {
+  const std::scoped_lock lock(mutex_);
   StepRecord* const record = Find(step);
   if (record == nullptr) return;
   record->end = clock_.Now();
@@ -70,12 +86,14 @@ void RunRecorder::StepEnds(std::string_view step, std::int64_t rows, std::int64_
 }
 
 void RunRecorder::StepIsLeftOut(std::string_view step) {
+  const std::scoped_lock lock(mutex_);
   const StepRecord* const record = Find(step);
   if (record != nullptr && !record->end)
     run_.steps.erase(run_.steps.begin() + (record - run_.steps.data()));
 }
 
 void RunRecorder::FetchBegins(const std::string& link) {
+  const std::scoped_lock lock(mutex_);
   FetchRecord record;
   record.link = link;
   record.begin = clock_.Now();
@@ -83,6 +101,7 @@ void RunRecorder::FetchBegins(const std::string& link) {
 }
 
 void RunRecorder::FetchProceeds(const FetchProgress& progress) {
+  const std::scoped_lock lock(mutex_);
   if (!isOpen_ || run_.fetches.empty()) return;
   run_.fetches.back().files = progress.files;
   run_.fetches.back().bytes = progress.bytes;
@@ -90,6 +109,7 @@ void RunRecorder::FetchProceeds(const FetchProgress& progress) {
 }
 
 void RunRecorder::FetchEnds(bool isComplete, const std::string& error) {
+  const std::scoped_lock lock(mutex_);
   if (run_.fetches.empty()) return;
   FetchRecord& record = run_.fetches.back();
   record.end = clock_.Now();
@@ -100,10 +120,12 @@ void RunRecorder::FetchEnds(bool isComplete, const std::string& error) {
 }
 
 void RunRecorder::Fails(std::string_view error) {
+  const std::scoped_lock lock(mutex_);
   if (run_.error.empty()) run_.error = error;
 }
 
 void RunRecorder::End(RunOutcome outcome) {
+  const std::scoped_lock lock(mutex_);
   if (!isOpen_) return;
   run_.end = clock_.Now();
   run_.outcome = outcome;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -15,7 +16,8 @@ struct FetchProgress;
 
 /// Keeps the record of the run that is under way, and writes it to the history: at its begin, at
 /// most once a second meanwhile, at its end. What cannot be written is told once a run, and changes
-/// nothing about the run. All calls come from one thread.
+/// nothing about the run. Any thread may call it, Record apart: the one that ends the process is
+/// not always the run's.
 class RunRecorder {
  public:
   RunRecorder(RunHistory& history, Clock& clock, Messages& messages)
@@ -30,7 +32,7 @@ class RunRecorder {
 
   /// A run begins; job, package, its server, log and who looks on are those of `run`.
   void Begin(RunRecord run);
-  void SetVersion(const std::string& guid) { run_.versionGuid = guid; }
+  void SetVersion(const std::string& guid);
 
   void StepBegins(std::string_view step);
   void StepHasRows(std::string_view step, std::int64_t rows);
@@ -48,7 +50,7 @@ class RunRecorder {
   /// Why the run fails; the first reason stays.
   void Fails(std::string_view error);
   /// Time passes.
-  void Idle() { WriteNowAndThen(); }
+  void Idle();
   /// The run has its verdict. A run that has ended already is left alone.
   void End(RunOutcome outcome);
 
@@ -64,6 +66,8 @@ class RunRecorder {
   RunHistory& history_;
   Clock& clock_;
   Messages& messages_;
+  /// What tells others may come back.
+  std::recursive_mutex mutex_;
   RunRecord run_;
   bool isOpen_ = false, hasTold_ = false;
   std::chrono::steady_clock::time_point lastWritten_;

@@ -246,10 +246,12 @@ void RunDriver::EndUnexpectedly(const std::string& reason) {
 /// Only what can be done from any thread: the windows are left alone.
 void RunDriver::EndByExit() {
   if (hasVerdict_) return;
+  const char* const line = "Error: the run ended unexpectedly: a library has ended the process";
   Attempt([&] { program_.statusFile.WriteStatusFailure(); });
+  Attempt([&] { program_.platform.messages.Report(line); });
   Attempt([&] {
-    program_.platform.messages.Report(
-        "Error: the run ended unexpectedly: a library has ended the process");
+    program_.recorder.Fails(line);
+    program_.recorder.End(RunOutcome::Failure);
   });
 }
 

@@ -209,14 +209,17 @@ TEST_F(ProgramTest, OkPromisesTheDataAndSaysWhatOfTheLogIsMissing) {
 TEST_F(ProgramTest, ALibraryThatEndsTheProcessInARunLeavesAVerdict) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // functions for the exit run in a fixed order
   static const FakeFiles* seen = &files;
+  static const FakeRunHistory* kept = &history;
   const auto exitAndShow = [&](bool isInTheRun) {
-    std::atexit([] { std::fputs(seen->Text("s.txt").c_str(), stderr); });
+    std::atexit(
+        [] { std::fputs((seen->Text("s.txt") + kept->runs.back().error).c_str(), stderr); });
     if (isInTheRun) host.state.onExecute = [](dts::PackageEvents&) { std::exit(3); };
     Start("-configfile job.etl -statusfile s.txt");
     std::exit(3);
   };
-  EXPECT_EXIT(exitAndShow(true), ::testing::ExitedWithCode(3), "failure");
-  EXPECT_EXIT(exitAndShow(false), ::testing::ExitedWithCode(3), "ok");
+  EXPECT_EXIT(exitAndShow(true), ::testing::ExitedWithCode(3),
+              "^failure\r\nError: .*a library has ended the process$");
+  EXPECT_EXIT(exitAndShow(false), ::testing::ExitedWithCode(3), "^ok\r\n$");
 }
 
 TEST_F(ProgramTest, AStatusFileThatCannotBeWrittenIsToldAndTheRunGoesOn) {
