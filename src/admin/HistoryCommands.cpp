@@ -25,6 +25,11 @@ struct HistoryOptions {
   std::int64_t run = 0;
 };
 
+/// As a shell completes it, the file of the directory where we are is "./sales.etl".
+std::string JobAsked(const HistoryOptions& options) {
+  return options.job.substr(options.job.starts_with("./") ? 2 : 0);
+}
+
 int Columns() {
   winsize size{};
   return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col
@@ -32,7 +37,7 @@ int Columns() {
 }
 
 int ListRuns(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
-  RunFilter filter{options.job, options.failedOnly, {}, options.limit};
+  RunFilter filter{JobAsked(options), options.failedOnly, {}, options.limit};
   if (!options.since.empty()) filter.since = MomentOf(options.since);
   const std::vector<RunRecord> runs = platform.history->Runs(filter);
   if (json) {
@@ -114,7 +119,7 @@ int ShowRun(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
 
 int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
   const RunTrend trend = TrendOf(platform.history->Runs(
-      {options.job, false, {}, options.limit == 0 ? kTrendRuns : options.limit}));
+      {JobAsked(options), false, {}, options.limit == 0 ? kTrendRuns : options.limit}));
   if (trend.runs.empty())
     throw PlatformError(0, "the history has no run of the job " + options.job + " that has ended",
                         "history");
@@ -163,7 +168,8 @@ void AddHistoryCommands(CLI::App& app, Invocation& invocation) {
   CLI::App* show = history->add_subcommand("show", "one run: its steps, rows, rates and errors");
   show->add_option("RUN", options->run, "its number, as history lists it")->required();
   AddJsonOption(*show, invocation);
-  CLI::App* trend = history->add_subcommand("trend", "how long a job's last runs took");
+  CLI::App* trend =
+      history->add_subcommand("trend", "how long a job's last runs took, and their rows");
   trend->add_option("JOB", options->job, "its name, or the path of its file")->required();
   trend->add_option("--limit", options->limit, "of so many runs")->check(CLI::PositiveNumber);
   trend->add_option("--svg", options->picture, "file for a picture of it");

@@ -92,7 +92,7 @@ TEST_F(History, TellsARunWithItsStepsRowsAndReason) {
                     HasSubstr("failure after "), HasSubstr("; its median is ")));
   sandbox_.WriteFile("rows.csv", "a\n1\n");
   RunSales();
-  EXPECT_THAT(Admin({"history", "trend", "sales"}).out, HasSubstr(" times its median of "));
+  EXPECT_THAT(Admin({"history", "trend", "./sales.etl"}).out, HasSubstr(" times its median of "));
   EXPECT_THAT(sandbox_.ReadFile("t.svg"), AllOf(HasSubstr("<svg "), HasSubstr("</svg>")));
   EXPECT_EQ(sandbox_.Run({"/usr/bin/xmllint", "--noout", "t.svg"}).exitCode, 0);
   EXPECT_THAT(Admin({"history", "trend", "none"}).err, HasSubstr("no run of the job none"));
