@@ -17,8 +17,6 @@
 namespace torvik {
 namespace {
 
-using testing::AllOf;
-using testing::AnyOf;
 using testing::HasSubstr;
 
 const bool kHasItsOwnDisks = SmallDisk::Prepare();
@@ -159,19 +157,16 @@ TEST_P(PumpFaults, APumpWhoseServerGoesAwaySaysSoAndLeavesNothing) {
   const RunningProgram run = Start();
   pipe.Write(Rows(1, kRows));
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  // While it waits for more: its last words are lost when rows are on their way to it.
   std::string ended = "0\n";
   while (ended == "0\n" && std::chrono::steady_clock::now() < end)
     ended = sandbox_->Query(
         "SELECT COUNT(pg_terminate_backend(pid)) FROM pg_stat_activity"
         " WHERE application_name = 'torvik' AND xact_start IS NOT NULL"
-        " AND pid <> pg_backend_pid()");
+        " AND wait_event = 'ClientRead' AND pid <> pg_backend_pid()");
   pipe.Close();
   sandbox_->Wait(run);
-  // Its last words are lost with the connection when rows were on their way to it.
-  EXPECT_THAT(sandbox_->ReadFile("err.txt"),
-              AnyOf(HasSubstr("terminating connection"),
-                    AllOf(HasSubstr("server closed the connection unexpectedly"),
-                          HasSubstr("the connection to the server is lost"))));
+  EXPECT_THAT(sandbox_->ReadFile("err.txt"), HasSubstr("terminating connection"));
   EXPECT_EQ("failure\n", Status());
   EXPECT_EQ("1|0|0\n", Figures());
 }
