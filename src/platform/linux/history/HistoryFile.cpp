@@ -109,13 +109,17 @@ void ShareWithGroup(const std::string& path) {
   }
 }
 
-int OnBusy(void* patience, int) {
+/// False when the patience is at its end.
+bool WaitALittle(HistoryPatience& patience) {
   constexpr std::chrono::milliseconds kSlice(5);
-  auto& [left, kept] = *static_cast<HistoryPatience*>(patience);
-  if (left - kSlice < kept) return 0;
-  left -= kSlice;
+  if (patience.left - kSlice < patience.kept) return false;
+  patience.left -= kSlice;
   std::this_thread::sleep_for(kSlice);
-  return 1;
+  return true;
+}
+
+int OnBusy(void* patience, int) {
+  return WaitALittle(*static_cast<HistoryPatience*>(patience)) ? 1 : 0;
 }
 
 std::int64_t VersionOf(sqlite3* handle) {
@@ -154,6 +158,10 @@ HistoryHandle OpenForWriting(const std::string& path, HistoryPatience& patience)
   return handle;
 }
 
+bool IsBusy(const PlatformError& error) {
+  return (error.number & 0xFF) == SQLITE_BUSY;
+}
+
 bool IsDamage(int error) {
   return (error & 0xFF) == SQLITE_CORRUPT || (error & 0xFF) == SQLITE_NOTADB;
 }
@@ -188,14 +196,19 @@ void CloseHistory::operator()(sqlite3* handle) const {
 }
 
 HistoryHandle OpenHistory(const std::string& path, std::string& note, HistoryPatience& patience) {
-  try {
-    return OpenForWriting(path, patience);
-  } catch (const PlatformError& error) {
-    if (!IsDamage(static_cast<int>(error.number))) throw;
-    MendHistory(path, note);
-    if (note.empty()) throw;
+  bool isMended = false;
+  while (true) {
+    try {
+      return OpenForWriting(path, patience);
+    } catch (const PlatformError& error) {
+      // Where another run makes the file, SQLite is busy without asking how long we would wait.
+      if (IsBusy(error) && WaitALittle(patience)) continue;
+      if (isMended || !IsDamage(static_cast<int>(error.number))) throw;
+      MendHistory(path, note);
+      isMended = !note.empty();
+      if (!isMended) throw;
+    }
   }
-  return OpenForWriting(path, patience);
 }
 
 void ShortenLog(sqlite3* handle, const std::string& path, std::uintmax_t bytes) {
@@ -222,7 +235,7 @@ HistoryHandle ReadHistory(const std::string& path) {
     if (VersionOf(handle.get()) == 0) return nullptr;  // its maker is about to make its tables
   } catch (const PlatformError& error) {
     const int code = static_cast<int>(error.number);
-    if (IsDamage(code) || (code & 0xFF) == SQLITE_BUSY) throw;
+    if (IsDamage(code) || IsBusy(error)) throw;
     handle = OpenAs("file:" + UriPath(path) + "?immutable=1", SQLITE_OPEN_READONLY);
     if (VersionOf(handle.get()) == 0) return nullptr;
   }
