@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -71,6 +73,21 @@ struct Refusal {
   std::string description;
 };
 
+/// The rows of a query on their way out, by the fastest way that the server has.
+class BulkRead {
+ public:
+  virtual ~BulkRead() = default;
+
+  virtual const std::vector<std::string>& Columns() const = 0;
+
+  /// Has the server begin now, with what it holds now; else the first Next does.
+  virtual void Start() {}
+
+  /// Puts the next row into `row`, one value for each column; texts are valid until the next call.
+  /// False when there are no more.
+  virtual bool Next(std::span<LoadValue> row) = 0;
+};
+
 /// Rows on their way into one table, by the fastest way that the server has. They go into the
 /// connection's transaction; without one the server may commit them as they come.
 class BulkLoad {
@@ -86,20 +103,19 @@ class BulkLoad {
   /// throws PlatformError.
   virtual void Load(const LoadRows& rows, std::size_t tolerated, std::vector<Refusal>& refused) = 0;
 
+  /// Loads all rows of a read that has not begun, value `columns[i]` of each into the i-th column,
+  /// where the server can take them as they are: they are of its own kind and need no look at any
+  /// value. Answers how many the read had. Nothing where there is no such way, and where a row is
+  /// refused: nothing is loaded then, and the read begins anew, to be loaded row by row. `progress`
+  /// gets the rows so far; what it throws ends the load.
+  virtual std::optional<std::int64_t> LoadAll(BulkRead& rows, std::span<const std::size_t> columns,
+                                              const std::function<void(std::int64_t)>& progress) {
+    (void)rows, (void)columns, (void)progress;
+    return std::nullopt;
+  }
+
   /// Ends the load; answers the number of rows that the server took, as the server counts them.
   virtual std::int64_t Finish() = 0;
-};
-
-/// The rows of a query on their way out, by the fastest way that the server has.
-class BulkRead {
- public:
-  virtual ~BulkRead() = default;
-
-  virtual const std::vector<std::string>& Columns() const = 0;
-
-  /// Puts the next row into `row`, one value for each column; texts are valid until the next call.
-  /// False when there are no more.
-  virtual bool Next(std::span<LoadValue> row) = 0;
 };
 
 }  // namespace torvik::ado

@@ -1,13 +1,14 @@
 #include "engine/pump/Conversion.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "engine/pump/RowBatch.h"
 #include "platform/NumberText.h"
@@ -16,15 +17,22 @@
 namespace torvik::engine {
 namespace {
 
+/// Says why a value does not fit.
+bool Refuse(std::string reason, std::string& misfit) {
+  misfit = std::move(reason);
+  return false;
+}
+
 /// The digits that `text` begins with.
 std::string_view Digits(std::string_view text) {
-  return text.substr(
-      0, static_cast<std::size_t>(std::ranges::find_if_not(text, IsDigit) - text.begin()));
+  std::size_t count = 0;
+  while (count < text.size() && IsDigit(text[count])) ++count;
+  return {text.data(), count};
 }
 
 /// A plus sign means nothing, and not every server reads it.
 void DropPlus(std::string_view& text) {
-  if (text[0] == '+' && !text.substr(1).starts_with('-')) text.remove_prefix(1);
+  if (text[0] == '+' && !text.starts_with("+-")) text.remove_prefix(1);
 }
 
 /// Cuts digits behind a point; false when there is something else.
@@ -45,12 +53,14 @@ int BytesOf(const ado::Column& column) {
   return column.size > 0 ? column.size : 8;
 }
 
-std::string TooLarge(const ado::Column& column) {
-  return "does not fit a whole number of " + std::to_string(BytesOf(column)) + " bytes" +
-         (IsUnsigned(column) ? " without a sign" : "");
+bool RefuseTooLarge(const ado::Column& column, std::string& misfit) {
+  return Refuse("does not fit a whole number of " + std::to_string(BytesOf(column)) + " bytes" +
+                    (IsUnsigned(column) ? " without a sign" : ""),
+                misfit);
 }
 
-std::string FitWhole(const ado::Column& column, unsigned flags, std::int64_t& number) {
+bool FitWhole(const ado::Column& column, unsigned flags, std::int64_t& number,
+              std::string& misfit) {
   std::int64_t highest = std::numeric_limits<std::int64_t>::max() >> (64 - 8 * BytesOf(column));
   std::int64_t lowest = -highest - 1;
   if (IsUnsigned(column)) {
@@ -58,24 +68,25 @@ std::string FitWhole(const ado::Column& column, unsigned flags, std::int64_t& nu
     highest = 0xFF;
     lowest = 0;
   }
-  return number <= highest && number >= lowest ? std::string() : TooLarge(column);
+  return (number <= highest && number >= lowest) || RefuseTooLarge(column, misfit);
 }
 
-std::string FitInteger(const ado::Column& column, unsigned flags, std::string_view text,
-                       ado::LoadValue& value) {
+bool FitInteger(const ado::Column& column, unsigned flags, std::string_view text,
+                ado::LoadValue& value, std::string& misfit) {
   DropPlus(text);
   if (flags & kAllowNumericTruncation) CutFraction(text);
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size())
-    return "is not a whole number";
-  if (error != std::errc()) return TooLarge(column);
-  std::string misfit = FitWhole(column, flags, number);
-  if (misfit.empty()) value = number;
-  return misfit;
+    return Refuse("is not a whole number", misfit);
+  if (error != std::errc()) return RefuseTooLarge(column, misfit);
+  if (!FitWhole(column, flags, number, misfit)) return false;
+  value = number;
+  return true;
 }
 
-std::string FitDecimal(const ado::Column& column, unsigned flags, std::string_view& text) {
+bool FitDecimal(const ado::Column& column, unsigned flags, std::string_view& text,
+                std::string& misfit) {
   DropPlus(text);
   std::string_view rest = text;
   if (rest.starts_with('-')) rest.remove_prefix(1);
@@ -86,75 +97,81 @@ std::string FitDecimal(const ado::Column& column, unsigned flags, std::string_vi
     fraction = Digits(rest.substr(1));
     rest.remove_prefix(1 + fraction.size());
   }
-  if (!rest.empty() || (whole.empty() && fraction.empty())) return "is not a decimal number";
+  if (!rest.empty() || (whole.empty() && fraction.empty()))
+    return Refuse("is not a decimal number", misfit);
   whole.remove_prefix(std::min(whole.find_first_not_of('0'), whole.size()));
   const int room = column.precision - column.scale;
   if (column.precision > 0 && whole.size() > static_cast<std::size_t>(room))
-    return "has more than " + std::to_string(room) + " digits before the point";
+    return Refuse("has more than " + std::to_string(room) + " digits before the point", misfit);
   const auto scale = static_cast<std::size_t>(column.scale);
   if ((flags & kAllowNumericTruncation) && column.precision > 0 && fraction.size() > scale)
     text.remove_suffix(fraction.size() - scale + (scale == 0 ? 1 : 0));
-  return {};
+  return true;
 }
 
-std::string FitReal(std::string_view text, ado::LoadValue& value) {
+bool FitReal(std::string_view text, ado::LoadValue& value, std::string& misfit) {
   DropPlus(text);
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size() ||
       !std::isfinite(number))
-    return "is not a number";
-  if (error != std::errc()) return "is outside the range of a floating-point number";
+    return Refuse("is not a number", misfit);
+  if (error != std::errc())
+    return Refuse("is outside the range of a floating-point number", misfit);
   value = number;
-  return {};
+  return true;
 }
 
-std::string FitBoolean(unsigned flags, std::string_view text, ado::LoadValue& value) {
+bool FitBoolean(unsigned flags, std::string_view text, ado::LoadValue& value, std::string& misfit) {
   value = std::int64_t{1};
   for (const std::string_view word : {"1", "-1", "true", "yes", "t"})
-    if (EqualsIgnoringCase(text, word)) return {};
+    if (EqualsIgnoringCase(text, word)) return true;
   std::int64_t number = 0;
   if ((flags & kForceConvert) &&
       std::from_chars(text.data(), text.data() + text.size(), number).ptr ==
           text.data() + text.size() &&
       number != 0)
-    return {};
+    return true;
   value = std::int64_t{0};
   for (const std::string_view word : {"0", "false", "no", "f"})
-    if (EqualsIgnoringCase(text, word)) return {};
-  return "is neither true nor false";
+    if (EqualsIgnoringCase(text, word)) return true;
+  return Refuse("is neither true nor false", misfit);
 }
 
-/// True when `text` has the shape of `pattern`, in which 9 stands for a digit.
-bool HasShape(std::string_view text, std::string_view pattern) {
-  return std::ranges::equal(
-      text, pattern, [](char c, char shape) { return shape == '9' ? IsDigit(c) : c == shape; });
+/// The number that the two digits at `at` make; a hundred or more when one of them is none.
+unsigned TwoDigits(const char* at) {
+  const auto digit = [](char c) {
+    const auto value = static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
+    return value > 9 ? 1000 : value;
+  };
+  return 10 * digit(at[0]) + digit(at[1]);
 }
 
-/// The number that the digits at `first` make.
-int NumberAt(std::string_view text, std::size_t first, std::size_t digits) {
-  int number = 0;
-  for (const char c : text.substr(first, digits)) number = number * 10 + (c - '0');
-  return number;
+unsigned DaysOf(unsigned month, unsigned year) {
+  static constexpr std::array<unsigned char, 13> kDays = {0,  31, 28, 31, 30, 31, 30,
+                                                          31, 31, 30, 31, 30, 31};
+  const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  return month == 2 && isLeap ? 29 : kDays[month];
 }
 
+/// YYYY-MM-DD.
 bool IsDate(std::string_view text) {
-  if (!HasShape(text, "9999-99-99")) return false;
-  const std::chrono::year_month_day day{
-      std::chrono::year(NumberAt(text, 0, 4)),
-      std::chrono::month(static_cast<unsigned>(NumberAt(text, 5, 2))),
-      std::chrono::day(static_cast<unsigned>(NumberAt(text, 8, 2)))};
-  return day.ok() && day.year() > std::chrono::year(0);
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return false;
+  const unsigned century = TwoDigits(text.data()), yearOfIt = TwoDigits(text.data() + 2),
+                 month = TwoDigits(text.data() + 5), day = TwoDigits(text.data() + 8);
+  if (century > 99 || yearOfIt > 99 || month < 1 || month > 12 || day < 1) return false;
+  const unsigned year = 100 * century + yearOfIt;
+  return year > 0 && day <= DaysOf(month, year);
 }
 
 /// HH:MM, HH:MM:SS, or that with a fraction of one to nine digits.
 bool IsTime(std::string_view text) {
-  constexpr std::size_t kSecondsEnd = 8, kMaxFraction = 9;
-  const bool hasSeconds = HasShape(text.substr(0, kSecondsEnd), "99:99:99");
-  if (!hasSeconds && !HasShape(text, "99:99")) return false;
-  if (NumberAt(text, 0, 2) > 23 || NumberAt(text, 3, 2) > 59) return false;
+  constexpr std::size_t kMinutesEnd = 5, kSecondsEnd = 8, kMaxFraction = 9;
+  const bool hasSeconds = text.size() >= kSecondsEnd && text[kMinutesEnd] == ':';
+  if ((!hasSeconds && text.size() != kMinutesEnd) || text[2] != ':') return false;
+  if (TwoDigits(text.data()) > 23 || TwoDigits(text.data() + 3) > 59) return false;
   if (!hasSeconds) return true;
-  if (NumberAt(text, 6, 2) > 59) return false;
+  if (TwoDigits(text.data() + 6) > 59) return false;
   const std::string_view fraction = text.substr(kSecondsEnd);
   if (fraction.empty()) return true;
   const std::size_t digits = Digits(fraction.substr(1)).size();
@@ -162,36 +179,36 @@ bool IsTime(std::string_view text) {
          digits + 1 == fraction.size();
 }
 
-std::string FitDate(unsigned flags, std::string_view& text) {
-  if (IsDate(text)) return {};
+bool FitDate(unsigned flags, std::string_view& text, std::string& misfit) {
+  if (IsDate(text)) return true;
   // A date that comes as a date with time loses nothing at midnight.
   constexpr std::size_t kDateEnd = 10;
   const std::string_view time = text.substr(std::min(kDateEnd + 1, text.size()));
   const bool separated = text.size() > kDateEnd && (text[kDateEnd] == ' ' || text[kDateEnd] == 'T');
   if (!separated || !IsDate(text.substr(0, kDateEnd)) || !IsTime(time))
-    return "is not a date of the form YYYY-MM-DD";
+    return Refuse("is not a date of the form YYYY-MM-DD", misfit);
   if (time.find_first_not_of("0:.") != std::string_view::npos && !(flags & kAllowDemotion))
-    return "is a date with a time, and the time would be lost (allow \"demotion\")";
+    return Refuse("is a date with a time, and the time would be lost (allow \"demotion\")", misfit);
   text = text.substr(0, kDateEnd);
-  return {};
+  return true;
 }
 
 /// Stored as "YYYY-MM-DD HH:MM:SS" and the fraction that the text has.
-std::string FitDateTime(std::string_view& text, RowBatch& batch) {
+bool FitDateTime(std::string_view& text, RowBatch& batch, std::string& misfit) {
   constexpr std::size_t kDateEnd = 10, kMinutesEnd = 5, kSecondsEnd = 8;
   const std::string_view date = text.substr(0, kDateEnd);
   const std::string_view rest = text.substr(date.size());
   const std::string_view time = rest.substr(rest.empty() ? 0 : 1);
   const bool separated = rest.starts_with(' ') || rest.starts_with('T');
   if (!IsDate(date) || !(rest.empty() || (separated && IsTime(time))))
-    return "is not a date and time of the form YYYY-MM-DD HH:MM:SS";
-  if (rest.starts_with(' ') && time.size() >= kSecondsEnd) return {};
+    return Refuse("is not a date and time of the form YYYY-MM-DD HH:MM:SS", misfit);
+  if (rest.starts_with(' ') && time.size() >= kSecondsEnd) return true;
   std::string stored(date);
   stored.append(" ").append(time);
   if (time.empty()) stored += "00:00:00";
   if (time.size() == kMinutesEnd) stored += ":00";
   text = batch.Store(stored);
-  return {};
+  return true;
 }
 
 /// The room that a character of so many bytes takes in a column.
@@ -218,44 +235,52 @@ std::string_view FirstUnits(ado::TextUnit unit, std::string_view text, std::size
   return text.substr(0, fits);
 }
 
-std::string FitText(const ado::Column& column, unsigned flags, std::string_view& text) {
+bool FitText(const ado::Column& column, unsigned flags, std::string_view& text,
+             std::string& misfit) {
   const auto room = static_cast<std::size_t>(column.size);
   // A text has at most as many units as bytes, so counting is for the rare long ones.
-  if (room == 0 || text.size() <= room) return {};
+  if (room == 0 || text.size() <= room) return true;
   std::size_t units = 0;
   const std::string_view first = FirstUnits(column.unit, text, room, units);
-  if (units <= room) return {};
-  if (flags & kAllowStringTruncation) return text = first, "";
+  if (units <= room) return true;
+  if (flags & kAllowStringTruncation) return text = first, true;
   const char* name = column.unit == ado::TextUnit::Characters ? " characters, "
                      : column.unit == ado::TextUnit::Utf16    ? " UTF-16 units, "
                                                               : " bytes of UTF-8, ";
   const bool isUsual = units == CountCharacters(text);
-  return "has " + std::to_string(units) + (isUsual ? " characters, " : name) +
-         std::to_string(room) + " fit";
+  return Refuse("has " + std::to_string(units) + (isUsual ? " characters, " : name) +
+                    std::to_string(room) + " fit",
+                misfit);
 }
 
-std::string FitTextValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,
-                         RowBatch& batch) {
+/// The text without white space around it; mostly there is none.
+std::string_view Bare(std::string_view text) {
+  const bool isBare = !text.empty() && text.front() > ' ' && text.back() > ' ';
+  return isBare ? text : Trimmed(text, kWhiteSpace);
+}
+
+bool FitTextValue(const ado::Column& column, unsigned flags, ado::LoadValue& value, RowBatch& batch,
+                  std::string& misfit) {
   using enum ado::ColumnKind;
   std::string_view text = value.Text();
-  std::string misfit;
-  if (column.kind == Binary) return {};
-  if (column.kind != Text && (text = Trimmed(text, kWhiteSpace)).empty()) {
+  if (column.kind == Binary) return true;
+  if (column.kind != Text && (text = Bare(text)).empty()) {
     value = {};
-    return {};
+    return true;
   }
+  bool fits = false;
   switch (column.kind) {
-    case Integer: return FitInteger(column, flags, text, value);
-    case Real: return FitReal(text, value);
-    case Boolean: return FitBoolean(flags, text, value);
-    case Decimal: misfit = FitDecimal(column, flags, text); break;
-    case Date: misfit = FitDate(flags, text); break;
-    case DateTime: misfit = FitDateTime(text, batch); break;
-    case Text: misfit = FitText(column, flags, text); break;
+    case Integer: return FitInteger(column, flags, text, value, misfit);
+    case Real: return FitReal(text, value, misfit);
+    case Boolean: return FitBoolean(flags, text, value, misfit);
+    case Decimal: fits = FitDecimal(column, flags, text, misfit); break;
+    case Date: fits = FitDate(flags, text, misfit); break;
+    case DateTime: fits = FitDateTime(text, batch, misfit); break;
+    case Text: fits = FitText(column, flags, text, misfit); break;
     case Binary: break;
   }
-  if (misfit.empty()) value = text;
-  return misfit;
+  if (fits) value = text;
+  return fits;
 }
 
 /// True for a number that its column takes as a number.
@@ -297,22 +322,22 @@ bool HasExactType(ado::ColumnKind column, ado::LoadValue::Kind value) {
 
 }  // namespace
 
-std::string FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,
-                     RowBatch& batch) {
+bool FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value, RowBatch& batch,
+              std::string& misfit) {
   if (flags & kForceConvert) flags |= 63;
   if ((flags & kRequireExactType) && !HasExactType(column.kind, value.GetKind()))
-    return "is of another type than its column, and no conversion is allowed";
-  if (value.IsText()) return FitTextValue(column, flags, value, batch);
-  if (StaysNumber(column, value)) return {};
+    return Refuse("is of another type than its column, and no conversion is allowed", misfit);
+  if (value.IsText()) return FitTextValue(column, flags, value, batch, misfit);
+  if (StaysNumber(column, value)) return true;
   if (column.kind == ado::ColumnKind::Integer) {
     if (auto number = WholeOf(value, flags)) {
-      std::string misfit = FitWhole(column, flags, *number);
-      if (misfit.empty()) value = *number;
-      return misfit;
+      if (!FitWhole(column, flags, *number, misfit)) return false;
+      value = *number;
+      return true;
     }
   }
   value = TextOfValue(value, batch);
-  return FitTextValue(column, flags, value, batch);
+  return FitTextValue(column, flags, value, batch, misfit);
 }
 
 bool FillNull(const ado::Column& column, unsigned flags, ado::LoadValue& value) {

@@ -21,11 +21,11 @@ enum TransformFlags : unsigned {
   kForceConvert = 128,     ///< All of the above but the last; any number but 0 is true.
 };
 
-/// Puts `value` into the form in which a column takes it; a new text is stored in `batch`. Answers
-/// why it does not fit ("is not a whole number"), empty when it does. A blank value for a column
-/// that is not text becomes NULL. `flags` are TransformFlags.
-std::string FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value,
-                     RowBatch& batch);
+/// Puts `value` into the form in which a column takes it; a new text is stored in `batch`. False
+/// when it does not fit: `misfit` says why ("is not a whole number"), and `value` is of no use. A
+/// blank value for a column that is not text becomes NULL. `flags` are TransformFlags.
+bool FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value, RowBatch& batch,
+              std::string& misfit);
 
 /// Puts into `value`, which is NULL, what stands for NULL in a column that must have a value; false
 /// where the flags do not allow it or nothing can stand for it.

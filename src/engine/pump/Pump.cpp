@@ -24,6 +24,20 @@ class Loader {
         progress_(progress),
         cancelled_(cancelled) {}
 
+  /// True when the servers have moved all rows between them, and nobody need look at any.
+  bool LoadUnseen(const RowMapper& mapper) {
+    ado::BulkRead* const query = request_.source.Query();
+    const auto columns = mapper.PlainCopy();
+    const bool isPart = request_.firstRow > 0 || request_.lastRow > 0 || request_.commitSize > 0;
+    if (!load_ || query == nullptr || !columns || isPart) return false;
+    const auto loaded = load_->LoadAll(*query, *columns, [this](std::int64_t rows) {
+      counts_.read = rows;
+      LookAround();
+    });
+    counts_.read = loaded.value_or(0);
+    return loaded.has_value();
+  }
+
   void Load(RowBatch& batch) {
     LookAround();
     counts_.skipped += batch.SkippedRows();
@@ -126,6 +140,7 @@ class Loader {
 };
 
 void LoadAll(const PumpRequest& request, RowMapper& mapper, Loader& loader) {
+  if (loader.LoadUnseen(mapper)) return;
   MappedBatches batches(request, mapper);
   while (RowBatch* batch = batches.Next()) loader.Load(*batch);
 }

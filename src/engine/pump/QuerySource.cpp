@@ -35,6 +35,8 @@ class QuerySource final : public RowSource {
     return "row " + std::to_string(batch.Origin(row).position) + " of the query";
   }
 
+  ado::BulkRead* Query() override { return position_ == 0 ? rows_.get() : nullptr; }
+
   bool CanReadAhead() const override { return !alongside_; }
 
  private:

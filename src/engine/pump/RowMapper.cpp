@@ -75,6 +75,16 @@ void RowMapper::AddTarget(Target target) {
   targets_.push_back(std::move(target));
 }
 
+std::optional<std::vector<std::size_t>> RowMapper::PlainCopy() const {
+  if (!scripts_.empty() || !effects_.empty()) return std::nullopt;
+  std::vector<std::size_t> positions;
+  for (const Target& target : targets_) {
+    if (target.source == kNoSource || !target.chain.empty()) return std::nullopt;
+    positions.push_back(target.source);
+  }
+  return positions;
+}
+
 void RowMapper::Map(RowBatch& batch) {
   values_.clear();
   values_.reserve(batch.RowCount() * targets_.size());
@@ -155,9 +165,8 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
     ado::LoadValue value;
     if (target.source != kNoSource) value = source[target.source];
     if (target.scripted != kNoSource) value = scripted_[target.scripted];
-    const std::string misfit = Fit(target, source, value, batch);
-    if (!misfit.empty()) {
-      Reject(batch, row, target, value, misfit);
+    if (!Fit(target, source, value, batch)) {
+      Reject(batch, row, target, value);
       values_.resize(begin);
       return false;
     }
@@ -165,35 +174,33 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
   }
   for (const Target& effect : effects_) {
     ado::LoadValue value = effect.source == kNoSource ? ado::LoadValue() : source[effect.source];
-    const std::string misfit = Transformed(effect, source, value, batch);
-    if (misfit.empty()) continue;
-    Reject(batch, row, effect, value, misfit);
+    if (Transform(effect, source, value, batch)) continue;
+    Reject(batch, row, effect, value);
     values_.resize(begin);
     return false;
   }
   return true;
 }
 
-std::string RowMapper::Transformed(const Target& target, std::span<const ado::LoadValue> source,
-                                   ado::LoadValue& value, RowBatch& batch) {
+/// False when the value does not fit; misfit_ says why, and `value` is what is at fault.
+bool RowMapper::Transform(const Target& target, std::span<const ado::LoadValue> source,
+                          ado::LoadValue& value, RowBatch& batch) {
   for (const auto& transformation : target.chain)
-    if (std::string misfit = transformation->Apply({source, batch}, value); !misfit.empty())
-      return misfit;
-  return {};
+    if (!(misfit_ = transformation->Apply({source, batch}, value)).empty()) return false;
+  return true;
 }
 
-std::string RowMapper::Fit(const Target& target, std::span<const ado::LoadValue> source,
-                           ado::LoadValue& value, RowBatch& batch) const {
-  if (std::string misfit = Transformed(target, source, value, batch); !misfit.empty())
-    return misfit;
+bool RowMapper::Fit(const Target& target, std::span<const ado::LoadValue> source,
+                    ado::LoadValue& value, RowBatch& batch) {
+  if (!Transform(target, source, value, batch)) return false;
   if (!value.IsNull()) {
     ado::LoadValue fitted = value;
-    if (std::string misfit = FitValue(target.column, target.flags, fitted, batch); !misfit.empty())
-      return misfit;
+    if (!FitValue(target.column, target.flags, fitted, batch, misfit_)) return false;
     value = fitted;
   }
-  if (!value.IsNull() || target.column.nullable) return {};
-  return FillNull(target.column, target.flags, value) ? std::string() : kMissing;
+  if (!value.IsNull() || target.column.nullable) return true;
+  misfit_ = kMissing;
+  return FillNull(target.column, target.flags, value);
 }
 
 /// With the row's bytes, those of a query's row as comma-separated text.
@@ -204,16 +211,16 @@ RowOrigin RowMapper::OriginOf(RowBatch& batch, std::size_t row) const {
 }
 
 void RowMapper::Reject(RowBatch& batch, std::size_t row, const Target& target,
-                       const ado::LoadValue& value, const std::string& misfit) const {
+                       const ado::LoadValue& value) const {
   RowPlace at{source_.PlaceOf(batch, row)};
   if (target.source != kNoSource) {
     at.column = target.source + 1;
     at.columnName = source_.Columns()[target.source];
   }
-  batch.AddBadRow(OriginOf(batch, row), misfit == kMissing
+  batch.AddBadRow(OriginOf(batch, row), misfit_ == kMissing
                                             ? RowError::NullNotAllowed(at, Described(target.column))
                                             : RowError::Misfit(at, TextOfValue(value, batch),
-                                                               misfit, Described(target.column)));
+                                                               misfit_, Described(target.column)));
 }
 
 }  // namespace torvik::engine

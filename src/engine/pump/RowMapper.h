@@ -28,6 +28,10 @@ class RowMapper {
   /// The destination columns that are filled, as the destination spells them.
   const std::vector<std::string>& Destinations() const { return destinations_; }
 
+  /// The position of the source column that each destination column gets as it is; nothing when
+  /// more than that is to be done with a row.
+  std::optional<std::vector<std::size_t>> PlainCopy() const;
+
   /// Replaces each row's values by those of the destination columns. A row with a value that does
   /// not fit becomes one of the batch's bad rows; these then stand in the order of their origins.
   /// Rows that fill no column, as those that are only written to files, are left out.
@@ -52,13 +56,13 @@ class RowMapper {
   std::optional<unsigned> RunScripts(RowBatch& batch, std::size_t row);
   void MapOnce(RowBatch& batch, std::size_t row);
   bool MapRow(RowBatch& batch, std::size_t row);
-  static std::string Transformed(const Target& target, std::span<const ado::LoadValue> source,
-                                 ado::LoadValue& value, RowBatch& batch);
-  std::string Fit(const Target& target, std::span<const ado::LoadValue> source,
-                  ado::LoadValue& value, RowBatch& batch) const;
+  bool Transform(const Target& target, std::span<const ado::LoadValue> source,
+                 ado::LoadValue& value, RowBatch& batch);
+  bool Fit(const Target& target, std::span<const ado::LoadValue> source, ado::LoadValue& value,
+           RowBatch& batch);
   RowOrigin OriginOf(RowBatch& batch, std::size_t row) const;
-  void Reject(RowBatch& batch, std::size_t row, const Target& target, const ado::LoadValue& value,
-              const std::string& misfit) const;
+  void Reject(RowBatch& batch, std::size_t row, const Target& target,
+              const ado::LoadValue& value) const;
 
   const RowSource& source_;
   std::vector<ScriptMapping> scripts_;
@@ -68,6 +72,7 @@ class RowMapper {
   std::vector<std::string> destinations_;
   std::vector<ado::LoadValue> values_;
   std::vector<RowOrigin> origins_;
+  std::string misfit_;  // why the last value did not fit
 };
 
 }  // namespace torvik::engine

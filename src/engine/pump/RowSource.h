@@ -40,6 +40,10 @@ class RowSource {
   /// The bytes that a row ends with.
   virtual std::string RowEnd() const { return "\n"; }
 
+  /// The rows as a query that nothing has been fetched from yet; null when they come from
+  /// elsewhere.
+  virtual ado::BulkRead* Query() { return nullptr; }
+
   /// True when Fetch may run on a thread of its own while the destination loads.
   virtual bool CanReadAhead() const = 0;
 };
@@ -62,8 +66,9 @@ class RowSource {
 std::unique_ptr<RowSource> OpenTextSource(Files& files, const CodePages& codePages,
                                           const std::string& path, const TextFormat& format);
 
-/// The rows of a query. `connection` must outlive the source. `alongside`: it runs other statements
-/// while the rows are read, so that all of this belongs on one thread.
+/// The rows of a query, which the server begins to read with the first one. `connection` must
+/// outlive the source. `alongside`: it runs other statements while the rows are read, so that all
+/// of this belongs on one thread.
 std::unique_ptr<RowSource> OpenQuerySource(ado::Connection& connection, const std::string& sql,
                                            bool alongside);
 

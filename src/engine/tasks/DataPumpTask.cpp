@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "engine/model/Connections.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/RowSource.h"
@@ -9,6 +10,7 @@
 #include "engine/tasks/Tasks.h"
 #include "engine/tasks/TransformationReader.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
@@ -42,6 +44,8 @@ class DataPumpTask final : public Task {
     for (const LookupPlan& plan : lookups_)
       others.push_back(&context.ReadDatabase(plan.connection));
     const OpenedSource source = source_.Open(context, others);
+    if (MayEmptyWhatItReads(context))
+      if (ado::BulkRead* const query = source.rows->Query()) query->Start();
     // What reads lookups may share neither the source's nor the destination's connection between
     // two threads.
     const bool lookupsShare =
@@ -55,6 +59,14 @@ class DataPumpTask final : public Task {
   }
 
  private:
+  bool MayEmptyWhatItReads(TaskContext& context) const {
+    if (settings_.load != LoadMode::Truncate) return false;
+    const ConnectionSettings from = context.Settings(source_.Connection()),
+                             to = context.Settings(destination_.Connection());
+    const std::string *const here = from.Find("Data Source"), *const there = to.Find("Data Source");
+    return here != nullptr && there != nullptr && EqualsIgnoringCase(*here, *there);
+  }
+
   std::vector<ColumnMapping> Columns(const TransformationScope& scope) const {
     const Variables& variables = scope.context.GlobalVariables();
     std::vector<ColumnMapping> columns;

@@ -19,6 +19,8 @@ class PumpSource {
  public:
   explicit PumpSource(TaskReader& reader);
 
+  const std::string& Connection() const { return connection_; }
+
   /// `others`: the connections that the pump uses besides.
   OpenedSource Open(TaskContext& context, std::span<ado::Connection* const> others) const;
 
@@ -37,6 +39,7 @@ class PumpDestination {
   explicit PumpDestination(TaskReader& reader);
 
   bool IsTable() const { return !isTextFile_; }
+  const std::string& Connection() const { return connection_; }
   /// Why nothing can be pumped there whatever happens; empty when it can.
   std::string WhyNot() const;
 

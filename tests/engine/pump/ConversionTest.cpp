@@ -16,7 +16,8 @@ using enum ado::ColumnKind;
 /// The value as it is loaded, or "! " and why it does not fit.
 std::string Fitted(const Column& column, ado::LoadValue value, unsigned flags = 0) {
   RowBatch batch;
-  const std::string misfit = FitValue(column, flags, value, batch);
+  std::string misfit;
+  if (FitValue(column, flags, value, batch, misfit)) misfit.clear();
   if (!misfit.empty()) return "! " + misfit;
   return value.IsNull() ? "NULL" : std::string(TextOfValue(value, batch));
 }

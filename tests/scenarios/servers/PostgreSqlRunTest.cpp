@@ -145,6 +145,56 @@ after = [ { step = "two" } ]
             "two|4|0\nbad|4|1\n");
 }
 
+TEST_F(FaultyRun, MovesRowsBetweenDatabasesAndNamesTheOnesThatAreRefused) {
+  server_.MakeDatabase("Origin");
+  sandbox_.PutPackage("Move_LoadDW", R"toml([[connections]]
+name = "origin"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "Origin", "Integrated Security" = "SSPI" }
+[[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "FaultyDW", "Integrated Security" = "SSPI" }
+[[steps]]
+name = "source"
+task = "ExecuteSQL"
+connection = "origin"
+sql = "CREATE TABLE s AS SELECT g AS id, 'row ' || g AS name FROM generate_series(1, 20000) g"
+[[steps]]
+name = "target"
+task = "ExecuteSQL"
+connection = "dw"
+sql = "DROP TABLE IF EXISTS t; CREATE TABLE t (id INT UNIQUE CHECK (id <> 15000), name TEXT)"
+[[steps]]
+name = "move"
+task = "DataPump"
+source = "origin"
+source_table = "s"
+destination = "dw"
+table = "t"
+maximum_error_count = 1
+after = [ { step = "source" }, { step = "target" } ]
+[[steps]]
+name = "again"
+task = "DataPump"
+source = "origin"
+source_sql = "SELECT name, id FROM s WHERE id <> 15000"
+destination = "dw"
+table = "t"
+load = "truncate"
+after = [ { step = "move" } ]
+)toml");
+  std::string status;
+  const std::string log = Run(Job("Move_LoadDW", "DTSServer=(local)\nDTSNTAut=TRUE",
+                                  "DWServer=(local)\nDWNTAut=TRUE\nDWDB=FaultyDW"),
+                              status);
+  EXPECT_EQ(status, "ok\n") << log;
+  EXPECT_EQ(sandbox_.Query("SELECT COUNT(*), MIN(name), SUM(id) FROM t", "FaultyDW"),
+            "19999|row 1|199995000\n");
+  EXPECT_THAT(log, HasSubstr("19999 rows, 1 rejected"));
+  EXPECT_THAT(log, HasSubstr("\"again\" succeeded: 19999 rows"));
+}
+
 TEST_F(FaultyRun, EndsWithTheDriversWordsAndTheRightStatusWord) {
   const std::string connection = R"toml([[connections]]
 name = "dw"

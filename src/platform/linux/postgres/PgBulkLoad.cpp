@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <vector>
 
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/postgres/PgCatalogue.h"
+#include "platform/linux/postgres/PgCopyRead.h"
 #include "platform/linux/postgres/PgCopyRows.h"
 #include "platform/linux/postgres/PgSession.h"
 #include "platform/linux/postgres/PgTables.h"
@@ -16,6 +18,8 @@ namespace torvik {
 namespace {
 
 constexpr std::size_t kPieceSize = 12 * 1024;
+constexpr std::size_t kImagesSize = 64 * 1024;
+constexpr const char* kBinary = " (FORMAT binary)";
 constexpr const char* kLoadPoint = "torvik_load";
 /// After so many calls with a value that the binary format does not take, text it is.
 constexpr int kMostTextCalls = 3;
@@ -43,6 +47,14 @@ CopyPlace PlaceIn(const std::string& context, const std::string& table) {
   return place;
 }
 
+/// True for the server's own types whose bytes mean the same to every server, and whose text, by
+/// which rows go that are looked at, says the same.
+bool HasPortableImage(unsigned type) {
+  static constexpr unsigned kTypes[] = {16,   17,   20,   21,   23,   25,   114,  700,  701,  1042,
+                                        1043, 1082, 1083, 1114, 1186, 1560, 1562, 1700, 2950, 3802};
+  return std::ranges::find(kTypes, type) != std::end(kTypes);
+}
+
 std::string CopyText(const PgTable& table, const std::vector<ado::Column>& columns) {
   std::string names;
   for (const ado::Column& column : columns)
@@ -58,8 +70,11 @@ class PgBulkLoad final : public ado::BulkLoad {
     const std::vector<ado::Column> all(table_.columns.begin(), table_.columns.end());
     const auto picked = PickColumns(all, columns, table,
                                     [this](const auto& why) { return session_->Refusal(why); });
-    for (const ado::Column& column : picked)
-      types_.push_back(std::ranges::find(table_.columns, column.name, &PgColumn::name)->type);
+    for (const ado::Column& column : picked) {
+      const auto found = std::ranges::find(table_.columns, column.name, &PgColumn::name);
+      types_.push_back(found->type);
+      modifiers_.push_back(found->modifier);
+    }
     copy_ = CopyText(table_, picked);
     givesIdentity_ = std::ranges::any_of(picked, &ado::Column::isIdentity);
     isBinary_ = std::ranges::all_of(types_, HasPgBinaryForm);
@@ -95,6 +110,17 @@ class PgBulkLoad final : public ado::BulkLoad {
     }
   }
 
+  std::optional<std::int64_t> LoadAll(ado::BulkRead& rows, std::span<const std::size_t> columns,
+                                      const std::function<void(std::int64_t)>& progress) override {
+    auto* const read = dynamic_cast<PgCopyRead*>(&rows);
+    if (read == nullptr || read->HasBegun() || !TakesImagesOf(*read, columns)) return std::nullopt;
+    const std::unique_ptr<PgCopyOut> images = read->OpenImages(columns);
+    if (!images) return std::nullopt;
+    const auto error =
+        Copy(kBinary, session_->IsInBlock(), [&] { return SendImages(*images, progress); });
+    return error ? std::nullopt : std::optional(images->Count());
+  }
+
   std::int64_t Finish() override {
     if (givesIdentity_ && rows_ > 0) AdvanceNumbering(*session_, table_);
     return rows_;
@@ -126,32 +152,58 @@ class PgBulkLoad final : public ado::BulkLoad {
     return (column.empty() ? "" : "column " + column + ": ") + error.text;
   }
 
+  /// True when the columns of a query hold what those of the table take, byte for byte.
+  bool TakesImagesOf(const PgCopyRead& read, std::span<const std::size_t> columns) const {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const PgType& type = read.Types()[columns[i]];
+      if (type.number != types_[i] || !HasPortableImage(type.number)) return false;
+      if (modifiers_[i] != -1 && modifiers_[i] != type.modifier) return false;
+    }
+    return columns.size() == types_.size();
+  }
+
   /// Loads the rows from `begin` to `end`, or fewer: `end` is then where they end. Answers an error
   /// that lies in the rows, and then none of them is loaded.
   std::optional<PgError> Copy(const ado::LoadRows& rows, std::size_t begin, std::size_t& end,
                               bool hasPoint) {
+    auto error = Copy(IsText() ? "" : kBinary, hasPoint, [&] { return Send(rows, begin, end); });
+    // In a transaction that has failed nothing can be tried again.
+    const bool isLocated =
+        !error || RowAtFault(*error, begin, end) < end || !session_->HasFailedBlock();
+    if (!isLocated) throw session_->Refusal("table " + table_.name + ": " + error->text);
+    return error;
+  }
+
+  /// `send` sends rows in the format of `options` and answers the server's result. An error that
+  /// lies in the rows is answered, and then none of them is loaded.
+  std::optional<PgError> Copy(const std::string& options, bool hasPoint,
+                              const std::function<PgResult()>& send) {
     session_->RequireIdle();
-    std::string sql = copy_ + (IsText() ? "" : " (FORMAT binary)");
+    std::string sql = copy_ + options;
     if (hasPoint)
       sql = std::string("SAVEPOINT ") + kLoadPoint + "; " + sql + "; RELEASE " + kLoadPoint;
-    const PgResult result = Exchange(sql, rows, begin, end);
+    PgResult result;
+    try {
+      result = Exchange(sql, send);
+    } catch (...) {
+      if (hasPoint) session_->UndoTo(kLoadPoint);
+      throw;
+    }
     if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) return {};
     const PgError error = ErrorOfResult(result.get());
     const PlatformError failure = session_->Failure(result.get(), "table " + table_.name);
     if (hasPoint) session_->UndoTo(kLoadPoint);
-    const bool isLocated = RowAtFault(error, begin, end) < end || !session_->HasFailedBlock();
-    if (!error.IsOfARow() || !isLocated) throw failure;
+    if (!error.IsOfARow()) throw failure;
     return error;
   }
 
   /// Answers the first error, or what is no error.
-  PgResult Exchange(const std::string& sql, const ado::LoadRows& rows, std::size_t begin,
-                    std::size_t& end) {
+  PgResult Exchange(const std::string& sql, const std::function<PgResult()>& send) {
     const PgSession::Running running(*session_);
     PgResult result = session_->Begin(sql);
     while (PQresultStatus(result.get()) == PGRES_COMMAND_OK)
       result.reset(PQgetResult(session_->Handle()));
-    if (PQresultStatus(result.get()) == PGRES_COPY_IN) result = Send(rows, begin, end);
+    if (PQresultStatus(result.get()) == PGRES_COPY_IN) result = send();
     const std::int64_t taken = std::atoll(PQcmdTuples(result.get()));
     TakeRest(result);
     if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) rows_ += taken;
@@ -186,6 +238,32 @@ class PgBulkLoad final : public ado::BulkLoad {
     return PgResult(PQgetResult(connection));
   }
 
+  /// Sends what another server sends, as it comes.
+  PgResult SendImages(PgCopyOut& images, const std::function<void(std::int64_t)>& progress) {
+    buffer_.Clear();
+    try {
+      std::int64_t pieces = 0;
+      for (std::span<char> piece = images.Next(); !piece.empty(); piece = images.Next()) {
+        buffer_.Append({piece.data(), piece.size()});
+        ++pieces;
+        if (buffer_.Bytes().size() < kImagesSize) continue;
+        if (!Flush()) break;
+        progress(pieces);
+      }
+    } catch (...) {
+      GiveUp();
+      throw;
+    }
+    if (Flush()) PQputCopyEnd(session_->Handle(), nullptr);
+    return PgResult(PQgetResult(session_->Handle()));
+  }
+
+  /// Ends a COPY that is under way; its transaction has failed then.
+  void GiveUp() {
+    PQputCopyEnd(session_->Handle(), "the load is given up");
+    while (const PgResult next{PQgetResult(session_->Handle())}) continue;
+  }
+
   /// False when the connection is lost.
   bool Flush() {
     const std::string_view bytes = buffer_.Bytes();
@@ -201,6 +279,7 @@ class PgBulkLoad final : public ado::BulkLoad {
   const PgTable table_;
   std::string copy_;
   std::vector<unsigned> types_;
+  std::vector<int> modifiers_;
   bool isBinary_ = false;
   bool isTextNow_ = false;  ///< For the rest of a call.
   int textCalls_ = 0;

@@ -107,7 +107,8 @@ std::unique_ptr<ado::BulkRead> OpenPgBulkRead(std::shared_ptr<PgSession> session
   for (const PgStatement& statement : statements) session->Run(statement);
   const std::string word = query.FirstWord();
   if (alongside && IsQuery(word)) return OpenCursor(session, query);
-  if (!alongside && (IsQuery(word) || MayReturnRows(word))) return NewPgCopyRead(session, query);
+  if (!alongside && (IsQuery(word) || MayReturnRows(word)))
+    return std::make_unique<PgCopyRead>(session, query);
   return std::make_unique<ResultRead>(session, session->Run(query));
 }
 

@@ -113,7 +113,8 @@ PgColumn ColumnAt(const PGresult* rows, int row) {
   column.sql = isOfTheServer ? ado::SqlKind::PostgreSql : ado::SqlKind::Other;
   for (const char* incomparable : {"json", "xml", "point", "polygon"})
     if (column.declaredType == incomparable) column.isComparable = false;
-  SetKind(column, static_cast<int>(number(5)));
+  column.modifier = static_cast<int>(number(5));
+  SetKind(column, column.modifier);
   return column;
 }
 

@@ -15,6 +15,7 @@ class PgSession;
 /// A column with what the catalogue knows beyond ado::Column.
 struct PgColumn : ado::Column {
   unsigned type = 0;         ///< Its number in the catalogue; of a domain, that of its base.
+  int modifier = -1;         ///< What the declaration adds to the type; -1: nothing.
   bool isComparable = true;  ///< "=" may compare its values.
 };
 

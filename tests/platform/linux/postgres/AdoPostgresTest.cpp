@@ -5,6 +5,7 @@
 
 #include <thread>
 
+#include "fakes/ReadRows.h"
 #include "platform/linux/postgres/PgStatements.h"
 #include "platform/linux/sqlite/EmbeddedFixture.h"
 #include "servers/PostgreSqlServer.h"
@@ -275,14 +276,113 @@ TEST_F(AdoPostgres, AConnectionThatReadsAQueryInBulkSaysThatItIsBusy) {
   const auto read = dw_->OpenBulkRead("EXPLAIN SELECT 1", false);
   EXPECT_EQ("1", Rows("SELECT 1")) << "what is no query is read as a whole";
   const auto busy = dw_->OpenBulkRead("SET DateStyle = ISO; VALUES (1), (2) -- two", false);
-  EXPECT_THAT(ErrorOf([&] { Rows("SELECT 1"); }), HasSubstr("busy"));
+  EXPECT_EQ("1", Rows("SELECT 1")) << "it has not begun";
   std::vector<ado::LoadValue> row(1);
   EXPECT_TRUE(busy->Next(row));
+  EXPECT_THAT(ErrorOf([&] { Rows("SELECT 1"); }), HasSubstr("busy"));
   EXPECT_EQ("2", (busy->Next(row), std::string(row[0].Text())));
   EXPECT_FALSE(busy->Next(row));
   EXPECT_EQ("1", Rows("SELECT 1"));
   EXPECT_THAT(ErrorOf([&] { dw_->OpenBulkRead("CREATE TABLE no_rows (n INT)", false); }),
               HasSubstr("no rows to read"));
+}
+
+TEST_F(AdoPostgres, RowsOfAnotherConnectionAreTakenAsTheyAreWhereTypesAndRowsAllowIt) {
+  Do("CREATE TABLE source (a INT, b NUMERIC(9, 2), c VARCHAR(5), d TIMESTAMP, e JSONB, f BYTEA);"
+     "INSERT INTO source SELECT g, g / 4.0, 'äö' || g, '2001-01-08 09:10:11.25', "
+     "  '{\"x\": [1, null]}', '\\x00ff0a5c' FROM generate_series(1, 9) g;"
+     "INSERT INTO source VALUES (10, NULL, '', NULL, NULL, ''), (11, 'NaN', '\t\\N', 'infinity', "
+     "  '7', '\\x');"
+     "CREATE DOMAIN low AS INT CHECK (value < 10);"
+     "CREATE FUNCTION drops() RETURNS trigger LANGUAGE plpgsql AS "
+     "  'BEGIN IF NEW.a > 9 THEN RETURN NULL; END IF; RETURN NEW; END'");
+  const std::string all = "a INT, b NUMERIC(9, 2), c VARCHAR(5), d TIMESTAMP, e JSONB, f BYTEA";
+  const std::string query = "SELECT * FROM source ORDER BY a";
+  const struct {
+    const char* what;
+    std::string columns;  ///< Of the table.
+    std::string query;
+    std::vector<std::string> into;
+    std::vector<std::size_t> from;
+    std::int64_t read = 0, loaded = 0;  ///< Both 0: row by row.
+    const char* before = "";
+  } cases[] = {
+      {"every column", all, query, {"a", "b", "c", "d", "e", "f"}, {0, 1, 2, 3, 4, 5}, 11, 11},
+      {"some in another order", all, query + " -- all", {"c", "a"}, {2, 0}, 11, 11},
+      {"one twice", "a INT, x INT", query, {"a", "x"}, {0, 0}, 11, 11},
+      {"two columns of a name", "a INT", "SELECT 1 AS a, 2 AS a, 3 AS b", {"a"}, {0}, 0, 0},
+      {"a wider text", "c VARCHAR(9)", query, {"c"}, {2}, 0, 0},
+      {"any text", "c VARCHAR", query, {"c"}, {2}, 11, 11},
+      {"another precision", "b NUMERIC(9, 1)", query, {"b"}, {1}, 0, 0},
+      {"another type", "a BIGINT", query, {"a"}, {0}, 0, 0},
+      {"a time zone", "d TIMESTAMPTZ", "SELECT now() AS d", {"d"}, {0}, 0, 0},
+      {"a query that changes rows",
+       all,
+       "UPDATE source SET a = a WHERE a = 1 RETURNING a",
+       {"a"},
+       {0},
+       0,
+       0},
+      {"a refused row", "a INT CHECK (a <> 9)", query, {"a"}, {0}, 0, 0},
+      {"a missing value", "b NUMERIC(9, 2) NOT NULL", query, {"b"}, {1}, 0, 0},
+      {"a domain", "a low", query, {"a"}, {0}, 0, 0},
+      {"a trigger that drops rows",
+       "a INT",
+       query,
+       {"a"},
+       {0},
+       11,
+       9,
+       "CREATE TRIGGER t BEFORE INSERT ON t FOR EACH ROW EXECUTE FUNCTION drops()"},
+      {"no rows", "a INT", "SELECT a FROM source WHERE a > 99", {"a"}, {0}, 0, 0}};
+  const auto other = server_.NewConnection("dw");
+  other->Open();
+  for (const bool inTransaction : {false, true}) {
+    for (const auto& one : cases) {
+      SCOPED_TRACE(testing::Message() << one.what << inTransaction);
+      Do("DROP TABLE IF EXISTS t; CREATE TABLE t (" + one.columns + "); " + one.before);
+      if (inTransaction) dw_->BeginTrans();
+      Do("SELECT 1");
+      const auto read = other->OpenBulkRead(one.query, false);
+      const auto load = dw_->OpenBulkLoad("t", one.into);
+      const auto count = load->LoadAll(*read, one.from, [](std::int64_t) {});
+      const bool isMoved = one.read > 0 || std::string(one.what) == "no rows";
+      EXPECT_EQ(isMoved ? std::optional(one.read) : std::nullopt, count);
+      EXPECT_EQ(one.loaded, load->Finish());
+      EXPECT_EQ(std::to_string(one.loaded), Rows("SELECT COUNT(*) FROM t"));
+      if (!isMoved) {
+        EXPECT_NE("", RestOf(*read)) << "the read begins anew";
+      }
+      if (inTransaction) dw_->CommitTrans();
+      if (one.into.size() == 6) {
+        EXPECT_EQ(Rows("SELECT * FROM source ORDER BY a"), Rows("SELECT * FROM t ORDER BY a"));
+      }
+    }
+  }
+}
+
+TEST_F(AdoPostgres, AMoveThatIsGivenUpLeavesNothingAndBothConnectionsAsTheyWere) {
+  Do("CREATE TABLE t (a INT, s TEXT)");
+  const auto other = server_.NewConnection("dw");
+  other->Open();
+  const std::string query = "SELECT g AS a, repeat('x', 100) AS s FROM generate_series(1, 99999) g";
+  for (const bool isCancelled : {true, false}) {
+    dw_->BeginTrans();
+    Do("INSERT INTO t VALUES (0, 'before')");
+    const auto read = other->OpenBulkRead(
+        isCancelled ? query : query + " WHERE 1 / (99990 - g) IS NOT NULL", false);
+    const auto load = dw_->OpenBulkLoad("t", std::vector<std::string>{"a", "s"});
+    const std::vector<std::size_t> columns = {0, 1};
+    EXPECT_THAT(ErrorOf([&] {
+                  load->LoadAll(*read, columns, [&](std::int64_t rows) {
+                    if (isCancelled && rows > 5000) throw PlatformError(0, "given up", "test");
+                  });
+                }),
+                HasSubstr(isCancelled ? "given up" : "division by zero"));
+    EXPECT_EQ("0", Rows("SELECT a FROM t")) << "the transaction goes on";
+    dw_->RollbackTrans();
+    EXPECT_EQ("1", RowsOf(*other, "SELECT 1"));
+  }
 }
 
 }  // namespace
