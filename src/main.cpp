@@ -20,6 +20,7 @@
 #include "platform/linux/system/Display.h"
 #include "platform/linux/system/FrontEnd.h"
 #include "platform/linux/system/ProcessSetup.h"
+#include "platform/linux/system/ProgramBeside.h"
 #include "platform/linux/system/WhoRuns.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
@@ -132,10 +133,20 @@ void RunProgram(const std::string& argumentText) {
         running->recorder.FetchProceeds(progress);
         form()->SetFormStatus(FetchText(progress));
       });
-  const auto packages = engine::NewPackageHost(
-      {*linuxPlatform.databases, *linuxPlatform.files, *linuxPlatform.codePages,
-       *linuxPlatform.clock, *linuxPlatform.processes, *linuxPlatform.eventLog, *linuxPlatform.mail,
-       linuxPlatform.settings.scriptDirectories, HostName(), UserName()});
+  const auto packages =
+      engine::NewPackageHost({*linuxPlatform.databases,
+                              *linuxPlatform.files,
+                              *linuxPlatform.codePages,
+                              *linuxPlatform.clock,
+                              *linuxPlatform.processes,
+                              *linuxPlatform.eventLog,
+                              *linuxPlatform.mail,
+                              linuxPlatform.settings.scriptDirectories,
+                              {linuxPlatform.locks.get(), linuxPlatform.settings.stateDirectory,
+                               linuxPlatform.settings.limits},
+                              ProgramBeside("torvik-admin"),
+                              HostName(),
+                              UserName()});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;
@@ -153,6 +164,7 @@ void RunProgram(const std::string& argumentText) {
       });
   program.waitForOtherRun = std::chrono::seconds(linuxPlatform.settings.waitForOtherRunSeconds);
   program.runVariables = frontEnd.Variables();
+  program.resumedRun = frontEnd.ResumedRun();
   Alarms alarms = NewAlarms(linuxPlatform);
   WatchRuns(program, alarms, frontEnd);
   running = &program;

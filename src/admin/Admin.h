@@ -40,6 +40,7 @@ void AddDoctorCommand(CLI::App& app, Invocation& invocation);
 void AddAlarmsCommand(CLI::App& app, Invocation& invocation);
 void AddHistoryCommands(CLI::App& app, Invocation& invocation);
 void AddWatchCommand(CLI::App& app, Invocation& invocation);
+void AddNightCommands(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
 
 /// Adds the options --server, --user and --password-file.

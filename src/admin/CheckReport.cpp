@@ -41,6 +41,13 @@ void CheckReport::NotChecked(const std::string& what, const std::string& why) {
   Add(what, State::NotChecked, why);
 }
 
+void CheckReport::AddPart(const std::string& name, const CheckReport& part) {
+  if (const int ok = part.Count(State::Ok); ok > 0) Ok(name, Counted(ok, " is ok", " are ok"));
+  for (const Row& row : part.rows_)
+    if (row.state != State::Ok) Add(name + ", " + row.what, row.state, row.detail);
+  secrets_.insert(secrets_.end(), part.secrets_.begin(), part.secrets_.end());
+}
+
 void CheckReport::AddSecret(const std::string& text) {
   if (!text.empty()) secrets_.push_back(text);
 }

@@ -15,6 +15,9 @@ class CheckReport {
   void Warning(const std::string& what, const std::string& detail);
   void NotChecked(const std::string& what, const std::string& why);
 
+  /// What the check of a part found: its rows but for those that are ok, which are counted.
+  void AddPart(const std::string& name, const CheckReport& part);
+
   /// "***" is printed wherever the text stands as a word of its own: what a server says may repeat
   /// what it was given.
   void AddSecret(const std::string& text);

@@ -24,6 +24,7 @@ const std::map<std::string, WordKind>& Kinds() {
                                                         {"--log", WordKind::File},
                                                         {"--svg", WordKind::File},
                                                         {"--jobs", WordKind::Directory},
+                                                        {"DIRECTORY", WordKind::Directory},
                                                         {"--root", WordKind::Directory},
                                                         {"--package", WordKind::Package},
                                                         {"get NAME", WordKind::Package},

@@ -103,6 +103,13 @@ JobUnderCheck::JobUnderCheck(LinuxPlatform& linux, const std::string& file)
   report.AddSecret(job.DWServerLoginPassword);
 }
 
+void CheckJob(JobUnderCheck& check) {
+  CheckSettings(check);
+  CheckLogPlaces(check);
+  CheckPackage(check);
+  CheckDataLinks(check);
+}
+
 void CheckSettings(JobUnderCheck& check) {
   const JobSettings& job = check.job;
   const struct {

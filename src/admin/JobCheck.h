@@ -31,7 +31,11 @@ struct JobUnderCheck {
   std::string text;  ///< Of the job file.
   JobSettings job;   ///< Its log directory is the one that a run uses.
   CheckReport report;
+  std::vector<std::string> within = {};  ///< The files of the jobs whose steps run it.
 };
+
+/// All of the checks below.
+void CheckJob(JobUnderCheck& check);
 
 /// What can be said of a place where a directory is needed.
 struct DirectoryState {

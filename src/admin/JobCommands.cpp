@@ -31,10 +31,7 @@ struct JobOptions {
 
 int CheckJob(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
   JobUnderCheck check(platform, options.file);
-  CheckSettings(check);
-  CheckLogPlaces(check);
-  CheckPackage(check);
-  CheckDataLinks(check);
+  CheckJob(check);
   check.report.Print("job", options.file, invocation.json);
   return check.report.HasProblems() ? 1 : 0;
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <sstream>
 
@@ -99,6 +100,26 @@ class PackageCheck {
     }
     for (const engine::ConnectionModel& connection : package_.connections) {
       CheckConnection(connection, variables);
+    }
+    for (const engine::StepModel& step : package_.steps)
+      if (const std::string file = step.task->JobFile(); !file.empty() && !step.disabled)
+        CheckJobOf(step, variables.Substitute(file));
+  }
+
+  /// The job that a step runs.
+  void CheckJobOf(const engine::StepModel& step, const std::string& file) {
+    const std::string what = "step " + step.name + ", job " + file;
+    std::vector<std::string> within = check_.within;
+    within.push_back(check_.job.TorvConfigFile);
+    if (std::ranges::find(within, file) != within.end())
+      return check_.report.Problem(what, "the job would run inside itself; remove the step");
+    try {
+      JobUnderCheck job(check_.platform, file);
+      job.within = within;
+      CheckJob(job);
+      check_.report.AddPart(what, job.report);
+    } catch (const PlatformError& error) {
+      check_.report.Problem(what, error.Description());
     }
   }
 

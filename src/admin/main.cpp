@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
   admin::AddJobCommands(app, invocation);
   admin::AddDoctorCommand(app, invocation);
   admin::AddRunCommand(app, invocation);
+  admin::AddNightCommands(app, invocation);
   admin::AddHistoryCommands(app, invocation);
   admin::AddWatchCommand(app, invocation);
   admin::AddAlarmsCommand(app, invocation);

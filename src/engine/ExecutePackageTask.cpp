@@ -28,6 +28,7 @@ class ExecutePackageTask final : public Task {
   }
 
   bool CanJoin() const override { return false; }
+  bool SetsVariables() const override { return !returned_.empty(); }
 
   TaskResult Run(TaskContext& context) const override {
     const Variables& own = context.GlobalVariables();

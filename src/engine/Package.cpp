@@ -4,10 +4,12 @@
 #include <exception>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "engine/LoggedExecution.h"
 #include "engine/PackageDocument.h"
 #include "engine/PackageStore.h"
+#include "engine/ResumedSteps.h"
 #include "engine/model/Problems.h"
 #include "engine/model/Variables.h"
 #include "engine/run/EventQueue.h"
@@ -69,9 +71,20 @@ class LoadedPackage final : public dts::Package {
     return variables_;
   }
 
+  std::vector<std::string> GoOnBehind(const std::vector<std::string>& succeeded) override {
+    leftOut_ = StepsToLeaveOut(Loaded(), succeeded);
+    std::vector<std::string> names;
+    for (const std::size_t step : leftOut_) names.push_back(Loaded().steps[step].name);
+    return names;
+  }
+
   void Execute(dts::PackageEvents& events) override {
     Loaded();
     workflow_.Reset();
+    for (const std::size_t step : std::exchange(leftOut_, {})) {
+      workflow_.Start(step);
+      workflow_.End(step, StepEnd::Succeeded);
+    }
     EventQueue queue;
     std::atomic<bool> cancelled = false;
     std::exception_ptr failure;
@@ -108,6 +121,7 @@ class LoadedPackage final : public dts::Package {
 
   void UnInitialize() override {
     workflow_ = {};
+    leftOut_.clear();
     variables_.Declare({});
     model_.reset();
   }
@@ -148,6 +162,7 @@ class LoadedPackage final : public dts::Package {
   std::optional<PackageModel> model_;
   Variables variables_;
   Workflow workflow_;
+  std::vector<std::size_t> leftOut_;  ///< By the next execution.
 };
 
 class LoadedPackages final : public dts::PackageHost {

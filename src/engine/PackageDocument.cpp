@@ -1,6 +1,7 @@
 #include "engine/PackageDocument.h"
 
 #include <algorithm>
+#include <set>
 #include <unordered_map>
 
 #include "engine/ConnectionReader.h"
@@ -140,10 +141,25 @@ class DocumentReader {
     step.closeConnection = table.Boolean("close_connection", false);
     step.executeInMainThread = table.Boolean("execute_in_main_thread", false);
     step.priority = static_cast<int>(Whole(table, "priority", 3, 1, 5));
+    step.limits = ReadLimits(table);
     step.retries = Whole(table, "retries", 0, 0, kMany);
     step.retryDelay = std::chrono::seconds(Whole(table, "retry_delay_seconds", 10, 0, kMany));
     if (table.Find("timeout_seconds"))
       step.timeout = std::chrono::seconds(Whole(table, "timeout_seconds", 1, 1, kMany));
+  }
+
+  /// In an order that is the same for all steps: no two of them wait for each other.
+  std::vector<std::string> ReadLimits(TableReader& table) {
+    std::set<std::string> names;
+    if (const TomlArray* array = table.Array("limits"))
+      for (const TomlValue& element : *array) {
+        if (const auto* name = std::get_if<std::string>(&element.data))
+          names.insert(LowerAscii(*name));
+        else
+          problems_.Add(element.place, std::string("an element of \"limits\" is ") +
+                                           KindOf(element) + "; write a text");
+      }
+    return {names.begin(), names.end()};
   }
 
   std::int64_t Whole(TableReader& table, const char* key, std::int64_t fallback, std::int64_t least,

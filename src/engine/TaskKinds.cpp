@@ -11,6 +11,7 @@ std::span<const TaskKind> TaskKinds() {
       {"DataPump", ReadDataPumpTask},
       {"ExecutePackage", ReadExecutePackageTask},
       {"ExecuteProcess", ReadExecuteProcessTask},
+      {"RunJob", ReadRunJobTask},
       {"SetVariables", ReadSetVariablesTask},
       {"BulkInsert", ReadBulkInsertTask},
       {"TransferTables", ReadTransferTablesTask},

@@ -30,6 +30,16 @@ void RunRecorder::SetVersion(const std::string& guid) {
   run_.versionGuid = guid;
 }
 
+void RunRecorder::Carry(const StepRecord& step) {
+  const std::scoped_lock lock(mutex_);
+  run_.steps.push_back(step);
+}
+
+void RunRecorder::Carry(const FetchRecord& fetch) {
+  const std::scoped_lock lock(mutex_);
+  run_.fetches.push_back(fetch);
+}
+
 void RunRecorder::Idle() {
   const std::scoped_lock lock(mutex_);
   WriteNowAndThen();

@@ -34,6 +34,10 @@ class RunRecorder {
   void Begin(RunRecord run);
   void SetVersion(const std::string& guid);
 
+  /// What an earlier run has done, and this one leaves out.
+  void Carry(const StepRecord& step);
+  void Carry(const FetchRecord& fetch);
+
   void StepBegins(std::string_view step);
   void StepHasRows(std::string_view step, std::int64_t rows);
   void StepFails(std::string_view step, std::string_view error);

@@ -1,5 +1,7 @@
 #include "package/ExecDTSPackage.h"
 
+#include <algorithm>
+
 #include "config/JobVariables.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/ETLPackages.h"
@@ -51,6 +53,30 @@ void ExecDTSPackage::LoadFromServer() {
                               none, none, none, DTSPackageName, none);
 }
 
+std::vector<std::string> ExecDTSPackage::GoOnBehind(const RunRecord& run) {
+  if (run.versionGuid != PackageVersion())
+    throw PlatformError(0, "the package has another version now; run the job anew", "job");
+  std::vector<std::string> succeeded;
+  for (const StepRecord& step : run.steps) {
+    std::erase(succeeded, step.step);  // the last of its executions counts
+    if (step.outcome == StepOutcome::Ok) succeeded.push_back(step.step);
+  }
+  const std::vector<std::string> leftOut = package_->GoOnBehind(succeeded);
+  for (const StepRecord& step : run.steps)
+    if (step.outcome == StepOutcome::Ok && std::ranges::count(leftOut, step.step) > 0)
+      services_.recorder.Carry(step);
+  for (const FetchRecord& fetch : run.fetches)
+    if (fetch.isComplete) fetched_.push_back(fetch);
+  return leftOut;
+}
+
+/// True, and noted in the record, for a data link whose data an earlier run has fetched.
+bool ExecDTSPackage::IsFetched(const std::string& link) {
+  const auto found = std::ranges::find(fetched_, link, &FetchRecord::link);
+  if (found != fetched_.end()) services_.recorder.Carry(*found);
+  return found != fetched_.end();
+}
+
 bool ExecDTSPackage::HandleRemoteData() {
   lastError_.clear();
   cDataSources links;
@@ -59,6 +85,7 @@ bool ExecDTSPackage::HandleRemoteData() {
   for (const auto& link : links) {
     const bool byFtp = link->intTransferData == TransferFtp;
     if (!byFtp && link->intTransferData != TransferShare) continue;
+    if (IsFetched(link->strName)) continue;
     const RemoteLogon logon =
         byFtp ? RemoteLogon{link->strFTPServer, link->strFTPUser, link->strFTPPassword}
               : RemoteLogon{};

@@ -2,9 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "config/JobSettings.h"
 #include "config/RunVariables.h"
+#include "platform/RunHistory.h"
 
 namespace torvik {
 
@@ -46,6 +48,11 @@ class ExecDTSPackage : public JobSettings {
   /// The loaded package's version; empty without one.
   std::string PackageVersion() const;
 
+  /// The loaded package leaves out what it can of the steps that have succeeded in an earlier run,
+  /// and the data that it fetched are not fetched again. Answers the steps' names. Throws
+  /// PlatformError when that is not safe.
+  std::vector<std::string> GoOnBehind(const RunRecord& run);
+
   /// Fetches the remote data of every data link of the package's model that asks for it, going on
   /// after a failure; true when all of it came. Throws PlatformError when the links cannot be read.
   bool HandleRemoteData();
@@ -62,12 +69,14 @@ class ExecDTSPackage : public JobSettings {
 
  private:
   void LoadFromServer();
+  bool IsFetched(const std::string& link);
   bool StepFailures();
   void DropPackage();
 
   JobServices services_;
   std::unique_ptr<dts::Package> package_;
   std::string loadProblem_;
+  std::vector<FetchRecord> fetched_;  ///< By an earlier run.
 };
 
 }  // namespace torvik

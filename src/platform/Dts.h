@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 /// The package object model of SQL Server's Data Transformation Services: what a runner sees of a
 /// package. Names and numbers are those of the published interface.
@@ -90,6 +91,11 @@ class Package {
   virtual const std::string& VersionID() const = 0;
 
   virtual dts::GlobalVariables& GlobalVariables() = 0;
+
+  /// The next execution leaves out, of the steps named, those that it can: they count as completed
+  /// with success. Answers their names. Throws PlatformError, and nothing is left out, when a step
+  /// can be neither left out nor run again.
+  virtual std::vector<std::string> GoOnBehind(const std::vector<std::string>& succeeded) = 0;
 
   /// Runs every step whose constraints come to hold and returns when none is left. Throws
   /// PlatformError when a step fails that the package lets fail the package, when the package's

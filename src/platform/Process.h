@@ -21,6 +21,7 @@ struct ProcessRequest {
   /// When it becomes true, the program is told to end (SIGTERM to it and what it has started), and
   /// is killed when it has not after five seconds. Null: nobody can end it.
   const std::atomic<bool>* cancelled = nullptr;
+  bool isPatient = false;  ///< It is told to end and never killed: it has an end of its own.
 };
 
 /// How a process ended.

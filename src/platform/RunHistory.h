@@ -41,6 +41,9 @@ struct FetchRecord {
 using RaisedAlarms = int;
 inline constexpr RaisedAlarms kAllAlarms = -1;
 
+/// How the error of a run begins that has touched nothing.
+inline constexpr const char* kNothingWasRun = "nothing was run: ";
+
 /// One run of a job.
 struct RunRecord {
   std::int64_t id = 0;  ///< Given by the history; later runs have higher ones.

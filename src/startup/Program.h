@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -43,7 +44,8 @@ struct Program {
   CopyQuorFiles remoteData;
   DataWarehouse dataWarehouse;
   DataLinks dataLinks;
-  RunVariables runVariables;                ///< What whoever started the run gives to its package.
+  RunVariables runVariables;    ///< What whoever started the run gives to its package.
+  std::int64_t resumedRun = 0;  ///< The run of the history that this one goes on with; 0: none.
   std::chrono::seconds waitForOtherRun{0};  ///< How long a run waits for one in its way.
   std::unique_ptr<MainForm> form;
 };

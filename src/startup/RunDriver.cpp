@@ -106,12 +106,12 @@ bool RunDriver::BeginsAlone(const ExecDTSPackage& job) {
     reason = WordsOf(error);
   }
   program_.log.ShowOnly(false);
-  program_.platform.messages.Report("nothing was run: " + reason);
+  program_.platform.messages.Report(kNothingWasRun + reason);
   form_.ShowProblem("run", reason);
   if (locks_.OwnsStatusFile()) {
     Fail();
     Record(job);
-    program_.recorder.Fails("nothing was run: " + reason);
+    program_.recorder.Fails(kNothingWasRun + reason);
     program_.recorder.End(RunOutcome::Failure);
   }
   form_.ShowVerdict(RunVerdict::Failure);
@@ -129,6 +129,7 @@ void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   LogHeader(job);
   if (!loaded) return ReportLoadFailure(job);
   Log("Loaded DTS Package : " + job.DTSPackageName);
+  if (!GoesOn(job)) return Fail();
   if (!DataLinksAreLoaded()) return;  // the status file stays at "running"
   if (!StoreLinksAndFetchRemoteData(job)) {
     ShowMissingData();
@@ -155,6 +156,30 @@ void RunDriver::ReportLoadFailure(const ExecDTSPackage& job) {
   form_.ShowProblem("package", job.LoadProblem());
   Fail();
   ShowBox(job.LastError(), "DTS Load Error");
+}
+
+/// Of a run that is to go on where another one ended; false when it cannot.
+bool RunDriver::GoesOn(ExecDTSPackage& job) {
+  if (program_.resumedRun == 0) return true;
+  const std::string number = std::to_string(program_.resumedRun);
+  try {
+    const auto run = program_.platform.history.Run(program_.resumedRun);
+    if (!run) throw PlatformError(0, "the history has no such run", "history");
+    const std::vector<std::string> leftOut = job.GoOnBehind(*run);
+    std::string line = "Going on where run " + number + " ended, without " +
+                       std::to_string(leftOut.size()) + " steps that it has done";
+    for (const std::string& step : leftOut) line += (&step == &leftOut[0] ? ": " : ", ") + step;
+    Log(line);
+    return true;
+  } catch (const PlatformError& error) {
+    const std::string reason =
+        kNothingWasRun + ("run " + number + " cannot be resumed: " + error.Description());
+    Log("Error: " + reason);
+    program_.recorder.Fails(reason);
+    program_.platform.messages.Report(reason);
+    form_.ShowProblem("run", reason);
+    return false;
+  }
 }
 
 bool RunDriver::DataLinksAreLoaded() {

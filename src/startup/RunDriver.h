@@ -29,6 +29,7 @@ class RunDriver {
   void LoadAndExecute(ExecDTSPackage& job);
   void LogHeader(const ExecDTSPackage& job);
   void ReportLoadFailure(const ExecDTSPackage& job);
+  bool GoesOn(ExecDTSPackage& job);
   bool DataLinksAreLoaded();
   bool StoreLinksAndFetchRemoteData(ExecDTSPackage& job);
   void ShowMissingData();

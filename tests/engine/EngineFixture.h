@@ -162,6 +162,8 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
                                                             eventLog_,
                                                             mail_,
                                                             {},
+                                                            {},
+                                                            {},
                                                             "etl1",
                                                             "loader"});
   std::unique_ptr<ado::Connection> warehouse_ = server_.Open();

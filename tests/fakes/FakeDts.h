@@ -101,6 +101,14 @@ class FakePackage final : public dts::Package {
 
   const std::string& Name() const override { return name_; }
   const std::string& VersionID() const override { return name_; }
+  /// Recorded as "GoOnBehind STEP,STEP".
+  std::vector<std::string> GoOnBehind(const std::vector<std::string>& succeeded) override {
+    std::string names;
+    for (const std::string& name : succeeded) names += (names.empty() ? "" : ",") + name;
+    state_.calls.push_back("GoOnBehind " + names);
+    return succeeded;
+  }
+
   dts::GlobalVariables& GlobalVariables() override {
     RequireLoaded();
     return state_.variables;

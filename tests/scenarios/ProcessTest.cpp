@@ -144,7 +144,7 @@ TEST(InterruptedRun, SigtermDuringAPollEndsItAndTheRunFails) {
   kill(run.pid, SIGTERM);
   const ProgramResult ended = sandbox.Wait(run);
   EXPECT_EQ(ended.exitCode, 1);
-  EXPECT_EQ(ended.out, "failure\n");
+  EXPECT_EQ(ended.out, "failure\ndata link files: the run was to end\n");
   EXPECT_THAT(WithoutCr(sandbox.ReadFile("err.txt")),
               testing::EndsWith("Polling for Remote Data ...\nWaiting for end of execution\n"));
   EXPECT_EQ(sandbox.ReadFile("in/status"), "running\r\n");

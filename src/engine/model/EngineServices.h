@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,18 @@ class Clock;
 class CodePages;
 class EventLog;
 class Files;
+class Locks;
 class Mailer;
 class Processes;
 
 namespace engine {
+
+/// What only so many steps of all runs on the machine may use at once.
+struct StepLimits {
+  Locks* locks = nullptr;
+  std::string directory = {};              ///< In which places are taken; shared by all runs.
+  std::map<std::string, int> atOnce = {};  ///< By small letters.
+};
 
 /// Everything outside the process that a package touches.
 struct EngineServices {
@@ -28,6 +37,8 @@ struct EngineServices {
   Mailer& mail;
   /// In which scripts may use files; the text files among them are in the ANSI code page.
   std::vector<std::string> scriptDirectories = {};
+  StepLimits limits = {};
+  std::string jobRunner = {};  ///< The program that runs jobs, as torvik-admin takes its words.
   std::string computer = {}, user = {};  ///< Where packages run, and as whom; for logs.
 };
 

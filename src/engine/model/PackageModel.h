@@ -57,6 +57,7 @@ struct StepModel {
   bool executeInMainThread = false;
   std::optional<ScriptSource> workflowScript;  ///< Decides whether the task runs.
   int priority = 3;                            ///< 1 to 5; the higher one first.
+  std::vector<std::string> limits;             ///< What it uses that others use too.
   std::int64_t retries = 0;
   std::chrono::seconds retryDelay{10};
   std::optional<std::chrono::seconds> timeout;  ///< Of each attempt.

@@ -29,6 +29,8 @@ constexpr RunnerVariable kTwelve[] = {
     {"OverwriteGlobalSettings", true, "true when the job changed one of the above"},
 };
 
+}  // namespace
+
 std::string TomlString(const std::string& text) {
   static const char* const kHex = "0123456789ABCDEF";
   std::string quoted = "\"";
@@ -45,8 +47,6 @@ std::string TomlString(const std::string& text) {
   }
   return quoted + '"';
 }
-
-}  // namespace
 
 std::vector<std::string> CheckTwelve(const PackageModel& package) {
   Problems problems(package.document);
@@ -76,11 +76,10 @@ bool IsRunnerVariable(std::string_view name) {
                      [&](const RunnerVariable& one) { return EqualsIgnoringCase(one.name, name); });
 }
 
-std::string NewPackageDocument(const std::string& name) {
+std::string DocumentHead(const std::string& name, const std::string& description) {
   std::string text =
-      "name = " + TomlString(name) +
+      "name = " + TomlString(name) + "\ndescription = " + TomlString(description) +
       "\n"
-      "description = \"\"\n"
       "\n"
       "# The runner sets these twelve for each job. Add your own below them; ${Name} "
       "stands for\n"
@@ -92,7 +91,11 @@ std::string NewPackageDocument(const std::string& name) {
       line += std::string(32 > line.size() ? 34 - line.size() : 2, ' ') + "# " + variable.meaning;
     text += line + "\n";
   }
-  return text + R"(
+  return text;
+}
+
+std::string NewPackageDocument(const std::string& name) {
+  return DocumentHead(name) + R"(
 [[connections]]
 name = "warehouse"
 provider = "SQLOLEDB"

@@ -90,6 +90,12 @@ class Task {
   /// Why the task cannot run whatever happens; empty for one that can.
   virtual std::string WhyNot() const { return {}; }
 
+  /// True when the task sets global variables: a later step may need what it has found.
+  virtual bool SetsVariables() const { return false; }
+
+  /// The job file that the task runs, which may hold `${Name}`; empty for all other tasks.
+  virtual std::string JobFile() const { return {}; }
+
   /// Runs once for each attempt of the step. Throws when the task fails; a PlatformError that is
   /// transient lets the step try again. A task that ends well has succeeded, also when Cancelled()
   /// had become true.

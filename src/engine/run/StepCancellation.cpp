@@ -58,7 +58,7 @@ void StepCancellation::Look() {
   }
 }
 
-bool StepCancellation::Wait(std::chrono::seconds duration) {
+bool StepCancellation::Wait(std::chrono::milliseconds duration) {
   constexpr std::chrono::milliseconds kSlice(20);  // the clock may run at a pace of its own
   const auto begin = clock_.Steady();
   std::unique_lock lock(mutex_);

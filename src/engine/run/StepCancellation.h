@@ -45,7 +45,7 @@ class StepCancellation {
   void Look();
 
   /// Waits before the next attempt. False as soon as the step is ended for good.
-  bool Wait(std::chrono::seconds duration);
+  bool Wait(std::chrono::milliseconds duration);
 
  private:
   Clock& clock_;

@@ -2,6 +2,7 @@
 
 #include "engine/model/Problems.h"
 #include "engine/model/Variables.h"
+#include "engine/run/StepPlaces.h"
 #include "engine/run/WorkflowScript.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
@@ -27,6 +28,17 @@ class StepRun {
       StepOutcome outcome = AskScript();
       if (outcome.leftOut || outcome.failure) return outcome;
     }
+    try {
+      const StepPlaces places(shared_.request.services.limits, step_.limits,
+                              [this](const std::string& line) { return WaitForPlace(line); });
+      return places.AreTaken() ? TryUntilItEnds() : NotBegun();
+    } catch (const std::exception& error) {
+      return {.failure = Told(AsPlatformError(error), "")};
+    }
+  }
+
+ private:
+  StepOutcome TryUntilItEnds() {
     for (std::int64_t attempt = 1;; ++attempt) {
       const auto begin = Now();
       StepOutcome outcome = Attempt(attempt > 1);
@@ -42,7 +54,19 @@ class StepRun {
     }
   }
 
- private:
+  /// Says once that it waits.
+  bool WaitForPlace(const std::string& line) {
+    if (waitsFor_ != line)
+      shared_.tell({.kind = ExecutionEvent::Kind::StepOutput, .step = step_.name, .text = line});
+    waitsFor_ = line;
+    return control_.Wait(std::chrono::milliseconds(100));
+  }
+
+  StepOutcome NotBegun() {
+    return {.failure = Told(PlatformError(0, "it has not begun", "package engine"),
+                            control_.EndAttempt())};
+  }
+
   StepOutcome AskScript() {
     StepOutcome outcome;
     control_.BeginAttempt(step_.timeout);
@@ -123,6 +147,7 @@ class StepRun {
   const StepModel& step_;
   StepCancellation& control_;
   const bool joined_;
+  std::string waitsFor_;
 };
 
 }  // namespace

@@ -32,6 +32,8 @@ class ExecuteSqlTask final : public Task {
 
   bool CanJoin() const override { return true; }
 
+  bool SetsVariables() const override { return !results_.empty(); }
+
   TaskResult Run(TaskContext& context) const override {
     ado::Connection& database = context.Database(connection_);
     const TaskResult result = RunOn(database, context.GlobalVariables());

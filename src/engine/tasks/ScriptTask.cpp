@@ -15,6 +15,7 @@ class ScriptTask final : public Task {
   explicit ScriptTask(TaskReader& reader) : source_(ReadScript(reader, "script", "function")) {}
 
   bool CanJoin() const override { return false; }
+  bool SetsVariables() const override { return true; }
   std::string WhyNot() const override { return source_.lacks; }
 
   TaskResult Run(TaskContext& context) const override {

@@ -16,6 +16,7 @@ class QueriedVariables final : public Task {
       : connection_(reader.Database("connection")), sql_(reader.RequiredTemplate("sql")) {}
 
   bool CanJoin() const override { return true; }
+  bool SetsVariables() const override { return true; }
 
   TaskResult Run(TaskContext& context) const override {
     Variables& variables = context.GlobalVariables();

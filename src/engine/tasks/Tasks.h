@@ -14,6 +14,7 @@ std::unique_ptr<Task> ReadDataPumpTask(TaskReader& reader);
 std::unique_ptr<Task> ReadBulkInsertTask(TaskReader& reader);
 std::unique_ptr<Task> ReadTransferTablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadExecuteProcessTask(TaskReader& reader);
+std::unique_ptr<Task> ReadRunJobTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSetVariablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSendMailTask(TaskReader& reader);
 std::unique_ptr<Task> ReadFileTask(TaskReader& reader);

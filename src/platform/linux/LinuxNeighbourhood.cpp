@@ -9,6 +9,7 @@
 #include "platform/linux/odbc/OdbcDataSources.h"
 #include "platform/linux/shares/SmbServers.h"
 #include "platform/linux/system/DirectoryEntries.h"
+#include "platform/linux/system/ProgramBeside.h"
 
 namespace torvik {
 namespace {
@@ -28,10 +29,9 @@ class LinuxNeighbourhood final : public Neighbourhood {
   }
 
   std::vector<std::string> NetworkCommand() override {
-    std::error_code error;
-    const fs::path admin = fs::read_symlink("/proc/self/exe", error).parent_path() / "torvik-admin";
-    if (error || !fs::exists(admin, error)) return {};
-    return {admin.string(), "network", "list"};
+    const std::string admin = ProgramBeside("torvik-admin");
+    if (admin.empty()) return {};
+    return {admin, "network", "list"};
   }
 
   std::vector<std::string> FolderRoots() override {

@@ -73,7 +73,8 @@ std::string WhoStarted() {
   const std::string name = UserName();
   const std::string unit = Unit();
   if (!unit.empty()) return name + ", " + unit;
-  return std::getenv("TORVIK_PROGRESS") != nullptr ? name + ", torvik-admin run" : name;
+  const char* const starter = std::getenv("TORVIK_STARTED_BY");
+  return starter != nullptr && *starter != '\0' ? name + ", " + starter : name;
 }
 
 }  // namespace torvik

@@ -94,6 +94,8 @@ struct Settings {
 
   int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
 
+  std::map<std::string, int> limits;  ///< [limit NAME]: how many use it at once; small letters.
+
   HistorySettings history;
   FtpSettings ftp;
   MailSettings mail;

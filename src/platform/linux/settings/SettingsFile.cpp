@@ -16,6 +16,7 @@ namespace {
 constexpr int kLongestTimeout = 3600;
 constexpr int kLongestWait = 7 * 24 * 3600;
 constexpr int kLongestHistory = 36500;
+constexpr int kMostAtOnce = 1000;
 constexpr int kLargestPort = 65535;
 constexpr const char* kBackends = "there are embedded, odbc and postgresql";
 
@@ -172,6 +173,7 @@ class SettingsParser {
     Smb,
     Run,
     History,
+    Limit,
     Monitor,
     Notify
   };
@@ -198,6 +200,7 @@ class SettingsParser {
     const std::string watched = LowerAscii(Behind("monitor", name));
     const std::string told = LowerAscii(Behind("notify", name));
     const std::string ftpHost = LowerAscii(Behind("ftp", name));
+    const std::string limit = LowerAscii(Behind("limit", name));
     if (EqualsIgnoringCase(name, "text")) {
       section_ = Section::Text;
     } else if (EqualsIgnoringCase(name, "paths")) {
@@ -219,6 +222,10 @@ class SettingsParser {
       section_ = Section::Run;
     } else if (EqualsIgnoringCase(name, "history")) {
       section_ = Section::History;
+    } else if (!limit.empty()) {
+      section_ = Section::Limit;
+      name_ = limit;
+      settings_.limits.try_emplace(limit, 1);
     } else if (EqualsIgnoringCase(name, "smb") || !host.empty()) {
       section_ = Section::Smb;
       name_ = host;
@@ -239,8 +246,8 @@ class SettingsParser {
     } else if (server.empty()) {
       return "the section [" + name +
              "] is not known; there are [text], [paths], [ftp], [ftp HOST], [mail], [scripts], "
-             "[programs], [run], [history], [smb], [smb HOST], [monitor], [monitor JOB], [notify], "
-             "[notify JOB], [server NAME], [provider NAME]";
+             "[programs], [run], [history], [limit NAME], [smb], [smb HOST], [monitor], "
+             "[monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]";
     } else {
       section_ = Section::Server;
       name_ = server;
@@ -264,6 +271,7 @@ class SettingsParser {
       case Section::Programs: settings_.programs[key] = value; break;
       case Section::Run: return ReadRunKey(key, value);
       case Section::History: return ReadHistoryKey(key, value);
+      case Section::Limit: return ReadLimitKey(key, value);
       case Section::Smb:
         smb_[name_].keys.emplace_back(key, value);
         return ReadSmbKey(key, value, smb_[name_].own);
@@ -297,6 +305,11 @@ class SettingsParser {
     if (key != "keep_days")
       return "[history] has no key \"" + key + "\"; there are enabled and keep_days";
     return ReadNumber(value, kLongestHistory, history.keepDays, "keep_days is a number");
+  }
+
+  std::string ReadLimitKey(const std::string& key, const std::string& value) {
+    if (key != "at_once") return "[limit NAME] has no key \"" + key + "\"; there is at_once";
+    return ReadNumber(value, kMostAtOnce, settings_.limits[name_], "at_once is a number");
   }
 
   std::string ReadScriptsKey(const std::string& key, const std::string& value) {

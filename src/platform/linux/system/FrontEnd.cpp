@@ -35,6 +35,10 @@ FrontEnd::FrontEnd() {
     variables_ = SplitVariables(variables);
     unsetenv(kRunVariables);
   }
+  if (const char* const run = std::getenv(kResumedRun)) {
+    resumedRun_ = std::atoll(run);
+    unsetenv(kResumedRun);
+  }
   const char* const number = std::getenv(kFrontEndVariable);
   const int pipe = number == nullptr ? 0 : std::atoi(number);
   if (pipe <= 2 || fcntl(pipe, F_SETFD, FD_CLOEXEC) != 0) return;

@@ -16,6 +16,9 @@ inline constexpr const char* kFrontEndVariable = "TORVIK_FRONT_END";
 /// What the front end gives to the variables of the run's package stands there as well.
 inline constexpr const char* kRunVariables = "TORVIK_RUN_VARIABLES";
 
+/// So does the run of the history that the run is to go on with.
+inline constexpr const char* kResumedRun = "TORVIK_RESUMED_RUN";
+
 /// Names and values.
 using NamedTexts = std::vector<std::pair<std::string, std::string>>;
 
@@ -30,10 +33,12 @@ class FrontEnd {
   void Tell(const std::vector<std::string>& lines);
   void TellRun(std::int64_t run);
   const NamedTexts& Variables() const { return variables_; }
+  std::int64_t ResumedRun() const { return resumedRun_; }  ///< 0: none.
 
  private:
   Descriptor pipe_;
   NamedTexts variables_;
+  std::int64_t resumedRun_ = 0;
 };
 
 /// What a runner, which has ended, has left in the pipe.

@@ -79,8 +79,9 @@ bool HasInput(int pipe) {
 /// Ends a child, and what it has started, once the caller wants it.
 class Ending {
  public:
+  /// Without a grace the child is never killed.
   Ending(const std::atomic<bool>* wanted, const RunningChild& child,
-         std::chrono::milliseconds grace)
+         std::optional<std::chrono::milliseconds> grace)
       : wanted_(wanted), child_(child), grace_(grace) {}
 
   /// How long a wait may take before Look is called again, in milliseconds; -1: for ever.
@@ -93,7 +94,7 @@ class Ending {
       begin_ = now;
       child_.Signal(SIGTERM);
       child_.Signal(SIGCONT);  // one that stands still would not hear of it
-    } else if (now - *begin_ >= grace_) {
+    } else if (grace_ && now - *begin_ >= *grace_) {
       child_.Signal(SIGKILL);
     }
   }
@@ -105,7 +106,7 @@ class Ending {
 
   const std::atomic<bool>* wanted_;
   const RunningChild& child_;
-  const std::chrono::milliseconds grace_;
+  const std::optional<std::chrono::milliseconds> grace_;
   std::optional<std::chrono::steady_clock::time_point> begin_;
 };
 
@@ -174,12 +175,13 @@ class PosixProcesses final : public Processes {
     exit.started = true;
     RunningChild running(child);
     LineSplitter lines(onLine);
-    Ending ending(request.cancelled, running, grace_);
+    Ending ending(request.cancelled, running,
+                  request.isPatient ? std::nullopt : std::optional(grace_));
     ReadOutput(reading.Number(), child, lines, ending);
     lines.Finish();
     exit.cancelled = ending.HasBegun();
     // What did not end with the program does not stay behind.
-    if (exit.cancelled) running.Signal(SIGKILL);
+    if (exit.cancelled && !request.isPatient) running.Signal(SIGKILL);
     exit.exitCode = running.Wait();
     return exit;
   }

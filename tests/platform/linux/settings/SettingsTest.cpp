@@ -191,7 +191,8 @@ TEST(Settings, TheFileIsLookedForInItsOrder) {
   EXPECT_EQ(load("HOME", "home", settings),
             disk.PathOf("home/.config/torvik/torvik.conf") +
                 ", line 1: the section [home] is not known; there are [text], [paths], [ftp], "
-                "[ftp HOST], [mail], [scripts], [programs], [run], [history], [smb], [smb HOST], "
+                "[ftp HOST], [mail], [scripts], [programs], [run], [history], [limit NAME], [smb], "
+                "[smb HOST], "
                 "[monitor], [monitor JOB], [notify], [notify JOB], [server NAME], [provider NAME]");
   settings = {};
   EXPECT_EQ(load("XDG_CONFIG_HOME", "user", settings), "");
