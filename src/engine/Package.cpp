@@ -42,6 +42,18 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
   }
 }
 
+std::vector<dts::StepOutline> OutlineOf(const PackageModel& package) {
+  std::vector<dts::StepOutline> outline;
+  for (const StepModel& step : package.steps) {
+    dts::StepOutline shown{step.name, step.taskKind, step.task->Describe(), step.disabled, {}};
+    for (const Constraint& constraint : step.after)
+      shown.after.push_back({static_cast<int>(constraint.step),
+                             static_cast<dts::Precedence>(static_cast<int>(constraint.outcome))});
+    outline.push_back(std::move(shown));
+  }
+  return outline;
+}
+
 class LoadedPackage final : public dts::Package {
  public:
   explicit LoadedPackage(const EngineServices& services) : services_(services) {}
@@ -71,6 +83,8 @@ class LoadedPackage final : public dts::Package {
     return variables_;
   }
 
+  std::vector<dts::StepOutline> Outline() const override { return OutlineOf(Loaded()); }
+
   std::vector<std::string> GoOnBehind(const std::vector<std::string>& succeeded) override {
     leftOut_ = StepsToLeaveOut(Loaded(), succeeded);
     std::vector<std::string> names;
@@ -86,13 +100,13 @@ class LoadedPackage final : public dts::Package {
       workflow_.End(step, StepEnd::Succeeded);
     }
     EventQueue queue;
-    std::atomic<bool> cancelled = false;
+    isCancelled_ = false;
     std::exception_ptr failure;
     std::thread worker;
     try {
       worker = std::thread([&] {
         try {
-          ExecuteWith([&](ExecutionEvent event) { queue.Post(std::move(event)); }, cancelled,
+          ExecuteWith([&](ExecutionEvent event) { queue.Post(std::move(event)); },
                       /*onOneThread=*/false);
         } catch (...) {
           failure = std::current_exception();
@@ -106,13 +120,15 @@ class LoadedPackage final : public dts::Package {
       queue.Deliver([&](const ExecutionEvent& event) { Forward(event, events); },
                     [&] { events.OnIdle(); });
     } catch (...) {
-      cancelled = true;
+      isCancelled_ = true;
       worker.join();
       throw;
     }
     worker.join();
     if (failure) std::rethrow_exception(failure);
   }
+
+  void Cancel() override { isCancelled_ = true; }
 
   int StepCount() const override { return static_cast<int>(workflow_.States().size()); }
   const dts::Step& Step(int position) const override {
@@ -130,7 +146,6 @@ class LoadedPackage final : public dts::Package {
   /// The package has a thread of its own, so that the calling one can serve the user. Where none
   /// can be made, it serves him whenever something happens.
   void ExecuteHere(dts::PackageEvents& events) {
-    const std::atomic<bool> cancelled = false;
     const auto here = std::this_thread::get_id();
     ExecuteWith(
         [&](const ExecutionEvent& event) {
@@ -139,15 +154,21 @@ class LoadedPackage final : public dts::Package {
           Forward(event, events);
           events.OnIdle();
         },
-        cancelled, /*onOneThread=*/true);
+        /*onOneThread=*/true);
   }
 
-  void ExecuteWith(const EventSink& sink, const std::atomic<bool>& cancelled, bool onOneThread) {
-    ExecuteLogged(
-        {services_, Loaded(), variables_, workflow_, {Loaded().name}, sink, cancelled, onOneThread},
-        origin_, [&](const std::string& trouble) {
-          sink({.kind = ExecutionEvent::Kind::LogTrouble, .text = trouble});
-        });
+  void ExecuteWith(const EventSink& sink, bool onOneThread) {
+    ExecuteLogged({services_,
+                   Loaded(),
+                   variables_,
+                   workflow_,
+                   {Loaded().name},
+                   sink,
+                   isCancelled_,
+                   onOneThread},
+                  origin_, [&](const std::string& trouble) {
+                    sink({.kind = ExecutionEvent::Kind::LogTrouble, .text = trouble});
+                  });
   }
 
   const PackageModel& Loaded() const {
@@ -162,6 +183,7 @@ class LoadedPackage final : public dts::Package {
   std::optional<PackageModel> model_;
   Variables variables_;
   Workflow workflow_;
+  std::atomic<bool> isCancelled_ = false;
   std::vector<std::size_t> leftOut_;  ///< By the next execution.
 };
 

@@ -1,9 +1,13 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace torvik {
 
+namespace dts {
+struct StepOutline;
+}
 struct StepProgress;
 
 /// What the log writer, and a run, need of the main form.
@@ -18,6 +22,8 @@ class LogForm {
   virtual void ShowLogLine(const std::string& line) { SetFormStatus(line); }
   /// Shows why something has failed: `place` is a step, "package", "data links" or the like.
   virtual void ShowProblem(const std::string& /*place*/, const std::string& /*reason*/) {}
+  /// Shows the steps of the package that is about to run.
+  virtual void ShowPackage(const std::vector<dts::StepOutline>&) {}
   /// Shows how a step of the running package stands.
   virtual void ShowStep(const StepProgress&) {}
 };

@@ -5,13 +5,15 @@
 
 namespace torvik {
 
-enum class StepState { Running, Done, Failed };
+/// NotRun: its constraints did not come to hold, or the package ended before.
+enum class StepState { Running, Done, Failed, NotRun };
 
 /// How a step of a running package stands.
 struct StepProgress {
   std::string step;
   StepState state = StepState::Running;
   std::int64_t rows = 0;  ///< So far; 0 for a step that counts none.
+  std::int64_t rejected = 0;
 };
 
 }  // namespace torvik

@@ -53,6 +53,15 @@ void ExecDTSPackage::LoadFromServer() {
                               none, none, none, DTSPackageName, none);
 }
 
+std::vector<dts::StepOutline> ExecDTSPackage::Outline() const {
+  return package_ ? package_->Outline() : std::vector<dts::StepOutline>();
+}
+
+bool ExecDTSPackage::Cancel() {
+  if (isExecuting_) package_->Cancel();
+  return isExecuting_;
+}
+
 std::vector<std::string> ExecDTSPackage::GoOnBehind(const RunRecord& run) {
   if (run.versionGuid != PackageVersion())
     throw PlatformError(0, "the package has another version now; run the job anew", "job");
@@ -115,7 +124,14 @@ bool ExecDTSPackage::ExecPackage(dts::PackageEvents& events) {
                   variables);
   SetRunVariables(services_.variables, "--var", services_.secrets, variables);
   SetJobVariables(*this, variables);
-  package_->Execute(events);
+  isExecuting_ = true;
+  try {
+    package_->Execute(events);
+  } catch (...) {
+    isExecuting_ = false;
+    throw;
+  }
+  isExecuting_ = false;
   services_.errLogging.CollectRunLogs();
   const bool succeeded = StepFailures();
   DropPackage();

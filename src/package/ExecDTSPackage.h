@@ -14,6 +14,7 @@ namespace dts {
 class Package;
 class PackageEvents;
 class PackageHost;
+struct StepOutline;
 }  // namespace dts
 class CopyQuorFiles;
 class DataWarehouse;
@@ -48,6 +49,11 @@ class ExecDTSPackage : public JobSettings {
   /// The loaded package's version; empty without one.
   std::string PackageVersion() const;
 
+  /// The loaded package's steps.
+  std::vector<dts::StepOutline> Outline() const;
+  /// Ends an execution that is under way; false when there is none.
+  bool Cancel();
+
   /// The loaded package leaves out what it can of the steps that have succeeded in an earlier run,
   /// and the data that it fetched are not fetched again. Answers the steps' names. Throws
   /// PlatformError when that is not safe.
@@ -76,6 +82,7 @@ class ExecDTSPackage : public JobSettings {
   JobServices services_;
   std::unique_ptr<dts::Package> package_;
   std::string loadProblem_;
+  bool isExecuting_ = false;
   std::vector<FetchRecord> fetched_;  ///< By an earlier run.
 };
 

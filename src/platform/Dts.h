@@ -38,6 +38,24 @@ class GlobalVariables {
   virtual void SetValue(std::string_view name, Variant value) = 0;
 };
 
+/// How another step must have ended before a step runs.
+enum class Precedence { Success, Failure, Completion };
+
+/// What a step is, for whoever shows a package.
+struct StepOutline {
+  struct Constraint {
+    int step = 0;  ///< A position in the outline, from 0.
+    Precedence on = Precedence::Success;
+    bool operator==(const Constraint&) const = default;
+  };
+  std::string name;
+  std::string task;  ///< "ExecuteSQL".
+  std::string text;  ///< What it does: its SQL, what it moves where, the program it starts.
+  bool isDisabled = false;
+  std::vector<Constraint> after;
+  bool operator==(const StepOutline&) const = default;
+};
+
 /// One step, as it stands after the last execution.
 class Step {
  public:
@@ -68,7 +86,7 @@ class PackageEvents {
   virtual void OnError(std::string_view step, std::string_view description) = 0;
   /// What of the package's own log is missing, and why; the execution goes on.
   virtual void OnLogTrouble(std::string_view description) = 0;
-  /// Called every 100 ms while a step runs, so that pending events can be handled.
+  /// Called every 15 ms while a step runs, so that pending events can be handled.
   virtual void OnIdle() = 0;
 };
 
@@ -90,6 +108,9 @@ class Package {
   /// The GUID of the version that is loaded.
   virtual const std::string& VersionID() const = 0;
 
+  /// The loaded package's steps in the order of its document.
+  virtual std::vector<StepOutline> Outline() const = 0;
+
   virtual dts::GlobalVariables& GlobalVariables() = 0;
 
   /// The next execution leaves out, of the steps named, those that it can: they count as completed
@@ -102,6 +123,11 @@ class Package {
   /// transaction cannot be committed or is lost with the work of earlier steps, or when the package
   /// is not loaded; a failed step alone does not throw.
   virtual void Execute(PackageEvents& events) = 0;
+
+  /// Ends an execution as a time-out ends each of its steps: what runs is cancelled, and nothing
+  /// else starts. Execute then throws. May be called while events are told; without an execution it
+  /// does nothing.
+  virtual void Cancel() = 0;
 
   virtual int StepCount() const = 0;
   /// The step at `position`, from 1 to StepCount().

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "package/ExecDTSPackage.h"
+#include "platform/Dts.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
@@ -129,6 +130,7 @@ void RunDriver::LoadAndExecute(ExecDTSPackage& job) {
   LogHeader(job);
   if (!loaded) return ReportLoadFailure(job);
   Log("Loaded DTS Package : " + job.DTSPackageName);
+  form_.ShowPackage(job.Outline());
   if (!GoesOn(job)) return Fail();
   if (!DataLinksAreLoaded()) return;  // the status file stays at "running"
   if (!StoreLinksAndFetchRemoteData(job)) {

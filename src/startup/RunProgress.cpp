@@ -44,10 +44,13 @@ void RunProgress::OnFinish(std::string_view step) {
 
 void RunProgress::OnFigures(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) {
   recorder_.StepEnds(step, rows, rejectedRows);
+  if (rows > 0 || rejectedRows > 0)
+    form_.ShowStep({std::string(step), StepState::Running, rows, rejectedRows});
 }
 
 void RunProgress::OnNotRun(std::string_view step) {
   recorder_.StepIsLeftOut(step);
+  form_.ShowStep({std::string(step), StepState::NotRun});
 }
 
 void RunProgress::OnRetry(std::string_view step, std::string_view description) {

@@ -1,10 +1,14 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "log/StepProgress.h"
+#include "platform/Dts.h"
+#include "platform/RunHistory.h"
 #include "startup/MainForm.h"
 #include "ui/Controls.h"
 
@@ -12,7 +16,8 @@ namespace torvik {
 
 class Clock;
 
-/// What an operator sees of a run while it goes on: the log's lines, the steps, the verdict.
+/// What an operator sees of a run while it goes on, or of one that the history has: the package's
+/// steps and how they stand, the log's lines, the verdict.
 class RunMonitor {
  public:
   struct Step {
@@ -20,6 +25,12 @@ class RunMonitor {
     StepState state = StepState::Running;
     std::int64_t rows = 0;
     double rowsPerSecond = 0;  ///< Since the step began.
+    std::int64_t rejected = 0;
+    double begin = 0;           ///< Seconds since the run began.
+    std::optional<double> end;  ///< Empty while it runs.
+    std::string error;
+    /// Rows a second in intervals of equal length, whose last is under way.
+    std::vector<double> rates;
     bool operator==(const Step&) const = default;
   };
 
@@ -31,29 +42,47 @@ class RunMonitor {
 
   explicit RunMonitor(Clock& clock) : clock_(clock) {}
 
-  Observable<std::vector<Step>> Steps;
+  Observable<std::vector<dts::StepOutline>> Package;  ///< Empty before it is loaded.
+  Observable<std::vector<Step>> Steps;  ///< That have begun or will not, in that order.
   Observable<std::vector<Problem>> Problems;
   Observable<RunVerdict> Verdict{RunVerdict::None};
   Observable<bool> Runs;
+  Observable<std::string> Title;  ///< Of a run of the history: which one; else empty.
   Signal LinesChanged;
   const std::vector<std::string>& Lines() const { return lines_; }
 
   /// Forgets the run before.
   void Forget();
   void Begin();
-  void End() { Runs.Set(false); }
+  void End();
   void AddLine(const std::string& line);
   void ShowStep(const StepProgress& progress);
   /// What is told twice is kept once.
   void AddProblem(const std::string& place, const std::string& reason);
+  /// Shows a run that is over in place of the one before.
+  void ShowRecord(const RunRecord& run, const std::string& title);
+
+  /// Since the run began, until now or until its end.
+  double Seconds() const;
+  /// The step of that name; null for one that has not begun.
+  const Step* Find(const std::string& name) const;
 
  private:
+  double Passed() const;
+  void Count(Step& step, std::int64_t rows) const;
+
   Clock& clock_;
   std::vector<std::string> lines_;
-  std::vector<std::chrono::steady_clock::time_point> begins_;  // of the steps
+  std::unordered_map<std::string, std::size_t> places_;  // of the steps, by name
+  std::chrono::steady_clock::time_point began_;
+  std::optional<double> ended_;  // seconds since then
 };
 
 /// "done, 12,345 rows, 678 rows/s".
 std::string Described(const RunMonitor::Step& step);
+/// With commas between the thousands.
+std::string GroupedNumber(std::int64_t number);
+/// "0:14", "1:02:03".
+std::string ClockText(double seconds);
 
 }  // namespace torvik

@@ -14,6 +14,7 @@ frmRunnerMain::frmRunnerMain(Program& program)
       ctlDLExcelFilesOBJ(ctDLlFlatFileOBJ.Services()),
       ctlDLOrcaleServerOBJ(ctDLlFlatFileOBJ.Services()),
       Monitor(program.platform.clock),
+      History(program.platform.history),
       program_(program),
       job_({program.platform.packages, program.dataWarehouse, program.remoteData,
             program.errLogging, program.platform.messages, program.recorder,
@@ -35,6 +36,8 @@ frmRunnerMain::frmRunnerMain(Program& program)
       {&lblDestSQLUsername, &lblDestSQLPassword, &txtDestSQLUsername, &txtDestSQLPassword});
   cmdOpen.Caption.Set("&Open...");
   cmdSave.Caption.Set("&Save...");
+  cmdStop.Caption.Set("S&top");
+  cmdStop.Enabled.Set(false);
   cmdLoadDataLinks.Caption.Set("&Load");
   SetStartInQXJobConfigMode(false);
   WatchFields();
@@ -82,11 +85,14 @@ bool frmRunnerMain::CheckInputComplete() {
 
 void frmRunnerMain::SetBusy(bool busy) {
   if (busy) Monitor.Begin();
+  cmdStop.Enabled.Set(busy);
   Busy.Set(busy);
   Hourglass.Set(busy);
   cmdExecute.Enabled.Set(!busy);
   cmdSave.Enabled.Set(!busy);
-  if (!busy) Monitor.End();
+  if (busy) return;
+  Monitor.End();
+  ReadHistory();
 }
 
 void frmRunnerMain::SetFormStatus(const std::string& text) {

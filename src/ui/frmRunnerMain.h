@@ -11,6 +11,7 @@
 #include "transfer/FtpFuncModule.h"
 #include "ui/CRegSettings.h"
 #include "ui/Controls.h"
+#include "ui/JobHistory.h"
 #include "ui/RunMonitor.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"
@@ -62,7 +63,7 @@ class frmRunnerMain final : public MainForm {
   ctlDLExcelFiles ctlDLExcelFilesOBJ;
   ctlDLOrcaleServer ctlDLOrcaleServerOBJ;
   // Commands.
-  CommandButton cmdOpen, cmdSave, cmdExecute, cmdClose;
+  CommandButton cmdOpen, cmdSave, cmdExecute, cmdClose, cmdStop;
   StatusBar sbStatus;
   Observable<std::string> Caption;
   Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
@@ -70,6 +71,7 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> Hourglass;            ///< The pointer, while something takes long.
   Observable<bool> Modified;             ///< Something is not saved.
   RunMonitor Monitor;
+  JobHistory History;
   Signal AboutWanted;
   Signal JobFileUsed;  ///< TorvConfigFile has been read or written.
   Signal Closed;
@@ -91,6 +93,9 @@ class frmRunnerMain final : public MainForm {
   void ShowProblem(const std::string& place, const std::string& reason) override {
     Monitor.AddProblem(place, reason);
   }
+  void ShowPackage(const std::vector<dts::StepOutline>& steps) override {
+    Monitor.Package.Set(steps);
+  }
   void ShowStep(const StepProgress& progress) override { Monitor.ShowStep(progress); }
   void SetFormTitle(const std::string& text);
 
@@ -108,12 +113,19 @@ class frmRunnerMain final : public MainForm {
   /// Closes the form, after telling a waiting scheduler; during a run it cancels a wait for remote
   /// data instead.
   void cmdClose_Click();
+  /// Asks, and then ends the run: a wait for remote data, or the package's steps.
+  void cmdStop_Click();
   void mnuFileNew_Click();
   /// Asks for a name only when there is none.
   void mnuFileSave_Click();
   void mnuHelpAbout_Click() { AboutWanted(); }
   /// Opens a job file that is named by other means than the dialog.
   void OpenJobFile(const std::string& path);
+
+  // Handlers: the pages of runs.
+  void ReadHistory();
+  /// Shows a run of the history as the Run page shows one.
+  void ShowRun(std::int64_t id);
 
   // Handlers: fields.
   void cmdDTSServer_Click();

@@ -122,6 +122,29 @@ void frmRunnerMain::cmdClose_Click() {
   Close();
 }
 
+void frmRunnerMain::cmdStop_Click() {
+  if (!Busy.Get() ||
+      !Asks(
+          "Stop the run? The steps that run are cancelled, what they have not committed is undone, "
+          "and the run fails.",
+          "Stop"))
+    return;
+  if (!Busy.Get()) return;  // it has ended meanwhile
+  program_.log.EchoToLog("Stopped by the operator");
+  program_.remoteData.CancelPolling();
+  job_.Cancel();
+}
+
+void frmRunnerMain::ReadHistory() {
+  History.Read(TorvConfigFile.empty() ? "" : program_.platform.files.FullPath(TorvConfigFile));
+}
+
+void frmRunnerMain::ShowRun(std::int64_t id) {
+  if (Busy.Get()) return;
+  const auto run = History.Run(id);
+  if (run) Monitor.ShowRecord(*run, "Run " + std::to_string(id));
+}
+
 void frmRunnerMain::BrowseForServer(TextBox& box, const std::string& title) {
   const std::string server = BrowseForComputer(program_.platform.browser, title);
   if (!server.empty()) box.Text.Set(server);

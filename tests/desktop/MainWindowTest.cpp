@@ -10,6 +10,8 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QGraphicsItem>
+#include <QGraphicsView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -21,6 +23,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -222,6 +225,92 @@ TEST_F(MainWindowTest, AWaitForRemoteDataIsCancelledByClose) {
   EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Waiting for end of execution\r\n"));
   EXPECT_TRUE(session_.Form().IsOpen());
   EXPECT_FALSE(session_.Form().Busy.Get());
+}
+
+/// The steps of the Run page, each with what its tip says.
+std::string StepsShown(QWidget& window) {
+  QStringList tips;
+  const auto* const view = window.findChild<QGraphicsView*>();
+  for (const QGraphicsItem* item : view->scene()->items())
+    if (!item->toolTip().isEmpty()) tips << QString(item->toolTip()).replace("\n", ": ");
+  tips.sort();
+  return tips.join("; ").toStdString();
+}
+
+TEST_F(MainWindowTest, ExecuteTurnsToTheRunAndItsStepsAreShownAsTheyStand) {
+  Open();
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  EXPECT_EQ(pages->currentIndex(), 0);
+  Click("Execute");
+  EXPECT_EQ(pages->tabText(pages->currentIndex()), "Run");
+  EXPECT_THAT(StepsShown(session_.Window()),
+              testing::MatchesRegex("create orders: done, [0-9.]+ s; load orders: done, 3 rows, "
+                                    "[0-9.]+ s"));
+  auto& graph = session_.Find<QGraphicsView>("Steps");
+  QTest::keyClicks(&session_.Find<QLineEdit>("Find a step"), "LOAD");
+  QTest::keyClick(&session_.Find<QLineEdit>("Find a step"), Qt::Key_Return);
+  EXPECT_THAT(session_.Find<QPlainTextEdit>("What the step does").toPlainText().toStdString(),
+              HasSubstr("dw, table orders"));
+  QTest::mouseClick(
+      graph.viewport(), Qt::LeftButton, {},
+      graph.mapFromScene(graph.scene()->items().back()->sceneBoundingRect().center()));
+  session_.Form().OpenJobFile(Path("job.etl"));
+  EXPECT_EQ(pages->currentIndex(), 0) << "another job has no run yet";
+  EXPECT_EQ(StepsShown(session_.Window()), "");
+}
+
+TEST_F(MainWindowTest, StopEndsARunsStepsOnceItIsConfirmed) {
+  session_.Files().PutPackage("Sales_LoadDW",
+                              "[[steps]]\nname = \"long\"\ntask = \"ExecuteProcess\"\n"
+                              "program = \"sleep\"\narguments = [ '300' ]\n[[steps]]\n"
+                              "name = \"next\"\ntask = \"ExecuteProcess\"\nprogram = \"true\"\n"
+                              "after = [ { step = \"long\" } ]\n");
+  Open();
+  std::string question, failure;
+  int asked = 0;
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+    if (StepsShown(session_.Window()).find("long: running") == std::string::npos) return;
+    timer.stop();
+    AnswerNext(question, "Cancel");
+    Click("Stop");
+    EXPECT_TRUE(session_.Form().Busy.Get()) << "it was not confirmed";
+    AnswerNext(question, "Stop");
+    ++asked;
+    Click("Stop");
+    AnswerNext(failure);
+  });
+  timer.start(50);
+  Click("Execute");
+  EXPECT_EQ(asked, 1);
+  EXPECT_THAT(question, HasSubstr("are cancelled"));
+  EXPECT_EQ(session_.Files().ReadFile("err.txt").find("succesfully"), std::string::npos);
+  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Stopped by the operator\r\n"));
+  EXPECT_THAT(StepsShown(session_.Window()),
+              testing::MatchesRegex("long: failed, [0-9.]+ s; next: not reached"));
+  EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
+}
+
+TEST_F(MainWindowTest, TheHistoryPageHasTheRunsAndOpensOne) {
+  Open();
+  Click("Execute");
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  std::string box;
+  AnswerNext(box);
+  Click("Execute");
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  QTest::mouseClick(pages->tabBar(), Qt::LeftButton, {}, pages->tabBar()->tabRect(2).center());
+  auto& table = session_.Find<QTreeWidget>("Runs");
+  ASSERT_EQ(table.topLevelItemCount(), 2);
+  EXPECT_THAT(table.topLevelItem(0)->text(0).toStdString(), HasSubstr("failure"));
+  EXPECT_THAT(table.topLevelItem(0)->text(5).toStdString(), HasSubstr("load orders: "));
+  EXPECT_EQ(table.topLevelItem(1)->text(3), "3");
+  const QPoint second = table.visualItemRect(table.topLevelItem(1)).center();
+  QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, second);
+  QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, second);
+  EXPECT_EQ(pages->currentIndex(), 1);
+  EXPECT_TRUE(IsShown("Succeeded"));
+  EXPECT_THAT(StepsShown(session_.Window()), HasSubstr("load orders: done, 3 rows"));
 }
 
 TEST_F(MainWindowTest, EachPanelWritesItsLinkIntoTheJobFile) {

@@ -6,12 +6,14 @@
 #include <QSettings>
 #include <QTabWidget>
 #include <QTest>
+#include <QTimer>
 #include <cstdio>
 #include <filesystem>
 
 #include "desktop/DesktopSession.h"
 #include "ui/frmAnimate.h"
 #include "ui/qt/AnimateDialog.h"
+#include "ui/qt/StepGraphView.h"
 #include "ui/qt/Theme.h"
 
 using namespace torvik;
@@ -57,30 +59,97 @@ void TakePanels(DesktopSession& session, const Camera& camera) {
   }
 }
 
+std::string SqlStep(const std::string& name, const std::string& sql, const std::string& after) {
+  return "[[steps]]\nname = \"" + name +
+         "\"\ntask = \"ExecuteSQL\"\nconnection = \"dw\"\nsql = \"" + sql + "\"\n" +
+         (after.empty() ? "" : "after = [ " + after + " ]\n");
+}
+
+std::string After(const std::string& step, const std::string& on = "success") {
+  return "{ step = \"" + step + "\", on = \"" + on + "\" }";
+}
+
+constexpr const char* kConnections = R"toml(
+[[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "DW" }
+[[connections]]
+name = "orders file"
+provider = "DTSFlatFile"
+properties = { "Data Source" = 'S:\many.csv', "First Row Column Name" = true }
+)toml";
+
+/// Five steps, of which one loads some rows and one waits.
+std::string FiveSteps(const std::string& sum) {
+  return kConnections +
+         SqlStep("make tables",
+                 "DROP TABLE IF EXISTS orders; CREATE TABLE orders (no INTEGER, text TEXT)", "") +
+         "[[steps]]\nname = \"load orders\"\ntask = \"DataPump\"\nsource = \"orders file\"\n"
+         "destination = \"dw\"\ntable = \"orders\"\nafter = [ " +
+         After("make tables") + " ]\n" +
+         "[[steps]]\nname = \"wait for export\"\ntask = \"ExecuteProcess\"\nprogram = \"sleep\"\n"
+         "arguments = [ '2' ]\n" +
+         SqlStep("sum up", sum,
+                 After("load orders") + ", " + After("wait for export", "completion")) +
+         SqlStep("note the failure", "SELECT 1", After("sum up", "failure"));
+}
+
+/// Steps in chains that meet now and then.
+std::string ManySteps(int count) {
+  std::string text = kConnections;
+  for (int i = 0; i < count; ++i) {
+    std::string after;
+    if (i >= 6) after = After("step " + std::to_string(i - 6));
+    if (i >= 12 && i % 7 == 0)
+      after += ", " + After("step " + std::to_string(i - 11), "completion");
+    text +=
+        SqlStep("step " + std::to_string(i), i % 50 == 49 ? "SELECT nothing" : "SELECT 1", after);
+  }
+  return text;
+}
+
+/// A real run; the picture is taken in its middle when `during` is given. A failure is told in a
+/// box.
+void Execute(DesktopSession& session, const Camera& camera, const char* during, const char* behind,
+             bool fails) {
+  if (fails) OnNextDialog([](QDialog& box) { box.reject(); });
+  QTimer timer;
+  timer.setSingleShot(true);
+  QObject::connect(&timer, &QTimer::timeout, &session.Window(), [&] {
+    if (during != nullptr) camera.Take(session.Window(), during);
+  });
+  timer.start(1300);
+  session.Form().cmdExecute_Click();
+  QTest::qWait(150);
+  if (auto* const graph = session.Window().findChild<StepGraphView*>(); graph != nullptr)
+    graph->FindNext("load");
+  camera.Take(session.Window(), behind);
+}
+
 void TakeRun(DesktopSession& session, const Camera& camera) {
   session.Form().tabDataInfo.Tab.Set(0);
+  auto& list = session.Find<QListWidget>("Data links");
+  list.setCurrentItem(list.findItems("orders", Qt::MatchExactly).value(0));
   session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(false);
-  session.Form().SetBusy(true);
-  session.Form().ShowLogLine("Loading DTS Package : Sales_LoadDW");
-  session.Form().ShowLogLine("Loaded DTS Package : Sales_LoadDW");
-  session.Form().ShowLogLine("Executing DTS Package : Sales_LoadDW");
-  session.Form().ShowStep({"create orders", StepState::Done, 0});
-  session.Form().ShowStep({"load orders", StepState::Running, 0});
-  QTest::qWait(500);
-  session.Form().ShowStep({"load orders", StepState::Running, 1'234'567});
-  camera.Take(session.Window(), "run");
-  session.Form().ShowLogLine("Executed succesfully ...");
-  session.Form().ShowStep({"load orders", StepState::Done, 2'000'000});
-  session.Form().ShowVerdict(RunVerdict::Ok);
-  session.Form().SetBusy(false);
-  camera.Take(session.Window(), "run-ok");
-  session.Form().ShowProblem(
-      "load orders",
-      "S:\\orders.csv, line 2, column 1 (no): \"x\" is not a whole number; it goes into column no "
-      "(INTEGER)");
-  session.Form().ShowStep({"load orders", StepState::Failed, 0});
-  session.Form().ShowVerdict(RunVerdict::Failure);
-  camera.Take(session.Window(), "run-failed");
+  std::string rows = "no,text\n";
+  for (int i = 0; i < 900'000; ++i) rows += std::to_string(i) + ",some words of a row\n";
+  session.Files().WriteFile("many.csv", rows);
+  for (int run = 0; run < 3; ++run) {
+    const bool isGood = run != 1;
+    session.Files().PutPackage(
+        "Sales_LoadDW",
+        FiveSteps(isGood ? "SELECT SUM(no) FROM orders" : "SELECT SUM(amount) FROM orders"));
+    Execute(session, camera, run == 2 ? "run" : nullptr, isGood ? "run-ok" : "run-failed", !isGood);
+  }
+  auto* const pages = session.Window().findChild<QTabWidget*>();
+  pages->setCurrentIndex(2);
+  camera.Take(session.Window(), "history");
+  for (const int count : {60, 1000}) {
+    session.Files().PutPackage("Sales_LoadDW", ManySteps(count));
+    Execute(session, camera, nullptr, count == 60 ? "run-60-steps" : "run-1000-steps", true);
+  }
+  pages->setCurrentIndex(0);
 }
 
 void TakeDialogs(DesktopSession& session, const Camera& camera) {

@@ -74,6 +74,7 @@ struct FakePackageState {
   std::vector<std::string> calls;  ///< "NewPackage", "LoadFromSQLServer ...", "Execute", ...
   FakeGlobalVariables variables;
   std::vector<FakeStep> steps;
+  std::vector<dts::StepOutline> outline;
   std::optional<std::string> failLoad;     ///< Every load fails with this text.
   std::optional<std::string> failExecute;  ///< Every execution ends with this text.
   /// Stands for the package's work: may report progress and change `steps`.
@@ -101,6 +102,11 @@ class FakePackage final : public dts::Package {
 
   const std::string& Name() const override { return name_; }
   const std::string& VersionID() const override { return name_; }
+  std::vector<dts::StepOutline> Outline() const override { return state_.outline; }
+
+  /// Recorded as "Cancel".
+  void Cancel() override { state_.calls.push_back("Cancel"); }
+
   /// Recorded as "GoOnBehind STEP,STEP".
   std::vector<std::string> GoOnBehind(const std::vector<std::string>& succeeded) override {
     std::string names;

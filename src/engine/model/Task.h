@@ -90,6 +90,10 @@ class Task {
   /// Why the task cannot run whatever happens; empty for one that can.
   virtual std::string WhyNot() const { return {}; }
 
+  /// What the task does, for whoever shows the package: as the document says it, variables not put
+  /// in.
+  virtual std::string Describe() const { return {}; }
+
   /// True when the task sets global variables: a later step may need what it has found.
   virtual bool SetsVariables() const { return false; }
 

@@ -28,6 +28,12 @@ class DataPumpTask final : public Task {
   }
 
   bool CanJoin() const override { return destination_.IsTable(); }
+
+  std::string Describe() const override {
+    std::string text = source_.Describe() + "\n→ " + destination_.Describe();
+    for (const auto& [from, to] : columns_) text += "\n" + from + " → " + to.text;
+    return text;
+  }
   std::string WhyNot() const override {
     const std::string reason = destination_.WhyNot();
     return reason.empty() ? transformations_.WhyNot() : reason;

@@ -21,6 +21,12 @@ class ExecuteProcessTask final : public Task {
   /// What a program changes is its own affair.
   bool CanJoin() const override { return false; }
 
+  std::string Describe() const override {
+    std::string line = program_.text;
+    for (const PlacedText& argument : arguments_) line += " " + argument.text;
+    return line;
+  }
+
   TaskResult Run(TaskContext& context) const override {
     const Variables& variables = context.GlobalVariables();
     ProcessRequest request;

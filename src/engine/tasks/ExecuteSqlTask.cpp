@@ -32,6 +32,7 @@ class ExecuteSqlTask final : public Task {
 
   bool CanJoin() const override { return true; }
 
+  std::string Describe() const override { return sql_.text; }
   bool SetsVariables() const override { return !results_.empty(); }
 
   TaskResult Run(TaskContext& context) const override {

@@ -20,6 +20,8 @@ class PumpSource {
   explicit PumpSource(TaskReader& reader);
 
   const std::string& Connection() const { return connection_; }
+  /// "orders file", or a connection and its query.
+  std::string Describe() const { return connection_ + (sql_.empty() ? "" : ": " + sql_); }
 
   /// `others`: the connections that the pump uses besides.
   OpenedSource Open(TaskContext& context, std::span<ado::Connection* const> others) const;
@@ -40,6 +42,10 @@ class PumpDestination {
 
   bool IsTable() const { return !isTextFile_; }
   const std::string& Connection() const { return connection_; }
+  /// "warehouse, table orders".
+  std::string Describe() const {
+    return connection_ + (table_.text.empty() ? "" : ", table " + table_.text);
+  }
   /// Why nothing can be pumped there whatever happens; empty when it can.
   std::string WhyNot() const;
 

@@ -49,6 +49,7 @@ class RunJobTask final : public Task {
   }
 
   bool CanJoin() const override { return false; }
+  std::string Describe() const override { return job_.text; }
   std::string JobFile() const override { return job_.text; }
 
   TaskResult Run(TaskContext& context) const override {

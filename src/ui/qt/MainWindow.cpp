@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSettings>
+#include <QShortcut>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QStyle>
@@ -19,9 +20,10 @@
 #include "platform/Version.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/HistoryPage.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
-#include "ui/qt/RunView.h"
+#include "ui/qt/RunPage.h"
 #include "ui/qt/Theme.h"
 #include "ui/qt/Words.h"
 
@@ -31,6 +33,7 @@ namespace {
 constexpr const char* kGeometry = "window/geometry";
 constexpr const char* kRecent = "recentJobFiles";
 constexpr qsizetype kMostRecent = 8;
+constexpr int kJobPage = 0, kRunPage = 1, kHistoryPage = 2;
 
 /// A page that can be scrolled when the window, or the font, leaves it no room.
 QScrollArea* Scrolled(QWidget* page) {
@@ -127,12 +130,21 @@ void MainWindow::MakeCentre() {
   editors->addWidget(links_);
   editors->setStretchFactor(0, 1);
   editors->setStretchFactor(1, 1);
-  auto* const all = new QSplitter(Qt::Vertical);
-  all->setChildrenCollapsible(false);
-  all->addWidget(editors);
-  all->addWidget(NewRunView(form_.Monitor));
-  all->setStretchFactor(0, 3);
-  all->setStretchFactor(1, 2);
+  pages_ = new QTabWidget;
+  pages_->setDocumentMode(true);
+  pages_->addTab(editors, Tr("Job"));
+  pages_->addTab(NewRunPage(form_), Tr("Run"));
+  pages_->addTab(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); }),
+                 Tr("History"));
+  for (int page = kJobPage; page <= kHistoryPage; ++page) {
+    const QKeySequence keys(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + page));
+    pages_->setTabToolTip(page, keys.toString(QKeySequence::NativeText));
+    connect(new QShortcut(keys, this), &QShortcut::activated, this,
+            [this, page] { pages_->setCurrentIndex(page); });
+  }
+  connect(pages_, &QTabWidget::currentChanged, this, [this](int page) {
+    if (page == kHistoryPage) form_.ReadHistory();
+  });
 
   auto* const commands = new QHBoxLayout;
   commands->addWidget(NewCommand(
@@ -147,7 +159,7 @@ void MainWindow::MakeCentre() {
       Tr("Closes the form; during a run it ends a wait for data")));
   auto* const centre = new QWidget;
   auto* const layout = new QVBoxLayout(centre);
-  layout->addWidget(all, 1);
+  layout->addWidget(pages_, 1);
   layout->addLayout(commands);
   setCentralWidget(centre);
 }
@@ -171,6 +183,10 @@ void MainWindow::WatchForm() {
     window.links_->setEnabled(!busy);
     window.form_.cmdOpen.Enabled.Set(!busy);
   });
+  Watch(form_.Monitor.Runs, *this, [](MainWindow& window, bool runs) {
+    if (runs) window.pages_->setCurrentIndex(kRunPage);
+    window.pages_->setTabText(kRunPage, runs ? Tr("Run ●") : Tr("Run"));
+  });
   Watch(form_.Hourglass, *this, [](MainWindow& window, bool on) {
     if (on) QApplication::setOverrideCursor(Qt::WaitCursor);
     if (!on && QApplication::overrideCursor() != nullptr) QApplication::restoreOverrideCursor();
@@ -182,7 +198,11 @@ void MainWindow::WatchForm() {
     if (self) self->ShowAbout();
   });
   form_.JobFileUsed.Observe([self] {
-    if (self) self->AddRecent();
+    if (!self) return;
+    self->AddRecent();
+    self->form_.ReadHistory();
+    if (self->form_.Monitor.Verdict.Get() == RunVerdict::None)
+      self->pages_->setCurrentIndex(kJobPage);
   });
   form_.Closed.Observe([self] {
     if (!self) return;

@@ -2,6 +2,8 @@
 
 #include <QMainWindow>
 
+class QTabWidget;
+
 namespace torvik {
 
 class frmRunnerMain;
@@ -27,6 +29,7 @@ class MainWindow final : public QMainWindow {
   QMenu* recent_ = nullptr;
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
+  QTabWidget* pages_ = nullptr;  // the job, its run, its history
   bool mayGo_ = false;
 };
 

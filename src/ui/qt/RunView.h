@@ -1,12 +1,16 @@
 #pragma once
 
-class QWidget;
+class QLabel;
+class QTabWidget;
 
 namespace torvik {
 
 class RunMonitor;
 
-/// Shows a run: its verdict, a bar for each step, the log's lines. Hidden before the first run.
-QWidget* NewRunView(RunMonitor& monitor);
+/// Shows how a run stands or has ended; hidden before the first one.
+QLabel* NewVerdictLabel(RunMonitor& monitor);
+
+/// The log's lines, and the problems, which come to the front when there are any.
+QTabWidget* NewRunTexts(RunMonitor& monitor);
 
 }  // namespace torvik

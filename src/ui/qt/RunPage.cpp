@@ -1,0 +1,147 @@
+#include "ui/qt/RunPage.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QTabWidget>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "ui/frmRunnerMain.h"
+#include "ui/qt/Binders.h"
+#include "ui/qt/RunView.h"
+#include "ui/qt/StepGraphView.h"
+#include "ui/qt/StepPanel.h"
+#include "ui/qt/TimeLine.h"
+#include "ui/qt/Words.h"
+
+namespace torvik {
+namespace {
+
+/// What is told oftener is shown at this pace.
+constexpr int kRefreshMilliseconds = 100;
+
+QToolButton* NewTool(const QString& text, const QString& help, std::function<void()> click) {
+  auto* const button = new QToolButton;
+  button->setText(text);
+  button->setToolTip(help);
+  button->setAccessibleName(help);
+  QObject::connect(button, &QToolButton::clicked, button, std::move(click));
+  return button;
+}
+
+class RunPage final : public QWidget {
+ public:
+  explicit RunPage(frmRunnerMain& form)
+      : form_(form),
+        graph_(new StepGraphView(form.Monitor)),
+        panel_(new StepPanel(form.Monitor)),
+        timeLine_(new TimeLine(form.Monitor)),
+        time_(new QLabel) {
+    auto* const steps = new QSplitter;
+    steps->setChildrenCollapsible(false);
+    steps->addWidget(graph_);
+    steps->addWidget(panel_);
+    steps->setSizes({3000, 1000});
+    auto* const times = new QScrollArea;
+    times->setWidget(timeLine_);
+    times->setWidgetResizable(true);
+    auto* const all = new QSplitter(Qt::Vertical);
+    all->setChildrenCollapsible(false);
+    all->addWidget(steps);
+    all->addWidget(times);
+    all->addWidget(NewRunTexts(form.Monitor));
+    all->setSizes({5000, 1500, 2000});
+    auto* const layout = new QVBoxLayout(this);
+    layout->addLayout(MakeHead());
+    layout->addWidget(all, 1);
+    WatchRun();
+  }
+
+ private:
+  QHBoxLayout* MakeHead() {
+    auto* const head = new QHBoxLayout;
+    time_->setAccessibleName(Tr("Time of the run"));
+    auto* const search = new QLineEdit;
+    search->setPlaceholderText(Tr("Find a step"));
+    search->setAccessibleName(Tr("Find a step"));
+    search->setToolTip(Tr("The return key goes to the next step whose name has this text"));
+    search->setClearButtonEnabled(true);
+    search->setMaximumWidth(fontMetrics().averageCharWidth() * 28);
+    connect(search, &QLineEdit::returnPressed, this,
+            [this, search] { graph_->FindNext(search->text()); });
+    auto* const stop = new QPushButton;
+    Bind(*stop, form_.cmdStop, [this] { form_.cmdStop_Click(); });
+    stop->setToolTip(Tr("Ends the run: its steps are cancelled"));
+    stop->setAutoDefault(false);
+    head->addWidget(NewVerdictLabel(form_.Monitor));
+    head->addWidget(time_, 1);
+    head->addWidget(search);
+    head->addWidget(NewTool("−", Tr("Smaller"), [this] { graph_->Zoom(0.8); }));
+    head->addWidget(NewTool("+", Tr("Larger"), [this] { graph_->Zoom(1.25); }));
+    head->addWidget(NewTool("⤢", Tr("The whole package"), [this] { graph_->FitAll(); }));
+    head->addWidget(stop);
+    return head;
+  }
+
+  void WatchRun() {
+    graph_->onChosen = [this](int step) { panel_->Choose(step); };
+    timeLine_->onChosen = [this](const std::string& name) { ChooseNamed(name); };
+    pace_.setSingleShot(true);
+    pace_.setInterval(kRefreshMilliseconds);
+    connect(&pace_, &QTimer::timeout, this, [this] { Refresh(); });
+    clock_.setInterval(500);
+    connect(&clock_, &QTimer::timeout, this, [this] { Refresh(); });
+    Watch(form_.Monitor.Package, *this, [](RunPage& page, const auto&) {
+      page.graph_->ShowPackage();
+      page.panel_->Choose(-1);
+    });
+    Watch(form_.Monitor.Steps, *this, [](RunPage& page, const auto&) {
+      if (!page.pace_.isActive()) page.pace_.start();
+    });
+    Watch(form_.Monitor.Verdict, *this, [](RunPage& page, RunVerdict) { page.Refresh(); });
+    Watch(form_.Monitor.Runs, *this, [](RunPage& page, bool runs) {
+      if (runs) page.clock_.start();
+      if (!runs) page.clock_.stop();
+      page.Refresh();
+    });
+  }
+
+  void ChooseNamed(const std::string& name) {
+    const auto& steps = form_.Monitor.Package.Get();
+    const auto found = std::ranges::find(steps, name, &dts::StepOutline::name);
+    if (found != steps.end()) graph_->Choose(static_cast<int>(found - steps.begin()));
+  }
+
+  void Refresh() {
+    graph_->ShowSteps();
+    panel_->Refresh();
+    timeLine_->Refresh();
+    const RunMonitor& monitor = form_.Monitor;
+    QStringList words;
+    if (const std::string& title = monitor.Title.Get(); !title.empty()) words << ToQt(title);
+    if (monitor.Seconds() > 0) words << ToQt(ClockText(monitor.Seconds()));
+    if (const auto usual = form_.History.UsualSeconds(); usual && monitor.Runs.Get())
+      words << Tr("usually %1").arg(ToQt(ClockText(*usual)));
+    time_->setText(words.join(", "));
+  }
+
+  frmRunnerMain& form_;
+  StepGraphView* graph_;
+  StepPanel* panel_;
+  TimeLine* timeLine_;
+  QLabel* time_;
+  QTimer pace_, clock_;
+};
+
+}  // namespace
+
+QWidget* NewRunPage(frmRunnerMain& form) {
+  return new RunPage(form);
+}
+
+}  // namespace torvik

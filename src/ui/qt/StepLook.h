@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QColor>
+#include <QString>
+
+#include "ui/RunMonitor.h"
+
+namespace torvik {
+
+/// How a step stands, for a picture: a sign as well as a colour, so that neither is needed alone.
+struct StepLook {
+  QString sign;
+  QString word;
+  QColor colour;
+};
+
+/// `step` is null for one that has not begun. Once the run is over such a step was not reached.
+StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver);
+
+/// Of a run.
+QColor VerdictColour(bool isOk);
+
+}  // namespace torvik
