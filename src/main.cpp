@@ -108,7 +108,7 @@ std::unique_ptr<Desktop> NewDesktop(const LinuxPlatform& platform, std::string& 
     return nullptr;
   }
   return std::unique_ptr<Desktop>(reinterpret_cast<NewDesktopFunction>(function)(
-      {*platform.messages, *platform.neighbourhood}));
+      {*platform.messages, *platform.neighbourhood, ProgramBeside("torvik-admin")}));
 }
 
 /// A file manager has a job opened by its file; the command line has no word for that.

@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "package/ExecDTSPackage.h"
-#include "platform/Dts.h"
 #include "platform/Clock.h"
+#include "platform/Dts.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 namespace torvik {
 
@@ -15,6 +16,7 @@ class frmRunnerMain;
 struct DesktopServices {
   Messages& console;  ///< Reports go on to it, and the signals that act as Close come from it.
   Neighbourhood& neighbourhood;
+  std::string admin = {};  ///< The path of torvik-admin; empty where there is none.
 };
 
 /// The windows that show the forms, and the dialogs.

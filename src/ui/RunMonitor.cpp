@@ -78,7 +78,10 @@ void RunMonitor::AddProblem(const std::string& place, const std::string& reason)
     Steps.Set(std::move(steps));
   }
   std::vector<Problem> problems = Problems.Get();
-  const auto isTold = [&](const Problem& one) { return one.reason == reason; };
+  const bool isOfAll = place == "package" || place == "run";
+  const auto isTold = [&](const Problem& one) {
+    return one.reason == reason && (isOfAll || one.place == place);
+  };
   if (reason.empty() || std::ranges::any_of(problems, isTold)) return;
   problems.push_back({place, reason});
   Problems.Set(std::move(problems));

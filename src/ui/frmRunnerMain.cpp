@@ -37,6 +37,7 @@ frmRunnerMain::frmRunnerMain(Program& program)
   cmdOpen.Caption.Set("&Open...");
   cmdSave.Caption.Set("&Save...");
   cmdStop.Caption.Set("S&top");
+  cmdCheck.Caption.Set("Chec&k");
   cmdStop.Enabled.Set(false);
   cmdLoadDataLinks.Caption.Set("&Load");
   SetStartInQXJobConfigMode(false);
@@ -80,6 +81,7 @@ bool frmRunnerMain::CheckInputComplete() {
   dwInfoComplete_ = hasWarehouse && hasDatabase;
   cmdExecute.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_);
   cmdSave.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_);
+  cmdCheck.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_ && !isChecking_);
   return cmdExecute.Enabled.Get();
 }
 
@@ -90,6 +92,7 @@ void frmRunnerMain::SetBusy(bool busy) {
   Hourglass.Set(busy);
   cmdExecute.Enabled.Set(!busy);
   cmdSave.Enabled.Set(!busy);
+  cmdCheck.Enabled.Set(!busy && !isChecking_);
   if (busy) return;
   Monitor.End();
   ReadHistory();

@@ -63,7 +63,7 @@ class frmRunnerMain final : public MainForm {
   ctlDLExcelFiles ctlDLExcelFilesOBJ;
   ctlDLOrcaleServer ctlDLOrcaleServerOBJ;
   // Commands.
-  CommandButton cmdOpen, cmdSave, cmdExecute, cmdClose, cmdStop;
+  CommandButton cmdOpen, cmdSave, cmdExecute, cmdClose, cmdStop, cmdCheck;
   StatusBar sbStatus;
   Observable<std::string> Caption;
   Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
@@ -121,6 +121,15 @@ class frmRunnerMain final : public MainForm {
   void mnuHelpAbout_Click() { AboutWanted(); }
   /// Opens a job file that is named by other means than the dialog.
   void OpenJobFile(const std::string& path);
+
+  // Handlers: checks before a run, by whoever shows the form.
+  /// False when there is nothing to check: the job is not saved, and the operator does not want to.
+  bool BeginCheck();
+  /// What was found, in place of the last run.
+  void EndCheck(const std::vector<RunMonitor::Problem>& problems, const std::string& sentence);
+
+  /// To the field that a row of a check is about, by what the row begins with.
+  void GoTo(const std::string& place);
 
   // Handlers: the pages of runs.
   void ReadHistory();
@@ -202,6 +211,7 @@ class frmRunnerMain final : public MainForm {
   bool startInQXJobConfigMode_ = false;
   bool dtsInfoComplete_ = false, dwInfoComplete_ = false;
   bool isFilling_ = false;  // fields change, but not by the operator
+  bool isChecking_ = false;
   bool areLinksChanged_ = false;
   LinksOrigin linksOrigin_;  // of the links that are listed
   std::string savedFields_;

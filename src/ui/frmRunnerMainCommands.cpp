@@ -135,6 +135,46 @@ void frmRunnerMain::cmdStop_Click() {
   job_.Cancel();
 }
 
+bool frmRunnerMain::BeginCheck() {
+  const bool isSaved = !Modified.Get() && !TorvConfigFile.empty();
+  if (!isSaved && !Asks("A check looks at the job file. Save the job first?", "Save")) return false;
+  if (!isSaved) mnuFileSave_Click();
+  if (Modified.Get() || TorvConfigFile.empty()) return false;
+  isChecking_ = true;
+  cmdCheck.Enabled.Set(false);
+  sbStatus.Text.Set("Checking the job ...");
+  return true;
+}
+
+void frmRunnerMain::EndCheck(const std::vector<RunMonitor::Problem>& problems,
+                             const std::string& sentence) {
+  isChecking_ = false;
+  if (Busy.Get()) return;  // a run has begun meanwhile, and says more
+  CheckInputComplete();
+  Monitor.Forget();
+  for (const RunMonitor::Problem& problem : problems)
+    Monitor.AddProblem(problem.place, problem.reason);
+  sbStatus.Text.Set(sentence);
+}
+
+void frmRunnerMain::GoTo(const std::string& place) {
+  const struct {
+    const char* start;
+    int page;
+    Control& field;
+  } fields[] = {{"package server", 0, txtDTSServer},   {"package", 0, cmbETLPackage},
+                {"connection", 0, cmbETLPackage},      {"step", 0, cmbETLPackage},
+                {"exception log", 0, txtDTSErrorFile}, {"log directory", 0, txtLogFilesDir},
+                {"data warehouse", 1, txtDestServer},  {"table", 1, cmbDestDB},
+                {"data link", 0, lstDataLinks},        {"job file", 0, cmbETLPackage}};
+  for (const auto& [start, page, field] : fields) {
+    if (!place.starts_with(start)) continue;
+    tabDataInfo.Tab.Set(page);
+    field.SetFocus();
+    return;
+  }
+}
+
 void frmRunnerMain::ReadHistory() {
   History.Read(TorvConfigFile.empty() ? "" : program_.platform.files.FullPath(TorvConfigFile));
 }

@@ -45,7 +45,7 @@ void DesktopSession::Start(const std::string& argumentText) {
                                       *platform_.eventLog,
                                       *platform_.mail,
                                       {}});
-  desktop_ = NewQtDesktop({*platform_.messages, *platform_.neighbourhood});
+  desktop_ = NewQtDesktop({*platform_.messages, *platform_.neighbourhood, TORVIK_ADMIN_PROGRAM});
   program_ = std::make_unique<Program>(
       Platform{*platform_.databases, *packages_, platform_.codePages->Ansi(), *platform_.clock,
                *platform_.console, *platform_.files, *platform_.locks, desktop_->Boxes(),

@@ -291,6 +291,36 @@ TEST_F(MainWindowTest, StopEndsARunsStepsOnceItIsConfirmed) {
   EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
 }
 
+TEST_F(MainWindowTest, CheckTriesWhatTheSavedJobNamesAndLeadsToTheField) {
+  session_.Files().Connect("DW")->Execute("DELETE FROM dwm_data_link");
+  Open();
+  Type("Error file", "S:\\none\\there\\err.txt");
+  std::string question;
+  AnswerNext(question, "Cancel");
+  Click("Check");
+  EXPECT_THAT(question, HasSubstr("Save the job first?"));
+  EXPECT_TRUE(session_.Find<QPushButton>("Check").isEnabled());
+  AnswerNext(question, "Save");
+  Click("Check");
+  EXPECT_FALSE(session_.Find<QPushButton>("Check").isEnabled()) << "one at a time";
+  auto& problems = session_.Find<QTreeWidget>("Problems");
+  ASSERT_TRUE(WaitUntil([&] { return problems.topLevelItemCount() > 0; }));
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  EXPECT_EQ(pages->currentIndex(), 1);
+  const auto found = problems.findItems("exception log", Qt::MatchExactly);
+  ASSERT_EQ(found.size(), 1);
+  const QPoint place = problems.visualItemRect(found[0]).center();
+  QTest::mouseClick(problems.viewport(), Qt::LeftButton, {}, place);
+  QTest::mouseDClick(problems.viewport(), Qt::LeftButton, {}, place);
+  EXPECT_EQ(pages->currentIndex(), 0);
+  Type("Error file", "S:\\err.txt");
+  AnswerNext(question, "Save");
+  Click("Check");
+  EXPECT_TRUE(WaitUntil([&] {
+    return session_.Form().sbStatus.Text.Get().find("0 problems") != std::string::npos;
+  })) << session_.Form().sbStatus.Text.Get();
+}
+
 TEST_F(MainWindowTest, TheHistoryPageHasTheRunsAndOpensOne) {
   Open();
   Click("Execute");

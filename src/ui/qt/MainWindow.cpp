@@ -21,6 +21,7 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/HistoryPage.h"
+#include "ui/qt/JobChecker.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
 #include "ui/qt/RunPage.h"
@@ -63,7 +64,8 @@ QString DroppedJobFile(const QMimeData& data) {
 
 }  // namespace
 
-MainWindow::MainWindow(frmRunnerMain& form) : form_(form) {
+MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin)
+    : form_(form), checker_(admin.empty() ? nullptr : new JobChecker(form, admin, this)) {
   setAcceptDrops(true);
   setWindowIcon(QIcon::fromTheme("torvik", QApplication::windowIcon()));
   MakeMenus();
@@ -133,7 +135,7 @@ void MainWindow::MakeCentre() {
   pages_ = new QTabWidget;
   pages_->setDocumentMode(true);
   pages_->addTab(editors, Tr("Job"));
-  pages_->addTab(NewRunPage(form_), Tr("Run"));
+  pages_->addTab(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); }), Tr("Run"));
   pages_->addTab(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); }),
                  Tr("History"));
   for (int page = kJobPage; page <= kHistoryPage; ++page) {
@@ -146,22 +148,30 @@ void MainWindow::MakeCentre() {
     if (page == kHistoryPage) form_.ReadHistory();
   });
 
+  auto* const centre = new QWidget;
+  auto* const layout = new QVBoxLayout(centre);
+  layout->addWidget(pages_, 1);
+  layout->addLayout(MakeCommands());
+  setCentralWidget(centre);
+}
+
+QLayout* MainWindow::MakeCommands() {
   auto* const commands = new QHBoxLayout;
   commands->addWidget(NewCommand(
       form_.cmdOpen, [this] { form_.cmdOpen_Click(); }, Tr("Opens a job file")));
   commands->addWidget(NewCommand(
       form_.cmdSave, [this] { form_.cmdSave_Click(); }, Tr("Saves the job under a name")));
   commands->addStretch();
+  if (checker_ != nullptr)
+    commands->addWidget(NewCommand(
+        form_.cmdCheck, [this] { checker_->Start(); },
+        Tr("Tries all that the job names: servers, files, data links; runs nothing")));
   commands->addWidget(NewCommand(
       form_.cmdExecute, [this] { form_.cmdExecute_Click(); }, Tr("Executes the job now")));
   commands->addWidget(NewCommand(
       form_.cmdClose, [this] { form_.cmdClose_Click(); },
       Tr("Closes the form; during a run it ends a wait for data")));
-  auto* const centre = new QWidget;
-  auto* const layout = new QVBoxLayout(centre);
-  layout->addWidget(pages_, 1);
-  layout->addLayout(commands);
-  setCentralWidget(centre);
+  return commands;
 }
 
 void MainWindow::WatchForm() {
@@ -186,6 +196,9 @@ void MainWindow::WatchForm() {
   Watch(form_.Monitor.Runs, *this, [](MainWindow& window, bool runs) {
     if (runs) window.pages_->setCurrentIndex(kRunPage);
     window.pages_->setTabText(kRunPage, runs ? Tr("Run ●") : Tr("Run"));
+  });
+  Watch(form_.Monitor.Problems, *this, [](MainWindow& window, const auto& problems) {
+    if (!problems.empty()) window.pages_->setCurrentIndex(kRunPage);
   });
   Watch(form_.Hourglass, *this, [](MainWindow& window, bool on) {
     if (on) QApplication::setOverrideCursor(Qt::WaitCursor);

@@ -6,16 +6,19 @@ class QTabWidget;
 
 namespace torvik {
 
+class JobChecker;
 class frmRunnerMain;
 
 /// The window of the main form.
 class MainWindow final : public QMainWindow {
  public:
-  explicit MainWindow(frmRunnerMain& form);
+  /// `admin`: the path of torvik-admin; empty where there is none.
+  MainWindow(frmRunnerMain& form, const std::string& admin);
 
  private:
   void MakeMenus();
   void MakeCentre();
+  QLayout* MakeCommands();
   void WatchForm();
   void ShowAbout();
   void AddRecent();
@@ -27,6 +30,7 @@ class MainWindow final : public QMainWindow {
 
   frmRunnerMain& form_;
   QMenu* recent_ = nullptr;
+  JobChecker* checker_ = nullptr;
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
   QTabWidget* pages_ = nullptr;  // the job, its run, its history

@@ -139,7 +139,8 @@ class QtDesktop final : public Desktop {
   explicit QtDesktop(const DesktopServices& services)
       : messages_(services.console),
         browser_(services.neighbourhood),
-        dialogs_(services.neighbourhood) {
+        dialogs_(services.neighbourhood),
+        admin_(services.admin) {
     QApplication::setQuitOnLastWindowClosed(false);
     SetTheme(ThemeName());
     // Signals come while nothing else does.
@@ -154,7 +155,7 @@ class QtDesktop final : public Desktop {
   FileDialogs& Dialogs() override { return dialogs_; }
 
   void ShowForm(frmRunnerMain& form) override {
-    window_ = std::make_unique<MainWindow>(form);
+    window_ = std::make_unique<MainWindow>(form, admin_);
     isOpen_ = true;
     window_->show();
     form.Closed.Observe([this] {
@@ -178,6 +179,7 @@ class QtDesktop final : public Desktop {
   QTimer signals_;
   QEventLoop loop_;
   bool isOpen_ = false;
+  const std::string admin_;
   std::unique_ptr<MainWindow> window_;
 };
 

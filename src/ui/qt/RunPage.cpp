@@ -36,8 +36,9 @@ QToolButton* NewTool(const QString& text, const QString& help, std::function<voi
 
 class RunPage final : public QWidget {
  public:
-  explicit RunPage(frmRunnerMain& form)
+  RunPage(frmRunnerMain& form, std::function<void()> showJob)
       : form_(form),
+        showJob_(std::move(showJob)),
         graph_(new StepGraphView(form.Monitor)),
         panel_(new StepPanel(form.Monitor)),
         timeLine_(new TimeLine(form.Monitor)),
@@ -54,7 +55,7 @@ class RunPage final : public QWidget {
     all->setChildrenCollapsible(false);
     all->addWidget(steps);
     all->addWidget(times);
-    all->addWidget(NewRunTexts(form.Monitor));
+    all->addWidget(NewRunTexts(form.Monitor, [this](const std::string& place) { Go(place); }));
     all->setSizes({5000, 1500, 2000});
     auto* const layout = new QVBoxLayout(this);
     layout->addLayout(MakeHead());
@@ -111,10 +112,19 @@ class RunPage final : public QWidget {
     });
   }
 
-  void ChooseNamed(const std::string& name) {
+  /// To a step, or to the field that a check has something against.
+  void Go(const std::string& place) {
+    if (ChooseNamed(place) || form_.Busy.Get()) return;
+    showJob_();
+    form_.GoTo(place);
+  }
+
+  bool ChooseNamed(const std::string& name) {
     const auto& steps = form_.Monitor.Package.Get();
     const auto found = std::ranges::find(steps, name, &dts::StepOutline::name);
-    if (found != steps.end()) graph_->Choose(static_cast<int>(found - steps.begin()));
+    if (found == steps.end()) return false;
+    graph_->Choose(static_cast<int>(found - steps.begin()));
+    return true;
   }
 
   void Refresh() {
@@ -131,6 +141,7 @@ class RunPage final : public QWidget {
   }
 
   frmRunnerMain& form_;
+  const std::function<void()> showJob_;
   StepGraphView* graph_;
   StepPanel* panel_;
   TimeLine* timeLine_;
@@ -140,8 +151,8 @@ class RunPage final : public QWidget {
 
 }  // namespace
 
-QWidget* NewRunPage(frmRunnerMain& form) {
-  return new RunPage(form);
+QWidget* NewRunPage(frmRunnerMain& form, std::function<void()> showJob) {
+  return new RunPage(form, std::move(showJob));
 }
 
 }  // namespace torvik

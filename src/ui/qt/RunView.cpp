@@ -92,13 +92,15 @@ QLabel* NewVerdictLabel(RunMonitor& monitor) {
   return verdict;
 }
 
-QTabWidget* NewRunTexts(RunMonitor& monitor) {
+QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::string&)> go) {
   auto* const tabs = new QTabWidget;
   auto* const log = new QPlainTextEdit;
   log->setReadOnly(true);
   log->setMaximumBlockCount(10'000);
   log->setAccessibleName(Tr("Lines of the log"));
   auto* const problems = new ProblemList;
+  QObject::connect(problems, &QTreeWidget::itemActivated, problems,
+                   [go = std::move(go)](QTreeWidgetItem* row) { go(row->text(0).toStdString()); });
   tabs->addTab(log, Tr("Log"));
   tabs->addTab(problems, Tr("Problems"));
   Watch(monitor.Problems, *problems,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 class QLabel;
 class QTabWidget;
 
@@ -10,7 +13,8 @@ class RunMonitor;
 /// Shows how a run stands or has ended; hidden before the first one.
 QLabel* NewVerdictLabel(RunMonitor& monitor);
 
-/// The log's lines, and the problems, which come to the front when there are any.
-QTabWidget* NewRunTexts(RunMonitor& monitor);
+/// The log's lines, and the problems, which come to the front when there are any. `go` is called
+/// with the place of a problem that the operator activates.
+QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::string& place)> go);
 
 }  // namespace torvik
