@@ -86,7 +86,7 @@ class PackageEvents {
   virtual void OnError(std::string_view step, std::string_view description) = 0;
   /// What of the package's own log is missing, and why; the execution goes on.
   virtual void OnLogTrouble(std::string_view description) = 0;
-  /// Called every 15 ms while a step runs, so that pending events can be handled.
+  /// Called every 10 ms while a step runs, so that pending events can be handled.
   virtual void OnIdle() = 0;
 };
 

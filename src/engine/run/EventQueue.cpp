@@ -21,7 +21,7 @@ void EventQueue::Close() {
 
 void EventQueue::Deliver(const EventSink& handle, const std::function<void()>& idle) {
   using Time = std::chrono::steady_clock;
-  constexpr std::chrono::milliseconds kSlice(15);  // a window that looks on is drawn smoothly
+  constexpr std::chrono::milliseconds kSlice(10);  // a window that looks on is drawn smoothly
   auto nextIdle = Time::now() + kSlice;
   while (true) {
     std::deque<ExecutionEvent> arrived;

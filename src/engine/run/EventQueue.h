@@ -17,7 +17,7 @@ class EventQueue {
   /// Nothing is posted after this.
   void Close();
 
-  /// Hands every event to `handle` as it comes, and calls `idle` every 15 ms meanwhile. Returns as
+  /// Hands every event to `handle` as it comes, and calls `idle` every 10 ms meanwhile. Returns as
   /// soon as the queue is closed and empty.
   void Deliver(const EventSink& handle, const std::function<void()>& idle);
 
