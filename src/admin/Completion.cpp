@@ -28,6 +28,7 @@ const std::map<std::string, WordKind>& Kinds() {
                                                         {"DIRECTORY", WordKind::Directory},
                                                         {"--root", WordKind::Directory},
                                                         {"--package", WordKind::Package},
+                                                        {"--job", WordKind::Job},
                                                         {"get NAME", WordKind::Package},
                                                         {"remove NAME", WordKind::Package},
                                                         {"versions NAME", WordKind::Package},

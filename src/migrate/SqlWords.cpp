@@ -61,7 +61,7 @@ class Words {
   }
 
   void Quoted(SqlWord::Kind kind, char end) {
-    SqlWord word{kind, "", line_};
+    SqlWord word{kind, "", line_, end == ']'};
     std::size_t at = at_ + 1;
     for (; at < sql_.size(); ++at) {
       if (sql_[at] == end && (at + 1 == sql_.size() || sql_[at + 1] != end)) break;

@@ -12,6 +12,7 @@ struct SqlWord {
   Kind kind = Kind::Sign;
   std::string text;  ///< Of a Text without its quotes; of a Variable in small letters, with its @.
   int line = 0;
+  bool isBracketed = false;  ///< A name in [ ].
 };
 
 /// The words of a script, comments left out. A text that is not closed ends with the script.

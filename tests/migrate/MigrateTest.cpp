@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "migrate/AgentScript.h"
+#include "migrate/SqlAdvice.h"
 
 namespace torvik::migrate {
 namespace {
@@ -127,6 +128,28 @@ TEST(AgentStep, ItsDtsrunLinesAreFound) {
                {"", {}}};
   for (const auto& c : cases)
     EXPECT_EQ(DtsrunLinesIn({"", "", c.command, 0}), c.lines) << c.command;
+}
+
+TEST(SqlAdvice, NamesWhatOtherServersDoNotHave) {
+  const struct {
+    const char* sql;
+    std::vector<std::string> begins;
+  } cases[] = {{"SELECT TOP 5 n = ISNULL(a, b), getdate() FROM [t]",
+                {"TOP n", "SELECT alias", "ISNULL(", "GETDATE()", "[name]"}},
+               {"SELECT a, x = (SELECT y = 1 FROM t WHERE b = 2), c FROM t", {"SELECT alias"}},
+               {"SELECT a AS b FROM t WHERE a = 1 AND top_ = 2, c = 3", {}},
+               {"UPDATE t SET a = 1, b = 2 WHERE c = 'TOP' -- TOP", {}},
+               {"SELECT a INTO u FROM t", {"SELECT ... INTO"}},
+               {"INSERT INTO u SELECT a FROM t", {}},
+               {"SELECT 'x' + a, b + 1 FROM t", {"'text' + a"}},
+               {"SELECT CONVERT(CHAR(8), d, 112), isnull FROM t", {"CONVERT("}},
+               {"", {}}};
+  for (const auto& c : cases) {
+    const std::vector<std::string> advice = AdviceFor(c.sql);
+    ASSERT_EQ(advice.size(), c.begins.size()) << c.sql << testing::PrintToString(advice);
+    for (std::size_t i = 0; i < advice.size(); ++i)
+      EXPECT_THAT(advice[i], testing::StartsWith(c.begins[i])) << c.sql;
+  }
 }
 
 }  // namespace
