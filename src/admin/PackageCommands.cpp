@@ -207,10 +207,18 @@ void AddImportCommand(CommandGroup<PackageOptions>& group) {
   import->add_option("FILE", given.name, "the text: .bas, .cls, .frm, .vb or .vbs")->required();
   import->add_option("--var", given.import.variables,
                      "NAME=VALUE: what a variable or an argument of the text is; may be repeated");
-  import->add_option("--procedure", given.import.procedure,
-                     "the procedure that builds the package, when several do");
-  import->add_option("--name", given.import.name, "the package's name; its own else");
-  import->add_option("-o,--output", given.import.output, "file to write; standard output else");
+  CLI::Option* procedure =
+      import->add_option("--procedure", given.import.procedure,
+                         "the procedure that builds the package, when several do");
+  CLI::Option* name =
+      import->add_option("--name", given.import.name, "the package's name; its own else");
+  import->add_option("-o,--output", given.import.output,
+                     "file to write; standard output else; with --all a directory");
+  import
+      ->add_flag("--all", given.import.isAll,
+                 "import each package that the text builds, into a file named after it")
+      ->excludes(procedure)
+      ->excludes(name);
 }
 
 /// The package is a file, or one of the server that is named.

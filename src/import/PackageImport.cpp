@@ -40,17 +40,25 @@ PlatformError Binary(const std::string& file, std::string_view bytes) {
 
 constexpr std::size_t kLargest = std::size_t{64} << 20;
 
-}  // namespace
-
-Translation ImportPackage(const std::string& file, std::string_view bytes, const KnownValues& known,
-                          const ImportWishes& wishes) {
+Code CodeIn(const std::string& file, std::string_view bytes) {
   using namespace std::string_view_literals;
   if (IsPackageContainer(bytes)) throw Binary(file, bytes);
   if (bytes.size() > kLargest) throw Refused(file, "the file is larger than 64 MiB");
   const bool isWide = bytes.starts_with("\xFF\xFE"sv) || bytes.starts_with("\xFE\xFF"sv);
   if (!isWide && bytes.find('\0') != bytes.npos)
     throw Refused(file, std::string("this is no text") + kSaveAs);
-  const Code code = ReadCode(DecodedSource(bytes));
+  return ReadCode(DecodedSource(bytes));
+}
+
+}  // namespace
+
+std::vector<std::string> PackageProcedures(const std::string& file, std::string_view bytes) {
+  return BuildersOf(CodeIn(file, bytes));
+}
+
+Translation ImportPackage(const std::string& file, std::string_view bytes, const KnownValues& known,
+                          const ImportWishes& wishes) {
+  const Code code = CodeIn(file, bytes);
   if (!wishes.procedure.empty() && !HasProcedure(code, wishes.procedure))
     throw Refused(file, "there is no procedure \"" + wishes.procedure + "\" in this text");
   const Recording recording = Evaluate(code, known, wishes.procedure);
