@@ -42,6 +42,7 @@ void AddHistoryCommands(CLI::App& app, Invocation& invocation);
 void AddWatchCommand(CLI::App& app, Invocation& invocation);
 void AddNightCommands(CLI::App& app, Invocation& invocation);
 void AddRunCommand(CLI::App& app, Invocation& invocation);
+void AddMigrateCommands(CLI::App& app, Invocation& invocation);
 
 /// Adds the options --server, --user and --password-file.
 void AddServerOptions(CLI::App& command, Invocation& invocation);

@@ -24,9 +24,11 @@ const std::map<std::string, WordKind>& Kinds() {
                                                         {"--log", WordKind::File},
                                                         {"--svg", WordKind::File},
                                                         {"--jobs", WordKind::Directory},
+                                                        {"--jobs-here", WordKind::Directory},
                                                         {"DIRECTORY", WordKind::Directory},
                                                         {"--root", WordKind::Directory},
                                                         {"--package", WordKind::Package},
+                                                        {"--job", WordKind::Job},
                                                         {"get NAME", WordKind::Package},
                                                         {"remove NAME", WordKind::Package},
                                                         {"versions NAME", WordKind::Package},
@@ -36,6 +38,7 @@ const std::map<std::string, WordKind>& Kinds() {
                                                         {"--model", WordKind::Model},
                                                         {"SERVER", WordKind::Server},
                                                         {"--server", WordKind::Server},
+                                                        {"--into", WordKind::Server},
                                                         {"--warehouse-server", WordKind::Server}};
   return kinds;
 }

@@ -6,9 +6,9 @@
 #include <map>
 
 #include "admin/Admin.h"
-#include "admin/DtsrunLine.h"
 #include "admin/JobFile.h"
 #include "engine/model/Variables.h"
+#include "migrate/DtsrunLine.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
 #include "platform/ShellWord.h"
@@ -24,7 +24,8 @@ std::string LineFrom(const std::string& given) {
 }
 
 /// The job's settings by the names of their keys.
-std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOptions& options) {
+std::map<std::string, std::string> JobOf(const migrate::DtsrunLine& line,
+                                         const DtsrunOptions& options) {
   const std::string server = line.server.empty() ? "(local)" : line.server;
   const std::string user = line.isTrusted ? "" : line.user;
   const std::string password = line.isTrusted ? "" : line.password;
@@ -44,7 +45,7 @@ std::map<std::string, std::string> JobOf(const DtsrunLine& line, const DtsrunOpt
 }
 
 /// Those that can stand in the job file; a remark for each of the others.
-RunVariables VariablesOfLine(const DtsrunLine& line, const std::string& file,
+RunVariables VariablesOfLine(const migrate::DtsrunLine& line, const std::string& file,
                              std::vector<std::string>& remarks) {
   RunVariables variables;
   for (const auto& [name, value] : line.variables) {
@@ -60,28 +61,37 @@ RunVariables VariablesOfLine(const DtsrunLine& line, const std::string& file,
 
 }  // namespace
 
-int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool json) {
-  const DtsrunLine line = ReadDtsrunLine(LineFrom(options.line));
-  const std::string file = options.output.empty() ? line.package + ".etl" : options.output;
+NewJobOfDtsrun MakeJobOf(LinuxPlatform& platform, const migrate::DtsrunLine& line,
+                         const DtsrunOptions& options) {
+  NewJobOfDtsrun made;
+  made.file = options.output.empty() ? line.package + ".etl" : options.output;
   FileStatus status;
-  if (!platform.files->Status(file, status))
-    throw PlatformError(0, file + " is there already; name another file by -o", "job from-dtsrun");
+  if (!platform.files->Status(made.file, status))
+    throw PlatformError(0, made.file + " is there already; name another file by -o",
+                        "job from-dtsrun");
   auto job = JobOf(line, options);
-  std::vector<std::string> remarks = line.remarks;
-  const RunVariables variables = VariablesOfLine(line, file, remarks);
-  JobFile::Make(platform, file, job, variables);
+  made.server = job["DTSServer"];
+  made.remarks = line.remarks;
+  const RunVariables variables = VariablesOfLine(line, made.file, made.remarks);
+  JobFile::Make(platform, made.file, job, variables);
   if (options.warehouse.empty())
-    remarks.emplace_back("the job needs its warehouse: DWServer and DWDB in the job file");
-  const std::string command = "torvik-admin run " + ShellWord(file);
-  std::string sentence = file + ": package " + line.package + " of " + job["DTSServer"];
-  for (const std::string& remark : remarks) sentence += "\n" + remark;
+    made.remarks.emplace_back("the job needs its warehouse: DWServer and DWDB in the job file");
+  return made;
+}
+
+int WriteJobOfDtsrun(LinuxPlatform& platform, const DtsrunOptions& options, bool json) {
+  const migrate::DtsrunLine line = migrate::ReadDtsrunLine(LineFrom(options.line));
+  const NewJobOfDtsrun made = MakeJobOf(platform, line, options);
+  const std::string command = "torvik-admin run " + ShellWord(made.file);
+  std::string sentence = made.file + ": package " + line.package + " of " + made.server;
+  for (const std::string& remark : made.remarks) sentence += "\n" + remark;
   sentence += "\nto run it: " + command +
               "\nto run it every night, from /etc/torvik/jobs: torvik-admin job schedule " +
-              ShellWord(std::filesystem::path(file).stem().string()) + " 02:00";
-  PrintResult({{"job", file},
+              ShellWord(std::filesystem::path(made.file).stem().string()) + " 02:00";
+  PrintResult({{"job", made.file},
                {"package", line.package},
-               {"server", job["DTSServer"]},
-               {"remarks", remarks},
+               {"server", made.server},
+               {"remarks", made.remarks},
                {"command", command}},
               sentence, json);
   return 0;

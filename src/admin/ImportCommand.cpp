@@ -1,5 +1,6 @@
 #include "admin/ImportCommand.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "admin/Admin.h"
@@ -46,32 +47,25 @@ std::string LineOf(const std::string& file, const importing::Note& note) {
   return file + (note.line > 0 ? ", line " + std::to_string(note.line) : "") + ": " + note.text;
 }
 
-}  // namespace
+importing::Translation Import(const std::string& file, const std::string& bytes,
+                              const ImportOptions& options, const std::string& procedure) {
+  return importing::ImportPackage(file, bytes, KnownValuesOf(options.variables),
+                                  {procedure, options.name});
+}
 
-int ImportPackageFile(LinuxPlatform& platform, const std::string& file,
-                      const ImportOptions& options, bool json) {
-  const importing::KnownValues known = KnownValuesOf(options.variables);
-  const auto package = importing::ImportPackage(file, ReadText(*platform.files, file), known,
-                                                {options.procedure, options.name});
-  const std::string problems =
-      ProblemsOf(package, options.output.empty() ? "the document" : options.output);
-  if (json) {
-    Json notes = Json::array();
-    for (const importing::Note& note : package.notes)
-      notes.push_back({{"line", note.line}, {"text", note.text}});
-    Json result = {{"name", package.name},
-                   {"connections", package.connections},
-                   {"steps", package.steps},
-                   {"notes", notes},
-                   {"problems", problems}};
-    if (options.output.empty())
-      result["document"] = package.document;
-    else
-      Write(platform, options.output, package.document);
-    PrintResult(result, "", true);
-    return problems.empty() ? 0 : 1;
-  }
-  Write(platform, options.output, package.document);
+Json JsonOf(const importing::Translation& package, const std::string& problems) {
+  Json notes = Json::array();
+  for (const importing::Note& note : package.notes)
+    notes.push_back({{"line", note.line}, {"text", note.text}});
+  return {{"name", package.name},
+          {"connections", package.connections},
+          {"steps", package.steps},
+          {"notes", notes},
+          {"problems", problems}};
+}
+
+void Tell(const std::string& file, const importing::Translation& package,
+          const std::string& problems) {
   for (const importing::Note& note : package.notes)
     std::fprintf(stderr, "%s\n", LineOf(file, note).c_str());
   if (!problems.empty()) std::fprintf(stderr, "%s\n", problems.c_str());
@@ -79,6 +73,71 @@ int ImportPackageFile(LinuxPlatform& platform, const std::string& file,
                "package %s: %d connections, %d steps, %d variables of its own; %zu remarks\n",
                package.name.c_str(), package.connections, package.steps, package.variables,
                package.notes.size());
+}
+
+/// The file of a package in a directory; packages of one name have numbers behind it.
+std::string FreeDocument(LinuxPlatform& platform, const std::string& directory,
+                         const std::string& package) {
+  std::string name = package.empty() ? "package" : package;
+  std::ranges::replace(name, '/', '_');
+  const std::string begin = (directory.empty() ? "." : directory) + "/" + name;
+  std::string file = begin + ".toml";
+  FileStatus status;
+  for (int number = 2; !platform.files->Status(file, status); ++number)
+    file = begin + "-" + std::to_string(number) + ".toml";
+  return file;
+}
+
+/// One of several packages of a text; false when it is refused or has problems.
+bool ImportOne(LinuxPlatform& platform, const std::string& file, const std::string& bytes,
+               const ImportOptions& options, const std::string& procedure, Json& results) {
+  try {
+    const importing::Translation package = Import(file, bytes, options, procedure);
+    const std::string output = FreeDocument(platform, options.output, package.name);
+    const std::string problems = ProblemsOf(package, output);
+    Write(platform, output, package.document);
+    Json result = JsonOf(package, problems);
+    result["file"] = output;
+    results.push_back(result);
+    std::fprintf(stderr, "%s: %s\n", output.c_str(), procedure.c_str());
+    Tell(file, package, problems);
+    return problems.empty();
+  } catch (const PlatformError& error) {
+    results.push_back({{"procedure", procedure}, {"problems", error.Description()}});
+    std::fprintf(stderr, "%s: %s\n", procedure.c_str(), error.Description().c_str());
+    return false;
+  }
+}
+
+int ImportAll(LinuxPlatform& platform, const std::string& file, const std::string& bytes,
+              const ImportOptions& options, bool json) {
+  std::vector<std::string> procedures = importing::PackageProcedures(file, bytes);
+  if (procedures.empty()) procedures.emplace_back();
+  Json results = Json::array();
+  bool isGood = true;
+  for (const std::string& procedure : procedures)
+    isGood = ImportOne(platform, file, bytes, options, procedure, results) && isGood;
+  if (json) PrintResult(results, "", true);
+  return isGood ? 0 : 1;
+}
+
+}  // namespace
+
+int ImportPackageFile(LinuxPlatform& platform, const std::string& file,
+                      const ImportOptions& options, bool json) {
+  const std::string bytes = ReadText(*platform.files, file);
+  if (options.isAll) return ImportAll(platform, file, bytes, options, json);
+  const importing::Translation package = Import(file, bytes, options, options.procedure);
+  const std::string problems =
+      ProblemsOf(package, options.output.empty() ? "the document" : options.output);
+  if (!json || !options.output.empty()) Write(platform, options.output, package.document);
+  if (json) {
+    Json result = JsonOf(package, problems);
+    if (options.output.empty()) result["document"] = package.document;
+    PrintResult(result, "", true);
+  } else {
+    Tell(file, package, problems);
+  }
   return problems.empty() ? 0 : 1;
 }
 

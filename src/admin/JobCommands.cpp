@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "admin/Commands.h"
+#include "admin/FromAgent.h"
 #include "admin/FromDtsrun.h"
 #include "admin/JobCheck.h"
 #include "admin/JobFile.h"
@@ -197,6 +198,35 @@ int FromDtsrun(LinuxPlatform& platform, const Invocation& invocation, const JobO
   return WriteJobOfDtsrun(platform, options.dtsrun, invocation.json);
 }
 
+int FromAgent(LinuxPlatform& platform, const Invocation& invocation, const JobOptions& options) {
+  return WriteJobsOfAgent(platform, options.dtsrun, invocation.json);
+}
+
+void AddWarehouse(CLI::App& command, DtsrunOptions& given) {
+  command.add_option("--warehouse-server", given.warehouseServer,
+                     "the warehouse's server; that of the packages else");
+  command.add_option("--warehouse", given.warehouse, "the warehouse's database");
+}
+
+void AddFormerRunnerCommands(CommandGroup<JobOptions>& group) {
+  DtsrunOptions& given = group.Given().dtsrun;
+  CLI::App* line =
+      group.Add("from-dtsrun", "write the job file that does what a dtsrun line does", FromDtsrun);
+  line->add_option("LINE", given.line,
+                   "the line, in quotes; \"-\" reads it from standard input, where no other user "
+                   "sees a password in it")
+      ->required();
+  line->add_option("-o,--output", given.output, "the job file; the package's name with .etl else");
+  AddWarehouse(*line, given);
+  CLI::App* script = group.Add(
+      "from-agent", "write the job files of Agent jobs that were scripted as SQL", FromAgent);
+  script->add_option("FILE", given.line, "the script, of one job or several")->required();
+  script->add_option("-o,--output", given.output,
+                     "the directory of the job files; the current one else");
+  AddWarehouse(*script, given);
+  script->footer("Exit code: 0 done, 1 a dtsrun line was not taken over.");
+}
+
 void AddRoot(CLI::App& command, ScheduleOptions& options) {
   command
       .add_option("--root", options.root,
@@ -267,17 +297,7 @@ void AddJobCommands(CLI::App& app, Invocation& invocation) {
       group.Add("check", "open everything that a job file names, and change nothing", CheckJob);
   AddFile(*check, options);
   check->footer("Exit code: 0 no problem, 1 a problem.");
-  DtsrunOptions& given = options.dtsrun;
-  CLI::App* line =
-      group.Add("from-dtsrun", "write the job file that does what a dtsrun line does", FromDtsrun);
-  line->add_option("LINE", given.line,
-                   "the line, in quotes; \"-\" reads it from standard input, where no other user "
-                   "sees a password in it")
-      ->required();
-  line->add_option("-o,--output", given.output, "the job file; the package's name with .etl else");
-  line->add_option("--warehouse-server", given.warehouseServer,
-                   "the warehouse's server; that of the packages else");
-  line->add_option("--warehouse", given.warehouse, "the warehouse's database");
+  AddFormerRunnerCommands(group);
   AddScheduleCommands(group);
 }
 

@@ -3,6 +3,7 @@
 #include "admin/Commands.h"
 #include "admin/GraphCommand.h"
 #include "admin/ImportCommand.h"
+#include "admin/PackageSql.h"
 #include "admin/Secrets.h"
 #include "admin/StoredName.h"
 #include "engine/PackageDocument.h"
@@ -20,6 +21,8 @@ struct PackageOptions {
   std::string name;
   std::string version;
   std::size_t versionsToKeep = 0;
+  bool triesSql = false;  ///< On the servers of the connections.
+  std::string job;        ///< Whose values the package's variables have then.
   bool isStored = false;  ///< `name` is a package of a server, not a file.
   GraphOptions graph;
   ImportOptions import;
@@ -148,8 +151,13 @@ int CheckPackages(LinuxPlatform& platform, const Invocation& invocation,
   for (const std::string& file : options.files) {
     std::string problems;
     try {
-      problems =
-          WhatCannotRun(ReadChecked(file, ReadText(*platform.files, file)), platform.settings);
+      const std::string text = ReadText(*platform.files, file);
+      const engine::PackageModel package = ReadChecked(file, text);
+      problems = WhatCannotRun(package, platform.settings);
+      if (options.triesSql) {
+        const std::string refused = Joined(TryStatements(platform, package, text, options.job));
+        problems += (problems.empty() || refused.empty() ? "" : "\n") + refused;
+      }
       allGood = allGood && problems.empty();
     } catch (const PlatformError& error) {
       problems = error.Description();
@@ -199,10 +207,18 @@ void AddImportCommand(CommandGroup<PackageOptions>& group) {
   import->add_option("FILE", given.name, "the text: .bas, .cls, .frm, .vb or .vbs")->required();
   import->add_option("--var", given.import.variables,
                      "NAME=VALUE: what a variable or an argument of the text is; may be repeated");
-  import->add_option("--procedure", given.import.procedure,
-                     "the procedure that builds the package, when several do");
-  import->add_option("--name", given.import.name, "the package's name; its own else");
-  import->add_option("-o,--output", given.import.output, "file to write; standard output else");
+  CLI::Option* procedure =
+      import->add_option("--procedure", given.import.procedure,
+                         "the procedure that builds the package, when several do");
+  CLI::Option* name =
+      import->add_option("--name", given.import.name, "the package's name; its own else");
+  import->add_option("-o,--output", given.import.output,
+                     "file to write; standard output else; with --all a directory");
+  import
+      ->add_flag("--all", given.import.isAll,
+                 "import each package that the text builds, into a file named after it")
+      ->excludes(procedure)
+      ->excludes(name);
 }
 
 /// The package is a file, or one of the server that is named.
@@ -227,9 +243,15 @@ void AddPackageCommands(CLI::App& app, Invocation& invocation) {
   group.Add("new", "print a first document", NewPackage)
       ->add_option("NAME", given.name)
       ->required();
-  group.Add("check", "check documents without storing them", CheckPackages)
-      ->add_option("FILE", given.files)
-      ->required();
+  CLI::App* check = group.Add("check", "check documents without storing them", CheckPackages);
+  check->add_option("FILE", given.files)->required();
+  CLI::Option* onServers =
+      check->add_flag("--server", given.triesSql,
+                      "have the servers of the connections compile each SQL text too; none is run");
+  check
+      ->add_option("--job", given.job,
+                   "job file whose values the package's variables have; those of the document else")
+      ->needs(onServers);
 
   CLI::App* put = group.Add("put", "check documents and store each as a new version", PutPackages);
   put->add_option("FILE", given.files)->required();

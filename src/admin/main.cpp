@@ -76,6 +76,7 @@ int main(int argc, char** argv) {
   admin::AddHistoryCommands(app, invocation);
   admin::AddWatchCommand(app, invocation);
   admin::AddAlarmsCommand(app, invocation);
+  admin::AddMigrateCommands(app, invocation);
   if (argc > 1 && std::string_view(argv[1]) == admin::kCompleteCommand)
     return admin::Complete(app, {argv + 2, argv + argc});
   try {

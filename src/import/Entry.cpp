@@ -162,6 +162,21 @@ int LoadLine(const Code& code) {
   return lines.empty() ? 0 : *std::ranges::min_element(lines);
 }
 
+std::vector<std::string> BuildersOf(const Code& code) {
+  const CallGraph graph(code);
+  std::vector<std::string> makers, uncalled;
+  for (const Procedure& procedure : code.procedures) {
+    bool isMaker = false;
+    EachExpression(procedure.body, [&](const Expression& one) {
+      isMaker = isMaker || (one.kind == ExpressionKind::Literal && MakesPart(one));
+    });
+    const int parts = graph.Parts(graph.ReachedFrom(procedure.lower));
+    if (isMaker && parts > 1) makers.push_back(procedure.name);
+    if (!graph.IsCalled(procedure.lower) && parts > 0) uncalled.push_back(procedure.name);
+  }
+  return makers.size() > 1 ? makers : uncalled;
+}
+
 const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {
   const CallGraph graph(code);
   const Procedure* best = nullptr;
@@ -182,7 +197,7 @@ const Procedure* EntryOf(const Code& code, std::vector<Note>& notes) {
       notes.push_back({procedure.line, procedure.name +
                                            " makes parts of a package as well, but is not called "
                                            "where this one is built; it is left out (--procedure " +
-                                           procedure.name + " imports it)"});
+                                           procedure.name + " imports it, --all each)"});
   return best;
 }
 

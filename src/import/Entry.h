@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "import/Code.h"
@@ -18,6 +19,10 @@ std::vector<int> PackageLines(const Code& code);
 
 /// The first line on which a stored package is taken, 0 when there is none.
 int LoadLine(const Code& code);
+
+/// The procedures that each build a package: those that make one themselves, when they are several;
+/// else those that make parts of one and are called by no other.
+std::vector<std::string> BuildersOf(const Code& code);
 
 /// The procedure that builds the package: of those that no other calls, the one that with all that
 /// it calls makes most parts. Null when none makes any, and when what stands outside of procedures

@@ -5,6 +5,7 @@
 #include "import/Code.h"
 #include "import/Entry.h"
 #include "import/Loader.h"
+#include "import/PackageContainer.h"
 #include "import/SourceLines.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -27,22 +28,37 @@ bool HasSteps(const Object& package) {
   return steps != nullptr && !steps->items.empty();
 }
 
+constexpr const char* kSaveAs =
+    "; open the package in its designer and save it as a Visual Basic file (Package, Save As)";
+
+/// What the package does is encrypted; what it is called and has is not.
+PlatformError Binary(const std::string& file, std::string_view bytes) {
+  return Refused(file, "this is a structured storage file (.dts), whose packages are encrypted" +
+                           std::string(kSaveAs) + ". It holds:\n" +
+                           WordsOf(ReadPackageContainer(file, bytes)));
+}
+
 constexpr std::size_t kLargest = std::size_t{64} << 20;
 
-}  // namespace
-
-Translation ImportPackage(const std::string& file, std::string_view bytes, const KnownValues& known,
-                          const ImportWishes& wishes) {
+Code CodeIn(const std::string& file, std::string_view bytes) {
   using namespace std::string_view_literals;
-  constexpr const char* kSaveAs =
-      "; open the package in its designer and save it as a Visual Basic file (Package, Save As)";
-  if (bytes.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"sv))
-    throw Refused(file, std::string("this is a structured storage file (.dts)") + kSaveAs);
+  if (IsPackageContainer(bytes)) throw Binary(file, bytes);
   if (bytes.size() > kLargest) throw Refused(file, "the file is larger than 64 MiB");
   const bool isWide = bytes.starts_with("\xFF\xFE"sv) || bytes.starts_with("\xFE\xFF"sv);
   if (!isWide && bytes.find('\0') != bytes.npos)
     throw Refused(file, std::string("this is no text") + kSaveAs);
-  const Code code = ReadCode(DecodedSource(bytes));
+  return ReadCode(DecodedSource(bytes));
+}
+
+}  // namespace
+
+std::vector<std::string> PackageProcedures(const std::string& file, std::string_view bytes) {
+  return BuildersOf(CodeIn(file, bytes));
+}
+
+Translation ImportPackage(const std::string& file, std::string_view bytes, const KnownValues& known,
+                          const ImportWishes& wishes) {
+  const Code code = CodeIn(file, bytes);
   if (!wishes.procedure.empty() && !HasProcedure(code, wishes.procedure))
     throw Refused(file, "there is no procedure \"" + wishes.procedure + "\" in this text");
   const Recording recording = Evaluate(code, known, wishes.procedure);

@@ -230,14 +230,33 @@ class PackageTranslator {
       writer.Text("name", name);
       writer.Text("provider", provider);
       const std::string link = properties.Text("UDLPath");
-      if (!link.empty() && properties.Boolean("UseDSL", false)) writer.Text("data_link_file", link);
-      WriteConnectionProperties(writer, *item, properties, provider, name);
+      const bool usesLink = !link.empty() && properties.Boolean("UseDSL", false);
+      const std::string file = usesLink ? link : FileDsnOf(*item);
+      if (!file.empty()) writer.Text("data_link_file", file);
+      WriteConnectionProperties(writer, *item, properties, provider, name, !file.empty());
       ++result_.connections;
     }
   }
 
+  /// The path in "FILEDSN=C:\\dw.dsn;..." of an ODBC connection.
+  static std::string FileDsnOf(const Object& item) {
+    std::vector<const Property*> places = {item.Find("DataSource")};
+    if (const Object* bag = item.Child("connectionproperties"))
+      for (const ObjectPtr& one : bag->items) places.push_back(one->Find("Value"));
+    for (const Property* place : places) {
+      const std::string text = place == nullptr ? "" : place->value.DocumentText();
+      const std::size_t begin = LowerAscii(text).find("filedsn=");
+      if (begin == text.npos) continue;
+      constexpr std::size_t kLength = std::string_view("filedsn=").size();
+      return std::string(Trimmed(
+          std::string_view(text).substr(begin + kLength, text.find(';', begin) - begin - kLength)));
+    }
+    return {};
+  }
+
   void WriteConnectionProperties(DocumentWriter& writer, const Object& item, Properties& properties,
-                                 const std::string& provider, const std::string& name) {
+                                 const std::string& provider, const std::string& name,
+                                 bool hasLinkFile) {
     const engine::ProviderRule* rule = engine::FindProvider(provider);
     if (rule == nullptr) {
       rule = &engine::OtherProvider();
@@ -270,7 +289,7 @@ class PackageTranslator {
       WriteQuoting(writer, all, name);
       NoteFixedHeader(all, name);
     }
-    if (!all.Find("Data Source")) {
+    if (!all.Find("Data Source") && !hasLinkFile) {
       writer.Text("Data Source", "");
       NoteAt(item.line, "the connection \"" + name + "\" has no Data Source; fill it in");
     }

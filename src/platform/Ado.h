@@ -131,6 +131,10 @@ class Database {
   virtual StatementResult ExecuteWith(const std::string& sql,
                                       std::span<const Value> parameters) = 0;
 
+  /// Has the server compile every statement of `sql` and runs none; throws what it says of the
+  /// first that it does not take. What one statement makes is not there for those behind it.
+  virtual void Prepare(const std::string& sql) = 0;
+
   /// `text` as a literal of this server's SQL that keeps every character.
   virtual std::string Literal(std::string_view text) {
     std::string literal = "'";

@@ -134,6 +134,7 @@ class FakeConnection final : public ado::Connection {
   }
 
   std::int64_t Execute(const std::string&) override { Refuse(); }
+  void Prepare(const std::string&) override { Refuse(); }
   std::vector<ado::Column> TableColumns(const std::string&) override { Refuse(); }
   std::unique_ptr<ado::BulkLoad> OpenBulkLoad(const std::string&, std::span<const std::string>,
                                               const ado::LoadOptions&) override {

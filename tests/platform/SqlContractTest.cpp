@@ -40,6 +40,30 @@ TEST_P(SqlContract, ExecuteCountsTheRowsThatItsStatementsChange) {
   for (const auto& [sql, rows] : cases) EXPECT_EQ(rows, dw_->Execute(sql)) << sql;
 }
 
+TEST_P(SqlContract, PrepareRunsNothingAndSaysWhatTheServerDoesNotTake) {
+  Do("CREATE TABLE p (id INT, note VARCHAR(9)); INSERT INTO p VALUES (1, 'a')");
+  const struct {
+    const char* sql;
+    bool isTaken;
+  } cases[] = {{"DELETE FROM p; INSERT INTO p VALUES (2, 'b')", true},
+               {"DELETE FROM p WHERE id = ? AND note LIKE ?", true},
+               {"SELECT ? FROM p", true},
+               {"CREATE TABLE made (id INT)", true},
+               {"DROP TABLE p", true},
+               {"SELECT TOP 5 id FROM p", false},
+               {"SELECT 1; SELECT nothing FROM p", false},
+               {"SELECT id FROM nowhere", false},
+               {"-- nothing", true}};
+  for (const bool inTransaction : {false, true}) {
+    if (inTransaction) dw_->BeginTrans();
+    for (const auto& c : cases)
+      EXPECT_EQ(c.isTaken, ErrorOf([&] { dw_->Prepare(c.sql); }).empty()) << c.sql;
+    if (inTransaction) dw_->CommitTrans();
+    EXPECT_EQ("1|a", Rows("SELECT id, note FROM p"));
+    EXPECT_NE("", ErrorOf([&] { Do("DROP TABLE made"); }));
+  }
+}
+
 TEST_P(SqlContract, AnUpdateChangesExactlyOneRowOrNothing) {
   Do("CREATE TABLE keyed (id INTEGER PRIMARY KEY, a VARCHAR(9), b VARCHAR(9));"
      "CREATE TABLE bare (n INT, a VARCHAR(9), b VARCHAR(9))");

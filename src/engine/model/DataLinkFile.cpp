@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/model/Connections.h"
+#include "engine/model/FileDsn.h"
 #include "engine/model/Providers.h"
 #include "engine/pump/WholeFile.h"
 #include "platform/CodePage.h"
@@ -93,12 +94,15 @@ void ReadDataLinkFile(const FileServices& services, const std::string& path,
       !reason.empty())
     throw NoDataLink(path, reason + "; the settings' [paths] say where drives and shares lie");
   const std::string text = DecodedLink(services.codePages, bytes);
-  const auto entries = Entries(InitialisationString(text));
+  const auto dsn = FileDsnEntries(text);
+  const auto entries = dsn ? *dsn : Entries(InitialisationString(text));
   const auto provider = std::ranges::find_if(
       entries, [](const auto& entry) { return EqualsIgnoringCase(entry.first, "Provider"); });
-  if (provider == entries.end())
+  if (provider == entries.end() && !dsn)
     throw NoDataLink(path, "there is no line \"Provider=...;...\" in it");
-  settings.provider = provider->second;
+  if (dsn && dsn->empty())
+    throw NoDataLink(path, "its section [ODBC] has neither DRIVER, SERVER, DSN nor DBQ");
+  if (provider != entries.end()) settings.provider = provider->second;
   const ProviderRule* rule = FindProvider(settings.provider);
   if (rule == nullptr) rule = &OtherProvider();
   for (const auto& [name, value] : entries)

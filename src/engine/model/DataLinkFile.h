@@ -18,11 +18,12 @@ struct FileServices {
   const CodePages& codePages;
 };
 
-/// Puts what a data link file (.udl) says into `settings`: its provider, and those of its
-/// properties that the provider has here; what it does not say stays. The file holds an OLE DB
-/// initialisation string, "Provider=SQLOLEDB.1;Data Source=S;...", below "[oledb]", in UTF-16 with
-/// a byte-order mark or in the system's code page. Throws PlatformError, with the path, when it
-/// cannot be read or has no such line; no message holds what is in it.
+/// Puts what a data link file (.udl), or a file data source of ODBC (.dsn), says into `settings`:
+/// its provider, and those of its properties that the provider has here; what it does not say
+/// stays. The file holds an OLE DB initialisation string, "Provider=SQLOLEDB.1;Data Source=S;...",
+/// below "[oledb]", in UTF-16 with a byte-order mark or in the system's code page; a file data
+/// source has the section [ODBC], with SERVER, DATABASE and so on. Throws PlatformError, with the
+/// path, when it cannot be read or has no such line; no message holds what is in it.
 void ReadDataLinkFile(const FileServices& services, const std::string& path,
                       ConnectionSettings& settings);
 

@@ -54,6 +54,7 @@ class AdoConnection final : public ado::Connection {
   }
 
   std::int64_t Execute(const std::string& sql) override { return Database().Execute(sql); }
+  void Prepare(const std::string& sql) override { Database().Prepare(sql); }
   std::string Literal(std::string_view text) override { return Database().Literal(text); }
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,
                                                 const ado::CursorOptions& options) override {

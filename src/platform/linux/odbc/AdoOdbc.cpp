@@ -67,6 +67,15 @@ class AdoOdbc final : public AdoDatabase {
     return changedRows;
   }
 
+  /// SQL Server compiles one text as one batch; other drivers take a statement at a time.
+  void Prepare(const std::string& sql) override {
+    const std::string text = Resolved(sql);
+    if (session_->Dialect().Server() == OdbcServer::SqlServer)
+      return OdbcStatement(*session_).PrepareNow(text);
+    for (const SqlStatementText& statement : SplitStatements(text))
+      OdbcStatement(*session_).PrepareNow(std::string(statement.text));
+  }
+
   std::string Literal(std::string_view text) override {
     // Without the mark SQL Server keeps what its code page has, and asks an index of a varchar
     // column as it stands.

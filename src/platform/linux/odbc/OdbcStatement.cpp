@@ -68,6 +68,12 @@ void OdbcStatement::Prepare(const std::string& sql) {
                     static_cast<SQLINTEGER>(text.size())));
 }
 
+void OdbcStatement::PrepareNow(const std::string& sql) {
+  Prepare(sql);
+  SQLSMALLINT count = 0;
+  Check(SQLNumResultCols(handle_, &count));
+}
+
 std::int64_t OdbcStatement::ExecutePrepared(std::span<const ado::Value> values) {
   while (parameters_.size() < values.size()) parameters_.emplace_back();
   for (std::size_t i = 0; i < values.size(); ++i)

@@ -32,6 +32,9 @@ class OdbcStatement final : public QueryRows, private PendingRows {
 
   /// Compiles a text with a marker "?" for each parameter.
   void Prepare(const std::string& sql);
+  /// The same, and the server has seen the text when this returns: a driver may keep it back until
+  /// it is run.
+  void PrepareNow(const std::string& sql);
   /// Runs what was prepared with one value for each marker; answers the rows changed.
   std::int64_t ExecutePrepared(std::span<const ado::Value> values);
 

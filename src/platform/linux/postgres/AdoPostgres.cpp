@@ -55,6 +55,11 @@ class AdoPostgres final : public AdoDatabase {
     return changedRows;
   }
 
+  void Prepare(const std::string& sql) override {
+    for (const PgStatement& statement : Statements(sql, PgMarkers::Numbered))
+      session_->Prepare(statement);
+  }
+
   ado::StatementResult ExecuteWith(const std::string& sql,
                                    std::span<const ado::Value> parameters) override {
     const auto statements = Statements(sql, PgMarkers::Numbered);

@@ -236,6 +236,18 @@ PgResult PgSession::RunWith(const PgStatement& statement, std::span<const Parame
   return result;
 }
 
+void PgSession::Prepare(const PgStatement& statement) {
+  RequireIdle();
+  const bool hasPoint = NeedsPoint(statement);
+  if (hasPoint) RunOnPoint("SAVEPOINT", kStatementPoint);
+  PgResult result(PQprepare(connection_, "", statement.text.c_str(), 0, nullptr));
+  // That a parameter may be of any type is decided by its value.
+  const bool isTaken =
+      PQresultStatus(result.get()) == PGRES_COMMAND_OK || UntypedParameter(result.get()) > 0;
+  if (hasPoint) RunOnPoint("ROLLBACK TO SAVEPOINT", kStatementPoint);
+  if (!isTaken) throw FailureOf(statement, result.get(), 0);
+}
+
 void PgSession::BeginTrans() {
   if (inTransaction_) throw Refusal("a transaction is open already");
   Run(std::string("BEGIN"));

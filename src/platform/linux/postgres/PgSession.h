@@ -58,6 +58,9 @@ class PgSession {
   /// The same with a value for each of $1, $2, ..., whose types the server infers.
   PgResult RunWith(const PgStatement& statement, std::span<const Parameter> parameters);
 
+  /// Has the server parse one statement and runs nothing; throws when it refuses it.
+  void Prepare(const PgStatement& statement);
+
   /// Sends statements and answers the first result, whatever it is, with no savepoint. The caller
   /// takes the other results.
   PgResult Begin(const std::string& sql);

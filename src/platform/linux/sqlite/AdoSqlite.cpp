@@ -9,6 +9,7 @@
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/database/SqlStatements.h"
+#include "platform/linux/database/SqlTokens.h"
 #include "platform/linux/database/SqliteColumns.h"
 #include "platform/linux/sqlite/SqliteBulkLoad.h"
 #include "platform/linux/sqlite/SqliteBulkRead.h"
@@ -88,6 +89,17 @@ class AdoSqlite final : public AdoDatabase {
       changedRows += statement->ChangedRows();
     }
     return changedRows;
+  }
+
+  /// A pragma may act when it is compiled already.
+  void Prepare(const std::string& sql) override {
+    const std::string text = session_->Resolve(sql);
+    for (const SqlStatementText& statement : SplitStatements(text))
+      if (const auto tokens = Tokenise(statement.text);
+          !tokens.empty() && EqualsIgnoringCase(tokens.front().text, "PRAGMA"))
+        throw session_->Refusal("line " + std::to_string(statement.line) +
+                                ": a PRAGMA cannot be tried without running it");
+    for (SqlScript script(text); !script.AtEnd();) script.Next(*session_);
   }
 
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,

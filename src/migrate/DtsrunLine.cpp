@@ -1,11 +1,11 @@
-#include "admin/DtsrunLine.h"
+#include "migrate/DtsrunLine.h"
 
 #include <algorithm>
 
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
-namespace torvik::admin {
+namespace torvik::migrate {
 namespace {
 
 PlatformError NotTaken(const std::string& reason) {
@@ -128,4 +128,4 @@ DtsrunLine ReadDtsrunLine(std::string_view line) {
   return read;
 }
 
-}  // namespace torvik::admin
+}  // namespace torvik::migrate

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace torvik::admin {
+namespace torvik::migrate {
 
 /// What a command line of the package runner "dtsrun" says, as schedules and batch files have it.
 struct DtsrunLine {
@@ -22,4 +22,4 @@ struct DtsrunLine {
 /// files and repositories, and for what is no such line; no message holds a value.
 DtsrunLine ReadDtsrunLine(std::string_view line);
 
-}  // namespace torvik::admin
+}  // namespace torvik::migrate

@@ -1,0 +1,26 @@
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "migrate/AgentScript.h"
+#include "migrate/DtsrunLine.h"
+#include "platform/PlatformError.h"
+
+using namespace torvik;
+
+/// Any script gives jobs and notes, whose lines are in it; any line of a step is read or refused.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view sql(reinterpret_cast<const char*>(data), size);
+  const migrate::AgentScript script = migrate::ReadAgentScript(sql);
+  for (const migrate::ScriptNote& note : script.notes)
+    if (note.line < 1 || note.line > static_cast<int>(size) + 1) std::abort();
+  for (const migrate::AgentJob& job : script.jobs) {
+    for (const migrate::AgentSchedule& schedule : job.schedules) migrate::TimesOf(schedule);
+    for (const migrate::AgentStep& step : job.steps)
+      for (const std::string& line : migrate::DtsrunLinesIn(step)) try {
+          migrate::ReadDtsrunLine(line);
+        } catch (const PlatformError&) {
+        }
+  }
+  return 0;
+}
