@@ -1,5 +1,6 @@
 #include "ui/frmRunnerMain.h"
 
+#include "platform/CodePage.h"
 #include "platform/Messages.h"
 #include "startup/Program.h"
 #include "ui/LogonOptions.h"
@@ -106,6 +107,10 @@ void frmRunnerMain::SetFormStatus(const std::string& text) {
 void frmRunnerMain::ShowLogLine(const std::string& line) {
   Monitor.AddLine(line);
   SetFormStatus(line);
+}
+
+std::string frmRunnerMain::TextOf(const std::string& bytes) const {
+  return program_.platform.ansi.Decode(bytes);
 }
 
 void frmRunnerMain::SetFormTitle(const std::string& text) {

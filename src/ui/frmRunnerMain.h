@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,12 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> Modified;             ///< Something is not saved.
   RunMonitor Monitor;
   JobHistory History;
+  /// Shows a text file where the settings name no program for it; set by whoever shows the form.
+  std::function<void(const std::string& path)> viewFile;
+  /// The text of bytes in the code page of logs.
+  std::string TextOf(const std::string& bytes) const;
+  /// The package's own log of the last run: the directory's file of the package's name.
+  void cmdShowPackageLog_Click();
   Signal AboutWanted;
   Signal JobFileUsed;  ///< TorvConfigFile has been read or written.
   Signal Closed;

@@ -226,13 +226,22 @@ void frmRunnerMain::cmdShowErrorFile_Click() {
   if (!txtDTSErrorFile.Text.Get().empty()) OpenWith("NOTEPAD.EXE ", txtDTSErrorFile.Text.Get());
 }
 
+void frmRunnerMain::cmdShowPackageLog_Click() {
+  const std::string directory = job_.LogFileDir, package = cmbETLPackage.Text.Get();
+  if (directory.empty() || package.empty()) return;
+  OpenWith("NOTEPAD.EXE ", directory + package + ".log");
+}
+
 void frmRunnerMain::imgEventLog_DblClick() {
   OpenWith("eventvwr.exe", "");
 }
 
 void frmRunnerMain::OpenWith(const std::string& program, const std::string& file) {
   const std::string line = program + (file.empty() ? "" : "\"" + file + "\"");
-  if (program_.platform.processes.CreateProcessA(line) == 0)
+  if (program_.platform.processes.CreateProcessA(line) != 0) return;
+  if (viewFile && !file.empty())
+    viewFile(file);
+  else
     ShowError(
         "Unable to start : " + line + "\r\nName a program for it in [programs] of the settings.",
         "Torv Error");

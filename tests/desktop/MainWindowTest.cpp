@@ -291,6 +291,27 @@ TEST_F(MainWindowTest, StopEndsARunsStepsOnceItIsConfirmed) {
   EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
 }
 
+TEST_F(MainWindowTest, TheErrorFileIsShownAndFollowedInAWindowOfItsOwn) {
+  Open();
+  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\n");
+  Click("Show");
+  QWidget* window = nullptr;
+  for (QWidget* one : QApplication::topLevelWidgets())
+    if (one->windowTitle() == "S:\\err.txt") window = one;
+  ASSERT_NE(window, nullptr);
+  auto& text = DesktopSession::FindIn<QPlainTextEdit>(*window, "Text of the file");
+  EXPECT_EQ(text.toPlainText().toStdString(), "first line\nsecond: caf\u00e9\n");
+  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\nthird\r\n");
+  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText().endsWith("third\n"); }));
+  auto& search = DesktopSession::FindIn<QLineEdit>(*window, "Find");
+  QTest::keyClicks(&search, "SECOND");
+  QTest::keyClick(&search, Qt::Key_Return);
+  EXPECT_EQ(text.textCursor().selectedText(), "second");
+  session_.Files().WriteFile("err.txt", "anew\r\n");
+  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText() == "anew\n"; }));
+  window->close();
+}
+
 TEST_F(MainWindowTest, CheckTriesWhatTheSavedJobNamesAndLeadsToTheField) {
   session_.Files().Connect("DW")->Execute("DELETE FROM dwm_data_link");
   Open();

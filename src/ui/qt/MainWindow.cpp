@@ -17,6 +17,7 @@
 #include <QStyle>
 #include <QTabWidget>
 
+#include "platform/Neighbourhood.h"
 #include "platform/Version.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
@@ -25,6 +26,7 @@
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
 #include "ui/qt/RunPage.h"
+#include "ui/qt/TextWindow.h"
 #include "ui/qt/Theme.h"
 #include "ui/qt/Words.h"
 
@@ -64,10 +66,17 @@ QString DroppedJobFile(const QMimeData& data) {
 
 }  // namespace
 
-MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin)
+MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourhood& places)
     : form_(form), checker_(admin.empty() ? nullptr : new JobChecker(form, admin, this)) {
   setAcceptDrops(true);
   setWindowIcon(QIcon::fromTheme("torvik", QApplication::windowIcon()));
+  form_.viewFile = [this, &places](const std::string& path) {
+    auto* const window =
+        new TextWindow(ToQt(places.LinuxPath(path)), ToQt(path),
+                       [this](const std::string& bytes) { return form_.TextOf(bytes); });
+    connect(this, &QObject::destroyed, window, &QWidget::close);
+    window->show();
+  };
   MakeMenus();
   MakeCentre();
   WatchForm();

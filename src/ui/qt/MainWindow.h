@@ -7,13 +7,14 @@ class QTabWidget;
 namespace torvik {
 
 class JobChecker;
+class Neighbourhood;
 class frmRunnerMain;
 
 /// The window of the main form.
 class MainWindow final : public QMainWindow {
  public:
   /// `admin`: the path of torvik-admin; empty where there is none.
-  MainWindow(frmRunnerMain& form, const std::string& admin);
+  MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourhood& places);
 
  private:
   void MakeMenus();

@@ -140,7 +140,8 @@ class QtDesktop final : public Desktop {
       : messages_(services.console),
         browser_(services.neighbourhood),
         dialogs_(services.neighbourhood),
-        admin_(services.admin) {
+        admin_(services.admin),
+        neighbourhood_(services.neighbourhood) {
     QApplication::setQuitOnLastWindowClosed(false);
     SetTheme(ThemeName());
     // Signals come while nothing else does.
@@ -155,7 +156,7 @@ class QtDesktop final : public Desktop {
   FileDialogs& Dialogs() override { return dialogs_; }
 
   void ShowForm(frmRunnerMain& form) override {
-    window_ = std::make_unique<MainWindow>(form, admin_);
+    window_ = std::make_unique<MainWindow>(form, admin_, neighbourhood_);
     isOpen_ = true;
     window_->show();
     form.Closed.Observe([this] {
@@ -180,6 +181,7 @@ class QtDesktop final : public Desktop {
   QEventLoop loop_;
   bool isOpen_ = false;
   const std::string admin_;
+  Neighbourhood& neighbourhood_;
   std::unique_ptr<MainWindow> window_;
 };
 

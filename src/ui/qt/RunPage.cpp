@@ -78,14 +78,22 @@ class RunPage final : public QWidget {
     auto* const stop = new QPushButton;
     Bind(*stop, form_.cmdStop, [this] { form_.cmdStop_Click(); });
     stop->setToolTip(Tr("Ends the run: its steps are cancelled"));
-    stop->setAutoDefault(false);
     head->addWidget(NewVerdictLabel(form_.Monitor));
     head->addWidget(time_, 1);
     head->addWidget(search);
     head->addWidget(NewTool("−", Tr("Smaller"), [this] { graph_->Zoom(0.8); }));
     head->addWidget(NewTool("+", Tr("Larger"), [this] { graph_->Zoom(1.25); }));
     head->addWidget(NewTool("⤢", Tr("The whole package"), [this] { graph_->FitAll(); }));
-    head->addWidget(stop);
+    auto* const errorFile = new QPushButton(Tr("Error file"));
+    errorFile->setToolTip(Tr("Shows the exception log"));
+    connect(errorFile, &QPushButton::clicked, this, [this] { form_.cmdShowErrorFile_Click(); });
+    auto* const log = new QPushButton(Tr("Package log"));
+    log->setToolTip(Tr("Shows what the package has written of its steps"));
+    connect(log, &QPushButton::clicked, this, [this] { form_.cmdShowPackageLog_Click(); });
+    for (QPushButton* const button : {log, errorFile, stop}) {
+      button->setAutoDefault(false);
+      head->addWidget(button);
+    }
     return head;
   }
 

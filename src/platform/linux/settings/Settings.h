@@ -90,7 +90,7 @@ struct Settings {
   /// What is started in place of a program of the original platform, by small letters: a command
   /// line, behind which its arguments go.
   std::map<std::string, std::string> programs = {
-      {"notepad.exe", "xdg-open"}, {"eventvwr.exe", "x-terminal-emulator -e journalctl -e"}};
+      {"eventvwr.exe", "x-terminal-emulator -e journalctl -e"}};
 
   int waitForOtherRunSeconds = 0;  ///< How long a run waits for one of the same job.
 
