@@ -83,17 +83,27 @@ void AddBatchFile(const std::string& file, const std::string& text, migrate::Inv
   }
 }
 
-migrate::OldPackageFile PackageFileOf(const std::string& file, const std::string& bytes) {
-  migrate::OldPackageFile package{file, {}, {}, {}};
+/// A text may build several packages.
+void AddPackageText(const std::string& file, const std::string& bytes,
+                    migrate::Inventory& inventory) {
+  std::vector<std::string> procedures = importing::PackageProcedures(file, bytes);
+  if (procedures.empty()) procedures.emplace_back();
+  for (const std::string& procedure : procedures)
+    inventory.packageFiles.push_back(
+        {file, {}, importing::ImportPackage(file, bytes, {}, {procedure, ""}).name, {}});
+}
+
+void AddPackageFile(const std::string& file, const std::string& bytes,
+                    migrate::Inventory& inventory) {
   try {
     if (importing::IsPackageContainer(bytes))
-      package.contained = importing::ReadPackageContainer(file, bytes);
+      inventory.packageFiles.push_back(
+          {file, importing::ReadPackageContainer(file, bytes), {}, {}});
     else
-      package.name = importing::ImportPackage(file, bytes, {}).name;
+      AddPackageText(file, bytes, inventory);
   } catch (const PlatformError& error) {
-    package.problem = error.Description();
+    inventory.packageFiles.push_back({file, {}, {}, error.Description()});
   }
-  return package;
 }
 
 void AddFile(LinuxPlatform& platform, const fs::path& path, migrate::Inventory& inventory) {
@@ -108,7 +118,7 @@ void AddFile(LinuxPlatform& platform, const fs::path& path, migrate::Inventory& 
     AddBatchFile(file, platform.codePages->Ansi().Decode(ReadText(*platform.files, file)),
                  inventory);
   else if (is({".dts", ".bas", ".cls", ".frm", ".vb", ".vbs"}))
-    inventory.packageFiles.push_back(PackageFileOf(file, ReadText(*platform.files, file)));
+    AddPackageFile(file, ReadText(*platform.files, file), inventory);
 }
 
 /// The files below a directory by their names, those of links to directories left out.
