@@ -7,6 +7,7 @@
 #include "migrate/AgentScript.h"
 #include "platform/PlatformError.h"
 #include "platform/ShellWord.h"
+#include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace torvik::admin {
@@ -96,11 +97,12 @@ JobResult WriteJob(LinuxPlatform& platform, const migrate::AgentJob& job,
                    const DtsrunOptions& options) {
   JobResult result;
   for (const migrate::AgentStep& step : job.steps) {
-    const std::vector<std::string> lines = migrate::DtsrunLinesIn(step);
-    for (const std::string& line : lines) {
-      result.steps.push_back(WriteStep(platform, step.name, line, options));
+    const std::vector<migrate::DtsrunText> lines = migrate::DtsrunLinesIn(step.command);
+    for (const migrate::DtsrunText& line : lines) {
+      result.steps.push_back(WriteStep(platform, step.name, line.text, options));
       StepResult& made = result.steps.back();
-      if (!made.problem.empty()) made.problem = PlaceOf(options, step.line) + made.problem;
+      if (!made.problem.empty())
+        made.problem = PlaceOf(options, step.line + line.line - 1) + made.problem;
     }
     if (lines.empty())
       result.remarks.push_back(PlaceOf(options, step.line) + "the step \"" + step.name + "\" (" +
@@ -138,11 +140,23 @@ Json JsonOf(const migrate::AgentJob& job, const JobResult& result) {
           {"remarks", result.remarks}};
 }
 
+/// The dtsrun lines of a batch file are those of one job.
+migrate::AgentScript ScriptOf(const std::string& file, const std::string& text) {
+  const std::string ending = LowerAscii(std::filesystem::path(file).extension().string());
+  if (ending != ".bat" && ending != ".cmd") return migrate::ReadAgentScript(text);
+  migrate::AgentJob job;
+  job.name = file;
+  if (!migrate::DtsrunLinesIn(text).empty()) job.steps.push_back({"", "", text, 1});
+  migrate::AgentScript script;
+  if (!job.steps.empty()) script.jobs.push_back(std::move(job));
+  return script;
+}
+
 }  // namespace
 
 int WriteJobsOfAgent(LinuxPlatform& platform, const DtsrunOptions& options, bool json) {
   const migrate::AgentScript script =
-      migrate::ReadAgentScript(importing::DecodedSource(ReadText(*platform.files, options.line)));
+      ScriptOf(options.line, importing::DecodedSource(ReadText(*platform.files, options.line)));
   if (script.jobs.empty())
     throw PlatformError(0,
                         options.line +

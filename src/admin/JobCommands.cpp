@@ -220,7 +220,8 @@ void AddFormerRunnerCommands(CommandGroup<JobOptions>& group) {
   AddWarehouse(*line, given);
   CLI::App* script = group.Add(
       "from-agent", "write the job files of Agent jobs that were scripted as SQL", FromAgent);
-  script->add_option("FILE", given.line, "the script, of one job or several")->required();
+  script->add_option("FILE", given.line, "the script, of one job or several, or a batch file")
+      ->required();
   script->add_option("-o,--output", given.output,
                      "the directory of the job files; the current one else");
   AddWarehouse(*script, given);

@@ -68,10 +68,10 @@ class OldJobText {
 
 /// A dtsrun line of a batch file stands for a job file.
 void AddBatchFile(const std::string& file, const std::string& text, migrate::Inventory& inventory) {
-  for (const std::string& line : migrate::DtsrunLinesIn({"", "", text, 0})) {
+  for (const migrate::DtsrunText& line : migrate::DtsrunLinesIn(text)) {
     migrate::OldJobFile job{file, {}, {}, {}, {}};
     try {
-      const migrate::DtsrunLine read = migrate::ReadDtsrunLine(line);
+      const migrate::DtsrunLine read = migrate::ReadDtsrunLine(line.text);
       job.package = read.package;
       job.server = read.server;
       inventory.places.AddServer(read.server, file);

@@ -56,7 +56,8 @@ AgentSchedule ScheduleIn(const ado::Recordset& rows) {
           NumberIn(rows, "freq_recurrence_factor"),
           NumberIn(rows, "active_start_date"),
           NumberIn(rows, "active_start_time"),
-          NumberIn(rows, "active_end_time")};
+          NumberIn(rows, "active_end_time"),
+          NumberIn(rows, "active_end_date")};
 }
 
 void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
@@ -68,7 +69,8 @@ void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
   const std::string columns =
       "SELECT j.name AS job_name, s.name AS schedule_name, s.enabled, s.freq_type, "
       "s.freq_interval, s.freq_subday_type, s.freq_subday_interval, s.freq_relative_interval, "
-      "s.freq_recurrence_factor, s.active_start_date, s.active_start_time, s.active_end_time "
+      "s.freq_recurrence_factor, s.active_start_date, s.active_start_time, s.active_end_time, "
+      "s.active_end_date "
       "FROM sysjobs j JOIN sysjobschedules ";
   std::string problem, unused;
   // Since 2005 jobs may share schedules.
@@ -162,8 +164,8 @@ void ReadLinks(ado::Connection& warehouse, const std::string& database, Inventor
 void AddAgentPlaces(Inventory& inventory) {
   for (const AgentJob& job : inventory.agentJobs)
     for (const AgentStep& step : job.steps)
-      for (const std::string& line : DtsrunLinesIn(step)) try {
-          const DtsrunLine read = ReadDtsrunLine(line);
+      for (const DtsrunText& line : DtsrunLinesIn(step.command)) try {
+          const DtsrunLine read = ReadDtsrunLine(line.text);
           inventory.places.AddServer(read.server, "the Agent job " + job.name);
           inventory.places.AddPath(read.log, "the Agent job " + job.name);
         } catch (const PlatformError&) {

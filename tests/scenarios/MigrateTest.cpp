@@ -31,9 +31,9 @@ constexpr const char* kSchedules = R"(
 CREATE TABLE sysjobschedules (job_id TEXT, name TEXT, enabled INTEGER, freq_type INTEGER,
   freq_interval INTEGER, freq_subday_type INTEGER, freq_subday_interval INTEGER,
   freq_relative_interval INTEGER, freq_recurrence_factor INTEGER, active_start_date INTEGER,
-  active_start_time INTEGER, active_end_time INTEGER);
+  active_start_time INTEGER, active_end_time INTEGER, active_end_date INTEGER);
 INSERT INTO sysjobschedules VALUES
-  ('1', 'at night', 1, 8, 62, 1, 0, 0, 1, 20020101, 13000, 235959);
+  ('1', 'at night', 1, 8, 62, 1, 0, 0, 1, 20020101, 13000, 235959, 99991231);
 )";
 
 /// What the old installation has: three packages, one of which is imported.
