@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/model/DataLinkFile.h"
 #include "migrate/DtsrunLine.h"
 #include "platform/Ado.h"
 #include "platform/NumberText.h"
@@ -82,16 +83,10 @@ void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
     inventory.unread.push_back("the schedules of Agent jobs: " + problem);
 }
 
-/// "Provider" and "Data Source" of a connection string; whatever else is in it stays there.
+/// "Provider" or "Data Source" of a connection string; whatever else is in it stays there.
 std::string PartOf(std::string_view connectString, std::string_view wanted) {
-  for (std::size_t at = 0; at < connectString.size();) {
-    const std::size_t end = std::min(connectString.find(';', at), connectString.size());
-    const std::string_view part = connectString.substr(at, end - at);
-    const std::size_t equals = std::min(part.find('='), part.size());
-    if (EqualsIgnoringCase(Trimmed(part.substr(0, equals)), wanted))
-      return std::string(Trimmed(part.substr(std::min(equals + 1, part.size()))));
-    at = end + 1;
-  }
+  for (const auto& [name, value] : engine::InitialisationEntries(connectString))
+    if (EqualsIgnoringCase(name, wanted)) return value;
   return {};
 }
 
@@ -126,11 +121,10 @@ void ReadPackages(ado::Connection& msdb, Inventory& inventory) {
     ++package.versions;
     package.created = TextOf(rows, "createdate");
     package.owner = TextOf(rows, "owner");
-    package.description = TextOf(rows, "description");
   };
   std::string problem;
   if (!EachRow(msdb,
-               "SELECT name, createdate, owner, description FROM sysdtspackages ORDER BY name, "
+               "SELECT name, createdate, owner FROM sysdtspackages ORDER BY name, "
                "createdate, versionid",
                problem, add))
     inventory.unread.push_back("the packages of the server: " + problem);

@@ -52,7 +52,8 @@ void MakeOld(const Sandbox& sandbox) {
       "\"Data Source\" = \"AS400\"\n");
   sandbox.Connect("DW")->Execute(
       "INSERT INTO dwm_data_link (model, source_name, Type, ds_connect_string, transfer_data, "
-      "remote_directory) VALUES ('Sales', 'shop', 1, 'Provider=MSDAORA;Password=dragon;Data "
+      "remote_directory) VALUES ('Sales', 'shop', 1, 'Provider=MSDAORA;Password=\"x;Data "
+      "Source=dragon\";Data "
       "Source=SHOP', 2, '\\\\files\\in\\shop')");
   sandbox.WriteFile("old/a/sales.etl",
                     "[Package Info]\r\nPackage=Sales_LoadDW\r\nLogFile=T:\\logs\\sales.txt\r\n"
