@@ -1,6 +1,6 @@
-#include "admin/Admin.h"
 #include "admin/Completion.h"
-#include "admin/JobTimer.h"
+#include "admin/common/Admin.h"
+#include "admin/jobs/JobTimer.h"
 #include "config/JobSettings.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/FieldReaders.h"

@@ -5,8 +5,8 @@
 #include <exception>
 #include <string>
 
-#include "admin/Admin.h"
 #include "admin/Completion.h"
+#include "admin/common/Admin.h"
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"
 #include "platform/Version.h"

@@ -148,7 +148,7 @@ void PumpTransformation::WriteScript(DocumentWriter& writer, Properties& setting
         {Line(), "the script of " + Name() + " is written in " + language +
                      ", which does not run here: write it anew; the pump fails until then"});
   const std::string script = text ? text->value.PlainText() : "";
-  if (isBasic) NotePassword(notes_, text ? text->line : Line(), Name(), script);
+  if (isBasic) NoteScript(notes_, text ? text->line : Line(), Name(), script);
   const std::vector<Entry> entries = Entries(settings);
   bool isFirst = true;
   for (const Entry& entry : entries) {

@@ -36,6 +36,13 @@ bool HoldsPassword(std::string_view text) {
   return false;
 }
 
+/// Functions whose results depend on the order of day and month, or on their names.
+bool ReadsLocalDates(const Token& token) {
+  static constexpr const char* kFunctions[] = {
+      "cdate", "datevalue", "isdate", "formatdatetime", "monthname", "weekdayname", "setlocale"};
+  return std::ranges::any_of(kFunctions, [&](const char* name) { return token.IsWord(name); });
+}
+
 }  // namespace
 
 ColumnUse ColumnsOf(std::string_view script, std::string_view lowerObject) {
@@ -60,14 +67,23 @@ ColumnUse ColumnsOf(std::string_view script, std::string_view lowerObject) {
   return use;
 }
 
-void NotePassword(std::vector<Note>& notes, int line, const std::string& what,
-                  std::string_view script) {
-  for (const Token& token : TokensOf(script))
-    if (IsLiteralText(token) && HoldsPassword(token.value.View()))
-      return notes.push_back(
-          {line, "the script of " + what + " holds a password (line " +
-                     std::to_string(token.place.line) +
-                     " of it): take it out; whoever may read the package can read it"});
+void NoteScript(std::vector<Note>& notes, int line, const std::string& what,
+                std::string_view script) {
+  const std::vector<Token> tokens = TokensOf(script);
+  const auto lineOf = [](const Token& token) {
+    return "line " + std::to_string(token.place.line) + " of it";
+  };
+  const auto password = std::ranges::find_if(tokens, [](const Token& token) {
+    return IsLiteralText(token) && HoldsPassword(token.value.View());
+  });
+  if (password != tokens.end())
+    notes.push_back({line, "the script of " + what + " holds a password (" + lineOf(*password) +
+                               "): take it out; whoever may read the package can read it"});
+  const auto date = std::ranges::find_if(tokens, ReadsLocalDates);
+  if (date != tokens.end())
+    notes.push_back({line, "the script of " + what + " takes dates as its machine's settings " +
+                               "had them (" + lineOf(*date) + "): here they are US English, the " +
+                               "month first, and years of two digits are those from 1930 to 2029"});
 }
 
 }  // namespace torvik::importing

@@ -17,9 +17,10 @@ struct ColumnUse {
 /// The columns of `lowerObject` ("dtsdestination"): those in DTSDestination("name").
 ColumnUse ColumnsOf(std::string_view script, std::string_view lowerObject);
 
-/// Notes a script's text that holds a password, as a connection string may; `line` is where the
-/// script stands, `what` whose it is.
-void NotePassword(std::vector<Note>& notes, int line, const std::string& what,
-                  std::string_view script);
+/// Notes a script's text that holds a password, as a connection string may, and where it reads or
+/// writes dates by the settings of its machine; `line` is where the script stands, `what` whose it
+/// is.
+void NoteScript(std::vector<Note>& notes, int line, const std::string& what,
+                std::string_view script);
 
 }  // namespace torvik::importing

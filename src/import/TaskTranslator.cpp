@@ -232,7 +232,7 @@ class TaskWriter {
     if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
       writer_.Text("function", function);
     const std::string script = properties_.Plain("ActiveXScript");
-    NotePassword(scope_.notes, task_.line, "the task " + TaskName(), script);
+    NoteScript(scope_.notes, task_.line, "the task " + TaskName(), script);
     writer_.LongText("script", script);
   }
 

@@ -489,7 +489,7 @@ class PackageTranslator {
                                     "\" is written in " + language + ": write it anew");
     if (!function.empty() && !EqualsIgnoringCase(function, "Main"))
       writer.Text("workflow_function", function);
-    NotePassword(result_.notes, step.object->line, "the step \"" + step.name + "\"", text);
+    NoteScript(result_.notes, step.object->line, "the step \"" + step.name + "\"", text);
     writer.LongText("workflow_script", text);
   }
 

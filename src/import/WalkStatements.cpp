@@ -310,7 +310,8 @@ void Walker::NoteForgotten() {
 
 void Walker::NoteOtherPackages() {
   constexpr const char* kAdvice =
-      ": it is left out; put it into a procedure of its own, and import that by --procedure";
+      ": it is left out; put it into a procedure of its own, and import that by --procedure, or "
+      "each by --all";
   for (const ObjectPtr& object : recording_.objects)
     if (object->kind == "package" && object != recording_.package && !object->children.empty())
       NoteAt(object->line, std::string("another package is built from this line on") + kAdvice);

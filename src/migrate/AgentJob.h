@@ -16,6 +16,7 @@ struct AgentSchedule {
   int relative = 0, recurrence = 0;        ///< Of months, and every how many weeks or months.
   int startDate = 0;                       ///< YYYYMMDD.
   int startTime = 0, endTime = 235959;     ///< HHMMSS.
+  int endDate = 99991231;                  ///< Its last day; this one: none.
 };
 
 /// A schedule in the language of timers.
@@ -42,7 +43,13 @@ struct AgentJob {
   int line = 0;
 };
 
-/// The dtsrun lines in the command of a step, which may have several lines.
-std::vector<std::string> DtsrunLinesIn(const AgentStep& step);
+/// A dtsrun line as it stands in a command.
+struct DtsrunText {
+  std::string text;
+  int line = 0;  ///< Of the command, from 1.
+};
+
+/// The dtsrun lines in a command of several lines, of a step or a batch file.
+std::vector<DtsrunText> DtsrunLinesIn(std::string_view command);
 
 }  // namespace torvik::migrate

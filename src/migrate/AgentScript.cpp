@@ -204,7 +204,8 @@ class Script {
             call.Number("@freq_recurrence_factor"),
             call.Number("@active_start_date"),
             call.Number("@active_start_time"),
-            call.Number("@active_end_time", 235959)};
+            call.Number("@active_end_time", 235959),
+            call.Number("@active_end_date", 99991231)};
   }
 
   const std::vector<SqlWord> words_;

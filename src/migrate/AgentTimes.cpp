@@ -88,11 +88,13 @@ Days RelativeDay(const AgentSchedule& schedule) {
   return {day + " " + month + Format("-%02d..", first) + Format("%02d", first + 6), ""};
 }
 
+std::string DateText(int date) {
+  return Format("%04d-", date / 10000) + Format("%02d-", date / 100 % 100) +
+         Format("%02d", date % 100);
+}
+
 Days OneDay(const AgentSchedule& schedule) {
-  const int date = schedule.startDate;
-  return {Format("%04d-", date / 10000) + Format("%02d-", date / 100 % 100) +
-              Format("%02d", date % 100),
-          "it ran once, on that day"};
+  return {DateText(schedule.startDate), "it ran once, on that day"};
 }
 
 Days DaysOf(const AgentSchedule& schedule) {
@@ -175,6 +177,10 @@ CalendarTimes TimesOf(const AgentSchedule& schedule) {
   if (!days.text.empty())
     for (std::string& time : times.times) time = days.text + " " + time;
   times.problem = days.problem;
+  constexpr int kNoLastDay = 99991231;
+  if (schedule.endDate > 0 && schedule.endDate != kNoLastDay && schedule.type != kOnce)
+    times.problem += (times.problem.empty() ? "" : "; ") +
+                     ("its last day was " + DateText(schedule.endDate)) + ", and a timer goes on";
   return times;
 }
 

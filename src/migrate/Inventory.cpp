@@ -44,8 +44,8 @@ std::vector<std::string> PackagesOf(const Inventory& inventory) {
   }
   for (const AgentJob& job : inventory.agentJobs)
     for (const AgentStep& step : job.steps)
-      for (const std::string& line : DtsrunLinesIn(step)) try {
-          add(ReadDtsrunLine(line).package);
+      for (const DtsrunText& line : DtsrunLinesIn(step.command)) try {
+          add(ReadDtsrunLine(line.text).package);
         } catch (const PlatformError&) {
           // the report tells of it where it tells of the step
         }

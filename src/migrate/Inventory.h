@@ -13,7 +13,7 @@ namespace torvik::migrate {
 struct OldPackage {
   std::string name;
   int versions = 0;
-  std::string created, owner, description;  ///< Of the latest version.
+  std::string created, owner;  ///< Of the latest version.
 };
 
 /// A data link of a warehouse.

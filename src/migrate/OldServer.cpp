@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/model/DataLinkFile.h"
 #include "migrate/DtsrunLine.h"
 #include "platform/Ado.h"
 #include "platform/NumberText.h"
@@ -56,7 +57,8 @@ AgentSchedule ScheduleIn(const ado::Recordset& rows) {
           NumberIn(rows, "freq_recurrence_factor"),
           NumberIn(rows, "active_start_date"),
           NumberIn(rows, "active_start_time"),
-          NumberIn(rows, "active_end_time")};
+          NumberIn(rows, "active_end_time"),
+          NumberIn(rows, "active_end_date")};
 }
 
 void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
@@ -68,7 +70,8 @@ void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
   const std::string columns =
       "SELECT j.name AS job_name, s.name AS schedule_name, s.enabled, s.freq_type, "
       "s.freq_interval, s.freq_subday_type, s.freq_subday_interval, s.freq_relative_interval, "
-      "s.freq_recurrence_factor, s.active_start_date, s.active_start_time, s.active_end_time "
+      "s.freq_recurrence_factor, s.active_start_date, s.active_start_time, s.active_end_time, "
+      "s.active_end_date "
       "FROM sysjobs j JOIN sysjobschedules ";
   std::string problem, unused;
   // Since 2005 jobs may share schedules.
@@ -80,16 +83,10 @@ void ReadSchedules(ado::Connection& msdb, Inventory& inventory) {
     inventory.unread.push_back("the schedules of Agent jobs: " + problem);
 }
 
-/// "Provider" and "Data Source" of a connection string; whatever else is in it stays there.
+/// "Provider" or "Data Source" of a connection string; whatever else is in it stays there.
 std::string PartOf(std::string_view connectString, std::string_view wanted) {
-  for (std::size_t at = 0; at < connectString.size();) {
-    const std::size_t end = std::min(connectString.find(';', at), connectString.size());
-    const std::string_view part = connectString.substr(at, end - at);
-    const std::size_t equals = std::min(part.find('='), part.size());
-    if (EqualsIgnoringCase(Trimmed(part.substr(0, equals)), wanted))
-      return std::string(Trimmed(part.substr(std::min(equals + 1, part.size()))));
-    at = end + 1;
-  }
+  for (const auto& [name, value] : engine::InitialisationEntries(connectString))
+    if (EqualsIgnoringCase(name, wanted)) return value;
   return {};
 }
 
@@ -124,11 +121,10 @@ void ReadPackages(ado::Connection& msdb, Inventory& inventory) {
     ++package.versions;
     package.created = TextOf(rows, "createdate");
     package.owner = TextOf(rows, "owner");
-    package.description = TextOf(rows, "description");
   };
   std::string problem;
   if (!EachRow(msdb,
-               "SELECT name, createdate, owner, description FROM sysdtspackages ORDER BY name, "
+               "SELECT name, createdate, owner FROM sysdtspackages ORDER BY name, "
                "createdate, versionid",
                problem, add))
     inventory.unread.push_back("the packages of the server: " + problem);
@@ -162,8 +158,8 @@ void ReadLinks(ado::Connection& warehouse, const std::string& database, Inventor
 void AddAgentPlaces(Inventory& inventory) {
   for (const AgentJob& job : inventory.agentJobs)
     for (const AgentStep& step : job.steps)
-      for (const std::string& line : DtsrunLinesIn(step)) try {
-          const DtsrunLine read = ReadDtsrunLine(line);
+      for (const DtsrunText& line : DtsrunLinesIn(step.command)) try {
+          const DtsrunLine read = ReadDtsrunLine(line.text);
           inventory.places.AddServer(read.server, "the Agent job " + job.name);
           inventory.places.AddPath(read.log, "the Agent job " + job.name);
         } catch (const PlatformError&) {

@@ -57,8 +57,8 @@ struct StepWords {
 /// A step in words; its command may hold passwords, so nothing of it is shown but what is read.
 StepWords WordsOfStep(const Inventory& inventory, const AgentStep& step) {
   StepWords words;
-  for (const std::string& line : DtsrunLinesIn(step)) try {
-      const DtsrunLine read = ReadDtsrunLine(line);
+  for (const DtsrunText& line : DtsrunLinesIn(step.command)) try {
+      const DtsrunLine read = ReadDtsrunLine(line.text);
       words.runs = Appended(words.runs, "package " + read.package +
                                             (read.server.empty() ? "" : " of " + read.server));
       words.state = Appended(words.state, Has(inventory.jobsHere, read.package)
@@ -215,8 +215,8 @@ ReportSection StatusOf(const Inventory& inventory, int& left) {
   }
   for (const AgentJob& job : inventory.agentJobs)
     for (const AgentStep& step : job.steps)
-      for (const std::string& line : DtsrunLinesIn(step)) try {
-          const std::string package = ReadDtsrunLine(line).package;
+      for (const DtsrunText& line : DtsrunLinesIn(step.command)) try {
+          const std::string package = ReadDtsrunLine(line.text).package;
           const bool isDone = Has(inventory.jobsHere, package);
           add("Agent job", job.name + ", " + step.name, isDone,
               isDone ? "a job file here runs " + package : "no job file here runs " + package);

@@ -17,8 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const migrate::AgentJob& job : script.jobs) {
     for (const migrate::AgentSchedule& schedule : job.schedules) migrate::TimesOf(schedule);
     for (const migrate::AgentStep& step : job.steps)
-      for (const std::string& line : migrate::DtsrunLinesIn(step)) try {
-          migrate::ReadDtsrunLine(line);
+      for (const migrate::DtsrunText& line : migrate::DtsrunLinesIn(step.command)) try {
+          migrate::ReadDtsrunLine(line.text);
         } catch (const PlatformError&) {
         }
   }

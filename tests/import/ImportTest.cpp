@@ -252,6 +252,9 @@ TEST(Import, APumpsScriptsHaveTheirColumnsAndPhases) {
        "\"End Function\"",
        {},
        {"the script of \"script\" holds a password (line 2 of it)"}},
+      {"y(\"Text\") = \"Function Main()\" & vbCrLf & \"d = CDate(t)\" & vbCrLf & \"End Function\"",
+       {},
+       {"the script of \"script\" takes dates as its machine's settings had them (line 2 of it)"}},
       {"x.SourceColumns.AddColumn \"a\", 1 : x.DestinationColumns.AddColumn \"b\", 1\n"
        "Set z = d.Transformations.New(\"DTS.DataPumpTransformCopy\") : d.Transformations.Add z\n"
        "z.SourceColumns.AddColumn \"day\", 1 : z.DestinationColumns.AddColumn \"sold\", 1\n"
@@ -272,6 +275,12 @@ TEST(Import, APumpsScriptsHaveTheirColumnsAndPhases) {
 TEST(Import, AFileOfSeveralPackagesGivesTheOneThatIsWanted) {
   const std::string text =
       "Sub Big()\n" + WithSql("s = 1") + "End Sub\nSub Small()\n" + WithSql("s = 2") + "End Sub\n";
+  EXPECT_THAT(PackageProcedures("f", text), testing::ElementsAre("Big", "Small"));
+  EXPECT_THAT(PackageProcedures("f", "Sub Main()\nBig\nSmall\nEnd Sub\n" + text),
+              testing::ElementsAre("Big", "Small"));
+  EXPECT_THAT(PackageProcedures("f", "Sub Main()\nSmall\nEnd Sub\nSub Small()\n" +
+                                         WithSql("s = 2") + "End Sub\n"),
+              testing::ElementsAre("Main"));
   EXPECT_THAT(ImportPackage("f", text, {}).document, HasSubstr("sql = \"1\""));
   const Translation small = ImportPackage("f", text, {}, {"small", "Other name"});
   EXPECT_EQ("Other name", small.name);

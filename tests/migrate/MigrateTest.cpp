@@ -23,31 +23,33 @@ TEST(AgentSchedule, BecomesCalendarTimesOrSaysWhyNot) {
   const struct {
     AgentSchedule schedule;
     const char *times, *problem;
-  } cases[] = {{{"", true, 4, 1, 1, 0, 0, 0, 20020101, 20000}, "02:00", ""},
-               {{"", true, 4, 1, 4, 15, 0, 0, 0, 80000, 175959}, "08..17:00/15", ""},
-               {{"", true, 4, 1, 8, 6, 0, 0, 0, 3000}, "00/6:30", ""},
-               {{"", true, 4, 1, 4, 30}, "*:00,30", ""},
-               {{"", true, 4, 1, 4, 45, 0, 0, 0, 80000, 100000}, "08:00,45; 09:30", ""},
-               {{"", true, 4, 1, 4, 11}, "", "do not repeat in an hour"},
-               {{"", true, 4, 1, 4, 10, 0, 0, 0, 220000, 50000}, "", "over midnight"},
-               {{"", true, 4, 3, 1, 0, 0, 0, 0, 60000}, "06:00", "only every 3 days"},
-               {{"", true, 4, 1, 2, 10}, "", "every 10 seconds"},
-               {{"", true, 8, 62, 1, 0, 0, 1, 0, 13000}, "Mon..Fri 01:30", ""},
-               {{"", true, 8, 65, 1, 0, 0, 2, 0, 13000}, "Sat,Sun 01:30", "only every 2 weeks"},
-               {{"", true, 8, 127, 1, 0, 0, 1, 0, 13000}, "01:30", ""},
-               {{"", true, 8, 0, 1, 0, 0, 1}, "", "no day of the week"},
-               {{"", true, 16, 15, 1, 0, 0, 1, 0, 40000}, "*-*-15 04:00", ""},
-               {{"", true, 16, 1, 1, 0, 0, 3, 20020201, 40000}, "*-02,05,08,11-01 04:00", ""},
-               {{"", true, 16, 1, 1, 0, 0, 5}, "", "every 5 months"},
-               {{"", true, 32, 2, 1, 0, 1, 1, 0, 40000}, "Mon *-*-01..07 04:00", ""},
-               {{"", true, 32, 6, 1, 0, 16, 1, 0, 40000}, "Fri *-*~07/1 04:00", ""},
-               {{"", true, 32, 8, 1, 0, 16, 1, 0, 40000}, "*-*~01 04:00", ""},
-               {{"", true, 32, 9, 1, 0, 1, 1, 0, 40000}, "", "n-th weekday"},
-               {{"", true, 1, 0, 0, 0, 0, 0, 20301224, 181500}, "2030-12-24 18:15", "once"},
-               {{"", true, 64}, "", "when the Agent started"},
-               {{"", false, 4, 1, 1}, "", "disabled"},
-               {{"", true, 3}, "", "freq_type"},
-               {{"", true, 4, 1, 4, -5, 0, 0, -1, -1, -1}, "00:00", ""}};
+  } cases[] = {
+      {{"", true, 4, 1, 1, 0, 0, 0, 20020101, 20000}, "02:00", ""},
+      {{"", true, 4, 1, 4, 15, 0, 0, 0, 80000, 175959}, "08..17:00/15", ""},
+      {{"", true, 4, 1, 8, 6, 0, 0, 0, 3000}, "00/6:30", ""},
+      {{"", true, 4, 1, 4, 30}, "*:00,30", ""},
+      {{"", true, 4, 1, 4, 45, 0, 0, 0, 80000, 100000}, "08:00,45; 09:30", ""},
+      {{"", true, 4, 1, 4, 11}, "", "do not repeat in an hour"},
+      {{"", true, 4, 1, 4, 10, 0, 0, 0, 220000, 50000}, "", "over midnight"},
+      {{"", true, 4, 3, 1, 0, 0, 0, 0, 60000}, "06:00", "only every 3 days"},
+      {{"", true, 4, 1, 2, 10}, "", "every 10 seconds"},
+      {{"", true, 8, 62, 1, 0, 0, 1, 0, 13000}, "Mon..Fri 01:30", ""},
+      {{"", true, 8, 65, 1, 0, 0, 2, 0, 13000}, "Sat,Sun 01:30", "only every 2 weeks"},
+      {{"", true, 8, 127, 1, 0, 0, 1, 0, 13000}, "01:30", ""},
+      {{"", true, 8, 0, 1, 0, 0, 1}, "", "no day of the week"},
+      {{"", true, 16, 15, 1, 0, 0, 1, 0, 40000}, "*-*-15 04:00", ""},
+      {{"", true, 16, 1, 1, 0, 0, 3, 20020201, 40000}, "*-02,05,08,11-01 04:00", ""},
+      {{"", true, 16, 1, 1, 0, 0, 5}, "", "every 5 months"},
+      {{"", true, 32, 2, 1, 0, 1, 1, 0, 40000}, "Mon *-*-01..07 04:00", ""},
+      {{"", true, 32, 6, 1, 0, 16, 1, 0, 40000}, "Fri *-*~07/1 04:00", ""},
+      {{"", true, 32, 8, 1, 0, 16, 1, 0, 40000}, "*-*~01 04:00", ""},
+      {{"", true, 32, 9, 1, 0, 1, 1, 0, 40000}, "", "n-th weekday"},
+      {{"", true, 1, 0, 0, 0, 0, 0, 20301224, 181500}, "2030-12-24 18:15", "once"},
+      {{"", true, 4, 1, 1, 0, 0, 0, 0, 20000, 235959, 20051231}, "02:00", "day was 2005-12-31"},
+      {{"", true, 64}, "", "when the Agent started"},
+      {{"", false, 4, 1, 1}, "", "disabled"},
+      {{"", true, 3}, "", "freq_type"},
+      {{"", true, 4, 1, 4, -5, 0, 0, -1, -1, -1}, "00:00", ""}};
   int number = 0;
   for (const auto& c : cases) {
     const CalendarTimes times = TimesOf(c.schedule);
@@ -87,8 +89,9 @@ EXEC sp_who 'dragon'
   EXPECT_FALSE(sales.isEnabled);
   ASSERT_THAT(sales.steps, SizeIs(2));
   EXPECT_EQ(sales.steps[0].line, 10);
-  EXPECT_THAT(DtsrunLinesIn(sales.steps[0]),
-              ElementsAre("DTSRun /S OLD /E /N Sales_LoadDW /L C:\\log.txt"));
+  EXPECT_THAT(DtsrunLinesIn(sales.steps[0].command),
+              ElementsAre(testing::Field(&DtsrunText::text,
+                                         "DTSRun /S OLD /E /N Sales_LoadDW /L C:\\log.txt")));
   EXPECT_EQ(sales.steps[1].name, "late");
   ASSERT_THAT(sales.schedules, SizeIs(1));
   EXPECT_EQ(Joined(TimesOf(sales.schedules[0])), "02:00");
@@ -116,18 +119,22 @@ TEST(AgentScript, TextsThatEndTooEarlyAreRead) {
 
 TEST(AgentStep, ItsDtsrunLinesAreFound) {
   const struct {
-    const char* command;
-    std::vector<std::string> lines;
-  } cases[] = {{"dtsrun /N a", {"dtsrun /N a"}},
-               {"DTSRUN/SOLD /N a", {"dtsrun /SOLD /N a"}},
-               {"@echo off\r\n  @\"C:\\Program Files\\dtsrun.exe\" /N a\r\ncall dtsrun /N b\r\n",
-                {"\"C:\\Program Files\\dtsrun.exe\" /N a", "dtsrun /N b"}},
-               {"C:\\Tools\\dtsrun /N a", {"C:\\Tools\\dtsrun /N a"}},
-               {"echo dtsrun /N a", {}},
-               {"\"dtsrun", {"\"dtsrun"}},
-               {"", {}}};
-  for (const auto& c : cases)
-    EXPECT_EQ(DtsrunLinesIn({"", "", c.command, 0}), c.lines) << c.command;
+    const char *command, *lines;
+  } cases[] = {
+      {"dtsrun /N a", "1: dtsrun /N a\n"},
+      {"DTSRUN/SOLD /N a", "1: dtsrun /SOLD /N a\n"},
+      {"@echo off\r\n  @\"C:\\Program Files\\dtsrun.exe\" /N a\r\n\r\ncall dtsrun /N b\r\n",
+       "2: \"C:\\Program Files\\dtsrun.exe\" /N a\n4: dtsrun /N b\n"},
+      {"C:\\Tools\\dtsrun /N a", "1: C:\\Tools\\dtsrun /N a\n"},
+      {"echo dtsrun /N a", ""},
+      {"\"dtsrun", "1: \"dtsrun\n"},
+      {"", ""}};
+  for (const auto& c : cases) {
+    std::string lines;
+    for (const DtsrunText& line : DtsrunLinesIn(c.command))
+      lines += std::to_string(line.line) + ": " + line.text + "\n";
+    EXPECT_EQ(lines, c.lines) << c.command;
+  }
 }
 
 TEST(SqlAdvice, NamesWhatOtherServersDoNotHave) {

@@ -31,9 +31,9 @@ constexpr const char* kSchedules = R"(
 CREATE TABLE sysjobschedules (job_id TEXT, name TEXT, enabled INTEGER, freq_type INTEGER,
   freq_interval INTEGER, freq_subday_type INTEGER, freq_subday_interval INTEGER,
   freq_relative_interval INTEGER, freq_recurrence_factor INTEGER, active_start_date INTEGER,
-  active_start_time INTEGER, active_end_time INTEGER);
+  active_start_time INTEGER, active_end_time INTEGER, active_end_date INTEGER);
 INSERT INTO sysjobschedules VALUES
-  ('1', 'at night', 1, 8, 62, 1, 0, 0, 1, 20020101, 13000, 235959);
+  ('1', 'at night', 1, 8, 62, 1, 0, 0, 1, 20020101, 13000, 235959, 99991231);
 )";
 
 /// What the old installation has: three packages, one of which is imported.
@@ -52,7 +52,8 @@ void MakeOld(const Sandbox& sandbox) {
       "\"Data Source\" = \"AS400\"\n");
   sandbox.Connect("DW")->Execute(
       "INSERT INTO dwm_data_link (model, source_name, Type, ds_connect_string, transfer_data, "
-      "remote_directory) VALUES ('Sales', 'shop', 1, 'Provider=MSDAORA;Password=dragon;Data "
+      "remote_directory) VALUES ('Sales', 'shop', 1, 'Provider=MSDAORA;Password=\"x;Data "
+      "Source=dragon\";Data "
       "Source=SHOP', 2, '\\\\files\\in\\shop')");
   sandbox.WriteFile("old/a/sales.etl",
                     "[Package Info]\r\nPackage=Sales_LoadDW\r\nLogFile=T:\\logs\\sales.txt\r\n"
@@ -65,6 +66,12 @@ void MakeOld(const Sandbox& sandbox) {
   sandbox.WriteFile("old/cube.vbs",
                     "Set p = CreateObject(\"DTS.Package\")\np.Name = \"Cube_Init\"\n"
                     "Set s = p.Steps.New\ns.Name = \"x\"\np.Steps.Add s\n");
+  std::string both;
+  for (const char* name : {"A_Init", "B_Init"})
+    both += std::string("Sub Make") + name +
+            "()\nSet p = CreateObject(\"DTS.Package\")\np.Name = \"" + name +
+            "\"\np.Steps.Add p.Steps.New\nEnd Sub\n";
+  sandbox.WriteFile("old/both.bas", both);
 }
 
 std::string Inventory(const Sandbox& sandbox, const std::vector<std::string>& more) {
@@ -94,6 +101,8 @@ TEST(Migrate, AnInventoryTellsWhatComesOverAndWhatIsNeeded) {
       "| old/a/sales.etl | Sales\\_LoadDW | (local) | DW of DWOLD\\\\ONE | waits for its package |",
       "| old/night.cmd | Stock\\_Init | DB,1434 |  | can run |",
       "| old/none.etl |  |  |  | it is no job file |",
+      "| old/both.bas | A\\_Init |",
+      "| old/both.bas | B\\_Init |",
       "| old/Sales.dts | Sales\\_LoadDW | 2 | 8.0.760 | has to be saved as text |",
       "| DW | Sales | shop | SHOP |",
       "| drive | Q | the Agent job Nightly | is in the state directory, unless \\[paths\\]",
@@ -116,7 +125,7 @@ TEST(Migrate, AnInventoryIsWrittenInTheFormOfItsFileAndItsSettingsAreTaken) {
   EXPECT_THAT(json, AllOf(HasSubstr("\"what\": \"the schedules of Agent jobs: "),
                           HasSubstr("\"job\": \"Nightly\""), HasSubstr("\"settings\": \"; What")));
   EXPECT_THAT(Inventory(sandbox, {"-o", "r.html"}),
-              HasSubstr("r.html: 3 packages, 2 Agent jobs, 3 job files, 1 data links; 1 could"));
+              HasSubstr("r.html: 5 packages, 2 Agent jobs, 3 job files, 1 data links; 1 could"));
   EXPECT_THAT(sandbox.ReadFile("r.html"),
               AllOf(HasSubstr("<td>Sales_LoadDW</td>"), Not(HasSubstr("dragon"))));
   Inventory(sandbox, {"-o", "r.json"});
@@ -140,7 +149,7 @@ TEST(Migrate, TheStatusSaysWhatIsLeft) {
   EXPECT_EQ(status.exitCode, 0) << status.err;
   EXPECT_THAT(status.out, HasSubstr("no job file here runs Sales_LoadDW"));
   EXPECT_THAT(status.out, HasSubstr("a job file here runs Stock_Init"));
-  EXPECT_THAT(status.out, HasSubstr("6 of 8 left"));
+  EXPECT_THAT(status.out, HasSubstr("8 of 10 left"));
   const ProgramResult missing = sandbox.Run(
       {"torvik-admin", "migrate", "status", "--server", "(local)", "--jobs", "nowhere"});
   EXPECT_EQ(missing.exitCode, 1);

@@ -46,8 +46,18 @@ std::string_view InitialisationString(std::string_view text) {
   return {};
 }
 
-/// "a=b;c=\"d;e\"": a value may stand in quotes of either kind, in which it is doubled.
-std::vector<std::pair<std::string, std::string>> Entries(std::string_view text) {
+void SetProperty(ConnectionSettings& settings, const char* name, const std::string& value) {
+  const auto found =
+      std::ranges::find(settings.properties, name, &std::pair<std::string, std::string>::first);
+  if (found == settings.properties.end())
+    settings.properties.emplace_back(name, value);
+  else
+    found->second = value;
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> InitialisationEntries(std::string_view text) {
   std::vector<std::pair<std::string, std::string>> entries;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t equals = text.find('=', at);
@@ -76,17 +86,6 @@ std::vector<std::pair<std::string, std::string>> Entries(std::string_view text) 
   return entries;
 }
 
-void SetProperty(ConnectionSettings& settings, const char* name, const std::string& value) {
-  const auto found =
-      std::ranges::find(settings.properties, name, &std::pair<std::string, std::string>::first);
-  if (found == settings.properties.end())
-    settings.properties.emplace_back(name, value);
-  else
-    found->second = value;
-}
-
-}  // namespace
-
 void ReadDataLinkFile(const FileServices& services, const std::string& path,
                       ConnectionSettings& settings) {
   std::string bytes;
@@ -95,7 +94,7 @@ void ReadDataLinkFile(const FileServices& services, const std::string& path,
     throw NoDataLink(path, reason + "; the settings' [paths] say where drives and shares lie");
   const std::string text = DecodedLink(services.codePages, bytes);
   const auto dsn = FileDsnEntries(text);
-  const auto entries = dsn ? *dsn : Entries(InitialisationString(text));
+  const auto entries = dsn ? *dsn : InitialisationEntries(InitialisationString(text));
   const auto provider = std::ranges::find_if(
       entries, [](const auto& entry) { return EqualsIgnoringCase(entry.first, "Provider"); });
   if (provider == entries.end() && !dsn)

@@ -2,6 +2,8 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace torvik {
 
@@ -17,6 +19,10 @@ struct FileServices {
   Files& files;
   const CodePages& codePages;
 };
+
+/// The names and values of an OLE DB initialisation string: "a=b;c=\"d;e\"", where a value may
+/// stand in quotes of either kind, in which it is doubled.
+std::vector<std::pair<std::string, std::string>> InitialisationEntries(std::string_view text);
 
 /// Puts what a data link file (.udl), or a file data source of ODBC (.dsn), says into `settings`:
 /// its provider, and those of its properties that the provider has here; what it does not say

@@ -1,0 +1,185 @@
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "admin/common/Admin.h"
+#include "admin/common/RunTexts.h"
+#include "admin/runs/RunTrend.h"
+#include "history/RunJson.h"
+#include "platform/Files.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+constexpr int kUsualColumns = 80;
+constexpr int kTrendRuns = 200;
+
+struct HistoryOptions {
+  std::string job, since, picture;
+  bool failedOnly = false;
+  int limit = 0;
+  std::int64_t run = 0;
+};
+
+/// As a shell completes it, the file of the directory where we are is "./sales.etl".
+std::string JobAsked(const HistoryOptions& options) {
+  return options.job.substr(options.job.starts_with("./") ? 2 : 0);
+}
+
+int Columns() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col
+                                                                         : kUsualColumns;
+}
+
+int ListRuns(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
+  RunFilter filter{JobAsked(options), options.failedOnly, {}, options.limit};
+  if (!options.since.empty()) filter.since = MomentOf(options.since);
+  const std::vector<RunRecord> runs = platform.history->Runs(filter);
+  if (json) {
+    Json list = Json::array();
+    for (const RunRecord& run : runs) list.push_back(JsonOf(run, false));
+    PrintResult(list, "", true);
+    return 0;
+  }
+  std::vector<JsonRow> rows;
+  for (const RunRecord& run : runs) {
+    const auto seconds = SecondsOf(run);
+    rows.push_back({run.id, LocalTime(run.begin), JobNameOf(run), WordOf(run.outcome),
+                    seconds ? DurationText(*seconds) : "", Grouped(run.rows),
+                    Grouped(run.rejectedRows), ReasonText(run)});
+  }
+  PrintRows({"run", "begin", "job", "verdict", "took", "rows", "rejected", "reason"}, rows, false);
+  return 0;
+}
+
+RunRecord RunOf(LinuxPlatform& platform, std::int64_t id) {
+  auto run = platform.history->Run(id);
+  if (!run)
+    throw PlatformError(0,
+                        "the history has no run " + std::to_string(id) +
+                            "; torvik-admin history lists those that there are",
+                        "history");
+  return std::move(*run);
+}
+
+void PrintParts(const RunRecord& run) {
+  std::vector<JsonRow> rows;
+  for (const FetchRecord& fetch : run.fetches)
+    rows.push_back(
+        {"fetch " + fetch.link,
+         fetch.isComplete ? "ok"
+         : fetch.end      ? "failure"
+                          : "running",
+         fetch.end ? DurationText(std::chrono::duration<double>(*fetch.end - fetch.begin).count())
+                   : "",
+         std::to_string(fetch.files) + " files, " + SizeText(fetch.bytes), "", fetch.error});
+  for (const StepRecord& step : run.steps) {
+    const Moment end = step.end.value_or(run.end.value_or(step.begin));
+    const double seconds = std::chrono::duration<double>(end - step.begin).count();
+    rows.push_back(
+        {step.step + (step.attempt > 1 ? ", attempt " + std::to_string(step.attempt) : ""),
+         WordOf(step.outcome), DurationText(seconds), RowsText(step.rows, seconds),
+         step.rejectedRows == 0 ? "" : Grouped(step.rejectedRows), step.error});
+  }
+  if (!rows.empty())
+    PrintRows({"step", "outcome", "took", "rows", "rejected", "error"}, rows, false);
+}
+
+int ShowRun(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
+  const RunRecord run = RunOf(platform, options.run);
+  if (json) {
+    PrintResult(JsonOf(run, true), "", true);
+    return 0;
+  }
+  const auto seconds = SecondsOf(run);
+  const std::pair<const char*, std::string> lines[] = {
+      {"run", std::to_string(run.id)},
+      {"job", run.job},
+      {"package", run.package + (run.versionGuid.empty() ? "" : ", version " + run.versionGuid)},
+      {"server", run.packageServer},
+      {"begin", LocalTime(run.begin)},
+      {"took", seconds ? DurationText(*seconds) : ""},
+      {"verdict", WordOf(run.outcome)},
+      {"reason", ReasonText(run)},
+      {"rows", RowsText(run.rows, seconds.value_or(0))},
+      {"rejected", run.rejectedRows == 0 ? "" : Grouped(run.rejectedRows)},
+      {"log", run.logFile},
+      {"started by",
+       run.startedBy + ", process " + std::to_string(run.process) + " on " + run.host}};
+  for (const auto& [what, text] : lines)
+    if (!text.empty()) std::printf("%-11s %s\n", what, text.c_str());
+  PrintParts(run);
+  return 0;
+}
+
+int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
+  const RunTrend trend = TrendOf(platform.history->Runs(
+      {JobAsked(options), false, {}, options.limit == 0 ? kTrendRuns : options.limit}));
+  if (trend.runs.empty())
+    throw PlatformError(0, "the history has no run of the job " + options.job + " that has ended",
+                        "history");
+  if (!options.picture.empty()) {
+    const std::string title = options.job + ": " + LastAgainstMedian(trend);
+    if (const auto error = platform.files->ReplaceBytes(options.picture, PictureOf(trend, title)))
+      throw PlatformError(error.value(), options.picture + ": " + error.message(), "history");
+  }
+  Json runs = Json::array();
+  for (const RunRecord& run : trend.runs) runs.push_back(JsonOf(run, false));
+  PrintResult({{"job", options.job},
+               {"last_seconds", trend.lastSeconds},
+               {"median_seconds", trend.medianSeconds},
+               {"runs", runs}},
+              PlotOf(trend, Columns()) + LocalTime(trend.runs.front().begin) + " to " +
+                  LocalTime(trend.runs.back().begin) + ", " + std::to_string(trend.runs.size()) +
+                  " runs, x: not ok\nthe last one: " + LastAgainstMedian(trend) + ", " +
+                  Grouped(trend.runs.back().rows) + " rows",
+              json);
+  return 0;
+}
+
+using HistoryCommand = int (*)(LinuxPlatform&, const HistoryOptions&, bool);
+
+void Choose(Invocation& invocation, const std::shared_ptr<HistoryOptions>& options,
+            HistoryCommand command) {
+  invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
+    return command(platform, *options, invocation.json);
+  };
+}
+
+}  // namespace
+
+void AddHistoryCommands(CLI::App& app, Invocation& invocation) {
+  auto options = std::make_shared<HistoryOptions>();
+  CLI::App* history = app.add_subcommand("history", "what ran, the latest first");
+  history->footer("history show RUN tells all of one run, history trend JOB how a job develops.");
+  history->add_option("JOB", options->job, "of this job alone: its name, or the path of its file");
+  history->add_flag("--failed", options->failedOnly, "only runs that did not succeed");
+  history->add_option(
+      "--since", options->since,
+      "only runs since then: 2026-11-25, \"2026-11-25 02:00\", today, yesterday, or "
+      "12h, 7d");
+  history->add_option("--limit", options->limit, "at most so many")->check(CLI::PositiveNumber);
+  AddJsonOption(*history, invocation);
+  CLI::App* show = history->add_subcommand("show", "one run: its steps, rows, rates and errors");
+  show->add_option("RUN", options->run, "its number, as history lists it")->required();
+  AddJsonOption(*show, invocation);
+  CLI::App* trend =
+      history->add_subcommand("trend", "how long a job's last runs took, and their rows");
+  trend->add_option("JOB", options->job, "its name, or the path of its file")->required();
+  trend->add_option("--limit", options->limit, "of so many runs")->check(CLI::PositiveNumber);
+  trend->add_option("--svg", options->picture, "file for a picture of it");
+  AddJsonOption(*trend, invocation);
+  history->callback([&invocation, options, history, show, trend] {
+    Choose(invocation, options,
+           history->got_subcommand(show)    ? ShowRun
+           : history->got_subcommand(trend) ? ShowTrend
+                                            : ListRuns);
+  });
+}
+
+}  // namespace torvik::admin
