@@ -25,8 +25,9 @@ struct OldLink {
 
 /// A job file, or a batch file with dtsrun lines.
 struct OldJobFile {
-  std::string path, package, server, warehouse;
-  std::string problem;  ///< Why it could not be read.
+  std::string path, package, server;
+  std::string warehouseServer, database;  ///< Of the warehouse; a batch file names none.
+  std::string problem;                    ///< Why it could not be read.
 };
 
 /// A package in a file.

@@ -120,7 +120,8 @@ ReportSection JobFiles(const Inventory& inventory) {
       {"file", "package", "its server", "warehouse", "state"},
       {}};
   for (const OldJobFile& job : inventory.jobFiles)
-    section.rows.push_back({job.path, job.package, job.server, job.warehouse,
+    section.rows.push_back({job.path, job.package, job.server,
+                            job.database.empty() ? "" : job.database + " of " + job.warehouseServer,
                             !job.problem.empty()               ? job.problem
                             : Has(inventory.here, job.package) ? "can run"
                                                                : "waits for its package"});

@@ -60,6 +60,9 @@ void MakeOld(const Sandbox& sandbox) {
                     "[DTS Server Info]\r\nDTSServer=(local)\r\nDTSPwd=dragon\r\n"
                     "[Datawarehouse Server Info]\r\nDWServer=DWOLD\\ONE\r\nDWDB=DW\r\n"
                     "[Data Source::shop]\r\nDirectory=S:\\in\r\nFTPServer=ftp.shop\r\n");
+  sandbox.WriteFile("old/b/stock.etl",
+                    "[Package Info]\nPackage=Stock_Init\n[Datawarehouse Server Info]\n"
+                    "DWServer=(local)\nDWDB=DW\n");
   sandbox.WriteFile("old/none.etl", "hello");
   sandbox.WriteFile("old/night.cmd", "@echo off\r\ndtsrun /S DB,1434 /E /N Stock_Init\r\n");
   sandbox.WriteFile("old/Sales.dts", importing::CompoundWriter::Write(importing::WrittenPackage()));
@@ -125,7 +128,7 @@ TEST(Migrate, AnInventoryIsWrittenInTheFormOfItsFileAndItsSettingsAreTaken) {
   EXPECT_THAT(json, AllOf(HasSubstr("\"what\": \"the schedules of Agent jobs: "),
                           HasSubstr("\"job\": \"Nightly\""), HasSubstr("\"settings\": \"; What")));
   EXPECT_THAT(Inventory(sandbox, {"-o", "r.html"}),
-              HasSubstr("r.html: 5 packages, 2 Agent jobs, 3 job files, 1 data links; 1 could"));
+              HasSubstr("r.html: 5 packages, 2 Agent jobs, 4 job files, 1 data links; 1 could"));
   EXPECT_THAT(sandbox.ReadFile("r.html"),
               AllOf(HasSubstr("<td>Sales_LoadDW</td>"), Not(HasSubstr("dragon"))));
   Inventory(sandbox, {"-o", "r.json"});
@@ -149,7 +152,7 @@ TEST(Migrate, TheStatusSaysWhatIsLeft) {
   EXPECT_EQ(status.exitCode, 0) << status.err;
   EXPECT_THAT(status.out, HasSubstr("no job file here runs Sales_LoadDW"));
   EXPECT_THAT(status.out, HasSubstr("a job file here runs Stock_Init"));
-  EXPECT_THAT(status.out, HasSubstr("8 of 10 left"));
+  EXPECT_THAT(status.out, HasSubstr("8 of 11 left"));
   const ProgramResult missing = sandbox.Run(
       {"torvik-admin", "migrate", "status", "--server", "(local)", "--jobs", "nowhere"});
   EXPECT_EQ(missing.exitCode, 1);

@@ -62,9 +62,23 @@ void ReadPackagesHere(LinuxPlatform& platform, const MigrateOptions& options,
   }
 }
 
+/// Those that were named, and those of job files on the old server; "(local)" was it where they
+/// ran.
+std::vector<std::string> WarehousesOf(const MigrateOptions& options,
+                                      const migrate::Inventory& inventory) {
+  std::vector<std::string> databases = options.warehouses;
+  for (const migrate::OldJobFile& job : inventory.jobFiles) {
+    const bool isThere = EqualsIgnoringCase(job.warehouseServer, inventory.server) ||
+                         EqualsIgnoringCase(job.warehouseServer, "(local)");
+    if (isThere && !job.database.empty() && !migrate::Has(databases, job.database))
+      databases.push_back(job.database);
+  }
+  return databases;
+}
+
 void ReadWarehouses(LinuxPlatform& platform, const MigrateOptions& options,
                     const engine::StoreLogon& logon, migrate::Inventory& inventory) {
-  for (const std::string& database : options.warehouses) try {
+  for (const std::string& database : WarehousesOf(options, inventory)) try {
       const auto connection = platform.databases->NewConnection();
       connection->SetProvider("SQLOLEDB");
       connection->SetProperty("Data Source", logon.server);
@@ -92,8 +106,8 @@ migrate::Inventory Read(LinuxPlatform& platform, const ServerChoice& old,
   migrate::ReadAgentJobs(*msdb, inventory);
   migrate::AddAgentPlaces(inventory);
   inventory.places.AddServer(old.server, "this inventory");
-  ReadWarehouses(platform, options, logon, inventory);
   if (!options.jobs.empty()) ReadOldFiles(platform, options.jobs, inventory);
+  ReadWarehouses(platform, options, logon, inventory);
   ReadPackagesHere(platform, options, old, inventory);
   inventory.jobsHere = PackagesOfJobs(platform, options.jobsHere);
   return inventory;
@@ -190,8 +204,10 @@ void AddMigrateCommands(CLI::App& app, Invocation& invocation) {
     command->get_option("--server")->required();
     command->add_option("--jobs", given.jobs,
                         "directory with job files, batch files and packages, and what is below it");
-    command->add_option("--warehouse", given.warehouses,
-                        "database with data links on that server; may be repeated");
+    command->add_option(
+        "--warehouse", given.warehouses,
+        "database with data links on that server, besides those that job files name; may be "
+        "repeated");
     command->add_option("--into", given.into, "server that takes the imported packages")
         ->capture_default_str();
     command->add_option("--jobs-here", given.jobsHere, "directory of the new job files")

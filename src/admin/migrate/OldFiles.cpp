@@ -36,7 +36,7 @@ class OldJobText {
              places);
       }
     }
-    if (job.package.empty() && job.server.empty() && job.warehouse.empty())
+    if (job.package.empty() && job.server.empty() && job.database.empty())
       job.problem = "it is no job file";
     return job;
   }
@@ -47,9 +47,8 @@ class OldJobText {
     if (section_.starts_with(kDataLinkSection)) return TakeOfLink(key, value, places);
     if (key == "package") job.package = value;
     if (key == "dtsserver") job.server = value;
-    if (key == "dwserver") warehouseServer_ = value;
-    if (key == "dwdb") database_ = value;
-    job.warehouse = database_.empty() ? "" : database_ + " of " + warehouseServer_;
+    if (key == "dwserver") job.warehouseServer = value;
+    if (key == "dwdb") job.database = value;
     if (key == "dtsserver" || key == "dwserver") places.AddServer(value, file_);
     if (key == "logfile" || key == "logfiledir") places.AddPath(value, file_);
   }
@@ -63,13 +62,14 @@ class OldJobText {
 
   LinuxPlatform& platform_;
   const std::string text_, file_;
-  std::string section_, warehouseServer_, database_;
+  std::string section_;
 };
 
 /// A dtsrun line of a batch file stands for a job file.
 void AddBatchFile(const std::string& file, const std::string& text, migrate::Inventory& inventory) {
   for (const migrate::DtsrunText& line : migrate::DtsrunLinesIn(text)) {
-    migrate::OldJobFile job{file, {}, {}, {}, {}};
+    migrate::OldJobFile job;
+    job.path = file;
     try {
       const migrate::DtsrunLine read = migrate::ReadDtsrunLine(line.text);
       job.package = read.package;
