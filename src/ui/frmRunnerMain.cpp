@@ -96,7 +96,7 @@ void frmRunnerMain::SetBusy(bool busy) {
   cmdCheck.Enabled.Set(!busy && !isChecking_);
   if (busy) return;
   Monitor.End();
-  ReadHistory();
+  if (StartInConfigMode) ReadHistory();  // nobody looks at an unattended run's
 }
 
 void frmRunnerMain::SetFormStatus(const std::string& text) {
