@@ -4,6 +4,7 @@
 
 #include "migrate/AgentScript.h"
 #include "migrate/DtsrunLine.h"
+#include "migrate/SqlAdvice.h"
 #include "platform/PlatformError.h"
 
 using namespace torvik;
@@ -11,6 +12,7 @@ using namespace torvik;
 /// Any script gives jobs and notes, whose lines are in it; any line of a step is read or refused.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view sql(reinterpret_cast<const char*>(data), size);
+  migrate::AdviceFor(sql);
   const migrate::AgentScript script = migrate::ReadAgentScript(sql);
   for (const migrate::ScriptNote& note : script.notes)
     if (note.line < 1 || note.line > static_cast<int>(size) + 1) std::abort();

@@ -15,6 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     const auto package = importing::ImportPackage("in", {reinterpret_cast<const char*>(data), size},
                                                   {{"server", "S"}, {"n", "2"}});
+    importing::PackageProcedures("in", {reinterpret_cast<const char*>(data), size});
     engine::Problems problems("in");
     engine::ParseToml(package.document, problems);
     if (!problems.Empty()) std::abort();
