@@ -1,6 +1,7 @@
 #include "engine/ResumedSteps.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/model/Problems.h"
 #include "platform/PlatformError.h"

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "platform/Ado.h"
 #include "scenarios/Sandbox.h"
 
 namespace torvik {
