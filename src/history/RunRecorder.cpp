@@ -11,6 +11,9 @@ namespace torvik {
 namespace {
 
 constexpr std::chrono::seconds kPause{1};
+/// A step that took as long is in the history when it has ended: what goes on with the run must not
+/// do it again. Writing takes a hundredth of that.
+constexpr std::chrono::milliseconds kWorthWriting{100};
 
 }  // namespace
 
@@ -92,7 +95,10 @@ void RunRecorder::StepEnds(std::string_view step, std::int64_t rows, std::int64_
   if (record->outcome != StepOutcome::Failure) record->rows = rows;
   record->rejectedRows = rejectedRows;
   if (record->outcome == StepOutcome::Running) record->outcome = StepOutcome::Ok;
-  WriteNowAndThen();
+  if (isOpen_ && *record->end - record->begin >= kWorthWriting)
+    Write();
+  else
+    WriteNowAndThen();
 }
 
 void RunRecorder::StepIsLeftOut(std::string_view step) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "history/RunJson.h"
 #include "platform/PlatformError.h"
 
 namespace torvik {
@@ -57,13 +58,7 @@ std::optional<double> RunSeconds(const RunRecord& run) {
 }
 
 const char* VerdictWord(RunOutcome outcome) {
-  switch (outcome) {
-    case RunOutcome::Running: return "running";
-    case RunOutcome::Ok: return "ok";
-    case RunOutcome::Failure: return "failure";
-    case RunOutcome::Lost: return "lost";
-  }
-  return "";
+  return WordOf(outcome);
 }
 
 }  // namespace torvik

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
+#include <set>
+#include <utility>
 
 #include "platform/Clock.h"
 
@@ -10,7 +13,7 @@ namespace torvik {
 namespace {
 
 /// As many intervals as a small chart shows; then they become twice as long.
-constexpr std::size_t kMostRates = 120;
+constexpr std::size_t kMostIntervals = 120;
 
 const char* WordFor(StepState state) {
   switch (state) {
@@ -26,7 +29,7 @@ double SecondsBetween(Moment from, Moment to) {
   return std::chrono::duration<double>(to - from).count();
 }
 
-RunMonitor::Step StepOf(const StepRecord& record, Moment begin) {
+RunMonitor::Step StepOfRecord(const StepRecord& record, Moment begin) {
   RunMonitor::Step step{record.step};
   step.state = record.outcome == StepOutcome::Ok        ? StepState::Done
                : record.outcome == StepOutcome::Failure ? StepState::Failed
@@ -56,11 +59,12 @@ void RunMonitor::End() {
 
 void RunMonitor::Forget() {
   lines_.clear();
+  steps_.clear();
   places_.clear();
   ended_.reset();
   Title.Set("");
   Package.Set({});
-  Steps.Set({});
+  StepsChanged();
   Problems.Set({});
   LinesChanged();
   Verdict.Set(RunVerdict::None);
@@ -73,9 +77,8 @@ void RunMonitor::AddLine(const std::string& line) {
 
 void RunMonitor::AddProblem(const std::string& place, const std::string& reason) {
   if (const auto step = places_.find(place); step != places_.end()) {
-    std::vector<Step> steps = Steps.Get();
-    steps[step->second].error = reason;
-    Steps.Set(std::move(steps));
+    steps_[step->second].error = reason;
+    StepsChanged();
   }
   std::vector<Problem> problems = Problems.Get();
   const bool isOfAll = place == "package" || place == "run";
@@ -87,11 +90,15 @@ void RunMonitor::AddProblem(const std::string& place, const std::string& reason)
   Problems.Set(std::move(problems));
 }
 
+RunMonitor::Step& RunMonitor::StepOf(const std::string& name, bool& isNew) {
+  const auto [place, isAdded] = places_.try_emplace(name, steps_.size());
+  isNew = isAdded;
+  return isNew ? steps_.emplace_back() : steps_[place->second];
+}
+
 void RunMonitor::ShowStep(const StepProgress& progress) {
-  std::vector<Step> steps = Steps.Get();
-  const auto [place, isNew] = places_.try_emplace(progress.step, steps.size());
-  if (isNew) steps.emplace_back();
-  Step& step = steps[place->second];
+  bool isNew = false;
+  Step& step = StepOf(progress.step, isNew);
   const bool runsAgain = step.end && progress.state == StepState::Running && progress.rows == 0 &&
                          progress.rejected == 0;
   if (isNew || runsAgain) {
@@ -103,48 +110,57 @@ void RunMonitor::ShowStep(const StepProgress& progress) {
   if (progress.state != StepState::Running && !step.end) step.end = Passed();
   Count(step, progress.rows);
   step.rejected = std::max(step.rejected, progress.rejected);
-  Steps.Set(std::move(steps));
+  StepsChanged();
 }
 
-/// Rows so far, with the rate of each interval.
+/// Rows so far; what is new among them belongs to the interval that is under way.
 void RunMonitor::Count(Step& step, std::int64_t rows) const {
   const double passed = step.end.value_or(Passed()) - step.begin;
-  const auto before = static_cast<double>(step.rows);
-  step.rows = std::max(step.rows, rows);
+  const std::int64_t more = std::max<std::int64_t>(0, rows - step.rows);
+  step.rows += more;
   if (step.rows == 0 || passed <= 0) return;
   step.rowsPerSecond = static_cast<double>(step.rows) / passed;
-  // Each entry stands for the rows since the one before: told every 100 ms, it is an interval.
-  if (static_cast<double>(step.rows) > before)
-    step.rates.push_back(static_cast<double>(step.rows) - before);
-  if (step.rates.size() <= kMostRates) return;
-  for (std::size_t i = 0; i < kMostRates / 2; ++i)
-    step.rates[i] = (step.rates[2 * i] + step.rates[2 * i + 1]) / 2;
-  step.rates.resize(kMostRates / 2);
+  std::vector<std::int64_t>& intervals = step.rowsByTime;
+  while (passed / step.interval >= kMostIntervals) {
+    step.interval *= 2;
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+      const std::int64_t one = std::exchange(intervals[i], 0);
+      intervals[i / 2] += one;
+    }
+    intervals.resize((intervals.size() + 1) / 2);
+  }
+  intervals.resize(
+      std::max(intervals.size(), static_cast<std::size_t>(passed / step.interval) + 1));
+  intervals.back() += more;
 }
 
 void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title) {
   std::vector<dts::StepOutline> package = Package.Get();
-  const bool isKnown = std::ranges::all_of(run.steps, [&](const StepRecord& record) {
-    return std::ranges::count(package, record.step, &dts::StepOutline::name) > 0;
-  });
-  if (!isKnown || package.empty()) {  // of another package: its order is not known
-    package.clear();
-    for (const StepRecord& record : run.steps)
-      if (std::ranges::count(package, record.step, &dts::StepOutline::name) == 0)
-        package.push_back({.name = record.step});
-  }
   Forget();
+  for (const StepRecord& record : run.steps) {  // the last execution of each
+    bool isNew = false;
+    StepOf(record.step, isNew) = StepOfRecord(record, run.begin);
+  }
+  std::set<std::string_view> known;
+  for (const dts::StepOutline& step : package) known.insert(step.name);
+  const bool isThisPackage = !package.empty() && std::ranges::all_of(steps_, [&](const Step& step) {
+    return known.contains(step.name);
+  });
+  if (!isThisPackage) {  // what waits for what in another one is not known
+    package.clear();
+    for (const Step& step : steps_) package.push_back({.name = step.name});
+  }
   Package.Set(std::move(package));
   Title.Set(title);
-  std::vector<Step> steps;
-  for (const StepRecord& record : run.steps) {  // the last execution of each
-    const auto [place, isNew] = places_.try_emplace(record.step, steps.size());
-    if (isNew) steps.emplace_back();
-    steps[place->second] = StepOf(record, run.begin);
-  }
-  ended_ = run.end ? SecondsBetween(run.begin, *run.end) : 0;
-  Steps.Set(std::move(steps));
-  Verdict.Set(run.outcome == RunOutcome::Ok ? RunVerdict::Ok : RunVerdict::Failure);
+  const auto latest = [](double seconds, const Step& step) {
+    return std::max(seconds, step.end.value_or(step.begin));
+  };
+  ended_ = run.end ? SecondsBetween(run.begin, *run.end)
+                   : std::accumulate(steps_.begin(), steps_.end(), 0.0, latest);
+  StepsChanged();
+  Verdict.Set(run.outcome == RunOutcome::Running ? RunVerdict::None
+              : run.outcome == RunOutcome::Ok    ? RunVerdict::Ok
+                                                 : RunVerdict::Failure);
   AddProblem(run.failedStep.empty() ? "run" : run.failedStep, run.error);
 }
 
@@ -158,7 +174,7 @@ double RunMonitor::Seconds() const {
 
 const RunMonitor::Step* RunMonitor::Find(const std::string& name) const {
   const auto place = places_.find(name);
-  return place == places_.end() ? nullptr : &Steps.Get()[place->second];
+  return place == places_.end() ? nullptr : &steps_[place->second];
 }
 
 std::string Described(const RunMonitor::Step& step) {

@@ -29,9 +29,9 @@ class RunMonitor {
     double begin = 0;           ///< Seconds since the run began.
     std::optional<double> end;  ///< Empty while it runs.
     std::string error;
-    /// Rows a second in intervals of equal length, whose last is under way.
-    std::vector<double> rates;
-    bool operator==(const Step&) const = default;
+    /// Rows in intervals of equal length from the begin on, the last of them under way.
+    std::vector<std::int64_t> rowsByTime;
+    double interval = 0.1;  ///< Seconds.
   };
 
   /// Why something has failed: a step, or what stands in its place.
@@ -43,7 +43,10 @@ class RunMonitor {
   explicit RunMonitor(Clock& clock) : clock_(clock) {}
 
   Observable<std::vector<dts::StepOutline>> Package;  ///< Empty before it is loaded.
-  Observable<std::vector<Step>> Steps;  ///< That have begun or will not, in that order.
+  /// Those that have begun or will not, in that order. They change in their place: a package may
+  /// have thousands, each telling of itself.
+  const std::vector<Step>& Steps() const { return steps_; }
+  Signal StepsChanged;
   Observable<std::vector<Problem>> Problems;
   Observable<RunVerdict> Verdict{RunVerdict::None};
   Observable<bool> Runs;
@@ -69,10 +72,12 @@ class RunMonitor {
 
  private:
   double Passed() const;
+  Step& StepOf(const std::string& name, bool& isNew);
   void Count(Step& step, std::int64_t rows) const;
 
   Clock& clock_;
   std::vector<std::string> lines_;
+  std::vector<Step> steps_;
   std::unordered_map<std::string, std::size_t> places_;  // of the steps, by name
   std::chrono::steady_clock::time_point began_;
   std::optional<double> ended_;  // seconds since then

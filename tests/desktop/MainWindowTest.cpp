@@ -10,8 +10,6 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QGraphicsItem>
-#include <QGraphicsView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -23,7 +21,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -33,7 +30,7 @@
 #include <filesystem>
 #include <tuple>
 
-#include "desktop/DesktopSession.h"
+#include "desktop/WindowTest.h"
 #include "platform/Ado.h"
 #include "servers/PrivateServer.h"
 
@@ -43,88 +40,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class MainWindowTest : public testing::Test {
- protected:
-  MainWindowTest() { session_.MakeJob(); }
-
-  /// The form with the job.
-  frmRunnerMain& Open() {
-    session_.Start("");
-    session_.Form().OpenJobFile(Path("job.etl"));
-    return session_.Form();
-  }
-
-  std::string Path(const std::string& name) { return session_.Files().PathOf(name); }
-  std::string Job(const std::string& name = "job.etl") { return session_.Files().ReadFile(name); }
-
-  void Type(const QString& field, const QString& text) {
-    auto& line = Line(field);
-    line.setFocus();
-    line.selectAll();
-    QTest::keyClicks(&line, text);
-  }
-  QLineEdit& Line(const QString& field) {
-    auto* const combo = FindCombo(field);
-    return combo ? *combo->lineEdit() : session_.Find<QLineEdit>(field);
-  }
-  QComboBox* FindCombo(const QString& field) {
-    for (QComboBox* box : session_.Window().findChildren<QComboBox*>())
-      if (box->accessibleName() == field && box->isVisible()) return box;
-    return nullptr;
-  }
-  void Click(const QString& button) {
-    QTest::mouseClick(&session_.Find<QAbstractButton>(button), Qt::LeftButton, {}, {5, 5});
-  }
-
-  /// A shortcut with the control key.
-  void Press(Qt::Key key) {
-    session_.Window().activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&session_.Window()));
-    QTest::keyClick(&session_.Window(), key, Qt::ControlModifier);
-  }
-
-  /// What the next message box says; it is answered with `button`.
-  void AnswerNext(std::string& text, QMessageBox::StandardButton button = QMessageBox::Ok) {
-    OnNextDialog([&text, button](QDialog& dialog) {
-      auto* const box = qobject_cast<QMessageBox*>(&dialog);
-      text = box ? (box->windowTitle() + "|" + box->text()).toStdString() : "another dialog";
-      QAbstractButton* const pressed = box ? box->button(button) : nullptr;
-      pressed ? pressed->click() : dialog.reject();
-    });
-  }
-
-  /// The same with the button that has this text.
-  void AnswerNext(std::string& text, const QString& button) {
-    OnNextDialog([&text, button](QDialog& dialog) {
-      text = dynamic_cast<QMessageBox&>(dialog).text().toStdString();
-      for (QAbstractButton* one : dialog.findChildren<QAbstractButton*>())
-        if (one->text().remove('&') == button) return one->click();
-      dialog.reject();
-    });
-  }
-
-  void TurnWheelOver(QWidget& widget) {
-    const QPointF middle = widget.rect().center();
-    QWheelEvent turn(middle, widget.mapToGlobal(middle), {}, {0, -120}, Qt::NoButton,
-                     Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&widget, &turn);
-  }
-
-  bool IsShown(const QString& words) {
-    const auto labels = session_.Window().findChildren<QLabel*>();
-    return std::any_of(labels.begin(), labels.end(), [&](const QLabel* label) {
-      return label->isVisible() && label->text() == words;
-    });
-  }
-
-  void SelectLink(const QString& name) {
-    auto& list = session_.Find<QListWidget>("Data links");
-    if (list.count() == 0) Click("Load");
-    list.setCurrentItem(list.findItems(name, Qt::MatchExactly).value(0));
-  }
-
-  DesktopSession session_;
-};
+class MainWindowTest : public WindowTest {};
 
 TEST_F(MainWindowTest, AJobIsOpenedEditedAndSaved) {
   session_.Start("");
@@ -225,143 +141,6 @@ TEST_F(MainWindowTest, AWaitForRemoteDataIsCancelledByClose) {
   EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Waiting for end of execution\r\n"));
   EXPECT_TRUE(session_.Form().IsOpen());
   EXPECT_FALSE(session_.Form().Busy.Get());
-}
-
-/// The steps of the Run page, each with what its tip says.
-std::string StepsShown(QWidget& window) {
-  QStringList tips;
-  const auto* const view = window.findChild<QGraphicsView*>();
-  for (const QGraphicsItem* item : view->scene()->items())
-    if (!item->toolTip().isEmpty()) tips << QString(item->toolTip()).replace("\n", ": ");
-  tips.sort();
-  return tips.join("; ").toStdString();
-}
-
-TEST_F(MainWindowTest, ExecuteTurnsToTheRunAndItsStepsAreShownAsTheyStand) {
-  Open();
-  auto* const pages = session_.Window().findChild<QTabWidget*>();
-  EXPECT_EQ(pages->currentIndex(), 0);
-  Click("Execute");
-  EXPECT_EQ(pages->tabText(pages->currentIndex()), "Run");
-  EXPECT_THAT(StepsShown(session_.Window()),
-              testing::MatchesRegex("create orders: done, [0-9.]+ s; load orders: done, 3 rows, "
-                                    "[0-9.]+ s"));
-  auto& graph = session_.Find<QGraphicsView>("Steps");
-  QTest::keyClicks(&session_.Find<QLineEdit>("Find a step"), "LOAD");
-  QTest::keyClick(&session_.Find<QLineEdit>("Find a step"), Qt::Key_Return);
-  EXPECT_THAT(session_.Find<QPlainTextEdit>("What the step does").toPlainText().toStdString(),
-              HasSubstr("dw, table orders"));
-  QTest::mouseClick(
-      graph.viewport(), Qt::LeftButton, {},
-      graph.mapFromScene(graph.scene()->items().back()->sceneBoundingRect().center()));
-  session_.Form().OpenJobFile(Path("job.etl"));
-  EXPECT_EQ(pages->currentIndex(), 0) << "another job has no run yet";
-  EXPECT_EQ(StepsShown(session_.Window()), "");
-}
-
-TEST_F(MainWindowTest, StopEndsARunsStepsOnceItIsConfirmed) {
-  session_.Files().PutPackage("Sales_LoadDW",
-                              "[[steps]]\nname = \"long\"\ntask = \"ExecuteProcess\"\n"
-                              "program = \"sleep\"\narguments = [ '300' ]\n[[steps]]\n"
-                              "name = \"next\"\ntask = \"ExecuteProcess\"\nprogram = \"true\"\n"
-                              "after = [ { step = \"long\" } ]\n");
-  Open();
-  std::string question, failure;
-  int asked = 0;
-  QTimer timer;
-  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
-    if (StepsShown(session_.Window()).find("long: running") == std::string::npos) return;
-    timer.stop();
-    AnswerNext(question, "Cancel");
-    Click("Stop");
-    EXPECT_TRUE(session_.Form().Busy.Get()) << "it was not confirmed";
-    AnswerNext(question, "Stop");
-    ++asked;
-    Click("Stop");
-    AnswerNext(failure);
-  });
-  timer.start(50);
-  Click("Execute");
-  EXPECT_EQ(asked, 1);
-  EXPECT_THAT(question, HasSubstr("are cancelled"));
-  EXPECT_EQ(session_.Files().ReadFile("err.txt").find("succesfully"), std::string::npos);
-  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Stopped by the operator\r\n"));
-  EXPECT_THAT(StepsShown(session_.Window()),
-              testing::MatchesRegex("long: failed, [0-9.]+ s; next: not reached"));
-  EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
-}
-
-TEST_F(MainWindowTest, TheErrorFileIsShownAndFollowedInAWindowOfItsOwn) {
-  Open();
-  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\n");
-  Click("Show");
-  QWidget* window = nullptr;
-  for (QWidget* one : QApplication::topLevelWidgets())
-    if (one->windowTitle() == "S:\\err.txt") window = one;
-  ASSERT_NE(window, nullptr);
-  auto& text = DesktopSession::FindIn<QPlainTextEdit>(*window, "Text of the file");
-  EXPECT_EQ(text.toPlainText().toStdString(), "first line\nsecond: caf\u00e9\n");
-  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\nthird\r\n");
-  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText().endsWith("third\n"); }));
-  auto& search = DesktopSession::FindIn<QLineEdit>(*window, "Find");
-  QTest::keyClicks(&search, "SECOND");
-  QTest::keyClick(&search, Qt::Key_Return);
-  EXPECT_EQ(text.textCursor().selectedText(), "second");
-  session_.Files().WriteFile("err.txt", "anew\r\n");
-  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText() == "anew\n"; }));
-  window->close();
-}
-
-TEST_F(MainWindowTest, CheckTriesWhatTheSavedJobNamesAndLeadsToTheField) {
-  session_.Files().Connect("DW")->Execute("DELETE FROM dwm_data_link");
-  Open();
-  Type("Error file", "S:\\none\\there\\err.txt");
-  std::string question;
-  AnswerNext(question, "Cancel");
-  Click("Check");
-  EXPECT_THAT(question, HasSubstr("Save the job first?"));
-  EXPECT_TRUE(session_.Find<QPushButton>("Check").isEnabled());
-  AnswerNext(question, "Save");
-  Click("Check");
-  EXPECT_FALSE(session_.Find<QPushButton>("Check").isEnabled()) << "one at a time";
-  auto& problems = session_.Find<QTreeWidget>("Problems");
-  ASSERT_TRUE(WaitUntil([&] { return problems.topLevelItemCount() > 0; }));
-  auto* const pages = session_.Window().findChild<QTabWidget*>();
-  EXPECT_EQ(pages->currentIndex(), 1);
-  const auto found = problems.findItems("exception log", Qt::MatchExactly);
-  ASSERT_EQ(found.size(), 1);
-  const QPoint place = problems.visualItemRect(found[0]).center();
-  QTest::mouseClick(problems.viewport(), Qt::LeftButton, {}, place);
-  QTest::mouseDClick(problems.viewport(), Qt::LeftButton, {}, place);
-  EXPECT_EQ(pages->currentIndex(), 0);
-  Type("Error file", "S:\\err.txt");
-  AnswerNext(question, "Save");
-  Click("Check");
-  EXPECT_TRUE(WaitUntil([&] {
-    return session_.Form().sbStatus.Text.Get().find("0 problems") != std::string::npos;
-  })) << session_.Form().sbStatus.Text.Get();
-}
-
-TEST_F(MainWindowTest, TheHistoryPageHasTheRunsAndOpensOne) {
-  Open();
-  Click("Execute");
-  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
-  std::string box;
-  AnswerNext(box);
-  Click("Execute");
-  auto* const pages = session_.Window().findChild<QTabWidget*>();
-  QTest::mouseClick(pages->tabBar(), Qt::LeftButton, {}, pages->tabBar()->tabRect(2).center());
-  auto& table = session_.Find<QTreeWidget>("Runs");
-  ASSERT_EQ(table.topLevelItemCount(), 2);
-  EXPECT_THAT(table.topLevelItem(0)->text(0).toStdString(), HasSubstr("failure"));
-  EXPECT_THAT(table.topLevelItem(0)->text(5).toStdString(), HasSubstr("load orders: "));
-  EXPECT_EQ(table.topLevelItem(1)->text(3), "3");
-  const QPoint second = table.visualItemRect(table.topLevelItem(1)).center();
-  QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, second);
-  QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, second);
-  EXPECT_EQ(pages->currentIndex(), 1);
-  EXPECT_TRUE(IsShown("Succeeded"));
-  EXPECT_THAT(StepsShown(session_.Window()), HasSubstr("load orders: done, 3 rows"));
 }
 
 TEST_F(MainWindowTest, EachPanelWritesItsLinkIntoTheJobFile) {

@@ -120,5 +120,17 @@ TEST_F(RunRecorderTest, WhatCannotBeWrittenIsToldOnceARun) {
   }
 }
 
+TEST_F(RunRecorderTest, AStepThatTookAWhileIsWrittenWhenItHasEnded) {
+  Begin();
+  for (const auto& [duration, isWritten] : {std::pair{20ms, false}, {200ms, true}}) {
+    recorder_.StepBegins("step");
+    clock_.Sleep(duration);
+    recorder_.StepEnds("step", 1, 0);
+    const bool isStored =
+        !Stored().steps.empty() && Stored().steps.back().outcome == StepOutcome::Ok;
+    EXPECT_EQ(isWritten, isStored) << duration.count();
+  }
+}
+
 }  // namespace
 }  // namespace torvik

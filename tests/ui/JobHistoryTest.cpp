@@ -70,6 +70,29 @@ TEST(RunMonitor, ShowsARunOfTheHistoryAsItWas) {
   EXPECT_EQ(20, monitor.Seconds());
   EXPECT_EQ(RunVerdict::Failure, monitor.Verdict.Get());
   EXPECT_EQ("load", monitor.Problems.Get()[0].place);
+  run.outcome = RunOutcome::Running;
+  run.end.reset();
+  monitor.ShowRecord(run, "Run 7");
+  EXPECT_EQ(RunVerdict::None, monitor.Verdict.Get()) << "one that another process runs now";
+}
+
+TEST(RunMonitor, CountsRowsByTimeHoweverLongAStepTakes) {
+  FakeClock clock;
+  RunMonitor monitor(clock);
+  monitor.Begin();
+  monitor.ShowStep({"pump", StepState::Running, 0});
+  for (int second = 1; second <= 1000; ++second) {
+    clock.Sleep(1s);
+    monitor.ShowStep(
+        {"pump", StepState::Running, second * (second <= 500 ? 10 : 0) + 5000 * (second > 500)});
+  }
+  const RunMonitor::Step& step = monitor.Steps()[0];
+  EXPECT_LE(step.rowsByTime.size(), 120u);
+  EXPECT_NEAR(1000, step.interval * static_cast<double>(step.rowsByTime.size()), 2 * step.interval);
+  std::int64_t all = 0;
+  for (const std::int64_t rows : step.rowsByTime) all += rows;
+  EXPECT_EQ(5000, all);
+  EXPECT_EQ(0, step.rowsByTime.back()) << "nothing has come in its second half";
 }
 
 }  // namespace

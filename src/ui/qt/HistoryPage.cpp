@@ -77,7 +77,7 @@ class RunStrip final : public QWidget {
       const double high = std::max(3.0, room * RunSeconds(run).value_or(0) / most);
       const bool isOk = run.outcome == RunOutcome::Ok;
       painter.fillRect(QRectF(right - bar + 1, height() - high, bar - 2, high),
-                       VerdictColour(isOk));
+                       VerdictColour(run.outcome));
       if (!isOk)
         painter.drawText(QRectF(right - bar, height() - high - fontMetrics().height(), bar,
                                 fontMetrics().height()),
@@ -114,7 +114,7 @@ void FillTable(QTreeWidget& table, const JobHistory& history) {
                                      ToQt(GroupedNumber(run.rejectedRows)), ReasonOf(run)});
     row->setData(0, Qt::UserRole, QVariant::fromValue(run.id));
     row->setToolTip(5, ReasonOf(run));
-    row->setForeground(0, VerdictColour(run.outcome == RunOutcome::Ok));
+    row->setForeground(0, VerdictColour(run.outcome));
     for (const int number : {3, 4}) row->setTextAlignment(number, Qt::AlignRight);
   }
   for (int column = 0; column < 5; ++column) table.resizeColumnToContents(column);

@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSplitter>
@@ -109,8 +110,8 @@ class RunPage final : public QWidget {
       page.graph_->ShowPackage();
       page.panel_->Choose(-1);
     });
-    Watch(form_.Monitor.Steps, *this, [](RunPage& page, const auto&) {
-      if (!page.pace_.isActive()) page.pace_.start();
+    form_.Monitor.StepsChanged.Observe([page = QPointer<RunPage>(this)] {
+      if (page && !page->pace_.isActive()) page->pace_.start();
     });
     Watch(form_.Monitor.Verdict, *this, [](RunPage& page, RunVerdict) { page.Refresh(); });
     Watch(form_.Monitor.Runs, *this, [](RunPage& page, bool runs) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <cstdint>
 #include <vector>
 
 namespace torvik {
@@ -8,13 +9,13 @@ namespace torvik {
 /// A small chart of values, the last at the right end.
 class Sparkline final : public QWidget {
  public:
-  void Show(std::vector<double> values);
+  void Show(std::vector<std::int64_t> values);
   QSize sizeHint() const override;
 
  private:
   void paintEvent(QPaintEvent* event) override;
 
-  std::vector<double> values_;
+  std::vector<std::int64_t> values_;
 };
 
 }  // namespace torvik

@@ -26,8 +26,9 @@ StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, b
   return {};
 }
 
-QColor VerdictColour(bool isOk) {
-  return isOk ? kGreen : kRed;
+QColor VerdictColour(RunOutcome outcome) {
+  if (outcome == RunOutcome::Running) return kBlue;
+  return outcome == RunOutcome::Ok ? kGreen : kRed;
 }
 
 }  // namespace torvik

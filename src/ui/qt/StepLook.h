@@ -18,6 +18,6 @@ struct StepLook {
 StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver);
 
 /// Of a run.
-QColor VerdictColour(bool isOk);
+QColor VerdictColour(RunOutcome outcome);
 
 }  // namespace torvik

@@ -35,7 +35,7 @@ StepPanel::StepPanel(RunMonitor& monitor)
   name_->setFont(bold);
   state_->setAccessibleName(Tr("State of the step"));
   error_->setAccessibleName(Tr("Error of the step"));
-  rates_->setToolTip(Tr("Rows a second, from the step's begin on"));
+  rates_->setToolTip(Tr("Rows over time, from the step's begin on"));
   text_->setReadOnly(true);
   text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   text_->setAccessibleName(Tr("What the step does"));
@@ -79,7 +79,7 @@ void StepPanel::Refresh() {
   state_->setText(ToQt(outline.task) + (outline.task.empty() ? "" : "\n") + state);
   error_->setText(step == nullptr ? QString() : ToQt(step->error));
   error_->setVisible(!error_->text().isEmpty());
-  rates_->Show(step == nullptr ? std::vector<double>() : step->rates);
+  rates_->Show(step == nullptr ? std::vector<std::int64_t>() : step->rowsByTime);
   const QString text = ToQt(outline.text);
   if (text_->toPlainText() != text) text_->setPlainText(text);
   text_->setVisible(!text.isEmpty());

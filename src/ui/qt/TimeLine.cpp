@@ -34,7 +34,7 @@ void TimeLine::Refresh() {
 
 std::vector<const RunMonitor::Step*> TimeLine::Begun() const {
   std::vector<const RunMonitor::Step*> steps;
-  for (const RunMonitor::Step& step : monitor_.Steps.Get())
+  for (const RunMonitor::Step& step : monitor_.Steps())
     if (step.state != StepState::NotRun) steps.push_back(&step);
   return steps;
 }

@@ -1,0 +1,165 @@
+// An operator who watches runs: the Run and History pages, Check, and the windows of logs.
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QGraphicsItem>
+#include <QGraphicsView>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include "desktop/WindowTest.h"
+#include "platform/Ado.h"
+
+namespace torvik {
+namespace {
+
+using testing::HasSubstr;
+
+class RunPagesTest : public WindowTest {};
+
+/// The steps of the Run page, each with what its tip says.
+std::string StepsShown(QWidget& window) {
+  QStringList tips;
+  const auto* const view = window.findChild<QGraphicsView*>();
+  for (const QGraphicsItem* item : view->scene()->items())
+    if (!item->toolTip().isEmpty()) tips << QString(item->toolTip()).replace("\n", ": ");
+  tips.sort();
+  return tips.join("; ").toStdString();
+}
+
+TEST_F(RunPagesTest, ExecuteTurnsToTheRunAndItsStepsAreShownAsTheyStand) {
+  Open();
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  EXPECT_EQ(pages->currentIndex(), 0);
+  Click("Execute");
+  EXPECT_EQ(pages->tabText(pages->currentIndex()), "Run");
+  EXPECT_THAT(StepsShown(session_.Window()),
+              testing::MatchesRegex("create orders: done, [0-9.]+ s; load orders: done, 3 rows, "
+                                    "[0-9.]+ s"));
+  auto& graph = session_.Find<QGraphicsView>("Steps");
+  QTest::keyClicks(&session_.Find<QLineEdit>("Find a step"), "LOAD");
+  QTest::keyClick(&session_.Find<QLineEdit>("Find a step"), Qt::Key_Return);
+  EXPECT_THAT(session_.Find<QPlainTextEdit>("What the step does").toPlainText().toStdString(),
+              HasSubstr("dw, table orders"));
+  QTest::mouseClick(
+      graph.viewport(), Qt::LeftButton, {},
+      graph.mapFromScene(graph.scene()->items().back()->sceneBoundingRect().center()));
+  session_.Form().OpenJobFile(Path("job.etl"));
+  EXPECT_EQ(pages->currentIndex(), 0) << "another job has no run yet";
+  EXPECT_EQ(StepsShown(session_.Window()), "");
+}
+
+TEST_F(RunPagesTest, StopEndsARunsStepsOnceItIsConfirmed) {
+  session_.Files().PutPackage("Sales_LoadDW",
+                              "[[steps]]\nname = \"long\"\ntask = \"ExecuteProcess\"\n"
+                              "program = \"sleep\"\narguments = [ '300' ]\n[[steps]]\n"
+                              "name = \"next\"\ntask = \"ExecuteProcess\"\nprogram = \"true\"\n"
+                              "after = [ { step = \"long\" } ]\n");
+  Open();
+  std::string question, failure;
+  int asked = 0;
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+    if (StepsShown(session_.Window()).find("long: running") == std::string::npos) return;
+    timer.stop();
+    AnswerNext(question, "Cancel");
+    Click("Stop");
+    EXPECT_TRUE(session_.Form().Busy.Get()) << "it was not confirmed";
+    AnswerNext(question, "Stop");
+    ++asked;
+    Click("Stop");
+    AnswerNext(failure);
+  });
+  timer.start(50);
+  Click("Execute");
+  EXPECT_EQ(asked, 1);
+  EXPECT_THAT(question, HasSubstr("are cancelled"));
+  EXPECT_EQ(session_.Files().ReadFile("err.txt").find("succesfully"), std::string::npos);
+  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Stopped by the operator\r\n"));
+  EXPECT_THAT(StepsShown(session_.Window()),
+              testing::MatchesRegex("long: failed, [0-9.]+ s; next: not reached"));
+  EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
+}
+
+TEST_F(RunPagesTest, TheErrorFileIsShownAndFollowedInAWindowOfItsOwn) {
+  Open();
+  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\n");
+  Click("Show");
+  QWidget* window = nullptr;
+  for (QWidget* one : QApplication::topLevelWidgets())
+    if (one->windowTitle() == "S:\\err.txt") window = one;
+  ASSERT_NE(window, nullptr);
+  auto& text = DesktopSession::FindIn<QPlainTextEdit>(*window, "Text of the file");
+  EXPECT_EQ(text.toPlainText().toStdString(), "first line\nsecond: caf\u00e9\n");
+  session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\nthird\r\n");
+  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText().endsWith("third\n"); }));
+  auto& search = DesktopSession::FindIn<QLineEdit>(*window, "Find");
+  QTest::keyClicks(&search, "SECOND");
+  QTest::keyClick(&search, Qt::Key_Return);
+  EXPECT_EQ(text.textCursor().selectedText(), "second");
+  session_.Files().WriteFile("err.txt", "anew\r\n");
+  EXPECT_TRUE(WaitUntil([&] { return text.toPlainText() == "anew\n"; }));
+  window->close();
+}
+
+TEST_F(RunPagesTest, CheckTriesWhatTheSavedJobNamesAndLeadsToTheField) {
+  session_.Files().Connect("DW")->Execute("DELETE FROM dwm_data_link");
+  Open();
+  Type("Error file", "S:\\none\\there\\err.txt");
+  std::string question;
+  AnswerNext(question, "Cancel");
+  Click("Check");
+  EXPECT_THAT(question, HasSubstr("Save the job first?"));
+  EXPECT_TRUE(session_.Find<QPushButton>("Check").isEnabled());
+  AnswerNext(question, "Save");
+  Click("Check");
+  EXPECT_FALSE(session_.Find<QPushButton>("Check").isEnabled()) << "one at a time";
+  auto& problems = session_.Find<QTreeWidget>("Problems");
+  ASSERT_TRUE(WaitUntil([&] { return problems.topLevelItemCount() > 0; }));
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  EXPECT_EQ(pages->currentIndex(), 1);
+  const auto found = problems.findItems("exception log", Qt::MatchExactly);
+  ASSERT_EQ(found.size(), 1);
+  const QPoint place = problems.visualItemRect(found[0]).center();
+  QTest::mouseClick(problems.viewport(), Qt::LeftButton, {}, place);
+  QTest::mouseDClick(problems.viewport(), Qt::LeftButton, {}, place);
+  EXPECT_EQ(pages->currentIndex(), 0);
+  Type("Error file", "S:\\err.txt");
+  AnswerNext(question, "Save");
+  Click("Check");
+  EXPECT_TRUE(WaitUntil([&] {
+    return session_.Form().sbStatus.Text.Get().find("0 problems") != std::string::npos;
+  })) << session_.Form().sbStatus.Text.Get();
+}
+
+TEST_F(RunPagesTest, TheHistoryPageHasTheRunsAndOpensOne) {
+  Open();
+  Click("Execute");
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  std::string box;
+  AnswerNext(box);
+  Click("Execute");
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  QTest::mouseClick(pages->tabBar(), Qt::LeftButton, {}, pages->tabBar()->tabRect(2).center());
+  auto& table = session_.Find<QTreeWidget>("Runs");
+  ASSERT_EQ(table.topLevelItemCount(), 2);
+  EXPECT_THAT(table.topLevelItem(0)->text(0).toStdString(), HasSubstr("failure"));
+  EXPECT_THAT(table.topLevelItem(0)->text(5).toStdString(), HasSubstr("load orders: "));
+  EXPECT_EQ(table.topLevelItem(1)->text(3), "3");
+  const QPoint second = table.visualItemRect(table.topLevelItem(1)).center();
+  QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, second);
+  QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, second);
+  EXPECT_EQ(pages->currentIndex(), 1);
+  EXPECT_TRUE(IsShown("Succeeded"));
+  EXPECT_THAT(StepsShown(session_.Window()), HasSubstr("load orders: done, 3 rows"));
+}
+
+}  // namespace
+}  // namespace torvik
