@@ -15,9 +15,9 @@ class Messages;
 struct FetchProgress;
 
 /// Keeps the record of the run that is under way, and writes it to the history: at its begin,
-/// behind each step that took a while, else at most once a second, at its end. What cannot be written is told once a run, and changes
-/// nothing about the run. Any thread may call it, Record apart: the one that ends the process is
-/// not always the run's.
+/// behind each step that took a while, else at most once a second, at its end. What cannot be
+/// written is told once a run, and changes nothing about the run. Any thread may call it, Record
+/// apart: the one that ends the process is not always the run's.
 class RunRecorder {
  public:
   RunRecorder(RunHistory& history, Clock& clock, Messages& messages)
