@@ -1,6 +1,7 @@
 #include "engine/PackageDocument.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <unordered_map>
 
@@ -15,6 +16,37 @@
 
 namespace torvik::engine {
 namespace {
+
+/// Finds steps by their names; one that is not there becomes a problem.
+class StepNames {
+ public:
+  StepNames(const std::vector<StepModel>& steps, Problems& problems) : problems_(problems) {
+    for (const StepModel& step : steps) {
+      positions_.emplace(step.name, names_.size());
+      names_.push_back(step.name);
+    }
+  }
+
+  std::optional<std::size_t> PositionOf(const PlacedText& step) {
+    if (const auto found = positions_.find(step.text); found != positions_.end())
+      return found->second;
+    if (step.text.empty()) return std::nullopt;
+    // The nearest name takes long to find among many.
+    constexpr int kMostAdvised = 100;
+    const bool isAdvised = ++unknown_ <= kMostAdvised;
+    problems_.Add(step.place,
+                  "the package has no step " + Quoted(step.text) + "; " +
+                      DidYouMean(step.text, isAdvised ? names_ : std::vector<std::string>(),
+                                 "name one of its steps"));
+    return std::nullopt;
+  }
+
+ private:
+  Problems& problems_;
+  std::vector<std::string> names_;
+  std::unordered_map<std::string_view, std::size_t> positions_;
+  int unknown_ = 0;
+};
 
 /// Fills a model from the top of a document to its end; what is wrong goes to the problems.
 class DocumentReader {
@@ -42,7 +74,7 @@ class DocumentReader {
     ForEachTable(table, "steps", [this](TableReader& one) { ReadStep(one); });
     table.SkipOriginal();
     table.Finish();
-    ResolveConstraints();
+    ResolveStepNames();
     ReportStepCycles(model_.steps, problems_);
   }
 
@@ -222,31 +254,16 @@ class DocumentReader {
     return Outcome::Success;
   }
 
-  void ResolveConstraints() {
-    constexpr int kMostAdvised = 100;
-    int unknown = 0;
-    const std::vector<std::string> none;
-    std::vector<std::string> names;
-    std::unordered_map<std::string_view, std::size_t> positions;
-    for (const StepModel& step : model_.steps) {
-      positions.emplace(step.name, names.size());
-      names.push_back(step.name);
-    }
-    for (std::size_t i = 0; i < waits_.size(); ++i) {
-      for (const Wait& wait : waits_[i]) {
-        const auto found = positions.find(wait.step.text);
-        if (found != positions.end()) {
-          model_.steps[i].after.push_back({found->second, wait.outcome});
-        } else if (!wait.step.text.empty()) {
-          // The nearest name takes long to find among many.
-          const bool isAdvised = ++unknown <= kMostAdvised;
-          problems_.Add(
-              wait.step.place,
-              "the package has no step " + Quoted(wait.step.text) + "; " +
-                  DidYouMean(wait.step.text, isAdvised ? names : none, "name one of its steps"));
-        }
-      }
-    }
+  /// Steps may be named above the place where they stand.
+  void ResolveStepNames() {
+    StepNames names(model_.steps, problems_);
+    for (std::size_t i = 0; i < waits_.size(); ++i)
+      for (const Wait& wait : waits_[i])
+        if (const auto position = names.PositionOf(wait.step))
+          model_.steps[i].after.push_back({*position, wait.outcome});
+    for (const StepModel& step : model_.steps)
+      if (step.task != nullptr)
+        for (const PlacedText& named : step.task->NamedSteps()) names.PositionOf(named);
   }
 
   /// The line in which the first of each name begins.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "import/Code.h"
+#include "import/DynamicProperties.h"
 #include "import/Entry.h"
 #include "import/Loader.h"
 #include "import/PackageContainer.h"
@@ -61,7 +62,7 @@ Translation ImportPackage(const std::string& file, std::string_view bytes, const
   const Code code = CodeIn(file, bytes);
   if (!wishes.procedure.empty() && !HasProcedure(code, wishes.procedure))
     throw Refused(file, "there is no procedure \"" + wishes.procedure + "\" in this text");
-  const Recording recording = Evaluate(code, known, wishes.procedure);
+  Recording recording = Evaluate(code, known, wishes.procedure);
   if (recording.loaded && recording.loaded->package == recording.package)
     throw Refused(file, LoaderRefusal(recording));
   if (const int line = LoadLine(code);
@@ -71,6 +72,7 @@ Translation ImportPackage(const std::string& file, std::string_view bytes, const
   const bool isEmpty = !recording.package || (recording.package->children.empty() &&
                                               recording.package->properties.empty());
   if (isEmpty) throw Refused(file, std::string("no package is built in this text") + kSaveAs);
+  BindDynamicProperties(recording);
   return Translate(recording, known, wishes.name);
 }
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
-#include <optional>
 
+#include "import/DynamicAssignments.h"
 #include "import/PumpTranslator.h"
 #include "import/Remarks.h"
 #include "import/ScriptText.h"
@@ -68,15 +68,16 @@ class TaskWriter {
       const char* name;
       void (TaskWriter::*write)();
     };
-    static constexpr Kind kKinds[] = {{"executesqltask", &TaskWriter::WriteSql},
-                                      {"datapumptask", &TaskWriter::WriteDataPump},
-                                      {"executepackagetask", &TaskWriter::WritePackage},
-                                      {"createprocesstask", &TaskWriter::WriteProcess},
-                                      {"bulkinserttask", &TaskWriter::WriteBulkInsert},
-                                      {"sendmailtask", &TaskWriter::WriteMail},
-                                      {"dynamicpropertiestask", &TaskWriter::WriteVariables},
-                                      {"activescripttask", &TaskWriter::WriteScript},
-                                      {"activexscripttask", &TaskWriter::WriteScript}};
+    static constexpr Kind kKinds[] = {
+        {"executesqltask", &TaskWriter::WriteSql},
+        {"datapumptask", &TaskWriter::WriteDataPump},
+        {"executepackagetask", &TaskWriter::WritePackage},
+        {"createprocesstask", &TaskWriter::WriteProcess},
+        {"bulkinserttask", &TaskWriter::WriteBulkInsert},
+        {"sendmailtask", &TaskWriter::WriteMail},
+        {"dynamicpropertiestask", &TaskWriter::WriteDynamicProperties},
+        {"activescripttask", &TaskWriter::WriteScript},
+        {"activexscripttask", &TaskWriter::WriteScript}};
     const std::string name = ClassName(task_.progId);
     const auto kind =
         std::ranges::find_if(kKinds, [&](const Kind& one) { return name == one.name; });
@@ -236,64 +237,11 @@ class TaskWriter {
     writer_.LongText("script", script);
   }
 
-  // --- Dynamic properties ---
-
-  struct Assignment {
-    std::string variable;
-    std::int64_t sourceType = 4;
-    const Object* object = nullptr;
-  };
-
-  /// Only variables can be set while a package runs.
-  void WriteVariables() {
-    std::vector<Assignment> assignments;
-    std::string trouble;
-    if (const Object* all = task_.Child("assignments")) {
-      for (const ObjectPtr& item : all->items) {
-        Properties properties(item.get(), scope_.notes);
-        const std::string target = properties.Plain("DestinationPropertyID");
-        const std::vector<std::string> path = Parts(target, ';');
-        const bool isVariable = path.size() >= 2 && EqualsIgnoringCase(path[0], "Global Variables");
-        if (isVariable)
-          assignments.push_back({path[1], properties.Whole("SourceType", 4), item.get()});
-        else
-          trouble = "it sets " + target +
-                    ", and only global variables can be set: use ${Name} of a variable there";
-      }
-    }
-    constexpr std::int64_t kQuery = 1;
-    const bool isQuery = assignments.size() == 1 && assignments[0].sourceType == kQuery;
-    if (trouble.empty() && isQuery) return WriteQuery(assignments[0]);
-    std::vector<std::pair<std::string, std::string>> values;
-    for (const Assignment& one : assignments)
-      if (const auto value = ValueOf(one))
-        values.emplace_back(one.variable, *value);
-      else if (trouble.empty())
-        trouble = "it sets " + one.variable +
-                  " from a query beside others, a file or the environment: make a step of "
-                  "SetVariables for it";
-    if (!trouble.empty() || values.empty())
-      return WriteNotImported(trouble.empty() ? "it sets nothing" : trouble);
-    writer_.Text("task", "SetVariables");
-    writer_.Table("values", values);
-  }
-
-  std::optional<std::string> ValueOf(const Assignment& assignment) {
-    constexpr std::int64_t kVariable = 2, kConstant = 4;
-    Properties properties(assignment.object, scope_.notes);
-    if (assignment.sourceType == kConstant) return properties.Text("SourceConstantValue");
-    if (assignment.sourceType == kVariable)
-      return "${" + properties.Plain("SourceGlobalVariable") + "}";
-    return std::nullopt;
-  }
-
-  void WriteQuery(const Assignment& assignment) {
-    Properties properties(assignment.object, scope_.notes);
-    const auto connection = scope_.connections.find(properties.Whole("SourceQueryConnectionID", 0));
-    writer_.Text("task", "ExecuteSQL");
-    writer_.Text("connection", connection == scope_.connections.end() ? "" : connection->second);
-    writer_.List("results", {assignment.variable});
-    writer_.LongText("sql", properties.Text("SourceQuerySQL"));
+  void WriteDynamicProperties() {
+    const DynamicAssignments assignments(task_, scope_);
+    if (const std::string trouble = assignments.Trouble(); !trouble.empty())
+      return WriteNotImported(trouble);
+    assignments.Write();
   }
 
   TaskScope& scope_;

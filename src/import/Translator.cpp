@@ -332,6 +332,12 @@ class PackageTranslator {
     if (known == nullptr) return false;
     if (EqualsIgnoringCase(known->name, "Password")) {
       if (text.empty()) return true;
+      if (const auto names = NamesIn(text); property.value.isUnknown && names.size() == 1 &&
+                                            text == "${" + names[0] + "}" &&
+                                            IsPasswordName(names[0])) {
+        writer.Text(known->name, text);
+        return true;
+      }
       const std::string variable = PasswordVariable(connection);
       NoteAt(property.line, "the password of the connection \"" + connection +
                                 "\" is not written down: it is the global variable " + variable);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,6 +52,9 @@ class Processes {
   /// or standard error is handed to `onLine` as it comes, without its line end.
   virtual ProcessExit Run(const ProcessRequest& request,
                           const std::function<void(std::string_view)>& onLine) = 0;
+
+  /// A variable of the environment that programs are started with; nothing when it is not set.
+  virtual std::optional<std::string> EnvironmentVariable(const std::string& name) const = 0;
 };
 
 }  // namespace torvik

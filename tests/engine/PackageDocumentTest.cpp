@@ -90,6 +90,7 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
   const std::string noSql = step + task, sql = noSql + "sql = 'x'\n";
   const std::string pump = step + "task = 'DataPump'\ndestination = 'warehouse'\ntable = 't'\n";
   const std::string process = step + "task = 'ExecuteProcess'\nprogram = 'p'\n";
+  const std::string assign = "[[steps.assignments]]\n";
   const std::string set = step + "task = 'SetVariables'\n", mail = step + "task = 'SendMail'\n";
   const std::string fileTask = step + "task = 'File'\naction = ";
   const std::string connection = "[[connections]]\nname = 'c'\nprovider = ";
@@ -146,10 +147,18 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
       {sql + "results = { a = 1 }\n", 18, 17, "write the name of a global variable"},
       {sql + "results = []\n", 18, 11, "names no variable"},
       {sql + "no_row = 'keep'\n", 18, 10, "belongs to \"results\""},
-      {set + "file = 'x'\nsql = 'x'\n", 13, 1, "give one of \"sql\", \"file\" and"},
+      {set + "file = 'x'\nsql = 'x'\n", 13, 1, "give one of \"sql\", \"file\", \"values\" and"},
       {set + "file = 'x'\nconnection = 'warehouse'\n", 17, 14, "only \"sql\" needs"},
       {set + "values = { x = '' }\n", 16, 16, "no global variable \"x\""},
       {set + "values = { Directory = '${LoginPassword}' }\n", 16, 24, "is a password"},
+      {set + assign + "variable = 'Directory'\nvalue = '${LoginPassword}'\n", 18, 9,
+       "is a password"},
+      {set + assign + "variable = 'Direct'\nvalue = 'x'\n", 17, 12,
+       "no global variable \"Direct\""},
+      {set + assign + "variable = 'Directory'\nkey = 'x'\n", 16, 1,
+       "give one of \"value\", \"file\""},
+      {set + assign + "value = 'x'\n", 16, 1, "give one of \"variable\""},
+      {set + assign + "disables = 'other'\nvalue = 'x'\n", 17, 12, "no step \"other\""},
       {mail + "to = 'a'\nsubject = '${LoginPassword}'\n", 17, 11, "would show in the mail"},
       {mail + "subject = 's'\n", 13, 1, "the mail goes to nobody"},
       {mail + "subject = 's'\nto = 'a'\nport = 0\n", 18, 8, "from 1 to 65535"},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+
 #include "platform/Process.h"
 
 namespace torvik {
@@ -24,6 +26,12 @@ struct FakeProcesses final : Processes {
     requests.push_back(request);
     if (!output.empty()) onLine(output);
     return exit;
+  }
+
+  std::map<std::string, std::string> environment;
+  std::optional<std::string> EnvironmentVariable(const std::string& name) const override {
+    const auto found = environment.find(name);
+    return found == environment.end() ? std::nullopt : std::optional(found->second);
   }
 };
 

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/model/TomlTable.h"
+
 namespace torvik::ado {
 class Connection;
 }
@@ -96,6 +98,9 @@ class Task {
 
   /// True when the task sets global variables: a later step may need what it has found.
   virtual bool SetsVariables() const { return false; }
+
+  /// Other steps of the package that the task names; each must be there.
+  virtual std::vector<PlacedText> NamedSteps() const { return {}; }
 
   /// The job file that the task runs, which may hold `${Name}`; empty for all other tasks.
   virtual std::string JobFile() const { return {}; }

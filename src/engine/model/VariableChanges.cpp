@@ -18,7 +18,7 @@ std::string TextOfField(const ado::Value& value) {
   return {};
 }
 
-std::optional<bool> Boolean(const std::string& text) {
+std::optional<bool> BooleanIn(const std::string& text) {
   for (const char* yes : {"True", "1", "-1"})
     if (EqualsIgnoringCase(text, yes)) return true;
   for (const char* no : {"False", "0"})
@@ -29,7 +29,7 @@ std::optional<bool> Boolean(const std::string& text) {
 /// The text as a value of the type that the variable has; nothing when it is none.
 std::optional<dts::Variant> OfTypeOf(const dts::Variant& declared, const std::string& text) {
   if (std::holds_alternative<std::string>(declared)) return text;
-  if (std::holds_alternative<bool>(declared)) return Boolean(text);
+  if (std::holds_alternative<bool>(declared)) return BooleanIn(text);
   if (std::holds_alternative<std::int64_t>(declared)) return NumberOf<std::int64_t>(text);
   return NumberOf<double>(text);
 }
@@ -68,6 +68,10 @@ void VariableChanges::Add(const std::string& name, const ado::Value& value,
 void VariableChanges::Commit() {
   for (auto& [name, value] : changes_) variables_.SetValue(name, std::move(value));
   changes_.clear();
+}
+
+std::optional<bool> BooleanOf(const ado::Value& value) {
+  return BooleanIn(TextOfField(value));
 }
 
 ado::Value ParameterOf(const dts::Variant& value) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,6 +29,9 @@ class VariableChanges {
   Variables& variables_;
   std::vector<std::pair<std::string, dts::Variant>> changes_;
 };
+
+/// What a value says: True, False, 1, 0 or -1; nothing for another one.
+std::optional<bool> BooleanOf(const ado::Value& value);
 
 /// A variable's value for a database: a Boolean is 1 or 0.
 ado::Value ParameterOf(const dts::Variant& value);

@@ -23,7 +23,7 @@ PlatformError Failure(const std::string& place, const std::string& reason) {
 std::string ReadBytes(Files& files, const std::string& path) {
   std::string bytes;
   const std::string reason = ReadWhole(files, path, kLargestFile, bytes);
-  if (!reason.empty()) throw Failure(path, reason + "; name a file of lines NAME = VALUE");
+  if (!reason.empty()) throw Failure(path, reason + "; name a file that holds values");
   return bytes;
 }
 
@@ -106,9 +106,13 @@ class LineReader {
 
 }  // namespace
 
+std::string ReadValueText(Files& files, const CodePages& codePages, const std::string& path) {
+  return Decoded(codePages, ReadBytes(files, path), path);
+}
+
 std::vector<FileValue> ReadVariableFile(Files& files, const CodePages& codePages,
                                         const std::string& path, const std::string& section) {
-  const std::string text = Decoded(codePages, ReadBytes(files, path), path);
+  const std::string text = ReadValueText(files, codePages, path);
   LineReader reader(path, section);
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size());

@@ -17,6 +17,10 @@ struct FileValue {
   int line = 0;  ///< From 1.
 };
 
+/// A file's text, of at most 1 MiB, from UTF-8 when it begins with a byte-order mark, else from the
+/// system's code page. Throws, with the path, when it cannot be read or decoded.
+std::string ReadValueText(Files& files, const CodePages& codePages, const std::string& path);
+
 /// Reads a file of lines NAME = VALUE, in UTF-8 when it begins with a byte-order mark, else in the
 /// system's code page. Blank lines and those that begin with '#' or ';' are left out, and one pair
 /// of equal quotes around a value is taken off. With `section` only the lines below [section] count

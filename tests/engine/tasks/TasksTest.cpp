@@ -56,6 +56,8 @@ TEST_F(TasksTest, SetVariablesKeepsTheDeclaredTypes) {
 
 TEST_F(TasksTest, SetVariablesTakesFilesAndTexts) {
   const std::string file = "file = '${ExceptionFilePath}v.ini'\n";
+  const std::string assign = "[[steps.assignments]]\n";
+  setenv("TORVIK_TEST_FLAG", "True", 1);
   const struct {
     const char* text;  // of the file
     std::string keys;
@@ -82,6 +84,25 @@ TEST_F(TasksTest, SetVariablesTakesFilesAndTexts) {
       {"", "file = '/no/such'", "/no/such: No such file", "text False 0 0.5"},
       {"", "values = { text = '${Count}${Text}', Count = 5, Flag = true, Ratio = 2.5 }", "",
        "0text True 5 2.5"},
+      {"text = x\nCount = 3\n",
+       assign + "variable = 'Text'\n" + file + "key = 'TEXT'\n" + assign +
+           "variable = 'Count'\nconnection = 'dw'\nsql = 'SELECT 41, 42'\n" + assign +
+           "variable = 'Ratio'\nvalue = '${Count}.5'\n" + assign +
+           "variable = 'Flag'\nenvironment = 'TORVIK_TEST_FLAG'\n",
+       "", "x True 41 0.5"},
+      {"SELECT 1\r\n-- \xE9\r\n", assign + "variable = 'Text'\ntext_" + file, "",
+       "SELECT 1\r -- \u00e9 False 0 0.5"},
+      {"a = 1\n",
+       assign + "variable = 'Text'\nvalue = 'x'\n" + assign + "variable = 'Count'\n" + file +
+           "key = 'b'\n",
+       "v.ini: there is no line b = VALUE", "text False 0 0.5"},
+      {"", assign + "variable = 'Text'\nenvironment = 'TORVIK_TEST_NONE'\n",
+       "the environment has no variable \"TORVIK_TEST_NONE\"", "text False 0 0.5"},
+      {"", assign + "variable = 'Text'\nconnection = 'dw'\nsql = 'SELECT 1 WHERE 1 = 0'\n",
+       "has no row to take a value from", "text False 0 0.5"},
+      {"", assign + "disables = 'look'\nvalue = 'maybe'\n", "is to say whether step \"look\"",
+       "text False 0 0.5"},
+      {"", assign + "disables = 'look'\nvalue = '-1'\n", "", ""},
       {"", "values = { Text = 'x', Count = '${Text}' }", "the text for \"Count\" does not fit",
        "text False 0 0.5"},
   };
@@ -93,7 +114,10 @@ TEST_F(TasksTest, SetVariablesTakesFilesAndTexts) {
         Run("P", Head("P") + Step("s", "SetVariables", c.keys) +
                      Sql("look", "INSERT INTO seen VALUES ('${Text} ${Flag} ${Count} ${Ratio}')",
                          "after = [{ step = \"s\", on = \"completion\" }]"));
-    EXPECT_EQ(result.ends, *c.error ? "FS" : "SS") << c.text << c.keys << result.events.errors;
+    EXPECT_EQ(result.ends, *c.error    ? "FS"
+                           : *c.values ? "SS"
+                                       : "SI")
+        << c.text << c.keys << result.events.errors;
     EXPECT_THAT(result.events.errors, HasSubstr(c.error)) << c.text << c.keys;
     EXPECT_EQ(Query("SELECT v FROM seen"), c.values) << c.text << c.keys;
   }

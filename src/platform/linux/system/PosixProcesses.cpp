@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 
@@ -184,6 +185,11 @@ class PosixProcesses final : public Processes {
     if (exit.cancelled && !request.isPatient) running.Signal(SIGKILL);
     exit.exitCode = running.Wait();
     return exit;
+  }
+
+  std::optional<std::string> EnvironmentVariable(const std::string& name) const override {
+    const char* const value = std::getenv(name.c_str());
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
   }
 
  private:
