@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "engine/PackageDocument.h"
 #include "engine/run/PackageLog.h"
 
 namespace torvik::engine {
@@ -15,6 +16,7 @@ void ExecuteLogged(ExecutionRequest request, const PackageOrigin& origin,
     sink(event);
     server.Handle(event);
   };
+  request.readTask = ReadTaskAnew;
   server.Begin();
   try {
     ExecutePackage(request);

@@ -155,6 +155,8 @@ class DocumentReader {
     step.name = name.text;
     CheckUnique(name, "step", table.Place().line, stepLines_);
     if (const auto text = table.Text("description")) step.description = text->text;
+    step.taskName = table.Text("task_name").value_or(name).text;
+    step.keys = table.Entries();
     step.disabled = table.Boolean("disabled", false);
     step.joinTransaction = table.Boolean("join_transaction", false);
     step.commitSuccess = table.Boolean("commit_success", false);
@@ -294,6 +296,18 @@ PackageModel ReadPackageDocument(std::string_view text, const std::string& docum
   DocumentReader(model, problems).Read(document);
   problems.ThrowIfAny();
   return model;
+}
+
+std::unique_ptr<const Task> ReadTaskAnew(const PackageModel& package, const StepModel& step,
+                                         const TomlTable& keys) {
+  Problems problems(package.name + ", step " + Quoted(step.name));
+  TableReader table(keys, step.place, problems);
+  TaskReader reader(table, package, problems);
+  const auto kind = std::ranges::find_if(
+      TaskKinds(), [&](const TaskKind& one) { return step.taskKind == one.name; });
+  auto task = kind->read(reader);
+  problems.ThrowIfAny();
+  return task;
 }
 
 }  // namespace torvik::engine

@@ -43,6 +43,11 @@ class PackageTranslator {
   PackageTranslator(const Recording& recording, const KnownValues& known, const std::string& name)
       : package_(*recording.package), recording_(recording), known_(known), wanted_(name) {
     result_.notes = recording.notes;
+    scriptsNameTasks_ = std::ranges::any_of(recording.objects, [](const ObjectPtr& object) {
+      return std::ranges::any_of(object->properties, [](const Property& one) {
+        return LowerAscii(one.value.text).find(".tasks") != std::string::npos;
+      });
+    });
   }
 
   Translation Translate() {
@@ -454,6 +459,8 @@ class PackageTranslator {
         {"CloseConnection", "close_connection"},
         {"ExecuteInMainThread", "execute_in_main_thread"}};
     const std::string taskName = properties.Plain("TaskName");
+    if (scriptsNameTasks_ && !taskName.empty() && taskName != step.name)
+      writer.Text("task_name", taskName);
     for (const auto& [property, key] : kFlags)
       if (properties.Boolean(property, false)) writer.Boolean(key, true);
     if (const auto priority = properties.Whole("RelativePriority", 3);
@@ -541,7 +548,8 @@ class PackageTranslator {
   const Object& package_;
   const Recording& recording_;
   const KnownValues& known_;
-  const std::string wanted_;  // the package's name, when the caller gives it one
+  bool scriptsNameTasks_ = false;  // then steps keep the names of theirs
+  const std::string wanted_;       // the package's name, when the caller gives it one
   Translation result_;
   std::vector<Property> rest_;
   std::map<std::int64_t, std::string> connections_;

@@ -167,6 +167,18 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
   }
 }
 
+TEST(Import, TasksKeepTheNamesThatScriptsCallThemBy) {
+  for (const char* script : {"x = DTSGlobalVariables.Parent.Tasks(1).Name", "x = 1"}) {
+    const std::string document =
+        Import(WithSql("s = 1\nSet q = p.Steps.New : q.Name = \"two\" : q.TaskName = \"t\"\n"
+                       "q.ActiveXScript = \"Function Main()\" & vbCrLf & \"" +
+                       std::string(script) + "\" & vbCrLf & \"End Function\" : p.Steps.Add q"))
+            .document;
+    const bool isThere = document.find("name = \"two\"\ntask_name = \"t\"\n") != document.npos;
+    EXPECT_EQ(std::string_view(script).ends_with("Name"), isThere) << document;
+  }
+}
+
 TEST(Import, HowRowsAreLoadedBecomesKeys) {
   const struct {
     const char* task;

@@ -27,6 +27,18 @@ class PackageControl {
   virtual void RunAgain(std::size_t step) = 0;
   virtual void SetDisabled(std::size_t step, bool disabled) = 0;
 
+  /// The names of the steps' tasks, by the positions of the steps.
+  virtual std::vector<std::string> Tasks() const = 0;
+  /// The kind of a step's task, as documents name it.
+  virtual std::string TaskKind(std::size_t step) const = 0;
+  /// A property of a step's task, by its name in the package object model. Throws when scripts
+  /// cannot reach it.
+  virtual std::string TaskProperty(std::size_t step, const std::string& property) const = 0;
+  /// For all steps that have this task, from their next attempt on; throws when the task cannot be
+  /// like that, which then is as before.
+  virtual void SetTaskProperty(std::size_t step, const std::string& property,
+                               const std::string& value) = 0;
+
   /// A property of the connection of that name, which must be there; empty when it is not set.
   virtual std::string ConnectionProperty(const std::string& connection,
                                          const std::string& property) const = 0;

@@ -47,6 +47,8 @@ struct StepModel {
   std::string description;
   std::string taskKind;  ///< As the document names it: "ExecuteSQL".
   std::unique_ptr<const Task> task;
+  std::string taskName;  ///< By which scripts find the task; steps may have one task together.
+  TomlTable keys;        ///< As the document has them, for a task that is read anew.
   std::vector<Constraint> after;
   bool disabled = false;
   bool joinTransaction = false;

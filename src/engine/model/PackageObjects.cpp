@@ -1,11 +1,9 @@
 #include "engine/model/PackageObjects.h"
 
-#include <algorithm>
-#include <iterator>
-#include <vector>
-
 #include "engine/model/PackageControl.h"
+#include "engine/model/PartsObject.h"
 #include "engine/model/Problems.h"
+#include "engine/model/TaskObjects.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "script/Conversion.h"
@@ -18,13 +16,6 @@ namespace {
 using script::Value;
 using Arguments = std::span<const Value>;
 
-/// The position of a member's name; the empty one is the first.
-int MemberNamed(std::span<const std::string_view> members, std::string_view name) {
-  const auto found = std::ranges::find(members, name.empty() ? members.front() : name);
-  return found == members.end() ? script::Object::NoMember
-                                : static_cast<int>(found - members.begin());
-}
-
 class StepObject final : public script::Object {
  public:
   StepObject(PackageControl& package, std::size_t step, std::string name)
@@ -33,7 +24,7 @@ class StepObject final : public script::Object {
   std::string_view TypeName() const override { return "Step"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"name", "executionstatus", "executionresult",
-                                                    "disablestep"};
+                                                    "disablestep", "taskname"};
     return MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
@@ -41,13 +32,14 @@ class StepObject final : public script::Object {
     switch (member) {
       case kStatus: return Value::OfLong(static_cast<std::int32_t>(package_.Status(step_)));
       case kResult: return Value::OfLong(static_cast<std::int32_t>(package_.Result(step_)));
+      case kTask: return script::NewText(context, package_.Tasks()[step_]);
       case kDisabled: return Value::OfBoolean(package_.IsDisabled(step_));
       default: return script::NewText(context, name_);
     }
   }
   void Put(script::Context&, int member, Arguments, const Value& value) override {
     if (member == kDisabled) return package_.SetDisabled(step_, script::ToBoolean(value));
-    if (member != kStatus) script::NoSuchMember(member == kResult ? "ExecutionResult" : "Name");
+    if (member != kStatus) script::NoSuchMember(kNames[member]);
     switch (static_cast<dts::StepExecutionStatus>(script::ToLong(value))) {
       case dts::StepExecutionStatus::Waiting: return package_.RunAgain(step_);
       case dts::StepExecutionStatus::Inactive: return package_.SetDisabled(step_, true);
@@ -60,7 +52,9 @@ class StepObject final : public script::Object {
   }
 
  private:
-  static constexpr int kStatus = 1, kResult = 2, kDisabled = 3;
+  static constexpr const char* kNames[] = {"Name", "ExecutionStatus", "ExecutionResult",
+                                           "DisableStep", "TaskName"};
+  static constexpr int kStatus = 1, kResult = 2, kDisabled = 3, kTask = 4;
   PackageControl& package_;
   const std::size_t step_;
   const std::string name_;
@@ -104,50 +98,6 @@ class ConnectionObject final : public script::Object {
   const std::string name_;
 };
 
-/// Steps or connections, by name or by position from 1.
-class PartsObject final : public script::Object {
- public:
-  using Make = std::function<Value(std::size_t, const std::string&)>;
-  PartsObject(const char* what, std::vector<std::string> names, Make make)
-      : what_(what), names_(std::move(names)), make_(std::move(make)) {}
-
-  std::string_view TypeName() const override { return "Collection"; }
-  int FindMember(std::string_view name) const override {
-    static constexpr std::string_view kMembers[] = {"item", "count"};
-    return MemberNamed(kMembers, name);
-  }
-  Value Invoke(script::Context&, int member, Arguments arguments) override {
-    script::ExpectArguments(arguments, member == 0 ? 1 : 0, member == 0 ? 1 : 0);
-    if (member != 0) return Value::OfLong(static_cast<std::int32_t>(names_.size()));
-    const std::size_t position = PositionOf(arguments[0]);
-    return make_(position, names_[position]);
-  }
-  Value Items(script::Context& context) override {
-    Value array = script::NewArray(context.heap, names_.size());
-    for (std::size_t i = 0; i < names_.size(); ++i)
-      array.AsArray()->elements[i] = make_(i, names_[i]);
-    return array;
-  }
-
- private:
-  std::size_t PositionOf(const Value& key) const {
-    const auto count = static_cast<std::int64_t>(names_.size());
-    if (key.IsWhole() && key.Whole() >= 1 && key.Whole() <= count)
-      return static_cast<std::size_t>(key.Whole()) - 1;
-    const std::string name = script::ToText(key);
-    const auto found = std::ranges::find_if(
-        names_, [&](const std::string& one) { return EqualsIgnoringCase(one, name); });
-    if (found == names_.end())
-      throw PlatformError(0, std::string("the package has no ") + what_ + " " + Quoted(name),
-                          "package engine");
-    return static_cast<std::size_t>(found - names_.begin());
-  }
-
-  const char* const what_;
-  const std::vector<std::string> names_;
-  const Make make_;
-};
-
 class PackageObject final : public script::Object {
  public:
   PackageObject(PackageControl& package, std::function<Value()> globalVariables)
@@ -177,10 +127,7 @@ class PackageObject final : public script::Object {
     else if (member == kVariables)
       part = globalVariables_();
     else if (member == kTasks)
-      throw PlatformError(0,
-                          "scripts cannot change the tasks of a package here; write ${Name} of a "
-                          "global variable in the task, and set that",
-                          "package engine");
+      part = NewTasksObject(package_);
     else
       return script::NewText(context, package_.Name());
     // Steps("name") asks for the collection with the key behind it.

@@ -9,8 +9,8 @@ namespace torvik::engine {
 
 class PackageControl;
 
-/// DTSGlobalVariables.Parent: the package with Name, Steps, Connections and GlobalVariables, which
-/// `globalVariables` makes. `package` must outlive the object.
+/// DTSGlobalVariables.Parent: the package with Name, Steps, Tasks, Connections and GlobalVariables,
+/// which `globalVariables` makes. `package` must outlive the object.
 script::Value NewPackageObject(PackageControl& package,
                                std::function<script::Value()> globalVariables);
 

@@ -34,9 +34,6 @@ std::string LackAt(const std::vector<Token>& tokens, std::size_t at) {
     return script::CanCreateObject(name) ? "" : "makes " + name + ", which is not there";
   if (tokens[at].IsWord("dtserrorrecords") || tokens[at].IsWord("dtstransformphaseinfo"))
     return "uses " + tokens[at].text + ", which is not there";
-  const bool usesTasks = at + 4 < tokens.size() && tokens[at].IsWord("dtsglobalvariables") &&
-                         tokens[at + 2].lower == "parent" && tokens[at + 4].lower == "tasks";
-  if (usesTasks) return "changes the tasks of the package, which scripts cannot";
   const bool asks = tokens[at].IsWord("msgbox") || tokens[at].IsWord("inputbox");
   return asks && IsCall(tokens, at) ? "uses " + tokens[at].text + ", which nobody can answer" : "";
 }

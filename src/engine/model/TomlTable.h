@@ -50,6 +50,7 @@ class TableReader {
       : table_(table), place_(place), problems_(problems) {}
 
   TextPlace Place() const { return place_; }
+  const TomlTable& Entries() const { return table_; }
 
   /// Null when the key is not there.
   const TomlValue* Find(std::string_view key);

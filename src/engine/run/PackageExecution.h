@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +41,10 @@ struct ExecutionEvent {
 
 using EventSink = std::function<void(ExecutionEvent)>;
 
+/// Reads a step's task from keys that a script has changed; throws what is wrong with them.
+using TaskReading = std::unique_ptr<const Task> (*)(const PackageModel& package,
+                                                    const StepModel& step, const TomlTable& keys);
+
 /// One execution of a package. Everything in it must outlive the call.
 struct ExecutionRequest {
   const EngineServices& services;
@@ -49,7 +54,8 @@ struct ExecutionRequest {
   std::vector<std::string> runningPackages;  ///< The outermost first, this one last.
   EventSink sink;  ///< Called on the threads of the steps, by one at a time.
   const std::atomic<bool>& cancelled;
-  bool onOneThread = false;  ///< Every step runs on the calling one, and so does `sink`.
+  bool onOneThread = false;        ///< Every step runs on the calling one, and so does `sink`.
+  TaskReading readTask = nullptr;  ///< Null: tasks stay as they are.
 };
 
 /// Runs every step whose constraints come to hold, as many at once as the package allows, and ends

@@ -71,6 +71,59 @@ void RunControl::SetDisabled(std::size_t step, bool disabled) {
   threads_->With([&](Workflow& workflow) { workflow.SetDisabled(step, disabled); });
 }
 
+std::shared_ptr<const Task> RunControl::TaskOf(const StepModel& step) const {
+  const std::lock_guard lock(mutex_);
+  const auto changed = tasks_.find(&step);
+  if (changed != tasks_.end()) return changed->second.task;
+  return {std::shared_ptr<void>(), step.task.get()};  // owned by the model
+}
+
+std::vector<std::string> RunControl::Tasks() const {
+  std::vector<std::string> names;
+  for (const StepModel& step : request_.package.steps) names.push_back(step.taskName);
+  return names;
+}
+
+std::string RunControl::TaskKind(std::size_t step) const {
+  return request_.package.steps[step].taskKind;
+}
+
+std::string RunControl::TaskProperty(std::size_t step, const std::string& property) const {
+  const StepModel& model = request_.package.steps[step];
+  const engine::TaskProperty& known = PropertyOf(model, property);
+  const std::lock_guard lock(mutex_);
+  return request_.variables.Substitute(ValueAmong(KeysOf(model), known));
+}
+
+void RunControl::SetTaskProperty(std::size_t step, const std::string& property,
+                                 const std::string& value) {
+  const std::vector<StepModel>& steps = request_.package.steps;
+  const engine::TaskProperty& known = PropertyOf(steps[step], property);
+  if (request_.readTask == nullptr) return;
+  const std::lock_guard lock(mutex_);
+  TomlTable keys = KeysOf(steps[step]);
+  SetAmong(keys, known, value);
+  const std::shared_ptr<const Task> task = request_.readTask(request_.package, steps[step], keys);
+  for (const StepModel& one : steps)
+    if (one.taskName == steps[step].taskName && one.taskKind == steps[step].taskKind)
+      tasks_[&one] = {keys, task};
+}
+
+const engine::TaskProperty& RunControl::PropertyOf(const StepModel& step,
+                                                   const std::string& name) const {
+  if (const engine::TaskProperty* known = FindTaskProperty(step.taskKind, name)) return *known;
+  throw PlatformError(0,
+                      "scripts cannot reach a property " + Quoted(name) + " of the task " +
+                          Quoted(step.taskName) + ", a " + step.taskKind +
+                          "; write ${Name} of a global variable in the task, and set that",
+                      "package engine");
+}
+
+const TomlTable& RunControl::KeysOf(const StepModel& step) const {
+  const auto changed = tasks_.find(&step);
+  return changed == tasks_.end() ? step.keys : changed->second.keys;
+}
+
 std::string RunControl::ConnectionProperty(const std::string& connection,
                                            const std::string& property) const {
   ConnectionSettings settings = ResolveConnection(request_.package, connection, request_.variables);

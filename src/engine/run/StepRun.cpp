@@ -87,7 +87,7 @@ class StepRun {
     if (joined_) shared_.transaction.BeginStep();
     try {
       if (control_.Cancelled()) throw PlatformError(0, "it has not begun", "package engine");
-      outcome.result = step_.task->Run(context);
+      outcome.result = shared_.control.TaskOf(step_)->Run(context);
       context.LookForTransactions(step_.closeConnection);
     } catch (const std::exception& error) {
       outcome.failure = AsPlatformError(error);
