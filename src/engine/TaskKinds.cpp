@@ -9,6 +9,7 @@ std::span<const TaskKind> TaskKinds() {
   static constexpr TaskKind kKinds[] = {
       {"ExecuteSQL", ReadExecuteSqlTask},
       {"DataPump", ReadDataPumpTask},
+      {"DataDrivenQuery", ReadDataDrivenQueryTask},
       {"ExecutePackage", ReadExecutePackageTask},
       {"ExecuteProcess", ReadExecuteProcessTask},
       {"RunJob", ReadRunJobTask},

@@ -49,6 +49,24 @@ void AddFacts(std::vector<Property>& facts, const Object& transformation, const 
 
 }  // namespace
 
+std::vector<std::string> ColumnNames(const Object& transformation, const char* collection) {
+  std::vector<std::string> names;
+  const Object* const columns = transformation.Child(collection);
+  if (columns == nullptr) return names;
+  std::vector<std::pair<double, std::string>> ordered;
+  for (const ObjectPtr& column : columns->items) {
+    const Property* const name = column->Find("Name");
+    const Property* const ordinal = column->Find("Ordinal");
+    const bool hasOrdinal = ordinal && ordinal->value.kind == Value::Kind::Number;
+    ordered.emplace_back(
+        hasOrdinal ? ordinal->value.number : static_cast<double>(ordered.size() + 1),
+        name ? name->value.PlainText() : "");
+  }
+  std::ranges::stable_sort(ordered, {}, &std::pair<double, std::string>::first);
+  for (auto& [ordinal, name] : ordered) names.push_back(std::move(name));
+  return names;
+}
+
 std::vector<Property> ColumnFacts(const Object& transformation) {
   std::vector<Property> facts;
   AddFacts(facts, transformation, "sourcecolumns", "source column ");

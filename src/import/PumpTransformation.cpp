@@ -23,24 +23,6 @@ enum TransformFlag : std::int64_t {
   kPreserveDestRows = 256,
 };
 
-std::vector<std::string> ColumnNames(const Object& transformation, const char* collection) {
-  std::vector<std::string> names;
-  const Object* const columns = transformation.Child(collection);
-  if (columns == nullptr) return names;
-  std::vector<std::pair<double, std::string>> ordered;
-  for (const ObjectPtr& column : columns->items) {
-    const Property* const name = column->Find("Name");
-    const Property* const ordinal = column->Find("Ordinal");
-    const bool hasOrdinal = ordinal && ordinal->value.kind == Value::Kind::Number;
-    ordered.emplace_back(
-        hasOrdinal ? ordinal->value.number : static_cast<double>(ordered.size() + 1),
-        name ? name->value.PlainText() : "");
-  }
-  std::ranges::stable_sort(ordered, {}, &std::pair<double, std::string>::first);
-  for (auto& [ordinal, name] : ordered) names.push_back(std::move(name));
-  return names;
-}
-
 std::vector<std::string> AllowedBy(std::int64_t flags) {
   std::vector<std::string> words;
   const bool convertsAll = (flags & kForceConvert) != 0;

@@ -17,12 +17,13 @@ class PumpWriter {
  public:
   PumpWriter(TaskScope& scope, const Object& task)
       : scope_(scope), writer_(scope.writer), task_(task), properties_(&task, scope.notes) {
+    hasQueries_ = ClassName(task.progId) == "datadrivenquerytask";
     if (const Object* all = task.Child("transformations"))
       for (const ObjectPtr& one : all->items) transformations_.emplace_back(*one, scope.notes);
   }
 
   void Write() {
-    writer_.Text("task", "DataPump");
+    writer_.Text("task", hasQueries_ ? "DataDrivenQuery" : "DataPump");
     WriteEnds();
     const bool oneFlags = HaveOneSetOfFlags();
     if (oneFlags && !transformations_.empty() && !transformations_[0].Allowed().empty())
@@ -33,10 +34,11 @@ class PumpWriter {
     else
       writer_.Table("columns", {});
     WriteNumbers();
-    WriteFastLoad();
+    if (!hasQueries_) WriteFastLoad();
     // Tables stand behind all keys.
     WriteStepOriginal(scope_, Rest());
     WriteLookups();
+    if (hasQueries_) WriteQueries();
     for (PumpTransformation& one : transformations_) {
       if (one.Kind() == "copy")
         NoteDates(one.Original(), IsTextFile("SourceConnectionID"), scope_.notes);
@@ -72,7 +74,7 @@ class PumpWriter {
                  ConnectionOf(properties_, "DestinationConnectionID", "the pump's destination"));
     const std::string target = properties_.Text("DestinationObjectName");
     const bool isTable = !IsTextFile("DestinationConnectionID");
-    if (!isTable) return;
+    if (!isTable || (hasQueries_ && target.empty())) return;
     if (!target.empty()) return writer_.Text("table", target);
     scope_.notes.push_back(
         {task_.line, "the pump's destination is no table; name one in \"table\""});
@@ -143,6 +145,9 @@ class PumpWriter {
 
   std::vector<Property> Rest() {
     for (const char* idle : {"Name", "Description"}) properties_.Take(idle);
+    if (hasQueries_)
+      for (const char* query : {"InsertQuery", "UpdateQuery", "DeleteQuery", "UserQuery"})
+        properties_.Take(query);
     std::vector<Property> rest = properties_.Rest();
     NoteKept("datapump", "the pump", rest, scope_.notes);
     const Object* const all = task_.Child("transformations");
@@ -169,11 +174,33 @@ class PumpWriter {
     }
   }
 
+  /// Those of a data-driven query that the text gives.
+  void WriteQueries() {
+    const struct {
+      const char* property;
+      const char* choice;
+      const char* columns;
+    } queries[] = {{"InsertQuery", "insert", "insertquerycolumns"},
+                   {"UpdateQuery", "update", "updatequerycolumns"},
+                   {"DeleteQuery", "delete", "deletequerycolumns"},
+                   {"UserQuery", "user", "userquerycolumns"}};
+    for (const auto& query : queries) {
+      const std::string sql = properties_.Text(query.property);
+      if (sql.empty()) continue;
+      writer_.Header("[[steps.queries]]");
+      writer_.Text("on", query.choice);
+      const std::vector<std::string> columns = ColumnNames(task_, query.columns);
+      if (!columns.empty()) writer_.List("parameters", columns);
+      writer_.LongText("sql", sql);
+    }
+  }
+
   TaskScope& scope_;
   DocumentWriter& writer_;
   const Object& task_;
   Properties properties_;
   std::vector<PumpTransformation> transformations_;
+  bool hasQueries_ = false;  // it is a data-driven query
 };
 
 }  // namespace

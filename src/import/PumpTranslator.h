@@ -4,7 +4,7 @@
 
 namespace torvik::importing {
 
-/// Writes a data pump.
+/// Writes a data pump or a data-driven query.
 void WritePump(TaskScope& scope, const Object& task);
 
 }  // namespace torvik::importing

@@ -71,6 +71,7 @@ class TaskWriter {
     static constexpr Kind kKinds[] = {
         {"executesqltask", &TaskWriter::WriteSql},
         {"datapumptask", &TaskWriter::WriteDataPump},
+        {"datadrivenquerytask", &TaskWriter::WriteDataPump},
         {"executepackagetask", &TaskWriter::WritePackage},
         {"createprocesstask", &TaskWriter::WriteProcess},
         {"bulkinserttask", &TaskWriter::WriteBulkInsert},
@@ -85,7 +86,7 @@ class TaskWriter {
       WriteNotImported("there is no such task here");
     else
       (this->*kind->write)();
-    if (name == "datapumptask") return;
+    if (name == "datapumptask" || name == "datadrivenquerytask") return;
     const std::vector<Property> rest = properties_.Rest();
     NoteKept(name, "the task " + TaskName(), rest, scope_.notes);
     WriteStepOriginal(scope_, rest);

@@ -32,6 +32,17 @@ struct Blob {
 };
 using Value = std::variant<Null, std::int64_t, double, std::string, Blob>;
 
+/// A value of a row in bulk, its bytes copied.
+inline Value ValueOf(const LoadValue& value) {
+  switch (value.GetKind()) {
+    case LoadValue::Kind::Integer: return value.Integer();
+    case LoadValue::Kind::Real: return value.Real();
+    case LoadValue::Kind::Text: return std::string(value.Text());
+    case LoadValue::Kind::Null: break;
+  }
+  return Null{};
+}
+
 /// One entry of a connection's error collection.
 struct ProviderError {
   long number = 0;

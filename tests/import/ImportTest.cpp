@@ -56,6 +56,7 @@ TEST(Import, FilesOfManyStylesGiveTheirDocuments) {
       {"form.frm", {{"TXTSERVER", "DB1"}, {"chkTruncate_Value", "1"}}, "form-known"},
       {"loader.cls", {}, "loader"},
       {"dynamic.bas", {}, "dynamic"},
+      {"query.bas", {}, "query"},
       {"loader.cls",
        {{"daily", "False"}, {"mMode", "2"}, {"Parts", "9"}, {"Server", "DB9"}, {"none", "3"}},
        "loader-known"},

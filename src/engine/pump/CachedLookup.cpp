@@ -9,16 +9,6 @@
 namespace torvik::engine {
 namespace {
 
-ado::Value ParameterOf(const ado::LoadValue& value) {
-  switch (value.GetKind()) {
-    case ado::LoadValue::Kind::Integer: return value.Integer();
-    case ado::LoadValue::Kind::Real: return value.Real();
-    case ado::LoadValue::Kind::Text: return std::string(value.Text());
-    case ado::LoadValue::Kind::Null: break;
-  }
-  return ado::Null{};
-}
-
 /// Equal for equal keys alone: each is preceded by its length, or by what it is without one.
 std::string NameOf(std::span<const ado::LoadValue> keys) {
   std::string name;
@@ -72,7 +62,7 @@ const std::vector<ado::Value>& CachedLookup::FirstRow(std::span<const ado::LoadV
 
 std::vector<ado::Value> CachedLookup::Ask(std::span<const ado::LoadValue> keys) const {
   std::vector<ado::Value> parameters;
-  for (const ado::LoadValue& key : keys) parameters.push_back(ParameterOf(key));
+  for (const ado::LoadValue& key : keys) parameters.push_back(ado::ValueOf(key));
   ado::StatementResult result = connection_.ExecuteWith(sql_, parameters);
   if (result.columns.empty())
     throw PlatformError(0, "the lookup's statement has no result; it must be a SELECT",

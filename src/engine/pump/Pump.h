@@ -44,6 +44,9 @@ struct PumpRequest {
   /// pump.
   std::function<void(std::int64_t)> settle = {};
   ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
+  /// Each row has a last value more: which query it is for, by the scripts' answers ("insert" when
+  /// they do not say).
+  bool choosesQueries = false;
   /// Reading, mapping and loading share something that one thread at a time may use.
   bool onOneThread = false;
 };

@@ -1,6 +1,7 @@
 #include "engine/pump/RowMapper.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/pump/ColumnNames.h"
 #include "engine/pump/Conversion.h"
@@ -65,6 +66,7 @@ RowMapper::RowMapper(const PumpRequest& request)
     for (const std::string& name : script.destinations)
       AddTarget({kNoSource, position++, columnOf(name), script.flags, {}});
   scripted_.resize(position);
+  if (request.choosesQueries) destinations_.push_back("(query)");
 }
 
 void RowMapper::AddTarget(Target target) {
@@ -76,7 +78,8 @@ void RowMapper::AddTarget(Target target) {
 }
 
 std::optional<std::vector<std::size_t>> RowMapper::PlainCopy() const {
-  if (!scripts_.empty() || !effects_.empty()) return std::nullopt;
+  const bool hasQuery = destinations_.size() > targets_.size();
+  if (!scripts_.empty() || !effects_.empty() || hasQuery) return std::nullopt;
   std::vector<std::size_t> positions;
   for (const Target& target : targets_) {
     if (target.source == kNoSource || !target.chain.empty()) return std::nullopt;
@@ -87,7 +90,7 @@ std::optional<std::vector<std::size_t>> RowMapper::PlainCopy() const {
 
 void RowMapper::Map(RowBatch& batch) {
   values_.clear();
-  values_.reserve(batch.RowCount() * targets_.size());
+  values_.reserve(batch.RowCount() * destinations_.size());
   origins_.clear();
   const std::size_t badBefore = batch.BadRows().size();
   for (std::size_t row = 0; row < batch.RowCount() && !ended_; ++row) {
@@ -97,7 +100,7 @@ void RowMapper::Map(RowBatch& batch) {
       MapOnce(batch, row);
     if (ended_) batch.DropBadRowsBehind(batch.Origin(row));
   }
-  batch.SwapRows(values_, targets_.size(), origins_);
+  batch.SwapRows(values_, destinations_.size(), origins_);
   if (badBefore > 0) batch.SortBadRows();
 }
 
@@ -141,6 +144,7 @@ std::optional<unsigned> RowMapper::RunScripts(RowBatch& batch, std::size_t row) 
   }
   if (all & kTransformAbortPump)
     throw MappingError(source_.PlaceOf(batch, row) + ": the script has ended the pump (AbortPump)");
+  if (!error) error = ChooseQuery(all);
   if (!error) return all;
   batch.AddBadRow(OriginOf(batch, row),
                   RowError::Refused({source_.PlaceOf(batch, row)},
@@ -148,10 +152,27 @@ std::optional<unsigned> RowMapper::RunScripts(RowBatch& batch, std::size_t row) 
   return std::nullopt;
 }
 
+/// Why the answers choose no query; nothing when they do.
+std::optional<RowScriptError> RowMapper::ChooseQuery(unsigned answers) {
+  constexpr std::pair<unsigned, const char*> kQueries[] = {{kTransformInsertQuery, "insert"},
+                                                           {kTransformUpdateQuery, "update"},
+                                                           {kTransformDeleteQuery, "delete"},
+                                                           {kTransformUserQuery, "user"}};
+  query_ = kQueries[0].second;
+  int chosen = 0;
+  for (const auto& [bit, name] : kQueries) {
+    if (!(answers & bit)) continue;
+    query_ = name;
+    ++chosen;
+  }
+  if (chosen > 1) return RowScriptError{0, "the scripts choose several queries for one row"};
+  return std::nullopt;
+}
+
 /// A row that fills no column is not loaded.
 void RowMapper::MapOnce(RowBatch& batch, std::size_t row) {
   if (!MapRow(batch, row)) return;
-  if (targets_.empty())
+  if (destinations_.empty())
     batch.CountSkippedRow();
   else
     origins_.push_back(batch.Origin(row));
@@ -172,6 +193,7 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
     }
     values_.push_back(value);
   }
+  if (destinations_.size() > targets_.size()) values_.emplace_back(query_);
   for (const Target& effect : effects_) {
     ado::LoadValue value = effect.source == kNoSource ? ado::LoadValue() : source[effect.source];
     if (Transform(effect, source, value, batch)) continue;

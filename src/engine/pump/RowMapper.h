@@ -25,7 +25,8 @@ class RowMapper {
   /// are.
   explicit RowMapper(const PumpRequest& request);
 
-  /// The destination columns that are filled, as the destination spells them.
+  /// The destination columns that are filled, as the destination spells them, and what stands for
+  /// the query that a row is for.
   const std::vector<std::string>& Destinations() const { return destinations_; }
 
   /// The position of the source column that each destination column gets as it is; nothing when
@@ -54,6 +55,7 @@ class RowMapper {
   void AddTarget(Target target);
   void MapScripted(RowBatch& batch, std::size_t row);
   std::optional<unsigned> RunScripts(RowBatch& batch, std::size_t row);
+  std::optional<RowScriptError> ChooseQuery(unsigned answers);
   void MapOnce(RowBatch& batch, std::size_t row);
   bool MapRow(RowBatch& batch, std::size_t row);
   bool Transform(const Target& target, std::span<const ado::LoadValue> source,
@@ -68,6 +70,7 @@ class RowMapper {
   std::vector<ScriptMapping> scripts_;
   std::vector<ado::LoadValue> scripted_;  // what they have made of the row
   bool ended_ = false;
+  const char* query_ = "insert";  // that the row is for
   std::vector<Target> targets_, effects_;
   std::vector<std::string> destinations_;
   std::vector<ado::LoadValue> values_;

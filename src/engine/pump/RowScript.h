@@ -14,9 +14,13 @@ struct TransformedRow;
 /// What becomes of a row: DTSTransformStatus of the package object model, by its numbers.
 enum TransformStatus : unsigned {
   kTransformOk = 1,
-  kTransformSkipRow = 2,     ///< The row is left out.
-  kTransformSkipFetch = 4,   ///< The same row comes again.
-  kTransformSkipInsert = 8,  ///< Nothing is inserted this time.
+  kTransformSkipRow = 2,         ///< The row is left out.
+  kTransformSkipFetch = 4,       ///< The same row comes again.
+  kTransformSkipInsert = 8,      ///< Nothing is inserted this time.
+  kTransformInsertQuery = 0x10,  ///< The row is for this query of a data-driven query.
+  kTransformUpdateQuery = 0x20,
+  kTransformDeleteQuery = 0x40,
+  kTransformUserQuery = 0x80,
   kTransformError = 0x2000,  ///< The row is rejected.
   kTransformExceptionRow = 0x100,
   kTransformAbortPump = 0x4000,   ///< The pump fails.

@@ -15,27 +15,29 @@
 namespace torvik::engine {
 namespace {
 
-class DataPumpTask final : public Task {
+/// Pumps the rows of a source into whatever takes them.
+class PumpTask final : public Task {
  public:
-  explicit DataPumpTask(TaskReader& reader)
+  PumpTask(TaskReader& reader, std::unique_ptr<const PumpDestination> destination)
       : source_(reader),
-        destination_(reader),
-        settings_(ReadPumpSettings(reader, destination_.IsTable())) {
+        destination_(std::move(destination)),
+        settings_(
+            ReadPumpSettings(reader, destination_->IsDatabase() && !destination_->HasQueries())) {
     namesColumns_ = reader.Table().Find("columns") != nullptr;
     columns_ = reader.TemplateTable("columns");
     transformations_ = ReadTransformations(reader);
     lookups_ = ReadLookups(reader);
   }
 
-  bool CanJoin() const override { return destination_.IsTable(); }
+  bool CanJoin() const override { return destination_->IsDatabase(); }
 
   std::string Describe() const override {
-    std::string text = source_.Describe() + "\n→ " + destination_.Describe();
+    std::string text = source_.Describe() + "\n→ " + destination_->Describe();
     for (const auto& [from, to] : columns_) text += "\n" + from + " → " + to.text;
     return text;
   }
   std::string WhyNot() const override {
-    const std::string reason = destination_.WhyNot();
+    const std::string reason = destination_->WhyNot();
     return reason.empty() ? transformations_.WhyNot() : reason;
   }
 
@@ -43,7 +45,7 @@ class DataPumpTask final : public Task {
     for (const ScriptPlan& script : transformations_.scripts)
       if (script.phase != "row") throw PlatformError(0, transformations_.WhyNot(), "data pump");
     // The destination first: a source in the same database then reads what the transaction wrote.
-    ado::Connection* destination = destination_.Open(context);
+    ado::Connection* destination = destination_->Open(context);
     std::vector<ado::Connection*> others = {destination};
     for (const TransformationPlan& plan : transformations_.columns)
       if (!plan.connection.empty()) others.push_back(&context.ReadDatabase(plan.connection));
@@ -53,22 +55,22 @@ class DataPumpTask final : public Task {
     if (MayEmptyWhatItReads(context))
       if (ado::BulkRead* const query = source.rows->Query()) query->Start();
     // What reads lookups may share neither the source's nor the destination's connection between
-    // two threads.
+    // two threads; nor may queries of rows.
     const bool lookupsShare =
         std::find(others.begin() + 1, others.end(), destination) != others.end() ||
         source.alongside;
-    const TransformationScope scope{context, source.rows->Columns()};
+    const TransformationScope scope{context, source.rows->Columns(), destination_->HasQueries()};
     const PumpJob job{settings_, Columns(scope),
                       NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
-                      lookupsShare};
-    return ResultOf(destination_.Pump(context, job, *source.rows, destination));
+                      lookupsShare, destination_->HasQueries()};
+    return ResultOf(destination_->Pump(context, job, *source.rows, destination));
   }
 
  private:
   bool MayEmptyWhatItReads(TaskContext& context) const {
     if (settings_.load != LoadMode::Truncate) return false;
     const ConnectionSettings from = context.Settings(source_.Connection()),
-                             to = context.Settings(destination_.Connection());
+                             to = context.Settings(destination_->Connection());
     const std::string *const here = from.Find("Data Source"), *const there = to.Find("Data Source");
     return here != nullptr && there != nullptr && EqualsIgnoringCase(*here, *there);
   }
@@ -83,7 +85,7 @@ class DataPumpTask final : public Task {
   }
 
   PumpSource source_;
-  PumpDestination destination_;
+  std::unique_ptr<const PumpDestination> destination_;
   PumpSettings settings_;
   bool namesColumns_ = false;
   std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
@@ -94,7 +96,11 @@ class DataPumpTask final : public Task {
 }  // namespace
 
 std::unique_ptr<Task> ReadDataPumpTask(TaskReader& reader) {
-  return std::make_unique<DataPumpTask>(reader);
+  return std::make_unique<PumpTask>(reader, ReadPumpDestination(reader));
+}
+
+std::unique_ptr<Task> ReadDataDrivenQueryTask(TaskReader& reader) {
+  return std::make_unique<PumpTask>(reader, ReadQueryDestination(reader));
 }
 
 }  // namespace torvik::engine

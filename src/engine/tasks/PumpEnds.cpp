@@ -64,43 +64,66 @@ OpenedSource PumpSource::Open(TaskContext& context,
           alongside};
 }
 
-PumpDestination::PumpDestination(TaskReader& reader) {
-  const ConnectionModel* destination = reader.AnyConnection("destination");
-  if (destination != nullptr) {
-    connection_ = destination->name;
-    isTextFile_ = IsTextFileProvider(destination->provider);
-    isReadOnly_ = IsReadOnlyProvider(destination->provider);
-  }
-  if (!isTextFile_) {
-    table_ = reader.RequiredTemplate("table");
-  } else if (const auto table = reader.Template("table")) {
-    reader.Problem(table->place,
-                   "the destination " + Quoted(connection_) + " is a text file; remove \"table\"");
-  }
-}
+namespace {
 
-std::string PumpDestination::WhyNot() const {
-  return isReadOnly_ ? "the destination " + Quoted(connection_) +
-                           " is an Access, Excel or dBase file, which can be read and not written"
-                     : "";
-}
-
-ado::Connection* PumpDestination::Open(TaskContext& context) const {
-  return isTextFile_ ? nullptr : &context.Database(connection_);
-}
-
-PumpCounts PumpDestination::Pump(TaskContext& context, const PumpJob& job, RowSource& source,
-                                 ado::Connection* connection) const {
-  if (isTextFile_) {
-    const ConnectionSettings settings = context.Settings(connection_);
-    const EngineServices& services = context.Services();
-    const auto target = NewTextTarget(services.files, services.codePages,
-                                      *settings.Find("Data Source"), FormatFor(context, settings));
-    return PumpIntoTarget(context, job, source, *target);
+/// A table of a database, or a text file.
+class TableOrFile final : public PumpDestination {
+ public:
+  explicit TableOrFile(TaskReader& reader) {
+    const ConnectionModel* destination = reader.AnyConnection("destination");
+    if (destination != nullptr) {
+      connection_ = destination->name;
+      isTextFile_ = IsTextFileProvider(destination->provider);
+      isReadOnly_ = IsReadOnlyProvider(destination->provider);
+    }
+    if (!isTextFile_) {
+      table_ = reader.RequiredTemplate("table");
+    } else if (const auto table = reader.Template("table")) {
+      reader.Problem(table->place, "the destination " + Quoted(connection_) +
+                                       " is a text file; remove \"table\"");
+    }
   }
-  const std::string table = context.GlobalVariables().Substitute(table_.text);
-  return PumpIntoTable(context, job, source,
-                       {*connection, table, context.Settings(connection_).DatabaseInWords()});
+
+  bool IsDatabase() const override { return !isTextFile_; }
+  const std::string& Connection() const override { return connection_; }
+  std::string Describe() const override {
+    return connection_ + (table_.text.empty() ? "" : ", table " + table_.text);
+  }
+  std::string WhyNot() const override {
+    return isReadOnly_ ? "the destination " + Quoted(connection_) +
+                             " is an Access, Excel or dBase file, which can be read and not written"
+                       : "";
+  }
+
+  ado::Connection* Open(TaskContext& context) const override {
+    return isTextFile_ ? nullptr : &context.Database(connection_);
+  }
+
+  PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                  ado::Connection* connection) const override {
+    if (isTextFile_) {
+      const ConnectionSettings settings = context.Settings(connection_);
+      const EngineServices& services = context.Services();
+      const auto target =
+          NewTextTarget(services.files, services.codePages, *settings.Find("Data Source"),
+                        FormatFor(context, settings));
+      return PumpIntoTarget(context, job, source, *target);
+    }
+    const std::string table = context.GlobalVariables().Substitute(table_.text);
+    return PumpIntoTable(context, job, source,
+                         {*connection, table, context.Settings(connection_).DatabaseInWords()});
+  }
+
+ private:
+  std::string connection_;
+  bool isTextFile_ = false, isReadOnly_ = false;
+  PlacedText table_;
+};
+
+}  // namespace
+
+std::unique_ptr<const PumpDestination> ReadPumpDestination(TaskReader& reader) {
+  return std::make_unique<TableOrFile>(reader);
 }
 
 }  // namespace torvik::engine

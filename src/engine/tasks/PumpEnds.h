@@ -35,31 +35,33 @@ class PumpSource {
   std::string sql_;
 };
 
-/// The keys "destination" and, for a database, "table".
+/// Where a task's rows go.
 class PumpDestination {
  public:
-  explicit PumpDestination(TaskReader& reader);
+  virtual ~PumpDestination() = default;
 
-  bool IsTable() const { return !isTextFile_; }
-  const std::string& Connection() const { return connection_; }
+  /// False for a text file.
+  virtual bool IsDatabase() const { return true; }
+  /// True for queries that rows choose from.
+  virtual bool HasQueries() const { return false; }
+  virtual const std::string& Connection() const = 0;
   /// "warehouse, table orders".
-  std::string Describe() const {
-    return connection_ + (table_.text.empty() ? "" : ", table " + table_.text);
-  }
+  virtual std::string Describe() const = 0;
   /// Why nothing can be pumped there whatever happens; empty when it can.
-  std::string WhyNot() const;
+  virtual std::string WhyNot() const { return {}; }
 
   /// Null when it is a text file.
-  ado::Connection* Open(TaskContext& context) const;
+  virtual ado::Connection* Open(TaskContext& context) const = 0;
 
   /// Pumps all rows of `source`. `connection` is what Open gave.
-  PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
-                  ado::Connection* connection) const;
-
- private:
-  std::string connection_;
-  bool isTextFile_ = false, isReadOnly_ = false;
-  PlacedText table_;
+  virtual PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                          ado::Connection* connection) const = 0;
 };
+
+/// The keys "destination" and, for a database, "table".
+std::unique_ptr<const PumpDestination> ReadPumpDestination(TaskReader& reader);
+
+/// The keys "destination", "table" and "queries".
+std::unique_ptr<const PumpDestination> ReadQueryDestination(TaskReader& reader);
 
 }  // namespace torvik::engine

@@ -303,7 +303,8 @@ class ScriptedRow final : public RowScript {
             plan.script,
             {scope.context.GlobalVariables(), scope.context.Services(), scope.context.Package(),
              scope.context.Step()},
-            {{"DTSSource", source_}, {"DTSDestination", destination_}, {"DTSLookups", lookups}}) {}
+            {{"DTSSource", source_}, {"DTSDestination", destination_}, {"DTSLookups", lookups}}),
+        choosesQueries_(scope.choosesQueries) {}
 
   unsigned Run(const TransformedRow& row, std::span<LoadValue> values) override {
     static_cast<SourceObject*>(source_.AsObject())->SetRow(row.source);
@@ -322,10 +323,11 @@ class ScriptedRow final : public RowScript {
   }
 
  private:
-  static unsigned Checked(std::int32_t status) {
-    constexpr unsigned kQueries = 0x10 | 0x20 | 0x40 | 0x80;
+  unsigned Checked(std::int32_t status) const {
+    constexpr unsigned kQueries =
+        kTransformInsertQuery | kTransformUpdateQuery | kTransformDeleteQuery | kTransformUserQuery;
     const auto bits = static_cast<unsigned>(status);
-    if (bits & kQueries)
+    if (bits & kQueries && !choosesQueries_)
       throw PlatformError(0,
                           "the script answers " + std::to_string(status) +
                               ": only a data-driven query has queries to choose from",
@@ -335,6 +337,7 @@ class ScriptedRow final : public RowScript {
 
   Value source_, destination_;
   PackageScript script_;
+  const bool choosesQueries_;
 };
 
 }  // namespace

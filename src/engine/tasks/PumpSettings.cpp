@@ -9,6 +9,7 @@
 #include "engine/model/Variables.h"
 #include "engine/pump/Conversion.h"
 #include "engine/pump/ExceptionFile.h"
+#include "engine/pump/RowQueries.h"
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
 #include "platform/Clock.h"
@@ -53,6 +54,7 @@ PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
   request.lastRow = settings.lastRow;
   request.maximumErrorCount = settings.maximumErrorCount;
   request.onOneThread = job.onOneThread;
+  request.choosesQueries = job.choosesQueries;
   auto exceptions = NewExceptionFile(context, settings);
   if (exceptions) request.exceptions = &*exceptions;
   return RunPump(
@@ -92,6 +94,24 @@ PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source, con
       Replace(destination, table.name, staging, loaded);
     };
   return Run(context, job, std::move(request));
+}
+
+/// Loads in the package's transaction, or in one of its own; `load` gets what commits and goes on,
+/// which is empty in the package's.
+PumpCounts InTransaction(
+    TaskContext& context, ado::Connection& connection,
+    const std::function<PumpCounts(const std::function<void()>& commit)>& load) {
+  if (context.Joined()) return load({});
+  if (connection.HasOpenTransaction().value_or(false))
+    throw PlatformError(0,
+                        "an earlier step's SQL text has begun a transaction that is still open on "
+                        "this connection, and the rows cannot have one of their own: end it with "
+                        "COMMIT before, or write join_transaction = true for these steps",
+                        "data pump");
+  OwnTransaction transaction(connection);
+  const PumpCounts counts = load([&] { transaction.CommitAndGoOn(); });
+  transaction.Commit();
+  return counts;
 }
 
 }  // namespace
@@ -143,17 +163,17 @@ unsigned ReadTransformFlags(TaskReader& reader) {
 
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
                          const PumpTable& table) {
-  if (context.Joined()) return Load(context, job, source, table, {});
-  if (table.connection.HasOpenTransaction().value_or(false))
-    throw PlatformError(0,
-                        "an earlier step's SQL text has begun a transaction that is still open on "
-                        "this connection, and the rows cannot have one of their own: end it with "
-                        "COMMIT before, or write join_transaction = true for these steps",
-                        "data pump");
-  OwnTransaction transaction(table.connection);
-  const PumpCounts counts = Load(context, job, source, table, [&] { transaction.CommitAndGoOn(); });
-  transaction.Commit();
-  return counts;
+  return InTransaction(context, table.connection, [&](const std::function<void()>& commit) {
+    return Load(context, job, source, table, commit);
+  });
+}
+
+PumpCounts PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
+                           const PumpTable& table, RowQueries& queries) {
+  const auto target = NewQueryTarget(table.connection, table.name, queries);
+  return InTransaction(context, table.connection, [&](const std::function<void()>&) {
+    return Run(context, job, PumpRequest{source, *target});
+  });
 }
 
 TaskResult ResultOf(const PumpCounts& counts) {

@@ -14,6 +14,7 @@
 namespace torvik::engine {
 
 class TaskReader;
+struct RowQueries;
 
 /// What becomes of the rows that the destination has.
 enum class LoadMode {
@@ -46,18 +47,23 @@ struct PumpJob {
   std::vector<ColumnMapping> columns = {};
   std::vector<ScriptMapping> scripts = {};
   bool onOneThread = false;
+  bool choosesQueries = false;
 };
 
 /// A table of an open database.
 struct PumpTable {
   ado::Connection& connection;
-  std::string name;
-  std::string database;  ///< In words.
+  std::string name;           ///< Of queries: empty when no table tells the columns' types.
+  std::string database = {};  ///< In words.
 };
 
 /// Pumps into a table as the settings say, in the package's transaction or in one of its own.
 PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
                          const PumpTable& table);
+
+/// Runs the queries that rows choose, in the same way.
+PumpCounts PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
+                           const PumpTable& table, RowQueries& queries);
 
 /// What the step's log line says of a pump.
 TaskResult ResultOf(const PumpCounts& counts);

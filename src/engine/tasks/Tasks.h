@@ -11,6 +11,7 @@ class TaskReader;
 /// What each task of the table of kinds is read by.
 std::unique_ptr<Task> ReadExecuteSqlTask(TaskReader& reader);
 std::unique_ptr<Task> ReadDataPumpTask(TaskReader& reader);
+std::unique_ptr<Task> ReadDataDrivenQueryTask(TaskReader& reader);
 std::unique_ptr<Task> ReadBulkInsertTask(TaskReader& reader);
 std::unique_ptr<Task> ReadTransferTablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadExecuteProcessTask(TaskReader& reader);

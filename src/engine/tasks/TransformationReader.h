@@ -18,6 +18,7 @@ class Transformation;
 struct TransformationScope {
   TaskContext& context;
   const std::vector<std::string>& sourceColumns;
+  bool choosesQueries = false;  ///< Scripts may answer which query a row is for.
 };
 
 /// One transformation of a document, checked.

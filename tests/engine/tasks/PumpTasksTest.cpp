@@ -334,5 +334,83 @@ TEST_F(PumpTasksTest, BulkInsertAndTransferOfTables) {
                                              "computed there and stored here\r\n"));
 }
 
+TEST_F(PumpTasksTest, RowsOfADataDrivenQueryChooseTheirQuery) {
+  const std::string choose = R"toml(
+[[steps.transformations]]
+type = "script"
+destinations = ["id", "name"]
+script = '''
+Function Main()
+  DTSDestination("id") = DTSSource("id")
+  DTSDestination("name") = DTSSource("name")
+  Select Case DTSSource("op")
+    Case "I" : Main = DTSTransformStat_InsertQuery
+    Case "U" : Main = DTSTransformStat_UpdateQuery
+    Case "D" : Main = DTSTransformStat_DeleteQuery
+    Case "X" : Main = DTSTransformStat_UserQuery
+    Case "2" : Main = DTSTransformStat_InsertQuery + DTSTransformStat_UpdateQuery
+    Case "S" : Main = DTSTransformStat_SkipRow
+    Case Else : Main = DTSTransformStat_OK
+  End Select
+End Function
+'''
+)toml";
+  const std::string queries = R"toml(
+[[steps.queries]]
+on = "insert"
+sql = "INSERT INTO t (id, name, day) VALUES (?, ?, '${Day}')"
+parameters = ["id", "name"]
+[[steps.queries]]
+on = "update"
+sql = "UPDATE t SET name = ? WHERE id = ?"
+parameters = ["NAME", "id"]
+[[steps.queries]]
+on = "delete"
+sql = "DELETE FROM t WHERE id = ?"
+parameters = ["id"]
+)toml";
+  const struct {
+    const char* changes;  ///< Rows id, name, op.
+    std::string keys;
+    const char* ends;
+    const char* rows;   ///< Of t, which held 1:one and 2:two, afterwards.
+    const char* words;  ///< Of the errors, or of the package's log.
+  } cases[] = {
+      {"(3,'new','I'),(1,'uno','U'),(2,NULL,'D'),(9,NULL,'S'),(4,'ok',''),(8,'none','U')", "", "S",
+       "1:uno 3:new@2024-01-02 4:ok@2024-01-02", "update: 2 rows, 1 changed"},
+      {"(3,'new','I'),(1,'twice','I')", "", "F", "1:one 2:two", "UNIQUE constraint failed: t.id"},
+      {"(3,'new','I'),(1,'twice','I'),(4,NULL,'I'),(5,'late','I')", "maximum_error_count = 2", "S",
+       "1:one 2:two 3:new@2024-01-02 5:late@2024-01-02", "insert: 2 rows, 2 changed"},
+      {"(3,'longer','I')", "", "F", "1:one 2:two", "has 6 characters, 5 fit"},
+      {"(3,'user','X')", "", "F", "1:one 2:two", "the row wants the query user, and there is none"},
+      {"(3,'both','2')", "", "F", "1:one 2:two", "the scripts choose several queries for one row"},
+      {"(3,'new','I')", "join_transaction = true", "S", "1:one 2:two 3:new@2024-01-02", ""},
+      // The source is read on the connection that the queries change.
+      {"(3,'a','I'),(4,'b','I'),(3,'c','U')", "source_table = 'changes'", "S",
+       "1:one 2:two 3:c@2024-01-02 4:b@2024-01-02", "update: 1 rows, 1 changed"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute(
+        "DELETE FROM t; INSERT INTO t VALUES (1, 'one', NULL), (2, 'two', NULL);"
+        "DROP TABLE IF EXISTS changes; CREATE TABLE changes (id INT, name TEXT, op TEXT);"
+        "INSERT INTO changes VALUES " +
+        std::string(c.changes));
+    disk_.Write("P.log", "");
+    const bool isOne = c.keys.find("source_table") != c.keys.npos;
+    std::string text =
+        Head("P") + Step("s", "DataDrivenQuery",
+                         "destination = 'dw'\ntable = 't'\nsource = '" +
+                             std::string(isOne ? "dw" : "dw again") + "'\n" +
+                             (isOne ? "" : "source_sql = 'SELECT * FROM changes'\n") + c.keys +
+                             queries + choose);
+    text.insert(text.find("[global_variables]\n") + 19, "Day = '2024-01-02'\n");
+    Put("P", text);
+    const RunResult result = Run(*Load("P"));
+    EXPECT_EQ(c.ends, result.ends) << c.changes << result.events.errors;
+    EXPECT_EQ(c.rows, Rows()) << c.changes;
+    EXPECT_THAT(result.events.errors + disk_.Read("P.log"), HasSubstr(c.words)) << c.changes;
+  }
+}
+
 }  // namespace
 }  // namespace torvik::engine

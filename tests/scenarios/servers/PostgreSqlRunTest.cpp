@@ -183,6 +183,34 @@ destination = "dw"
 table = "t"
 load = "truncate"
 after = [ { step = "move" } ]
+[[steps]]
+name = "change"
+task = "DataDrivenQuery"
+source = "origin"
+source_sql = "SELECT id, name FROM s WHERE id IN (2, 15000, 4) ORDER BY id"
+destination = "dw"
+table = "t"
+maximum_error_count = 1
+columns = { name = "name" }
+after = [ { step = "again" } ]
+[[steps.queries]]
+on = "insert"
+sql = "INSERT INTO t VALUES (?, ?)"
+parameters = ["id", "name"]
+[[steps.queries]]
+on = "update"
+sql = "UPDATE t SET name = ?, id = -id WHERE id = ?"
+parameters = ["name", "id"]
+[[steps.transformations]]
+type = "script"
+destinations = ["id"]
+script = '''
+Function Main()
+  DTSDestination("id") = DTSSource("id")
+  Main = DTSTransformStat_UpdateQuery
+  If DTSSource("id") = 15000 Then Main = DTSTransformStat_InsertQuery
+End Function
+'''
 )toml");
   std::string status;
   const std::string log = Run(Job("Move_LoadDW", "DTSServer=(local)\nDTSNTAut=TRUE",
@@ -190,9 +218,10 @@ after = [ { step = "move" } ]
                               status);
   EXPECT_EQ(status, "ok\n") << log;
   EXPECT_EQ(sandbox_.Query("SELECT COUNT(*), MIN(name), SUM(id) FROM t", "FaultyDW"),
-            "19999|row 1|199995000\n");
+            "19999|row 1|199994988\n");  // two were turned negative
   EXPECT_THAT(log, HasSubstr("19999 rows, 1 rejected"));
   EXPECT_THAT(log, HasSubstr("\"again\" succeeded: 19999 rows"));
+  EXPECT_THAT(log, HasSubstr("\"change\" succeeded: 2 rows, 1 rejected"));
 }
 
 TEST_F(FaultyRun, EndsWithTheDriversWordsAndTheRightStatusWord) {
