@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "script/Heap.h"
 #include "script/ScriptError.h"
@@ -14,6 +16,20 @@ class Clock;
 namespace torvik::script {
 
 class FileAccess;
+class Value;
+
+/// What a script asks of its host beyond files.
+class HostServices {
+ public:
+  virtual ~HostServices() = default;
+
+  /// The object that CreateObject makes of a class beyond the language's own; nothing when there is
+  /// no such class.
+  virtual std::optional<Value> NewObject(std::string_view className) = 0;
+
+  /// What MsgBox and InputBox show where nobody sees it.
+  virtual void Say(const std::string& text) = 0;
+};
 
 /// What one run may use; passing a limit ends the script.
 struct Limits {
@@ -32,7 +48,8 @@ struct ErrState {
 struct Context {
   Heap& heap;
   Clock& clock;
-  FileAccess* files;  ///< Null: scripts see no files.
+  FileAccess* files;                 ///< Null: scripts see no files.
+  HostServices* services = nullptr;  ///< Null: no further classes, and nobody to talk to.
   ErrState err = {};
   std::uint64_t stepsLeft = 0;
   std::uint32_t random = 0x50000;

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
+
+#include "platform/Text.h"
 
 namespace torvik::script {
 
@@ -97,12 +100,18 @@ ScriptError EndOfScript(int number, const std::string& description) {
   return error;
 }
 
+/// A line that speaks of one may have it in a text; the place is told without it then.
+bool MayHoldPassword(std::string_view line) {
+  const std::string lower = LowerAscii(line);
+  return lower.find("password") != lower.npos || lower.find("pwd") != lower.npos;
+}
+
 }  // namespace
 
 std::string ScriptError::Text() const {
   std::string text = Description() + " (error " + std::to_string(number) + ")";
   if (line > 0) text += " in line " + std::to_string(line) + ", column " + std::to_string(column);
-  if (!sourceLine.empty()) text += ": " + sourceLine;
+  if (!sourceLine.empty() && !MayHoldPassword(sourceLine)) text += ": " + sourceLine;
   return text;
 }
 

@@ -9,6 +9,7 @@ namespace torvik::engine {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 std::string StepOf(const std::string& name, const std::string& keys) {
@@ -50,7 +51,7 @@ TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
       {"Main = DTSTaskExecResult_RetryStep", "the script asks to be run again"},
       {"Main = 7", "the script answers 7, which is no DTSTaskExecResult"},
       {"x = 1 / 0", "Division by zero (error 11) in line 2"},
-      {"CreateObject(\"ADODB.Connection\")", "'ADODB.Connection'"},
+      {"CreateObject(\"ADODB.Command\")", "'ADODB.Command'"},
       {"Do : Loop", "error 18"},
       {"DTSGlobalVariables(\"None\").Value = 1", "the package has no global variable \"None\""},
       {"DTSGlobalVariables(\"Count\").Value = \"x\"", "Type mismatch"},
@@ -305,9 +306,13 @@ TEST_F(Scripts, AScriptChangesTheTasksOfItsPackage) {
       {"On Error Resume Next\nt.Tasks(2).CustomTask.SQLStatement = \"\"\nfailed = Err.Description\n"
        "On Error Goto 0\nIf InStr(failed, \"\"\"sql\"\" is empty\") = 0 Then Err.Raise 5, , failed",
        "", "text\ntext"},
-      {"t.Tasks(\"DTSTask_1\").CustomTask.CommandTimeout = 5",
-       "scripts cannot reach a property \"commandtimeout\" of the task \"DTSTask_1\", a ExecuteSQL",
+      {"For Each name In Array(\"DTSTask_1\", \"program\")\n"
+       "  If name = \"program\" Then x = t.Tasks(name).CustomTask.ProcessCommandLine\n"
+       "  t.Tasks(name).CustomTask.SQLStatement = \"INSERT INTO t VALUES (1)\"\nNext",
+       "scripts cannot reach a property \"SQLStatement\" of the task \"program\", a ExecuteProcess",
        ""},
+      {"t.Tasks(\"DTSTask_1\").CustomTask.CommandTimeout = 5",
+       "Object doesn't support this property or method", ""},
       {"t.Tasks(\"DTSTask_9\").CustomTask.SQLStatement = 5",
        "the package has no task \"DTSTask_9\"", ""},
   };
@@ -326,15 +331,116 @@ TEST_F(Scripts, AScriptChangesTheTasksOfItsPackage) {
   }
 }
 
+TEST_F(Scripts, AScriptWorksOnTheDatabasesOfItsPackage) {
+  const std::string open = "Set con = CreateObject(\"ADODB.Connection\")\ncon.Open \"DW\"\n";
+  const std::string rows = open + "Set rs = con.Execute(\"SELECT id, name FROM t ORDER BY id\")\n";
+  const struct {
+    std::string statements;
+    const char* error;  ///< Of the script; empty: none.
+    const char* rows;   ///< Of t afterwards, whose name at 9 the script may set.
+  } cases[] = {
+      {rows + "Do While Not rs.EOF\n  s = s & rs(\"id\") & rs.Fields(1).Value & \";\" & "
+              "rs.Fields.Count\n"
+              "  rs.MoveNext\nLoop\ncon.Execute \"INSERT INTO t VALUES (9, '\" & s & \"')\"",
+       "", "1|one 2|- 9|1one;22;2"},
+      {rows + "For Each f In rs.Fields\n  s = s & f.Name & \"=\" & f & \" \"\nNext\nrs.MoveFirst\n"
+              "If Not IsNull(rs(\"NAME\")) Then con.Execute \"INSERT INTO t VALUES (9, '\" & s & "
+              "\"')\"",
+       "", "1|one 2|- 9|id=1 name=one "},
+      {"Set rs = CreateObject(\"ADODB.Recordset\")\n"
+       "rs.Open \"SELECT * FROM t WHERE id = 2\", \"Data Source=(LOCAL);Initial Catalog=dw\", 2, "
+       "3\n"
+       "rs(\"name\") = \"two\"\nrs.Update\nrs.Close\n"
+       "If rs.State <> 0 Then Err.Raise 5",
+       "", "1|one 2|two"},
+      {open + "con.BeginTrans\ncon.Execute \"DELETE FROM t\"\ncon.RollbackTrans\ncon.BeginTrans\n"
+              "con.Execute \"UPDATE t SET name = 'x' WHERE id = 1\"\ncon.CommitTrans\n"
+              "con.BeginTrans\ncon.Execute \"DELETE FROM t\"",
+       "", "1|x 2|-"},
+      {open + "On Error Resume Next\ncon.Execute \"SELECT * FROM none\"\ns = "
+              "Err.Description\nErr.Clear\n"
+              "con.Execute \"INSERT INTO t VALUES (9, '\" & Replace(s, \"'\", \"\") & \"')\"",
+       "", "1|one 2|- 9|line 1 of the SQL text: no such table: none"},
+      {open + "Set rs = con.Execute(\"DELETE FROM t WHERE id = 2\")\nx = rs.EOF",
+       "the recordset is closed", "1|one"},
+      {rows + "rs.MoveNext\nrs.MoveNext\nx = rs(0)", "the recordset has no current row",
+       "1|one 2|-"},
+      {rows + "rs.MoveNext\nrs.MoveFirst", "the rows come one after the other", "1|one 2|-"},
+      {rows + "x = rs(\"nome\")", "the recordset has no field \"nome\"", "1|one 2|-"},
+      {"CreateObject(\"ADODB.Connection\").Open \"wd\"", "the package has no connection \"wd\"",
+       "1|one 2|-"},
+      {"CreateObject(\"ADODB.Connection\").Open \"Data Source=(local);Database=dw;PWD='dragon'\"",
+       "a script may not hold a password", "1|one 2|-"},
+      {"CreateObject(\"ADODB.Connection\").Open \"Server=other;Database=dw\"",
+       "no connection of the package leads to the database \"dw\" of \"other\"", "1|one 2|-"},
+      {"CreateObject(\"ADODB.Connection\").Execute \"SELECT 1\"", "the connection is closed",
+       "1|one 2|-"},
+  };
+  warehouse_->Execute("CREATE TABLE t (id INTEGER PRIMARY KEY, name VARCHAR(99))");
+  for (const auto& c : cases) {
+    warehouse_->Execute("DELETE FROM t; INSERT INTO t VALUES (1, 'one'), (2, NULL)");
+    const std::string ended =
+        Ran(StepOf("s", "task = \"Script\"\n" + ScriptKey("script", c.statements)));
+    EXPECT_THAT(ended, StartsWith(*c.error ? "F" : "S")) << c.statements;
+    EXPECT_THAT(ended, HasSubstr(c.error)) << c.statements;
+    EXPECT_THAT(ended + disk_.Read("P.log"), Not(HasSubstr("dragon"))) << c.statements;
+    EXPECT_EQ(c.rows, Query("SELECT * FROM t ORDER BY id")) << c.statements << ended;
+  }
+}
+
+TEST_F(Scripts, ARunThatIsToEndEndsTheStatementOfItsScript) {
+  Put("P", Head("P") +
+               StepOf("s", "task = \"Script\"\n" +
+                               ScriptKey("script",
+                                         "Set con = CreateObject(\"ADODB.Connection\")\n"
+                                         "con.Open \"dw\"\nSet rs = con.Execute(\"WITH RECURSIVE "
+                                         "n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT "
+                                         "COUNT(*) FROM n\")")));
+  package_ = Load("P");
+  struct Impatient final : RecordedEvents {
+    explicit Impatient(dts::Package& running) : package(running) {}
+    void OnIdle() override { package.Cancel(); }
+    dts::Package& package;
+  } events(*package_);
+  EXPECT_THROW(package_->Execute(events), PlatformError);
+  EXPECT_THAT(events.errors, HasSubstr("the execution was cancelled"));
+}
+
+TEST_F(Scripts, BoxesAreAnsweredByThemselvesAndLogged) {
+  const struct {
+    const char* box;
+    const char* answer;
+    const char* line;
+  } cases[] = {
+      {"MsgBox(\"done\")", "1", "MsgBox: done (answered by itself: OK)"},
+      {"MsgBox(\"go on?\", vbYesNo + vbQuestion, \"title\")", "6",
+       "go on? (answered by itself: Yes)"},
+      {"MsgBox(\"delete?\", vbYesNoCancel + vbDefaultButton2)", "7",
+       "delete? (answered by itself: No)"},
+      {"MsgBox(\"\", vbAbortRetryIgnore + 512)", "5", "(answered by itself: Ignore)"},
+      {"MsgBox(\"\", 7 + 768)", "1", "(answered by itself: OK)"},
+      {"InputBox(\"name?\", , \"EMEA\")", "EMEA", "InputBox: name? (answered by itself: EMEA)"},
+      {"InputBox(\"name?\")", "", "InputBox: name? (answered by itself: )"},
+  };
+  for (const auto& c : cases) {
+    disk_.Write("P.log", "");
+    Ran(StepOf("s",
+               "task = \"Script\"\n" + ScriptKey("script", "DTSGlobalVariables(\"Text\").Value = " +
+                                                               std::string(c.box))));
+    EXPECT_EQ(c.answer, std::get<std::string>(package_->GlobalVariables().Value("Text"))) << c.box;
+    EXPECT_THAT(disk_.Read("P.log"), HasSubstr(c.line)) << c.box;
+  }
+}
+
 TEST_F(Scripts, WhatAScriptWillLackIsSaidBeforehand) {
   const struct {
     const char* statements;
     const char* lack;  ///< Empty: nothing.
   } cases[] = {
-      {"Set o = CreateObject(\"ADODB.Connection\")",
-       "line 2 of its script makes ADODB.Connection, which is not there"},
+      {"Set o = CreateObject(\"ADODB.Command\")",
+       "line 2 of its script makes ADODB.Command, which is not there"},
+      {"Set o = CreateObject(\"ADODB.Connection\") : MsgBox 1", ""},
       {"Set o = CreateObject(\"scripting.dictionary\")\nSet p = CreateObject(name) ' MsgBox 1", ""},
-      {"MsgBox \"hello\"", "line 2 of its script uses MsgBox"},
   };
   for (const auto& c : cases) {
     const std::string keys =

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/Dts.h"
+
+namespace torvik::ado {
+class Connection;
+}
 
 namespace torvik::engine {
 
@@ -45,6 +50,10 @@ class PackageControl {
   /// From now on for whoever opens the connection.
   virtual void SetConnectionProperty(const std::string& connection, const std::string& property,
                                      const std::string& value) = 0;
+
+  /// Opens a connection of its own to a database of the package, which no transaction of the
+  /// package's holds; the name must be there.
+  virtual std::unique_ptr<ado::Connection> OpenConnection(const std::string& connection) = 0;
 
   /// A line for the package's log; `step` is who writes it.
   virtual void WriteLog(const std::string& step, std::string_view text) = 0;

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/model/AdoObjects.h"
 #include "engine/model/EngineServices.h"
+#include "engine/model/PackageControl.h"
 #include "engine/model/PackageObjects.h"
 #include "engine/model/ScriptNeeds.h"
 #include "engine/model/TaskReader.h"
@@ -174,16 +176,48 @@ ScriptSource ReadScript(TaskReader& reader, std::string_view key, std::string_vi
   return source;
 }
 
+/// What scripts of packages have beyond the language.
+class PackageScript::Services final : public script::HostServices {
+ public:
+  explicit Services(const Host& host)
+      : package_(host.package),
+        step_(host.step),
+        databases_(std::make_shared<ScriptDatabases>(host.package)) {}
+
+  std::optional<Value> NewObject(std::string_view className) override {
+    return NewAdoObject(className, databases_);
+  }
+  void Say(const std::string& text) override { package_.WriteLog(step_, text); }
+
+  void Cancel() { databases_->Cancel(); }
+
+ private:
+  PackageControl& package_;
+  const std::string step_;
+  const std::shared_ptr<ScriptDatabases> databases_;
+};
+
+PackageScript::~PackageScript() = default;
+
+void PackageScript::Cancel() {
+  script_->Cancel();
+  services_->Cancel();
+}
+
 PackageScript::PackageScript(const ScriptSource& source, const Host& host, Names names)
-    : files_(host.services.files, host.services.codePages.Ansi(), host.services.scriptDirectories) {
+    : services_(std::make_unique<Services>(host)),
+      files_(host.services.files, host.services.codePages.Ansi(), host.services.scriptDirectories) {
   for (const auto& constant : kConstants)
     names.emplace_back(constant.name, Value::OfLong(constant.value));
   names.emplace_back("DTSGlobalVariables",
                      script::NewObject<GlobalVariablesObject>(host.variables, host.package));
   names.emplace_back("DTSPackageLog", NewPackageLogObject(host.package, host.step));
   try {
-    script_ = std::make_unique<script::Script>(
-        source.text, script::Host{.clock = host.services.clock, .names = names, .files = &files_});
+    script_ =
+        std::make_unique<script::Script>(source.text, script::Host{.clock = host.services.clock,
+                                                                   .names = names,
+                                                                   .files = &files_,
+                                                                   .services = services_.get()});
   } catch (const script::ScriptError& error) {
     throw AsPlatformError(error, "the script cannot be compiled");
   }

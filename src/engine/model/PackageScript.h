@@ -37,6 +37,7 @@ class PackageScript {
 
   /// `names` are further objects that the script sees. Throws PlatformError.
   PackageScript(const ScriptSource& source, const Host& host, Names names = {});
+  ~PackageScript();
 
   /// Calls the function and answers its result. Throws ScriptError.
   script::Value Call();
@@ -46,11 +47,14 @@ class PackageScript {
   long CallForNumber(const std::string& what);
 
   /// Ends a call that is running; any thread may call it.
-  void Cancel() { script_->Cancel(); }
+  void Cancel();
 
   script::Heap& Memory() { return script_->Memory(); }
 
  private:
+  class Services;
+
+  std::unique_ptr<Services> services_;
   script::FileAccess files_;
   std::unique_ptr<script::Script> script_;
   int function_ = -1;

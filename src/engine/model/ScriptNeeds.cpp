@@ -4,6 +4,7 @@
 #include <iterator>
 #include <vector>
 
+#include "engine/model/AdoObjects.h"
 #include "platform/Text.h"
 #include "script/Functions.h"
 #include "script/Lexer.h"
@@ -31,11 +32,12 @@ std::string LackAt(const std::vector<Token>& tokens, std::size_t at) {
   const bool isMember = at > 0 && tokens[at - 1].IsSymbol(".");
   if (isMember || tokens[at].kind != TokenKind::Name) return {};
   if (const std::string name = ClassMadeAt(tokens, at); !name.empty())
-    return script::CanCreateObject(name) ? "" : "makes " + name + ", which is not there";
+    return script::CanCreateObject(name) || IsAdoClass(name)
+               ? ""
+               : "makes " + name + ", which is not there";
   if (tokens[at].IsWord("dtserrorrecords") || tokens[at].IsWord("dtstransformphaseinfo"))
     return "uses " + tokens[at].text + ", which is not there";
-  const bool asks = tokens[at].IsWord("msgbox") || tokens[at].IsWord("inputbox");
-  return asks && IsCall(tokens, at) ? "uses " + tokens[at].text + ", which nobody can answer" : "";
+  return {};
 }
 
 }  // namespace

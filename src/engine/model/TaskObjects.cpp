@@ -42,8 +42,8 @@ class TaskPropertyObject final : public script::Object {
   const std::string name_;
 };
 
-/// A task whose members are its properties; those that it has no such property for fail when they
-/// are used.
+/// A task whose members are the properties of all tasks; one that it does not have fails when it is
+/// used.
 class TaskObject final : public script::Object {
  public:
   TaskObject(PackageControl& package, std::size_t step) : package_(package), step_(step) {}
@@ -52,8 +52,8 @@ class TaskObject final : public script::Object {
   int FindMember(std::string_view name) const override {
     const int own = MemberNamed(kMembers, name);
     if (own != NoMember) return own;
-    names_.emplace_back(name);
-    return static_cast<int>(std::size(kMembers) + names_.size()) - 1;
+    const auto property = TaskPropertyNumber(name);
+    return property ? static_cast<int>(std::size(kMembers) + *property) : NoMember;
   }
   Value Invoke(script::Context& context, int member, std::span<const Value> arguments) override {
     if (member == kProperties) {
@@ -79,13 +79,12 @@ class TaskObject final : public script::Object {
                                                   "properties"};
   static constexpr int kName = 0, kId = 1, kCustomTask = 2, kProperties = 3;
 
-  const std::string& NameOf(int member) const {
-    return names_[static_cast<std::size_t>(member) - std::size(kMembers)];
+  static std::string NameOf(int member) {
+    return TaskPropertyName(static_cast<std::size_t>(member) - std::size(kMembers));
   }
 
   PackageControl& package_;
   const std::size_t step_;
-  mutable std::vector<std::string> names_;  // that scripts have asked for
 };
 
 }  // namespace

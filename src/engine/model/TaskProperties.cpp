@@ -118,6 +118,17 @@ const TaskProperty* FindTaskProperty(std::string_view task, std::string_view nam
   return found == std::end(kProperties) ? nullptr : found;
 }
 
+std::optional<std::size_t> TaskPropertyNumber(std::string_view name) {
+  const auto found = std::ranges::find_if(
+      kProperties, [&](const TaskProperty& one) { return EqualsIgnoringCase(one.name, name); });
+  if (found == std::end(kProperties)) return std::nullopt;
+  return static_cast<std::size_t>(found - std::begin(kProperties));
+}
+
+std::string TaskPropertyName(std::size_t number) {
+  return kProperties[number].name;
+}
+
 std::string CustomTaskId(std::string_view task) {
   const auto found = std::ranges::find_if(kIds, [&](const auto& one) { return task == one.first; });
   return found == std::end(kIds) ? "DTS" + std::string(task) + "Task" : found->second;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +27,11 @@ struct TaskProperty {
 
 /// Null when scripts cannot reach such a property. `name` may be in any letter case.
 const TaskProperty* FindTaskProperty(std::string_view task, std::string_view name);
+
+/// A property's name by its number, and the number by the name in any letter case; tasks of several
+/// kinds have properties of one name. Nothing for a name that no task has.
+std::optional<std::size_t> TaskPropertyNumber(std::string_view name);
+std::string TaskPropertyName(std::size_t number);
 
 /// What the object model calls a kind of task: "DTSExecuteSQLTask".
 std::string CustomTaskId(std::string_view task);

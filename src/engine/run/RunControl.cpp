@@ -126,8 +126,7 @@ const TomlTable& RunControl::KeysOf(const StepModel& step) const {
 
 std::string RunControl::ConnectionProperty(const std::string& connection,
                                            const std::string& property) const {
-  ConnectionSettings settings = ResolveConnection(request_.package, connection, request_.variables);
-  Overlay(connection, settings);
+  const ConnectionSettings settings = SettingsOf(connection);
   const auto found = std::ranges::find_if(settings.properties, [&](const auto& one) {
     return EqualsIgnoringCase(one.first, property);
   });
@@ -148,6 +147,18 @@ void RunControl::SetConnectionProperty(const std::string& connection, const std:
                         "package engine");
   const std::lock_guard lock(mutex_);
   changed_[connection][known->name] = value;
+}
+
+ConnectionSettings RunControl::SettingsOf(const std::string& connection) const {
+  const FileServices files{request_.services.files, request_.services.codePages};
+  ConnectionSettings settings =
+      ResolveConnection(request_.package, connection, request_.variables, &files);
+  Overlay(connection, settings);
+  return settings;
+}
+
+std::unique_ptr<ado::Connection> RunControl::OpenConnection(const std::string& connection) {
+  return OpenDatabase(request_.services.databases, connection, SettingsOf(connection));
 }
 
 void RunControl::WriteLog(const std::string& step, std::string_view text) {

@@ -26,8 +26,8 @@ class RunControl final : public PackageControl {
   /// Before a step runs: who brings the steps to threads.
   void Attach(StepThreads& threads) { threads_ = &threads; }
 
-  /// Puts what scripts have set of a connection into its settings.
-  void Overlay(const std::string& connection, ConnectionSettings& settings) const;
+  /// A connection's settings as they are now, with what scripts have set of them.
+  ConnectionSettings SettingsOf(const std::string& connection) const;
 
   /// A step's task as scripts have left it.
   std::shared_ptr<const Task> TaskOf(const StepModel& step) const;
@@ -49,6 +49,7 @@ class RunControl final : public PackageControl {
                                  const std::string& property) const override;
   void SetConnectionProperty(const std::string& connection, const std::string& property,
                              const std::string& value) override;
+  std::unique_ptr<ado::Connection> OpenConnection(const std::string& connection) override;
   void WriteLog(const std::string& step, std::string_view text) override;
 
  private:
@@ -57,6 +58,9 @@ class RunControl final : public PackageControl {
     TomlTable keys;
     std::shared_ptr<const Task> task;
   };
+
+  /// Puts what scripts have set of a connection into its settings.
+  void Overlay(const std::string& connection, ConnectionSettings& settings) const;
 
   /// Throws when there is none of that name.
   const engine::TaskProperty& PropertyOf(const StepModel& step, const std::string& name) const;

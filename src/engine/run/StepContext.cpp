@@ -11,12 +11,7 @@ namespace torvik::engine {
 using Kind = ExecutionEvent::Kind;
 
 ConnectionSettings StepContext::Settings(const std::string& connection) const {
-  const EngineServices& services = shared_.request.services;
-  const FileServices files{services.files, services.codePages};
-  ConnectionSettings settings =
-      ResolveConnection(shared_.request.package, connection, shared_.request.variables, &files);
-  shared_.control.Overlay(connection, settings);
-  return settings;
+  return shared_.control.SettingsOf(connection);
 }
 
 ado::Connection& StepContext::Database(const std::string& connection) {

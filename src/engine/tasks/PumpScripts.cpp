@@ -1,11 +1,10 @@
 #include "engine/tasks/PumpScripts.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <utility>
 
 #include "engine/model/EngineServices.h"
+#include "engine/model/ScriptValues.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/CachedLookup.h"
@@ -15,7 +14,6 @@
 #include "engine/tasks/PumpSettings.h"
 #include "platform/PlatformError.h"
 #include "script/Conversion.h"
-#include "script/DateText.h"
 #include "script/ScriptError.h"
 
 namespace torvik::engine {
@@ -23,65 +21,6 @@ namespace {
 
 using ado::LoadValue;
 using script::Value;
-
-Value ValueOf(const LoadValue& value, script::Heap* heap) {
-  switch (value.GetKind()) {
-    case LoadValue::Kind::Text: return Value::OfText(value.Text(), heap);
-    case LoadValue::Kind::Integer: return Value::OfWhole(value.Integer());
-    case LoadValue::Kind::Real: return Value::OfDouble(value.Real());
-    case LoadValue::Kind::Null: break;
-  }
-  return Value::OfNull();
-}
-
-Value ValueOf(const ado::Value& value, script::Heap* heap) {
-  if (const auto* number = std::get_if<std::int64_t>(&value)) return Value::OfWhole(*number);
-  if (const auto* number = std::get_if<double>(&value)) return Value::OfDouble(*number);
-  if (const auto* text = std::get_if<std::string>(&value)) return Value::OfText(*text, heap);
-  if (const auto* blob = std::get_if<ado::Blob>(&value)) return Value::OfText(blob->bytes, heap);
-  return Value::OfNull();
-}
-
-/// As the engine writes dates; the time only where there is one.
-std::string DateText(double days) {
-  const script::DateParts at = script::PartsOfDate(days);
-  char text[32];
-  const bool hasTime = at.hour != 0 || at.minute != 0 || at.second != 0;
-  const int size =
-      hasTime ? std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", at.year, at.month,
-                              at.day, at.hour, at.minute, at.second)
-              : std::snprintf(text, sizeof text, "%04d-%02d-%02d", at.year, at.month, at.day);
-  return {text, static_cast<std::size_t>(size)};
-}
-
-std::string CurrencyText(std::int64_t tenThousandths) {
-  const bool isNegative = tenThousandths < 0;
-  const auto size = isNegative ? std::uint64_t{0} - static_cast<std::uint64_t>(tenThousandths)
-                               : static_cast<std::uint64_t>(tenThousandths);
-  std::string fraction = std::to_string(10'000 + size % 10'000);
-  fraction[0] = '.';
-  return (isNegative ? "-" : "") + std::to_string(size / 10'000) + fraction;
-}
-
-/// A script's value on its way to a column; `keep` stores a text.
-template <typename Keep>
-LoadValue LoadValueOf(const Value& value, const Keep& keep) {
-  using script::Kind;
-  switch (value.Type()) {
-    case Kind::Empty:
-    case Kind::Null: return {};
-    case Kind::Boolean:
-    case Kind::Byte:
-    case Kind::Integer:
-    case Kind::Long: return value.Whole();
-    case Kind::Single:
-    case Kind::Double: return value.Real();
-    case Kind::Currency: return keep(CurrencyText(value.Whole()));
-    case Kind::Date: return keep(DateText(value.Real()));
-    case Kind::Text: return keep(value.View());
-    default: throw script::TypeMismatch();
-  }
-}
 
 /// One column by its number, for scripts that look it up at run time.
 class ColumnsObject;
@@ -169,7 +108,7 @@ class SourceObject final : public ColumnsObject {
   void SetRow(std::span<const LoadValue> row) { row_ = row; }
 
   Value Item(script::Context& context, int number) override {
-    return ValueOf(row_[positions_[static_cast<std::size_t>(number)]], &context.heap);
+    return ScriptValueOf(row_[positions_[static_cast<std::size_t>(number)]], &context.heap);
   }
   void PutItem(script::Context&, int, const Value&) override {
     throw PlatformError(0, "DTSSource cannot be assigned to; use DTSDestination", "data pump");
@@ -191,7 +130,7 @@ class DestinationObject final : public ColumnsObject {
   }
 
   Value Item(script::Context& context, int number) override {
-    return ValueOf(row_[static_cast<std::size_t>(number)], &context.heap);
+    return ScriptValueOf(row_[static_cast<std::size_t>(number)], &context.heap);
   }
   void PutItem(script::Context&, int number, const Value& value) override {
     row_[static_cast<std::size_t>(number)] =
@@ -225,10 +164,10 @@ class LookupObject final : public script::Object {
     const std::vector<ado::Value>& row = lookup_.FirstRow(keys);
     lastRowCount_ = row.empty() ? 0 : 1;
     if (row.empty()) return Value();
-    if (row.size() == 1) return ValueOf(row[0], &context.heap);
+    if (row.size() == 1) return ScriptValueOf(row[0], &context.heap);
     Value array = script::NewArray(context.heap, row.size());
     for (std::size_t i = 0; i < row.size(); ++i)
-      array.AsArray()->elements[i] = ValueOf(row[i], &context.heap);
+      array.AsArray()->elements[i] = ScriptValueOf(row[i], &context.heap);
     return array;
   }
 
