@@ -79,6 +79,13 @@ Column "DTSPump.DataPumpTransformUpperString"
 '@DataPumpTransformUpperString
 Column "DTSPump.DataPumpTransformLowerString"
 '@DataPumpTransformLowerString
+Make "DataDrivenQueryTask", "DTSDataDrivenQueryTask"
+Set q = t.CustomTask
+q.SourceConnectionID = 1 : q.SourceSQLStatement = "SELECT a FROM s"
+q.DestinationConnectionID = 1 : q.DestinationObjectName = "t"
+q.InsertQuery = "INSERT INTO t VALUES (?)"
+q.InsertQueryColumns.AddColumn "a", 1
+'@DataDrivenQueryTask
 Make "ActiveScriptTask", "DTSActiveScriptTask"
 t.CustomTask.ActiveXScript = "Function Main()" & vbCrLf & "Main = 0" & vbCrLf & "End Function" & vbCrLf & "Function Other()" & vbCrLf & "End Function"
 '@ActiveScriptTask

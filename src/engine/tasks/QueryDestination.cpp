@@ -73,7 +73,7 @@ class QueryDestination final : public PumpDestination {
     const PumpCounts counts = PumpIntoQueries(
         context, job, source, {*connection, variables.Substitute(table_.text)}, queries);
     for (const RowQuery& query : queries.queries)
-      context.Output(query.choice + ": " + std::to_string(query.runs) + " rows, " +
+      context.Output(query.choice + ": " + CountOf(query.runs, "row") + ", " +
                      std::to_string(query.changedRows) + " changed");
     return counts;
   }

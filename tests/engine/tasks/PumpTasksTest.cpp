@@ -387,7 +387,7 @@ parameters = ["id"]
       {"(3,'new','I')", "join_transaction = true", "S", "1:one 2:two 3:new@2024-01-02", ""},
       // The source is read on the connection that the queries change.
       {"(3,'a','I'),(4,'b','I'),(3,'c','U')", "source_table = 'changes'", "S",
-       "1:one 2:two 3:c@2024-01-02 4:b@2024-01-02", "update: 1 rows, 1 changed"},
+       "1:one 2:two 3:c@2024-01-02 4:b@2024-01-02", "update: 1 row, 1 changed"},
   };
   for (const auto& c : cases) {
     warehouse_->Execute(
