@@ -125,6 +125,9 @@ class Files {
   /// them.
   virtual std::error_code ListFiles(const std::string& directory,
                                     std::vector<std::string>& names) = 0;
+  /// The same of the directories in it.
+  virtual std::error_code ListDirectories(const std::string& directory,
+                                          std::vector<std::string>& names) = 0;
 
   /// The path itself when it is a full one, of either spelling; else the path from the current
   /// directory on, in full.

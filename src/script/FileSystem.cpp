@@ -32,6 +32,20 @@ double LocalDate(Clock& clock, std::int64_t nanoseconds) {
   return DateNumber(DaysOfDate(1970, 1, 1), nanoseconds / nanosecondsOfSecond + zone);
 }
 
+Value FolderOf(Context& context, const std::string& path);
+
+/// The position of a member's name; the empty one is the first.
+int NumberOfMember(std::span<const std::string_view> members, std::string_view name) {
+  const auto at = std::ranges::find(members, name.empty() ? members.front() : name);
+  return at == members.end() ? Object::NoMember : static_cast<int>(at - members.begin());
+}
+
+FileStatus StatusAt(Context& context, const std::string& path) {
+  FileStatus status;
+  ThrowIfFailed(context.files->AllFiles().Status(path, status), path);
+  return status;
+}
+
 /// What GetFile tells of a file.
 class FileObject final : public Object {
  public:
@@ -41,61 +55,75 @@ class FileObject final : public Object {
 
   std::string_view TypeName() const override { return "File"; }
   int FindMember(std::string_view name) const override {
-    static constexpr std::string_view members[] = {"path", "name", "size", "datelastmodified"};
-    const auto at = std::ranges::find(members, name.empty() ? "path" : name);
-    return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+    static constexpr std::string_view members[] = {"path", "name", "size", "datelastmodified",
+                                                   "parentfolder"};
+    return NumberOfMember(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
     ExpectArguments(arguments, 0, 0);
-    if (member == 0) return Value::OfText(path_, &context.heap);
-    if (member == 1) return Value::OfText(FileNameOf(path_), &context.heap);
-    FileStatus status;
-    ThrowIfFailed(context.files->AllFiles().Status(path_, status), path_);
-    if (member == 2) return Value::OfWhole(static_cast<std::int64_t>(status.bytes));
-    return Value::OfDate(LocalDate(context.clock, status.changed));
+    switch (member) {
+      case 0: return NewText(context, path_);
+      case 1: return NewText(context, FileNameOf(path_));
+      case 2: return Value::OfWhole(static_cast<std::int64_t>(StatusAt(context, path_).bytes));
+      case 3: return Value::OfDate(LocalDate(context.clock, StatusAt(context, path_).changed));
+      default: return FolderOf(context, std::string(ParentFolderOf(path_)));
+    }
   }
 
  private:
   const std::string path_;
 };
 
-/// The files of a folder, in the order of their names.
-class FilesObject final : public Object {
+/// The files of a folder, or the folders in it, in the order of their names.
+class EntriesObject final : public Object {
  public:
-  FilesObject(Heap& heap, std::string folder) : folder_(std::move(folder)) {
-    CountOn(heap, sizeof(FilesObject) + folder_.size());
+  enum class Kind { Files, Folders };
+
+  EntriesObject(Heap& heap, std::string folder, Kind kind)
+      : folder_(std::move(folder)), kind_(kind) {
+    CountOn(heap, sizeof(EntriesObject) + folder_.size());
   }
 
-  std::string_view TypeName() const override { return "Files"; }
+  std::string_view TypeName() const override { return kind_ == Kind::Files ? "Files" : "Folders"; }
   int FindMember(std::string_view name) const override {
-    return name.empty() || name == "item" ? DefaultMember : name == "count" ? 1 : NoMember;
+    static constexpr std::string_view members[] = {"item", "count"};
+    return NumberOfMember(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
     ExpectArguments(arguments, member == 0 ? 1 : 0, member == 0 ? 1 : 0);
     if (member == 1) return Value::OfLong(static_cast<std::int32_t>(Names(context).size()));
     const std::string path = context.files->Allowed(JoinedPath(folder_, ToText(arguments[0])));
-    if (!context.files->FileExists(path)) throw RuntimeError(53, path);
-    return NewObject<FileObject>(context.heap, path);
+    if (kind_ == Kind::Files && !context.files->FileExists(path)) throw RuntimeError(53, path);
+    if (kind_ == Kind::Folders && !context.files->FolderExists(path)) throw RuntimeError(76, path);
+    return EntryAt(context, path);
   }
   Value Items(Context& context) override {
     const std::vector<std::string> names = Names(context);
     Value array = NewArray(context.heap, names.size());
     for (std::size_t i = 0; i < names.size(); ++i)
-      array.AsArray()->elements[i] =
-          NewObject<FileObject>(context.heap, JoinedPath(folder_, names[i]));
+      array.AsArray()->elements[i] = EntryAt(context, JoinedPath(folder_, names[i]));
     return array;
   }
 
  private:
+  Value EntryAt(Context& context, const std::string& path) const {
+    return kind_ == Kind::Files ? NewObject<FileObject>(context.heap, path)
+                                : FolderOf(context, path);
+  }
+
   std::vector<std::string> Names(Context& context) const {
     std::vector<std::string> names;
-    ThrowIfFailed(context.files->AllFiles().ListFiles(folder_, names), folder_);
+    Files& files = context.files->AllFiles();
+    ThrowIfFailed(kind_ == Kind::Files ? files.ListFiles(folder_, names)
+                                       : files.ListDirectories(folder_, names),
+                  folder_);
     for (const std::string& name : names) context.Work(256 + name.size());
     std::ranges::sort(names);
     return names;
   }
 
   const std::string folder_;
+  const Kind kind_;
 };
 
 /// What GetFolder tells of a folder.
@@ -107,21 +135,42 @@ class FolderObject final : public Object {
 
   std::string_view TypeName() const override { return "Folder"; }
   int FindMember(std::string_view name) const override {
-    static constexpr std::string_view members[] = {"path", "name", "files"};
-    const auto at = std::ranges::find(members, name.empty() ? "path" : name);
-    return at == std::end(members) ? NoMember : static_cast<int>(at - members);
+    static constexpr std::string_view members[] = {
+        "path", "name", "files", "subfolders", "parentfolder", "datelastmodified"};
+    return NumberOfMember(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
-    ExpectArguments(arguments, 0, member == 2 ? 1 : 0);
-    if (member == 0) return NewText(context, path_);
-    if (member == 1) return NewText(context, FileNameOf(path_));
-    const Value files = NewObject<FilesObject>(context.heap, path_);
-    return arguments.empty() ? files : files.AsObject()->Invoke(context, 0, arguments);
+    const bool isList = member == kFiles || member == kSubFolders;
+    ExpectArguments(arguments, 0, isList ? 1 : 0);
+    if (!isList) return Property(context, member);
+    const Value list = NewObject<EntriesObject>(
+        context.heap, path_,
+        member == kFiles ? EntriesObject::Kind::Files : EntriesObject::Kind::Folders);
+    return arguments.empty() ? list : list.AsObject()->Invoke(context, 0, arguments);
   }
 
  private:
+  static constexpr int kPath = 0, kName = 1, kFiles = 2, kSubFolders = 3, kParent = 4;
+
+  Value Property(Context& context, int member) const {
+    switch (member) {
+      case kPath: return NewText(context, path_);
+      case kName: return NewText(context, FileNameOf(path_));
+      case kParent: return FolderOf(context, std::string(ParentFolderOf(path_)));
+      default: return Value::OfDate(LocalDate(context.clock, StatusAt(context, path_).changed));
+    }
+  }
+
   const std::string path_;
 };
+
+/// Throws Path not found, and Permission denied outside of the directories that scripts may use.
+Value FolderOf(Context& context, const std::string& given) {
+  const std::string path = context.files->Allowed(given);
+  if (!context.files->FolderExists(path)) throw RuntimeError(76, path);
+  const bool isOpen = path.size() > 1 && (path.ends_with('/') || path.ends_with('\\'));
+  return NewObject<FolderObject>(context.heap, path.substr(0, path.size() - (isOpen ? 1 : 0)));
+}
 
 std::string Path(Context& context, const Value& value) {
   return context.files->Allowed(ToText(value));
@@ -206,10 +255,7 @@ Value GetFile(Context& context, MemberArguments a) {
 }
 
 Value GetFolder(Context& context, MemberArguments a) {
-  const std::string path = Path(context, a[0]);
-  if (!context.files->FolderExists(path)) throw RuntimeError(76, path);
-  const bool isOpen = path.size() > 1 && (path.ends_with('/') || path.ends_with('\\'));
-  return NewObject<FolderObject>(context.heap, path.substr(0, path.size() - (isOpen ? 1 : 0)));
+  return FolderOf(context, ToText(a[0]));
 }
 
 /// CreateTextFile(path [, overwrite [, unicode]])

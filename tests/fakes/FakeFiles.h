@@ -129,6 +129,15 @@ struct FakeFiles final : Files {
       if (ParentOf(path) == Key(directory)) names.push_back(path.substr(path.rfind('/') + 1));
     return {};
   }
+  std::error_code ListDirectories(const std::string& directory,
+                                  std::vector<std::string>& names) override {
+    names.clear();
+    if (const auto error = Failure(directory)) return error;
+    if (!HasDirectory(Key(directory))) return make_error_code(std::errc::no_such_file_or_directory);
+    for (const std::string& path : directories)
+      if (ParentOf(path) == Key(directory)) names.push_back(path.substr(path.rfind('/') + 1));
+    return {};
+  }
   std::string FullPath(const std::string& path) override {
     return path.find(':') == std::string::npos && path[0] != '/' && path[0] != '\\'
                ? "C:/here/" + path

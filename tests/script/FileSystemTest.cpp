@@ -16,6 +16,8 @@ class FileSystemObject : public testing::Test {
     files.Put("C:/data/in.txt", "one\r\ntwo\n\nlast");
     files.Put("C:/secret/key.txt", "no");
     files.Put("/srv/x/a.tar.gz", "12345");
+    files.Put("/srv/x/b/1.txt", "");
+    files.MakeDirectory("/srv/x/c");
   }
 
   std::string Run(const std::string& statements) {
@@ -53,6 +55,14 @@ TEST_F(FileSystemObject, ReadsAndWrites) {
       {"Set d = f.GetFolder(\"C:\\data\\\") : r = d.Name & d.Files.Count\n"
        "For Each g In d.Files : r = r & g.Path : Next : r = r & d.Files(\"in.txt\").Name",
        "String data1C:\\data\\in.txtin.txt"},
+      {"Set d = f.GetFolder(\"/srv/x\") : For Each s In d.SubFolders : r = r & s.Name & "
+       "s.Files.Count : Next\n"
+       "r = r & d.SubFolders.Count & d.SubFolders(\"b\").Files(\"1.txt\").ParentFolder.Path",
+       "String b1c02/srv/x/b"},
+      {"f.GetFolder(\"/srv/x/b\").SubFolders \"none\"",
+       "! 76 Path not found: '/srv/x/b/none' in line 3"},
+      {"r = f.GetFolder(\"/srv/x\").ParentFolder.Name",
+       "! 70 Permission denied: '/srv' is not below a directory that scripts may use in line 3"},
       {"f.GetFolder \"C:\\data\\none\"", "! 76 Path not found: 'C:\\data\\none' in line 3"},
       {"f.CopyFile \"C:\\data\\in.txt\", \"C:\\data\\in.txt\", False",
        "! 58 File already exists: 'C:\\data\\in.txt' to 'C:\\data\\in.txt' (File exists) in line "

@@ -69,6 +69,9 @@ struct SlowFiles : Files {
   std::error_code Remove(const std::string&) override { return {}; }
   std::error_code MakeDirectory(const std::string&) override { return {}; }
   std::error_code ListFiles(const std::string&, std::vector<std::string>&) override { return {}; }
+  std::error_code ListDirectories(const std::string&, std::vector<std::string>&) override {
+    return {};
+  }
   std::string FullPath(const std::string& path) override { return path; }
   bool IsSameFile(const std::string&, const std::string&) override { return false; }
   bool IsRoot(const std::string&) override { return false; }

@@ -177,20 +177,12 @@ class PosixFiles final : public Files {
 
   std::error_code ListFiles(const std::string& directory,
                             std::vector<std::string>& names) override {
-    names.clear();
-    std::error_code error;
-    const std::string linuxPath = paths_.ToLinux(directory, error);
-    if (error) return error;
-    for (const std::string& name : DirectoryEntries(linuxPath, error)) {
-      // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
-      if (name.find('\\') != std::string::npos) continue;
-      const std::string entry = linuxPath + "/" + name;
-      struct stat status {};
-      const auto failure = StatusOf(entry, status);
-      if (!failure && S_ISREG(status.st_mode)) names.push_back(name);
-      if (failure && !error && IsThereItself(entry)) error = failure;
-    }
-    return error;
+    return List(directory, S_IFREG, names);
+  }
+
+  std::error_code ListDirectories(const std::string& directory,
+                                  std::vector<std::string>& names) override {
+    return List(directory, S_IFDIR, names);
   }
 
   std::string FullPath(const std::string& path) override {
@@ -239,6 +231,24 @@ class PosixFiles final : public Files {
   }
 
  private:
+  /// `type`: of st_mode.
+  std::error_code List(const std::string& directory, mode_t type, std::vector<std::string>& names) {
+    names.clear();
+    std::error_code error;
+    const std::string linuxPath = paths_.ToLinux(directory, error);
+    if (error) return error;
+    for (const std::string& name : DirectoryEntries(linuxPath, error)) {
+      // A '\' in a name would be taken for a separator: such a file cannot be told by a path.
+      if (name.find('\\') != std::string::npos) continue;
+      const std::string entry = linuxPath + "/" + name;
+      struct stat status {};
+      const auto failure = StatusOf(entry, status);
+      if (!failure && (status.st_mode & S_IFMT) == type) names.push_back(name);
+      if (failure && !error && IsThereItself(entry)) error = failure;
+    }
+    return error;
+  }
+
   static std::error_code Append(const std::string& path, std::string_view bytes) {
     const Patience patience = Patience::ForAWord();
     std::error_code error;

@@ -172,6 +172,12 @@ TEST_P(FilesContract, WhatCannotBeDoneSaysWhy) {
   std::vector<std::string> names = {"before"};
   EXPECT_EQ(files_.ListFiles(At("missing"), names), missing);
   EXPECT_TRUE(names.empty());
+  names = {"before"};
+  EXPECT_EQ(files_.ListDirectories(At("missing"), names), missing);
+  EXPECT_TRUE(names.empty());
+  EXPECT_FALSE(files_.MakeDirectory(At("below/deeper")));
+  EXPECT_FALSE(files_.ListDirectories(At(""), names));
+  EXPECT_EQ(names, std::vector<std::string>{"below"});
   EXPECT_FALSE(files_.Remove(At("file")));
   EXPECT_TRUE(files_.CheckReadable(At("file")));
 }
