@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "import/PumpColumns.h"
 #include "import/Remarks.h"
 #include "import/ScriptText.h"
 #include "import/TaskTranslator.h"

@@ -3,10 +3,12 @@
 #include <algorithm>
 
 #include "engine/model/Connections.h"
+#include "engine/model/EngineServices.h"
 #include "engine/model/Problems.h"
 #include "engine/model/Providers.h"
 #include "engine/model/Variables.h"
 #include "engine/run/StepThreads.h"
+#include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
