@@ -90,6 +90,9 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
   const std::string noSql = step + task, sql = noSql + "sql = 'x'\n";
   const std::string pump = step + "task = 'DataPump'\ndestination = 'warehouse'\ntable = 't'\n";
   const std::string process = step + "task = 'ExecuteProcess'\nprogram = 'p'\n";
+  const std::string driven =
+      step + "task = 'DataDrivenQuery'\nsource = 'file'\ndestination = 'warehouse'\n";
+  const std::string query = "[[steps.queries]]\non = 'insert'\nsql = 'x'\n";
   const std::string assign = "[[steps.assignments]]\n";
   const std::string set = step + "task = 'SetVariables'\n", mail = step + "task = 'SendMail'\n";
   const std::string fileTask = step + "task = 'File'\naction = ";
@@ -134,6 +137,10 @@ TEST(PackageDocument, TellsPlaceReasonAndRemedy) {
       {pump + "source = 'file'\nsource_table = 'x'\n", 19, 16, "is a text file"},
       {pump + "source = 'warehouse'\n", 13, 1, "one of \"source_sql\" and \"source_table\""},
       {pump + "source = 'file'\ncolumns = { a = 1 }\n", 19, 17, "write a text"},
+      {driven, 13, 1, "there is no query that a row could choose"},
+      {driven + query + query, 21, 1, "a second query is for \"insert\""},
+      {driven + "join_transaction = true\nmaximum_error_count = 1\n" + query, 18, 20,
+       "cannot be undone alone"},
       {process + "arguments = [ '-p', '${LoginPassword}' ]\n", 17, 21, "in the process list"},
       {process + "arguments = [ 1 ]\n", 17, 15, "write a text"},
       {process + "success_codes = [ '0' ]\n", 17, 19, "write an integer"},

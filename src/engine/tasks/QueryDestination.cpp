@@ -44,9 +44,9 @@ class QueryDestination final : public PumpDestination {
     if (plans_.empty())
       reader.Problem(reader.Table().Place(),
                      "there is no query that a row could choose; add [[steps.queries]]");
-    const TomlValue* const joins = reader.Table().Find("join_transaction");
-    if (joins != nullptr && reader.Whole("maximum_error_count", 0, 0) > 0)
-      reader.Problem(joins->place,
+    const bool joins = reader.Table().Boolean("join_transaction", false);
+    if (joins && reader.Whole("maximum_error_count", 0, 0) > 0)
+      reader.Problem(reader.Table().Find("join_transaction")->place,
                      "a row whose query fails cannot be undone alone in the package's transaction; "
                      "remove \"join_transaction\" or \"maximum_error_count\"");
   }
