@@ -29,13 +29,13 @@ class DynamicAssignments {
   };
 
   void Read(const Object& object);
-  std::string TroubleOf(const Assignment& assignment) const;
-  bool IsSecret(const Assignment& assignment) const;
-  void WriteQuery(const Assignment& assignment) const;
+  std::string TroubleOf(const Assignment& one) const;
+  bool IsSecret(const Assignment& one) const;
+  void WriteQuery(const Assignment& one) const;
   void WriteValues() const;
   void WriteTables() const;
-  void WriteSource(const Assignment& assignment) const;
-  std::string ConnectionOf(const Assignment& assignment) const;
+  void WriteSource(const Assignment& one) const;
+  std::string ConnectionOf(const Assignment& one) const;
 
   TaskScope& scope_;
   std::vector<Assignment> assignments_;

@@ -116,8 +116,11 @@ ObjectPtr AddItem(Recording& recording, Object& collection, const std::vector<Va
       for (std::size_t i = 0; i < std::min(std::size(kLookupParts), arguments.size()); ++i)
         item->Set(kLookupParts[i], arguments[i], line);
   }
-  if (std::ranges::find(collection.items, item) == collection.items.end())
+  const bool isNew = item->collection == nullptr;
+  const bool mayBeThere = !isNew && item->collection != &collection;
+  if (isNew || (mayBeThere && std::ranges::find(collection.items, item) == collection.items.end()))
     collection.items.push_back(item);
+  item->collection = &collection;
   return item;
 }
 

@@ -49,9 +49,9 @@ void AddFacts(std::vector<Property>& facts, const Object& transformation, const 
 
 }  // namespace
 
-std::vector<std::string> ColumnNames(const Object& transformation, const char* collection) {
+std::vector<std::string> ColumnNames(const Object& object, const char* collection) {
   std::vector<std::string> names;
-  const Object* const columns = transformation.Child(collection);
+  const Object* const columns = object.Child(collection);
   if (columns == nullptr) return names;
   std::vector<std::pair<double, std::string>> ordered;
   for (const ObjectPtr& column : columns->items) {

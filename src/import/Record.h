@@ -53,9 +53,10 @@ struct Object {
   int line = 0;
   std::vector<Property> properties;  ///< In the order in which they were first set.
   std::map<std::string, ObjectPtr>
-      children;                  ///< Collections and parts, by their names in lower case.
-  std::vector<ObjectPtr> items;  ///< Of a collection, in their order.
-  std::vector<ObjectPtr> made;   ///< By the collection's New.
+      children;                        ///< Collections and parts, by their names in lower case.
+  std::vector<ObjectPtr> items;        ///< Of a collection, in their order.
+  std::vector<ObjectPtr> made;         ///< By the collection's New.
+  const Object* collection = nullptr;  ///< To which it was added last.
 
   const Property* Find(std::string_view name) const;
   void Set(std::string_view name, Value value, int line);

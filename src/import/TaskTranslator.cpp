@@ -240,7 +240,7 @@ class TaskWriter {
 
   void WriteDynamicProperties() {
     const DynamicAssignments assignments(task_, scope_);
-    if (const std::string trouble = assignments.Trouble(); !trouble.empty())
+    if (const std::string& trouble = assignments.Trouble(); !trouble.empty())
       return WriteNotImported(trouble);
     assignments.Write();
   }

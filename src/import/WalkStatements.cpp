@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 
 #include "engine/model/Variables.h"
 #include "import/Entry.h"
@@ -297,8 +298,9 @@ void Walker::NoteForgotten() {
   std::set<const Object*> seen;
   const std::function<void(const Object&)> look = [&](const Object& object) {
     if (!seen.insert(&object).second) return;
+    const std::set<ObjectPtr> added(object.items.begin(), object.items.end());
     for (const ObjectPtr& made : object.made) {
-      if (std::ranges::find(object.items, made) != object.items.end()) continue;
+      if (added.contains(made)) continue;
       NoteAt(made->line,
              "one of the " + object.kind + " is made and not added to the package: it is left out");
     }

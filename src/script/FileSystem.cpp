@@ -32,7 +32,7 @@ double LocalDate(Clock& clock, std::int64_t nanoseconds) {
   return DateNumber(DaysOfDate(1970, 1, 1), nanoseconds / nanosecondsOfSecond + zone);
 }
 
-Value FolderOf(Context& context, const std::string& path);
+Value FolderOf(Context& context, const std::string& given);
 
 /// The position of a member's name; the empty one is the first.
 int NumberOfMember(std::span<const std::string_view> members, std::string_view name) {
