@@ -8,6 +8,7 @@
 #include "import/PumpTranslator.h"
 #include "import/Remarks.h"
 #include "import/ScriptText.h"
+#include "platform/CommandText.h"
 #include "platform/Text.h"
 
 namespace torvik::importing {
@@ -26,26 +27,6 @@ std::vector<std::string> Parts(std::string_view list, char separator) {
     begin = end + 1;
   }
   return parts;
-}
-
-/// The words of a command line; double quotes hold blanks together.
-std::vector<std::string> Words(std::string_view line) {
-  std::vector<std::string> words;
-  bool isQuoted = false, isOpen = false;
-  for (const char c : line) {
-    if (c == '"') {
-      isQuoted = !isQuoted;
-      if (!isOpen) words.emplace_back();
-      isOpen = true;
-    } else if (!isQuoted && (c == ' ' || c == '\t')) {
-      isOpen = false;
-    } else {
-      if (!isOpen) words.emplace_back();
-      isOpen = true;
-      words.back() += c;
-    }
-  }
-  return words;
 }
 
 /// "\t" and "\n" as two characters mean one.
@@ -158,7 +139,7 @@ class TaskWriter {
   }
 
   void WriteProcess() {
-    const std::vector<std::string> words = Words(properties_.Text("ProcessCommandLine"));
+    const std::vector<std::string> words = SplitCommandText(properties_.Text("ProcessCommandLine"));
     writer_.Text("task", "ExecuteProcess");
     writer_.Text("program", words.empty() ? "" : words[0]);
     if (words.size() > 1) writer_.List("arguments", {words.begin() + 1, words.end()});

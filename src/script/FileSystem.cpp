@@ -34,12 +34,6 @@ double LocalDate(Clock& clock, std::int64_t nanoseconds) {
 
 Value FolderOf(Context& context, const std::string& given);
 
-/// The position of a member's name; the empty one is the first.
-int NumberOfMember(std::span<const std::string_view> members, std::string_view name) {
-  const auto at = std::ranges::find(members, name.empty() ? members.front() : name);
-  return at == members.end() ? Object::NoMember : static_cast<int>(at - members.begin());
-}
-
 FileStatus StatusAt(Context& context, const std::string& path) {
   FileStatus status;
   ThrowIfFailed(context.files->AllFiles().Status(path, status), path);
@@ -57,7 +51,7 @@ class FileObject final : public Object {
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view members[] = {"path", "name", "size", "datelastmodified",
                                                    "parentfolder"};
-    return NumberOfMember(members, name);
+    return MemberNamed(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
     ExpectArguments(arguments, 0, 0);
@@ -87,7 +81,7 @@ class EntriesObject final : public Object {
   std::string_view TypeName() const override { return kind_ == Kind::Files ? "Files" : "Folders"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view members[] = {"item", "count"};
-    return NumberOfMember(members, name);
+    return MemberNamed(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
     ExpectArguments(arguments, member == 0 ? 1 : 0, member == 0 ? 1 : 0);
@@ -137,7 +131,7 @@ class FolderObject final : public Object {
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view members[] = {
         "path", "name", "files", "subfolders", "parentfolder", "datelastmodified"};
-    return NumberOfMember(members, name);
+    return MemberNamed(members, name);
   }
   Value Invoke(Context& context, int member, std::span<const Value> arguments) override {
     const bool isList = member == kFiles || member == kSubFolders;

@@ -1,5 +1,7 @@
 #include "script/Object.h"
 
+#include <algorithm>
+
 #include <string>
 
 #include "script/ScriptError.h"
@@ -51,6 +53,11 @@ void Object::Release() noexcept {
     heap_->Bury(nullptr, this);
   else
     delete this;
+}
+
+int MemberNamed(std::span<const std::string_view> members, std::string_view name) {
+  const auto at = std::ranges::find(members, name.empty() ? members.front() : name);
+  return at == members.end() ? Object::NoMember : static_cast<int>(at - members.begin());
 }
 
 void ExpectArguments(std::span<const Value> arguments, std::size_t least, std::size_t most) {

@@ -73,6 +73,10 @@ Value NewObject(Arguments&&... arguments) {
   return value;
 }
 
+/// The position of a member's name among `members`, the empty one being the first; NoMember when it
+/// is not there.
+int MemberNamed(std::span<const std::string_view> members, std::string_view name);
+
 /// Throws Wrong number of arguments unless there are `least` to `most`.
 void ExpectArguments(std::span<const Value> arguments, std::size_t least, std::size_t most);
 

@@ -366,6 +366,10 @@ TEST_F(Scripts, AScriptWorksOnTheDatabasesOfItsPackage) {
       {rows + "rs.MoveNext\nrs.MoveNext\nx = rs(0)", "the recordset has no current row",
        "1|one 2|-"},
       {rows + "rs.MoveNext\nrs.MoveFirst", "the rows come one after the other", "1|one 2|-"},
+      {rows + "Set f = rs.Fields(1)\nrs.Open \"SELECT id FROM t\", \"dw\"\nIf rs(0) <> 1 Then "
+              "Err.Raise 5\n"
+              "x = f.Value",
+       "the recordset has no such field any more", "1|one 2|-"},
       {rows + "x = rs(\"nome\")", "the recordset has no field \"nome\"", "1|one 2|-"},
       {"CreateObject(\"ADODB.Connection\").Open \"wd\"", "the package has no connection \"wd\"",
        "1|one 2|-"},

@@ -45,6 +45,13 @@ struct OpenRows {
     throw PlatformError(3704, "the recordset is closed; a statement without rows leaves one so",
                         kRecordsetClass);
   }
+
+  /// The rows go before the connection that they came by.
+  void Take(std::shared_ptr<ado::Connection> by, std::unique_ptr<ado::Recordset> opened) {
+    rows = std::move(opened);
+    connection = std::move(by);
+    isAtFirst = true;
+  }
 };
 
 class AdoField final : public script::Object {
@@ -55,22 +62,29 @@ class AdoField final : public script::Object {
   std::string_view TypeName() const override { return "Field"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"value", "name"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
     script::ExpectArguments(arguments, 0, 0);
-    const ado::Recordset& rows = open_->Rows();
+    const ado::Recordset& rows = Rows();
     if (member != 0) return script::NewText(context, rows.FieldName(position_));
     if (rows.Eof()) throw PlatformError(3021, "the recordset has no current row", kRecordsetClass);
     return ScriptValueOf(rows.Field(position_), &context.heap);
   }
   void Put(script::Context&, int member, Arguments, const Value& value) override {
     if (member != 0) script::NoSuchMember("Name");
-    ado::Recordset& rows = open_->Rows();
+    ado::Recordset& rows = Rows();
     rows.SetField(rows.FieldName(position_), AdoValueOf(value));
   }
 
  private:
+  /// The recordset may have been opened anew, with fewer fields.
+  ado::Recordset& Rows() const {
+    ado::Recordset& rows = open_->Rows();
+    if (position_ < rows.FieldCount()) return rows;
+    throw PlatformError(3265, "the recordset has no such field any more", kRecordsetClass);
+  }
+
   const std::shared_ptr<OpenRows> open_;
   const int position_;
 };
@@ -82,7 +96,7 @@ class AdoFields final : public script::Object {
   std::string_view TypeName() const override { return "Fields"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"item", "count"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context&, int member, Arguments arguments) override {
     script::ExpectArguments(arguments, member == 0 ? 1 : 0, member == 0 ? 1 : 0);
@@ -155,9 +169,9 @@ class AdoConnection final : public script::Object {
 
 class AdoRecordset final : public script::Object {
  public:
-  explicit AdoRecordset(std::shared_ptr<ScriptDatabases> databases)
-      : databases_(std::move(databases)), open_(std::make_shared<OpenRows>()) {}
-  explicit AdoRecordset(std::shared_ptr<OpenRows> open) : open_(std::move(open)) {}
+  explicit AdoRecordset(std::shared_ptr<ScriptDatabases> databases,
+                        std::shared_ptr<OpenRows> open = std::make_shared<OpenRows>())
+      : databases_(std::move(databases)), open_(std::move(open)) {}
 
   std::string_view TypeName() const override { return "Recordset"; }
   int FindMember(std::string_view name) const override {
@@ -165,7 +179,7 @@ class AdoRecordset final : public script::Object {
         "fields",           "open",        "close",    "eof",        "bof",
         "movenext",         "movefirst",   "update",   "state",      "source",
         "activeconnection", "recordcount", "locktype", "cursortype", "cursorlocation"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
 
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
@@ -176,7 +190,7 @@ class AdoRecordset final : public script::Object {
     script::ExpectArguments(arguments, 0, member == kOpen ? 5 : 0);
     switch (member) {
       case kOpen: Open(arguments); return {};
-      case kClose: open_->Rows().Close(), *open_ = {}; return {};
+      case kClose: open_->Rows().Close(), open_->Take({}, {}); return {};
       case kEof: return Value::OfBoolean(open_->Rows().Eof());
       case kBof: return Value::OfBoolean(open_->Rows().Eof() && open_->isAtFirst);
       case kMoveNext: open_->Rows().MoveNext(), open_->isAtFirst = false; return {};
@@ -232,7 +246,7 @@ class AdoRecordset final : public script::Object {
             ? ado::CursorOptions{ado::CursorLocation::UseClient, ado::CursorType::Dynamic,
                                  ado::LockType::Pessimistic}
             : ado::CursorOptions{};
-    *open_ = {connection, connection->OpenRecordset(source_, options), true};
+    open_->Take(connection, connection->OpenRecordset(source_, options));
   }
 
   std::shared_ptr<ado::Connection> Connection() const {
@@ -251,7 +265,7 @@ class AdoRecordset final : public script::Object {
                         kRecordsetClass);
   }
 
-  const std::shared_ptr<ScriptDatabases> databases_;  // null for what Execute has given
+  const std::shared_ptr<ScriptDatabases> databases_;
   const std::shared_ptr<OpenRows> open_;
   std::string source_;
   Value connection_;
@@ -263,7 +277,7 @@ int AdoConnection::FindMember(std::string_view name) const {
       "connectionstring", "open",          "close", "execute",  "begintrans",
       "committrans",      "rollbacktrans", "state", "provider", "connectiontimeout",
       "commandtimeout",   "cursorlocation"};
-  return MemberNamed(kMembers, name);
+  return script::MemberNamed(kMembers, name);
 }
 
 Value AdoConnection::Invoke(script::Context& context, int member, Arguments arguments) {
@@ -320,7 +334,7 @@ Value AdoConnection::Execute(const std::string& sql) {
     open->rows = open->connection->OpenRecordset(sql, {});
   else
     open->connection->Execute(sql);
-  return script::NewObject<AdoRecordset>(std::move(open));
+  return script::NewObject<AdoRecordset>(databases_, std::move(open));
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class StepObject final : public script::Object {
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"name", "executionstatus", "executionresult",
                                                     "disablestep", "taskname"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
     script::ExpectArguments(arguments, 0, 0);
@@ -69,7 +69,7 @@ class ConnectionObject final : public script::Object {
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"name",   "datasource", "catalog",
                                                     "userid", "password",   "connectionproperties"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
     if (member == 0) return script::NewText(context, name_);
@@ -107,7 +107,7 @@ class PackageObject final : public script::Object {
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"name", "steps", "connections",
                                                     "globalvariables", "tasks"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, Arguments arguments) override {
     constexpr int kSteps = 1, kConnections = 2, kVariables = 3, kTasks = 4;
@@ -147,7 +147,7 @@ class PackageLogObject final : public script::Object {
   std::string_view TypeName() const override { return "PackageLog"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"writestringtolog", "writetaskrecord"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context&, int member, Arguments arguments) override {
     const std::size_t most = member == 0 ? 1 : 2;

@@ -13,15 +13,9 @@ namespace torvik::engine {
 
 using script::Value;
 
-int MemberNamed(std::span<const std::string_view> members, std::string_view name) {
-  const auto found = std::ranges::find(members, name.empty() ? members.front() : name);
-  return found == members.end() ? script::Object::NoMember
-                                : static_cast<int>(found - members.begin());
-}
-
 int PartsObject::FindMember(std::string_view name) const {
   static constexpr std::string_view kMembers[] = {"item", "count"};
-  return MemberNamed(kMembers, name);
+  return script::MemberNamed(kMembers, name);
 }
 
 Value PartsObject::Invoke(script::Context&, int member, std::span<const Value> arguments) {

@@ -34,7 +34,4 @@ class PartsObject final : public script::Object {
   const Make make_;
 };
 
-/// The position of a member's name; the empty one is the first.
-int MemberNamed(std::span<const std::string_view> members, std::string_view name);
-
 }  // namespace torvik::engine

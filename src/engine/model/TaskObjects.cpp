@@ -25,7 +25,7 @@ class TaskPropertyObject final : public script::Object {
   std::string_view TypeName() const override { return "Property"; }
   int FindMember(std::string_view name) const override {
     static constexpr std::string_view kMembers[] = {"value", "name"};
-    return MemberNamed(kMembers, name);
+    return script::MemberNamed(kMembers, name);
   }
   Value Invoke(script::Context& context, int member, std::span<const Value> arguments) override {
     script::ExpectArguments(arguments, 0, 0);
@@ -50,7 +50,7 @@ class TaskObject final : public script::Object {
 
   std::string_view TypeName() const override { return "Task"; }
   int FindMember(std::string_view name) const override {
-    const int own = MemberNamed(kMembers, name);
+    const int own = script::MemberNamed(kMembers, name);
     if (own != NoMember) return own;
     const auto property = TaskPropertyNumber(name);
     return property ? static_cast<int>(std::size(kMembers) + *property) : NoMember;

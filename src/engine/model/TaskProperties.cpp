@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/CommandText.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -45,22 +46,6 @@ std::string AsTemplate(std::string_view text) {
     result += text[i];
   }
   return result;
-}
-
-/// The words of a command line; double quotes hold blanks together.
-std::vector<std::string> CommandWords(std::string_view line) {
-  std::vector<std::string> words;
-  bool isQuoted = false, isOpen = false;
-  for (const char c : line) {
-    const bool isBetween = !isQuoted && (c == ' ' || c == '\t');
-    if (!isBetween && !isOpen) words.emplace_back();
-    isOpen = !isBetween;
-    if (c == '"')
-      isQuoted = !isQuoted;
-    else if (!isBetween)
-      words.back() += c;
-  }
-  return words;
 }
 
 std::vector<std::string> ListParts(std::string_view list) {
@@ -148,7 +133,7 @@ void SetAmong(TomlTable& keys, const TaskProperty& property, std::string_view te
     case Form::List: return Put(keys, property.key, ArrayOf(ListParts(text), PlaceOf(keys)));
     case Form::Program: break;
   }
-  std::vector<std::string> words = CommandWords(text);
+  std::vector<std::string> words = SplitCommandText(text);
   const std::string program = words.empty() ? "" : words.front();
   if (!words.empty()) words.erase(words.begin());
   Put(keys, property.key, AsTemplate(program));

@@ -192,11 +192,13 @@ void TaskReader::DeclaredVariable(const std::string& name, TextPlace place) {
 const ConnectionModel* TaskReader::AnyConnection(std::string_view key) {
   const PlacedText name = table_.RequiredText(key);
   if (name.text.empty()) return nullptr;
-  std::vector<std::string> names;
-  for (const ConnectionModel& connection : package_.connections) {
+  for (const ConnectionModel& connection : package_.connections)
     if (connection.name == name.text) return &connection;
-    names.push_back(connection.name);
-  }
+  // The nearest name takes long to find among many.
+  constexpr std::size_t kMostCompared = 1000;
+  std::vector<std::string> names;
+  if (package_.connections.size() <= kMostCompared)
+    for (const ConnectionModel& connection : package_.connections) names.push_back(connection.name);
   problems_.Add(name.place, "the package has no connection " + Quoted(name.text) + "; " +
                                 DidYouMean(name.text, names, "add it to [[connections]]"));
   return nullptr;

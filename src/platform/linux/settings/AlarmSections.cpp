@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/CommandText.h"
 #include "platform/Text.h"
 #include "platform/linux/settings/Secret.h"
-#include "platform/linux/system/CommandText.h"
 
 namespace torvik {
 namespace {

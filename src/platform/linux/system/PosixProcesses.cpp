@@ -13,9 +13,9 @@
 #include <filesystem>
 #include <optional>
 
+#include "platform/CommandText.h"
 #include "platform/Text.h"
 #include "platform/linux/system/ChildProcess.h"
-#include "platform/linux/system/CommandText.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/text/LineSplitter.h"
 

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "fakes/TemporaryDirectory.h"
-#include "platform/linux/system/CommandText.h"
+#include "platform/CommandText.h"
 #include "platform/linux/system/ConsoleMessages.h"
 #include "platform/linux/system/PosixProcesses.h"
 #include "platform/linux/system/SystemClock.h"

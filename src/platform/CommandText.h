@@ -1,8 +1,14 @@
-#include "platform/linux/system/CommandText.h"
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace torvik {
 
-std::vector<std::string> SplitCommandText(std::string_view text) {
+/// The words of a command line: split at blanks and tabs, double quotes keep them together and are
+/// dropped. An empty pair of quotes is an empty word; a quote that is not closed goes to the end.
+inline std::vector<std::string> SplitCommandText(std::string_view text) {
   std::vector<std::string> words;
   bool inWord = false;
   bool inQuotes = false;
