@@ -146,7 +146,9 @@ void RunProgram(const std::string& argumentText) {
                                linuxPlatform.settings.limits},
                               ProgramBeside("torvik-admin"),
                               HostName(),
-                              UserName()});
+                              UserName(),
+                              linuxPlatform.expressions.get(),
+                              linuxPlatform.settings.scriptsMayStartPrograms});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;

@@ -121,8 +121,8 @@ struct LoadOptions {
 /// What a statement with parameters gave.
 struct StatementResult {
   std::int64_t changedRows = 0;
-  std::vector<std::string> columns;  ///< Of the last statement that has rows; none: empty.
-  std::vector<Value> firstRow;       ///< Its first row; empty when it gave none.
+  std::vector<std::string> columns;           ///< Of the last statement that has rows; none: empty.
+  std::vector<std::vector<Value>> rows = {};  ///< Its first ones, as many as were asked for.
 };
 
 /// An open database: statements, rows and transactions. Used by one thread at a time, but for
@@ -138,9 +138,13 @@ class Database {
   virtual std::int64_t Execute(const std::string& sql) = 0;
 
   /// The same; each `?` outside texts, quoted names and comments stands for the next of
-  /// `parameters`. Throws when there are more or fewer of them, before anything has run.
-  virtual StatementResult ExecuteWith(const std::string& sql,
-                                      std::span<const Value> parameters) = 0;
+  /// `parameters`. Throws when there are more or fewer of them, before anything has run. Answers
+  /// at most `mostRows` rows.
+  virtual StatementResult ExecuteWith(const std::string& sql, std::span<const Value> parameters,
+                                      std::size_t mostRows) = 0;
+  StatementResult ExecuteWith(const std::string& sql, std::span<const Value> parameters) {
+    return ExecuteWith(sql, parameters, 1);
+  }
 
   /// Has the server compile every statement of `sql` and runs none; throws what it says of the
   /// first that it does not take. What one statement makes is not there for those behind it.

@@ -19,6 +19,7 @@ struct MailMessage {
   std::string subject;
   std::string text;
   std::vector<std::string> attachments;  ///< Paths, spelled the Windows way or the Linux way.
+  bool isHtml = false;                   ///< The text is a page of HTML.
 };
 
 /// Which server takes the message. What is left out is that of the settings, but for the logon:

@@ -11,6 +11,7 @@
 
 namespace torvik {
 class Clock;
+class RegularExpressions;
 }  // namespace torvik
 
 namespace torvik::script {
@@ -48,8 +49,9 @@ struct ErrState {
 struct Context {
   Heap& heap;
   Clock& clock;
-  FileAccess* files;                 ///< Null: scripts see no files.
-  HostServices* services = nullptr;  ///< Null: no further classes, and nobody to talk to.
+  FileAccess* files;                          ///< Null: scripts see no files.
+  HostServices* services = nullptr;           ///< Null: no further classes, and nobody to talk to.
+  RegularExpressions* expressions = nullptr;  ///< Null: scripts have none.
   ErrState err = {};
   std::uint64_t stepsLeft = 0;
   std::uint32_t random = 0x50000;

@@ -6,12 +6,14 @@
 #include "script/Dictionary.h"
 #include "script/FileSystem.h"
 #include "script/Functions.h"
+#include "script/RegExp.h"
 
 namespace torvik::script {
 
 namespace {
 
 constexpr const char* dictionary = "Scripting.Dictionary";
+constexpr const char* regExp = "VBScript.RegExp";
 constexpr const char* fileSystem = "Scripting.FileSystemObject";
 
 Value CreateObject(Context& context, Arguments a) {
@@ -19,6 +21,7 @@ Value CreateObject(Context& context, Arguments a) {
   if (EqualsIgnoringCase(name, dictionary)) return NewObject<Dictionary>(context.heap);
   if (EqualsIgnoringCase(name, fileSystem) && context.files != nullptr)
     return NewFileSystem(context.heap);
+  if (EqualsIgnoringCase(name, regExp) && context.expressions != nullptr) return NewRegExp(context);
   if (context.services != nullptr)
     if (auto object = context.services->NewObject(name)) return std::move(*object);
   throw RuntimeError(429, name);
@@ -75,7 +78,8 @@ constexpr Function objectFunctions[] = {
 }  // namespace
 
 bool CanCreateObject(std::string_view name) {
-  return EqualsIgnoringCase(name, dictionary) || EqualsIgnoringCase(name, fileSystem);
+  return EqualsIgnoringCase(name, dictionary) || EqualsIgnoringCase(name, fileSystem) ||
+         EqualsIgnoringCase(name, regExp);
 }
 
 std::span<const Function> ObjectFunctions() {

@@ -121,6 +121,7 @@ class ExpressionParser {
       return group;
     }
     if (ExpressionPtr word = LiteralWord()) return word;
+    if (token.IsWord("new")) return NewClass();
     return Reference(static_cast<std::size_t>(-1), nullptr);
   }
 
@@ -146,6 +147,20 @@ class ExpressionParser {
     ExpressionPtr literal = NewExpression(ExpressionKind::Literal, cursor_.Take().place);
     literal->literal = value;
     return literal;
+  }
+
+  /// New RegExp, the one class that has no other way to be made: CreateObject("VBScript.RegExp").
+  ExpressionPtr NewClass() {
+    const Place place = cursor_.Take().place;
+    if (!cursor_.TakeWord("regexp")) cursor_.Fail(1010);
+    ExpressionPtr function = NewExpression(ExpressionKind::Name, place);
+    function->name = function->lower = "createobject";
+    ExpressionPtr name = NewExpression(ExpressionKind::Literal, place);
+    name->literal = Value::OfText("VBScript.RegExp");
+    ExpressionPtr call = NewExpression(ExpressionKind::Call, place);
+    AddOperand(cursor_, *call, std::move(function));
+    AddOperand(cursor_, *call, std::move(name));
+    return call;
   }
 
   ExpressionPtr ReferenceStart() {

@@ -14,7 +14,11 @@ struct Script::State {
   State(std::string_view text, const Host& host, const Limits& limits)
       : source(text),
         heap(limits.memoryBytes),
-        context{.heap = *heap, .clock = host.clock, .files = host.files, .services = host.services},
+        context{.heap = *heap,
+                .clock = host.clock,
+                .files = host.files,
+                .services = host.services,
+                .expressions = host.expressions},
         program(Compiled(host)),
         machine(program, context, limits, cancel) {}
 

@@ -20,8 +20,9 @@ struct Host {
   /// Constants and objects by name, in any letter case; a script's own names go before them. The
   /// values are used by the script's thread: scripts of several threads share none.
   std::vector<std::pair<std::string, Value>> names = {};
-  FileAccess* files = nullptr;       ///< Null: no FileSystemObject.
-  HostServices* services = nullptr;  ///< Null: no further classes, and nobody to talk to.
+  FileAccess* files = nullptr;                ///< Null: no FileSystemObject.
+  HostServices* services = nullptr;           ///< Null: no further classes, and nobody to talk to.
+  RegularExpressions* expressions = nullptr;  ///< Null: no RegExp.
 };
 
 /// A script, compiled once and run many times. One thread at a time uses it; Cancel alone may be

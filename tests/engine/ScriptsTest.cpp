@@ -51,7 +51,7 @@ TEST_F(Scripts, ATaskSaysHowItEndsAndSetsVariables) {
       {"Main = DTSTaskExecResult_RetryStep", "the script asks to be run again"},
       {"Main = 7", "the script answers 7, which is no DTSTaskExecResult"},
       {"x = 1 / 0", "Division by zero (error 11) in line 2"},
-      {"CreateObject(\"ADODB.Command\")", "'ADODB.Command'"},
+      {"CreateObject(\"Word.Application\")", "'Word.Application'"},
       {"Do : Loop", "error 18"},
       {"DTSGlobalVariables(\"None\").Value = 1", "the package has no global variable \"None\""},
       {"DTSGlobalVariables(\"Count\").Value = \"x\"", "Type mismatch"},
@@ -334,6 +334,8 @@ TEST_F(Scripts, AScriptChangesTheTasksOfItsPackage) {
 TEST_F(Scripts, AScriptWorksOnTheDatabasesOfItsPackage) {
   const std::string open = "Set con = CreateObject(\"ADODB.Connection\")\ncon.Open \"DW\"\n";
   const std::string rows = open + "Set rs = con.Execute(\"SELECT id, name FROM t ORDER BY id\")\n";
+  const std::string command =
+      "Set c = CreateObject(\"ADODB.Command\")\nc.ActiveConnection = \"dw\"\n";
   const struct {
     std::string statements;
     const char* error;  ///< Of the script; empty: none.
@@ -378,6 +380,30 @@ TEST_F(Scripts, AScriptWorksOnTheDatabasesOfItsPackage) {
       {"CreateObject(\"ADODB.Connection\").Open \"Server=other;Database=dw\"",
        "no connection of the package leads to the database \"dw\" of \"other\"", "1|one 2|-"},
       {"CreateObject(\"ADODB.Connection\").Execute \"SELECT 1\"", "the connection is closed",
+       "1|one 2|-"},
+      {command + "c.CommandText = \"SELECT id, ? AS n FROM t WHERE id >= ? ORDER BY id\"\n"
+                 "c.Parameters.Append c.CreateParameter(\"n\", 200, 1, 9, \"it's\")\n"
+                 "c.Parameters.Append c.CreateParameter(\"from\", 3, 1)\n"
+                 "c.Parameters(\"FROM\") = 1\n"
+                 "Set rs = c.Execute\n"
+                 "Do Until rs.EOF\n  s = s & rs(0) & rs(\"N\") & c.Parameters.Count\n"
+                 "  rs.MoveNext\nLoop\n"
+                 "c.CommandText = \"INSERT INTO t VALUES (?, ?)\"\n"
+                 "If c.Execute(, Array(9, s)).State <> 0 Then Err.Raise 5",
+       "", "1|one 2|- 9|1it's22it's2"},
+      {command + "c.CommandText = \"t\"\nc.CommandType = 2\nIf c.Execute()(\"name\") <> \"one\" "
+                 "Then Err.Raise 5\n"
+                 "c.CommandType = 1\nc.CommandText = \"INSERT INTO t VALUES (9, ?)\"\n"
+                 "c.Execute , Null",
+       "", "1|one 2|- 9|-"},
+      {command + "c.CommandText = \"SELECT ?\"\nc.Execute", "the SQL text", "1|one 2|-"},
+      {command + "c.CreateParameter \"x\", 3, 2", "a parameter cannot bring a value back",
+       "1|one 2|-"},
+      {command + "c.Parameters.Append 5", "Type mismatch", "1|one 2|-"},
+      {command + "c.CommandText = \"SELECT id AS n FROM t WHERE id < ?\"\n"
+                 "Set rs = c.Execute(, 2)\nrs(\"n\") = 7",
+       "the rows of a command cannot be changed", "1|one 2|-"},
+      {"CreateObject(\"ADODB.Command\").Execute", "the command has no ActiveConnection",
        "1|one 2|-"},
   };
   warehouse_->Execute("CREATE TABLE t (id INTEGER PRIMARY KEY, name VARCHAR(99))");
@@ -441,8 +467,8 @@ TEST_F(Scripts, WhatAScriptWillLackIsSaidBeforehand) {
     const char* statements;
     const char* lack;  ///< Empty: nothing.
   } cases[] = {
-      {"Set o = CreateObject(\"ADODB.Command\")",
-       "line 2 of its script makes ADODB.Command, which is not there"},
+      {"Set o = CreateObject(\"Word.Application\")",
+       "line 2 of its script makes Word.Application, which is not there"},
       {"Set o = CreateObject(\"ADODB.Connection\") : MsgBox 1", ""},
       {"Set o = CreateObject(\"scripting.dictionary\")\nSet p = CreateObject(name) ' MsgBox 1", ""},
   };

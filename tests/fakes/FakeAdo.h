@@ -140,7 +140,8 @@ class FakeConnection final : public ado::Connection {
                                               const ado::LoadOptions&) override {
     Refuse();
   }
-  ado::StatementResult ExecuteWith(const std::string&, std::span<const ado::Value>) override {
+  ado::StatementResult ExecuteWith(const std::string&, std::span<const ado::Value>,
+                                   std::size_t) override {
     Refuse();
   }
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string&, bool) override { Refuse(); }

@@ -348,7 +348,11 @@ TEST_P(SqlContract, ExecuteWithPutsEachValueInPlaceOfItsMarker) {
         values);
     EXPECT_EQ(2, result.changedRows);
     EXPECT_EQ(std::vector<std::string>({"s?", "r"}), result.columns);
-    EXPECT_EQ(std::vector<ado::Value>({"Grüße '?'", 1.5}), result.firstRow);
+    EXPECT_EQ(std::vector<ado::Value>({"Grüße '?'", 1.5}), result.rows.at(0));
+    for (const std::size_t most : {0, 1, 2, 3})
+      EXPECT_EQ(std::min<std::size_t>(most, 2),
+                dw_->ExecuteWith("SELECT id FROM t WHERE id >= ?", std::span(values, 1), most)
+                    .rows.size());
     for (const std::size_t count : {1, 3})
       EXPECT_THAT(ErrorOf([&] {
                     dw_->ExecuteWith("DELETE FROM t; SELECT id FROM t WHERE id IN (?, ?)",

@@ -103,7 +103,9 @@ class Peer:
             self.write(name, str(mail[name]))
         faults += [name for name in ("Date", "Message-ID", "MIME-Version") if len(mail.get_all(name, [])) != 1]
         self.write("faults", repr(faults[:3]) if faults or not mail["date"].datetime.tzinfo else "")
-        self.write("text", mail.get_body().get_content())
+        body = mail.get_body()
+        self.write("text", body.get_content())
+        self.write("text-type", body.get_content_type())
         for part in mail.iter_attachments():
             self.write("attachment", part.get_payload(decode=True))
             self.write("attachment-name", part.get_filename())

@@ -22,8 +22,9 @@
 namespace torvik::admin {
 namespace {
 
-constexpr RoomModule kOptional[] = {kOdbcModule, kPostgresModule, kFtpModule,   kSmbModule,
-                                    kMailModule, kPingModule,     kExcelModule, kAccessModule};
+constexpr RoomModule kOptional[] = {kOdbcModule,  kPostgresModule, kFtpModule,
+                                    kSmbModule,   kMailModule,     kPingModule,
+                                    kExcelModule, kAccessModule,   kRegexModule};
 
 constexpr double kGigabyte = 1e9;
 constexpr double kFewGigabytes = 1, kTooFewGigabytes = 0.1;

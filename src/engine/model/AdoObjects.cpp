@@ -1,11 +1,11 @@
-#include "engine/model/AdoObjects.h"
+#include "engine/model/AdoParts.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <utility>
 
-#include "engine/model/PartsObject.h"
 #include "engine/model/Problems.h"
+#include "engine/model/ScriptDatabases.h"
 #include "engine/model/ScriptValues.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
@@ -19,21 +19,6 @@ namespace {
 using script::Value;
 using Arguments = std::span<const Value>;
 
-constexpr const char* kConnectionClass = "ADODB.Connection";
-constexpr const char* kRecordsetClass = "ADODB.Recordset";
-
-bool IsGiven(Arguments arguments, std::size_t position) {
-  return arguments.size() > position && !arguments[position].Is(script::Kind::Missing);
-}
-
-ado::Value AdoValueOf(const Value& value) {
-  std::string kept;
-  return ado::ValueOf(LoadValueOf(value, [&](std::string_view text) {
-    kept = text;
-    return std::string_view(kept);
-  }));
-}
-
 /// Rows that a recordset and its fields share.
 struct OpenRows {
   std::shared_ptr<ado::Connection> connection;  // outlives the rows
@@ -43,7 +28,7 @@ struct OpenRows {
   ado::Recordset& Rows() const {
     if (rows) return *rows;
     throw PlatformError(3704, "the recordset is closed; a statement without rows leaves one so",
-                        kRecordsetClass);
+                        kAdoRecordsetClass);
   }
 
   /// The rows go before the connection that they came by.
@@ -68,7 +53,8 @@ class AdoField final : public script::Object {
     script::ExpectArguments(arguments, 0, 0);
     const ado::Recordset& rows = Rows();
     if (member != 0) return script::NewText(context, rows.FieldName(position_));
-    if (rows.Eof()) throw PlatformError(3021, "the recordset has no current row", kRecordsetClass);
+    if (rows.Eof())
+      throw PlatformError(3021, "the recordset has no current row", kAdoRecordsetClass);
     return ScriptValueOf(rows.Field(position_), &context.heap);
   }
   void Put(script::Context&, int member, Arguments, const Value& value) override {
@@ -82,7 +68,7 @@ class AdoField final : public script::Object {
   ado::Recordset& Rows() const {
     ado::Recordset& rows = open_->Rows();
     if (position_ < rows.FieldCount()) return rows;
-    throw PlatformError(3265, "the recordset has no such field any more", kRecordsetClass);
+    throw PlatformError(3265, "the recordset has no such field any more", kAdoRecordsetClass);
   }
 
   const std::shared_ptr<OpenRows> open_;
@@ -125,13 +111,13 @@ class AdoFields final : public script::Object {
     const std::string name = script::ToText(key);
     for (int i = 0; i < rows.FieldCount(); ++i)
       if (EqualsIgnoringCase(rows.FieldName(i), name)) return i;
-    throw PlatformError(3265, "the recordset has no field " + Quoted(name), kRecordsetClass);
+    throw PlatformError(3265, "the recordset has no field " + Quoted(name), kAdoRecordsetClass);
   }
 
   const std::shared_ptr<OpenRows> open_;
 };
 
-class AdoConnection final : public script::Object {
+class AdoConnection final : public AdoConnectionObject {
  public:
   explicit AdoConnection(std::shared_ptr<ScriptDatabases> databases)
       : databases_(std::move(databases)) {}
@@ -142,9 +128,9 @@ class AdoConnection final : public script::Object {
   void Put(script::Context& context, int member, Arguments indexes, const Value& value) override;
 
   void Open(const std::string& target) { connection_ = databases_->Open(target); }
-  std::shared_ptr<ado::Connection> Opened() const {
+  std::shared_ptr<ado::Connection> Opened() const override {
     if (connection_) return connection_;
-    throw PlatformError(3704, "the connection is closed; open it before", kConnectionClass);
+    throw PlatformError(3704, "the connection is closed; open it before", kAdoConnectionClass);
   }
 
  private:
@@ -159,8 +145,6 @@ class AdoConnection final : public script::Object {
     kState,
     kIgnored  // and those behind it
   };
-
-  Value Execute(const std::string& sql);
 
   const std::shared_ptr<ScriptDatabases> databases_;
   std::string target_;
@@ -240,7 +224,7 @@ class AdoRecordset final : public script::Object {
     if (IsGiven(arguments, 0)) source_ = script::ToText(arguments[0]);
     if (IsGiven(arguments, 1)) connection_ = arguments[1];
     if (IsGiven(arguments, 3)) lockType_ = script::ToLong(arguments[3]);
-    const auto connection = Connection();
+    const auto connection = ActiveConnectionOf(connection_, *databases_);
     const ado::CursorOptions options =
         lockType_ > kReadOnly
             ? ado::CursorOptions{ado::CursorLocation::UseClient, ado::CursorType::Dynamic,
@@ -249,20 +233,13 @@ class AdoRecordset final : public script::Object {
     open_->Take(connection, connection->OpenRecordset(source_, options));
   }
 
-  std::shared_ptr<ado::Connection> Connection() const {
-    if (!connection_.Is(script::Kind::Object)) return databases_->Open(script::ToText(connection_));
-    if (auto* const object = dynamic_cast<AdoConnection*>(connection_.AsObject()))
-      return object->Opened();
-    throw script::TypeMismatch("ActiveConnection");
-  }
-
   void MoveFirst() const {
     open_->Rows();
     if (open_->isAtFirst) return;
     throw PlatformError(3219,
                         "the rows come one after the other: open the recordset again, or keep "
                         "what is needed of them in an array",
-                        kRecordsetClass);
+                        kAdoRecordsetClass);
   }
 
   const std::shared_ptr<ScriptDatabases> databases_;
@@ -292,11 +269,13 @@ Value AdoConnection::Invoke(script::Context& context, int member, Arguments argu
         throw PlatformError(0,
                             "a script may not hold a password; open a connection of the package "
                             "by its name",
-                            kConnectionClass);
+                            kAdoConnectionClass);
       Open(target_);
       return {};
     case kClose: Opened(), connection_.reset(); return {};
-    case kExecute: return Execute(script::ToText(arguments[0]));
+    case kExecute:
+      return NewAdoRecordset(databases_, Opened(),
+                             RunAdoStatement(*Opened(), script::ToText(arguments[0])));
     case kBegin: Opened()->BeginTrans(); return Value::OfLong(1);
     case kCommit: Opened()->CommitTrans(); return {};
     case kRollback: Opened()->RollbackTrans(); return {};
@@ -327,30 +306,45 @@ bool IsQuery(std::string_view sql) {
       });
 }
 
-Value AdoConnection::Execute(const std::string& sql) {
-  auto open = std::make_shared<OpenRows>();
-  open->connection = Opened();
-  if (IsQuery(sql))
-    open->rows = open->connection->OpenRecordset(sql, {});
-  else
-    open->connection->Execute(sql);
-  return script::NewObject<AdoRecordset>(databases_, std::move(open));
-}
-
 }  // namespace
 
-bool IsAdoClass(std::string_view className) {
-  return EqualsIgnoringCase(className, kConnectionClass) ||
-         EqualsIgnoringCase(className, kRecordsetClass);
+bool IsGiven(Arguments arguments, std::size_t position) {
+  return arguments.size() > position && !arguments[position].Is(script::Kind::Missing);
 }
 
-std::optional<Value> NewAdoObject(std::string_view className,
-                                  const std::shared_ptr<ScriptDatabases>& databases) {
-  if (EqualsIgnoringCase(className, kConnectionClass))
-    return script::NewObject<AdoConnection>(databases);
-  if (EqualsIgnoringCase(className, kRecordsetClass))
-    return script::NewObject<AdoRecordset>(databases);
-  return std::nullopt;
+ado::Value AdoValueOf(const Value& value) {
+  std::string kept;
+  return ado::ValueOf(LoadValueOf(value, [&](std::string_view text) {
+    kept = text;
+    return std::string_view(kept);
+  }));
+}
+
+std::shared_ptr<ado::Connection> ActiveConnectionOf(const Value& value,
+                                                    ScriptDatabases& databases) {
+  if (!value.Is(script::Kind::Object)) return databases.Open(script::ToText(value));
+  if (auto* const object = dynamic_cast<AdoConnectionObject*>(value.AsObject()))
+    return object->Opened();
+  throw script::TypeMismatch("ActiveConnection");
+}
+
+std::unique_ptr<ado::Recordset> RunAdoStatement(ado::Connection& connection,
+                                                const std::string& sql) {
+  if (IsQuery(sql)) return connection.OpenRecordset(sql, {});
+  connection.Execute(sql);
+  return nullptr;
+}
+
+Value NewAdoRecordset(const std::shared_ptr<ScriptDatabases>& databases,
+                      std::shared_ptr<ado::Connection> connection,
+                      std::unique_ptr<ado::Recordset> rows) {
+  auto open = std::make_shared<OpenRows>();
+  open->Take(std::move(connection), std::move(rows));
+  return script::NewObject<AdoRecordset>(databases, std::move(open));
+}
+
+Value NewAdoConnection(const std::shared_ptr<ScriptDatabases>& databases) {
+  return script::NewObject<AdoConnection>(databases);
 }
 
 }  // namespace torvik::engine

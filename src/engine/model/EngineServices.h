@@ -16,6 +16,7 @@ class Files;
 class Locks;
 class Mailer;
 class Processes;
+class RegularExpressions;
 
 namespace engine {
 
@@ -39,7 +40,9 @@ struct EngineServices {
   std::vector<std::string> scriptDirectories = {};
   StepLimits limits = {};
   std::string jobRunner = {};  ///< The program that runs jobs, as torvik-admin takes its words.
-  std::string computer = {}, user = {};  ///< Where packages run, and as whom; for logs.
+  std::string computer = {}, user = {};       ///< Where packages run, and as whom; for logs.
+  RegularExpressions* expressions = nullptr;  ///< Null: scripts have none.
+  bool scriptsMayStartPrograms = false;
 };
 
 }  // namespace engine

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "engine/model/AdoObjects.h"
 #include "engine/model/EngineServices.h"
 #include "engine/model/PackageControl.h"
 #include "engine/model/PackageObjects.h"
+#include "engine/model/ScriptClasses.h"
+#include "engine/model/ScriptDatabases.h"
 #include "engine/model/ScriptNeeds.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
@@ -180,21 +181,21 @@ ScriptSource ReadScript(TaskReader& reader, std::string_view key, std::string_vi
 class PackageScript::Services final : public script::HostServices {
  public:
   explicit Services(const Host& host)
-      : package_(host.package),
-        step_(host.step),
-        databases_(std::make_shared<ScriptDatabases>(host.package)) {}
+      : host_(new ScriptHost{host.variables, host.services, host.package, host.step,
+                             std::make_shared<ScriptDatabases>(host.package)}) {}
 
   std::optional<Value> NewObject(std::string_view className) override {
-    return NewAdoObject(className, databases_);
+    return NewScriptObject(className, host_);
   }
-  void Say(const std::string& text) override { package_.WriteLog(step_, text); }
+  void Say(const std::string& text) override { host_->package.WriteLog(host_->step, text); }
 
-  void Cancel() { databases_->Cancel(); }
+  void Cancel() {
+    host_->cancelled = true;
+    host_->databases->Cancel();
+  }
 
  private:
-  PackageControl& package_;
-  const std::string step_;
-  const std::shared_ptr<ScriptDatabases> databases_;
+  const std::shared_ptr<ScriptHost> host_;
 };
 
 PackageScript::~PackageScript() = default;
@@ -213,11 +214,12 @@ PackageScript::PackageScript(const ScriptSource& source, const Host& host, Names
                      script::NewObject<GlobalVariablesObject>(host.variables, host.package));
   names.emplace_back("DTSPackageLog", NewPackageLogObject(host.package, host.step));
   try {
-    script_ =
-        std::make_unique<script::Script>(source.text, script::Host{.clock = host.services.clock,
-                                                                   .names = names,
-                                                                   .files = &files_,
-                                                                   .services = services_.get()});
+    script_ = std::make_unique<script::Script>(
+        source.text, script::Host{.clock = host.services.clock,
+                                  .names = names,
+                                  .files = &files_,
+                                  .services = services_.get(),
+                                  .expressions = host.services.expressions});
   } catch (const script::ScriptError& error) {
     throw AsPlatformError(error, "the script cannot be compiled");
   }

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "engine/model/AdoObjects.h"
 #include "engine/model/PackageControl.h"
 #include "engine/model/Problems.h"
+#include "engine/model/ScriptDatabases.h"
 #include "platform/Ado.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"

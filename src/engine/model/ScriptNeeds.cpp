@@ -4,7 +4,7 @@
 #include <iterator>
 #include <vector>
 
-#include "engine/model/AdoObjects.h"
+#include "engine/model/ScriptClasses.h"
 #include "platform/Text.h"
 #include "script/Functions.h"
 #include "script/Lexer.h"
@@ -32,7 +32,7 @@ std::string LackAt(const std::vector<Token>& tokens, std::size_t at) {
   const bool isMember = at > 0 && tokens[at - 1].IsSymbol(".");
   if (isMember || tokens[at].kind != TokenKind::Name) return {};
   if (const std::string name = ClassMadeAt(tokens, at); !name.empty())
-    return script::CanCreateObject(name) || IsAdoClass(name)
+    return script::CanCreateObject(name) || HasScriptClass(name)
                ? ""
                : "makes " + name + ", which is not there";
   if (tokens[at].IsWord("dtserrorrecords") || tokens[at].IsWord("dtstransformphaseinfo"))

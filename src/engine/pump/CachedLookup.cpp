@@ -67,7 +67,7 @@ std::vector<ado::Value> CachedLookup::Ask(std::span<const ado::LoadValue> keys) 
   if (result.columns.empty())
     throw PlatformError(0, "the lookup's statement has no result; it must be a SELECT",
                         "data pump");
-  return std::move(result.firstRow);
+  return result.rows.empty() ? std::vector<ado::Value>() : std::move(result.rows.front());
 }
 
 }  // namespace torvik::engine

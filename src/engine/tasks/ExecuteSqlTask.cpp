@@ -83,12 +83,12 @@ class ExecuteSqlTask final : public Task {
     VariableChanges changes(variables);
     for (std::size_t i = 0; i < results_.size(); ++i) {
       const std::size_t position = PositionOf(i, result.columns);
-      if (result.firstRow.empty()) continue;
-      changes.Add(results_[i].variable, result.firstRow.at(position),
+      if (result.rows.empty()) continue;
+      changes.Add(results_[i].variable, result.rows.front().at(position),
                   "the result's column " + Quoted(result.columns[position]),
                   "declare it in [global_variables]");
     }
-    if (result.firstRow.empty() && !keepsWithoutRow_)
+    if (result.rows.empty() && !keepsWithoutRow_)
       throw SqlFailure(
           "the last statement that can give rows gave none to set variables from; correct "
           "its WHERE, or write no_row = \"keep\" to leave the variables as they are");

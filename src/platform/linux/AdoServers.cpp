@@ -72,9 +72,9 @@ class AdoConnection final : public ado::Connection {
                                               const ado::LoadOptions& options) override {
     return Database().OpenBulkLoad(table, columns, options);
   }
-  ado::StatementResult ExecuteWith(const std::string& sql,
-                                   std::span<const ado::Value> parameters) override {
-    return Database().ExecuteWith(sql, parameters);
+  ado::StatementResult ExecuteWith(const std::string& sql, std::span<const ado::Value> parameters,
+                                   std::size_t mostRows) override {
+    return Database().ExecuteWith(sql, parameters, mostRows);
   }
   std::unique_ptr<ado::BulkRead> OpenBulkRead(const std::string& sql, bool alongside) override {
     return Database().OpenBulkRead(sql, alongside);

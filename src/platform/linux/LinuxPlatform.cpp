@@ -7,6 +7,7 @@
 #include "platform/linux/history/SqliteRunHistory.h"
 #include "platform/linux/mail/MailCurl.h"
 #include "platform/linux/ping/PingCurl.h"
+#include "platform/linux/regex/PcreExpressions.h"
 #include "platform/linux/settings/ProfileFiles.h"
 #include "platform/linux/settings/RegistryFile.h"
 #include "platform/linux/settings/Secret.h"
@@ -43,6 +44,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
   platform.mail = NewMailCurl(platform.settings.mail, paths);
+  platform.expressions = NewPcreExpressions();
   platform.pings = NewPingCurl(paths);
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
   platform.history = NewSqliteRunHistory(platform.settings.stateDirectory + "/history.db",

@@ -20,6 +20,7 @@
 #include "platform/Process.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
+#include "platform/RegularExpressions.h"
 #include "platform/RunHistory.h"
 #include "platform/Secrets.h"
 #include "platform/Shell.h"
@@ -46,6 +47,7 @@ struct LinuxPlatform {
   std::unique_ptr<wininet::Client> internet;
   std::unique_ptr<Mailer> mail;
   std::unique_ptr<Pinger> pings;
+  std::unique_ptr<RegularExpressions> expressions;
   std::unique_ptr<Registry> registry;
   std::unique_ptr<RunHistory> history;
   std::unique_ptr<Secrets> secrets;

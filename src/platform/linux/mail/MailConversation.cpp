@@ -50,11 +50,11 @@ class Conversation {
       for (const MailAddress& one : *group) Append(recipients_, "<" + one.address + ">");
   }
 
-  void AddText(const std::string& text) {
+  void AddText(const std::string& text, bool isHtml) {
     curl_mimepart* part = NewPart();
     const std::string lines = WithNetworkLineEnds(text);
     Check(curl_mime_data(part, lines.data(), lines.size()));
-    Check(curl_mime_type(part, "text/plain; charset=utf-8"));
+    Check(curl_mime_type(part, isHtml ? "text/html; charset=utf-8" : "text/plain; charset=utf-8"));
     Check(curl_mime_encoder(part, "quoted-printable"));
   }
 
@@ -205,7 +205,7 @@ std::string Converse(const MailDelivery& delivery, const CheckedMail& mail,
                      const std::atomic<bool>& cancelled) {
   Conversation conversation(delivery, cancelled);
   conversation.SetHead(mail);
-  conversation.AddText(mail.text);
+  conversation.AddText(mail.text, mail.isHtml);
   for (const CheckedMail::File& file : mail.attachments) conversation.AddFile(file);
   return conversation.Run();
 }

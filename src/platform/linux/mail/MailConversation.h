@@ -29,6 +29,7 @@ struct CheckedMail {
   std::vector<MailAddress> to, cc, bcc;
   std::string subject;
   std::string text;
+  bool isHtml = false;
   std::vector<File> attachments;
 };
 

@@ -87,6 +87,7 @@ class MailCurl final : public Mailer {
     RefuseControlCharacters(message.subject, "the subject");
     mail.subject = message.subject;
     mail.text = message.text;
+    mail.isHtml = message.isHtml;
     for (const std::string& path : message.attachments) {
       RefuseControlCharacters(path, "the name of an attachment");
       mail.attachments.push_back({Attachment(path), FileName(path)});

@@ -25,6 +25,8 @@ inline constexpr RoomModule kPostgresModule = {"libtorvik-postgres.so", "libpq5"
                                                "PostgreSQL servers"};
 inline constexpr RoomModule kOdbcModule = {"libtorvik-odbc.so", "libodbc2",
                                            "SQL Server and all servers by ODBC"};
+inline constexpr RoomModule kRegexModule = {"libtorvik-regex.so", "libpcre2-8-0",
+                                            "regular expressions in scripts"};
 inline constexpr RoomModule kAccessModule = {"libtorvik-tables-access.so", "libmdb3",
                                              "Access files"};
 inline constexpr RoomModule kExcelModule = {"libtorvik-tables-excel.so",

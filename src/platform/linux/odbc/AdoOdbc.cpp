@@ -118,8 +118,8 @@ class AdoOdbc final : public AdoDatabase {
                            options);
   }
 
-  ado::StatementResult ExecuteWith(const std::string& sql,
-                                   std::span<const ado::Value> parameters) override {
+  ado::StatementResult ExecuteWith(const std::string& sql, std::span<const ado::Value> parameters,
+                                   std::size_t mostRows) override {
     tables_.clear();
     const std::string text = Resolved(sql);
     const auto statements = SplitStatements(text);
@@ -130,12 +130,12 @@ class AdoOdbc final : public AdoDatabase {
     // SQL Server runs one text as one batch: what it declares is known to its end.
     const bool isBatch = session_->Dialect().Server() == OdbcServer::SqlServer;
     if (parameters.empty() || isBatch) {
-      RunWith(parameters.empty() ? text : WithDeclared(text, parameters), {}, result);
+      RunWith(parameters.empty() ? text : WithDeclared(text, parameters), {}, mostRows, result);
       return result;
     }
     // A driver takes the parameters of one statement at a time.
     for (const SqlStatementText& statement : statements) {
-      RunWith(std::string(statement.text), parameters.first(statement.markers), result);
+      RunWith(std::string(statement.text), parameters.first(statement.markers), mostRows, result);
       parameters = parameters.subspan(statement.markers);
     }
     return result;
@@ -211,7 +211,7 @@ class AdoOdbc final : public AdoDatabase {
     return found;
   }
 
-  void RunWith(const std::string& sql, std::span<const ado::Value> parameters,
+  void RunWith(const std::string& sql, std::span<const ado::Value> parameters, std::size_t mostRows,
                ado::StatementResult& result) {
     OdbcStatement statement(*session_);
     statement.LeaveRest();
@@ -222,11 +222,12 @@ class AdoOdbc final : public AdoDatabase {
       result.changedRows += statement.ExecutePrepared(AsSent(parameters));
     }
     for (; statement.ColumnCount() > 0; result.changedRows += statement.ExecuteRest()) {
-      result.columns.clear(), result.firstRow.clear();
-      const bool hasRow = statement.Step();
-      for (int i = 0; i < statement.ColumnCount(); ++i) {
-        result.columns.push_back(statement.ColumnName(i));
-        if (hasRow) result.firstRow.push_back(statement.Column(i));
+      result.columns.clear(), result.rows.clear();
+      const int columns = statement.ColumnCount();
+      for (int i = 0; i < columns; ++i) result.columns.push_back(statement.ColumnName(i));
+      while (result.rows.size() < mostRows && statement.Step()) {
+        std::vector<ado::Value>& row = result.rows.emplace_back();
+        for (int i = 0; i < columns; ++i) row.push_back(statement.Column(i));
       }
     }
   }

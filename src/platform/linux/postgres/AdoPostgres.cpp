@@ -60,8 +60,8 @@ class AdoPostgres final : public AdoDatabase {
       session_->Prepare(statement);
   }
 
-  ado::StatementResult ExecuteWith(const std::string& sql,
-                                   std::span<const ado::Value> parameters) override {
+  ado::StatementResult ExecuteWith(const std::string& sql, std::span<const ado::Value> parameters,
+                                   std::size_t mostRows) override {
     const auto statements = Statements(sql, PgMarkers::Numbered);
     const std::string misfit = MarkerMisfit(CountMarkers(statements), parameters.size());
     if (!misfit.empty()) throw session_->Refusal(misfit);
@@ -71,7 +71,8 @@ class AdoPostgres final : public AdoDatabase {
     for (const PgStatement& statement : statements) {
       const std::span own = std::span(texts).subspan(used, statement.markers);
       used += statement.markers;
-      Take(own.empty() ? session_->Run(statement) : session_->RunWith(statement, own), result);
+      Take(own.empty() ? session_->Run(statement) : session_->RunWith(statement, own), mostRows,
+           result);
     }
     return result;
   }
@@ -145,15 +146,18 @@ class AdoPostgres final : public AdoDatabase {
     return SplitStatements(session_->Resolved(sql), markers);
   }
 
-  static void Take(const PgResult& from, ado::StatementResult& result) {
+  static void Take(const PgResult& from, std::size_t mostRows, ado::StatementResult& result) {
     result.changedRows += ChangedRows(from.get());
     const int columns = PQnfields(from.get());
     if (columns == 0) return;
     result.columns.clear();
-    result.firstRow.clear();
-    for (int column = 0; column < columns; ++column) {
+    result.rows.resize(std::min(mostRows, static_cast<std::size_t>(PQntuples(from.get()))));
+    for (int column = 0; column < columns; ++column)
       result.columns.emplace_back(PQfname(from.get(), column));
-      if (PQntuples(from.get()) > 0) result.firstRow.push_back(ValueAt(from.get(), 0, column));
+    for (std::size_t row = 0; row < result.rows.size(); ++row) {
+      result.rows[row].clear();
+      for (int column = 0; column < columns; ++column)
+        result.rows[row].push_back(ValueAt(from.get(), static_cast<int>(row), column));
     }
   }
 

@@ -86,6 +86,7 @@ struct Settings {
 
   /// In which scripts may use files, in either spelling. Empty: in none.
   std::vector<std::string> scriptDirectories;
+  bool scriptsMayStartPrograms = false;  ///< By WScript.Shell.
 
   /// What is started in place of a program of the original platform, by small letters: a command
   /// line, behind which its arguments go.

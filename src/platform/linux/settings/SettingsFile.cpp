@@ -313,8 +313,10 @@ class SettingsParser {
   }
 
   std::string ReadScriptsKey(const std::string& key, const std::string& value) {
+    if (key == "shell") return ReadYesNo(key, value, settings_.scriptsMayStartPrograms);
     if (key != "directories")
-      return "[scripts] has no key \"" + key + "\"; there is directories, separated by \";\"";
+      return "[scripts] has no key \"" + key +
+             "\"; there are directories, separated by \";\", and shell";
     for (std::size_t begin = 0; begin <= value.size();) {
       const std::size_t end = std::min(value.find(';', begin), value.size());
       const std::string directory(IniValue(std::string_view(value).substr(begin, end - begin)));

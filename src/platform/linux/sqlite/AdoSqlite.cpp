@@ -141,8 +141,8 @@ class AdoSqlite final : public AdoDatabase {
     return options.keepsNulls ? open(picked) : NewDefaultsLoad(picked, open);
   }
 
-  ado::StatementResult ExecuteWith(const std::string& sql,
-                                   std::span<const ado::Value> parameters) override {
+  ado::StatementResult ExecuteWith(const std::string& sql, std::span<const ado::Value> parameters,
+                                   std::size_t mostRows) override {
     const std::string text = session_->Resolve(sql);
     if (const auto misfit = MarkerMisfit(CountMarkers(SplitStatements(text)), parameters.size());
         !misfit.empty())
@@ -151,7 +151,7 @@ class AdoSqlite final : public AdoDatabase {
     for (SqlScript script(text); !script.AtEnd();) {
       const auto statement = script.Next(*session_);
       parameters = Bind(*statement, parameters);
-      RunWhole(*statement, result);
+      RunWhole(*statement, mostRows, result);
     }
     return result;
   }
@@ -222,13 +222,16 @@ class AdoSqlite final : public AdoDatabase {
     return parameters.subspan(count);
   }
 
-  static void RunWhole(SqliteStatement& statement, ado::StatementResult& result) {
-    bool isFirst = true;
+  static void RunWhole(SqliteStatement& statement, std::size_t mostRows,
+                       ado::StatementResult& result) {
     const int columns = statement.ColumnCount();
-    if (columns > 0) result.columns.clear(), result.firstRow.clear();
+    if (columns > 0) result.columns.clear(), result.rows.clear();
     for (int i = 0; i < columns; ++i) result.columns.push_back(statement.ColumnName(i));
-    for (; statement.Step(); isFirst = false)
-      for (int i = 0; isFirst && i < columns; ++i) result.firstRow.push_back(statement.Column(i));
+    while (statement.Step()) {
+      if (result.rows.size() == mostRows) continue;
+      std::vector<ado::Value>& row = result.rows.emplace_back();
+      for (int i = 0; i < columns; ++i) row.push_back(statement.Column(i));
+    }
     result.changedRows += statement.ChangedRows();
   }
 

@@ -87,6 +87,16 @@ TEST_F(MailCurlTest, AMailArrivesAsItWasWritten) {
   EXPECT_THAT(peer_->Read("commands"), HasSubstr("RCPT TO:<hidden@example.com>"));
 }
 
+TEST_F(MailCurlTest, APageArrivesAsOne) {
+  for (const bool isHtml : {false, true}) {
+    Start("");
+    MailMessage message = Plain();
+    message.isHtml = isHtml;
+    EXPECT_EQ(Send(message), "250 2.0.0 queued as 4711");
+    EXPECT_EQ(peer_->Read("text-type"), isHtml ? "text/html" : "text/plain");
+  }
+}
+
 TEST_F(MailCurlTest, ProtectionAndLogonAreAsTheSettingsSay) {
   const std::string login = "login etl geheim\nneed-login\noffer AUTH\n", tls = "offer STARTTLS\n";
   const struct {

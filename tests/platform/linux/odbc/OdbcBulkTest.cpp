@@ -39,14 +39,14 @@ TEST_F(OdbcBulk, ParametersGoToTheMarkersOfAllStatementsInOrder) {
       values);
   EXPECT_EQ(2, result.changedRows);
   EXPECT_THAT(result.columns, testing::ElementsAre("a", "b"));
-  EXPECT_THAT(result.firstRow, testing::ElementsAre(std::int64_t{1}, "it's"));
+  EXPECT_THAT(result.rows.at(0), testing::ElementsAre(std::int64_t{1}, "it's"));
   EXPECT_THAT(ErrorOf([&] {
                 dw_->ExecuteWith("DELETE FROM t; SELECT ?, ?", {values, 1});
               }),
               HasSubstr("2 markers \"?\" for 1 parameters"));
   const auto plain = dw_->ExecuteWith("SELECT a FROM t ORDER BY a; DELETE FROM t; SELECT 1", {});
   EXPECT_EQ(2, plain.changedRows);
-  EXPECT_THAT(plain.firstRow, testing::ElementsAre(std::int64_t{1}));
+  EXPECT_THAT(plain.rows.at(0), testing::ElementsAre(std::int64_t{1}));
 }
 
 TEST_F(OdbcBulk, ABulkReadStaysAsItWasWhileOtherStatementsRun) {

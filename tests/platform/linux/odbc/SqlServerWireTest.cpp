@@ -216,7 +216,7 @@ TEST(SqlServerWire, ATextWithParametersIsOneBatch) {
       "DECLARE @o int; EXEC p ?, @o OUTPUT; -- ?\n"
       "IF ? > '?' BEGIN INSERT [t?] VALUES (?, ?, ?); END SELECT @o",
       values);
-  EXPECT_EQ(std::vector<ado::Value>({std::int64_t{14}}), result.firstRow);
+  EXPECT_EQ(std::vector<ado::Value>({std::int64_t{14}}), result.rows.at(0));
   // The log has a line for each line of a text.
   EXPECT_THAT(
       peer.Log(),

@@ -118,7 +118,7 @@ TEST_F(AdoPostgres, ALoadedValueIsWhatTheServerReadsInItsText) {
           std::string("SELECT v::text IS NOT DISTINCT FROM CAST(CAST(? AS text) AS ") + c.type +
               ")::text FROM t WHERE key = 2",
           std::span(&parameter, 1));
-      EXPECT_EQ(std::vector<ado::Value>{std::int64_t{1}}, same.firstRow);
+      EXPECT_EQ(std::vector<ado::Value>{std::int64_t{1}}, same.rows.at(0));
       EXPECT_EQ("1", Rows("SELECT COUNT(*) FROM t WHERE v IS NULL"));
     }
   }

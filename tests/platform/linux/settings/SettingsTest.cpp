@@ -22,7 +22,8 @@ TEST(Settings, TakesTheFileOver) {
           "share \\\\Files\\In = \"/mnt/a ; b\" ; comment\n"
           "[ftp]\nMode = Passive ; or active\ntls = require\ntimeout = 5\nport=65535\ntype=Binary\n"
           "certificates = /etc/ftp.pem\n"
-          "[scripts]\ndirectories = C:\\in; /srv/lists;\n[run]\nwait_for_other_run = 60\n"
+          "[scripts]\ndirectories = C:\\in; /srv/lists;\nshell = yes\n[run]\nwait_for_other_run = "
+          "60\n"
           "[mail]\nserver = mail ; x\nport = 587\ntls = Require\nuser = etl\n"
           "password_file = /etc/mail\nfrom = Torvik <t@example.com>\ntimeout = 9\n"
           "certificates = /etc/mail.pem\n"
@@ -52,6 +53,7 @@ TEST(Settings, TakesTheFileOver) {
   EXPECT_EQ(settings.ftp.certificates, "/etc/ftp.pem");
   EXPECT_EQ(settings.waitForOtherRunSeconds, 60);
   EXPECT_THAT(settings.scriptDirectories, ElementsAre("C:\\in", "/srv/lists"));
+  EXPECT_TRUE(settings.scriptsMayStartPrograms);
   const MailSettings& mail = settings.mail;
   EXPECT_EQ(mail.server + mail.user + mail.password.file + mail.from + mail.certificates,
             "mailetl/etc/mailTorvik <t@example.com>/etc/mail.pem");

@@ -319,7 +319,7 @@ TEST_F(AdoSqlite, ParametersGoToTheMarkersOfAllStatementsInOrder) {
     const ado::StatementResult result = dw_->ExecuteWith(sql, parameters);
     std::string text = std::to_string(result.changedRows);
     for (const std::string& column : result.columns) text += " " + column;
-    return text + " " + std::to_string(result.firstRow.size());
+    return text + " " + std::to_string((result.rows.empty() ? 0 : result.rows[0].size()));
   };
   const auto one = std::int64_t{1};
   EXPECT_EQ("2 a b 2", run("INSERT INTO dbo.t VALUES (?, '?'); -- ?\nSELECT 5 AS x;\n"

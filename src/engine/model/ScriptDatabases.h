@@ -2,12 +2,8 @@
 
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
-
-#include "script/Value.h"
 
 namespace torvik::ado {
 class Connection;
@@ -38,13 +34,5 @@ class ScriptDatabases {
   bool isCancelled_ = false;
   std::vector<std::weak_ptr<ado::Connection>> opened_;
 };
-
-/// Whether NewAdoObject makes objects of this class; letter case does not matter.
-bool IsAdoClass(std::string_view className);
-
-/// ADODB.Connection and ADODB.Recordset, as far as scripts of packages use them; nothing for
-/// another class.
-std::optional<script::Value> NewAdoObject(std::string_view className,
-                                          const std::shared_ptr<ScriptDatabases>& databases);
 
 }  // namespace torvik::engine
