@@ -148,7 +148,8 @@ void RunProgram(const std::string& argumentText) {
                               HostName(),
                               UserName(),
                               linuxPlatform.expressions.get(),
-                              linuxPlatform.settings.scriptsMayStartPrograms});
+                              linuxPlatform.settings.scriptsMayStartPrograms,
+                              linuxPlatform.newFtpClient});
   std::string noDesktop;
   const auto desktop = NewDesktop(linuxPlatform, noDesktop);
   Messages& messages = desktop ? desktop->Boxes() : *linuxPlatform.messages;

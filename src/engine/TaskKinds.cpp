@@ -18,6 +18,7 @@ std::span<const TaskKind> TaskKinds() {
       {"TransferTables", ReadTransferTablesTask},
       {"SendMail", ReadSendMailTask},
       {"File", ReadFileTask},
+      {"FetchFiles", ReadFetchFilesTask},
       {"Script", ReadScriptTask},
       {"NotImported", ReadNotImportedTask},
   };

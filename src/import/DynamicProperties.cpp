@@ -62,6 +62,8 @@ constexpr std::pair<const char*, const char*> kOfTasks[] = {
     {"executepackagetask", "ServerName"},
     {"bulkinserttask", "DataFile"},
     {"bulkinserttask", "DestinationTableName"},
+    {"ftptask", "SourceSite"},
+    {"ftptask", "DestSite"},
     {"sendmailtask", "ToLine"},
     {"sendmailtask", "CCLine"},
     {"sendmailtask", "Subject"},

@@ -57,6 +57,7 @@ class TaskWriter {
         {"createprocesstask", &TaskWriter::WriteProcess},
         {"bulkinserttask", &TaskWriter::WriteBulkInsert},
         {"sendmailtask", &TaskWriter::WriteMail},
+        {"ftptask", &TaskWriter::WriteFetch},
         {"dynamicpropertiestask", &TaskWriter::WriteDynamicProperties},
         {"activescripttask", &TaskWriter::WriteScript},
         {"activexscripttask", &TaskWriter::WriteScript}};
@@ -204,6 +205,59 @@ class TaskWriter {
     if (!text.empty()) writer_.LongText("text", text);
     Note("the mail of the task " + TaskName() +
          " goes by the server of [mail] in the settings, to addresses and not to names");
+  }
+
+  /// Files of an FTP site or of a directory.
+  void WriteFetch() {
+    writer_.Text("task", "FetchFiles");
+    constexpr std::int64_t kDirectory = 1;  // DTSFTPSourceLocation_Directory
+    std::string site = properties_.Text("SourceSite");
+    const std::string user = properties_.Text("SourceUsername");
+    properties_.Take("SourcePassword");
+    if (properties_.Whole("SourceLocation", 0) == kDirectory)
+      writer_.Text("directory", site);
+    else
+      WriteFtpSite(site, user);
+    writer_.List("files", FetchedFiles(properties_.Text("SourceFilename")));
+    writer_.Text("destination", properties_.Text("DestSite"));
+    if (properties_.Boolean("NonOverwritable", false)) writer_.Boolean("overwrite", false);
+    if (const std::int64_t retries = properties_.Whole("NumRetriesOnSource", 0); retries > 0)
+      writer_.Whole("retries", retries);
+  }
+
+  /// "ftp://host:port/directory", of which all but the host may be missing.
+  void WriteFtpSite(std::string site, const std::string& user) {
+    if (LowerAscii(site).starts_with("ftp://")) site.erase(0, 6);
+    const std::size_t slash = std::min(site.find('/'), site.size());
+    std::string host = site.substr(0, slash);
+    const std::size_t colon = host.find(':');
+    const std::string port = colon == host.npos ? "" : host.substr(colon + 1);
+    const bool hasPort = !port.empty() && port.size() <= 5 &&
+                         std::ranges::all_of(port, [](char c) { return c >= '0' && c <= '9'; });
+    if (hasPort) host.erase(colon);
+    writer_.Text("server", host);
+    if (hasPort) writer_.Whole("port", std::stoll(port));
+    if (slash < site.size()) writer_.Text("directory", site.substr(slash));
+    const bool isAnonymous = user.empty() || EqualsIgnoringCase(user, "anonymous");
+    if (!isAnonymous)
+      Note("the task " + TaskName() + " logs on to " + host + " as " + user +
+           ": write that user and the password into [ftp " + host + "] of the settings");
+  }
+
+  /// The paths of "'NAME';'DIRECTORY';'SIZE';", three parts a file.
+  static std::vector<std::string> FetchedFiles(std::string_view list) {
+    std::vector<std::string> parts, files;
+    for (std::size_t begin = 0; begin < list.size();) {
+      const std::size_t end = std::min(list.find(';', begin), list.size());
+      parts.emplace_back(Trimmed(list.substr(begin, end - begin), " '\""));
+      begin = end + 1;
+    }
+    for (std::size_t i = 0; i < parts.size(); i += 3) {
+      std::string directory = i + 1 < parts.size() ? parts[i + 1] : "";
+      const bool isOpen = !directory.empty() && directory.back() != '/' && directory.back() != '\\';
+      files.push_back(directory + (isOpen ? "/" : "") + parts[i]);
+    }
+    return files;
   }
 
   void WriteScript() {

@@ -44,7 +44,14 @@ void DesktopSession::Start(const std::string& argumentText) {
                                       *platform_.processes,
                                       *platform_.eventLog,
                                       *platform_.mail,
-                                      {}});
+                                      {},
+                                      {},
+                                      {},
+                                      {},
+                                      {},
+                                      platform_.expressions.get(),
+                                      false,
+                                      platform_.newFtpClient});
   desktop_ = NewQtDesktop({*platform_.messages, *platform_.neighbourhood, TORVIK_ADMIN_PROGRAM});
   program_ = std::make_unique<Program>(
       Platform{*platform_.databases, *packages_, platform_.codePages->Ansi(), *platform_.clock,

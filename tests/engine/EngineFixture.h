@@ -11,6 +11,7 @@
 #include "engine/PackageStore.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakeMailer.h"
+#include "fakes/FakeWinInet.h"
 #include "fakes/TemporaryDirectory.h"
 #include "platform/CodePage.h"
 #include "platform/EventLog.h"
@@ -146,6 +147,18 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
     return text;
   }
 
+  EngineServices Services() {
+    EngineServices services{server_.Databases(), *files_,   *codePages_, clock_,
+                            *processes_,         eventLog_, mail_};
+    services.computer = "etl1";
+    services.user = "loader";
+    services.newFtpClient = [this](std::function<void()> onWait) {
+      ftp_.onWait = std::move(onWait);
+      return std::shared_ptr<wininet::Client>(std::shared_ptr<void>(), &ftp_);
+    };
+    return services;
+  }
+
   TemporaryDirectory disk_;
   EmbeddedFixture server_;
   FakeClock clock_;
@@ -154,18 +167,8 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
   std::unique_ptr<Processes> processes_ = NewPosixProcesses();
   RecordedLog eventLog_;
   FakeMailer mail_;
-  std::unique_ptr<dts::PackageHost> host_ = NewPackageHost({server_.Databases(),
-                                                            *files_,
-                                                            *codePages_,
-                                                            clock_,
-                                                            *processes_,
-                                                            eventLog_,
-                                                            mail_,
-                                                            {},
-                                                            {},
-                                                            {},
-                                                            "etl1",
-                                                            "loader"});
+  FakeWinInet ftp_;  ///< The one server that steps reach.
+  std::unique_ptr<dts::PackageHost> host_ = NewPackageHost(Services());
   std::unique_ptr<ado::Connection> warehouse_ = server_.Open();
 };
 

@@ -42,6 +42,7 @@ class Manual : public EngineTest {
     std::filesystem::create_directories(disk_.PathOf("inbox"));
     std::filesystem::create_directories(disk_.PathOf("work/archive"));
     disk_.Write("inbox/orders1.csv", "Order No,Amount\n");
+    ftp_.files = {{"/export/orders-1.csv", ""}, {"/export/customers.csv", ""}};
     for (const auto& file : std::filesystem::directory_iterator(kData)) {
       if (file.path().extension() != ".sql") {
         disk_.Write(file.path().filename().string(), Content(file.path()));

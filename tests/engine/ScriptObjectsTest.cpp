@@ -18,8 +18,7 @@ class ScriptObjects : public EngineTest {
   ScriptObjects() { Host(false); }
 
   void Host(bool mayStartPrograms) {
-    EngineServices services{server_.Databases(), *files_,   *codePages_, clock_,
-                            *processes_,         eventLog_, mail_};
+    EngineServices services = Services();
     services.scriptsMayStartPrograms = mayStartPrograms;
     host_ = NewPackageHost(services);
   }

@@ -235,14 +235,9 @@ TEST_F(Scripts, AScriptLetsStepsRunAgainForEachFileOfAFolder) {
   for (const char* name : {"b.csv", "a.csv", "note.txt"})
     disk_.Write(std::string("in/") + name, std::string("a\n") + name + "\n");
   warehouse_->Execute("CREATE TABLE t (id VARCHAR(9))");
-  host_ = NewPackageHost({server_.Databases(),
-                          *files_,
-                          *codePages_,
-                          clock_,
-                          *processes_,
-                          eventLog_,
-                          mail_,
-                          {disk_.PathOf("")}});
+  EngineServices services = Services();
+  services.scriptDirectories = {disk_.PathOf("")};
+  host_ = NewPackageHost(services);
   const std::string ended = Ran(
       StepOf("look", "task = \"Script\"\n" + ScriptKey("script", R"(
 Set package = DTSGlobalVariables.Parent

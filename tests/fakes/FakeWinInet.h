@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -29,6 +30,7 @@ struct FakeWinInet final : wininet::Client {
   /// in/status", "OpenWrite in/status", "Read", "Write idle", "Get in//a to C:/in/a", "Delete
   /// in/a", "FindFirst", "FindNext". Paths as they were asked for.
   std::vector<std::string> calls;
+  std::function<void()> onWait;            ///< Called as if a file took its time.
   std::map<std::string, Failure> failing;  ///< All calls that begin like this fail.
 
   std::size_t OpenHandles() const { return handles_.size(); }
@@ -89,6 +91,7 @@ struct FakeWinInet final : wininet::Client {
   bool FtpGetFileA(Handle connection, const std::string& remotePath,
                    const std::string& localPath) override {
     if (!Begin("Get " + remotePath + " to " + localPath, connection, "connection")) return false;
+    if (onWait) onWait();
     const auto found = files.find(Resolve(connection, remotePath));
     if (found == files.end()) return Fail(NotFound(remotePath));
     downloaded[localPath] = found->second;

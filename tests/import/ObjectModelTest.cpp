@@ -95,6 +95,9 @@ t.CustomTask.ProcessCommandLine = "a.exe"
 Make "SendMailTask", "DTSSendMailTask"
 t.CustomTask.ToLine = "a@example.org" : t.CustomTask.Subject = "S" : t.CustomTask.MessageText = "T"
 '@SendMailTask
+Make "FTPTask", "DTSFTPTask"
+t.CustomTask.SourceSite = "ftp.example.org" : t.CustomTask.SourceFilename = "'a.csv';'in';'12';" : t.CustomTask.DestSite = "C:\in"
+'@FTPTask
 Make "BulkInsertTask", "DTSBulkInsertTask"
 t.CustomTask.ConnectionID = 1 : t.CustomTask.DataFile = "C:\a.txt" : t.CustomTask.DestinationTableName = "t"
 '@BulkInsertTask

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,9 @@ class Locks;
 class Mailer;
 class Processes;
 class RegularExpressions;
+namespace wininet {
+class Client;
+}
 
 namespace engine {
 
@@ -43,6 +48,9 @@ struct EngineServices {
   std::string computer = {}, user = {};       ///< Where packages run, and as whom; for logs.
   RegularExpressions* expressions = nullptr;  ///< Null: scripts have none.
   bool scriptsMayStartPrograms = false;
+  /// Makes an FTP client for one step, which fetches files byte by byte; `onWait` is called about
+  /// ten times a second while a server is waited for, and what it throws ends the call.
+  std::function<std::shared_ptr<wininet::Client>(std::function<void()> onWait)> newFtpClient = {};
 };
 
 }  // namespace engine

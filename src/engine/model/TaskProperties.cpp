@@ -28,11 +28,14 @@ constexpr TaskProperty kProperties[] = {
     {"SendMail", "Subject", "subject", "", Form::Text},
     {"SendMail", "MessageText", "text", "", Form::Text},
     {"SendMail", "FileAttachments", "attachments", "", Form::List},
+    {"FetchFiles", "SourceSite", "server", "directory", Form::Text},
+    {"FetchFiles", "DestSite", "destination", "", Form::Text},
     {"Script", "ActiveXScript", "script", "", Form::Text},
 };
 
 constexpr std::pair<const char*, const char*> kIds[] = {
     {"ExecuteProcess", "DTSCreateProcessTask"},
+    {"FetchFiles", "DTSFTPTask"},
     {"SetVariables", "DTSDynamicPropertiesTask"},
     {"Script", "DTSActiveScriptTask"},
 };

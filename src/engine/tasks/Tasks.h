@@ -19,6 +19,7 @@ std::unique_ptr<Task> ReadRunJobTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSetVariablesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadSendMailTask(TaskReader& reader);
 std::unique_ptr<Task> ReadFileTask(TaskReader& reader);
+std::unique_ptr<Task> ReadFetchFilesTask(TaskReader& reader);
 std::unique_ptr<Task> ReadScriptTask(TaskReader& reader);
 std::unique_ptr<Task> ReadNotImportedTask(TaskReader& reader);
 

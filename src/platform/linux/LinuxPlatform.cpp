@@ -43,6 +43,12 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   platform.internet = NewFtpCurl(
       platform.settings.ftp, paths, platform.codePages->Ansi(),
       [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
+  FtpSettings binary = platform.settings.ftp;
+  binary.type = FtpSettings::Type::Binary;
+  platform.newFtpClient = [binary, paths,
+                           codePages = platform.codePages.get()](std::function<void()> onWait) {
+    return NewFtpCurl(binary, paths, codePages->Ansi(), std::move(onWait));
+  };
   platform.mail = NewMailCurl(platform.settings.mail, paths);
   platform.expressions = NewPcreExpressions();
   platform.pings = NewPingCurl(paths);

@@ -163,5 +163,36 @@ TEST_F(RemoteRun, ALinkThatFailsDoesNotKeepTheNextOneFromBeingFetched) {
   }
 }
 
+TEST_F(RemoteRun, AStepFetchesTheFilesThatItNames) {
+  const std::string bytes = "one\r\ntwo\nthree\r\n" + std::string(100'000, '\n');
+  ftp_.Write("out/a.csv", bytes);
+  ftp_.Write("out/b.csv", "B");
+  ftp_.Write("out/c.txt", "C");
+  sandbox_.WriteFile("in/x", "");
+  sandbox_.AddSettings(Settings() + "[ftp 127.0.0.1]\nuser = torvik\npassword_file = " +
+                       sandbox_.PathOf("ftp-password") + "\n");
+  const std::string out = geteuid() == 0 ? "/out" : ftp_.PathOf("out");
+  sandbox_.PutPackage("Sales_Fetch",
+                      "[[steps]]\nname = 's'\ntask = 'FetchFiles'\nserver = '127.0.0.1'\n"
+                      "directory = '" +
+                          out + "'\nfiles = ['*.csv']\ndestination = '" + sandbox_.PathOf("in") +
+                          "'\n");
+  sandbox_.WriteJob("fetch.etl", "Sales_Fetch");
+  const auto run = [&] { return sandbox_.Run({"torvik-admin", "run", "fetch.etl"}); };
+  EXPECT_EQ(0, run().exitCode) << sandbox_.ReadFile("err.txt");
+  EXPECT_TRUE(bytes == sandbox_.ReadFile("in/a.csv")) << "the bytes differ";
+  EXPECT_EQ("B", sandbox_.ReadFile("in/b.csv"));
+  EXPECT_EQ("", sandbox_.ReadFile("in/c.txt"));
+  const std::string log = sandbox_.ReadFile("err.txt");
+  EXPECT_THAT(log, HasSubstr("/a.csv: " + std::to_string(bytes.size()) + " bytes"));
+  EXPECT_THAT(log, Not(HasSubstr(ftp_.Password())));
+
+  WriteSecret("wrong", "wrong");
+  std::filesystem::rename(sandbox_.PathOf("wrong"), sandbox_.PathOf("ftp-password"));
+  EXPECT_EQ(1, run().exitCode);
+  EXPECT_THAT(sandbox_.ReadFile("err.txt"),
+              HasSubstr("FTP server 127.0.0.1: it cannot be logged on to: 530"));
+}
+
 }  // namespace
 }  // namespace torvik
