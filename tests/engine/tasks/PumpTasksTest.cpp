@@ -291,7 +291,10 @@ TEST_F(PumpTasksTest, AnIdentityTakesTheSourcesNumbersWhenItIsToldTo) {
                {"load = 'replace'\n" + mapped, "5:a 6:b", ""},
                {mapped, "5:old 6:a 7:b", ""},
                {"identity_insert = true", "5:old 8:a 9:b", ""},
-               {"load = 'replace'\nidentity_insert = true", "8:a 9:b", ""}};
+               {"load = 'replace'\nidentity_insert = true", "8:a 9:b", ""},
+               {"load = 'merge'\nkeys = ['name']\n" + mapped, "5:old 6:a 7:b", ""},
+               {"load = 'merge'\nkeys = ['id']", "5:old", "write identity_insert = true"},
+               {"load = 'merge'\nkeys = ['name']\nidentity_insert = true", "5:old 8:a 9:b", ""}};
   for (const auto& c : cases) {
     warehouse_->Execute(
         "DROP TABLE t; CREATE TABLE t (id INT IDENTITY(5, 1), name VARCHAR(5), day DATE);"
