@@ -118,6 +118,19 @@ struct LoadOptions {
   bool checksConstraints = true;
 };
 
+/// How the rows of a staging table are merged into its table.
+struct MergeOptions {
+  std::vector<std::string> columns;  ///< Those that the rows fill.
+  std::vector<std::string> keys;     ///< Those of them that tell rows apart; at least one.
+  bool deletesMissing = false;       ///< Rows whose key no new row has go.
+};
+
+struct MergeCounts {
+  std::int64_t inserted = 0;
+  std::int64_t updated = 0;  ///< Not those that were the same already.
+  std::int64_t deleted = 0;
+};
+
 /// What a statement with parameters gave.
 struct StatementResult {
   std::int64_t changedRows = 0;
@@ -197,6 +210,12 @@ class Database {
   /// Gives `table` the rows of `staging` in place of its own and drops `staging`: readers see the
   /// old rows or the new ones. Belongs into a transaction. Answers how many rows it has now.
   virtual std::int64_t ReplaceRows(const std::string& table, const std::string& staging) = 0;
+
+  /// Changes the rows of `table` that have the key of a row of `staging` into that, adds the other
+  /// rows of `staging` and drops it. Belongs into a transaction. Throws when a key is NULL or
+  /// stands there twice, and where the server's SQL is not known.
+  virtual MergeCounts MergeRows(const std::string& table, const std::string& staging,
+                                const MergeOptions& options) = 0;
 
   /// Whether a transaction is open, by BeginTrans or by a statement that has begun one and by none
   /// that has ended it. Nothing when the server does not tell.

@@ -151,6 +151,10 @@ class FakeConnection final : public ado::Connection {
   void EmptyTable(const std::string&) override { Refuse(); }
   std::string CreateStagingTable(const std::string&) override { Refuse(); }
   std::int64_t ReplaceRows(const std::string&, const std::string&) override { Refuse(); }
+  ado::MergeCounts MergeRows(const std::string&, const std::string&,
+                             const ado::MergeOptions&) override {
+    Refuse();
+  }
   std::optional<bool> HasOpenTransaction() override { Refuse(); }
   void BeginTrans() override { Refuse(); }
   void CommitTrans() override { Refuse(); }

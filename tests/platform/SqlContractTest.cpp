@@ -417,5 +417,75 @@ TEST_P(SqlContract, ATableIsMadeEmptiedAndReplacedFromBesideIt) {
   }
 }
 
+TEST_P(SqlContract, AMergeInsertsChangesAndDeletesExactlyWhatDiffers) {
+  const std::vector<std::string> columns = {"id", "order", "note"};
+  const struct {
+    const char* made;  ///< The key, as the table has it.
+    std::vector<std::string> keys;
+    std::vector<ado::LoadValue> rows;
+    bool deletes;
+    const char* counts;  ///< Inserted, updated, deleted; or a part of the error.
+    const char* after;
+  } cases[] = {
+      {", PRIMARY KEY (id)",
+       {"id"},
+       {"1", "5", "A", "2", "5", "b", "4", "5", {}},
+       false,
+       "1 1 0",
+       "1|5|A\n2|5|b\n3|5|-\n4|5|-"},
+      {", PRIMARY KEY (id)", {"ID"}, {"1", "5", "a", "3", "5", "c"}, true, "0 1 1", "1|5|a\n3|5|c"},
+      {"",
+       {"id", "order"},
+       {"1", "6", "a", "2", "5", {}, "3", "5", {}},
+       true,
+       "1 1 1",
+       "1|6|a\n2|5|-\n3|5|-"},
+      {"",
+       {"id", "order", "note"},
+       {"1", "5", "a", "2", "5", "x"},
+       false,
+       "1 0 0",
+       "1|5|a\n2|5|b\n2|5|x\n3|5|-"},
+      {"", {"id", "order"}, {"7", "8", "a", "7", "8", "b"}, true, "(7, 8)", nullptr},
+      {"",
+       {"note"},
+       {"7", "8", "a", "8", "8", {}},
+       true,
+       "NULL in the key column \"note\"",
+       nullptr},
+      {"", {"made"}, {"7", "8", "a"}, true, "the key column made of table [a.b]", nullptr},
+      {", CHECK (note <> 'no' OR note IS NULL)",
+       {"id"},
+       {"1", "6", "a"},
+       false,
+       "0 1 0",
+       "1|6|a\n2|5|b\n3|5|-"}};
+  for (const auto& c : cases) {
+    Do(std::string("DROP TABLE IF EXISTS \"a.b\"; CREATE TABLE \"a.b\" (id INT NOT NULL, ") +
+       "\"order\" INT, note VARCHAR(9), twice INT GENERATED ALWAYS AS (id * 2) STORED" + c.made +
+       "); INSERT INTO \"a.b\" (id, \"order\", note) VALUES (1, 5, 'a'), (2, 5, 'b'), (3, 5, "
+       "NULL)");
+    const std::string before = Rows("SELECT id, \"order\", note FROM \"a.b\" ORDER BY id, note");
+    dw_->BeginTrans();
+    const std::string staging = dw_->CreateStagingTable("[a.b]");
+    const auto load = dw_->OpenBulkLoad(staging, columns);
+    std::vector<ado::Refusal> refused;
+    load->Load({c.rows, 3}, 0, refused);
+    ASSERT_EQ(static_cast<std::int64_t>(c.rows.size() / 3), load->Finish());
+    ado::MergeCounts counts;
+    const std::string error = ErrorOf([&] {
+      counts = dw_->MergeRows("[a.b]", staging, {columns, c.keys, c.deletes});
+    });
+    error.empty() ? dw_->CommitTrans() : dw_->RollbackTrans();
+    const std::string told = std::to_string(counts.inserted) + " " +
+                             std::to_string(counts.updated) + " " + std::to_string(counts.deleted);
+    EXPECT_THAT(error.empty() ? told : error, HasSubstr(c.counts)) << c.after;
+    EXPECT_EQ(c.after ? c.after : before,
+              Rows("SELECT id, \"order\", note FROM \"a.b\" ORDER BY id, note"))
+        << c.counts;
+    EXPECT_TRUE(dw_->TableColumns(staging).empty()) << c.counts;
+  }
+}
+
 }  // namespace
 }  // namespace torvik

@@ -30,6 +30,7 @@ struct TaskResult {
 
   std::optional<std::int64_t> rows;  ///< Rows that were changed, of a task that counts them.
   std::int64_t rejected = 0;         ///< Rows that were left out without failing the task.
+  std::string details;               ///< What more the log says: "1 inserted, 2 updated".
 };
 
 /// What a task may use while its step runs, and no longer. Other steps run at the same time, each

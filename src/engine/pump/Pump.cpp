@@ -156,7 +156,7 @@ PumpCounts RunPump(const PumpRequest& request, const std::function<void(std::int
   try {
     LoadAll(request, mapper, loader);
     const PumpCounts counts = loader.Finish();
-    if (request.settle) request.settle(counts.loaded);
+    if (request.settle) request.settle(counts.loaded, mapper.Destinations());
     if (request.exceptions) request.exceptions->End(counts, "");
     return counts;
   } catch (const std::exception& error) {

@@ -40,9 +40,9 @@ struct PumpRequest {
   /// Rows after which `commit` is called, if it is set; 0: never.
   std::int64_t commitSize = 0;
   std::function<void()> commit = {};
-  /// Called with the number of rows when all are loaded, if it is set; what it throws fails the
-  /// pump.
-  std::function<void(std::int64_t)> settle = {};
+  /// Called with the number of rows and the columns that they fill when all are loaded, if it is
+  /// set; what it throws fails the pump.
+  std::function<void(std::int64_t, const std::vector<std::string>& columns)> settle = {};
   ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
   /// Each row has a last value more: which query it is for, by the scripts' answers ("insert" when
   /// they do not say).

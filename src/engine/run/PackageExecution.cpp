@@ -93,7 +93,7 @@ class PackageExecution {
     if (!outcome.failure && step.commitSuccess) CommitAfter(step, outcome);
     ExecutionEvent ended{.kind = Kind::StepEnded, .step = step.name};
     ended.failed = outcome.failure.has_value();
-    if (outcome.failure) ended.text = outcome.failure->Description();
+    ended.text = outcome.failure ? outcome.failure->Description() : outcome.result.details;
     ended.rows = outcome.result.rows;
     ended.rejected = outcome.result.rejected;
     ended.seconds = SecondsSince(begin);

@@ -23,7 +23,7 @@ struct ExecutionEvent {
     StepProgress,  ///< `rows` so far.
     StepRetried,   ///< `text`: the error's words and when the next attempt follows.
     StepOutput,    ///< `text`: a line of a program.
-    StepEnded,     ///< `failed`; `text`: the error's words; `rows` and `rejected` of the task.
+    StepEnded,  ///< `failed`; `text`: the error's words, or the task's details; `rows`, `rejected`.
     StepNotRun,    ///< `text` says why.
     Note,          ///< `text`: what became of a transaction.
     Error,         ///< `text`: what failed outside the steps.

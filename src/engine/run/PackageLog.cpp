@@ -20,6 +20,7 @@ std::string Ending(const ExecutionEvent& event) {
     return std::to_string(rows) + what;
   };
   return " succeeded: " + (event.rows ? count(*event.rows, " rows, ") : "") +
+         (event.text.empty() ? "" : event.text + ", ") +
          (event.rejected > 0 ? count(event.rejected, " rejected, ") : "") +
          SecondsText(event.seconds);
 }

@@ -99,8 +99,8 @@ class TableOrFile final : public PumpDestination {
     return isTextFile_ ? nullptr : &context.Database(connection_);
   }
 
-  PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
-                  ado::Connection* connection) const override {
+  PumpOutcome Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                   ado::Connection* connection) const override {
     if (isTextFile_) {
       const ConnectionSettings settings = context.Settings(connection_);
       const EngineServices& services = context.Services();

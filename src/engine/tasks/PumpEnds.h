@@ -54,8 +54,8 @@ class PumpDestination {
   virtual ado::Connection* Open(TaskContext& context) const = 0;
 
   /// Pumps all rows of `source`. `connection` is what Open gave.
-  virtual PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
-                          ado::Connection* connection) const = 0;
+  virtual PumpOutcome Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                           ado::Connection* connection) const = 0;
 };
 
 /// The keys "destination" and, for a database, "table".

@@ -72,14 +72,22 @@ void Replace(ado::Connection& destination, const std::string& table, const std::
                       "data pump");
 }
 
+ado::MergeOptions MergeOptionsOf(const PumpSettings& settings, const Variables& variables,
+                                 const std::vector<std::string>& columns) {
+  ado::MergeOptions options{columns, {}, settings.deletesMissing};
+  for (const PlacedText& key : settings.keys)
+    options.keys.push_back(variables.Substitute(key.text));
+  return options;
+}
+
 /// The load itself, in a transaction that is open.
-PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source, const PumpTable& table,
-                const std::function<void()>& commit) {
+PumpOutcome Load(TaskContext& context, const PumpJob& job, RowSource& source,
+                 const PumpTable& table, const std::function<void()>& commit) {
   const LoadMode load = job.settings.load;
   ado::Connection& destination = table.connection;
   if (load == LoadMode::Truncate) destination.EmptyTable(table.name);
-  const std::string staging =
-      load == LoadMode::Replace ? destination.CreateStagingTable(table.name) : std::string();
+  const bool isStaged = load == LoadMode::Replace || load == LoadMode::Merge;
+  const std::string staging = isStaged ? destination.CreateStagingTable(table.name) : std::string();
   ado::LoadOptions options = job.settings.options;
   options.locksTable |= !staging.empty();  // nobody else knows it
   const auto target =
@@ -89,18 +97,25 @@ PumpCounts Load(TaskContext& context, const PumpJob& job, RowSource& source, con
     request.commitSize = job.settings.insertCommitSize;
     request.commit = commit;
   }
-  if (!staging.empty())
-    request.settle = [&](std::int64_t loaded) {
+  PumpOutcome outcome;
+  if (load == LoadMode::Replace)
+    request.settle = [&](std::int64_t loaded, const auto&) {
       Replace(destination, table.name, staging, loaded);
     };
-  return Run(context, job, std::move(request));
+  if (load == LoadMode::Merge)
+    request.settle = [&](std::int64_t, const std::vector<std::string>& columns) {
+      outcome.merged = destination.MergeRows(
+          table.name, staging, MergeOptionsOf(job.settings, context.GlobalVariables(), columns));
+    };
+  static_cast<PumpCounts&>(outcome) = Run(context, job, std::move(request));
+  return outcome;
 }
 
 /// Loads in the package's transaction, or in one of its own; `load` gets what commits and goes on,
 /// which is empty in the package's.
-PumpCounts InTransaction(
+PumpOutcome InTransaction(
     TaskContext& context, ado::Connection& connection,
-    const std::function<PumpCounts(const std::function<void()>& commit)>& load) {
+    const std::function<PumpOutcome(const std::function<void()>& commit)>& load) {
   if (context.Joined()) return load({});
   if (connection.HasOpenTransaction().value_or(false))
     throw PlatformError(0,
@@ -109,9 +124,21 @@ PumpCounts InTransaction(
                         "COMMIT before, or write join_transaction = true for these steps",
                         "data pump");
   OwnTransaction transaction(connection);
-  const PumpCounts counts = load([&] { transaction.CommitAndGoOn(); });
+  const PumpOutcome outcome = load([&] { transaction.CommitAndGoOn(); });
   transaction.Commit();
-  return counts;
+  return outcome;
+}
+
+void ReadMergeKeys(TaskReader& reader, PumpSettings& settings) {
+  settings.keys = reader.Templates("keys");
+  settings.deletesMissing = reader.Table().Boolean("delete_missing", false);
+  const bool isMerge = settings.load == LoadMode::Merge;
+  if (isMerge && settings.keys.empty())
+    reader.Problem(reader.Table().Find("load")->place,
+                   "a merge needs \"keys\": the columns of the table that tell its rows apart");
+  for (const char* key : {"keys", "delete_missing"})
+    if (const TomlValue* found = reader.Table().Find(key); found != nullptr && !isMerge)
+      reader.Problem(found->place, Quoted(key) + " is for load = \"merge\" alone");
 }
 
 }  // namespace
@@ -119,8 +146,9 @@ PumpCounts InTransaction(
 PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable) {
   PumpSettings settings;
   if (toTable) {
-    static constexpr const char* kModes[] = {"append", "truncate", "replace"};
+    static constexpr const char* kModes[] = {"append", "truncate", "replace", "merge"};
     settings.load = static_cast<LoadMode>(reader.OneOf("load", kModes, 0));
+    ReadMergeKeys(reader, settings);
     settings.insertCommitSize = reader.Whole("insert_commit_size", 0, 0);
     settings.options.givesIdentity = reader.Table().Boolean("identity_insert", false);
     settings.options.locksTable = reader.Table().Boolean("table_lock", false);
@@ -161,28 +189,33 @@ unsigned ReadTransformFlags(TaskReader& reader) {
   return flags;
 }
 
-PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
-                         const PumpTable& table) {
+PumpOutcome PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
+                          const PumpTable& table) {
   return InTransaction(context, table.connection, [&](const std::function<void()>& commit) {
     return Load(context, job, source, table, commit);
   });
 }
 
-PumpCounts PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
-                           const PumpTable& table, RowQueries& queries) {
+PumpOutcome PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
+                            const PumpTable& table, RowQueries& queries) {
   const auto target = NewQueryTarget(table.connection, table.name, queries);
   return InTransaction(context, table.connection, [&](const std::function<void()>&) {
-    return Run(context, job, PumpRequest{source, *target});
+    return PumpOutcome{Run(context, job, PumpRequest{source, *target})};
   });
 }
 
-TaskResult ResultOf(const PumpCounts& counts) {
-  return {std::optional<std::int64_t>(counts.loaded), counts.rejected};
+TaskResult ResultOf(const PumpOutcome& outcome) {
+  TaskResult result{std::optional<std::int64_t>(outcome.loaded), outcome.rejected};
+  if (const auto& merged = outcome.merged)
+    result.details = std::to_string(merged->inserted) + " inserted, " +
+                     std::to_string(merged->updated) + " updated, " +
+                     std::to_string(merged->deleted) + " deleted";
+  return result;
 }
 
-PumpCounts PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
-                          RowTarget& target) {
-  return Run(context, job, PumpRequest{source, target});
+PumpOutcome PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
+                           RowTarget& target) {
+  return {Run(context, job, PumpRequest{source, target})};
 }
 
 }  // namespace torvik::engine

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/model/Task.h"
 #include "engine/model/TomlTable.h"
@@ -21,11 +22,14 @@ enum class LoadMode {
   Append,    ///< They stay.
   Truncate,  ///< They are deleted before the first row is loaded.
   Replace,   ///< The new rows fill a table beside, and take their place in one transaction.
+  Merge,     ///< The new rows fill a table beside; those of a known key change its row.
 };
 
 /// The settings that the tasks which pump rows share.
 struct PumpSettings {
   LoadMode load = LoadMode::Append;
+  std::vector<PlacedText> keys;  ///< Of a merge: the columns that tell rows apart.
+  bool deletesMissing = false;   ///< Of a merge.
   std::int64_t firstRow = 0, lastRow = 0;
   std::int64_t insertCommitSize = 0;
   std::int64_t maximumErrorCount = 0;
@@ -57,19 +61,23 @@ struct PumpTable {
   std::string database = {};  ///< In words.
 };
 
+struct PumpOutcome : PumpCounts {
+  std::optional<ado::MergeCounts> merged = {};  ///< Of a merge.
+};
+
 /// Pumps into a table as the settings say, in the package's transaction or in one of its own.
-PumpCounts PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
-                         const PumpTable& table);
+PumpOutcome PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
+                          const PumpTable& table);
 
 /// Runs the queries that rows choose, in the same way.
-PumpCounts PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
-                           const PumpTable& table, RowQueries& queries);
+PumpOutcome PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
+                            const PumpTable& table, RowQueries& queries);
 
 /// What the step's log line says of a pump.
-TaskResult ResultOf(const PumpCounts& counts);
+TaskResult ResultOf(const PumpOutcome& outcome);
 
 /// Pumps into anything else.
-PumpCounts PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
-                          RowTarget& target);
+PumpOutcome PumpIntoTarget(TaskContext& context, const PumpJob& job, RowSource& source,
+                           RowTarget& target);
 
 }  // namespace torvik::engine

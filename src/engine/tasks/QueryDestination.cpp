@@ -63,14 +63,14 @@ class QueryDestination final : public PumpDestination {
     return &context.Database(connection_);
   }
 
-  PumpCounts Pump(TaskContext& context, const PumpJob& job, RowSource& source,
-                  ado::Connection* connection) const override {
+  PumpOutcome Pump(TaskContext& context, const PumpJob& job, RowSource& source,
+                   ado::Connection* connection) const override {
     const Variables& variables = context.GlobalVariables();
     RowQueries queries;
     for (const QueryPlan& plan : plans_)
       queries.queries.push_back(
           {plan.choice, variables.Substitute(plan.sql.text), plan.parameters});
-    const PumpCounts counts = PumpIntoQueries(
+    const PumpOutcome counts = PumpIntoQueries(
         context, job, source, {*connection, variables.Substitute(table_.text)}, queries);
     for (const RowQuery& query : queries.queries)
       context.Output(query.choice + ": " + CountOf(query.runs, "row") + ", " +

@@ -23,6 +23,9 @@ class TransferTablesTask final : public Task {
         create_(reader.Table().Boolean("create", true)),
         settings_(ReadPumpSettings(reader, true)) {
     settings_.options.givesIdentity = settings_.options.keepsNulls = true;  // rows stay as they are
+    if (settings_.load == LoadMode::Merge)
+      reader.Problem(reader.Table().Find("load")->place,
+                     "tables that are transferred have no common keys; merge each by a DataPump");
     if (tables_.empty())
       reader.Problem(reader.Table().Place(),
                      "the task has no \"tables\"; list the tables to be transferred");
@@ -36,7 +39,7 @@ class TransferTablesTask final : public Task {
     if (&source == &destination)
       throw PlatformError(0, "source and destination are one database; tables keep their names",
                           "transfer of tables");
-    PumpCounts all;
+    PumpOutcome all;
     for (const PlacedText& table : tables_) {
       const PumpCounts counts =
           Transfer(context, source, destination, context.GlobalVariables().Substitute(table.text));

@@ -90,6 +90,10 @@ class AdoConnection final : public ado::Connection {
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return Database().ReplaceRows(table, staging);
   }
+  ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
+                             const ado::MergeOptions& options) override {
+    return Database().MergeRows(table, staging, options);
+  }
   std::optional<bool> HasOpenTransaction() override { return Database().HasOpenTransaction(); }
   void BeginTrans() override { Database().BeginTrans(); }
   void CommitTrans() override { Database().CommitTrans(); }

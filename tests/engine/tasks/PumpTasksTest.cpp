@@ -222,6 +222,49 @@ TEST_F(PumpTasksTest, RangesCommitSizesAndLoadModes) {
   }
 }
 
+TEST_F(PumpTasksTest, AMergeChangesRowsByTheirKeysOrNothing) {
+  const struct {
+    const char* text;
+    const char* keys;  ///< Beside load = 'merge'.
+    const char* rows;
+    const char* told;  ///< In the package's log.
+  } cases[] = {
+      {"id,name\n1,new\n8,same\n9,young\n", "keys = ['id']", "1:new 7:gone 8:same 9:young",
+       "succeeded: 3 rows, 1 inserted, 1 updated, 0 deleted, "},
+      {"id,name\n8,same\n9,old\n", "keys = ['ID']\ndelete_missing = true", "8:same 9:old",
+       "succeeded: 2 rows, 0 inserted, 0 updated, 1 deleted, "},
+      {"id,name\n1,new\nx,y\n9,young\n", "keys = ['id']\nmaximum_error_count = 1",
+       "1:new 7:gone 8:same 9:young", "1 inserted, 1 updated, 0 deleted, 1 rejected, "},
+      {"id,name\n9,young\nx,y\n", "keys = ['id']\ndelete_missing = true", "7:gone 8:same 9:old",
+       "line 3"},
+      {"id,name\n1,same\n2,same\n", "keys = ['name']\ndelete_missing = true", "7:gone 8:same 9:old",
+       "several rows have the key (\"name\") = (same)"},
+      {"id,name\n1,a\n", "keys = ['day']", "7:gone 8:same 9:old",
+       "the key column day of table t gets no values"},
+      {"id,name\n9,young\n", "keys = ['id']\njoin_transaction = true", "7:gone 8:same 9:young",
+       "0 inserted, 1 updated"},
+  };
+  for (const auto& c : cases) {
+    warehouse_->Execute(
+        "DELETE FROM t; INSERT INTO t VALUES (7, 'gone', NULL), (8, 'same', NULL), (9, 'old', "
+        "NULL)");
+    disk_.Write("P.log", "");
+    Pump(c.text, std::string("load = 'merge'\n") + c.keys);
+    EXPECT_EQ(c.rows, Rows()) << c.keys;
+    EXPECT_THAT(disk_.Read("P.log"), HasSubstr(c.told)) << c.keys;
+  }
+}
+
+TEST_F(PumpTasksTest, KeysBelongToAMerge) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"load = 'merge'", "a merge needs \"keys\""},
+      {"load = 'replace'\nkeys = ['id']", "\"keys\" is for load = \"merge\" alone"},
+      {"delete_missing = true", "\"delete_missing\" is for load = \"merge\" alone"},
+      {"load = 'upsert'", "\"merge\""}};
+  for (const auto& [keys, problem] : cases)
+    EXPECT_THAT(ErrorOf([&] { Pump("id\n1\n", keys); }), HasSubstr(problem)) << keys;
+}
+
 TEST_F(PumpTasksTest, AMissingValueBecomesTheDefaultUnlessNullsAreKept) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "1:none@2001-01-08 2:b@2002-02-03"},
@@ -248,7 +291,10 @@ TEST_F(PumpTasksTest, AnIdentityTakesTheSourcesNumbersWhenItIsToldTo) {
                {"load = 'replace'\n" + mapped, "5:a 6:b", ""},
                {mapped, "5:old 6:a 7:b", ""},
                {"identity_insert = true", "5:old 8:a 9:b", ""},
-               {"load = 'replace'\nidentity_insert = true", "8:a 9:b", ""}};
+               {"load = 'replace'\nidentity_insert = true", "8:a 9:b", ""},
+               {"load = 'merge'\nkeys = ['name']\n" + mapped, "5:old 6:a 7:b", ""},
+               {"load = 'merge'\nkeys = ['id']", "5:old", "write identity_insert = true"},
+               {"load = 'merge'\nkeys = ['name']\nidentity_insert = true", "5:old 8:a 9:b", ""}};
   for (const auto& c : cases) {
     warehouse_->Execute(
         "DROP TABLE t; CREATE TABLE t (id INT IDENTITY(5, 1), name VARCHAR(5), day DATE);"

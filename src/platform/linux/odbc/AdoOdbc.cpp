@@ -7,12 +7,14 @@
 #include <map>
 
 #include "platform/Text.h"
+#include "platform/linux/database/MergeRows.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/Recordsets.h"
 #include "platform/linux/database/SqlStatements.h"
 #include "platform/linux/odbc/OdbcBulkLoad.h"
 #include "platform/linux/odbc/OdbcBulkRead.h"
 #include "platform/linux/odbc/OdbcCatalogue.h"
+#include "platform/linux/odbc/OdbcLoadSettings.h"
 #include "platform/linux/odbc/OdbcStatement.h"
 #include "platform/linux/odbc/OdbcTables.h"
 #include "platform/linux/odbc/OdbcUpdateTarget.h"
@@ -160,6 +162,25 @@ class AdoOdbc final : public AdoDatabase {
   }
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return ReplaceOdbcRows(*session_, RequireTable(table), RequireTable(staging));
+  }
+  ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
+                             const ado::MergeOptions& options) override {
+    const OdbcTable target = RequireTable(table), source = RequireTable(staging);
+    if (session_->Dialect().Sql() == ado::SqlKind::Other)
+      throw session_->Refusal("table " + table +
+                              ": rows can be merged on SQL Server and PostgreSQL alone; write "
+                              "load = \"replace\", or choose the queries by rows");
+    const MergePlan plan{session_->Dialect().Sql(),
+                         QuotedTable(target),
+                         QuotedTable(source),
+                         table,
+                         PickColumns(target.columns, options.columns, table, Refuse()),
+                         options.keys,
+                         options.deletesMissing};
+    const OdbcLoadSettings settings(*session_, target,
+                                    std::ranges::any_of(plan.columns, &ado::Column::isIdentity));
+    return torvik::MergeRows(
+        plan, [this](const std::string& sql) { return ExecuteWith(sql, {}, 1); }, Refuse());
   }
 
   std::optional<bool> HasOpenTransaction() override {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/database/DefaultsLoad.h"
+#include "platform/linux/database/MergeRows.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/Recordsets.h"
 #include "platform/linux/database/SqlStatements.h"
@@ -15,6 +16,7 @@
 #include "platform/linux/postgres/PgRows.h"
 #include "platform/linux/postgres/PgSession.h"
 #include "platform/linux/postgres/PgTables.h"
+#include "platform/linux/postgres/PgUndo.h"
 #include "platform/linux/postgres/PgUpdateTarget.h"
 
 namespace torvik {
@@ -124,6 +126,24 @@ class AdoPostgres final : public AdoDatabase {
   }
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return ReplacePgRows(*session_, table, staging);
+  }
+  ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
+                             const ado::MergeOptions& options) override {
+    const PgTable target = RequirePgTable(*session_, table);
+    const auto run = [this](const std::string& sql) {
+      ado::StatementResult result;
+      Take(session_->Run(sql), 1, result);
+      return result;
+    };
+    PgUndo undo(*session_);
+    const ado::MergeCounts counts = torvik::MergeRows(
+        {ado::SqlKind::PostgreSql, target.Quoted(), RequirePgTable(*session_, staging).Quoted(),
+         table, PickColumns(TableColumns(table), options.columns, table, Refuse()), options.keys,
+         options.deletesMissing},
+        run, Refuse());
+    AdvanceNumbering(*session_, target);
+    undo.Keep();
+    return counts;
   }
 
   std::optional<bool> HasOpenTransaction() override {

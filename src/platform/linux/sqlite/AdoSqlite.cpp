@@ -6,6 +6,7 @@
 
 #include "platform/Text.h"
 #include "platform/linux/database/DefaultsLoad.h"
+#include "platform/linux/database/MergeRows.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/database/SqlStatements.h"
@@ -176,6 +177,15 @@ class AdoSqlite final : public AdoDatabase {
   }
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return ReplaceSqliteRows(*session_, Place(table), Place(staging));
+  }
+  ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
+                             const ado::MergeOptions& options) override {
+    const RefusalFactory refuse = [this](const auto& reason) { return session_->Refusal(reason); };
+    const auto run = [this](const std::string& sql) { return ExecuteWith(sql, {}, 1); };
+    return torvik::MergeRows({ado::SqlKind::Embedded, SqliteSpelling(Place(table)), staging, table,
+                              PickColumns(TableColumns(table), options.columns, table, refuse),
+                              options.keys, options.deletesMissing},
+                             run, refuse);
   }
 
   std::optional<bool> HasOpenTransaction() override {

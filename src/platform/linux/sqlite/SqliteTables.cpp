@@ -23,12 +23,6 @@ std::string Quoted(const SqlitePlace& place) {
   return QuotedName(place.schema) + "." + QuotedName(place.table);
 }
 
-/// The name as the calls of a connection take it.
-std::string CallersName(const SqlitePlace& place) {
-  return (place.schema == "main" ? "" : QuotedName(place.schema) + ".dbo.") +
-         QuotedName(place.table);
-}
-
 std::string Text(const SqliteStatement& row, int column) {
   const ado::Value value = row.Column(column);
   const auto* text = std::get_if<std::string>(&value);
@@ -114,6 +108,11 @@ SqlitePlace SqlitePlaceOf(SqliteSession& session, const std::string& table) {
   return {session.Schema(name->database), name->table};
 }
 
+std::string SqliteSpelling(const SqlitePlace& place) {
+  return (place.schema == "main" ? "" : QuotedName(place.schema) + ".dbo.") +
+         QuotedName(place.table);
+}
+
 std::vector<std::string> CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
                                            std::span<const ado::Column> columns) {
   if (columns.empty()) throw session.Refusal("table " + place.table + ": no column is given");
@@ -147,7 +146,7 @@ std::string CreateSqliteStagingTable(SqliteSession& session, const SqlitePlace& 
     session.Run("CREATE UNIQUE INDEX " + QuotedName(staging.schema) + "." + index + " " +
                 about.substr(on));
   }
-  return CallersName(staging);
+  return SqliteSpelling(staging);
 }
 
 std::int64_t ReplaceSqliteRows(SqliteSession& session, const SqlitePlace& place,

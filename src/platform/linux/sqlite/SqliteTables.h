@@ -21,6 +21,9 @@ struct SqlitePlace {
 /// not. Throws when the text is no such name.
 SqlitePlace SqlitePlaceOf(SqliteSession& session, const std::string& table);
 
+/// The name as the calls of a connection and SQL texts take it.
+std::string SqliteSpelling(const SqlitePlace& place);
+
 /// The calls of ado::Connection of the same names.
 std::vector<std::string> CreateSqliteTable(SqliteSession& session, const SqlitePlace& place,
                                            std::span<const ado::Column> columns);

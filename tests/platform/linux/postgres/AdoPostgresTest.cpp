@@ -272,6 +272,40 @@ TEST_F(AdoPostgres, AnIdentityGoesOnBehindTheNumbersThatRowsBring) {
   EXPECT_EQ("-7", Rows("SELECT min(id) FROM t"));
 }
 
+TEST_F(AdoPostgres, AMergeComparesBytesAndGoesOnBehindTheNumbersThatRowsBring) {
+  Do("CREATE COLLATION loose (provider = icu, locale = 'und-u-ks-level2', deterministic = false);"
+     "CREATE TABLE t (id INT GENERATED ALWAYS AS IDENTITY PRIMARY KEY, doc JSON, "
+     "word TEXT COLLATE loose, at POINT); INSERT INTO t (doc, word, at) VALUES "
+     "('{}', 'same', '(1,2)'), ('{}', 'case', NULL), ('{}', 'doc', NULL)");
+  const std::vector<std::string> columns = {"id", "doc", "word", "at"};
+  const std::string staging = dw_->CreateStagingTable("t");
+  EXPECT_TRUE(Load(staging, columns,
+                   {"1",
+                    "{}",
+                    "same",
+                    "(1,2)",
+                    "2",
+                    "{}",
+                    "CASE",
+                    {},
+                    "3",
+                    "[]",
+                    "doc",
+                    {},
+                    "9",
+                    {},
+                    "new",
+                    {}},
+                   0)
+                  .empty());
+  const ado::MergeCounts counts = dw_->MergeRows("t", staging, {columns, {"id"}, false});
+  EXPECT_EQ(2, counts.updated);
+  EXPECT_EQ(1, counts.inserted);
+  Do("INSERT INTO t (word) VALUES ('next')");
+  EXPECT_EQ("1|{}|same\n2|{}|CASE\n3|[]|doc\n9|-|new\n10|-|next",
+            Rows("SELECT id, doc, word FROM t ORDER BY id"));
+}
+
 TEST_F(AdoPostgres, AConnectionThatReadsAQueryInBulkSaysThatItIsBusy) {
   const auto read = dw_->OpenBulkRead("EXPLAIN SELECT 1", false);
   EXPECT_EQ("1", Rows("SELECT 1")) << "what is no query is read as a whole";
