@@ -71,6 +71,8 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> Busy;                 ///< A job is executing.
   Observable<bool> Hourglass;            ///< The pointer, while something takes long.
   Observable<bool> Modified;             ///< Something is not saved.
+  /// Whether a page of tabDataInfo has all that Execute needs of it.
+  Observable<bool> PackagePageComplete, WarehousePageComplete;
   RunMonitor Monitor;
   JobHistory History;
   /// Shows a text file where the settings name no program for it; set by whoever shows the form.
@@ -107,8 +109,8 @@ class frmRunnerMain final : public MainForm {
   void SetFormTitle(const std::string& text);
 
   bool StartInQXJobConfigMode() const { return startInQXJobConfigMode_; }
-  bool DTSInfoComplete() const { return dtsInfoComplete_; }
-  bool DWInfoComplete() const { return dwInfoComplete_; }
+  bool DTSInfoComplete() const { return PackagePageComplete.Get(); }
+  bool DWInfoComplete() const { return WarehousePageComplete.Get(); }
   /// True when the editor panel of a data link is current.
   bool DataSourceInfoPresent() const { return panel_ != nullptr; }
 
@@ -168,6 +170,7 @@ class frmRunnerMain final : public MainForm {
   // The job and its file.
   void WatchFields();
   void FieldChanged();
+  void EnableCommands();
   void LoadJobFile();
   void ReadAgain();
   void ForgetRun();
@@ -216,7 +219,6 @@ class frmRunnerMain final : public MainForm {
   DataLinkPanel* panel_ = nullptr;
   bool isOpen_ = false;
   bool startInQXJobConfigMode_ = false;
-  bool dtsInfoComplete_ = false, dwInfoComplete_ = false;
   bool isFilling_ = false;  // fields change, but not by the operator
   bool isChecking_ = false;
   bool areLinksChanged_ = false;

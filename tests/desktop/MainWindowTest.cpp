@@ -21,9 +21,11 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSplitter>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QWheelEvent>
 #include <algorithm>
@@ -44,7 +46,7 @@ class MainWindowTest : public WindowTest {};
 
 TEST_F(MainWindowTest, AJobIsOpenedEditedAndSaved) {
   session_.Start("");
-  EXPECT_EQ("Torv[*]", session_.Window().windowTitle());
+  EXPECT_EQ("Torv : [new][*]", session_.Window().windowTitle());
   OnNextDialog([this](QDialog& dialog) {
     auto& files = dynamic_cast<QFileDialog&>(dialog);
     EXPECT_EQ("Torv : Open Configuration", files.windowTitle());
@@ -407,6 +409,66 @@ TEST_F(MainWindowTest, RecentJobFilesAreInTheMenu) {
   EXPECT_EQ("&1  " + Path("job.etl"), menu->actions().value(0)->text().toStdString());
   menu->actions().value(0)->trigger();
   EXPECT_EQ(Path("job.etl"), session_.Form().TorvConfigFile);
+}
+
+TEST_F(MainWindowTest, WhatIsGreyOrMissesAFieldSaysWhatToFillIn) {
+  session_.Start("");
+  auto* const tabs = session_.Find<QLineEdit>("DTS server")
+                         .window()
+                         ->findChild<QSplitter*>("editors")
+                         ->findChild<QTabWidget*>();
+  const auto marks = [&] {
+    return std::pair(!tabs->tabIcon(0).isNull(), !tabs->tabIcon(1).isNull());
+  };
+  EXPECT_EQ(marks(), std::pair(true, true));
+  for (const char* button : {"Execute", "Check", "Save...", "Load"}) {
+    auto& one = session_.Find<QPushButton>(button);
+    EXPECT_FALSE(one.isEnabled()) << button;
+    EXPECT_THAT(one.toolTip().toStdString(), HasSubstr("Fill in: package")) << button;
+  }
+  FindCombo("Package")->setEditText("Sales_LoadDW");
+  EXPECT_THAT(session_.Find<QPushButton>("Load").toolTip().toStdString(),
+              HasSubstr("Fill in: data warehouse's database"));
+  EXPECT_EQ(marks(), std::pair(true, true)) << "no error file yet";
+  Type("Error file", "S:\\err.txt");
+  EXPECT_EQ(marks(), std::pair(false, true));
+  session_.Form().cmbDestDB.Text.Set("DW");
+  EXPECT_EQ(marks(), std::pair(false, false));
+  for (const char* button : {"Execute", "Check", "Save...", "Load"})
+    EXPECT_THAT(session_.Find<QPushButton>(button).toolTip().toStdString(),
+                Not(HasSubstr("Fill in")))
+        << button;
+}
+
+TEST_F(MainWindowTest, TheWindowFitsASmallScreenAndComesBackAsItWasLeft) {
+  Open();
+  SelectLink("orders");
+  EXPECT_LE(session_.Window().minimumSizeHint().width(), 640);
+  EXPECT_LE(session_.Window().minimumSizeHint().height(), 360);
+  session_.Window().resize(900, 700);
+  auto* splitter = session_.Window().findChild<QSplitter*>("editors");
+  splitter->setSizes({300, 500});
+  const QList<int> sizes = splitter->sizes();
+  session_.Form().cmdClose_Click();
+  session_.Start("");
+  EXPECT_EQ(session_.Window().size(), QSize(900, 700));
+  EXPECT_EQ(session_.Window().findChild<QSplitter*>("editors")->sizes(), sizes);
+}
+
+TEST_F(MainWindowTest, TheToolBarOpensANewJobAndRunsOne) {
+  Open();
+  const auto tool = [this](const char* text) {
+    for (QToolButton* one : session_.Window().findChildren<QToolButton*>())
+      if (one->text() == text && !one->icon().isNull()) return one;
+    NoSuchWidget(text);
+  };
+  for (const char* text : {"Open", "Save", "Check"}) EXPECT_TRUE(tool(text)->isEnabled()) << text;
+  tool("Execute")->setFocus();
+  QTest::keyClick(tool("Execute"), Qt::Key_Space);
+  EXPECT_TRUE(IsShown("Succeeded"));
+  QTest::mouseClick(tool("New"), Qt::LeftButton);
+  EXPECT_EQ("Torv : [new][*]", session_.Window().windowTitle());
+  EXPECT_FALSE(tool("Check")->isEnabled());
 }
 
 TEST_F(MainWindowTest, AnEtlFileMayBeDropped) {

@@ -105,7 +105,7 @@ QPushButton* FieldGrid::Button(const QString& text, CommandButton& button,
                                std::function<void()> click, const QString& help) {
   auto* const field = new QPushButton(text);
   Bind(*field, button, std::move(click));
-  field->setToolTip(help);
+  SetHelp(*field, button, help);
   field->setAutoDefault(false);
   Beside(*field);
   return field;

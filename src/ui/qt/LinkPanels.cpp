@@ -169,7 +169,7 @@ QWidget* NewList(frmRunnerMain& form) {
   Bind(*list, form.lstDataLinks, [&form] { form.lstDataLinks_Click(); });
   auto* const load = new QPushButton;
   load->setAutoDefault(false);
-  load->setToolTip(Tr("Reads the data links from the data warehouse"));
+  SetHelp(*load, form.cmdLoadDataLinks, Tr("Reads the data links from the data warehouse"));
   Bind(*load, form.cmdLoadDataLinks, [&form] { form.cmdLoadDataLinks_Click(); });
   layout->addWidget(list);
   layout->addWidget(load);
@@ -182,11 +182,11 @@ QWidget* NewLinkPanels(frmRunnerMain& form) {
   auto* const group = new QGroupBox(Tr("Data links"));
   auto* const layout = new QVBoxLayout(group);
   auto* const splitter = new QSplitter;
+  splitter->setObjectName("links");
   splitter->setChildrenCollapsible(false);
   QStackedWidget* const stack = NewStack(form);
   auto* const scroll = new QScrollArea;
   scroll->setWidget(stack);
-  scroll->setMinimumWidth(stack->sizeHint().width());
   scroll->setWidgetResizable(true);
   scroll->setFrameShape(QFrame::NoFrame);
   splitter->addWidget(NewList(form));

@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QSettings>
 #include <QShortcut>
@@ -16,6 +17,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QTabWidget>
+#include <QToolBar>
 
 #include "platform/Neighbourhood.h"
 #include "platform/Version.h"
@@ -34,6 +36,7 @@ namespace torvik {
 namespace {
 
 constexpr const char* kGeometry = "window/geometry";
+const QString kSplitters = "window/splitter/";  // and the splitter's name
 constexpr const char* kRecent = "recentJobFiles";
 constexpr qsizetype kMostRecent = 8;
 constexpr int kJobPage = 0, kRunPage = 1, kHistoryPage = 2;
@@ -44,15 +47,13 @@ QScrollArea* Scrolled(QWidget* page) {
   area->setWidget(page);
   area->setWidgetResizable(true);
   area->setFrameShape(QFrame::NoFrame);
-  area->setMinimumWidth(page->sizeHint().width() +
-                        area->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
   return area;
 }
 
 QPushButton* NewCommand(CommandButton& command, std::function<void()> click, const QString& help) {
   auto* const button = new QPushButton;
   Bind(*button, command, std::move(click));
-  button->setToolTip(help);
+  SetHelp(*button, command, help);
   button->setAutoDefault(false);
   return button;
 }
@@ -78,10 +79,26 @@ MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourh
     window->show();
   };
   MakeMenus();
+  MakeToolBar();
   MakeCentre();
   WatchForm();
-  if (!restoreGeometry(QSettings().value(kGeometry).toByteArray()))
-    resize(fontMetrics().averageCharWidth() * 165, fontMetrics().height() * 50);
+  RestorePlaces();
+}
+
+void MainWindow::RestorePlaces() {
+  const QSettings settings;
+  if (!restoreGeometry(settings.value(kGeometry).toByteArray()))
+    resize(QSize(fontMetrics().averageCharWidth() * 165, fontMetrics().height() * 50)
+               .boundedTo(screen()->availableSize()));
+  for (QSplitter* const splitter : findChildren<QSplitter*>())
+    splitter->restoreState(settings.value(kSplitters + splitter->objectName()).toByteArray());
+}
+
+void MainWindow::SavePlaces() {
+  QSettings settings;
+  settings.setValue(kGeometry, saveGeometry());
+  for (const QSplitter* const splitter : findChildren<QSplitter*>())
+    settings.setValue(kSplitters + splitter->objectName(), splitter->saveState());
 }
 
 void MainWindow::MakeMenus() {
@@ -93,14 +110,29 @@ void MainWindow::MakeMenus() {
     Watch(form_.Busy, *action, [](QAction& one, bool busy) { one.setEnabled(!busy); });
     return action;
   };
-  add(Tr("&New"), QKeySequence::New, [this] { form_.mnuFileNew_Click(); });
-  add(Tr("&Open..."), QKeySequence::Open, [this] { form_.cmdOpen_Click(); });
+  const auto addTool = [this, &add](const QString& text, const QKeySequence& keys,
+                                    QStyle::StandardPixmap icon, auto work) {
+    QAction* const action = add(text, keys, work);
+    action->setIcon(style()->standardIcon(icon));
+    tools_.push_back(action);
+    return action;
+  };
+  addTool(Tr("&New"), QKeySequence::New, QStyle::SP_FileIcon, [this] { form_.mnuFileNew_Click(); });
+  addTool(Tr("&Open..."), QKeySequence::Open, QStyle::SP_DialogOpenButton,
+          [this] { form_.cmdOpen_Click(); });
   recent_ = file->addMenu(Tr("Open &recent"));
   connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
-  add(Tr("&Save"), QKeySequence::Save, [this] { form_.mnuFileSave_Click(); });
+  addTool(Tr("&Save"), QKeySequence::Save, QStyle::SP_DialogSaveButton,
+          [this] { form_.mnuFileSave_Click(); });
   add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
   file->addSeparator();
-  QAction* const execute = add({}, QKeySequence(Qt::Key_F5), [this] { form_.cmdExecute_Click(); });
+  if (checker_ != nullptr) {
+    QAction* const check =
+        addTool(Tr("&Check"), {}, QStyle::SP_DialogApplyButton, [this] { checker_->Start(); });
+    Watch(form_.cmdCheck.Enabled, *check, [](QAction& one, bool can) { one.setEnabled(can); });
+  }
+  QAction* const execute = addTool({}, QKeySequence(Qt::Key_F5), QStyle::SP_MediaPlay,
+                                   [this] { form_.cmdExecute_Click(); });
   file->addSeparator();
   QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
   // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
@@ -127,15 +159,34 @@ void MainWindow::MakeMenus() {
           [this] { form_.mnuHelpAbout_Click(); });
 }
 
+void MainWindow::MakeToolBar() {
+  QToolBar* const bar = addToolBar(Tr("Tools"));
+  bar->setMovable(false);
+  bar->setContextMenuPolicy(Qt::PreventContextMenu);
+  bar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+  for (QAction* const tool : tools_) {
+    bar->addAction(tool);
+    bar->widgetForAction(tool)->setFocusPolicy(Qt::TabFocus);
+  }
+}
+
 void MainWindow::MakeCentre() {
   auto* const tabs = new QTabWidget;
   tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
   tabs->addTab(Scrolled(NewWarehousePage(form_)), Tr("Data &warehouse"));
   Bind(*tabs, form_.tabDataInfo);
+  int tab = 0;
+  for (auto* const complete : {&form_.PackagePageComplete, &form_.WarehousePageComplete})
+    Watch(*complete, *tabs, [page = tab++](QTabWidget& all, bool isComplete) {
+      all.setTabIcon(
+          page, isComplete ? QIcon() : all.style()->standardIcon(QStyle::SP_MessageBoxWarning));
+      all.setTabToolTip(page, isComplete ? QString() : Tr("Execute needs a field of this page"));
+    });
   fields_ = tabs;
   links_ = NewLinkPanels(form_);
 
   auto* const editors = new QSplitter;
+  editors->setObjectName("editors");
   editors->setChildrenCollapsible(false);
   editors->addWidget(tabs);
   editors->addWidget(links_);
@@ -144,14 +195,15 @@ void MainWindow::MakeCentre() {
   pages_ = new QTabWidget;
   pages_->setDocumentMode(true);
   pages_->addTab(editors, Tr("Job"));
-  pages_->addTab(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); }), Tr("Run"));
-  pages_->addTab(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); }),
+  pages_->addTab(Scrolled(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); })),
+                 Tr("Run"));
+  pages_->addTab(Scrolled(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); })),
                  Tr("History"));
-  for (int page = kJobPage; page <= kHistoryPage; ++page) {
-    const QKeySequence keys(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + page));
-    pages_->setTabToolTip(page, keys.toString(QKeySequence::NativeText));
+  for (int one = kJobPage; one <= kHistoryPage; ++one) {
+    const QKeySequence keys(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + one));
+    pages_->setTabToolTip(one, keys.toString(QKeySequence::NativeText));
     connect(new QShortcut(keys, this), &QShortcut::activated, this,
-            [this, page] { pages_->setCurrentIndex(page); });
+            [this, one] { pages_->setCurrentIndex(one); });
   }
   connect(pages_, &QTabWidget::currentChanged, this, [this](int page) {
     if (page == kHistoryPage) form_.ReadHistory();
@@ -200,7 +252,6 @@ void MainWindow::WatchForm() {
   Watch(form_.Busy, *this, [](MainWindow& window, bool busy) {
     window.fields_->setEnabled(!busy);
     window.links_->setEnabled(!busy);
-    window.form_.cmdOpen.Enabled.Set(!busy);
   });
   Watch(form_.Monitor.Runs, *this, [](MainWindow& window, bool runs) {
     if (runs) window.pages_->setCurrentIndex(kRunPage);
@@ -228,7 +279,7 @@ void MainWindow::WatchForm() {
   });
   form_.Closed.Observe([self] {
     if (!self) return;
-    if (self->form_.StartInConfigMode) QSettings().setValue(kGeometry, self->saveGeometry());
+    if (self->form_.StartInConfigMode) self->SavePlaces();
     self->mayGo_ = true;
     self->close();
   });

@@ -18,12 +18,15 @@ class MainWindow final : public QMainWindow {
 
  private:
   void MakeMenus();
+  void MakeToolBar();
   void MakeCentre();
   QLayout* MakeCommands();
   void WatchForm();
   void ShowAbout();
   void AddRecent();
   void FillRecent();
+  void RestorePlaces();
+  void SavePlaces();
 
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
@@ -31,6 +34,7 @@ class MainWindow final : public QMainWindow {
 
   frmRunnerMain& form_;
   QMenu* recent_ = nullptr;
+  std::vector<QAction*> tools_;  // of the menu, that stand in the tool bar too
   JobChecker* checker_ = nullptr;
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
