@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "ui/CRegSettings.h"
 #include "ui/Controls.h"
 #include "ui/JobHistory.h"
+#include "ui/LinkRow.h"
 #include "ui/RunMonitor.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"
@@ -58,6 +60,9 @@ class frmRunnerMain final : public MainForm {
   // Data links.
   ListBox lstDataLinks;
   CommandButton cmdLoadDataLinks;
+  Observable<std::vector<LinkRow>> LinkRows;  ///< What the entries of lstDataLinks stand for.
+  /// Of the selected link: its name and kind; and what the place of its panel says without one.
+  Observable<std::string> LinkHeading, LinkHint;
   ctDLlFlatFile ctDLlFlatFileOBJ;
   ctDLSQLServer ctDLSQLServerOBJ;
   ctlDLAccesFiles ctlDLAccesFilesOBJ;
@@ -198,6 +203,8 @@ class frmRunnerMain final : public MainForm {
   DataLinkPanel* PanelFor(std::int32_t etlType);
   std::vector<DataLinkPanel*> Panels();
   void ShowPanel(DataLinkPanel* panel);
+  void RefreshLinkRows();
+  void DescribeSelection();
 
   // Commands.
   void FinishSchedulerConfiguration();
@@ -221,8 +228,8 @@ class frmRunnerMain final : public MainForm {
   bool startInQXJobConfigMode_ = false;
   bool isFilling_ = false;  // fields change, but not by the operator
   bool isChecking_ = false;
-  bool areLinksChanged_ = false;
-  LinksOrigin linksOrigin_;  // of the links that are listed
+  std::set<std::string> editedLinks_;  // by name; since the job was saved
+  LinksOrigin linksOrigin_;            // of the links that are listed
   std::string savedFields_;
   LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
   FileStatus savedFile_;               // as it was when it was last read or written

@@ -100,15 +100,16 @@ void frmRunnerMain::WatchFields() {
     if (cbDefaultLogFilesDir.Value.Get()) SetDefaultLogDirectory();
   });
   for (DataLinkPanel* panel : Panels())
-    panel->Changed.Observe([this] {
-      areLinksChanged_ = true;
+    panel->Changed.Observe([this, panel] {
+      editedLinks_.insert(panel->ObjDataSource()->strName);
+      RefreshLinkRows();
       FieldChanged();
     });
 }
 
 void frmRunnerMain::FieldChanged() {
   if (isFilling_ || !isOpen_) return;
-  Modified.Set(areLinksChanged_ || FieldsAsText() != savedFields_);
+  Modified.Set(!editedLinks_.empty() || FieldsAsText() != savedFields_);
   if (!Busy.Get()) CheckInputComplete();
 }
 
@@ -134,7 +135,8 @@ std::string frmRunnerMain::FieldsAsText() const {
 
 void frmRunnerMain::RememberSaved() {
   savedFields_ = FieldsAsText();
-  areLinksChanged_ = false;
+  editedLinks_.clear();
+  RefreshLinkRows();
   savedFile_ = {};
   Modified.Set(false);
   if (TorvConfigFile.empty()) return;

@@ -165,7 +165,7 @@ TEST_F(MainWindowTest, EachPanelWritesItsLinkIntoTheJobFile) {
     SelectLink(c.link);
     if (c.link == std::string("orders")) Click("Copy remote data before each run");
     for (const auto& [field, text] : c.fields) Type(field, text);
-    session_.Find<QListWidget>("Data links").setFocus();
+    session_.Find<QTreeWidget>("Data links").setFocus();
   }
   Press(Qt::Key_S);
   const std::string job = Job();
@@ -230,7 +230,7 @@ TEST_F(MainWindowTest, UnsavedChangesAreAskedFor) {
 
 TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
   Open();
-  auto& list = session_.Find<QListWidget>("Data links");
+  auto& list = session_.Find<QTreeWidget>("Data links");
   SelectLink("erp");
   Type("Server", "ERP2");
   SelectLink("other");  // of a kind without a panel
@@ -250,7 +250,7 @@ TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
   list.setFocus();
   QTest::qWait(50);
   EXPECT_EQ("Sales_LoadDW", package.currentText());
-  EXPECT_EQ(6, list.count());
+  EXPECT_EQ(6, list.topLevelItemCount());
 
   session_.Form().tabDataInfo.Tab.Set(1);
   std::string box;
@@ -265,7 +265,7 @@ TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
     session_.Find<QPushButton>("Close").setFocus();
     ASSERT_TRUE(WaitUntil([&] { return !box.empty(); })) << answer;
     EXPECT_THAT(box, HasSubstr("were edited, and the job now has others"));
-    EXPECT_TRUE(WaitUntil([&] { return list.count() == links; })) << answer;
+    EXPECT_TRUE(WaitUntil([&] { return list.topLevelItemCount() == links; })) << answer;
     EXPECT_EQ(database, Line("Database").text().toStdString());
   }
 }
@@ -453,6 +453,47 @@ TEST_F(MainWindowTest, TheWindowFitsASmallScreenAndComesBackAsItWasLeft) {
   session_.Start("");
   EXPECT_EQ(session_.Window().size(), QSize(900, 700));
   EXPECT_EQ(session_.Window().findChild<QSplitter*>("editors")->sizes(), sizes);
+}
+
+TEST_F(MainWindowTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {
+  const auto warehouse = session_.Files().Connect("DW");
+  for (const char* row : {"('Sales', 'extra a', 8)", "('Sales', 'extra b', 7)"})
+    warehouse->Execute(std::string("INSERT INTO dwm_data_link (model, source_name, Type) VALUES ") +
+                       row);
+  Open();
+  auto& table = session_.Find<QTreeWidget>("Data links");
+  const auto row = [&](const char* name) {
+    QStringList texts;
+    const auto* const item = table.findItems(name, Qt::MatchExactly).value(0);
+    for (int column = 1; column < 5; ++column) texts << item->text(column);
+    return texts.join("|").toStdString();
+  };
+  EXPECT_FALSE(IsShown("Select a data link to edit it."));
+  Click("Load");
+  EXPECT_TRUE(IsShown("Select a data link to edit it."));
+  EXPECT_EQ(row("erp"), "SQL Server|ERPSQL||");
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\||");
+  EXPECT_EQ(row("extra b"), "Oracle|||");
+  table.setFocus();
+  for (const auto& [name, shown] :
+       {std::pair{"other", "other: Kind 2"}, {"extra b", "extra b: Oracle"}}) {
+    SelectLink(name);
+    EXPECT_TRUE(IsShown(shown)) << name;
+    EXPECT_TRUE(IsShown("A data link of this kind has nothing to edit here.")) << name;
+  }
+  SelectLink("orders");
+  EXPECT_TRUE(IsShown("orders: Flat files"));
+  Click("Copy remote data before each run");
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|edited");
+  EXPECT_EQ(row("erp"), "SQL Server|ERPSQL||");
+  auto& filter = session_.Find<QLineEdit>("Filter of the data links");
+  ASSERT_TRUE(filter.isVisible());
+  QTest::keyClicks(&filter, "erps");
+  EXPECT_TRUE(table.findItems("orders", Qt::MatchExactly)[0]->isHidden());
+  EXPECT_FALSE(table.findItems("erp", Qt::MatchExactly)[0]->isHidden());
+  filter.clear();
+  Press(Qt::Key_S);
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|");
 }
 
 TEST_F(MainWindowTest, TheToolBarOpensANewJobAndRunsOne) {

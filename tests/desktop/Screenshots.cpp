@@ -1,12 +1,12 @@
 // Draws the windows for the operator's guide: torvik-screenshots DIRECTORY [light|dark].
 
 #include <QApplication>
-#include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidget>
 #include <cstdio>
 #include <filesystem>
 
@@ -46,7 +46,7 @@ void TakeForm(DesktopSession& session, const Camera& camera) {
 }
 
 void TakePanels(DesktopSession& session, const Camera& camera) {
-  auto& list = session.Find<QListWidget>("Data links");
+  auto& list = session.Find<QTreeWidget>("Data links");
   for (const auto& [link, name] : {std::pair{"orders", "panel-flat-file"},
                                    {"erp", "panel-sql-server"},
                                    {"prices", "panel-excel"},
@@ -129,7 +129,7 @@ void Execute(DesktopSession& session, const Camera& camera, const char* during, 
 
 void TakeRun(DesktopSession& session, const Camera& camera) {
   session.Form().tabDataInfo.Tab.Set(0);
-  auto& list = session.Find<QListWidget>("Data links");
+  auto& list = session.Find<QTreeWidget>("Data links");
   list.setCurrentItem(list.findItems("orders", Qt::MatchExactly).value(0));
   session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(false);
   std::string rows = "no,text\n";

@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QSplitter>
@@ -14,6 +13,7 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/FieldGrid.h"
+#include "ui/qt/LinkTable.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -133,8 +133,9 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
 /// A page for each panel, and one that is in front while none is visible.
 QStackedWidget* NewStack(frmRunnerMain& form) {
   auto* const stack = new QStackedWidget;
-  auto* const none =
-      new QLabel(Tr("Load lists the data links of the package's model. Select one to edit it."));
+  auto* const none = new QLabel;
+  Watch(form.LinkHint, *none,
+        [](QLabel& label, const std::string& hint) { label.setText(Tr(hint.c_str())); });
   none->setAlignment(Qt::AlignCenter);
   none->setEnabled(false);
   none->setWordWrap(true);
@@ -158,22 +159,27 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   return stack;
 }
 
-QWidget* NewList(frmRunnerMain& form) {
-  auto* const side = new QWidget;
-  auto* const layout = new QVBoxLayout(side);
+/// The stack below the selected link's name and kind.
+QWidget* NewEditor(frmRunnerMain& form) {
+  auto* const editor = new QWidget;
+  auto* const layout = new QVBoxLayout(editor);
   layout->setContentsMargins(0, 0, 0, 0);
-  auto* const list = new QListWidget;
-  list->setMinimumWidth(list->fontMetrics().averageCharWidth() * 16);
-  list->setAccessibleName(Tr("Data links"));
-  list->setToolTip(Tr("The data links of the package's model"));
-  Bind(*list, form.lstDataLinks, [&form] { form.lstDataLinks_Click(); });
-  auto* const load = new QPushButton;
-  load->setAutoDefault(false);
-  SetHelp(*load, form.cmdLoadDataLinks, Tr("Reads the data links from the data warehouse"));
-  Bind(*load, form.cmdLoadDataLinks, [&form] { form.cmdLoadDataLinks_Click(); });
-  layout->addWidget(list);
-  layout->addWidget(load);
-  return side;
+  auto* const heading = new QLabel;
+  heading->setTextFormat(Qt::PlainText);
+  QFont bold = heading->font();
+  bold.setBold(true);
+  heading->setFont(bold);
+  Watch(form.LinkHeading, *heading, [](QLabel& label, const std::string& text) {
+    label.setText(ToQt(text));
+    label.setVisible(!text.empty());
+  });
+  auto* const scroll = new QScrollArea;
+  scroll->setWidget(NewStack(form));
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  layout->addWidget(heading);
+  layout->addWidget(scroll, 1);
+  return editor;
 }
 
 }  // namespace
@@ -184,16 +190,13 @@ QWidget* NewLinkPanels(frmRunnerMain& form) {
   auto* const splitter = new QSplitter;
   splitter->setObjectName("links");
   splitter->setChildrenCollapsible(false);
-  QStackedWidget* const stack = NewStack(form);
-  auto* const scroll = new QScrollArea;
-  scroll->setWidget(stack);
-  scroll->setWidgetResizable(true);
-  scroll->setFrameShape(QFrame::NoFrame);
-  splitter->addWidget(NewList(form));
-  splitter->addWidget(scroll);
-  splitter->setStretchFactor(1, 1);
-  const int column = splitter->fontMetrics().averageCharWidth();
-  splitter->setSizes({column * 22, column * 60});
+  splitter->setOrientation(Qt::Vertical);
+  QWidget* const editor = NewEditor(form);
+  splitter->addWidget(NewLinkTable(form));
+  splitter->addWidget(editor);
+  splitter->setSizes({1000, 2000});
+  Watch(form.LinkRows, *editor,
+        [](QWidget& one, const std::vector<LinkRow>& rows) { one.setVisible(!rows.empty()); });
   layout->addWidget(splitter);
   return group;
 }
