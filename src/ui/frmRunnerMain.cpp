@@ -62,6 +62,7 @@ void frmRunnerMain::Show() {
   } else {
     LoadJobFile();
   }
+  HasJob.Set(!TorvConfigFile.empty() || !StartInConfigMode || startInQXJobConfigMode_);
   CheckInputComplete();
 }
 

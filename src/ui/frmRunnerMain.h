@@ -75,6 +75,7 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
   Observable<bool> Busy;                 ///< A job is executing.
   Observable<bool> Hourglass;            ///< The pointer, while something takes long.
+  Observable<bool> HasJob{true};         ///< Else neither a file is open nor a new job begun.
   Observable<bool> Modified;             ///< Something is not saved.
   /// Whether a page of tabDataInfo has all that Execute needs of it.
   Observable<bool> PackagePageComplete, WarehousePageComplete;

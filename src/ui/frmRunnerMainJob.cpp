@@ -29,6 +29,7 @@ void frmRunnerMain::SetDefaults() {
 
 void frmRunnerMain::LoadJobFile() {
   job_.TorvConfigFile = TorvConfigFile;
+  HasJob.Set(true);
   savedFile_ = {};
   program_.platform.files.Status(TorvConfigFile, savedFile_);
   SetFormTitle("[" + FileNameOf(TorvConfigFile) + "]");
@@ -254,6 +255,7 @@ void frmRunnerMain::mnuFileNew_Click() {
   JobToForm();
   SetDefaults();
   SetFormTitle("[new]");
+  HasJob.Set(true);
   RememberSaved();
   CheckInputComplete();
 }

@@ -413,6 +413,7 @@ TEST_F(MainWindowTest, RecentJobFilesAreInTheMenu) {
 
 TEST_F(MainWindowTest, WhatIsGreyOrMissesAFieldSaysWhatToFillIn) {
   session_.Start("");
+  Click("New job");
   auto* const tabs = session_.Find<QLineEdit>("DTS server")
                          .window()
                          ->findChild<QSplitter*>("editors")
@@ -494,6 +495,29 @@ TEST_F(MainWindowTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {
   filter.clear();
   Press(Qt::Key_S);
   EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|");
+}
+
+TEST_F(MainWindowTest, TheStartPageHasTheRecentJobsWithTheirLastVerdicts) {
+  Open();
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  std::string box;
+  AnswerNext(box);
+  Click("Execute");
+  session_.Files().WriteJob("never.etl", "Sales_LoadDW");
+  session_.Form().OpenJobFile(Path("never.etl"));
+  session_.Start("");
+  auto& jobs = session_.Find<QTreeWidget>("Recent jobs");
+  ASSERT_TRUE(jobs.isVisible());
+  ASSERT_GE(jobs.topLevelItemCount(), 2);
+  EXPECT_EQ(jobs.topLevelItem(0)->text(0), "never.etl");
+  EXPECT_EQ(jobs.topLevelItem(0)->text(1), "no run yet");
+  EXPECT_EQ(jobs.topLevelItem(1)->text(1), QString("✗ failure"));
+  jobs.setFocus();
+  QTest::keyClick(&jobs, Qt::Key_Down);
+  QTest::keyClick(&jobs, Qt::Key_Return);
+  EXPECT_EQ(session_.Form().TorvConfigFile, Path("job.etl"));
+  EXPECT_FALSE(jobs.isVisible());
+  EXPECT_TRUE(Line("Package").isVisible());
 }
 
 TEST_F(MainWindowTest, TheToolBarOpensANewJobAndRunsOne) {

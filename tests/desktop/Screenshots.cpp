@@ -37,6 +37,7 @@ class Camera {
 
 void TakeForm(DesktopSession& session, const Camera& camera) {
   session.Start("");
+  session.Form().mnuFileNew_Click();
   camera.Take(session.Window(), "new-job");
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
   session.Form().cmdLoadDataLinks_Click();

@@ -1,6 +1,5 @@
 #include "ui/qt/HistoryPage.h"
 
-#include <QDateTime>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QLabel>
@@ -19,20 +18,6 @@
 
 namespace torvik {
 namespace {
-
-QString BeginOf(const RunRecord& run) {
-  const auto seconds =
-      std::chrono::duration_cast<std::chrono::seconds>(run.begin.time_since_epoch()).count();
-  return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyy-MM-dd HH:mm:ss");
-}
-
-QString SignOf(const RunRecord& run) {
-  switch (run.outcome) {
-    case RunOutcome::Ok: return "✓";
-    case RunOutcome::Running: return "◐";
-    default: return "✗";
-  }
-}
 
 QString ReasonOf(const RunRecord& run) {
   return ToQt(run.failedStep.empty() ? run.error : run.failedStep + ": " + run.error);

@@ -14,6 +14,7 @@
 #include <QSettings>
 #include <QShortcut>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
 #include <QTabWidget>
@@ -27,7 +28,9 @@
 #include "ui/qt/JobChecker.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
+#include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
+#include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
 #include "ui/qt/Theme.h"
 #include "ui/qt/Words.h"
@@ -37,8 +40,6 @@ namespace {
 
 constexpr const char* kGeometry = "window/geometry";
 const QString kSplitters = "window/splitter/";  // and the splitter's name
-constexpr const char* kRecent = "recentJobFiles";
-constexpr qsizetype kMostRecent = 8;
 constexpr int kJobPage = 0, kRunPage = 1, kHistoryPage = 2;
 
 /// A page that can be scrolled when the window, or the font, leaves it no room.
@@ -194,7 +195,12 @@ void MainWindow::MakeCentre() {
   editors->setStretchFactor(1, 1);
   pages_ = new QTabWidget;
   pages_->setDocumentMode(true);
-  pages_->addTab(editors, Tr("Job"));
+  auto* const job = new QStackedWidget;
+  job->addWidget(NewStartPage(form_));
+  job->addWidget(editors);
+  Watch(form_.HasJob, *job,
+        [](QStackedWidget& stack, bool hasJob) { stack.setCurrentIndex(hasJob ? 1 : 0); });
+  pages_->addTab(job, Tr("Job"));
   pages_->addTab(Scrolled(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); })),
                  Tr("Run"));
   pages_->addTab(Scrolled(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); })),
@@ -295,20 +301,15 @@ void MainWindow::ShowAbout() {
 /// The job file that the operator works with comes first.
 void MainWindow::AddRecent() {
   if (!form_.StartInConfigMode) return;
-  QSettings settings;
-  QStringList files = settings.value(kRecent).toStringList();
   const QString file = ToQt(form_.TorvConfigFile);
   const bool isRelative = !file.contains(':') && !file.startsWith('\\') && !file.startsWith('/');
-  const QString full = isRelative ? QDir::current().absoluteFilePath(file) : file;
-  files.removeAll(full);
-  files.prepend(full);
-  settings.setValue(kRecent, files.mid(0, kMostRecent));
+  AddRecentJob(isRelative ? QDir::current().absoluteFilePath(file) : file);
 }
 
 void MainWindow::FillRecent() {
   recent_->clear();
   int number = 1;
-  for (const QString& file : QSettings().value(kRecent).toStringList()) {
+  for (const QString& file : RecentJobs()) {
     QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + file);
     connect(action, &QAction::triggered, this,
             [this, file] { form_.OpenJobFile(file.toStdString()); });
