@@ -497,6 +497,32 @@ TEST_F(MainWindowTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {
   EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|");
 }
 
+TEST_F(MainWindowTest, TestOpensWhatALinkLeadsTo) {
+  Open();
+  std::string box;
+  SelectLink("erp");
+  Type("Server", "(local)");
+  Type("Database", "DW");
+  auto& test = session_.Find<QPushButton>("Test");
+  test.setFocus();
+  AnswerNext(box);
+  Click("Test");
+  EXPECT_EQ("Test|It can be opened: (local)", box);
+  EXPECT_EQ(session_.Window().focusWidget(), &test) << "the keyboard stays where it was";
+  for (const auto& [link, field, place] : {std::tuple{"erp", "Server", "no.such.server.invalid"},
+                                           {"prices", "File", "S:\\none.xls"},
+                                           {"stock", "File", "S:\\none.mdb"},
+                                           {"ledger", "Server", "no.such.server.invalid"}}) {
+    SelectLink(link);
+    Type(field, place);
+    EXPECT_TRUE(Line(field).toolTip().startsWith(place)) << link;
+    AnswerNext(box);
+    Click("Test");
+    EXPECT_THAT(box, testing::StartsWith(std::string("Test|Error while connecting to : ") + place))
+        << link;
+  }
+}
+
 TEST_F(MainWindowTest, TheStartPageHasTheRecentJobsWithTheirLastVerdicts) {
   Open();
   session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");

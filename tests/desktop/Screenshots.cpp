@@ -205,6 +205,8 @@ int main(int argc, char** argv) {
     TakePanels(session, camera);
     TakeRun(session, camera);
     TakeDialogs(session, camera);
+    session.Start("");
+    camera.Take(session.Window(), "start");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "torvik-screenshots: %s\n", error.what());
     return 1;

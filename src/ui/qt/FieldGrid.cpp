@@ -15,6 +15,16 @@ QString WithoutMnemonic(QString text) {
   return text.remove(':');
 }
 
+/// A text that may be longer than its field stands in the field's tip too; a password never does.
+void ShowWholeText(QLineEdit& field, const QString& help) {
+  const auto show = [&field, help](const QString& text) {
+    const bool isShown = text.isEmpty() || field.echoMode() != QLineEdit::Normal;
+    field.setToolTip(isShown ? help : text + "\n" + help);
+  };
+  show(field.text());
+  QObject::connect(&field, &QLineEdit::textChanged, &field, show);
+}
+
 }  // namespace
 
 QLabel* FieldGrid::Label(QWidget& field, const QString& text) {
@@ -37,12 +47,14 @@ QLineEdit* FieldGrid::Text(const QString& label, TextBox& box, const QString& he
   auto* const field = new QLineEdit;
   Bind(*field, box);
   Place(*field, label, help);
+  ShowWholeText(*field, help);
   return field;
 }
 
 QLineEdit* FieldGrid::Password(const QString& label, TextBox& box, const QString& help) {
   QLineEdit* const field = Text(label, box, help);
   field->setEchoMode(QLineEdit::Password);
+  field->setToolTip(help);
   return field;
 }
 

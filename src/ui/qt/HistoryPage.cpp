@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/NumberText.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
@@ -93,10 +94,9 @@ class RunStrip final : public QWidget {
 void FillTable(QTreeWidget& table, const JobHistory& history) {
   table.clear();
   for (const RunRecord& run : history.Runs()) {
-    auto* const row =
-        new QTreeWidgetItem(&table, {SignOf(run) + " " + VerdictWord(run.outcome), BeginOf(run),
-                                     TimeOf(history, run), ToQt(GroupedNumber(run.rows)),
-                                     ToQt(GroupedNumber(run.rejectedRows)), ReasonOf(run)});
+    auto* const row = new QTreeWidgetItem(
+        &table, {SignOf(run) + " " + VerdictWord(run.outcome), BeginOf(run), TimeOf(history, run),
+                 ToQt(Grouped(run.rows)), ToQt(Grouped(run.rejectedRows)), ReasonOf(run)});
     row->setData(0, Qt::UserRole, QVariant::fromValue(run.id));
     row->setToolTip(5, ReasonOf(run));
     row->setForeground(0, VerdictColour(run.outcome));

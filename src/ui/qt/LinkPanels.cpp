@@ -19,16 +19,23 @@
 namespace torvik {
 namespace {
 
+void AddTest(FieldGrid& grid, DataLinkPanel& panel) {
+  grid.Button(
+      Tr("Test"), panel.cmdTest, [&panel] { panel.cmdTest_Click(); },
+      Tr("Opens what the data link leads to, as a run does"));
+}
+
 /// Files that a user and a password may guard.
 template <typename Click>
-QWidget* NewFilePanel(TextBox& file, CommandButton& browse, TextBox& user, TextBox& password,
-                      const Click& click) {
+QWidget* NewFilePanel(DataLinkPanel& panel, TextBox& file, CommandButton& browse, TextBox& user,
+                      TextBox& password, const Click& click) {
   auto* const page = new QWidget;
   FieldGrid grid(*page);
   grid.Text(Tr("F&ile:"), file, Tr("The path of the file"));
   grid.Browse(browse, click, Tr("Choose a file"));
   grid.Text(Tr("User &name:"), user, Tr("Empty when the file needs none"));
   grid.Password(Tr("Password:"), password, Tr("Is kept scrambled"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -50,6 +57,7 @@ QWidget* NewSqlServerPanel(ctDLSQLServer& panel) {
   grid.List(
       Tr("Da&tabase:"), panel.cmbSQLDatabases, [&panel] { panel.cmbSQLDatabases_DropDown(); },
       Tr("The database that the data comes from"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -65,6 +73,7 @@ QWidget* NewOraclePanel(ctlDLOrcaleServer& panel) {
   grid.List(
       Tr("Schema:"), panel.cmbORADatabases, [&panel] { panel.cmbORADatabases_DropDown(); },
       Tr("The schema that the data comes from"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -151,10 +160,10 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   add(form.ctDLSQLServerOBJ, NewSqlServerPanel(form.ctDLSQLServerOBJ));
   add(form.ctlDLOrcaleServerOBJ, NewOraclePanel(form.ctlDLOrcaleServerOBJ));
   auto& access = form.ctlDLAccesFilesOBJ;
-  add(access, NewFilePanel(access.txtAccessFile, access.cmdAccessFile, access.txtAccessUser,
+  add(access, NewFilePanel(access, access.txtAccessFile, access.cmdAccessFile, access.txtAccessUser,
                            access.txtAccessPassword, [&access] { access.cmdAccessFile_Click(); }));
   auto& excel = form.ctlDLExcelFilesOBJ;
-  add(excel, NewFilePanel(excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
+  add(excel, NewFilePanel(excel, excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
                           excel.txtExcelPassword, [&excel] { excel.cmdExcelFile_Click(); }));
   return stack;
 }
@@ -177,6 +186,7 @@ QWidget* NewEditor(frmRunnerMain& form) {
   scroll->setWidget(NewStack(form));
   scroll->setWidgetResizable(true);
   scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setMinimumHeight(scroll->fontMetrics().height() * 3);
   layout->addWidget(heading);
   layout->addWidget(scroll, 1);
   return editor;

@@ -1,5 +1,6 @@
 #include "ui/qt/LinkTable.h"
 
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStyle>
@@ -15,6 +16,7 @@ namespace {
 
 /// From so many links on they can be filtered.
 constexpr std::size_t kManyLinks = 8;
+constexpr int kPlaceColumn = 2;
 
 QStyle::StandardPixmap IconOf(LinkPicture picture) {
   switch (picture) {
@@ -36,7 +38,9 @@ class LinkTable final : public QTreeWidget {
     setRootIsDecorated(false);
     setUniformRowHeights(true);
     setTextElideMode(Qt::ElideMiddle);
-    setMinimumWidth(fontMetrics().averageCharWidth() * 16);
+    header()->setStretchLastSection(false);
+    header()->setSectionResizeMode(kPlaceColumn, QHeaderView::Stretch);
+    setMinimumSize(fontMetrics().averageCharWidth() * 16, fontMetrics().height() * 4);
     Watch(form.LinkRows, *this,
           [](LinkTable& table, const std::vector<LinkRow>& rows) { table.Show(rows); });
     Watch(form.lstDataLinks.ListIndex, *this, [](LinkTable& table, int position) {
@@ -71,7 +75,7 @@ class LinkTable final : public QTreeWidget {
     for (std::size_t i = 0; i < rows.size(); ++i)
       ShowRow(isOther ? *new QTreeWidgetItem(this) : *topLevelItem(static_cast<int>(i)), rows[i]);
     if (isOther)
-      for (const int column : {0, 1, 3}) resizeColumnToContents(column);
+      for (const int column : {0, 1, 3, 4}) resizeColumnToContents(column);
     isFilling_ = false;
   }
 
@@ -79,7 +83,7 @@ class LinkTable final : public QTreeWidget {
     const QString texts[] = {ToQt(row.name), ToQt(row.kind), ToQt(row.place), ToQt(row.fetched),
                              row.isEdited ? Tr("edited") : QString()};
     for (int column = 0; column < columnCount(); ++column) item.setText(column, texts[column]);
-    item.setToolTip(2, texts[2]);
+    item.setToolTip(kPlaceColumn, texts[kPlaceColumn]);
     item.setIcon(1, style()->standardIcon(IconOf(row.picture)));
   }
 

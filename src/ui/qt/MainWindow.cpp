@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
@@ -57,6 +58,19 @@ QPushButton* NewCommand(CommandButton& command, std::function<void()> click, con
   SetHelp(*button, command, help);
   button->setAutoDefault(false);
   return button;
+}
+
+/// That of the style is black, and unseen on dark colours.
+QIcon RunIcon() {
+  constexpr int kSize = 64;
+  QPixmap picture(kSize, kSize);
+  picture.fill(Qt::transparent);
+  QPainter painter(&picture);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(56, 142, 60));
+  painter.drawPolygon(QPolygon({QPoint(14, 8), QPoint(14, 56), QPoint(56, 32)}));
+  return picture;
 }
 
 QString DroppedJobFile(const QMimeData& data) {
@@ -112,28 +126,31 @@ void MainWindow::MakeMenus() {
     return action;
   };
   const auto addTool = [this, &add](const QString& text, const QKeySequence& keys,
-                                    QStyle::StandardPixmap icon, auto work) {
+                                    const QIcon& icon, auto work) {
     QAction* const action = add(text, keys, work);
-    action->setIcon(style()->standardIcon(icon));
+    action->setIcon(icon);
     tools_.push_back(action);
     return action;
   };
-  addTool(Tr("&New"), QKeySequence::New, QStyle::SP_FileIcon, [this] { form_.mnuFileNew_Click(); });
-  addTool(Tr("&Open..."), QKeySequence::Open, QStyle::SP_DialogOpenButton,
+  addTool(Tr("&New"), QKeySequence::New, style()->standardIcon(QStyle::SP_FileIcon),
+          [this] { form_.mnuFileNew_Click(); });
+  addTool(Tr("&Open..."), QKeySequence::Open, style()->standardIcon(QStyle::SP_DialogOpenButton),
           [this] { form_.cmdOpen_Click(); });
   recent_ = file->addMenu(Tr("Open &recent"));
+  recent_->setToolTipsVisible(true);
   connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
-  addTool(Tr("&Save"), QKeySequence::Save, QStyle::SP_DialogSaveButton,
+  addTool(Tr("&Save"), QKeySequence::Save, style()->standardIcon(QStyle::SP_DialogSaveButton),
           [this] { form_.mnuFileSave_Click(); });
   add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
   file->addSeparator();
   if (checker_ != nullptr) {
     QAction* const check =
-        addTool(Tr("&Check"), {}, QStyle::SP_DialogApplyButton, [this] { checker_->Start(); });
+        addTool(Tr("&Check"), {}, style()->standardIcon(QStyle::SP_DialogApplyButton),
+                [this] { checker_->Start(); });
     Watch(form_.cmdCheck.Enabled, *check, [](QAction& one, bool can) { one.setEnabled(can); });
   }
-  QAction* const execute = addTool({}, QKeySequence(Qt::Key_F5), QStyle::SP_MediaPlay,
-                                   [this] { form_.cmdExecute_Click(); });
+  QAction* const execute =
+      addTool({}, QKeySequence(Qt::Key_F5), RunIcon(), [this] { form_.cmdExecute_Click(); });
   file->addSeparator();
   QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
   // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
@@ -164,7 +181,7 @@ void MainWindow::MakeToolBar() {
   QToolBar* const bar = addToolBar(Tr("Tools"));
   bar->setMovable(false);
   bar->setContextMenuPolicy(Qt::PreventContextMenu);
-  bar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+  bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   for (QAction* const tool : tools_) {
     bar->addAction(tool);
     bar->widgetForAction(tool)->setFocusPolicy(Qt::TabFocus);
@@ -260,7 +277,10 @@ void MainWindow::WatchForm() {
     window.links_->setEnabled(!busy);
   });
   Watch(form_.Monitor.Runs, *this, [](MainWindow& window, bool runs) {
-    if (runs) window.pages_->setCurrentIndex(kRunPage);
+    if (runs) {
+      window.pages_->setCurrentIndex(kRunPage);
+      window.pages_->setFocus();
+    }
     window.pages_->setTabText(kRunPage, runs ? Tr("Run ●") : Tr("Run"));
   });
   Watch(form_.Monitor.Problems, *this, [](MainWindow& window, const auto& problems) {
@@ -270,7 +290,9 @@ void MainWindow::WatchForm() {
     if (on) QApplication::setOverrideCursor(Qt::WaitCursor);
     if (!on && QApplication::overrideCursor() != nullptr) QApplication::restoreOverrideCursor();
     // What takes long without a run is not disturbed.
+    if (on) window.focus_ = window.focusWidget();
     window.centralWidget()->setEnabled(!on || window.form_.Busy.Get());
+    if (!on && window.focus_ && window.focus_->isEnabled()) window.focus_->setFocus();
   });
   const QPointer<MainWindow> self(this);
   form_.AboutWanted.Observe([self] {
@@ -310,7 +332,10 @@ void MainWindow::FillRecent() {
   recent_->clear();
   int number = 1;
   for (const QString& file : RecentJobs()) {
-    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + file);
+    const QString shown =
+        fontMetrics().elidedText(file, Qt::ElideMiddle, fontMetrics().averageCharWidth() * 80);
+    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + shown);
+    action->setToolTip(file);
     connect(action, &QAction::triggered, this,
             [this, file] { form_.OpenJobFile(file.toStdString()); });
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 
 class QTabWidget;
 
@@ -39,6 +40,7 @@ class MainWindow final : public QMainWindow {
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
   QTabWidget* pages_ = nullptr;  // the job, its run, its history
+  QPointer<QWidget> focus_;      // has the keyboard again after what takes long
   bool mayGo_ = false;
 };
 
