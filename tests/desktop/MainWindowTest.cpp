@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -21,6 +22,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTest>
@@ -596,6 +598,39 @@ TEST_F(MainWindowTest, NoTwoVisibleControlsHaveTheSameKey) {
       for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
         if (button->isVisible()) add(button->text());
     }
+}
+
+/// What a screen reader would find without a name among what the keyboard reaches.
+void FindNameless(QAccessibleInterface* one, QStringList& nameless) {
+  if (one == nullptr || one->state().invisible) return;
+  const QWidget* const widget = qobject_cast<QWidget*>(one->object());
+  const bool isReached = widget != nullptr && (widget->focusPolicy() & Qt::TabFocus) != 0;
+  const bool isBar = one->role() == QAccessible::PageTabList;  // its tabs have the names
+  const bool isArea = qobject_cast<const QScrollArea*>(widget) != nullptr;
+  if (isReached && !isBar && !isArea && one->text(QAccessible::Name).isEmpty())
+    nameless << widget->metaObject()->className();
+  for (int i = 0; i < one->childCount(); ++i) FindNameless(one->child(i), nameless);
+}
+
+TEST_F(MainWindowTest, AScreenReaderGetsNamesAndStates) {
+  Open();
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  for (const int page : {2, 1, 0}) {
+    pages->setCurrentIndex(page);
+    SelectLink("orders");
+    QStringList nameless;
+    FindNameless(QAccessible::queryAccessibleInterface(&session_.Window()), nameless);
+    EXPECT_EQ(nameless.join(", ").toStdString(), "") << "page " << page;
+  }
+  const auto state = [this](const char* button) {
+    return QAccessible::queryAccessibleInterface(&session_.Find<QAbstractButton>(button))->state();
+  };
+  EXPECT_FALSE(state("Copy remote data before each run").checked);
+  EXPECT_TRUE(state("from an FTP server").disabled);
+  Click("Copy remote data before each run");
+  EXPECT_TRUE(state("Copy remote data before each run").checked);
+  EXPECT_FALSE(state("from an FTP server").disabled);
+  EXPECT_TRUE(state("from an FTP server").checked);
 }
 
 TEST_F(MainWindowTest, EveryFieldHasANameAndTheTabKeyReachesIt) {

@@ -84,6 +84,7 @@ QComboBox* FieldGrid::List(const QString& label, ComboBox& box, std::function<vo
   QComboBox* const field = NewDropDown();
   Bind(*field, box, std::move(dropDown));
   Place(*field, label, help);
+  field->lineEdit()->setAccessibleName(field->accessibleName());
   return field;
 }
 

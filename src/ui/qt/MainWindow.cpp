@@ -190,6 +190,7 @@ void MainWindow::MakeToolBar() {
 
 void MainWindow::MakeCentre() {
   auto* const tabs = new QTabWidget;
+  tabs->setAccessibleName(Tr("Fields of the job"));
   tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
   tabs->addTab(Scrolled(NewWarehousePage(form_)), Tr("Data &warehouse"));
   Bind(*tabs, form_.tabDataInfo);
@@ -212,6 +213,7 @@ void MainWindow::MakeCentre() {
   editors->setStretchFactor(1, 1);
   pages_ = new QTabWidget;
   pages_->setDocumentMode(true);
+  pages_->setAccessibleName(Tr("Pages"));
   auto* const job = new QStackedWidget;
   job->addWidget(NewStartPage(form_));
   job->addWidget(editors);

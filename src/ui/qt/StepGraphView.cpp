@@ -128,6 +128,7 @@ class StepBox final : public QGraphicsItem {
 StepGraphView::StepGraphView(RunMonitor& monitor) : monitor_(monitor) {
   setScene(&scene_);
   setAccessibleName(Tr("Steps"));
+  viewport()->setAccessibleName(Tr("Steps"));
   setDragMode(ScrollHandDrag);
   setRenderHint(QPainter::Antialiasing);
   setTransformationAnchor(AnchorUnderMouse);
