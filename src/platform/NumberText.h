@@ -2,8 +2,11 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -18,6 +21,14 @@ std::optional<Number> NumberOf(std::string_view text) {
   const auto read = std::from_chars(text.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
   return number;
+}
+
+/// With commas between the thousands, for people; not negative.
+inline std::string Grouped(std::int64_t number) {
+  std::string text = std::to_string(number);
+  for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
+    text.insert(static_cast<std::size_t>(at), ",");
+  return text;
 }
 
 /// 10 to a power. A call of pow() for each value of a column would be a good part of a load; a

@@ -144,6 +144,12 @@ struct ListBox : Control {
 
 struct CommandButton : Control {
   Observable<std::string> Caption;
+  Observable<std::string> Reason;  ///< Why it is not enabled; empty when it is.
+
+  void EnableUnless(const std::string& reason) {
+    Reason.Set(reason);
+    Enabled.Set(reason.empty());
+  }
 };
 
 struct Label : Control {

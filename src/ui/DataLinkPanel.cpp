@@ -1,6 +1,11 @@
 #include "ui/DataLinkPanel.h"
 
+#include <memory>
+
+#include "datalinks/BuildConnection.h"
+#include "platform/Ado.h"
 #include "platform/FileDialogs.h"
+#include "platform/Messages.h"
 #include "ui/ModSHBrowse.h"
 
 namespace torvik {
@@ -23,6 +28,24 @@ void DataLinkPanel::Writes(ComboBox& box, std::string cDataSource::*property) {
 
 void DataLinkPanel::Write(std::string cDataSource::*property, const std::string& text) {
   Write<std::string>(property, text);
+}
+
+void DataLinkPanel::cmdTest_Click() {
+  if (link_ == nullptr) return;
+  const bool isFile = link_->etlType == EtlExcel || link_->etlType == EtlAccess;
+  const ServerLogon logon{isFile ? link_->strDSFile : link_->strDSServer, link_->blnDSTrustedLogin,
+                          link_->strDSUser, link_->strDSPassword};
+  std::unique_ptr<ado::Connection> connection;
+  std::string errorText;
+  services_.hourglass.Set(true);
+  const bool isOpen = BuildConnection(services_.databases, link_->etlType, logon, connection,
+                                      errorText, link_->strDSDatabase);
+  services_.hourglass.Set(false);
+  if (isOpen)
+    services_.messages.Box("It can be opened: " + logon.server, "Test", BoxIcon::Information);
+  else
+    services_.messages.Box("Error while connecting to : " + logon.server + errorText, "Test",
+                           BoxIcon::Critical);
 }
 
 void DataLinkPanel::BlankServerFields(cDataSource& link) {

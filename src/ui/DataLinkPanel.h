@@ -43,6 +43,10 @@ class DataLinkPanel {
   /// Blanks the properties of the record that do not belong to the panel's family, and shows the
   /// others. The record must live until another one, or none, is given.
   void SetObjDataSource(cDataSource& link);
+  CommandButton cmdTest;
+  /// Opens what the link leads to, and closes it again; a box says whether it could.
+  void cmdTest_Click();
+
   cDataSource* ObjDataSource() const { return link_; }
   void ForgetDataSource() { link_ = nullptr; }
 

@@ -28,6 +28,18 @@ void JobHistory::Read(const std::string& jobFile) {
   Ids.Set(std::move(ids));
 }
 
+std::optional<RunRecord> JobHistory::LastRun(const std::string& jobFile) {
+  try {
+    RunFilter filter;
+    filter.job = jobFile;
+    filter.limit = 1;
+    const auto runs = history_.Runs(filter);
+    return runs.empty() ? std::nullopt : std::optional(runs.front());
+  } catch (const PlatformError&) {
+    return std::nullopt;
+  }
+}
+
 std::optional<RunRecord> JobHistory::Run(std::int64_t id) {
   try {
     return history_.Run(id);

@@ -22,6 +22,8 @@ class JobHistory {
 
   /// Reads the runs of a job file; without one there are none.
   void Read(const std::string& jobFile);
+  /// The latest run of a job file, without its steps; empty when there is none, or no telling.
+  std::optional<RunRecord> LastRun(const std::string& jobFile);
   /// One of them with its steps; empty when the history has forgotten it.
   std::optional<RunRecord> Run(std::int64_t id);
 

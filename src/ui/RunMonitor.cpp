@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/Clock.h"
+#include "platform/NumberText.h"
 
 namespace torvik {
 namespace {
@@ -179,17 +180,9 @@ const RunMonitor::Step* RunMonitor::Find(const std::string& name) const {
 
 std::string Described(const RunMonitor::Step& step) {
   std::string text = WordFor(step.state);
-  if (step.rows > 0) text += ", " + GroupedNumber(step.rows) + " rows";
-  if (step.rowsPerSecond >= 1)
-    text += ", " + GroupedNumber(std::llround(step.rowsPerSecond)) + " rows/s";
-  if (step.rejected > 0) text += ", " + GroupedNumber(step.rejected) + " rejected";
-  return text;
-}
-
-std::string GroupedNumber(std::int64_t number) {
-  std::string text = std::to_string(number);
-  for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
-    text.insert(static_cast<std::size_t>(at), ",");
+  if (step.rows > 0) text += ", " + Grouped(step.rows) + " rows";
+  if (step.rowsPerSecond >= 1) text += ", " + Grouped(std::llround(step.rowsPerSecond)) + " rows/s";
+  if (step.rejected > 0) text += ", " + Grouped(step.rejected) + " rejected";
   return text;
 }
 

@@ -85,8 +85,6 @@ class RunMonitor {
 
 /// "done, 12,345 rows, 678 rows/s".
 std::string Described(const RunMonitor::Step& step);
-/// With commas between the thousands.
-std::string GroupedNumber(std::int64_t number);
 /// "0:14", "1:02:03".
 std::string ClockText(double seconds);
 

@@ -39,7 +39,7 @@ frmRunnerMain::frmRunnerMain(Program& program)
   cmdSave.Caption.Set("&Save...");
   cmdStop.Caption.Set("S&top");
   cmdCheck.Caption.Set("Chec&k");
-  cmdStop.Enabled.Set(false);
+  cmdStop.EnableUnless("No job is running");
   cmdLoadDataLinks.Caption.Set("&Load");
   SetStartInQXJobConfigMode(false);
   WatchFields();
@@ -56,11 +56,13 @@ void frmRunnerMain::Show() {
   HasCloseEntry.Set(false);  // closing is the Close button's business
   lblUsedLogfileDir.Caption.Set(program_.platform.files.TempDirectory() + "Torv\\");
   if (TorvConfigFile.empty()) {
+    SetFormTitle("[new]");
     SetDefaults();
     RememberSaved();
   } else {
     LoadJobFile();
   }
+  HasJob.Set(!TorvConfigFile.empty() || !StartInConfigMode || startInQXJobConfigMode_);
   CheckInputComplete();
 }
 
@@ -78,23 +80,42 @@ bool frmRunnerMain::CheckInputComplete() {
   const bool hasPackage = isFilled(cmbETLPackage), hasServer = isFilled(txtDTSServer),
              hasErrorFile = isFilled(txtDTSErrorFile), hasWarehouse = isFilled(txtDestServer),
              hasDatabase = isFilled(cmbDestDB);
-  dtsInfoComplete_ = hasPackage && hasServer && hasErrorFile;
-  dwInfoComplete_ = hasWarehouse && hasDatabase;
-  cmdExecute.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_);
-  cmdSave.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_);
-  cmdCheck.Enabled.Set(dtsInfoComplete_ && dwInfoComplete_ && !isChecking_);
-  return cmdExecute.Enabled.Get();
+  PackagePageComplete.Set(hasPackage && hasServer && hasErrorFile);
+  WarehousePageComplete.Set(hasWarehouse && hasDatabase);
+  EnableCommands();
+  return PackagePageComplete.Get() && WarehousePageComplete.Get();
+}
+
+/// By what is filled in, and each that is not enabled says why.
+void frmRunnerMain::EnableCommands() {
+  const auto lacking = [](std::initializer_list<std::pair<const Control*, const char*>> fields) {
+    std::string names;
+    for (const auto& [field, name] : fields)
+      if (field->Missing.Get()) names += (names.empty() ? "Fill in: " : ", ") + std::string(name);
+    return names;
+  };
+  const std::string why = lacking({{&cmbETLPackage, "package"},
+                                   {&txtDTSServer, "DTS server"},
+                                   {&txtDTSErrorFile, "error file"},
+                                   {&txtDestServer, "data warehouse's server"},
+                                   {&cmbDestDB, "data warehouse's database"}});
+  cmdExecute.EnableUnless(why);
+  cmdSave.EnableUnless(why);
+  cmdCheck.EnableUnless(why.empty() && isChecking_ ? "A check goes on" : why);
+  cmdLoadDataLinks.EnableUnless(lacking({{&cmbETLPackage, "package"},
+                                         {&txtDestServer, "data warehouse's server"},
+                                         {&cmbDestDB, "data warehouse's database"}}));
 }
 
 void frmRunnerMain::SetBusy(bool busy) {
   if (busy) Monitor.Begin();
-  cmdStop.Enabled.Set(busy);
+  cmdStop.EnableUnless(busy ? "" : "No job is running");
   Busy.Set(busy);
   Hourglass.Set(busy);
-  cmdExecute.Enabled.Set(!busy);
-  cmdSave.Enabled.Set(!busy);
-  cmdCheck.Enabled.Set(!busy && !isChecking_);
+  for (CommandButton* command : {&cmdOpen, &cmdSave, &cmdExecute, &cmdCheck})
+    command->EnableUnless(busy ? "A job is running" : "");
   if (busy) return;
+  EnableCommands();
   Monitor.End();
   if (StartInConfigMode) ReadHistory();  // nobody looks at an unattended run's
 }

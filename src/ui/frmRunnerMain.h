@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "ui/CRegSettings.h"
 #include "ui/Controls.h"
 #include "ui/JobHistory.h"
+#include "ui/LinkRow.h"
 #include "ui/RunMonitor.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"
@@ -58,6 +60,9 @@ class frmRunnerMain final : public MainForm {
   // Data links.
   ListBox lstDataLinks;
   CommandButton cmdLoadDataLinks;
+  Observable<std::vector<LinkRow>> LinkRows;  ///< What the entries of lstDataLinks stand for.
+  /// Of the selected link: its name and kind; and what the place of its panel says without one.
+  Observable<std::string> LinkHeading, LinkHint;
   ctDLlFlatFile ctDLlFlatFileOBJ;
   ctDLSQLServer ctDLSQLServerOBJ;
   ctlDLAccesFiles ctlDLAccesFilesOBJ;
@@ -70,7 +75,10 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
   Observable<bool> Busy;                 ///< A job is executing.
   Observable<bool> Hourglass;            ///< The pointer, while something takes long.
+  Observable<bool> HasJob{true};         ///< Else neither a file is open nor a new job begun.
   Observable<bool> Modified;             ///< Something is not saved.
+  /// Whether a page of tabDataInfo has all that Execute needs of it.
+  Observable<bool> PackagePageComplete, WarehousePageComplete;
   RunMonitor Monitor;
   JobHistory History;
   /// Shows a text file where the settings name no program for it; set by whoever shows the form.
@@ -107,8 +115,8 @@ class frmRunnerMain final : public MainForm {
   void SetFormTitle(const std::string& text);
 
   bool StartInQXJobConfigMode() const { return startInQXJobConfigMode_; }
-  bool DTSInfoComplete() const { return dtsInfoComplete_; }
-  bool DWInfoComplete() const { return dwInfoComplete_; }
+  bool DTSInfoComplete() const { return PackagePageComplete.Get(); }
+  bool DWInfoComplete() const { return WarehousePageComplete.Get(); }
   /// True when the editor panel of a data link is current.
   bool DataSourceInfoPresent() const { return panel_ != nullptr; }
 
@@ -168,6 +176,7 @@ class frmRunnerMain final : public MainForm {
   // The job and its file.
   void WatchFields();
   void FieldChanged();
+  void EnableCommands();
   void LoadJobFile();
   void ReadAgain();
   void ForgetRun();
@@ -195,6 +204,8 @@ class frmRunnerMain final : public MainForm {
   DataLinkPanel* PanelFor(std::int32_t etlType);
   std::vector<DataLinkPanel*> Panels();
   void ShowPanel(DataLinkPanel* panel);
+  void RefreshLinkRows();
+  void DescribeSelection();
 
   // Commands.
   void FinishSchedulerConfiguration();
@@ -216,11 +227,10 @@ class frmRunnerMain final : public MainForm {
   DataLinkPanel* panel_ = nullptr;
   bool isOpen_ = false;
   bool startInQXJobConfigMode_ = false;
-  bool dtsInfoComplete_ = false, dwInfoComplete_ = false;
   bool isFilling_ = false;  // fields change, but not by the operator
   bool isChecking_ = false;
-  bool areLinksChanged_ = false;
-  LinksOrigin linksOrigin_;  // of the links that are listed
+  std::set<std::string> editedLinks_;  // by name; since the job was saved
+  LinksOrigin linksOrigin_;            // of the links that are listed
   std::string savedFields_;
   LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
   FileStatus savedFile_;               // as it was when it was last read or written

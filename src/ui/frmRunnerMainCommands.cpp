@@ -141,7 +141,7 @@ bool frmRunnerMain::BeginCheck() {
   if (!isSaved) mnuFileSave_Click();
   if (Modified.Get() || TorvConfigFile.empty()) return false;
   isChecking_ = true;
-  cmdCheck.Enabled.Set(false);
+  cmdCheck.EnableUnless("A check goes on");
   sbStatus.Text.Set("Checking the job ...");
   return true;
 }

@@ -29,6 +29,7 @@ void frmRunnerMain::SetDefaults() {
 
 void frmRunnerMain::LoadJobFile() {
   job_.TorvConfigFile = TorvConfigFile;
+  HasJob.Set(true);
   savedFile_ = {};
   program_.platform.files.Status(TorvConfigFile, savedFile_);
   SetFormTitle("[" + FileNameOf(TorvConfigFile) + "]");
@@ -100,15 +101,16 @@ void frmRunnerMain::WatchFields() {
     if (cbDefaultLogFilesDir.Value.Get()) SetDefaultLogDirectory();
   });
   for (DataLinkPanel* panel : Panels())
-    panel->Changed.Observe([this] {
-      areLinksChanged_ = true;
+    panel->Changed.Observe([this, panel] {
+      editedLinks_.insert(panel->ObjDataSource()->strName);
+      RefreshLinkRows();
       FieldChanged();
     });
 }
 
 void frmRunnerMain::FieldChanged() {
   if (isFilling_ || !isOpen_) return;
-  Modified.Set(areLinksChanged_ || FieldsAsText() != savedFields_);
+  Modified.Set(!editedLinks_.empty() || FieldsAsText() != savedFields_);
   if (!Busy.Get()) CheckInputComplete();
 }
 
@@ -134,7 +136,8 @@ std::string frmRunnerMain::FieldsAsText() const {
 
 void frmRunnerMain::RememberSaved() {
   savedFields_ = FieldsAsText();
-  areLinksChanged_ = false;
+  editedLinks_.clear();
+  RefreshLinkRows();
   savedFile_ = {};
   Modified.Set(false);
   if (TorvConfigFile.empty()) return;
@@ -252,6 +255,7 @@ void frmRunnerMain::mnuFileNew_Click() {
   JobToForm();
   SetDefaults();
   SetFormTitle("[new]");
+  HasJob.Set(true);
   RememberSaved();
   CheckInputComplete();
 }

@@ -27,9 +27,10 @@ bool frmRunnerMain::getDataLinkInfo() {
       program_.dataLinks.LoadDataLinks(warehouse.Connection(), cmbETLPackage.Text.Get(), names);
   lstDataLinks.ListIndex.Set(-1);
   lstDataLinks.List.Set(names);
-  areLinksChanged_ = false;
+  editedLinks_.clear();
   linksOrigin_ = OriginInFields();
   if (isLoaded && !TorvConfigFile.empty()) program_.dataLinks.ReadDataLinkSections(TorvConfigFile);
+  RefreshLinkRows();
   return true;
 }
 
@@ -46,7 +47,7 @@ bool frmRunnerMain::KeepOrReleaseLinks() {
       ModelNameFromPackage(now.package) == ModelNameFromPackage(linksOrigin_.package) &&
       now.server == linksOrigin_.server && now.database == linksOrigin_.database;
   if (isSame || lstDataLinks.List.Get().empty()) return true;
-  if (!areLinksChanged_ ||
+  if (editedLinks_.empty() ||
       Asks("The data links of " + linksOrigin_.package + " in " + linksOrigin_.database +
                " were edited, and the job now has others. Discard the edits?",
            "Discard")) {
@@ -64,7 +65,7 @@ bool frmRunnerMain::KeepOrReleaseLinks() {
 bool frmRunnerMain::LoadDataLinksIfNone() {
   if (!KeepOrReleaseLinks()) return false;
   try {
-    if (!DataSourceInfoPresent() && !areLinksChanged_ && !getDataLinkInfo()) return false;
+    if (!DataSourceInfoPresent() && editedLinks_.empty() && !getDataLinkInfo()) return false;
     program_.dataLinks.RequireUsableNames();
     return true;
   } catch (const PlatformError& error) {
@@ -75,13 +76,15 @@ bool frmRunnerMain::LoadDataLinksIfNone() {
 
 void frmRunnerMain::cmdLoadDataLinks_Click() {
   if (!KeepOrReleaseLinks()) return;
-  if (areLinksChanged_ &&
+  if (!editedLinks_.empty() &&
       !Asks("Loading the data links again discards the edits. Load them?", "Load"))
     return;
-  areLinksChanged_ = false;
+  editedLinks_.clear();
   ShowPanel(nullptr);
-  if (LoadDataLinksIfNone() && lstDataLinks.List.Get().empty())
-    SetFormStatus("The data warehouse has no data links for this package's model.");
+  if (LoadDataLinksIfNone())
+    SetFormStatus(lstDataLinks.List.Get().empty()
+                      ? "The data warehouse has no data links for this package's model."
+                      : "");
   FieldChanged();
 }
 
@@ -94,6 +97,7 @@ void frmRunnerMain::lstDataLinks_Click() {
   DataLinkPanel* const panel = link ? PanelFor(link->etlType) : nullptr;
   if (panel) panel->SetObjDataSource(*link);
   ShowPanel(panel);
+  RefreshLinkRows();
 }
 
 void frmRunnerMain::ReleaseLinks() {
@@ -101,7 +105,33 @@ void frmRunnerMain::ReleaseLinks() {
   lstDataLinks.ListIndex.Set(-1);
   lstDataLinks.List.Set({});
   program_.dataLinks.ReleaseDataLinks();
-  areLinksChanged_ = false;
+  editedLinks_.clear();
+  RefreshLinkRows();
+}
+
+void frmRunnerMain::RefreshLinkRows() {
+  std::vector<LinkRow> rows;
+  for (const std::string& name : lstDataLinks.List.Get()) {
+    const cDataSource* const link = program_.dataLinks.FindDataLink(name);
+    LinkRow row = link ? RowOf(*link) : LinkRow{};
+    row.name = name;
+    row.isEdited = editedLinks_.contains(name);
+    rows.push_back(std::move(row));
+  }
+  LinkRows.Set(std::move(rows));
+  DescribeSelection();
+}
+
+void frmRunnerMain::DescribeSelection() {
+  const auto& rows = LinkRows.Get();
+  const int position = lstDataLinks.ListIndex.Get();
+  if (position < 0 || position >= static_cast<int>(rows.size())) {
+    LinkHeading.Set("");
+    return LinkHint.Set("Select a data link to edit it.");
+  }
+  const LinkRow& row = rows[static_cast<std::size_t>(position)];
+  LinkHeading.Set(row.name + ": " + row.kind);
+  LinkHint.Set("A data link of this kind has nothing to edit here.");
 }
 
 DataLinkPanel* frmRunnerMain::PanelFor(std::int32_t etlType) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
@@ -21,9 +22,12 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
+#include <QSplitter>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QWheelEvent>
 #include <algorithm>
@@ -44,7 +48,7 @@ class MainWindowTest : public WindowTest {};
 
 TEST_F(MainWindowTest, AJobIsOpenedEditedAndSaved) {
   session_.Start("");
-  EXPECT_EQ("Torv[*]", session_.Window().windowTitle());
+  EXPECT_EQ("Torv : [new][*]", session_.Window().windowTitle());
   OnNextDialog([this](QDialog& dialog) {
     auto& files = dynamic_cast<QFileDialog&>(dialog);
     EXPECT_EQ("Torv : Open Configuration", files.windowTitle());
@@ -163,7 +167,7 @@ TEST_F(MainWindowTest, EachPanelWritesItsLinkIntoTheJobFile) {
     SelectLink(c.link);
     if (c.link == std::string("orders")) Click("Copy remote data before each run");
     for (const auto& [field, text] : c.fields) Type(field, text);
-    session_.Find<QListWidget>("Data links").setFocus();
+    session_.Find<QTreeWidget>("Data links").setFocus();
   }
   Press(Qt::Key_S);
   const std::string job = Job();
@@ -228,7 +232,7 @@ TEST_F(MainWindowTest, UnsavedChangesAreAskedFor) {
 
 TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
   Open();
-  auto& list = session_.Find<QListWidget>("Data links");
+  auto& list = session_.Find<QTreeWidget>("Data links");
   SelectLink("erp");
   Type("Server", "ERP2");
   SelectLink("other");  // of a kind without a panel
@@ -248,7 +252,7 @@ TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
   list.setFocus();
   QTest::qWait(50);
   EXPECT_EQ("Sales_LoadDW", package.currentText());
-  EXPECT_EQ(6, list.count());
+  EXPECT_EQ(6, list.topLevelItemCount());
 
   session_.Form().tabDataInfo.Tab.Set(1);
   std::string box;
@@ -263,7 +267,7 @@ TEST_F(MainWindowTest, EditsOfLinksAreNeverLostUnasked) {
     session_.Find<QPushButton>("Close").setFocus();
     ASSERT_TRUE(WaitUntil([&] { return !box.empty(); })) << answer;
     EXPECT_THAT(box, HasSubstr("were edited, and the job now has others"));
-    EXPECT_TRUE(WaitUntil([&] { return list.count() == links; })) << answer;
+    EXPECT_TRUE(WaitUntil([&] { return list.topLevelItemCount() == links; })) << answer;
     EXPECT_EQ(database, Line("Database").text().toStdString());
   }
 }
@@ -409,6 +413,157 @@ TEST_F(MainWindowTest, RecentJobFilesAreInTheMenu) {
   EXPECT_EQ(Path("job.etl"), session_.Form().TorvConfigFile);
 }
 
+TEST_F(MainWindowTest, WhatIsGreyOrMissesAFieldSaysWhatToFillIn) {
+  session_.Start("");
+  Click("New job");
+  auto* const tabs = session_.Find<QLineEdit>("DTS server")
+                         .window()
+                         ->findChild<QSplitter*>("editors")
+                         ->findChild<QTabWidget*>();
+  const auto marks = [&] {
+    return std::pair(!tabs->tabIcon(0).isNull(), !tabs->tabIcon(1).isNull());
+  };
+  EXPECT_EQ(marks(), std::pair(true, true));
+  for (const char* button : {"Execute", "Check", "Save...", "Load"}) {
+    auto& one = session_.Find<QPushButton>(button);
+    EXPECT_FALSE(one.isEnabled()) << button;
+    EXPECT_THAT(one.toolTip().toStdString(), HasSubstr("Fill in: package")) << button;
+  }
+  FindCombo("Package")->setEditText("Sales_LoadDW");
+  EXPECT_THAT(session_.Find<QPushButton>("Load").toolTip().toStdString(),
+              HasSubstr("Fill in: data warehouse's database"));
+  EXPECT_EQ(marks(), std::pair(true, true)) << "no error file yet";
+  Type("Error file", "S:\\err.txt");
+  EXPECT_EQ(marks(), std::pair(false, true));
+  session_.Form().cmbDestDB.Text.Set("DW");
+  EXPECT_EQ(marks(), std::pair(false, false));
+  for (const char* button : {"Execute", "Check", "Save...", "Load"})
+    EXPECT_THAT(session_.Find<QPushButton>(button).toolTip().toStdString(),
+                Not(HasSubstr("Fill in")))
+        << button;
+}
+
+TEST_F(MainWindowTest, TheWindowFitsASmallScreenAndComesBackAsItWasLeft) {
+  Open();
+  SelectLink("orders");
+  EXPECT_LE(session_.Window().minimumSizeHint().width(), 640);
+  EXPECT_LE(session_.Window().minimumSizeHint().height(), 360);
+  session_.Window().resize(900, 700);
+  auto* splitter = session_.Window().findChild<QSplitter*>("editors");
+  splitter->setSizes({300, 500});
+  const QList<int> sizes = splitter->sizes();
+  session_.Form().cmdClose_Click();
+  session_.Start("");
+  EXPECT_EQ(session_.Window().size(), QSize(900, 700));
+  EXPECT_EQ(session_.Window().findChild<QSplitter*>("editors")->sizes(), sizes);
+}
+
+TEST_F(MainWindowTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {
+  const auto warehouse = session_.Files().Connect("DW");
+  for (const char* row : {"('Sales', 'extra a', 8)", "('Sales', 'extra b', 7)"})
+    warehouse->Execute(std::string("INSERT INTO dwm_data_link (model, source_name, Type) VALUES ") +
+                       row);
+  Open();
+  auto& table = session_.Find<QTreeWidget>("Data links");
+  const auto row = [&](const char* name) {
+    QStringList texts;
+    const auto* const item = table.findItems(name, Qt::MatchExactly).value(0);
+    for (int column = 1; column < 5; ++column) texts << item->text(column);
+    return texts.join("|").toStdString();
+  };
+  EXPECT_FALSE(IsShown("Select a data link to edit it."));
+  Click("Load");
+  EXPECT_TRUE(IsShown("Select a data link to edit it."));
+  EXPECT_EQ(row("erp"), "SQL Server|ERPSQL||");
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\||");
+  EXPECT_EQ(row("extra b"), "Oracle|||");
+  table.setFocus();
+  for (const auto& [name, shown] :
+       {std::pair{"other", "other: Kind 2"}, {"extra b", "extra b: Oracle"}}) {
+    SelectLink(name);
+    EXPECT_TRUE(IsShown(shown)) << name;
+    EXPECT_TRUE(IsShown("A data link of this kind has nothing to edit here.")) << name;
+  }
+  SelectLink("orders");
+  EXPECT_TRUE(IsShown("orders: Flat files"));
+  Click("Copy remote data before each run");
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|edited");
+  EXPECT_EQ(row("erp"), "SQL Server|ERPSQL||");
+  auto& filter = session_.Find<QLineEdit>("Filter of the data links");
+  ASSERT_TRUE(filter.isVisible());
+  QTest::keyClicks(&filter, "erps");
+  EXPECT_TRUE(table.findItems("orders", Qt::MatchExactly)[0]->isHidden());
+  EXPECT_FALSE(table.findItems("erp", Qt::MatchExactly)[0]->isHidden());
+  filter.clear();
+  Press(Qt::Key_S);
+  EXPECT_EQ(row("orders"), "Flat files|S:\\in\\|by FTP|");
+}
+
+TEST_F(MainWindowTest, TestOpensWhatALinkLeadsTo) {
+  Open();
+  std::string box;
+  SelectLink("erp");
+  Type("Server", "(local)");
+  Type("Database", "DW");
+  auto& test = session_.Find<QPushButton>("Test");
+  test.setFocus();
+  AnswerNext(box);
+  Click("Test");
+  EXPECT_EQ("Test|It can be opened: (local)", box);
+  EXPECT_EQ(session_.Window().focusWidget(), &test) << "the keyboard stays where it was";
+  for (const auto& [link, field, place] : {std::tuple{"erp", "Server", "no.such.server.invalid"},
+                                           {"prices", "File", "S:\\none.xls"},
+                                           {"stock", "File", "S:\\none.mdb"},
+                                           {"ledger", "Server", "no.such.server.invalid"}}) {
+    SelectLink(link);
+    Type(field, place);
+    EXPECT_TRUE(Line(field).toolTip().startsWith(place)) << link;
+    AnswerNext(box);
+    Click("Test");
+    EXPECT_THAT(box, testing::StartsWith(std::string("Test|Error while connecting to : ") + place))
+        << link;
+  }
+}
+
+TEST_F(MainWindowTest, TheStartPageHasTheRecentJobsWithTheirLastVerdicts) {
+  Open();
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  std::string box;
+  AnswerNext(box);
+  Click("Execute");
+  session_.Files().WriteJob("never.etl", "Sales_LoadDW");
+  session_.Form().OpenJobFile(Path("never.etl"));
+  session_.Start("");
+  auto& jobs = session_.Find<QTreeWidget>("Recent jobs");
+  ASSERT_TRUE(jobs.isVisible());
+  ASSERT_GE(jobs.topLevelItemCount(), 2);
+  EXPECT_EQ(jobs.topLevelItem(0)->text(0), "never.etl");
+  EXPECT_EQ(jobs.topLevelItem(0)->text(1), "no run yet");
+  EXPECT_EQ(jobs.topLevelItem(1)->text(1), QString("✗ failure"));
+  jobs.setFocus();
+  QTest::keyClick(&jobs, Qt::Key_Down);
+  QTest::keyClick(&jobs, Qt::Key_Return);
+  EXPECT_EQ(session_.Form().TorvConfigFile, Path("job.etl"));
+  EXPECT_FALSE(jobs.isVisible());
+  EXPECT_TRUE(Line("Package").isVisible());
+}
+
+TEST_F(MainWindowTest, TheToolBarOpensANewJobAndRunsOne) {
+  Open();
+  const auto tool = [this](const char* text) {
+    for (QToolButton* one : session_.Window().findChildren<QToolButton*>())
+      if (one->text() == text && !one->icon().isNull()) return one;
+    NoSuchWidget(text);
+  };
+  for (const char* text : {"Open", "Save", "Check"}) EXPECT_TRUE(tool(text)->isEnabled()) << text;
+  tool("Execute")->setFocus();
+  QTest::keyClick(tool("Execute"), Qt::Key_Space);
+  EXPECT_TRUE(IsShown("Succeeded"));
+  QTest::mouseClick(tool("New"), Qt::LeftButton);
+  EXPECT_EQ("Torv : [new][*]", session_.Window().windowTitle());
+  EXPECT_FALSE(tool("Check")->isEnabled());
+}
+
 TEST_F(MainWindowTest, AnEtlFileMayBeDropped) {
   session_.Start("");
   QMimeData data;
@@ -443,6 +598,39 @@ TEST_F(MainWindowTest, NoTwoVisibleControlsHaveTheSameKey) {
       for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
         if (button->isVisible()) add(button->text());
     }
+}
+
+/// What a screen reader would find without a name among what the keyboard reaches.
+void FindNameless(QAccessibleInterface* one, QStringList& nameless) {
+  if (one == nullptr || one->state().invisible) return;
+  const QWidget* const widget = qobject_cast<QWidget*>(one->object());
+  const bool isReached = widget != nullptr && (widget->focusPolicy() & Qt::TabFocus) != 0;
+  const bool isBar = one->role() == QAccessible::PageTabList;  // its tabs have the names
+  const bool isArea = qobject_cast<const QScrollArea*>(widget) != nullptr;
+  if (isReached && !isBar && !isArea && one->text(QAccessible::Name).isEmpty())
+    nameless << widget->metaObject()->className();
+  for (int i = 0; i < one->childCount(); ++i) FindNameless(one->child(i), nameless);
+}
+
+TEST_F(MainWindowTest, AScreenReaderGetsNamesAndStates) {
+  Open();
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  for (const int page : {2, 1, 0}) {
+    pages->setCurrentIndex(page);
+    SelectLink("orders");
+    QStringList nameless;
+    FindNameless(QAccessible::queryAccessibleInterface(&session_.Window()), nameless);
+    EXPECT_EQ(nameless.join(", ").toStdString(), "") << "page " << page;
+  }
+  const auto state = [this](const char* button) {
+    return QAccessible::queryAccessibleInterface(&session_.Find<QAbstractButton>(button))->state();
+  };
+  EXPECT_FALSE(state("Copy remote data before each run").checked);
+  EXPECT_TRUE(state("from an FTP server").disabled);
+  Click("Copy remote data before each run");
+  EXPECT_TRUE(state("Copy remote data before each run").checked);
+  EXPECT_FALSE(state("from an FTP server").disabled);
+  EXPECT_TRUE(state("from an FTP server").checked);
 }
 
 TEST_F(MainWindowTest, EveryFieldHasANameAndTheTabKeyReachesIt) {

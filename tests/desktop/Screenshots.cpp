@@ -1,12 +1,12 @@
 // Draws the windows for the operator's guide: torvik-screenshots DIRECTORY [light|dark].
 
 #include <QApplication>
-#include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidget>
 #include <cstdio>
 #include <filesystem>
 
@@ -37,6 +37,7 @@ class Camera {
 
 void TakeForm(DesktopSession& session, const Camera& camera) {
   session.Start("");
+  session.Form().mnuFileNew_Click();
   camera.Take(session.Window(), "new-job");
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
   session.Form().cmdLoadDataLinks_Click();
@@ -46,7 +47,7 @@ void TakeForm(DesktopSession& session, const Camera& camera) {
 }
 
 void TakePanels(DesktopSession& session, const Camera& camera) {
-  auto& list = session.Find<QListWidget>("Data links");
+  auto& list = session.Find<QTreeWidget>("Data links");
   for (const auto& [link, name] : {std::pair{"orders", "panel-flat-file"},
                                    {"erp", "panel-sql-server"},
                                    {"prices", "panel-excel"},
@@ -129,7 +130,7 @@ void Execute(DesktopSession& session, const Camera& camera, const char* during, 
 
 void TakeRun(DesktopSession& session, const Camera& camera) {
   session.Form().tabDataInfo.Tab.Set(0);
-  auto& list = session.Find<QListWidget>("Data links");
+  auto& list = session.Find<QTreeWidget>("Data links");
   list.setCurrentItem(list.findItems("orders", Qt::MatchExactly).value(0));
   session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(false);
   std::string rows = "no,text\n";
@@ -204,6 +205,8 @@ int main(int argc, char** argv) {
     TakePanels(session, camera);
     TakeRun(session, camera);
     TakeDialogs(session, camera);
+    session.Start("");
+    camera.Take(session.Window(), "start");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "torvik-screenshots: %s\n", error.what());
     return 1;

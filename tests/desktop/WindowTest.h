@@ -10,6 +10,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QTest>
+#include <QTreeWidget>
 #include <QWheelEvent>
 #include <algorithm>
 #include <string>
@@ -94,8 +95,8 @@ class WindowTest : public testing::Test {
   }
 
   void SelectLink(const QString& name) {
-    auto& list = session_.Find<QListWidget>("Data links");
-    if (list.count() == 0) Click("Load");
+    auto& list = session_.Find<QTreeWidget>("Data links");
+    if (list.topLevelItemCount() == 0) Click("Load");
     list.setCurrentItem(list.findItems(name, Qt::MatchExactly).value(0));
   }
 

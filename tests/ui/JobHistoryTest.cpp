@@ -40,6 +40,9 @@ TEST(JobHistory, SaysWhatIsUsualOnceEnoughRunsHaveSucceeded) {
   EXPECT_EQ(4u, history.Ids.Get().size());
   EXPECT_TRUE(history.IsSlow(RunOf(25s)));
   EXPECT_FALSE(history.IsSlow(RunOf(24s)));
+  EXPECT_EQ(12s,
+            *history.LastRun("/jobs/sales.etl")->end - history.LastRun("/jobs/sales.etl")->begin);
+  EXPECT_EQ(std::nullopt, history.LastRun("/jobs/other.etl"));
   history.Read("");
   EXPECT_TRUE(history.Runs().empty());
 }

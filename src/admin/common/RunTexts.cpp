@@ -77,13 +77,6 @@ std::optional<double> SecondsOf(const RunRecord& run) {
   return std::chrono::duration<double>(end - run.begin).count();
 }
 
-std::string Grouped(std::int64_t number) {
-  std::string text = std::to_string(number);
-  for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
-    text.insert(static_cast<std::size_t>(at), ",");
-  return text;
-}
-
 std::string SizeText(std::int64_t bytes) {
   return Printed("%.1f MB", static_cast<double>(bytes) / 1e6);
 }

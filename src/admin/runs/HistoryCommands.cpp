@@ -9,6 +9,7 @@
 #include "admin/runs/RunTrend.h"
 #include "history/RunJson.h"
 #include "platform/Files.h"
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
 

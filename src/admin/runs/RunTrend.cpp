@@ -6,6 +6,7 @@
 
 #include "admin/common/RunTexts.h"
 #include "history/RunJson.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace torvik::admin {

@@ -10,6 +10,7 @@
 #include "admin/common/Admin.h"
 #include "admin/common/RunTexts.h"
 #include "history/RunJson.h"
+#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"

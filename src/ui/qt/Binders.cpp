@@ -174,6 +174,13 @@ void Bind(QAbstractButton& widget, CommandButton& control, std::function<void()>
   QObject::connect(&widget, &QAbstractButton::clicked, &widget, std::move(click));
 }
 
+void SetHelp(QAbstractButton& widget, CommandButton& control, const QString& help) {
+  Watch(control.Reason, widget, [help](QAbstractButton& one, const std::string& reason) {
+    one.setToolTip(reason.empty() ? help : help + "\n" + ToQt(reason));
+    one.setAccessibleDescription(ToQt(reason));
+  });
+}
+
 void Bind(QLabel& widget, Label& control) {
   Bind(static_cast<QWidget&>(widget), static_cast<Control&>(control));
   Watch(control.Caption, widget, [](QLabel& one, const std::string& caption) {

@@ -35,6 +35,8 @@ void Bind(QComboBox& widget, ComboBox& control, std::function<void()> dropDown);
 /// `click` is called when the user has selected an entry.
 void Bind(QListWidget& widget, ListBox& control, std::function<void()> click);
 void Bind(QAbstractButton& widget, CommandButton& control, std::function<void()> click);
+/// The button's tip: what it does and, while it is grey, why.
+void SetHelp(QAbstractButton& widget, CommandButton& control, const QString& help);
 void Bind(QLabel& widget, Label& control);
 void Bind(QProgressBar& widget, ProgressBar& control);
 void Bind(QTabWidget& widget, TabStrip& control);

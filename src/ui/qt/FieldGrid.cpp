@@ -15,6 +15,16 @@ QString WithoutMnemonic(QString text) {
   return text.remove(':');
 }
 
+/// A text that may be longer than its field stands in the field's tip too; a password never does.
+void ShowWholeText(QLineEdit& field, const QString& help) {
+  const auto show = [&field, help](const QString& text) {
+    const bool isShown = text.isEmpty() || field.echoMode() != QLineEdit::Normal;
+    field.setToolTip(isShown ? help : text + "\n" + help);
+  };
+  show(field.text());
+  QObject::connect(&field, &QLineEdit::textChanged, &field, show);
+}
+
 }  // namespace
 
 QLabel* FieldGrid::Label(QWidget& field, const QString& text) {
@@ -37,12 +47,14 @@ QLineEdit* FieldGrid::Text(const QString& label, TextBox& box, const QString& he
   auto* const field = new QLineEdit;
   Bind(*field, box);
   Place(*field, label, help);
+  ShowWholeText(*field, help);
   return field;
 }
 
 QLineEdit* FieldGrid::Password(const QString& label, TextBox& box, const QString& help) {
   QLineEdit* const field = Text(label, box, help);
   field->setEchoMode(QLineEdit::Password);
+  field->setToolTip(help);
   return field;
 }
 
@@ -72,6 +84,7 @@ QComboBox* FieldGrid::List(const QString& label, ComboBox& box, std::function<vo
   QComboBox* const field = NewDropDown();
   Bind(*field, box, std::move(dropDown));
   Place(*field, label, help);
+  field->lineEdit()->setAccessibleName(field->accessibleName());
   return field;
 }
 
@@ -105,7 +118,7 @@ QPushButton* FieldGrid::Button(const QString& text, CommandButton& button,
                                std::function<void()> click, const QString& help) {
   auto* const field = new QPushButton(text);
   Bind(*field, button, std::move(click));
-  field->setToolTip(help);
+  SetHelp(*field, button, help);
   field->setAutoDefault(false);
   Beside(*field);
   return field;

@@ -1,6 +1,5 @@
 #include "ui/qt/HistoryPage.h"
 
-#include <QDateTime>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QLabel>
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/NumberText.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
@@ -19,20 +19,6 @@
 
 namespace torvik {
 namespace {
-
-QString BeginOf(const RunRecord& run) {
-  const auto seconds =
-      std::chrono::duration_cast<std::chrono::seconds>(run.begin.time_since_epoch()).count();
-  return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyy-MM-dd HH:mm:ss");
-}
-
-QString SignOf(const RunRecord& run) {
-  switch (run.outcome) {
-    case RunOutcome::Ok: return "✓";
-    case RunOutcome::Running: return "◐";
-    default: return "✗";
-  }
-}
 
 QString ReasonOf(const RunRecord& run) {
   return ToQt(run.failedStep.empty() ? run.error : run.failedStep + ": " + run.error);
@@ -108,10 +94,9 @@ class RunStrip final : public QWidget {
 void FillTable(QTreeWidget& table, const JobHistory& history) {
   table.clear();
   for (const RunRecord& run : history.Runs()) {
-    auto* const row =
-        new QTreeWidgetItem(&table, {SignOf(run) + " " + VerdictWord(run.outcome), BeginOf(run),
-                                     TimeOf(history, run), ToQt(GroupedNumber(run.rows)),
-                                     ToQt(GroupedNumber(run.rejectedRows)), ReasonOf(run)});
+    auto* const row = new QTreeWidgetItem(
+        &table, {SignOf(run) + " " + VerdictWord(run.outcome), BeginOf(run), TimeOf(history, run),
+                 ToQt(Grouped(run.rows)), ToQt(Grouped(run.rejectedRows)), ReasonOf(run)});
     row->setData(0, Qt::UserRole, QVariant::fromValue(run.id));
     row->setToolTip(5, ReasonOf(run));
     row->setForeground(0, VerdictColour(run.outcome));

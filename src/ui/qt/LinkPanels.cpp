@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QRadioButton>
 #include <QScrollArea>
 #include <QSplitter>
@@ -14,21 +13,29 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/FieldGrid.h"
+#include "ui/qt/LinkTable.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
 namespace {
 
+void AddTest(FieldGrid& grid, DataLinkPanel& panel) {
+  grid.Button(
+      Tr("Test"), panel.cmdTest, [&panel] { panel.cmdTest_Click(); },
+      Tr("Opens what the data link leads to, as a run does"));
+}
+
 /// Files that a user and a password may guard.
 template <typename Click>
-QWidget* NewFilePanel(TextBox& file, CommandButton& browse, TextBox& user, TextBox& password,
-                      const Click& click) {
+QWidget* NewFilePanel(DataLinkPanel& panel, TextBox& file, CommandButton& browse, TextBox& user,
+                      TextBox& password, const Click& click) {
   auto* const page = new QWidget;
   FieldGrid grid(*page);
   grid.Text(Tr("F&ile:"), file, Tr("The path of the file"));
   grid.Browse(browse, click, Tr("Choose a file"));
   grid.Text(Tr("User &name:"), user, Tr("Empty when the file needs none"));
   grid.Password(Tr("Password:"), password, Tr("Is kept scrambled"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -50,6 +57,7 @@ QWidget* NewSqlServerPanel(ctDLSQLServer& panel) {
   grid.List(
       Tr("Da&tabase:"), panel.cmbSQLDatabases, [&panel] { panel.cmbSQLDatabases_DropDown(); },
       Tr("The database that the data comes from"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -65,6 +73,7 @@ QWidget* NewOraclePanel(ctlDLOrcaleServer& panel) {
   grid.List(
       Tr("Schema:"), panel.cmbORADatabases, [&panel] { panel.cmbORADatabases_DropDown(); },
       Tr("The schema that the data comes from"));
+  AddTest(grid, panel);
   grid.Stretch();
   return page;
 }
@@ -133,8 +142,9 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
 /// A page for each panel, and one that is in front while none is visible.
 QStackedWidget* NewStack(frmRunnerMain& form) {
   auto* const stack = new QStackedWidget;
-  auto* const none =
-      new QLabel(Tr("Load lists the data links of the package's model. Select one to edit it."));
+  auto* const none = new QLabel;
+  Watch(form.LinkHint, *none,
+        [](QLabel& label, const std::string& hint) { label.setText(Tr(hint.c_str())); });
   none->setAlignment(Qt::AlignCenter);
   none->setEnabled(false);
   none->setWordWrap(true);
@@ -150,30 +160,36 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   add(form.ctDLSQLServerOBJ, NewSqlServerPanel(form.ctDLSQLServerOBJ));
   add(form.ctlDLOrcaleServerOBJ, NewOraclePanel(form.ctlDLOrcaleServerOBJ));
   auto& access = form.ctlDLAccesFilesOBJ;
-  add(access, NewFilePanel(access.txtAccessFile, access.cmdAccessFile, access.txtAccessUser,
+  add(access, NewFilePanel(access, access.txtAccessFile, access.cmdAccessFile, access.txtAccessUser,
                            access.txtAccessPassword, [&access] { access.cmdAccessFile_Click(); }));
   auto& excel = form.ctlDLExcelFilesOBJ;
-  add(excel, NewFilePanel(excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
+  add(excel, NewFilePanel(excel, excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
                           excel.txtExcelPassword, [&excel] { excel.cmdExcelFile_Click(); }));
   return stack;
 }
 
-QWidget* NewList(frmRunnerMain& form) {
-  auto* const side = new QWidget;
-  auto* const layout = new QVBoxLayout(side);
+/// The stack below the selected link's name and kind.
+QWidget* NewEditor(frmRunnerMain& form) {
+  auto* const editor = new QWidget;
+  auto* const layout = new QVBoxLayout(editor);
   layout->setContentsMargins(0, 0, 0, 0);
-  auto* const list = new QListWidget;
-  list->setMinimumWidth(list->fontMetrics().averageCharWidth() * 16);
-  list->setAccessibleName(Tr("Data links"));
-  list->setToolTip(Tr("The data links of the package's model"));
-  Bind(*list, form.lstDataLinks, [&form] { form.lstDataLinks_Click(); });
-  auto* const load = new QPushButton;
-  load->setAutoDefault(false);
-  load->setToolTip(Tr("Reads the data links from the data warehouse"));
-  Bind(*load, form.cmdLoadDataLinks, [&form] { form.cmdLoadDataLinks_Click(); });
-  layout->addWidget(list);
-  layout->addWidget(load);
-  return side;
+  auto* const heading = new QLabel;
+  heading->setTextFormat(Qt::PlainText);
+  QFont bold = heading->font();
+  bold.setBold(true);
+  heading->setFont(bold);
+  Watch(form.LinkHeading, *heading, [](QLabel& label, const std::string& text) {
+    label.setText(ToQt(text));
+    label.setVisible(!text.empty());
+  });
+  auto* const scroll = new QScrollArea;
+  scroll->setWidget(NewStack(form));
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setMinimumHeight(scroll->fontMetrics().height() * 3);
+  layout->addWidget(heading);
+  layout->addWidget(scroll, 1);
+  return editor;
 }
 
 }  // namespace
@@ -182,18 +198,15 @@ QWidget* NewLinkPanels(frmRunnerMain& form) {
   auto* const group = new QGroupBox(Tr("Data links"));
   auto* const layout = new QVBoxLayout(group);
   auto* const splitter = new QSplitter;
+  splitter->setObjectName("links");
   splitter->setChildrenCollapsible(false);
-  QStackedWidget* const stack = NewStack(form);
-  auto* const scroll = new QScrollArea;
-  scroll->setWidget(stack);
-  scroll->setMinimumWidth(stack->sizeHint().width());
-  scroll->setWidgetResizable(true);
-  scroll->setFrameShape(QFrame::NoFrame);
-  splitter->addWidget(NewList(form));
-  splitter->addWidget(scroll);
-  splitter->setStretchFactor(1, 1);
-  const int column = splitter->fontMetrics().averageCharWidth();
-  splitter->setSizes({column * 22, column * 60});
+  splitter->setOrientation(Qt::Vertical);
+  QWidget* const editor = NewEditor(form);
+  splitter->addWidget(NewLinkTable(form));
+  splitter->addWidget(editor);
+  splitter->setSizes({1000, 2000});
+  Watch(form.LinkRows, *editor,
+        [](QWidget& one, const std::vector<LinkRow>& rows) { one.setVisible(!rows.empty()); });
   layout->addWidget(splitter);
   return group;
 }

@@ -8,14 +8,18 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPainter>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QSettings>
 #include <QShortcut>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
 #include <QTabWidget>
+#include <QToolBar>
 
 #include "platform/Neighbourhood.h"
 #include "platform/Version.h"
@@ -25,7 +29,9 @@
 #include "ui/qt/JobChecker.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
+#include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
+#include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
 #include "ui/qt/Theme.h"
 #include "ui/qt/Words.h"
@@ -34,8 +40,7 @@ namespace torvik {
 namespace {
 
 constexpr const char* kGeometry = "window/geometry";
-constexpr const char* kRecent = "recentJobFiles";
-constexpr qsizetype kMostRecent = 8;
+const QString kSplitters = "window/splitter/";  // and the splitter's name
 constexpr int kJobPage = 0, kRunPage = 1, kHistoryPage = 2;
 
 /// A page that can be scrolled when the window, or the font, leaves it no room.
@@ -44,17 +49,28 @@ QScrollArea* Scrolled(QWidget* page) {
   area->setWidget(page);
   area->setWidgetResizable(true);
   area->setFrameShape(QFrame::NoFrame);
-  area->setMinimumWidth(page->sizeHint().width() +
-                        area->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
   return area;
 }
 
 QPushButton* NewCommand(CommandButton& command, std::function<void()> click, const QString& help) {
   auto* const button = new QPushButton;
   Bind(*button, command, std::move(click));
-  button->setToolTip(help);
+  SetHelp(*button, command, help);
   button->setAutoDefault(false);
   return button;
+}
+
+/// That of the style is black, and unseen on dark colours.
+QIcon RunIcon() {
+  constexpr int kSize = 64;
+  QPixmap picture(kSize, kSize);
+  picture.fill(Qt::transparent);
+  QPainter painter(&picture);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(56, 142, 60));
+  painter.drawPolygon(QPolygon({QPoint(14, 8), QPoint(14, 56), QPoint(56, 32)}));
+  return picture;
 }
 
 QString DroppedJobFile(const QMimeData& data) {
@@ -78,10 +94,26 @@ MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourh
     window->show();
   };
   MakeMenus();
+  MakeToolBar();
   MakeCentre();
   WatchForm();
-  if (!restoreGeometry(QSettings().value(kGeometry).toByteArray()))
-    resize(fontMetrics().averageCharWidth() * 165, fontMetrics().height() * 50);
+  RestorePlaces();
+}
+
+void MainWindow::RestorePlaces() {
+  const QSettings settings;
+  if (!restoreGeometry(settings.value(kGeometry).toByteArray()))
+    resize(QSize(fontMetrics().averageCharWidth() * 165, fontMetrics().height() * 50)
+               .boundedTo(screen()->availableSize()));
+  for (QSplitter* const splitter : findChildren<QSplitter*>())
+    splitter->restoreState(settings.value(kSplitters + splitter->objectName()).toByteArray());
+}
+
+void MainWindow::SavePlaces() {
+  QSettings settings;
+  settings.setValue(kGeometry, saveGeometry());
+  for (const QSplitter* const splitter : findChildren<QSplitter*>())
+    settings.setValue(kSplitters + splitter->objectName(), splitter->saveState());
 }
 
 void MainWindow::MakeMenus() {
@@ -93,14 +125,32 @@ void MainWindow::MakeMenus() {
     Watch(form_.Busy, *action, [](QAction& one, bool busy) { one.setEnabled(!busy); });
     return action;
   };
-  add(Tr("&New"), QKeySequence::New, [this] { form_.mnuFileNew_Click(); });
-  add(Tr("&Open..."), QKeySequence::Open, [this] { form_.cmdOpen_Click(); });
+  const auto addTool = [this, &add](const QString& text, const QKeySequence& keys,
+                                    const QIcon& icon, auto work) {
+    QAction* const action = add(text, keys, work);
+    action->setIcon(icon);
+    tools_.push_back(action);
+    return action;
+  };
+  addTool(Tr("&New"), QKeySequence::New, style()->standardIcon(QStyle::SP_FileIcon),
+          [this] { form_.mnuFileNew_Click(); });
+  addTool(Tr("&Open..."), QKeySequence::Open, style()->standardIcon(QStyle::SP_DialogOpenButton),
+          [this] { form_.cmdOpen_Click(); });
   recent_ = file->addMenu(Tr("Open &recent"));
+  recent_->setToolTipsVisible(true);
   connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
-  add(Tr("&Save"), QKeySequence::Save, [this] { form_.mnuFileSave_Click(); });
+  addTool(Tr("&Save"), QKeySequence::Save, style()->standardIcon(QStyle::SP_DialogSaveButton),
+          [this] { form_.mnuFileSave_Click(); });
   add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
   file->addSeparator();
-  QAction* const execute = add({}, QKeySequence(Qt::Key_F5), [this] { form_.cmdExecute_Click(); });
+  if (checker_ != nullptr) {
+    QAction* const check =
+        addTool(Tr("&Check"), {}, style()->standardIcon(QStyle::SP_DialogApplyButton),
+                [this] { checker_->Start(); });
+    Watch(form_.cmdCheck.Enabled, *check, [](QAction& one, bool can) { one.setEnabled(can); });
+  }
+  QAction* const execute =
+      addTool({}, QKeySequence(Qt::Key_F5), RunIcon(), [this] { form_.cmdExecute_Click(); });
   file->addSeparator();
   QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
   // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
@@ -127,15 +177,35 @@ void MainWindow::MakeMenus() {
           [this] { form_.mnuHelpAbout_Click(); });
 }
 
+void MainWindow::MakeToolBar() {
+  QToolBar* const bar = addToolBar(Tr("Tools"));
+  bar->setMovable(false);
+  bar->setContextMenuPolicy(Qt::PreventContextMenu);
+  bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  for (QAction* const tool : tools_) {
+    bar->addAction(tool);
+    bar->widgetForAction(tool)->setFocusPolicy(Qt::TabFocus);
+  }
+}
+
 void MainWindow::MakeCentre() {
   auto* const tabs = new QTabWidget;
+  tabs->setAccessibleName(Tr("Fields of the job"));
   tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
   tabs->addTab(Scrolled(NewWarehousePage(form_)), Tr("Data &warehouse"));
   Bind(*tabs, form_.tabDataInfo);
+  int tab = 0;
+  for (auto* const complete : {&form_.PackagePageComplete, &form_.WarehousePageComplete})
+    Watch(*complete, *tabs, [page = tab++](QTabWidget& all, bool isComplete) {
+      all.setTabIcon(
+          page, isComplete ? QIcon() : all.style()->standardIcon(QStyle::SP_MessageBoxWarning));
+      all.setTabToolTip(page, isComplete ? QString() : Tr("Execute needs a field of this page"));
+    });
   fields_ = tabs;
   links_ = NewLinkPanels(form_);
 
   auto* const editors = new QSplitter;
+  editors->setObjectName("editors");
   editors->setChildrenCollapsible(false);
   editors->addWidget(tabs);
   editors->addWidget(links_);
@@ -143,15 +213,22 @@ void MainWindow::MakeCentre() {
   editors->setStretchFactor(1, 1);
   pages_ = new QTabWidget;
   pages_->setDocumentMode(true);
-  pages_->addTab(editors, Tr("Job"));
-  pages_->addTab(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); }), Tr("Run"));
-  pages_->addTab(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); }),
+  pages_->setAccessibleName(Tr("Pages"));
+  auto* const job = new QStackedWidget;
+  job->addWidget(NewStartPage(form_));
+  job->addWidget(editors);
+  Watch(form_.HasJob, *job,
+        [](QStackedWidget& stack, bool hasJob) { stack.setCurrentIndex(hasJob ? 1 : 0); });
+  pages_->addTab(job, Tr("Job"));
+  pages_->addTab(Scrolled(NewRunPage(form_, [this] { pages_->setCurrentIndex(kJobPage); })),
+                 Tr("Run"));
+  pages_->addTab(Scrolled(NewHistoryPage(form_, [this] { pages_->setCurrentIndex(kRunPage); })),
                  Tr("History"));
-  for (int page = kJobPage; page <= kHistoryPage; ++page) {
-    const QKeySequence keys(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + page));
-    pages_->setTabToolTip(page, keys.toString(QKeySequence::NativeText));
+  for (int one = kJobPage; one <= kHistoryPage; ++one) {
+    const QKeySequence keys(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + one));
+    pages_->setTabToolTip(one, keys.toString(QKeySequence::NativeText));
     connect(new QShortcut(keys, this), &QShortcut::activated, this,
-            [this, page] { pages_->setCurrentIndex(page); });
+            [this, one] { pages_->setCurrentIndex(one); });
   }
   connect(pages_, &QTabWidget::currentChanged, this, [this](int page) {
     if (page == kHistoryPage) form_.ReadHistory();
@@ -200,10 +277,12 @@ void MainWindow::WatchForm() {
   Watch(form_.Busy, *this, [](MainWindow& window, bool busy) {
     window.fields_->setEnabled(!busy);
     window.links_->setEnabled(!busy);
-    window.form_.cmdOpen.Enabled.Set(!busy);
   });
   Watch(form_.Monitor.Runs, *this, [](MainWindow& window, bool runs) {
-    if (runs) window.pages_->setCurrentIndex(kRunPage);
+    if (runs) {
+      window.pages_->setCurrentIndex(kRunPage);
+      window.pages_->setFocus();
+    }
     window.pages_->setTabText(kRunPage, runs ? Tr("Run ●") : Tr("Run"));
   });
   Watch(form_.Monitor.Problems, *this, [](MainWindow& window, const auto& problems) {
@@ -213,7 +292,9 @@ void MainWindow::WatchForm() {
     if (on) QApplication::setOverrideCursor(Qt::WaitCursor);
     if (!on && QApplication::overrideCursor() != nullptr) QApplication::restoreOverrideCursor();
     // What takes long without a run is not disturbed.
+    if (on) window.focus_ = window.focusWidget();
     window.centralWidget()->setEnabled(!on || window.form_.Busy.Get());
+    if (!on && window.focus_ && window.focus_->isEnabled()) window.focus_->setFocus();
   });
   const QPointer<MainWindow> self(this);
   form_.AboutWanted.Observe([self] {
@@ -228,7 +309,7 @@ void MainWindow::WatchForm() {
   });
   form_.Closed.Observe([self] {
     if (!self) return;
-    if (self->form_.StartInConfigMode) QSettings().setValue(kGeometry, self->saveGeometry());
+    if (self->form_.StartInConfigMode) self->SavePlaces();
     self->mayGo_ = true;
     self->close();
   });
@@ -244,21 +325,19 @@ void MainWindow::ShowAbout() {
 /// The job file that the operator works with comes first.
 void MainWindow::AddRecent() {
   if (!form_.StartInConfigMode) return;
-  QSettings settings;
-  QStringList files = settings.value(kRecent).toStringList();
   const QString file = ToQt(form_.TorvConfigFile);
   const bool isRelative = !file.contains(':') && !file.startsWith('\\') && !file.startsWith('/');
-  const QString full = isRelative ? QDir::current().absoluteFilePath(file) : file;
-  files.removeAll(full);
-  files.prepend(full);
-  settings.setValue(kRecent, files.mid(0, kMostRecent));
+  AddRecentJob(isRelative ? QDir::current().absoluteFilePath(file) : file);
 }
 
 void MainWindow::FillRecent() {
   recent_->clear();
   int number = 1;
-  for (const QString& file : QSettings().value(kRecent).toStringList()) {
-    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + file);
+  for (const QString& file : RecentJobs()) {
+    const QString shown =
+        fontMetrics().elidedText(file, Qt::ElideMiddle, fontMetrics().averageCharWidth() * 80);
+    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + shown);
+    action->setToolTip(file);
     connect(action, &QAction::triggered, this,
             [this, file] { form_.OpenJobFile(file.toStdString()); });
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 
 class QTabWidget;
 
@@ -18,12 +19,15 @@ class MainWindow final : public QMainWindow {
 
  private:
   void MakeMenus();
+  void MakeToolBar();
   void MakeCentre();
   QLayout* MakeCommands();
   void WatchForm();
   void ShowAbout();
   void AddRecent();
   void FillRecent();
+  void RestorePlaces();
+  void SavePlaces();
 
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
@@ -31,10 +35,12 @@ class MainWindow final : public QMainWindow {
 
   frmRunnerMain& form_;
   QMenu* recent_ = nullptr;
+  std::vector<QAction*> tools_;  // of the menu, that stand in the tool bar too
   JobChecker* checker_ = nullptr;
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
   QTabWidget* pages_ = nullptr;  // the job, its run, its history
+  QPointer<QWidget> focus_;      // has the keyboard again after what takes long
   bool mayGo_ = false;
 };
 

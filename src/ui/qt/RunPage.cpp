@@ -45,6 +45,7 @@ class RunPage final : public QWidget {
         timeLine_(new TimeLine(form.Monitor)),
         time_(new QLabel) {
     auto* const steps = new QSplitter;
+    steps->setObjectName("steps");
     steps->setChildrenCollapsible(false);
     steps->addWidget(graph_);
     steps->addWidget(panel_);
@@ -53,6 +54,7 @@ class RunPage final : public QWidget {
     times->setWidget(timeLine_);
     times->setWidgetResizable(true);
     auto* const all = new QSplitter(Qt::Vertical);
+    all->setObjectName("run");
     all->setChildrenCollapsible(false);
     all->addWidget(steps);
     all->addWidget(times);
@@ -78,7 +80,7 @@ class RunPage final : public QWidget {
             [this, search] { graph_->FindNext(search->text()); });
     auto* const stop = new QPushButton;
     Bind(*stop, form_.cmdStop, [this] { form_.cmdStop_Click(); });
-    stop->setToolTip(Tr("Ends the run: its steps are cancelled"));
+    SetHelp(*stop, form_.cmdStop, Tr("Ends the run: its steps are cancelled"));
     head->addWidget(NewVerdictLabel(form_.Monitor));
     head->addWidget(time_, 1);
     head->addWidget(search);

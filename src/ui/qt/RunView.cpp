@@ -94,6 +94,7 @@ QLabel* NewVerdictLabel(RunMonitor& monitor) {
 
 QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::string&)> go) {
   auto* const tabs = new QTabWidget;
+  tabs->setAccessibleName(Tr("Texts of the run"));
   auto* const log = new QPlainTextEdit;
   log->setReadOnly(true);
   log->setMaximumBlockCount(10'000);

@@ -7,6 +7,7 @@
 #include <QWheelEvent>
 #include <cmath>
 
+#include "platform/NumberText.h"
 #include "ui/StepGraph.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
@@ -127,6 +128,7 @@ class StepBox final : public QGraphicsItem {
 StepGraphView::StepGraphView(RunMonitor& monitor) : monitor_(monitor) {
   setScene(&scene_);
   setAccessibleName(Tr("Steps"));
+  viewport()->setAccessibleName(Tr("Steps"));
   setDragMode(ScrollHandDrag);
   setRenderHint(QPainter::Antialiasing);
   setTransformationAnchor(AnchorUnderMouse);
@@ -157,7 +159,7 @@ void StepGraphView::ShowSteps() {
   for (std::size_t i = 0; i < boxes_.size() && i < steps.size(); ++i) {
     const RunMonitor::Step* const step = monitor_.Find(steps[i].name);
     QString figures;
-    if (step != nullptr && step->rows > 0) figures = ToQt(GroupedNumber(step->rows)) + Tr(" rows");
+    if (step != nullptr && step->rows > 0) figures = ToQt(Grouped(step->rows)) + Tr(" rows");
     if (step != nullptr && step->end && step->state != StepState::NotRun)
       figures += (figures.isEmpty() ? "" : ", ") +
                  QString::number(*step->end - step->begin, 'f', 1) + Tr(" s");

@@ -1,5 +1,7 @@
 #include "ui/qt/StepLook.h"
 
+#include <QDateTime>
+
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -29,6 +31,20 @@ StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, b
 QColor VerdictColour(RunOutcome outcome) {
   if (outcome == RunOutcome::Running) return kBlue;
   return outcome == RunOutcome::Ok ? kGreen : kRed;
+}
+
+QString BeginOf(const RunRecord& run) {
+  const auto seconds =
+      std::chrono::duration_cast<std::chrono::seconds>(run.begin.time_since_epoch()).count();
+  return QDateTime::fromSecsSinceEpoch(seconds).toString("yyyy-MM-dd HH:mm:ss");
+}
+
+QString SignOf(const RunRecord& run) {
+  switch (run.outcome) {
+    case RunOutcome::Ok: return "✓";
+    case RunOutcome::Running: return "◐";
+    default: return "✗";
+  }
 }
 
 }  // namespace torvik

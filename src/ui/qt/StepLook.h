@@ -20,4 +20,8 @@ StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, b
 /// Of a run.
 QColor VerdictColour(RunOutcome outcome);
 
+/// When a run began, and the sign of how it ended.
+QString BeginOf(const RunRecord& run);
+QString SignOf(const RunRecord& run);
+
 }  // namespace torvik

@@ -1,0 +1,123 @@
+#include "ui/qt/LinkTable.h"
+
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStyle>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include "ui/frmRunnerMain.h"
+#include "ui/qt/Binders.h"
+#include "ui/qt/Words.h"
+
+namespace torvik {
+namespace {
+
+/// From so many links on they can be filtered.
+constexpr std::size_t kManyLinks = 8;
+constexpr int kPlaceColumn = 2;
+
+QStyle::StandardPixmap IconOf(LinkPicture picture) {
+  switch (picture) {
+    case LinkPicture::Server: return QStyle::SP_DriveNetIcon;
+    case LinkPicture::Files: return QStyle::SP_DirIcon;
+    case LinkPicture::Workbook: return QStyle::SP_FileDialogDetailedView;
+    case LinkPicture::Database: return QStyle::SP_DriveHDIcon;
+    case LinkPicture::Other: break;
+  }
+  return QStyle::SP_FileIcon;
+}
+
+class LinkTable final : public QTreeWidget {
+ public:
+  explicit LinkTable(frmRunnerMain& form) : form_(form) {
+    setHeaderLabels({Tr("Name"), Tr("Kind"), Tr("Leads to"), Tr("Fetched"), Tr("Edited")});
+    setAccessibleName(Tr("Data links"));
+    setToolTip(Tr("The data links of the package's model"));
+    setRootIsDecorated(false);
+    setUniformRowHeights(true);
+    setTextElideMode(Qt::ElideMiddle);
+    header()->setStretchLastSection(false);
+    header()->setSectionResizeMode(kPlaceColumn, QHeaderView::Stretch);
+    setMinimumSize(fontMetrics().averageCharWidth() * 16, fontMetrics().height() * 4);
+    Watch(form.LinkRows, *this,
+          [](LinkTable& table, const std::vector<LinkRow>& rows) { table.Show(rows); });
+    Watch(form.lstDataLinks.ListIndex, *this, [](LinkTable& table, int position) {
+      if (table.Position() != position) table.setCurrentItem(table.topLevelItem(position));
+    });
+    connect(this, &QTreeWidget::currentItemChanged, this, [this] { Choose(); });
+  }
+
+  void Filter(const QString& text) {
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+      bool isShown = false;
+      for (int column = 0; column < columnCount(); ++column)
+        isShown |= topLevelItem(i)->text(column).contains(text, Qt::CaseInsensitive);
+      topLevelItem(i)->setHidden(!isShown);
+    }
+  }
+
+ private:
+  int Position() const { return indexOfTopLevelItem(currentItem()); }
+
+  void Choose() {
+    if (isFilling_ || form_.lstDataLinks.ListIndex.Get() == Position()) return;
+    form_.lstDataLinks.ListIndex.Set(Position());
+    form_.lstDataLinks_Click();
+  }
+
+  /// Rows change in their place while a link is edited.
+  void Show(const std::vector<LinkRow>& rows) {
+    isFilling_ = true;
+    const bool isOther = topLevelItemCount() != static_cast<int>(rows.size());
+    if (isOther) clear();
+    for (std::size_t i = 0; i < rows.size(); ++i)
+      ShowRow(isOther ? *new QTreeWidgetItem(this) : *topLevelItem(static_cast<int>(i)), rows[i]);
+    if (isOther)
+      for (const int column : {0, 1, 3, 4}) resizeColumnToContents(column);
+    isFilling_ = false;
+  }
+
+  void ShowRow(QTreeWidgetItem& item, const LinkRow& row) {
+    const QString texts[] = {ToQt(row.name), ToQt(row.kind), ToQt(row.place), ToQt(row.fetched),
+                             row.isEdited ? Tr("edited") : QString()};
+    for (int column = 0; column < columnCount(); ++column) item.setText(column, texts[column]);
+    item.setToolTip(kPlaceColumn, texts[kPlaceColumn]);
+    item.setIcon(1, style()->standardIcon(IconOf(row.picture)));
+  }
+
+  frmRunnerMain& form_;
+  bool isFilling_ = false;
+};
+
+}  // namespace
+
+QWidget* NewLinkTable(frmRunnerMain& form) {
+  auto* const side = new QWidget;
+  auto* const layout = new QVBoxLayout(side);
+  layout->setContentsMargins(0, 0, 0, 0);
+  auto* const table = new LinkTable(form);
+  auto* const filter = new QLineEdit;
+  filter->setPlaceholderText(Tr("Filter"));
+  filter->setAccessibleName(Tr("Filter of the data links"));
+  filter->setToolTip(Tr("Shows the data links that have this text in one of their columns"));
+  filter->setClearButtonEnabled(true);
+  QObject::connect(filter, &QLineEdit::textChanged, table,
+                   [table](const QString& text) { table->Filter(text); });
+  Watch(form.LinkRows, *filter, [table](QLineEdit& line, const std::vector<LinkRow>& rows) {
+    line.setVisible(rows.size() >= kManyLinks);
+    if (rows.size() < kManyLinks) line.clear();
+    table->Filter(line.text());
+  });
+  auto* const load = new QPushButton;
+  load->setAutoDefault(false);
+  Bind(*load, form.cmdLoadDataLinks, [&form] { form.cmdLoadDataLinks_Click(); });
+  SetHelp(*load, form.cmdLoadDataLinks, Tr("Reads the data links from the data warehouse"));
+  layout->addWidget(filter);
+  layout->addWidget(table);
+  layout->addWidget(load);
+  return side;
+}
+
+}  // namespace torvik
