@@ -85,7 +85,11 @@ PumpOutcome Load(TaskContext& context, const PumpJob& job, RowSource& source,
                  const PumpTable& table, const std::function<void()>& commit) {
   const LoadMode load = job.settings.load;
   ado::Connection& destination = table.connection;
-  if (load == LoadMode::Truncate) destination.EmptyTable(table.name);
+  // A file without a single line names no columns, which a table beside could be filled by.
+  const bool isEmpty = source.Columns().empty();
+  const bool isWhole = load == LoadMode::Replace || job.settings.deletesMissing;
+  if (load == LoadMode::Truncate || (isEmpty && isWhole)) destination.EmptyTable(table.name);
+  if (isEmpty) return {};
   const bool isStaged = load == LoadMode::Replace || load == LoadMode::Merge;
   const std::string staging = isStaged ? destination.CreateStagingTable(table.name) : std::string();
   ado::LoadOptions options = job.settings.options;

@@ -24,11 +24,13 @@ class PumpTasksTest : public EngineTest {
     disk_.Write("in.csv", text);
     Put("P", Head("P") + "[[connections]]\nname = \"file\"\nprovider = \"DTSFlatFile\"\n" +
                  "properties = { \"Data Source\" = \"" + disk_.PathOf("in.csv") +
-                 "\", \"First Row Column Name\" = true }\n" +
+                 "\", \"First Row Column Name\" = " + (hasHeader_ ? "true" : "false") + " }\n" +
                  Step("s", "DataPump",
                       "source = \"file\"\ndestination = \"dw\"\ntable = \"t\"\n" + keys));
     return EngineTest::Run(*Load("P"));
   }
+
+  bool hasHeader_ = true;
 
   std::string Rows() {
     return Query("SELECT id || ':' || name || coalesce('@' || day, '') FROM t ORDER BY id");
@@ -219,6 +221,25 @@ TEST_F(PumpTasksTest, RangesCommitSizesAndLoadModes) {
     const RunResult result = Pump(c.text, c.keys);
     EXPECT_EQ(c.ends, result.ends) << c.keys << result.events.errors;
     EXPECT_EQ(c.rows, Rows()) << c.keys;
+  }
+}
+
+TEST_F(PumpTasksTest, AFileWithoutALineIsAnEmptyLoad) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"load = 'append'", "9:old"},
+      {"load = 'truncate'", ""},
+      {"load = 'replace'", ""},
+      {"load = 'merge'\nkeys = ['id']", "9:old"},
+      {"load = 'merge'\nkeys = ['id']\ndelete_missing = true", ""},
+  };
+  hasHeader_ = false;
+  for (const auto& [keys, rows] : cases) {
+    warehouse_->Execute("DELETE FROM t; INSERT INTO t VALUES (9, 'old', NULL)");
+    const RunResult result = Pump("", keys);
+    EXPECT_EQ("S", result.ends) << keys << result.events.errors;
+    EXPECT_EQ(rows, Rows()) << keys;
+    EXPECT_EQ("0", Query("SELECT count(*) FROM sqlite_master WHERE name LIKE 't\\_%' ESCAPE '\\'"))
+        << keys;
   }
 }
 

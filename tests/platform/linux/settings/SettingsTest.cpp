@@ -105,7 +105,7 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[paths]\nshare \\\\a\\b\\c = /c\n", "line 2: [paths] has no key"},
       {"[paths]\ndrive C: = c\n", "line 2: a directory is given by its full path"},
       {"[paths]\ndrive C: = /c\n\ndrive c: = /d\n", "line 4: \"drive c:\" is given twice"},
-      {"[scripts]\ndirectory = x\n", "line 2: [scripts] has no key \"directory\"; there is dir"},
+      {"[scripts]\ndirectory = x\n", "line 2: [scripts] has no key \"directory\"; there are dir"},
       {"[mail]\npassword = x\n", "line 2: [mail] has no key \"password\"; there are server, port"},
       {"[mail]\ntls = yes\n", "line 2: tls is off, try, require or smtps"},
       {"[mail]\npassword_file = x\n", "line 2: a file is given by its full path"},
