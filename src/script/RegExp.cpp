@@ -149,9 +149,10 @@ class RegExp final : public Object {
       const Match match = Find(context, text, from);
       if (match.empty()) return;
       take(match);
-      if (!isGlobal_) return;
       const auto [begin, end] = *match[0];
-      from = end > begin ? end : end + std::max<std::size_t>(1, CharacterLength(bytes.substr(end)));
+      const bool isEmpty = begin == end;
+      if (!isGlobal_ || (isEmpty && end == bytes.size())) return;
+      from = isEmpty ? end + std::max<std::size_t>(1, CharacterLength(bytes.substr(end))) : end;
       context.Spend(1);
     }
   }
