@@ -52,6 +52,13 @@ struct RecordedEvents : dts::PackageEvents {
   std::string order, notRun, errors;
 };
 
+/// Cancels the package as soon as it waits.
+struct Impatient final : RecordedEvents {
+  explicit Impatient(dts::Package& running) : package(running) {}
+  void OnIdle() override { package.Cancel(); }
+  dts::Package& package;
+};
+
 struct RecordedLog final : EventLog {
   void Write(std::string_view text, bool failed) override {
     entries.push_back((failed ? "error: " : "information: ") + std::string(text));

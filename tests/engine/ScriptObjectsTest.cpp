@@ -82,11 +82,7 @@ TEST_F(ScriptObjects, AProgramOfTheShellEndsWithItsStep) {
                             "script = '''\nFunction Main()\nCreateObject(\"WScript.Shell\").Run "
                             "\"sleep 600\", 0, True\nEnd Function\n'''"));
   package_ = Load("P");
-  struct Impatient final : RecordedEvents {
-    explicit Impatient(dts::Package& running) : package(running) {}
-    void OnIdle() override { package.Cancel(); }
-    dts::Package& package;
-  } events(*package_);
+  Impatient events(*package_);
   EXPECT_THROW(package_->Execute(events), PlatformError);
 }
 

@@ -422,11 +422,7 @@ TEST_F(Scripts, ARunThatIsToEndEndsTheStatementOfItsScript) {
                                          "n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT "
                                          "COUNT(*) FROM n\")")));
   package_ = Load("P");
-  struct Impatient final : RecordedEvents {
-    explicit Impatient(dts::Package& running) : package(running) {}
-    void OnIdle() override { package.Cancel(); }
-    dts::Package& package;
-  } events(*package_);
+  Impatient events(*package_);
   EXPECT_THROW(package_->Execute(events), PlatformError);
   EXPECT_THAT(events.errors, HasSubstr("the execution was cancelled"));
 }

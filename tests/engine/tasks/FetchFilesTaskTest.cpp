@@ -84,11 +84,7 @@ TEST_F(FetchFilesTaskTest, AStepThatIsToEndWaitsForNoServer) {
   Put("P",
       Head("P") + Step("s", "FetchFiles", "server = 's'\ndestination = '/tmp'\nfiles = ['d.csv']"));
   const auto package = Load("P");
-  struct Impatient final : RecordedEvents {
-    explicit Impatient(dts::Package& running) : package(running) {}
-    void OnIdle() override { package.Cancel(); }
-    dts::Package& package;
-  } events(*package);
+  Impatient events(*package);
   EXPECT_THROW(package->Execute(events), PlatformError);
   EXPECT_TRUE(ftp_.downloaded.empty());
   EXPECT_EQ(0U, ftp_.OpenHandles());
