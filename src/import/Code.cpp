@@ -46,10 +46,10 @@ bool IsModifier(const Token& token) {
 /// Statements that say nothing of a package.
 bool IsIdle(const Token& token) {
   return IsAnyWord(
-      token, {"option", "attribute", "imports", "implements", "inherits", "resume",   "goto",
-              "stop",   "randomize", "erase",   "open",       "close",    "print",    "write",
-              "redim",  "declare",   "event",   "raiseevent", "on",       "doevents", "namespace",
-              "class",  "module",    "deftype", "beep",       "delegate"});
+      token, {"attribute", "imports", "implements", "inherits", "resume",   "goto",      "stop",
+              "randomize", "erase",   "open",       "close",    "print",    "write",     "redim",
+              "declare",   "event",   "raiseevent", "on",       "doevents", "namespace", "class",
+              "module",    "deftype", "beep",       "delegate"});
 }
 
 /// Descriptions of types, which go on to their end.
@@ -102,32 +102,49 @@ class Reader {
     code_.procedures.push_back(std::move(procedure));
   }
 
-  /// The name before each "As", "," or ")".
+  /// Those of a head, whose tokens from `at` on are "(ByVal a As String, Optional b = 1) As ...".
   static void ReadParameters(const SourceLine& line, std::size_t at, Procedure& procedure) {
-    int depth = 0;
-    std::string name, type;
-    bool isNamed = false;
-    for (; at < line.tokens.size(); ++at) {
-      const Token& token = line.tokens[at];
-      if (token.IsSymbol("(")) ++depth;
-      const bool ends = token.IsSymbol(")") && --depth <= 0;
-      if (ends || (token.IsSymbol(",") && depth == 1)) {
-        if (!name.empty()) {
-          procedure.parameters.push_back(name);
-          procedure.types.push_back(type);
-        }
-        name.clear();
-        type.clear();
-        isNamed = false;
-      } else if (IsAnyWord(token, {"as"}) || token.IsSymbol("=")) {
-        isNamed = true;
-      } else if (token.kind == TokenKind::Name && !isNamed &&
-                 !IsAnyWord(token, {"byval", "byref", "optional", "paramarray"})) {
-        name = token.lower;
-      } else if (isNamed) {
-        type += token.kind == TokenKind::Name ? token.lower : token.text;
-      }
-      if (ends) return;
+    TokenCursor cursor(line.tokens);
+    cursor.Return(at);
+    if (!cursor.TakeSymbol("(")) return;
+    while (!cursor.AtEnd() && !cursor.TakeSymbol(")")) {
+      Parameter parameter = ReadParameter(cursor);
+      if (!parameter.name.empty()) procedure.parameters.push_back(std::move(parameter));
+      SkipTo(cursor, {",", ")"});
+      cursor.TakeSymbol(",");
+    }
+  }
+
+  static Parameter ReadParameter(TokenCursor& cursor) {
+    Parameter parameter;
+    while (IsAnyWord(cursor.Here(), {"byval", "byref", "optional", "paramarray"}))
+      parameter.isOptional = cursor.Take().lower == "optional" || parameter.isOptional;
+    if (cursor.Here().kind != TokenKind::Name) return parameter;
+    parameter.name = cursor.Take().lower;
+    if (cursor.Here().IsSymbol("(")) SkipGroup(cursor);
+    if (cursor.TakeWord("as"))
+      while (cursor.Here().kind == TokenKind::Name || cursor.Here().IsSymbol("."))
+        parameter.type += cursor.Take().text;
+    parameter.type = LowerAscii(parameter.type);
+    if (cursor.TakeSymbol("=")) parameter.value = ReadDefault(cursor);
+    return parameter;
+  }
+
+  static ExpressionPtr ReadDefault(TokenCursor& cursor) {
+    try {
+      return script::ParseExpression(cursor);
+    } catch (const script::ScriptError&) {
+      return nullptr;  // not understood: as if nothing were given
+    }
+  }
+
+  static void SkipTo(TokenCursor& cursor, std::initializer_list<std::string_view> symbols) {
+    const auto isHere = [&](std::string_view symbol) { return cursor.Here().IsSymbol(symbol); };
+    while (!cursor.AtEnd() && std::ranges::none_of(symbols, isHere)) {
+      if (cursor.Here().IsSymbol("("))
+        SkipGroup(cursor);
+      else
+        cursor.Take();
     }
   }
 
@@ -214,9 +231,18 @@ class Reader {
       return ReadExit(cursor, number, nodes);
     if (IsModifier(first) || IsAnyWord(first, {"dim", "const", "global"}))
       return ReadDeclaration(cursor, number, nodes);
+    if (first.IsWord("option")) return ReadOption(cursor);
     if (IsIdle(first)) return SkipRest(cursor);
     if (IsType(first) && cursor.Next().kind == TokenKind::Name) return ReadType(cursor, nodes);
     ReadCallOrAssignment(cursor, number, nodes);
+  }
+
+  void ReadOption(TokenCursor& cursor) {
+    cursor.Take();
+    const bool isBase = cursor.TakeWord("base") && cursor.Here().kind == TokenKind::Literal;
+    if (isBase && cursor.Here().value.IsNumber())
+      code_.arrayBase = script::ToDouble(cursor.Here().value) == 1 ? 1 : 0;
+    SkipRest(cursor);
   }
 
   static void SkipRest(TokenCursor& cursor) {

@@ -53,17 +53,23 @@ struct Node {
   Nodes body;
 };
 
+struct Parameter {
+  std::string name, type;  ///< In lower case; the type is empty where none is given.
+  bool isOptional = false;
+  script::ExpressionPtr value;  ///< Of one that is left out; may be null.
+};
+
 struct Procedure {
   std::string name, lower;
-  std::vector<std::string> parameters;  ///< In lower case.
-  std::vector<std::string> types;  ///< Of the parameters, in lower case; empty where none is given.
+  std::vector<Parameter> parameters;
   Nodes body;
   int line = 0;
 };
 
 struct Code {
   std::vector<Procedure> procedures;
-  Nodes body;  ///< What stands outside of them.
+  Nodes body;         ///< What stands outside of them.
+  int arrayBase = 0;  ///< Of "Option Base".
 };
 
 /// Never fails: what makes no sense is kept as not understood.

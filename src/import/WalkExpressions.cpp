@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "import/Arrays.h"
 #include "import/BasicFunctions.h"
 #include "import/ExpressionNames.h"
 #include "import/ObjectModel.h"
@@ -28,6 +29,7 @@ void Walker::Assign(const Expression& target, Value value) {
       return;
     }
     case ExpressionKind::Call: {
+      if (SetElement(target, value)) return;
       // An item: its value is set.
       const Value item = Evaluate(target);
       if (item.IsObject())
@@ -41,6 +43,20 @@ void Walker::Assign(const Expression& target, Value value) {
   }
 }
 
+bool Walker::SetElement(const Expression& target, const Value& value) {
+  const Expression& owner = *target.operands[0];
+  const bool isName = owner.kind == ExpressionKind::Name;
+  if ((!isName && owner.kind != ExpressionKind::Call) || target.operands.size() != 2) return false;
+  const Value array = isName ? VariableOrElement(target) : Evaluate(owner);
+  if (!IsArray(array)) return false;
+  const std::vector<Value> keys = Arguments(target);
+  if (const ObjectPtr element = ElementOf(*array.object, Plain(keys[0])))
+    element->Set("Value", value, line_);
+  else
+    NoteNoElement(keys[0]);
+  return true;
+}
+
 std::string Walker::KeyOf(const Expression& call) {
   std::string key = call.operands[0]->lower;
   for (std::size_t i = 1; i < call.operands.size(); ++i)
@@ -51,7 +67,8 @@ std::string Walker::KeyOf(const Expression& call) {
 void Walker::AssignVariable(const Expression& target, Value value) {
   Value& variable = Find(target.lower);
   // Without Set, the default property of an object.
-  if (variable.IsObject() && !value.IsObject() && value.kind != Value::Kind::Empty)
+  if (variable.IsObject() && !IsArray(variable) && !value.IsObject() &&
+      value.kind != Value::Kind::Empty)
     return SetDefault(*variable.object, std::move(value));
   if (const Value* known = Known(target.lower); known && value.isUnknown) value = *known;
   if (value.IsObject() && value.object->kind == "package" && recording_.package == nullptr)
@@ -200,6 +217,7 @@ Value Walker::CallValue(const Expression& call) {
     const auto procedure = procedures_.find(callee.lower);
     if (procedure != procedures_.end()) return Call(*procedure->second, Arguments(call), line_);
     if (IsKnownFunction(callee.lower)) return CallFunction(callee, Arguments(call));
+    if (IsArrayFunction(callee.lower)) return CallArrayFunction(call);
     if (callee.lower == "new" || callee.lower == "createobject") return Made(Arguments(call));
     const Value variable = VariableOrElement(call);
     if (variable.IsObject()) return Item(variable.object, Arguments(call));
@@ -224,6 +242,17 @@ Value Walker::CallValue(const Expression& call) {
   }
   const Value object = Evaluate(callee);
   return object.IsObject() ? Item(object.object, Arguments(call)) : object;
+}
+
+Value Walker::CallArrayFunction(const Expression& call) {
+  const auto value =
+      ArrayFunction(recording_, call.operands[0]->lower, Arguments(call), code_.arrayBase, line_);
+  return value ? *value : KnownOrUnknown(NameFor(call));
+}
+
+void Walker::NoteNoElement(const Value& number) {
+  NoteAt(line_, "the array has no element " + std::string(FirstCharacters(number.PlainText(), 20)) +
+                    "; what is done with it is left out");
 }
 
 Value Walker::CombinedPath(const std::vector<Value>& parts) {
@@ -300,6 +329,10 @@ Value Walker::KnownOrUnknown(const std::string& name) {
   return Value::Unknown(name);
 }
 
+Value Walker::LeftOut(const Parameter& parameter) {
+  return parameter.value ? Evaluate(*parameter.value) : InitialValue(parameter.type);
+}
+
 Value Walker::Call(const Procedure& procedure, const std::vector<Value>& arguments, int line) {
   if (scopes_.size() > kDeepestCall || ++calls_ > kMostCalls) {
     NoteAt(line, procedure.name + " is called too often; it is left out");
@@ -308,14 +341,18 @@ Value Walker::Call(const Procedure& procedure, const std::vector<Value>& argumen
   Scope scope;
   scope.function = procedure.lower;
   for (std::size_t i = 0; i < procedure.parameters.size(); ++i) {
-    const std::string& name = procedure.parameters[i];
-    const Value* value = Known(name);
+    const Parameter& parameter = procedure.parameters[i];
     const bool isGiven = i < arguments.size() && !arguments[i].isUnset;
+    const Value* value = Known(parameter.name);
     if (isGiven && (value == nullptr || !arguments[i].isUnknown)) value = &arguments[i];
-    if (value != nullptr)
-      scope.variables[name] = *value;
-    else if (IsPackageParameter(procedure, i))
-      packageNames_.insert(name);
+    const bool isLeftOut = value == nullptr || value->kind == Value::Kind::Empty;
+    // Nobody knows what the caller of the first procedure gives.
+    if (parameter.isOptional && isLeftOut && &procedure != entry_)
+      scope.variables[parameter.name] = LeftOut(parameter);
+    else if (value != nullptr)
+      scope.variables[parameter.name] = *value;
+    else if (IsPackageParameter(procedure, parameter))
+      packageNames_.insert(parameter.name);
   }
   const std::size_t depth = withs_.size();
   scopes_.push_back(std::move(scope));
@@ -368,6 +405,11 @@ void Walker::Load(const ObjectPtr& package, const Expression& call) {
 }
 
 Value Walker::Item(const ObjectPtr& collection, const std::vector<Value>& keys) {
+  if (collection->kind == "array" && !keys.empty()) {
+    const Value number = Plain(keys[0]);
+    if (const ObjectPtr element = ElementOf(*collection, number)) return HeldBy(*element);
+    return NoteNoElement(number), Value();
+  }
   if (keys.empty() || !IsCollection(collection->kind)) return Value::OfObject(collection);
   const Value key = Plain(keys[0]);
   if (const ObjectPtr item = FindItem(recording_, *collection, key, line_))

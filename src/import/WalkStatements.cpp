@@ -5,6 +5,7 @@
 #include <set>
 
 #include "engine/model/Variables.h"
+#include "import/Arrays.h"
 #include "import/Entry.h"
 #include "import/ExpressionNames.h"
 #include "import/ObjectModel.h"
@@ -26,7 +27,7 @@ std::string Shortened(const std::string& text) {
   return text.size() > 200 ? std::string(FirstCharacters(text, 200)) + "..." : text;
 }
 
-bool IsNumberType(const std::string& type) {
+bool IsNumberType(std::string_view type) {
   return type == "integer" || type == "long" || type == "single" || type == "double" ||
          type == "byte" || type == "short" || type == "currency" || type == "decimal";
 }
@@ -41,11 +42,10 @@ Walker::Walker(const Code& code, const KnownValues& known, const std::string& pr
 
 Recording Walker::Walk() {
   try {
-    const Procedure* const entry =
-        procedure_.empty() ? EntryOf(code_, recording_.notes) : procedures_.at(procedure_);
+    entry_ = procedure_.empty() ? EntryOf(code_, recording_.notes) : procedures_.at(procedure_);
     scopes_.emplace_back();
     Run(code_.body);
-    if (entry != nullptr) Call(*entry, {}, entry->line);
+    if (entry_ != nullptr) Call(*entry_, {}, entry_->line);
   } catch (const Exit&) {
     // The package is built.
   }
@@ -106,16 +106,8 @@ void Walker::Declare(const Node& node) {
       Value value = WithoutPassword(declared.name, Evaluate(*node.expressions[i]));
       if (value.IsObject()) value.object->line = node.line;
       Current().variables[declared.name] = value;
-    } else if (!IsOutside() && declared.type == "string") {
-      Current().variables[declared.name] = Value::OfText("");
-    } else if (!IsOutside() && IsNumberType(declared.type)) {
-      Current().variables[declared.name] = Value::OfNumber(0);
-    } else if (!IsOutside() && declared.type == "boolean") {
-      Current().variables[declared.name] = Value::OfBoolean(false);
     } else if (!IsOutside()) {
-      Value nothing;
-      nothing.isUnset = true;
-      Current().variables.insert_or_assign(declared.name, nothing);
+      Current().variables.insert_or_assign(declared.name, InitialValue(declared.type));
     }
     // What the caller knows of it goes before.
     if (const Value* known = Known(declared.name); known && node.kind != NodeKind::Constant)
@@ -127,9 +119,18 @@ bool Walker::IsPackageType(std::string_view type) {
   return type.substr(type.find_last_of('.') + 1).starts_with("package");
 }
 
-bool Walker::IsPackageParameter(const Procedure& procedure, std::size_t position) const {
-  const std::string& type = procedure.types[position];
-  const std::string& name = procedure.parameters[position];
+Value Walker::InitialValue(std::string_view type) {
+  if (type == "string") return Value::OfText("");
+  if (type == "boolean") return Value::OfBoolean(false);
+  if (IsNumberType(type)) return Value::OfNumber(0);
+  Value nothing;
+  nothing.isUnset = true;
+  return nothing;
+}
+
+bool Walker::IsPackageParameter(const Procedure& procedure, const Parameter& parameter) {
+  const std::string& type = parameter.type;
+  const std::string& name = parameter.name;
   if (IsPackageType(type)) return true;
   if (name.find("package") == name.npos) return false;
   const bool mayBeObject = type.empty() || type == "variant";
@@ -235,8 +236,10 @@ void Walker::RunForEach(const Node& node) {
     const Value each = Item(collection.object, {Value::OfText("(each)")});
     items.push_back(each.object);
   }
+  int passes = 0;
   for (const ObjectPtr& item : items) {
-    Current().variables[node.name] = Value::OfObject(item);
+    if (IsArray(collection) && !MayGoOn(node, ++passes)) return;
+    Current().variables[node.name] = IsArray(collection) ? HeldBy(*item) : Value::OfObject(item);
     if (!RunBody(node, "for")) return;
   }
 }

@@ -41,8 +41,10 @@ class Walker {
   /// Within a procedure a variable begins as nothing; outside, others may set it.
   void Declare(const Node& node);
   static bool IsPackageType(std::string_view type);
+  /// What a variable of a type, in lower case, begins with; unset for an object or any value.
+  static Value InitialValue(std::string_view type);
   /// True for a parameter that nobody gives and that stands for the package itself.
-  bool IsPackageParameter(const Procedure& procedure, std::size_t position) const;
+  static bool IsPackageParameter(const Procedure& procedure, const Parameter& parameter);
   /// A password that a variable gets stays out: the value then is a name for it.
   Value WithoutPassword(const std::string& variable, Value value);
   void RunIf(const Node& node);
@@ -64,7 +66,9 @@ class Walker {
 
   // Assignments.
   void Assign(const script::Expression& target, Value value);
-  /// An element of an array as a variable of its own.
+  /// True when the target is an element of an array that is known.
+  bool SetElement(const script::Expression& target, const Value& value);
+  /// An element of another array as a variable of its own.
   std::string KeyOf(const script::Expression& call);
   void AssignVariable(const script::Expression& target, Value value);
   void SetDefault(Object& object, Value value);
@@ -88,6 +92,7 @@ class Walker {
   Value MemberOfUnknown(const script::Expression& member, const Value& owner);
   Value Get(const ObjectPtr& object, const script::Expression& member);
   Value CallValue(const script::Expression& call);
+  Value CallArrayFunction(const script::Expression& call);
   /// System.IO.Path.Combine.
   Value CombinedPath(const std::vector<Value>& parts);
   std::vector<Value> Arguments(const script::Expression& call);
@@ -101,6 +106,8 @@ class Walker {
   const Value* Known(const std::string& lower);
   /// What the caller says of a name, else the name itself.
   Value KnownOrUnknown(const std::string& name);
+  /// What an optional parameter is that the caller leaves out.
+  Value LeftOut(const Parameter& parameter);
   Value Call(const Procedure& procedure, const std::vector<Value>& arguments, int line);
 
   // The object model, and operators.
@@ -120,6 +127,7 @@ class Walker {
   /// What was made and never put into the package, and other packages.
   void NoteForgotten();
   void NoteOtherPackages();
+  void NoteNoElement(const Value& number);
 
   const Code& code_;
   const std::string procedure_;  // to begin with; empty: the one that builds most
@@ -130,7 +138,8 @@ class Walker {
   std::set<std::string> packageNames_;  // variables that are declared as packages
   std::vector<Scope> scopes_;
   std::vector<Value> withs_;
-  int builtAt_ = 0;  // the line on which the package is run or stored
+  const Procedure* entry_ = nullptr;  // the one to begin with, if any
+  int builtAt_ = 0;                   // the line on which the package is run or stored
   int line_ = 0, steps_ = 0, passes_ = 0, calls_ = 0;
   std::vector<std::string> missed_;  // names that were not known, since a condition began
   Recording recording_;

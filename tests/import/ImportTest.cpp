@@ -102,7 +102,26 @@ TEST(Import, ExpressionsHaveTheirValues) {
       {"s = \"a\" & _\n  \"b\" & _\n  \"c\"", R"("abc")"},
       {"s = \"a\" &\n  \"b\"", R"("ab")"},
       {"s = f(2, \"z\")\nFunction f(n, t)\n  f = t & n\nEnd Function", R"("z2")"},
+      {"s = f(1) & f(1, 2) & f(1, , \"z\")\nFunction f(a, Optional b As Integer = 7, Optional c As "
+       "String)\n f = a & b & c\nEnd Function",
+       R"("171217z")"},
       {"a(1) = \"one\" : a(2) = \"two\"\ns = a(2) & a(1)", R"("twoone")"},
+      {"s = \"\"\nn = Array(\"a\", \"b\", 3)\nFor Each one In n\n s = s & one\nNext", R"("ab3")"},
+      {"s = \"\"\nn = Array(\"a\", \"b\")\nFor i = LBound(n) To UBound(n)\n s = s & n(i) & i\nNext",
+       R"("a0b1")"},
+      {"Option Base 1\nn = Array(\"a\", \"b\")\ns = n(1) & UBound(n) & UBound(Split(\"x;y\", "
+       "\";\"))",
+       R"("a21")"},
+      {"n = Array(\"a\", \"b\")\nn(1) = \"c\" & n(1)\ns = Join(n, \"/\") & Join(n)",
+       R"("a/cba cb")"},
+      {"s = \"\"\nn = Array(Array(\"a\", \"b\"), Array(\"c\", \"d\"))\nFor Each r In n\n s = s & "
+       "r(1)\nNext\n"
+       "s = s & n(1)(0)",
+       R"("bdc")"},
+      {"s = f(Split(\"a,,b\", \",\"))\nFunction f(n)\n f = n(0) & UBound(n) & n(2)\nEnd Function",
+       R"("a2b")"},
+      {"n = Array(\"a\") : n = \"text\"\ns = n", R"("text")"},
+      {"s = Join(Split(server, \",\"), \"+\")", R"("${Join_Split_server}")"},
       {"If 1 > 2 Then s = \"a\" Else s = \"b\"", R"("b")"},
       {"If 1 > 2 Then\n s = \"a\"\nElseIf 2 > 1 Then\n s = \"c\"\nElse\n s = \"b\"\nEnd If",
        R"("c")"},
@@ -134,6 +153,9 @@ TEST(Import, WhatIsNotTakenOverIsTold) {
       {"If server = \"x\" Then Other\nSub Other()\n Set q = p.Steps.New\nEnd Sub",
        "6: whether this part of the package is made depends"},
       {"While More()\n s = s & 1\nWend", "6: whether this part"},
+      {"n = Array(1, 2)\ns = 1 & n(2)", "7: the array has no element 2"},
+      {"For Each n In Array(1, 2)\n Set q = p.Steps.New\nNext", "6: parts of the package are made"},
+      {"For Each n In Split(server)\n Set q = p.Steps.New\nNext", "6: whether this part"},
       {"s = \"x\" : p.Connections(\"gone\").DataSource = 1",
        "6: the package has no \"gone\" among "
        "its connections"},

@@ -39,6 +39,14 @@ TEST(PostgreSqlRun, TheExampleGivesTheSameFiguresAndACheckOfItChangesNothing) {
   EXPECT_TRUE(before == server.Dump());
 }
 
+TEST(PostgreSqlRun, ImportedTextsGiveTheSameRows) {
+  const PostgreSqlServer& server = PostgreSqlServer::Instance();
+  server.MakeDatabase("DW");
+  Sandbox sandbox(server.Section("(local)"));
+  ASSERT_EQ(0, sandbox.Run({"torvik-admin", "server", "init", "--warehouse", "DW"}).exitCode);
+  RunScenario(TORVIK_SOURCE_DIR "/tests/scenarios/imported-texts.scenario", sandbox);
+}
+
 TEST(PostgreSqlRun, AServerCheckNamesWhatIsMissing) {
   const PostgreSqlServer& server = PostgreSqlServer::Instance();
   server.MakeDatabase("postgres_guests");
