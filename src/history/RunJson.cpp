@@ -41,6 +41,12 @@ RecordJson JsonOfSteps(const RunRecord& run) {
   return steps;
 }
 
+RecordJson JsonOfVariables(const RunRecord& run) {
+  RecordJson variables = RecordJson::object();
+  for (const auto& [name, value] : run.variables) variables[name] = value;
+  return variables;
+}
+
 RecordJson JsonOfFetches(const RunRecord& run) {
   RecordJson fetches = RecordJson::array();
   for (const FetchRecord& fetch : run.fetches)
@@ -95,6 +101,7 @@ nlohmann::ordered_json JsonOf(const RunRecord& run, bool withParts) {
                      {"host", run.host},
                      {"started_by", run.startedBy}};
   if (withParts) {
+    json["variables"] = JsonOfVariables(run);
     json["steps"] = JsonOfSteps(run);
     json["fetches"] = JsonOfFetches(run);
   }

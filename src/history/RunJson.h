@@ -8,7 +8,7 @@
 namespace torvik {
 
 /// A run as a JSON object. Times are UTC (ISO 8601), `seconds` is how long it took. `withParts`
-/// adds its steps and what it has fetched.
+/// adds its variables, its steps and what it has fetched.
 nlohmann::ordered_json JsonOf(const RunRecord& run, bool withParts);
 
 /// "running", "ok", "failure" or "lost".

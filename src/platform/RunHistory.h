@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace torvik {
@@ -63,6 +64,8 @@ struct RunRecord {
   std::string startedBy;  ///< The user's name, and behind a blank what started the run when known.
   bool isAttended = false;  ///< From the form: whoever started it sees how it ends.
   RaisedAlarms alarms = 0;
+  /// What whoever started it gave to variables; a password is the name of its file.
+  std::vector<std::pair<std::string, std::string>> variables;
   std::vector<StepRecord> steps;
   std::vector<FetchRecord> fetches;
 };
@@ -82,9 +85,9 @@ class RunHistory {
  public:
   virtual ~RunHistory() = default;
 
-  /// Writes the run's row, and those of steps and fetches that are new or have changed since the
-  /// last call; a record without an id gets one, and the process, its host and who started it.
-  /// Forgets runs that are older than the settings say.
+  /// Writes the run's row, with its variables at the first time, and those of steps and fetches
+  /// that are new or have changed since the last call; a record without an id gets one, and the
+  /// process, its host and who started it. Forgets runs that are older than the settings say.
   virtual std::string Write(RunRecord& run) = 0;
 
   /// Runs without their steps and fetches. Runs whose process is gone are Lost from then on. Throws

@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "platform/Secrets.h"
 #include "startup/ExitGuard.h"
 #include "startup/Program.h"
 #include "startup/RunProgress.h"
@@ -38,6 +39,10 @@ void Attempt(const Action& action) {
     action();
   } catch (const std::exception&) {
   }
+}
+
+bool HoldsPassword(const std::pair<std::string, std::string>& variable) {
+  return IsPasswordName(variable.first) && !RefersToSecret(variable.second);
 }
 
 /// The form is busy as long as this lives.
@@ -299,6 +304,8 @@ void RunDriver::Record(const ExecDTSPackage& job) {
   run.packageServer = job.DTSServer;
   run.logFile = job.ExceptionLogFile;
   run.isAttended = form_.StartInConfigMode;
+  run.variables = program_.runVariables;
+  std::erase_if(run.variables, HoldsPassword);  // the run refuses it
   program_.recorder.Begin(std::move(run));
 }
 

@@ -120,13 +120,14 @@ void CopyQuorFiles::WaitMinutes(std::int32_t minutes) {
 }
 
 bool CopyQuorFiles::FetchByFtp(Remote& remote, const std::string& localDir) {
-  const auto& [server, user, password] = remote.logon;
+  const auto& logon = remote.logon;
   const auto write = [&](const char* word) {
-    return ftp_.FtpWriteStatus(server, user, password, remote.directory, word);
+    return ftp_.FtpWriteStatus(logon.server, logon.user, logon.password, remote.directory, word);
   };
   return Fetch(remote.Place(), write, [&] {
     log_.EchoToLog("Copying Remote Data via FTP");
-    return ftp_.FtpGetDirectory(server, remote.directory, localDir, user, password);
+    return ftp_.FtpGetDirectory(logon.server, remote.directory, localDir, logon.user,
+                                logon.password);
   });
 }
 

@@ -60,11 +60,11 @@ TEST_F(Night, SaysWhyAJobFailedAndGoesOnWithWhatIsMissing) {
   sandbox_.Connect("DW")->Execute("CREATE TABLE done (job TEXT); CREATE TABLE one AS SELECT 1");
   for (const std::string name : {"first", "late", "last"})
     PutJob(name, "Who = \"\"\n" + Work(name == "late" ? "no_such_table" : "one"));
-  const std::string vars = "variables = { Who = \"me\" }\n";
-  PutJob("night", JobStep("first", vars + "status_file = \"word\"") +
+  const std::string vars = "variables = { Who = \"${Whose}\" }\n";
+  PutJob("night", "Whose = \"nobody\"\n" + JobStep("first", vars + "status_file = \"word\"") +
                       JobStep("late", vars + "after = [ { step = \"first\" } ]") +
                       JobStep("last", vars + "after = [ { step = \"late\" } ]"));
-  const ProgramResult failed = Admin({"run", "night.etl", "--quiet"});
+  const ProgramResult failed = Admin({"run", "night.etl", "--quiet", "--var", "Whose=me"});
   EXPECT_EQ(failed.exitCode, 1);
   EXPECT_THAT(failed.out, HasSubstr("late: the job \"late.etl\" failed: work: "));
   EXPECT_THAT(failed.out, HasSubstr("no such table: no_such_table"));
@@ -75,7 +75,9 @@ TEST_F(Night, SaysWhyAJobFailedAndGoesOnWithWhatIsMissing) {
   sandbox_.Connect("DW")->Execute("CREATE TABLE no_such_table AS SELECT 1");
   const RunningProgram other = sandbox_.Start({"torvik-admin", "run", "night.etl", "--resume"});
   EXPECT_EQ(sandbox_.Wait(other).exitCode, 0);
-  EXPECT_EQ(sandbox_.Query("SELECT COUNT(*) FROM done"), "3\n") << "the first one once";
+  EXPECT_EQ(sandbox_.Query("SELECT COUNT(*), MAX(job) FROM done"), "3|me\n")
+      << "the first one once, all with the same variables";
+  EXPECT_THAT(Admin({"history", "show", "1"}).out, HasSubstr("--var       Whose=me\n"));
   EXPECT_THAT(WithoutCr(sandbox_.ReadFile("nighterr.txt")),
               HasSubstr("ended, without 1 steps that it has done: first\n"));
   EXPECT_THAT(Admin({"run", "night.etl", "--resume"}).err, HasSubstr("has succeeded"));
@@ -156,6 +158,17 @@ TEST_F(Night, KeepsPasswordsOutOfProcessLists) {
                            JobStep("a", "variables = { MyPassword = \"" + value + "\" }"));
     EXPECT_THAT(Admin({"package", "check", "p.toml"}).err, HasSubstr("process lists")) << value;
   }
+}
+
+TEST_F(Night, KeepsVariablesInTheHistoryAndNoPassword) {
+  PutJob("p", "ShopPassword = \"\"\nWho = \"\"\n" + Work("one"));
+  sandbox_.SetVariable("TORVIK_RUN_VARIABLES",
+                       "Who\x1Fme\x1FShopPassword\x1F"
+                       "dragon\x1F");
+  sandbox_.Run({"torvik", "-configfile", "p.etl", "-statusfile", "s"});
+  EXPECT_THAT(Admin({"history", "show", "1", "--json"}).out,
+              AllOf(HasSubstr("\"variables\": {\n    \"Who\": \"me\"\n  }"), HasSubstr("--var"),
+                    Not(HasSubstr("dragon"))));
 }
 
 }  // namespace

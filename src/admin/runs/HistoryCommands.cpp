@@ -114,6 +114,8 @@ int ShowRun(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
        run.startedBy + ", process " + std::to_string(run.process) + " on " + run.host}};
   for (const auto& [what, text] : lines)
     if (!text.empty()) std::printf("%-11s %s\n", what, text.c_str());
+  for (const auto& [name, value] : run.variables)
+    std::printf("%-11s %s=%s\n", "--var", name.c_str(), value.c_str());
   PrintParts(run);
   return 0;
 }

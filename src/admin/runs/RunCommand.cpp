@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +22,7 @@
 #include "history/RunJson.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/system/FrontEnd.h"
 #include "platform/linux/system/Posix.h"
@@ -111,7 +113,7 @@ struct RunOptions {
 };
 
 /// The last run of the job that was begun, which must be over and not have succeeded.
-std::int64_t RunToResume(LinuxPlatform& platform, const std::string& job) {
+RunRecord RunToResume(LinuxPlatform& platform, const std::string& job) {
   RunFilter filter;
   filter.job = std::filesystem::absolute(job).lexically_normal().string();
   std::vector<RunRecord> runs = platform.history->Runs(filter);
@@ -123,14 +125,25 @@ std::int64_t RunToResume(LinuxPlatform& platform, const std::string& job) {
   if (runs[0].outcome == RunOutcome::Running) throw PlatformError(0, last + " is under way", "run");
   if (runs[0].outcome == RunOutcome::Ok)
     throw PlatformError(0, last + " has succeeded: there is nothing to go on with", "run");
-  return runs[0].id;
+  return platform.history->Run(runs[0].id).value_or(std::move(runs[0]));
+}
+
+/// The run goes on with the variables that the earlier one was given; `given` goes before them.
+NamedTexts Resume(const RunRecord& run, NamedTexts given) {
+  setenv(kResumedRun, std::to_string(run.id).c_str(), 1);
+  for (const auto& [name, value] : run.variables) {
+    const bool isGiven = std::ranges::any_of(
+        given, [&](const auto& one) { return EqualsIgnoringCase(one.first, name); });
+    if (!isGiven) given.emplace_back(name, value);
+  }
+  return given;
 }
 
 int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
   const std::string& job = options.job;
-  if (const NamedTexts variables = VariablesOf(options.variables); !variables.empty())
-    setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
-  if (options.resumes) setenv(kResumedRun, std::to_string(RunToResume(platform, job)).c_str(), 1);
+  NamedTexts variables = VariablesOf(options.variables);
+  if (options.resumes) variables = Resume(RunToResume(platform, job), std::move(variables));
+  if (!variables.empty()) setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
   const std::string runner = ProgramBeside("torvik");
   if (runner.empty())
     throw PlatformError(0, "there is no program torvik beside torvik-admin; install it again",

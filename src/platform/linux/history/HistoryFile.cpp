@@ -15,7 +15,7 @@ namespace torvik {
 namespace {
 
 constexpr const char* kSource = "history";
-constexpr int kVersion = 1;
+constexpr std::int64_t kVersion = 2;
 /// How long a reader waits for writers.
 constexpr int kBusyMilliseconds = 500;
 
@@ -40,7 +40,14 @@ CREATE TABLE fetch (
   run INTEGER NOT NULL, position INTEGER NOT NULL, link TEXT NOT NULL, begin INTEGER NOT NULL,
   end INTEGER, complete INTEGER NOT NULL, files INTEGER NOT NULL, bytes INTEGER NOT NULL,
   error TEXT NOT NULL, PRIMARY KEY (run, position)) WITHOUT ROWID;
-PRAGMA user_version = 1;
+)";
+
+/// What version 2 has more than version 1.
+constexpr const char* kTablesOf2 = R"(
+CREATE TABLE variable (
+  run INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL, value TEXT NOT NULL,
+  PRIMARY KEY (run, position)) WITHOUT ROWID;
+PRAGMA user_version = 2;
 )";
 
 PlatformError Problem(const std::string& path, const std::string& reason) {
@@ -122,22 +129,17 @@ int OnBusy(void* patience, int) {
   return WaitALittle(*static_cast<HistoryPatience*>(patience)) ? 1 : 0;
 }
 
-std::int64_t VersionOf(sqlite3* handle) {
-  HistoryStatement version(handle, "PRAGMA user_version");
-  version.Step();
-  return version.Integer();
-}
-
 /// Writers that come at once make the tables once.
 void MakeTables(sqlite3* handle) {
   Execute(handle, "PRAGMA journal_mode = WAL");
   Execute(handle, "BEGIN IMMEDIATE");
-  if (VersionOf(handle) == 0) Execute(handle, kTables);
+  if (HistoryVersion(handle) == 0) Execute(handle, kTables);
+  if (HistoryVersion(handle) < 2) Execute(handle, kTablesOf2);
   Execute(handle, "COMMIT");
 }
 
 void RequireVersion(sqlite3* handle, const std::string& path) {
-  if (VersionOf(handle) > kVersion)
+  if (HistoryVersion(handle) > kVersion)
     throw Problem(
         path, "a later version of torvik has made this history; it is neither read nor written");
 }
@@ -146,7 +148,7 @@ HistoryHandle OpenForWriting(const std::string& path, HistoryPatience& patience)
   MakeFile(path);
   HistoryHandle handle = OpenAs(path, SQLITE_OPEN_READWRITE);
   sqlite3_busy_handler(handle.get(), OnBusy, &patience);
-  if (VersionOf(handle.get()) == 0) MakeTables(handle.get());
+  if (HistoryVersion(handle.get()) < kVersion) MakeTables(handle.get());
   RequireVersion(handle.get(), path);
   ShareWithGroup(path);
   // A power cut may cost the last rows, and costs no more; only ShortenLog waits for the disk.
@@ -232,16 +234,22 @@ HistoryHandle ReadHistory(const std::string& path) {
   HistoryHandle handle;
   try {
     handle = OpenAs(path, SQLITE_OPEN_READWRITE);
-    if (VersionOf(handle.get()) == 0) return nullptr;  // its maker is about to make its tables
+    if (HistoryVersion(handle.get()) == 0) return nullptr;  // its maker is about to make its tables
   } catch (const PlatformError& error) {
     const int code = static_cast<int>(error.number);
     if (IsDamage(code) || IsBusy(error)) throw;
     handle = OpenAs("file:" + UriPath(path) + "?immutable=1", SQLITE_OPEN_READONLY);
-    if (VersionOf(handle.get()) == 0) return nullptr;
+    if (HistoryVersion(handle.get()) == 0) return nullptr;
   }
   RequireVersion(handle.get(), path);
   sqlite3_db_config(handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   return handle;
+}
+
+std::int64_t HistoryVersion(sqlite3* handle) {
+  HistoryStatement version(handle, "PRAGMA user_version");
+  version.Step();
+  return version.Integer();
 }
 
 HistoryStatement::HistoryStatement(sqlite3* handle, const char* sql) : handle_(handle) {

@@ -261,6 +261,14 @@ class SqliteRunHistory final : public RunHistory {
     insert.Bind(process.number).Bind(process.start).Bind(process.boot);
     insert.Bind(run.host).Bind(run.startedBy).Run();
     run.id = sqlite3_last_insert_rowid(Writer());
+    WriteVariables(run);
+  }
+
+  void WriteVariables(const RunRecord& run) {
+    HistoryStatement write(Writer(), "INSERT INTO variable VALUES (?,?,?,?)");
+    std::int64_t position = 0;
+    for (const auto& [name, value] : run.variables)
+      write.Bind(run.id).Bind(position++).Bind(name).Bind(value).Run();
   }
 
   void Update(const RunRecord& run) {
@@ -300,7 +308,8 @@ class SqliteRunHistory final : public RunHistory {
     Writing writing(Writer());
     HistoryStatement(Writer(), kForget).Bind(oldest).Run();
     for (const char* sql : {"DELETE FROM step WHERE run < (SELECT MIN(id) FROM run)",
-                            "DELETE FROM fetch WHERE run < (SELECT MIN(id) FROM run)"})
+                            "DELETE FROM fetch WHERE run < (SELECT MIN(id) FROM run)",
+                            "DELETE FROM variable WHERE run < (SELECT MIN(id) FROM run)"})
       HistoryStatement(Writer(), sql).Run();
     writing.Commit();
   }
@@ -376,6 +385,17 @@ class SqliteRunHistory final : public RunHistory {
       fetch.bytes = fetches.Integer();
       fetch.error = fetches.Text();
       run.fetches.push_back(std::move(fetch));
+    }
+    if (HistoryVersion(handle) >= 2) ReadVariables(handle, run);
+  }
+
+  static void ReadVariables(sqlite3* handle, RunRecord& run) {
+    HistoryStatement row(handle,
+                         "SELECT name, value FROM variable WHERE run = ? ORDER BY position");
+    row.Bind(run.id);
+    while (row.Step()) {
+      std::string name = row.Text();
+      run.variables.emplace_back(std::move(name), row.Text());
     }
   }
 

@@ -58,6 +58,7 @@ TEST_F(SqliteRunHistoryTest, GivesBackWhatWasWritten) {
   step.step = "load";
   step.begin = run.begin;
   run.steps = {step, step, step};
+  run.variables = {{"Region", "EMEA=1\n"}, {"ShopPassword", "file:/run/shop"}, {"Empty", ""}};
   EXPECT_EQ(history->Write(run), "");
   run.steps.pop_back();
   EXPECT_EQ(run.process, getpid());
@@ -73,6 +74,7 @@ TEST_F(SqliteRunHistoryTest, GivesBackWhatWasWritten) {
   ASSERT_TRUE(read.has_value());
   EXPECT_EQ(read->steps, run.steps);
   EXPECT_EQ(read->fetches, run.fetches);
+  EXPECT_EQ(read->variables, run.variables);
   EXPECT_EQ(read->begin, run.begin);
   EXPECT_EQ(read->end, run.end);
   EXPECT_EQ(read->package + read->host + read->startedBy, run.package + run.host + run.startedBy);
@@ -145,6 +147,20 @@ TEST_F(SqliteRunHistoryTest, OldRunsAreForgottenWithTheirParts) {
   RunRecord unkept = Run("/jobs/sales.etl", RunOutcome::Ok);
   EXPECT_EQ(Open()->Write(unkept), "");
   EXPECT_THAT(Listed({}), ElementsAre(2));
+}
+
+TEST_F(SqliteRunHistoryTest, AHistoryOfTheFirstVersionIsReadAndGoesOn) {
+  RunRecord first = Run("/jobs/sales.etl", RunOutcome::Ok);
+  EXPECT_EQ(Open()->Write(first), "");
+  sqlite3_exec(ReadHistory(path_).get(), "DROP TABLE variable; PRAGMA user_version = 1", nullptr,
+               nullptr, nullptr);
+  EXPECT_EQ(Open()->Run(1)->job, first.job);
+  RunRecord second = first;
+  second.id = 0;
+  second.variables = {{"Region", "EMEA"}};
+  EXPECT_EQ(Open()->Write(second), "");
+  EXPECT_EQ(Open()->Run(2)->variables, second.variables);
+  EXPECT_THAT(Open()->Run(1)->variables, IsEmpty());
 }
 
 TEST_F(SqliteRunHistoryTest, WhatCannotBeUsedIsAReasonAndNeverMore) {
