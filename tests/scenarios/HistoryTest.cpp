@@ -188,6 +188,23 @@ TEST_F(History, TheFrontEndOfARunThatWasKilledTellsItAsLost) {
                                HasSubstr("\"outcome\": \"lost\""), HasSubstr("\"id\": 1,")));
 }
 
+TEST_F(History, ARunWhoseEndCouldNotBeWrittenIsToldByItsWord) {
+  sandbox_.PutPackage("Locks", R"toml([[steps]]
+name = "lock"
+task = "ExecuteProcess"
+program = "sh"
+arguments = ['-c', """
+(echo 'BEGIN IMMEDIATE;'; touch locked; sleep 4) | sqlite3 "$TORVIK_STATE/history.db" >&- 2>&- &
+while [ ! -e locked ]; do sleep 0.1; done; sleep 0.3
+"""]
+)toml");
+  sandbox_.WriteJob("locks.etl", "Locks");
+  const ProgramResult run = Admin({"run", "locks.etl", "--quiet"});
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_THAT(run.err, HasSubstr("the history: "));
+  EXPECT_EQ(run.out, "ok\n");
+}
+
 TEST_F(History, RunsAtOnceHaveARecordEachAndSoHasOneThatIsRefused) {
   std::string together;
   for (const std::string name : {"a", "b", "c", "d"}) {

@@ -88,15 +88,25 @@ std::string FirstWord(const std::string& path) {
   return word;
 }
 
+/// A run that has left its word was not lost: its end could not be written to the history.
+void SetVerdict(RunRecord& record, int exitCode) {
+  if (record.outcome != RunOutcome::Lost || exitCode == RunWithoutVerdict) return;
+  record.outcome = exitCode == RunOk ? RunOutcome::Ok : RunOutcome::Failure;
+  record.error = "how the run ended could not be written to the history; see its log";
+}
+
 /// The run as the history has it; a runner that was killed is told as lost there from now on, and
 /// its alarms are raised here. Answers why the run has failed, as far as it is known.
-std::string AddRecord(LinuxPlatform& platform, std::int64_t run, bool wasKilled, Json& result) {
+std::string AddRecord(LinuxPlatform& platform, std::int64_t run, int exitCode, bool wasKilled,
+                      Json& result) {
   if (run == 0) return {};
   try {
-    const auto record = platform.history->Run(run);
+    auto record = platform.history->Run(run);
     if (!record) return {};
+    const bool isLost = record->outcome == RunOutcome::Lost;
+    SetVerdict(*record, exitCode);
     result["run"] = JsonOf(*record, true);
-    if (wasKilled || record->outcome == RunOutcome::Lost)
+    if (wasKilled || isLost)
       for (const std::string& problem : RaiseDueAlarms(platform).problems) Warn(problem);
     return ReasonText(*record);
   } catch (const PlatformError& error) {
@@ -171,7 +181,8 @@ int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
     result["log_losses"] = told.lines;
     for (const std::string& loss : told.lines) sentence += "\nthe log is incomplete: " + loss;
   }
-  if (const auto reason = AddRecord(platform, told.run, !WIFEXITED(ended), result); !reason.empty())
+  if (const auto reason = AddRecord(platform, told.run, exitCode, !WIFEXITED(ended), result);
+      !reason.empty())
     sentence += "\n" + reason;
   PrintResult(result, sentence, json);
   return exitCode;
