@@ -207,6 +207,8 @@ class FetchFilesTask final : public Task {
     std::vector<Way> ways;
     for (const PlacedText& file : files_) {
       const std::string path = directory + variables.Substitute(file.text);
+      if (Split(path).name.empty())
+        throw FetchFailure(path + ": this names no file; a variable in \"files\" is empty");
       const auto found = IsPattern(Split(path).name) ? find(path) : std::vector{path};
       if (found.empty())
         throw FetchFailure(path +

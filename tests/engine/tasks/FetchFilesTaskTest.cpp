@@ -98,6 +98,8 @@ TEST_F(FetchFilesTaskTest, FilesComeFromADirectory) {
   EXPECT_THAT(Ran(keys + "overwrite = false"), HasSubstr("it is there already"));
   EXPECT_EQ("old", disk_.Read("to/b.csv"));
   EXPECT_FALSE(std::filesystem::exists(disk_.PathOf("to/a.csv")));
+  EXPECT_THAT(Ran("directory = '%D'\ndestination = '%Dto'\nfiles = ['in/']"),
+              HasSubstr("this names no file"));
   EXPECT_EQ("S", Ran(keys));
   EXPECT_EQ("AB", disk_.Read("to/a.csv") + disk_.Read("to/b.csv"));
 }
