@@ -1,7 +1,6 @@
 // Programs, directories, disks and the clock.
 
 #include <sys/stat.h>
-#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <sys/timex.h>
 #include <unistd.h>
@@ -10,8 +9,8 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <map>
 
+#include "admin/common/FileSystems.h"
 #include "admin/doctor/Doctor.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/modules/Modules.h"
@@ -32,23 +31,10 @@ constexpr double kFewNodes = 10000;
 /// A clock of a file system that differs by more puts logs and status files out of their order.
 constexpr double kFarClockSeconds = 2;
 
-/// File systems of other machines, by statfs(2).
-const std::map<long, const char*> kNetworkFileSystems = {
-    {0x6969, "NFS"},      {0xFE534D42L, "SMB"},   {0xFF534D42L, "CIFS"}, {0x65735546, "FUSE"},
-    {0x00C36400, "Ceph"}, {0x0BD00BD0, "Lustre"}, {0x01021997, "9P"}};
-
 std::string Gigabytes(double bytes) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f GB", bytes / kGigabyte);
   return text;
-}
-
-/// The nearest place on the way up that is there.
-std::string PlaceThere(std::filesystem::path path) {
-  std::error_code error;
-  while (!std::filesystem::exists(path, error) && path.has_relative_path())
-    path = path.parent_path();
-  return path.string();
 }
 
 void CheckDisk(const std::string& what, const std::string& path, CheckReport& report) {
@@ -90,11 +76,9 @@ void CheckMapped(const std::string& what, const std::string& directory, CheckRep
 }
 
 void CheckLocal(const std::string& what, const std::string& directory, CheckReport& report) {
-  struct statfs system {};
-  if (statfs(PlaceThere(directory).c_str(), &system) != 0) return;
-  const auto network = kNetworkFileSystems.find(static_cast<long>(system.f_type));
-  if (network == kNetworkFileSystems.end()) return;
-  report.Problem(what, directory + " lies on a network file system (" + network->second +
+  const std::string network = NetworkFileSystemOf(directory);
+  if (network.empty()) return;
+  report.Problem(what, directory + " lies on a network file system (" + network +
                            "); the databases of an embedded server belong on a disk of the "
                            "machine itself");
 }

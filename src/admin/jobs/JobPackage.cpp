@@ -102,8 +102,8 @@ class PackageCheck {
       CheckConnection(connection, variables);
     }
     for (const engine::StepModel& step : package_.steps)
-      if (const std::string file = step.task->JobFile(); !file.empty() && !step.disabled)
-        CheckJobOf(step, variables.Substitute(file));
+      if (const auto job = step.task->Job(); job && !step.disabled)
+        CheckJobOf(step, variables.Substitute(job->file));
   }
 
   /// The job that a step runs.

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "admin/common/Admin.h"
 #include "admin/common/RunTexts.h"
@@ -35,8 +36,10 @@ namespace {
 enum ExitCode : int { RunOk = 0, RunFailure = 1, RunWithoutVerdict = 3 };
 
 volatile sig_atomic_t childToSignal = 0;
+volatile sig_atomic_t mustEnd = 0;
 
 void ForwardSignal(int signal) {
+  mustEnd = 1;
   if (childToSignal != 0) kill(childToSignal, signal);
 }
 
@@ -120,6 +123,7 @@ struct RunOptions {
   std::vector<std::string> variables;
   std::string statusFile;
   bool isQuiet = false, resumes = false;
+  int retries = 0, retryDelaySeconds = 10;
 };
 
 /// The last run of the job that was begun, which must be over and not have succeeded.
@@ -149,21 +153,23 @@ NamedTexts Resume(const RunRecord& run, NamedTexts given) {
   return given;
 }
 
-int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
-  const std::string& job = options.job;
-  NamedTexts variables = VariablesOf(options.variables);
-  if (options.resumes) variables = Resume(RunToResume(platform, job), std::move(variables));
-  if (!variables.empty()) setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
+/// How a run ended, for programs and for people.
+struct Ended {
+  std::string word;
+  int exitCode = RunWithoutVerdict;
+  Json result;
+  std::string sentence;
+};
+
+Ended RunOnce(LinuxPlatform& platform, const std::string& job, bool showsProgress) {
   const std::string runner = ProgramBeside("torvik");
   if (runner.empty())
     throw PlatformError(0, "there is no program torvik beside torvik-admin; install it again",
                         "run");
   const ScratchDirectory scratch(*platform.files);
   const std::string status = scratch.PathOf("status");
-  StatusCopy copy(*platform.files, options.statusFile);
   const Pipe fromRunner;
-  const pid_t child =
-      StartRunner(runner, job, status, fromRunner.writing.Number(), !options.isQuiet);
+  const pid_t child = StartRunner(runner, job, status, fromRunner.writing.Number(), showsProgress);
   childToSignal = child;
   // The runner has a process group of its own: it gets them from here.
   HandleCloseSignals(ForwardSignal);
@@ -172,7 +178,6 @@ int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
   }
   childToSignal = 0;
   const std::string word = FirstWord(status);
-  copy.Leave(word);
   const int exitCode = word == "ok" ? RunOk : word == "failure" ? RunFailure : RunWithoutVerdict;
   Json result = {{"job", job}, {"status", word}, {"exit_code", exitCode}};
   std::string sentence = exitCode == RunWithoutVerdict ? "the run ended without a verdict" : word;
@@ -184,8 +189,30 @@ int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
   if (const auto reason = AddRecord(platform, told.run, exitCode, !WIFEXITED(ended), result);
       !reason.empty())
     sentence += "\n" + reason;
-  PrintResult(result, sentence, json);
-  return exitCode;
+  return {word, exitCode, std::move(result), std::move(sentence)};
+}
+
+/// Ends the wait when the run is to end.
+void WaitForRetry(int seconds) {
+  for (int tenths = 0; tenths < seconds * 10 && mustEnd == 0; ++tenths)
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+}
+
+int Run(LinuxPlatform& platform, const RunOptions& options, bool json) {
+  NamedTexts variables = VariablesOf(options.variables);
+  if (options.resumes) variables = Resume(RunToResume(platform, options.job), std::move(variables));
+  if (!variables.empty()) setenv(kRunVariables, JoinedVariables(variables).c_str(), 1);
+  StatusCopy copy(*platform.files, options.statusFile);
+  Ended ended = RunOnce(platform, options.job, !options.isQuiet);
+  for (int left = options.retries; ended.exitCode != RunOk && left > 0 && mustEnd == 0; --left) {
+    Warn(ended.sentence + "\nit is run again in " + std::to_string(options.retryDelaySeconds) +
+         " seconds");
+    WaitForRetry(options.retryDelaySeconds);
+    if (mustEnd == 0) ended = RunOnce(platform, options.job, !options.isQuiet);
+  }
+  copy.Leave(ended.word);
+  PrintResult(ended.result, ended.sentence, json);
+  return ended.exitCode;
 }
 
 }  // namespace
@@ -203,6 +230,12 @@ void AddRunCommand(CLI::App& app, Invocation& invocation) {
                   "file in which the run's word is left too: running, then ok or failure");
   run->add_flag("--resume", options->resumes,
                 "go on behind the steps that succeeded in the job's last run, which failed");
+  run->add_option("--retries", options->retries,
+                  "how often a run that did not succeed is tried again")
+      ->check(CLI::NonNegativeNumber);
+  run->add_option("--retry-delay", options->retryDelaySeconds, "seconds before it is tried again")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
   run->add_flag("--quiet", options->isQuiet, "show no progress, the outcome alone");
   AddJsonOption(*run, invocation);
   run->callback([&invocation, options] {

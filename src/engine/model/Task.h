@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/model/TomlTable.h"
@@ -82,6 +83,13 @@ class TaskContext {
   virtual const std::atomic<bool>& Cancelled() const = 0;
 };
 
+/// A job that a step runs. Texts may hold `${Name}`.
+struct JobCall {
+  std::string file;
+  std::string statusFile;                                      ///< Empty: none of its own.
+  std::vector<std::pair<std::string, std::string>> variables;  ///< Of its package.
+};
+
 /// What a step does: the settings of its task, checked when the document was read.
 class Task {
  public:
@@ -103,8 +111,8 @@ class Task {
   /// Other steps of the package that the task names; each must be there.
   virtual std::vector<PlacedText> NamedSteps() const { return {}; }
 
-  /// The job file that the task runs, which may hold `${Name}`; empty for all other tasks.
-  virtual std::string JobFile() const { return {}; }
+  /// The job that the task runs; nothing for all other tasks.
+  virtual std::optional<JobCall> Job() const { return std::nullopt; }
 
   /// Runs once for each attempt of the step. Throws when the task fails; a PlatformError that is
   /// transient lets the step try again. A task that ends well has succeeded, also when Cancelled()

@@ -50,7 +50,11 @@ class RunJobTask final : public Task {
 
   bool CanJoin() const override { return false; }
   std::string Describe() const override { return job_.text; }
-  std::string JobFile() const override { return job_.text; }
+  std::optional<JobCall> Job() const override {
+    JobCall call{job_.text, statusFile_.text, {}};
+    for (const auto& [name, text] : variables_) call.variables.emplace_back(name, text.text);
+    return call;
+  }
 
   TaskResult Run(TaskContext& context) const override {
     const ProcessRequest request = RequestFor(context);

@@ -1,4 +1,4 @@
-#include "admin/runs/NightPlan.h"
+#include "admin/nights/NightPlan.h"
 
 #include <algorithm>
 #include <filesystem>

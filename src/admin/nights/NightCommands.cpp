@@ -4,7 +4,8 @@
 #include "admin/common/Commands.h"
 #include "admin/common/Secrets.h"
 #include "admin/jobs/JobCheck.h"
-#include "admin/runs/NightPlan.h"
+#include "admin/nights/BatchNights.h"
+#include "admin/nights/NightPlan.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -18,6 +19,8 @@ struct NightOptions {
   std::string directory;
   std::string output;
   std::string name = "Night";
+  SubmitOptions submit;
+  int night = 0;  ///< 0: the last one.
 };
 
 /// The job files of a directory by their names; what is none is told and left out.
@@ -58,6 +61,43 @@ int MakeNight(LinuxPlatform& platform, const Invocation& invocation, const Night
   return 0;
 }
 
+int Submit(LinuxPlatform& platform, const Invocation& invocation, const NightOptions& options) {
+  return SubmitNight(platform, invocation, options.submit);
+}
+
+int Show(LinuxPlatform& platform, const Invocation& invocation, const NightOptions& options) {
+  return ShowNight(platform, invocation, options.night);
+}
+
+int Cancel(LinuxPlatform& platform, const Invocation& invocation, const NightOptions& options) {
+  return CancelNight(platform, invocation, options.night);
+}
+
+void AddSubmit(CLI::App& submit, SubmitOptions& given, Invocation& invocation) {
+  submit
+      .add_option("PACKAGE", given.package,
+                  "name of the package on its server, its document (.toml), or the job file that "
+                  "runs it (.etl)")
+      ->required();
+  submit
+      .add_option("--var", given.variables,
+                  "NAME=VALUE: a variable of the package; may be repeated")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  submit
+      .add_option("--sbatch", given.options,
+                  "OPTION: a further option of sbatch (--sbatch=--partition=etl); may be repeated")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  submit
+      .add_option("--resume", given.resumed,
+                  "NIGHT: submit only what that night (0: the last one) has not done")
+      ->check(CLI::NonNegativeNumber);
+  submit.add_flag("--check", given.checksOnly,
+                  "submit nothing; say what would not work on other machines");
+  AddServerOptions(submit, invocation);
+}
+
 }  // namespace
 
 void AddNightCommands(CLI::App& app, Invocation& invocation) {
@@ -68,6 +108,14 @@ void AddNightCommands(CLI::App& app, Invocation& invocation) {
   make->add_option("-o,--output", given.output,
                    "file of the package; without it NAME with the ending .toml");
   make->add_option("--name", given.name, "name of the package")->capture_default_str();
+  AddSubmit(*group.Add("submit", "hand a night to Slurm, whose machines run its jobs", Submit),
+            given.submit, invocation);
+  CLI::App* show = group.Add("status", "what has become of a night's jobs", Show);
+  show->footer("Exit code: 0 all went well, 1 a job failed, 3 the night is under way.");
+  CLI::App* cancel = group.Add("cancel", "end a night that is under way", Cancel);
+  for (CLI::App* command : {show, cancel})
+    command->add_option("NIGHT", given.night, "its number; the last one unless given")
+        ->check(CLI::PositiveNumber);
 }
 
 }  // namespace torvik::admin

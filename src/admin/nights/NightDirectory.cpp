@@ -1,0 +1,86 @@
+#include "admin/nights/NightDirectory.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include "nights/BatchScript.h"
+#include "platform/NumberText.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string NightsOf(const LinuxPlatform& platform) {
+  return platform.settings.stateDirectory + "/nights";
+}
+
+std::string RecordOf(const NightDirectory& night) {
+  return night.path + "/night.json";
+}
+
+int LastNumber(const std::string& nights) {
+  int last = 0;
+  std::error_code error;
+  for (fs::directory_iterator entry(nights, error), end; !error && entry != end;
+       entry.increment(error))
+    last = std::max(last, NumberOf<int>(entry->path().filename().string()).value_or(0));
+  return last;
+}
+
+}  // namespace
+
+NightDirectory NewNightDirectory(LinuxPlatform& platform) {
+  const std::string nights = NightsOf(platform);
+  std::error_code error;
+  fs::create_directories(nights, error);
+  for (int number = LastNumber(nights) + 1; !error; ++number) {
+    const std::string path = nights + "/" + std::to_string(number);
+    // Who else submits one meanwhile has another number.
+    if (fs::create_directory(path, error)) {
+      fs::permissions(path, fs::perms::owner_all, error);
+      return {number, path};
+    }
+  }
+  throw PlatformError(error.value(), nights + ": " + error.message(), "night");
+}
+
+NightDirectory FindNightDirectory(LinuxPlatform& platform, int number) {
+  const std::string nights = NightsOf(platform);
+  const int found = number > 0 ? number : LastNumber(nights);
+  const NightDirectory night{found, nights + "/" + std::to_string(found)};
+  std::error_code error;
+  if (found > 0 && fs::exists(RecordOf(night), error)) return night;
+  throw PlatformError(0,
+                      number > 0 ? "there is no night " + std::to_string(number) + " in " + nights
+                                 : "no night was submitted yet (" + nights + ")",
+                      "night");
+}
+
+void WriteNight(LinuxPlatform& platform, const NightDirectory& night,
+                const nights::NightRecord& record) {
+  if (const auto error = platform.files->ReplaceBytes(RecordOf(night), nights::TextOf(record)))
+    throw PlatformError(error.value(), RecordOf(night) + ": " + error.message(), "night");
+}
+
+nights::NightRecord ReadNightRecord(LinuxPlatform& platform, const NightDirectory& night) {
+  return nights::NightRecordOf(ReadText(*platform.files, RecordOf(night)), RecordOf(night));
+}
+
+std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
+                                         std::size_t steps) {
+  std::vector<nights::StepTraces> traces(steps);
+  std::error_code error;
+  for (std::size_t i = 0; i < steps; ++i) {
+    const nights::StepFiles files = nights::FilesOf(night.path, i);
+    traces[i].hasBegun = fs::exists(files.begun, error);
+    if (traces[i].hasBegun && fs::exists(files.result, error))
+      traces[i].result = nights::StepResultOf(ReadText(*platform.files, files.result));
+  }
+  return traces;
+}
+
+}  // namespace torvik::admin

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "nights/NightRecord.h"
+#include "nights/NightStatus.h"
+
+namespace torvik {
+struct LinuxPlatform;
+}
+
+namespace torvik::admin {
+
+/// A night that was submitted: its directory in the state directory, below "nights", is its number.
+struct NightDirectory {
+  int number = 0;
+  std::string path;
+};
+
+/// Makes that of a new night. Throws PlatformError.
+NightDirectory NewNightDirectory(LinuxPlatform& platform);
+
+/// That of a number; 0: of the last night. Throws PlatformError when there is none.
+NightDirectory FindNightDirectory(LinuxPlatform& platform, int number);
+
+/// Throws PlatformError when it cannot be written, or read.
+void WriteNight(LinuxPlatform& platform, const NightDirectory& night,
+                const nights::NightRecord& record);
+nights::NightRecord ReadNightRecord(LinuxPlatform& platform, const NightDirectory& night);
+
+/// What the steps have left, one a step.
+std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
+                                         std::size_t steps);
+
+}  // namespace torvik::admin

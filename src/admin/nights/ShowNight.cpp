@@ -1,0 +1,128 @@
+#include <map>
+
+#include "admin/common/RunTexts.h"
+#include "admin/nights/BatchNights.h"
+#include "admin/nights/NightDirectory.h"
+#include "nights/Slurm.h"
+#include "platform/NumberText.h"
+#include "platform/PlatformError.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace torvik::admin {
+namespace {
+
+using nights::StepState;
+
+struct NightNow {
+  NightDirectory directory;
+  nights::NightRecord record;
+  std::vector<nights::StepTraces> traces;
+  std::vector<nights::StepStatus> statuses;
+};
+
+NightNow NightAsItIs(LinuxPlatform& platform, int number) {
+  NightNow now{FindNightDirectory(platform, number), {}, {}, {}};
+  now.record = ReadNightRecord(platform, now.directory);
+  // The queue first: what ends meanwhile has left its result then.
+  const auto tasks = nights::Slurm(*platform.processes).Tasks(now.record.jobs);
+  now.traces = TracesOf(platform, now.directory, now.record.steps.size());
+  now.statuses = nights::StatusOf(now.record, now.traces, tasks);
+  return now;
+}
+
+/// Where the history is this machine's as well, how far a job is that runs.
+void AddProgress(LinuxPlatform& platform, NightNow& now) {
+  std::map<std::string, std::int64_t> rows;
+  RunFilter filter;
+  filter.runningOnly = true;
+  for (const RunRecord& run : platform.history->Runs(filter)) rows[JobNameOf(run)] = run.rows;
+  for (std::size_t i = 0; i < now.statuses.size(); ++i) {
+    if (now.statuses[i].state != StepState::Running) continue;
+    RunRecord named;
+    named.job = now.record.steps[i].job;
+    if (const auto found = rows.find(JobNameOf(named)); found != rows.end() && found->second > 0)
+      now.statuses[i].reason = Grouped(found->second) + " rows so far";
+  }
+}
+
+std::string Summary(const NightNow& now) {
+  std::map<StepState, int> counts;
+  for (const nights::StepStatus& status : now.statuses) ++counts[status.state];
+  std::string text;
+  for (const auto& [state, count] : counts)
+    text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + nights::WordOf(state);
+  return "night " + std::to_string(now.directory.number) + " of " + now.record.package + ": " +
+         (text.empty() ? "no steps" : text);
+}
+
+Json JsonOfStep(const NightNow& now, std::size_t i) {
+  const nights::SubmittedStep& step = now.record.steps[i];
+  Json json = {{"step", step.name},
+               {"job", step.job},
+               {"state", nights::WordOf(now.statuses[i].state)},
+               {"reason", now.statuses[i].reason},
+               {"slurm_task", step.task},
+               {"node", now.statuses[i].nodes}};
+  if (const auto& result = now.traces[i].result) {
+    json["begin"] = result->begin;
+    json["seconds"] = result->seconds ? Json(*result->seconds) : Json();
+    json["rows"] = result->rows;
+    json["rejected_rows"] = result->rejectedRows;
+  }
+  return json;
+}
+
+JsonRow RowOf(const NightNow& now, std::size_t i) {
+  const auto& result = now.traces[i].result;
+  const bool isKnown = result && result->seconds;
+  return {now.record.steps[i].name,
+          nights::WordOf(now.statuses[i].state),
+          isKnown ? DurationText(*result->seconds) : "",
+          result && result->rows > 0 ? Grouped(result->rows) : "",
+          now.statuses[i].nodes,
+          now.statuses[i].reason};
+}
+
+int ExitCodeOf(StepState whole) {
+  return whole == StepState::Ok ? 0 : whole == StepState::Failed ? 1 : 3;
+}
+
+}  // namespace
+
+int ShowNight(LinuxPlatform& platform, const Invocation& invocation, int night) {
+  NightNow now = NightAsItIs(platform, night);
+  AddProgress(platform, now);
+  const StepState whole = nights::WholeOf(now.statuses);
+  if (invocation.json) {
+    Json steps = Json::array();
+    for (std::size_t i = 0; i < now.statuses.size(); ++i) steps.push_back(JsonOfStep(now, i));
+    PrintResult({{"night", now.directory.number},
+                 {"package", now.record.package},
+                 {"submitted", now.record.submitted},
+                 {"state", nights::WordOf(whole)},
+                 {"directory", now.directory.path},
+                 {"steps", steps}},
+                "", true);
+    return ExitCodeOf(whole);
+  }
+  std::vector<JsonRow> rows;
+  for (std::size_t i = 0; i < now.statuses.size(); ++i) rows.push_back(RowOf(now, i));
+  PrintRows({"step", "state", "took", "rows", "node", "reason"}, rows, false);
+  PrintResult({}, Summary(now), false);
+  return ExitCodeOf(whole);
+}
+
+int CancelNight(LinuxPlatform& platform, const Invocation& invocation, int night) {
+  const NightNow now = NightAsItIs(platform, night);
+  nights::Slurm(*platform.processes).Cancel(now.record.jobs);
+  const std::string number = std::to_string(now.directory.number);
+  PrintResult({{"night", now.directory.number}},
+              "night " + number +
+                  ": what waits is taken out of the queue, and what runs ends "
+                  "behind its steps; torvik-admin night status " +
+                  number + " tells when",
+              invocation.json);
+  return 0;
+}
+
+}  // namespace torvik::admin

@@ -1,0 +1,57 @@
+#include "nights/BatchScript.h"
+
+namespace torvik::nights {
+namespace {
+
+std::string Quoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string ArgumentsOf(const NightStep& step) {
+  std::string text = Quoted(step.job);
+  if (!step.statusFile.empty()) text += " --statusfile " + Quoted(step.statusFile);
+  for (const auto& [name, value] : step.variables) text += " --var " + Quoted(name + "=" + value);
+  if (step.retries > 0)
+    text += " --retries " + std::to_string(step.retries) + " --retry-delay " +
+            std::to_string(step.retryDelay.count());
+  return text;
+}
+
+/// Those that must have begun: success says so by itself.
+std::string MustHaveBegun(const NightStep& step, const std::vector<bool>& isLeftOut) {
+  std::string numbers;
+  for (const engine::Constraint& one : step.after)
+    if (one.outcome != engine::Outcome::Success && !isLeftOut[one.step])
+      numbers += (numbers.empty() ? "" : " ") + std::to_string(one.step);
+  return numbers;
+}
+
+}  // namespace
+
+StepFiles FilesOf(const std::string& directory, std::size_t step) {
+  const std::string path = directory + "/" + std::to_string(step);
+  return {path + ".begun", path + ".json", path + ".log"};
+}
+
+std::string ScriptOf(const Submission& submission, const std::vector<NightStep>& steps,
+                     const std::vector<bool>& isLeftOut, const std::string& directory,
+                     const std::string& admin) {
+  std::string script = "#!/bin/sh\nnight=" + Quoted(directory) + "\ncase $SLURM_ARRAY_TASK_ID in\n";
+  for (std::size_t i = 0; i < submission.steps.size(); ++i) {
+    const std::size_t step = submission.steps[i];
+    script += std::to_string(submission.tasks[i]) + ") step=" + std::to_string(step) + " behind='" +
+              MustHaveBegun(steps[step], isLeftOut) + "'; set -- " + ArgumentsOf(steps[step]) +
+              " ;;\n";
+  }
+  return script +
+         "*) exit 3 ;;\nesac\n"
+         "for one in $behind; do\n  [ -e \"$night/$one.begun\" ] || exit 3\ndone\n"
+         ": > \"$night/$step.begun\" || exit 3\n"
+         "exec " +
+         Quoted(admin) +
+         " run \"$@\" --quiet --json > \"$night/$step.json\" 2> \"$night/$step.log\"\n";
+}
+
+}  // namespace torvik::nights
