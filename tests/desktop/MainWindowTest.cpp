@@ -400,6 +400,25 @@ TEST_F(MainWindowTest, TheRightsOnAnFtpServerAreTested) {
   }
 }
 
+TEST_F(MainWindowTest, TheFilesOfADirectoryAreTested) {
+  session_.Files().WriteFile("flat/a.csv", "id,name\n");
+  session_.Files().WriteFile("flat/b.csv", "1,one\n");
+  Open();
+  SelectLink("orders");
+  std::string box;
+  for (const auto& [directory, answer] :
+       {std::pair{Path("flat/"),
+                  "Test|Files that can be read in " + Path("flat/") + ": 2, of 14 bytes."},
+        {Path("none/"), "Test|Cannot read " + Path("none/") +
+                            ": No such file or directory. Make it readable for the user of the "
+                            "job, or choose another directory."}}) {
+    Type("Local directory", QString::fromStdString(directory));
+    AnswerNext(box);
+    Click("Test files");
+    EXPECT_EQ(answer, box);
+  }
+}
+
 TEST_F(MainWindowTest, RecentJobFilesAreInTheMenu) {
   Open();
   session_.Start("");
