@@ -11,6 +11,7 @@ namespace ado {
 class Provider;
 }
 class FileDialogs;
+class Files;
 class FtpFuncModule;
 class Messages;
 class ShellBrowser;
@@ -22,6 +23,7 @@ struct PanelServices {
   ado::Provider& databases;
   Messages& messages;
   FtpFuncModule& ftp;
+  Files& files;
   Observable<bool>& hourglass;  ///< The pointer, while something takes long.
 };
 
@@ -45,7 +47,7 @@ class DataLinkPanel {
   void SetObjDataSource(cDataSource& link);
   CommandButton cmdTest;
   /// Opens what the link leads to, and closes it again; a box says whether it could.
-  void cmdTest_Click();
+  virtual void cmdTest_Click();
 
   cDataSource* ObjDataSource() const { return link_; }
   void ForgetDataSource() { link_ = nullptr; }

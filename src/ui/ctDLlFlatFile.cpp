@@ -1,8 +1,15 @@
 #include "ui/ctDLlFlatFile.h"
 
+#include <cstdint>
+#include <string>
+#include <system_error>
+#include <vector>
+
 #include "config/FileUtils.h"
 #include "datalinks/FieldReaders.h"
+#include "platform/Files.h"
 #include "platform/Messages.h"
+#include "platform/NumberText.h"
 #include "transfer/FtpFuncModule.h"
 #include "ui/ModSHBrowse.h"
 
@@ -10,6 +17,44 @@ namespace torvik {
 namespace {
 
 constexpr const char* kRightsFile = "status";
+
+/// What a box says, and how.
+struct Finding {
+  std::string text;
+  BoxIcon icon = BoxIcon::Information;
+};
+
+Finding Unreadable(const std::string& path, const std::error_code& error) {
+  return {"Cannot read " + path + ": " + error.message() +
+              ". Make it readable for the user of the job, or choose another directory.",
+          BoxIcon::Critical};
+}
+
+Finding NoFiles(const std::string& directory, bool areFetched) {
+  const std::string text = "There are no files in " + directory;
+  if (areFetched) return {text + " yet: they are fetched before each run."};
+  return {text + ". Put the files there, or choose another directory.", BoxIcon::Exclamation};
+}
+
+Finding LookAt(Files& files, std::string directory, bool areFetched) {
+  if (directory.empty()) return {"Choose the local directory first.", BoxIcon::Exclamation};
+  AddTrailingSeparator(directory);
+  std::vector<std::string> names;
+  if (const auto error = files.ListFiles(directory, names)) return Unreadable(directory, error);
+  if (names.empty()) return NoFiles(directory, areFetched);
+  std::uint64_t all = 0;
+  for (const std::string& name : names) {
+    const std::string path = directory + name;
+    std::uint64_t bytes = 0;
+    auto error = files.CheckReadable(path);
+    if (!error) error = files.Size(path, bytes);
+    if (error) return Unreadable(path, error);
+    all += bytes;
+  }
+  return {"Files that can be read in " + directory + ": " +
+          Grouped(static_cast<std::int64_t>(names.size())) + ", of " +
+          Grouped(static_cast<std::int64_t>(all)) + " bytes."};
+}
 
 }  // namespace
 
@@ -112,6 +157,16 @@ void ctDLlFlatFile::cmdSourceRemDataDir_Click() {
   std::string start = txtSourceRemDataDir.Text.Get();
   const std::string folder = BrowseForFolder(services_.shell, start, "Select Remote Directory...");
   if (!folder.empty()) txtSourceRemDataDir.Text.Set(folder);
+}
+
+void ctDLlFlatFile::cmdTest_Click() {
+  const cDataSource* const link = ObjDataSource();
+  if (link == nullptr) return;
+  services_.hourglass.Set(true);
+  const Finding finding =
+      LookAt(services_.files, link->strDSDirectory, link->intTransferData != TransferNone);
+  services_.hourglass.Set(false);
+  services_.messages.Box(finding.text, "Test", finding.icon);
 }
 
 void ctDLlFlatFile::cmdTestFTP_Click() {

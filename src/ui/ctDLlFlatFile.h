@@ -29,6 +29,9 @@ class ctDLlFlatFile final : public DataLinkPanel {
   void txtSourceDataDir_DblClick() { cmdSourceDataDir_Click(); }
   void txtSourceDataDir_LostFocus();
   void cmdSourceRemDataDir_Click();
+  /// Looks at every file of the local directory; a box says how many can be read, or which one not
+  /// and why.
+  void cmdTest_Click() override;
   void cmdTestFTP_Click();
 
  private:

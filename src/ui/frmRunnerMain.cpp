@@ -9,7 +9,8 @@ namespace torvik {
 
 frmRunnerMain::frmRunnerMain(Program& program)
     : ctDLlFlatFileOBJ({program.platform.browser, program.platform.dialogs,
-                        program.platform.databases, program.platform.messages, ftp_, Hourglass}),
+                        program.platform.databases, program.platform.messages, ftp_,
+                        program.platform.files, Hourglass}),
       ctDLSQLServerOBJ(ctDLlFlatFileOBJ.Services()),
       ctlDLAccesFilesOBJ(ctDLlFlatFileOBJ.Services()),
       ctlDLExcelFilesOBJ(ctDLlFlatFileOBJ.Services()),

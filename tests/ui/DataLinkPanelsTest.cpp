@@ -34,7 +34,7 @@ struct PanelTest : testing::Test {
   RunLog log{files, messages};
   FtpFuncModule ftp{log, {internet, shares, files, messages, {}}};
   Observable<bool> hourglass;
-  PanelServices services{browser, dialogs, ado, messages, ftp, hourglass};
+  PanelServices services{browser, dialogs, ado, messages, ftp, files, hourglass};
 
   /// A record in which everything is set.
   static cDataSource Full() {
@@ -257,6 +257,64 @@ TEST_F(PanelTest, TheRightsOnAnFtpServerAreTested) {
   ASSERT_EQ(2u, messages.boxes.size());
   EXPECT_EQ(BoxIcon::Exclamation, messages.boxes[1].icon);
   EXPECT_FALSE(hourglass.Get());
+}
+
+TEST_F(PanelTest, TheLocalDirectoryOfFlatFilesIsTested) {
+  files.Put("C:\\in\\a.csv", std::string(1500, 'x'));
+  files.Put("C:\\in\\b.csv", "id");
+  files.Put("C:\\in\\old\\c.csv", "not of this directory");
+  files.Put("C:\\one\\a.csv", "x");
+  files.Put("C:\\locked\\a.csv", "x");
+  files.Put("C:\\locked\\b.csv", "x");
+  files.locked.insert("C:/locked/b.csv");
+  files.Put("C:\\gone\\a.csv", "x");
+  files.Fail("C:\\gone\\a.csv", std::errc::io_error);
+  files.MakeDirectory("C:\\empty");
+  const auto reason = [](std::errc error) { return make_error_code(error).message(); };
+  const struct {
+    std::string directory;
+    bool copies;
+    std::string text;
+    BoxIcon icon;
+  } cases[] = {
+      {"C:\\in\\", false, "Files that can be read in C:\\in\\: 2, of 1,502 bytes.",
+       BoxIcon::Information},
+      {"C:\\one\\", true, "Files that can be read in C:\\one\\: 1, of 1 bytes.",
+       BoxIcon::Information},
+      {"C:\\empty\\", true,
+       "There are no files in C:\\empty\\ yet: they are fetched before each run.",
+       BoxIcon::Information},
+      {"C:\\empty\\", false,
+       "There are no files in C:\\empty\\. Put the files there, or choose another directory.",
+       BoxIcon::Exclamation},
+      {"C:\\none\\", false,
+       "Cannot read C:\\none\\: " + reason(std::errc::no_such_file_or_directory) +
+           ". Make it readable for the user of the job, or choose another directory.",
+       BoxIcon::Critical},
+      {"C:\\locked\\", false,
+       "Cannot read C:\\locked\\b.csv: " + reason(std::errc::permission_denied) +
+           ". Make it readable for the user of the job, or choose another directory.",
+       BoxIcon::Critical},
+      {"C:\\gone\\", true,
+       "Cannot read C:\\gone\\a.csv: " + reason(std::errc::io_error) +
+           ". Make it readable for the user of the job, or choose another directory.",
+       BoxIcon::Critical},
+      {"", false, "Choose the local directory first.", BoxIcon::Exclamation},
+  };
+  ctDLlFlatFile flat(services);
+  flat.cmdTest_Click();
+  EXPECT_TRUE(messages.boxes.empty()) << "there is no record";
+  for (const auto& c : cases) {
+    cDataSource link;
+    link.strDSDirectory = c.directory;
+    link.intTransferData = c.copies ? TransferShare : TransferNone;
+    flat.SetObjDataSource(link);
+    messages.boxes.clear();
+    flat.cmdTest_Click();
+    EXPECT_THAT(messages.boxes, ElementsAre(FakeMessages::ShownBox{c.text, "Test", c.icon}))
+        << c.directory;
+    EXPECT_FALSE(hourglass.Get());
+  }
 }
 
 TEST_F(PanelTest, ServersListTheirDatabasesOrSayWhyNot) {

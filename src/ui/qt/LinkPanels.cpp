@@ -110,6 +110,9 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   grid.Browse(
       panel.cmdSourceDataDir, [&panel] { panel.cmdSourceDataDir_Click(); },
       Tr("Choose the local directory"));
+  grid.Button(
+      Tr("Test files"), panel.cmdTest, [&panel] { panel.cmdTest_Click(); },
+      Tr("Looks whether the files of the local directory can be read, and how long they are"));
   grid.Wide(*NewRemotePicture(panel));
   grid.Option(Tr("from an FTP server"), panel.optSourceFromFTP, Tr("Fetches the files by FTP"));
   grid.Option(Tr("from a share"), panel.optSourceFromShare,

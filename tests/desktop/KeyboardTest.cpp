@@ -1,0 +1,140 @@
+// An operator without a mouse, or with a screen reader.
+
+#include <gmock/gmock.h>
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QScrollArea>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeWidget>
+
+#include "desktop/WindowTest.h"
+
+namespace torvik {
+namespace {
+
+class KeyboardTest : public WindowTest {};
+
+TEST_F(KeyboardTest, TheFileMenusLetterForExitLeaves) {
+  Open();
+  QTest::keyClick(&session_.Window(), Qt::Key_F, Qt::AltModifier);
+  QMenu* const file = session_.Window().findChild<QMenuBar*>()->actions().front()->menu();
+  ASSERT_TRUE(file->isVisible());
+  QTest::keyClick(file, Qt::Key_X);
+  EXPECT_FALSE(session_.Form().IsOpen());
+  EXPECT_EQ("", session_.Files().ReadFile("err.txt"));
+}
+
+TEST_F(KeyboardTest, ListsAndPickersAnswerTheKeyboard) {
+  frmRunnerMain& form = Open();
+  FindCombo("Package")->showPopup();
+  EXPECT_EQ("Sales_LoadDW", FindCombo("Package")->itemText(0));
+  FindCombo("Package")->hidePopup();
+  EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
+  OnNextDialog([](QDialog& dialog) {
+    EXPECT_EQ("Select your DTS Server...", dialog.windowTitle());
+    auto& list = DesktopSession::FindIn<QListWidget>(dialog, "Known servers");
+    EXPECT_FALSE(list.findItems("(local)", Qt::MatchExactly).isEmpty());
+    QTest::keyClicks(&DesktopSession::FindIn<QLineEdit>(dialog, ""), "TYPED");
+    QTest::keyClick(&dialog, Qt::Key_Return);
+  });
+  form.cmdDTSServer_Click();
+  EXPECT_EQ("TYPED", Line("DTS server").text().toStdString());
+  session_.Files().WriteFile("a/b/file", "");
+  OnNextDialog([](QDialog& dialog) {
+    EXPECT_EQ("Select local Directory...", dialog.windowTitle());
+    auto& tree = DesktopSession::FindIn<QTreeWidget>(dialog, "Folders");
+    QTreeWidgetItem* const a = tree.findItems("a", Qt::MatchExactly | Qt::MatchRecursive).value(0);
+    ASSERT_NE(nullptr, a);
+    a->setExpanded(true);
+    tree.setCurrentItem(a->child(0));
+    QTest::keyClick(&dialog, Qt::Key_Return);
+  });
+  form.txtLogFilesDir.Text.Set("S:\\");
+  form.cmdLogFilesDir_Click();
+  EXPECT_EQ("S:\\a\\b\\", form.txtLogFilesDir.Text.Get());
+  OnNextDialog([](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+  form.cmdDestServer_Click();
+  EXPECT_EQ("(local)", form.txtDestServer.Text.Get());
+}
+
+TEST_F(KeyboardTest, NoTwoVisibleControlsHaveTheSameKey) {
+  Open();
+  for (const char* link : {"orders", "erp", "prices", "ledger"})
+    for (const int page : {0, 1}) {
+      SelectLink(link);
+      session_.Form().tabDataInfo.Tab.Set(page);
+      std::map<QString, QString> keys;
+      const auto add = [&](const QString& text) {
+        const QString key = QKeySequence::mnemonic(text).toString();
+        EXPECT_FALSE(!key.isEmpty() && keys.contains(key))
+            << (keys[key] + "|" + text).toStdString();
+        keys[key] = text;
+      };
+      for (const QAction* menu : dynamic_cast<QMainWindow&>(session_.Window()).menuBar()->actions())
+        add(menu->text());
+      const auto* const tabs = session_.Window().findChild<QTabWidget*>();
+      for (int i = 0; i < tabs->count(); ++i) add(tabs->tabText(i));
+      for (const QLabel* label : session_.Window().findChildren<QLabel*>())
+        if (label->isVisible() && label->buddy()) add(label->text());
+      for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
+        if (button->isVisible()) add(button->text());
+    }
+}
+
+/// What a screen reader would find without a name among what the keyboard reaches.
+void FindNameless(QAccessibleInterface* one, QStringList& nameless) {
+  if (one == nullptr || one->state().invisible) return;
+  const QWidget* const widget = qobject_cast<QWidget*>(one->object());
+  const bool isReached = widget != nullptr && (widget->focusPolicy() & Qt::TabFocus) != 0;
+  const bool isBar = one->role() == QAccessible::PageTabList;  // its tabs have the names
+  const bool isArea = qobject_cast<const QScrollArea*>(widget) != nullptr;
+  if (isReached && !isBar && !isArea && one->text(QAccessible::Name).isEmpty())
+    nameless << widget->metaObject()->className();
+  for (int i = 0; i < one->childCount(); ++i) FindNameless(one->child(i), nameless);
+}
+
+TEST_F(KeyboardTest, AScreenReaderGetsNamesAndStates) {
+  Open();
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  for (const int page : {2, 1, 0}) {
+    pages->setCurrentIndex(page);
+    SelectLink("orders");
+    QStringList nameless;
+    FindNameless(QAccessible::queryAccessibleInterface(&session_.Window()), nameless);
+    EXPECT_EQ(nameless.join(", ").toStdString(), "") << "page " << page;
+  }
+  const auto state = [this](const char* button) {
+    return QAccessible::queryAccessibleInterface(&session_.Find<QAbstractButton>(button))->state();
+  };
+  EXPECT_FALSE(state("Copy remote data before each run").checked);
+  EXPECT_TRUE(state("from an FTP server").disabled);
+  Click("Copy remote data before each run");
+  EXPECT_TRUE(state("Copy remote data before each run").checked);
+  EXPECT_FALSE(state("from an FTP server").disabled);
+  EXPECT_TRUE(state("from an FTP server").checked);
+}
+
+TEST_F(KeyboardTest, EveryFieldHasANameAndTheTabKeyReachesIt) {
+  Open();
+  for (QWidget* widget : session_.Window().findChildren<QWidget*>()) {
+    const bool isField = qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
+                         qobject_cast<QListWidget*>(widget);
+    const bool isPart = qobject_cast<QComboBox*>(widget->parentWidget()) != nullptr;
+    if (!isField || isPart) continue;
+    EXPECT_FALSE(widget->accessibleName().isEmpty());
+    EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->accessibleName().toStdString();
+    EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus) << widget->accessibleName().toStdString();
+  }
+}
+
+}  // namespace
+}  // namespace torvik
