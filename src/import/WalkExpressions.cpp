@@ -16,8 +16,9 @@ using script::Expression;
 using script::ExpressionKind;
 
 constexpr int kDeepestCall = 30, kMostCalls = 50'000;
-/// Code that builds packages has no use for more, and calls that branch multiply.
-constexpr int kDeepestRecursion = 6;
+/// Of procedures within themselves: code that builds packages has no use for more, and calls that
+/// branch multiply.
+constexpr int kMostRecursions = 100;
 constexpr std::size_t kLongestValue = std::size_t{16} << 20;
 
 }  // namespace
@@ -336,8 +337,10 @@ Value Walker::LeftOut(const Parameter& parameter) {
 }
 
 Value Walker::Call(const Procedure& procedure, const std::vector<Value>& arguments, int line) {
-  const auto under = std::ranges::count(scopes_, procedure.lower, &Scope::function);
-  if (scopes_.size() > kDeepestCall || under >= kDeepestRecursion || ++calls_ > kMostCalls) {
+  const bool isWithin =
+      std::ranges::find(scopes_, procedure.lower, &Scope::function) != scopes_.end();
+  if (scopes_.size() > kDeepestCall || ++calls_ > kMostCalls ||
+      (isWithin && ++recursions_ > kMostRecursions)) {
     NoteAt(line, procedure.name + " is called too often; it is left out");
     return {};
   }

@@ -140,7 +140,7 @@ class Walker {
   std::vector<Value> withs_;
   const Procedure* entry_ = nullptr;  // the one to begin with, if any
   int builtAt_ = 0;                   // the line on which the package is run or stored
-  int line_ = 0, steps_ = 0, passes_ = 0, calls_ = 0;
+  int line_ = 0, steps_ = 0, passes_ = 0, calls_ = 0, recursions_ = 0;
   std::vector<std::string> missed_;  // names that were not known, since a condition began
   Recording recording_;
 };
