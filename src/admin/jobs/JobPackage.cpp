@@ -102,8 +102,8 @@ class PackageCheck {
       CheckConnection(connection, variables);
     }
     for (const engine::StepModel& step : package_.steps)
-      if (const auto job = step.task->Job(); job && !step.disabled)
-        CheckJobOf(step, variables.Substitute(job->file));
+      if (const auto call = step.task->Job(); call && !step.disabled)
+        CheckJobOf(step, variables.Substitute(call->file));
   }
 
   /// The job that a step runs.
