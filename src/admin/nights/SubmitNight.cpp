@@ -64,6 +64,7 @@ class Submitting {
         steps_(package.steps),
         isLeftOut_(isDone),
         options_(options),
+        largestArray_(slurm_.LargestArray()),
         night_(NewNightDirectory(platform)) {
     record_.package = package.name;
     record_.submitted = UtcNow();
@@ -75,16 +76,18 @@ class Submitting {
     }
   }
 
-  /// What was submitted before a failure is taken back.
+  /// What was submitted before a failure is taken back, and nothing is left of the night.
   void Run() {
-    submissions_ = nights::SubmissionsOf(steps_, isLeftOut_, slurm_.LargestArray());
+    submissions_ = nights::SubmissionsOf(steps_, isLeftOut_, largestArray_);
     places_ = nights::PlacesOf(submissions_, steps_.size());
-    WriteNight(platform_, night_, record_);
     try {
+      WriteNight(platform_, night_, record_);
       for (const nights::Submission& submission : submissions_) Submit(submission);
       WriteNight(platform_, night_, record_);
     } catch (const PlatformError&) {
       slurm_.Cancel(record_.jobs);
+      std::error_code ignored;
+      std::filesystem::remove_all(night_.path, ignored);
       throw;
     }
   }
@@ -119,6 +122,7 @@ class Submitting {
   const std::vector<nights::NightStep>& steps_;
   std::vector<bool> isLeftOut_;
   const SubmitOptions& options_;
+  const std::size_t largestArray_;  // asked for before anything is made
   const NightDirectory night_;
   nights::NightRecord record_;
   std::vector<nights::Submission> submissions_;

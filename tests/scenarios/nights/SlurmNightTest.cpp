@@ -133,6 +133,7 @@ TEST_F(SlurmNight, WhatCannotBeSubmittedIsSaidAndNothingIs) {
   sandbox_.PutPackage("Night", Job("good"));
   EXPECT_THAT(Admin({"night", "submit", "Night", "--sbatch=--partition=none"}).err,
               HasSubstr("Slurm refuses: "));
+  EXPECT_THAT(Admin({"night", "status"}).err, HasSubstr("no night was submitted yet"));
   const ProgramResult check = Admin({"night", "submit", "Night", "--check"});
   EXPECT_EQ(1, check.exitCode);
   EXPECT_THAT(check.out,
