@@ -45,6 +45,10 @@ TEST(PostgreSqlRun, ImportedTextsGiveTheSameRows) {
   Sandbox sandbox(server.Section("(local)"));
   ASSERT_EQ(0, sandbox.Run({"torvik-admin", "server", "init", "--warehouse", "DW"}).exitCode);
   RunScenario(TORVIK_SOURCE_DIR "/tests/scenarios/imported-texts.scenario", sandbox);
+  // Other tests list the server's databases.
+  const auto admin = server.NewConnection();
+  admin->Open();
+  admin->Execute("DROP DATABASE \"DW\"");
 }
 
 TEST(PostgreSqlRun, AServerCheckNamesWhatIsMissing) {
