@@ -30,12 +30,20 @@ NightNow NightAsItIs(LinuxPlatform& platform, int number) {
   return now;
 }
 
-/// Where the history is this machine's as well, how far a job is that runs.
-void AddProgress(LinuxPlatform& platform, NightNow& now) {
+/// The rows of the jobs that run, by their names; none where the history cannot be read.
+std::map<std::string, std::int64_t> RowsSoFar(LinuxPlatform& platform) try {
   std::map<std::string, std::int64_t> rows;
   RunFilter filter;
   filter.runningOnly = true;
   for (const RunRecord& run : platform.history->Runs(filter)) rows[JobNameOf(run)] = run.rows;
+  return rows;
+} catch (const PlatformError&) {
+  return {};
+}
+
+/// Where the history is this machine's as well, how far a job is that runs.
+void AddProgress(LinuxPlatform& platform, NightNow& now) {
+  const std::map<std::string, std::int64_t> rows = RowsSoFar(platform);
   for (std::size_t i = 0; i < now.statuses.size(); ++i) {
     if (now.statuses[i].state != StepState::Running) continue;
     RunRecord named;
