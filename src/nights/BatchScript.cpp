@@ -30,9 +30,10 @@ std::string MustHaveBegun(const NightStep& step, const std::vector<bool>& isLeft
 
 }  // namespace
 
-StepFiles FilesOf(const std::string& directory, std::size_t step) {
+StepFiles FilesOf(const std::string& directory, std::size_t step, int attempt) {
   const std::string path = directory + "/" + std::to_string(step);
-  return {path + ".begun", path + ".json", path + ".log"};
+  const std::string of = path + "." + std::to_string(attempt);
+  return {path + ".begun", of + ".json", of + ".log"};
 }
 
 std::string ScriptOf(const Submission& submission, const std::vector<NightStep>& steps,
@@ -49,9 +50,10 @@ std::string ScriptOf(const Submission& submission, const std::vector<NightStep>&
          "*) exit 3 ;;\nesac\n"
          "for one in $behind; do\n  [ -e \"$night/$one.begun\" ] || exit 3\ndone\n"
          ": > \"$night/$step.begun\" || exit 3\n"
+         "grep -qs '\"status\": \"ok\"' \"$night/$step\".*.json && exit 0\n"
+         "to=$night/$step.${SLURM_RESTART_COUNT:-0}\n"
          "exec " +
-         Quoted(admin) +
-         " run \"$@\" --quiet --json > \"$night/$step.json\" 2> \"$night/$step.log\"\n";
+         Quoted(admin) + " run \"$@\" --quiet --json > \"$to.json\" 2> \"$to.log\"\n";
 }
 
 }  // namespace torvik::nights

@@ -22,6 +22,19 @@ std::string RecordOf(const NightDirectory& night) {
   return night.path + "/night.json";
 }
 
+/// Of the attempt that has succeeded, else of the last one that has ended.
+std::optional<nights::StepResult> ResultOf(LinuxPlatform& platform, const NightDirectory& night,
+                                           std::size_t step) {
+  std::optional<nights::StepResult> result;
+  std::error_code error;
+  for (int attempt = 0; !result || !result->isOk; ++attempt) {
+    const std::string file = nights::FilesOf(night.path, step, attempt).result;
+    if (!fs::exists(file, error)) break;
+    result = nights::StepResultOf(ReadText(*platform.files, file));
+  }
+  return result;
+}
+
 int LastNumber(const std::string& nights) {
   int last = 0;
   std::error_code error;
@@ -75,10 +88,8 @@ std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDir
   std::vector<nights::StepTraces> traces(steps);
   std::error_code error;
   for (std::size_t i = 0; i < steps; ++i) {
-    const nights::StepFiles files = nights::FilesOf(night.path, i);
-    traces[i].hasBegun = fs::exists(files.begun, error);
-    if (traces[i].hasBegun && fs::exists(files.result, error))
-      traces[i].result = nights::StepResultOf(ReadText(*platform.files, files.result));
+    traces[i].hasBegun = fs::exists(nights::FilesOf(night.path, i, 0).begun, error);
+    if (traces[i].hasBegun) traces[i].result = ResultOf(platform, night, i);
   }
   return traces;
 }
