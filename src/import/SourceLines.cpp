@@ -212,7 +212,7 @@ void TakeApart(SourceLine& line) {
 }  // namespace
 
 std::string DecodedSource(std::string_view bytes) {
-  if (bytes.starts_with("\xEF\xBB\xBF")) return std::string(bytes.substr(3));
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
   if (bytes.starts_with("\xFF\xFE")) return FromUtf16(bytes.substr(2), false);
   if (bytes.starts_with("\xFE\xFF")) return FromUtf16(bytes.substr(2), true);
   return ValidUtf8Length(bytes) == bytes.size() ? std::string(bytes) : FromWindows1252(bytes);

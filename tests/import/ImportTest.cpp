@@ -432,6 +432,9 @@ TEST(Import, EncodingsAreKnownByTheirBytes) {
   EXPECT_THAT(Import(text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
   EXPECT_THAT(Import("\xEF\xBB\xBF" + text).document, HasSubstr("sql = \"\xC3\xA4\xE2\x82\xAC\""));
   EXPECT_THAT(Import(wide).document, HasSubstr("sql = \"x\""));
+  // The mark alone makes no UTF-8.
+  EXPECT_THAT(Import("\xEF\xBB\xBF" + WithSql("s = \"\xE4\"")).document,
+              HasSubstr("sql = \"\xC3\xA4\""));
   // A character of two units, and half of one.
   const std::string plain = WithSql("s = \"@~\"");
   std::string pairs = "\xFF\xFE";
