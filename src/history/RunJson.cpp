@@ -9,14 +9,6 @@ namespace {
 
 using RecordJson = nlohmann::ordered_json;
 
-std::string UtcText(Moment moment) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
-  std::tm time{};
-  gmtime_r(&seconds, &time);
-  char text[40];
-  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &time)};
-}
-
 RecordJson UtcOrNull(const std::optional<Moment>& moment) {
   return moment ? RecordJson(UtcText(*moment)) : RecordJson();
 }
@@ -61,6 +53,14 @@ RecordJson JsonOfFetches(const RunRecord& run) {
 }
 
 }  // namespace
+
+std::string UtcText(Moment moment) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
+  std::tm time{};
+  gmtime_r(&seconds, &time);
+  char text[40];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &time)};
+}
 
 const char* WordOf(RunOutcome outcome) {
   switch (outcome) {

@@ -11,6 +11,9 @@ namespace torvik {
 /// adds its variables, its steps and what it has fetched.
 nlohmann::ordered_json JsonOf(const RunRecord& run, bool withParts);
 
+/// A time as JSON has it: UTC, ISO 8601.
+std::string UtcText(Moment moment);
+
 /// "running", "ok", "failure" or "lost".
 const char* WordOf(RunOutcome outcome);
 const char* WordOf(StepOutcome outcome);

@@ -1,18 +1,15 @@
 #include "nights/BatchScript.h"
 
+#include "platform/ShellWord.h"
+
 namespace torvik::nights {
 namespace {
 
-std::string Quoted(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);
-  return quoted + "'";
-}
-
 std::string ArgumentsOf(const NightStep& step) {
-  std::string text = Quoted(step.job);
-  if (!step.statusFile.empty()) text += " --statusfile " + Quoted(step.statusFile);
-  for (const auto& [name, value] : step.variables) text += " --var " + Quoted(name + "=" + value);
+  std::string text = ShellWord(step.job);
+  if (!step.statusFile.empty()) text += " --statusfile " + ShellWord(step.statusFile);
+  for (const auto& [name, value] : step.variables)
+    text += " --var " + ShellWord(name + "=" + value);
   if (step.retries > 0)
     text += " --retries " + std::to_string(step.retries) + " --retry-delay " +
             std::to_string(step.retryDelay.count());
@@ -39,7 +36,8 @@ StepFiles FilesOf(const std::string& directory, std::size_t step, int attempt) {
 std::string ScriptOf(const Submission& submission, const std::vector<NightStep>& steps,
                      const std::vector<bool>& isLeftOut, const std::string& directory,
                      const std::string& admin) {
-  std::string script = "#!/bin/sh\nnight=" + Quoted(directory) + "\ncase $SLURM_ARRAY_TASK_ID in\n";
+  std::string script =
+      "#!/bin/sh\nnight=" + ShellWord(directory) + "\ncase $SLURM_ARRAY_TASK_ID in\n";
   for (std::size_t i = 0; i < submission.steps.size(); ++i) {
     const std::size_t step = submission.steps[i];
     script += std::to_string(submission.tasks[i]) + ") step=" + std::to_string(step) + " behind='" +
@@ -53,7 +51,7 @@ std::string ScriptOf(const Submission& submission, const std::vector<NightStep>&
          "grep -qs '\"status\": \"ok\"' \"$night/$step\".*.json && exit 0\n"
          "to=$night/$step.${SLURM_RESTART_COUNT:-0}\n"
          "exec " +
-         Quoted(admin) + " run \"$@\" --quiet --json > \"$to.json\" 2> \"$to.log\"\n";
+         ShellWord(admin) + " run \"$@\" --quiet --json > \"$to.json\" 2> \"$to.log\"\n";
 }
 
 }  // namespace torvik::nights

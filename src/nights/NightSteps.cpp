@@ -79,13 +79,13 @@ std::vector<NightStep> NightStepsOf(const engine::PackageModel& package,
   return steps;
 }
 
-std::vector<std::optional<std::size_t>> NeverReached(const std::vector<NightStep>& steps) {
-  using Reason = std::optional<std::size_t>;
-  return FromThoseBefore<Reason>(steps, [&](std::size_t at, const std::vector<Reason>& before) {
-    if (steps[at].isDisabled) return Reason(at);
-    for (const engine::Constraint& one : steps[at].after)
-      if (before[one.step]) return Reason(one.step);
-    return Reason();
+std::vector<bool> NeverReached(const std::vector<NightStep>& steps,
+                               const std::vector<bool>& isDone) {
+  return FromThoseBefore<bool>(steps, [&](std::size_t at, const std::vector<bool>& before) {
+    if (isDone[at] || steps[at].isDisabled) return !isDone[at];
+    return std::ranges::any_of(steps[at].after, [&](const engine::Constraint& one) {
+      return before[one.step] || (isDone[one.step] && one.outcome == engine::Outcome::Failure);
+    });
   });
 }
 

@@ -39,9 +39,11 @@ struct NightStep {
 std::vector<NightStep> NightStepsOf(const engine::PackageModel& package,
                                     const engine::Variables& values);
 
-/// For each step the first step before it that keeps it from ever being reached whatever happens: a
-/// disabled one, or one that is not reached itself. A disabled step names itself.
-std::vector<std::optional<std::size_t>> NeverReached(const std::vector<NightStep>& steps);
+/// Which steps are never reached whatever happens: those that are disabled, that wait for such a
+/// one, or for the failure of one that an earlier night has done. One that is done itself is not
+/// among them.
+std::vector<bool> NeverReached(const std::vector<NightStep>& steps,
+                               const std::vector<bool>& isDone);
 
 /// The longest way to each step, counted in steps.
 std::vector<std::size_t> LevelsOf(const std::vector<NightStep>& steps);

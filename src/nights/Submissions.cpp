@@ -2,15 +2,20 @@
 
 #include <algorithm>
 #include <map>
-#include <tuple>
 
 namespace torvik::nights {
 namespace {
 
 /// What the steps of one array have in common. A step that follows another task by task waits for
-/// the submission of that one, `after` is empty then.
-using Likeness = std::tuple<std::vector<std::string>, std::int64_t, int, std::optional<std::size_t>,
-                            std::vector<std::pair<std::size_t, engine::Outcome>>>;
+/// the submission of that one; `after` is empty then.
+struct Likeness {
+  std::vector<std::string> limits;
+  std::optional<std::chrono::seconds> timeout;
+  int priority = 0;
+  std::optional<std::size_t> follows = {};
+  std::vector<std::pair<std::size_t, engine::Outcome>> after = {};
+  auto operator<=>(const Likeness&) const = default;
+};
 
 class Planner {
  public:
@@ -32,19 +37,18 @@ class Planner {
  private:
   void Place(std::size_t step) {
     const Likeness likeness = LikenessOf(step);
-    const std::optional<std::size_t> follows = std::get<3>(likeness);
     std::vector<std::size_t>& candidates = open_[likeness];
     for (const std::size_t candidate : candidates)
-      if (Add(candidate, step, follows)) return;
+      if (Add(candidate, step)) return;
     candidates.push_back(submissions_.size());
-    submissions_.push_back({{}, {}, follows});
-    Add(candidates.back(), step, follows);
+    submissions_.push_back({{}, {}, likeness.follows});
+    Add(candidates.back(), step);
   }
 
   /// False when the array is full, or has a task of the number.
-  bool Add(std::size_t to, std::size_t step, const std::optional<std::size_t>& follows) {
+  bool Add(std::size_t to, std::size_t step) {
     Submission& array = submissions_[to];
-    const int number = follows ? places_[Kept(step)[0].step].task : std::ssize(array.steps);
+    const int number = array.follows ? places_[Kept(step)[0].step].task : std::ssize(array.steps);
     const bool isTaken = std::ranges::find(array.tasks, number) != array.tasks.end();
     if (isTaken || static_cast<std::size_t>(number) >= mostTasks_) return false;
     array.steps.push_back(step);
@@ -60,19 +64,17 @@ class Planner {
   }
 
   Likeness LikenessOf(std::size_t step) const {
-    const NightStep& one = steps_[step];
     const std::vector<engine::Constraint> after = Kept(step);
-    std::optional<std::size_t> follows;
-    std::vector<std::pair<std::size_t, engine::Outcome>> waitsFor;
+    Likeness likeness{steps_[step].limits, steps_[step].timeout, steps_[step].priority};
     // Of an array of one task all tasks wait for it alike.
     if (after.size() == 1 && after[0].outcome == engine::Outcome::Success &&
         submissions_[places_[after[0].step].submission].steps.size() > 1)
-      follows = places_[after[0].step].submission;
+      likeness.follows = places_[after[0].step].submission;
     else
       for (const engine::Constraint& before : after)
-        waitsFor.emplace_back(before.step, before.outcome);
-    std::ranges::sort(waitsFor);
-    return {one.limits, one.timeout ? one.timeout->count() : -1, one.priority, follows, waitsFor};
+        likeness.after.emplace_back(before.step, before.outcome);
+    std::ranges::sort(likeness.after);
+    return likeness;
   }
 
   const std::vector<NightStep>& steps_;

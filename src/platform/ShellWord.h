@@ -5,8 +5,8 @@
 
 namespace torvik {
 
-/// A text as one word of a POSIX shell, for commands that are shown: in single quotes where it
-/// needs them.
+/// A text as one word of a POSIX shell, for commands that are shown or run: in single quotes where
+/// it needs them.
 inline std::string ShellWord(std::string_view text) {
   constexpr std::string_view kPlain =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";

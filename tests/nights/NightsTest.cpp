@@ -42,9 +42,7 @@ std::vector<NightStep> StepsOf(const std::string& text) {
 }
 
 std::vector<bool> LeftOut(const std::vector<NightStep>& steps) {
-  std::vector<bool> isLeftOut;
-  for (const auto& reason : NeverReached(steps)) isLeftOut.push_back(reason.has_value());
-  return isLeftOut;
+  return NeverReached(steps, std::vector<bool>(steps.size()));
 }
 
 /// Each array as "NAME NAME [NUMBERS] DEPENDENCY", its job being 100, 101 ...
@@ -87,6 +85,12 @@ TEST(Nights, StepsThatAreAlikeAreOneArray) {
   steps[4].priority = 5;
   EXPECT_EQ("a [0] \nb d [0-1] \nc [0] \ne [0] \n", Submitted(steps));
   EXPECT_EQ("0,2-3,7", ArrayText({7, 3, 0, 2}));
+}
+
+TEST(Nights, WhatWaitsForTheFailureOfADoneStepIsNotReached) {
+  const std::vector<NightStep> steps = StepsOf("a b!a c<b d*a e!a");
+  EXPECT_THAT(NeverReached(steps, {true, false, false, false, true}),
+              ElementsAre(false, true, true, false, false));
 }
 
 TEST(Nights, AThousandModelsAreFewArrays) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "nights/BatchScript.h"
+#include "nights/Slurm.h"
 #include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -33,6 +34,17 @@ std::optional<nights::StepResult> ResultOf(LinuxPlatform& platform, const NightD
     result = nights::StepResultOf(ReadText(*platform.files, file));
   }
   return result;
+}
+
+std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
+                                         std::size_t steps) {
+  std::vector<nights::StepTraces> traces(steps);
+  std::error_code error;
+  for (std::size_t i = 0; i < steps; ++i) {
+    traces[i].hasBegun = fs::exists(nights::FilesOf(night.path, i, 0).begun, error);
+    if (traces[i].hasBegun) traces[i].result = ResultOf(platform, night, i);
+  }
+  return traces;
 }
 
 int LastNumber(const std::string& nights) {
@@ -83,15 +95,14 @@ nights::NightRecord ReadNightRecord(LinuxPlatform& platform, const NightDirector
   return nights::NightRecordOf(ReadText(*platform.files, RecordOf(night)), RecordOf(night));
 }
 
-std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
-                                         std::size_t steps) {
-  std::vector<nights::StepTraces> traces(steps);
-  std::error_code error;
-  for (std::size_t i = 0; i < steps; ++i) {
-    traces[i].hasBegun = fs::exists(nights::FilesOf(night.path, i, 0).begun, error);
-    if (traces[i].hasBegun) traces[i].result = ResultOf(platform, night, i);
-  }
-  return traces;
+NightNow LookAtNight(LinuxPlatform& platform, int number) {
+  NightNow now{FindNightDirectory(platform, number), {}, {}, {}};
+  now.record = ReadNightRecord(platform, now.directory);
+  // The queue first: what ends meanwhile has left its result then.
+  const auto tasks = nights::Slurm(*platform.processes).Tasks(now.record.jobs);
+  now.traces = TracesOf(platform, now.directory, now.record.steps.size());
+  now.statuses = nights::StatusOf(now.record, now.traces, tasks);
+  return now;
 }
 
 }  // namespace torvik::admin

@@ -29,8 +29,16 @@ void WriteNight(LinuxPlatform& platform, const NightDirectory& night,
                 const nights::NightRecord& record);
 nights::NightRecord ReadNightRecord(LinuxPlatform& platform, const NightDirectory& night);
 
-/// What the steps have left, one a step.
-std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
-                                         std::size_t steps);
+/// A night as it is now.
+struct NightNow {
+  NightDirectory directory;
+  nights::NightRecord record;
+  std::vector<nights::StepTraces> traces;  ///< What the steps have left, one a step.
+  std::vector<nights::StepStatus> statuses;
+};
+
+/// That of a number, as FindNightDirectory has it. Throws PlatformError, also when Slurm does not
+/// answer.
+NightNow LookAtNight(LinuxPlatform& platform, int number);
 
 }  // namespace torvik::admin

@@ -13,23 +13,6 @@ namespace {
 
 using nights::StepState;
 
-struct NightNow {
-  NightDirectory directory;
-  nights::NightRecord record;
-  std::vector<nights::StepTraces> traces;
-  std::vector<nights::StepStatus> statuses;
-};
-
-NightNow NightAsItIs(LinuxPlatform& platform, int number) {
-  NightNow now{FindNightDirectory(platform, number), {}, {}, {}};
-  now.record = ReadNightRecord(platform, now.directory);
-  // The queue first: what ends meanwhile has left its result then.
-  const auto tasks = nights::Slurm(*platform.processes).Tasks(now.record.jobs);
-  now.traces = TracesOf(platform, now.directory, now.record.steps.size());
-  now.statuses = nights::StatusOf(now.record, now.traces, tasks);
-  return now;
-}
-
 /// The rows of the jobs that run, by their names; none where the history cannot be read.
 std::map<std::string, std::int64_t> RowsSoFar(LinuxPlatform& platform) try {
   std::map<std::string, std::int64_t> rows;
@@ -98,7 +81,7 @@ int ExitCodeOf(StepState whole) {
 }  // namespace
 
 int ShowNight(LinuxPlatform& platform, const Invocation& invocation, int night) {
-  NightNow now = NightAsItIs(platform, night);
+  NightNow now = LookAtNight(platform, night);
   AddProgress(platform, now);
   const StepState whole = nights::WholeOf(now.statuses);
   if (invocation.json) {
@@ -121,10 +104,10 @@ int ShowNight(LinuxPlatform& platform, const Invocation& invocation, int night) 
 }
 
 int CancelNight(LinuxPlatform& platform, const Invocation& invocation, int night) {
-  const NightNow now = NightAsItIs(platform, night);
-  nights::Slurm(*platform.processes).Cancel(now.record.jobs);
-  const std::string number = std::to_string(now.directory.number);
-  PrintResult({{"night", now.directory.number}},
+  const NightDirectory directory = FindNightDirectory(platform, night);
+  nights::Slurm(*platform.processes).Cancel(ReadNightRecord(platform, directory).jobs);
+  const std::string number = std::to_string(directory.number);
+  PrintResult({{"night", directory.number}},
               "night " + number +
                   ": what waits is taken out of the queue, and what runs ends "
                   "behind its steps; torvik-admin night status " +

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 
 #include "admin/common/Secrets.h"
@@ -7,6 +6,7 @@
 #include "admin/nights/CheckNight.h"
 #include "admin/nights/NightDirectory.h"
 #include "admin/nights/NightPackage.h"
+#include "history/RunJson.h"
 #include "nights/BatchScript.h"
 #include "nights/Slurm.h"
 #include "nights/Submissions.h"
@@ -20,29 +20,17 @@ namespace {
 
 constexpr int kHighestPriority = 5, kNiceOfAPriority = 100;
 
-std::string UtcNow() {
-  const std::time_t now = std::time(nullptr);
-  std::tm time{};
-  gmtime_r(&now, &time);
-  char text[40];
-  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &time)};
-}
-
 /// The steps that an earlier night of the same package has done.
 std::vector<bool> DoneBefore(LinuxPlatform& platform, const NightPackage& package, int number) {
   std::vector<bool> isDone(package.steps.size());
   if (number < 0) return isDone;
-  const NightDirectory night = FindNightDirectory(platform, number);
-  const nights::NightRecord record = ReadNightRecord(platform, night);
+  const auto [night, record, traces, statuses] = LookAtNight(platform, number);
   const std::string place = "night " + std::to_string(night.number);
   bool isSame = record.package == package.name && record.steps.size() == package.steps.size();
   for (std::size_t i = 0; isSame && i < isDone.size(); ++i)
     isSame = record.steps[i].name == package.steps[i].name;
   if (!isSame)
     throw PlatformError(0, place + " cannot be resumed: its package has had other steps", "night");
-  const auto statuses = nights::StatusOf(record, TracesOf(platform, night, isDone.size()),
-                                         nights::Slurm(*platform.processes).Tasks(record.jobs));
-  const nights::StepState whole = nights::WholeOf(statuses);
   for (std::size_t i = 0; i < isDone.size(); ++i) {
     const nights::StepState state = statuses[i].state;
     if (state == nights::StepState::Running || state == nights::StepState::Waiting)
@@ -50,7 +38,7 @@ std::vector<bool> DoneBefore(LinuxPlatform& platform, const NightPackage& packag
                           "night");
     isDone[i] = state == nights::StepState::Ok;
   }
-  if (whole == nights::StepState::Ok)
+  if (nights::WholeOf(statuses) == nights::StepState::Ok)
     throw PlatformError(0, place + " went well: there is nothing to go on with", "night");
   return isDone;
 }
@@ -67,8 +55,8 @@ class Submitting {
         largestArray_(slurm_.LargestArray()),
         night_(NewNightDirectory(platform)) {
     record_.package = package.name;
-    record_.submitted = UtcNow();
-    const auto never = nights::NeverReached(steps_);
+    record_.submitted = UtcText(std::chrono::system_clock::now());
+    const std::vector<bool> never = nights::NeverReached(steps_, isDone);
     for (std::size_t i = 0; i < steps_.size(); ++i) {
       isLeftOut_[i] = isLeftOut_[i] || never[i];
       record_.steps.push_back(

@@ -86,6 +86,7 @@ TEST_F(SlurmNight, EachJobRunsBehindThoseItWaitsForAndSaysHowItEnded) {
   PutJob("never", "touch never");
   PutJob("any", "touch never");
   PutJob("repair", "touch repaired");
+  PutJob("unneeded", "touch never");
   PutJob("twice", "[ -e once ] || { touch once; exit 1; }");
   sandbox_.PutPackage(
       "Night", "Whose = \"nobody\"\n" +
@@ -94,11 +95,12 @@ TEST_F(SlurmNight, EachJobRunsBehindThoseItWaitsForAndSaysHowItEnded) {
                    Job("never", "after = [ { step = \"bad\" } ]") +
                    Job("any", "after = [ { step = \"never\", on = \"completion\" } ]") +
                    Job("repair", "after = [ { step = \"bad\", on = \"failure\" } ]") +
+                   Job("unneeded", "after = [ { step = \"good\", on = \"failure\" } ]") +
                    Job("twice", "retries = 1\nretry_delay_seconds = 0\ntimeout_seconds = 600"));
   ASSERT_EQ(0, Admin({"night", "submit", "Night", "--var", "Whose=me"}).exitCode);
   const ProgramResult status = Ended();
   EXPECT_EQ(1, status.exitCode);
-  EXPECT_THAT(status.out, HasSubstr("4 ok, 1 failed, 2 not reached")) << status.out;
+  EXPECT_THAT(status.out, HasSubstr("4 ok, 1 failed, 3 not reached")) << status.out;
   EXPECT_THAT(
       Admin({"night", "status", "1", "--json"}).out,
       AllOf(HasSubstr("\"state\": \"failed\""), HasSubstr("s: the program \\\"sh\\\" ended"),
@@ -109,7 +111,7 @@ TEST_F(SlurmNight, EachJobRunsBehindThoseItWaitsForAndSaysHowItEnded) {
 
   sandbox_.WriteFile("mended", "");
   ASSERT_EQ(0, Admin({"night", "submit", "Night", "--resume", "1", "--var", "Whose=me"}).exitCode);
-  EXPECT_THAT(Ended().out, HasSubstr("Night: 7 ok"));
+  EXPECT_THAT(Ended().out, HasSubstr("Night: 7 ok, 1 not reached"));
   EXPECT_EQ("me\n", sandbox_.ReadFile("ran")) << "what was done is not done again";
   EXPECT_THAT(Admin({"night", "submit", "Night", "--resume", "2"}).err, HasSubstr("went well"));
 }
