@@ -11,6 +11,8 @@
 
 #include "alarms/Alarms.h"
 #include "engine/Package.h"
+#include "history/SendRuns.h"
+#include "history/SharedHistory.h"
 #include "platform/FetchProgress.h"
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
@@ -94,6 +96,20 @@ void RaiseAlarms(Program& program, Alarms& alarms) {
   if (last.job.empty() || last.isAttended) return;
   for (const std::string& problem : alarms.RaiseDue(last).problems)
     program.platform.messages.Report(problem);
+}
+
+/// The end of a run waits no longer for it.
+constexpr std::chrono::seconds kSendingLimit{30};
+
+/// To the history that machines share, behind the word that the run leaves.
+void ShareRuns(const Program& program, const LinuxPlatform& platform) {
+  if (program.recorder.Record().job.empty()) return;
+  const HistorySettings& history = platform.settings.history;
+  const SentRuns sent =
+      SendRuns({*platform.history, *platform.databases, *platform.locks, *platform.clock},
+               {history.server, history.database},
+               platform.settings.stateDirectory + "/history-sending", kSendingLimit);
+  if (!sent.problem.empty()) platform.messages->Report(sent.problem);
 }
 
 /// The windows, where there is a display and their module is installed; null, and why not, else.
@@ -181,12 +197,14 @@ void RunProgram(const std::string& argumentText) {
   });
   frontEnd.Tell(program.log.Losses());
   RaiseAlarms(program, alarms);
-  if (!program.form || !program.form->IsOpen()) return;
+  if (!program.form || !program.form->IsOpen()) return ShareRuns(program, linuxPlatform);
   OpenNamedJob(*form());
-  if (desktop)
+  if (desktop) {
     desktop->RunUntilClosed();
-  else
+    ShareRuns(program, linuxPlatform);
+  } else {
     TellThatTheFormNeedsADisplay(program, noDesktop);
+  }
 }
 
 /// The usage of -help is for those who know it already.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -103,6 +104,13 @@ class RunHistory {
 
   /// Keeps which alarms of an ended run were raised. Answers as Write does.
   virtual std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) = 0;
+
+  /// The runs behind number `after` that have ended and are not in the history that machines share,
+  /// the earliest first, `most` of them, with all their parts. Throws as Runs does.
+  virtual std::vector<RunRecord> Unsent(std::int64_t after, std::size_t most) = 0;
+
+  /// Keeps that a run is there now. Answers as Write does.
+  virtual std::string NoteSent(std::int64_t id) = 0;
 };
 
 }  // namespace torvik

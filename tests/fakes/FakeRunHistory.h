@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <set>
 #include <vector>
 
 #include "platform/PlatformError.h"
@@ -13,6 +14,7 @@ struct FakeRunHistory : RunHistory {
   std::vector<RunRecord> runs;
   std::string failure;      ///< What writers answer.
   bool unreadable = false;  ///< Whoever reads fails.
+  std::set<std::int64_t> sent;
 
   std::string Write(RunRecord& run) override {
     if (run.id == 0) {
@@ -44,6 +46,19 @@ struct FakeRunHistory : RunHistory {
   }
   std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
     runs.at(static_cast<std::size_t>(id - 1)).alarms = raised;
+    return failure;
+  }
+  std::vector<RunRecord> Unsent(std::int64_t after, std::size_t most) override {
+    RequireReadable();
+    std::vector<RunRecord> found;
+    for (const RunRecord& run : runs)
+      if (run.id > after && run.outcome != RunOutcome::Running && !sent.contains(run.id) &&
+          found.size() < most)
+        found.push_back(run);
+    return found;
+  }
+  std::string NoteSent(std::int64_t id) override {
+    sent.insert(id);
     return failure;
   }
 

@@ -15,6 +15,7 @@ void CheckStoredSecrets(const LinuxPlatform& platform, CheckReport& report);
 void CheckDirectories(const LinuxPlatform& platform, CheckReport& report);
 void CheckClock(const LinuxPlatform& platform, CheckReport& report);
 void CheckAlarms(LinuxPlatform& platform, CheckReport& report);
+void CheckSharedHistory(LinuxPlatform& platform, CheckReport& report);
 void CheckNetwork(LinuxPlatform& platform, CheckReport& report);
 void CheckJobFiles(LinuxPlatform& platform, const std::string& directory, CheckReport& report);
 

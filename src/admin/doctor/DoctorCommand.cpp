@@ -21,6 +21,7 @@ int Examine(LinuxPlatform& platform, const std::string& jobs, bool json) {
   CheckStoredSecrets(platform, report);
   CheckJobFiles(platform, jobs, report);
   CheckAlarms(platform, report);
+  CheckSharedHistory(platform, report);
   CheckNetwork(platform, report);
   report.Print("machine", "this machine", json);
   return report.HasProblems() ? 1 : 0;

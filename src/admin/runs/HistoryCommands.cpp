@@ -6,6 +6,8 @@
 
 #include "admin/common/Admin.h"
 #include "admin/common/RunTexts.h"
+#include "admin/common/Secrets.h"
+#include "admin/runs/HistorySource.h"
 #include "admin/runs/RunTrend.h"
 #include "history/RunJson.h"
 #include "platform/Files.h"
@@ -20,10 +22,9 @@ constexpr int kUsualColumns = 80;
 constexpr int kTrendRuns = 200;
 
 struct HistoryOptions {
-  std::string job, since, picture;
-  bool failedOnly = false;
+  std::string job, since, picture, run;
+  bool failedOnly = false, everywhere = false;
   int limit = 0;
-  std::int64_t run = 0;
 };
 
 /// As a shell completes it, the file of the directory where we are is "./sales.etl".
@@ -37,10 +38,15 @@ int Columns() {
                                                                          : kUsualColumns;
 }
 
+/// As history show takes it.
+Json NameOf(const RunRecord& run, const HistoryOptions& options) {
+  return options.everywhere ? Json(run.host + ":" + std::to_string(run.id)) : Json(run.id);
+}
+
 int ListRuns(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
   RunFilter filter{JobAsked(options), options.failedOnly, {}, options.limit};
   if (!options.since.empty()) filter.since = MomentOf(options.since);
-  const std::vector<RunRecord> runs = platform.history->Runs(filter);
+  const std::vector<RunRecord> runs = RunsAsked(platform, filter, options.everywhere);
   if (json) {
     Json list = Json::array();
     for (const RunRecord& run : runs) list.push_back(JsonOf(run, false));
@@ -50,22 +56,12 @@ int ListRuns(LinuxPlatform& platform, const HistoryOptions& options, bool json) 
   std::vector<JsonRow> rows;
   for (const RunRecord& run : runs) {
     const auto seconds = SecondsOf(run);
-    rows.push_back({run.id, LocalTime(run.begin), JobNameOf(run), WordOf(run.outcome),
+    rows.push_back({NameOf(run, options), LocalTime(run.begin), JobNameOf(run), WordOf(run.outcome),
                     seconds ? DurationText(*seconds) : "", Grouped(run.rows),
                     Grouped(run.rejectedRows), ReasonText(run)});
   }
   PrintRows({"run", "begin", "job", "verdict", "took", "rows", "rejected", "reason"}, rows, false);
   return 0;
-}
-
-RunRecord RunOf(LinuxPlatform& platform, std::int64_t id) {
-  auto run = platform.history->Run(id);
-  if (!run)
-    throw PlatformError(0,
-                        "the history has no run " + std::to_string(id) +
-                            "; torvik-admin history lists those that there are",
-                        "history");
-  return std::move(*run);
 }
 
 void PrintParts(const RunRecord& run) {
@@ -92,7 +88,7 @@ void PrintParts(const RunRecord& run) {
 }
 
 int ShowRun(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
-  const RunRecord run = RunOf(platform, options.run);
+  const RunRecord run = RunAsked(platform, options.run);
   if (json) {
     PrintResult(JsonOf(run, true), "", true);
     return 0;
@@ -121,8 +117,9 @@ int ShowRun(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
 }
 
 int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json) {
-  const RunTrend trend = TrendOf(platform.history->Runs(
-      {JobAsked(options), false, {}, options.limit == 0 ? kTrendRuns : options.limit}));
+  const RunTrend trend = TrendOf(RunsAsked(
+      platform, {JobAsked(options), false, {}, options.limit == 0 ? kTrendRuns : options.limit},
+      options.everywhere));
   if (trend.runs.empty())
     throw PlatformError(0, "the history has no run of the job " + options.job + " that has ended",
                         "history");
@@ -145,6 +142,15 @@ int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json)
   return 0;
 }
 
+int SendThem(LinuxPlatform& platform, const HistoryOptions&, bool json) {
+  const SentRuns sent = SendRuns(platform);
+  PrintResult({{"sent", sent.sent}, {"problem", sent.problem}},
+              std::to_string(sent.sent) + (sent.sent == 1 ? " run is sent" : " runs are sent"),
+              json);
+  if (!json && !sent.problem.empty()) Warn(sent.problem);
+  return sent.problem.empty() ? 0 : 1;
+}
+
 using HistoryCommand = int (*)(LinuxPlatform&, const HistoryOptions&, bool);
 
 void Choose(Invocation& invocation, const std::shared_ptr<HistoryOptions>& options,
@@ -152,6 +158,11 @@ void Choose(Invocation& invocation, const std::shared_ptr<HistoryOptions>& optio
   invocation.command = [&invocation, options, command](LinuxPlatform& platform) {
     return command(platform, *options, invocation.json);
   };
+}
+
+void AddEverywhere(CLI::App& command, HistoryOptions& options) {
+  command.add_flag("--everywhere", options.everywhere,
+                   "of all machines that share a history ([history] server of the settings)");
 }
 
 }  // namespace
@@ -167,20 +178,28 @@ void AddHistoryCommands(CLI::App& app, Invocation& invocation) {
       "only runs since then: 2026-11-25, \"2026-11-25 02:00\", today, yesterday, or "
       "12h, 7d");
   history->add_option("--limit", options->limit, "at most so many")->check(CLI::PositiveNumber);
+  AddEverywhere(*history, *options);
   AddJsonOption(*history, invocation);
   CLI::App* show = history->add_subcommand("show", "one run: its steps, rows, rates and errors");
-  show->add_option("RUN", options->run, "its number, as history lists it")->required();
+  show->add_option("RUN", options->run,
+                   "its number, as history lists it; HOST:NUMBER of another machine")
+      ->required();
   AddJsonOption(*show, invocation);
   CLI::App* trend =
       history->add_subcommand("trend", "how long a job's last runs took, and their rows");
   trend->add_option("JOB", options->job, "its name, or the path of its file")->required();
   trend->add_option("--limit", options->limit, "of so many runs")->check(CLI::PositiveNumber);
   trend->add_option("--svg", options->picture, "file for a picture of it");
+  AddEverywhere(*trend, *options);
   AddJsonOption(*trend, invocation);
-  history->callback([&invocation, options, history, show, trend] {
+  CLI::App* send = history->add_subcommand(
+      "send", "send the runs of this machine to the history that machines share");
+  AddJsonOption(*send, invocation);
+  history->callback([&invocation, options, history, show, trend, send] {
     Choose(invocation, options,
            history->got_subcommand(show)    ? ShowRun
            : history->got_subcommand(trend) ? ShowTrend
+           : history->got_subcommand(send)  ? SendThem
                                             : ListRuns);
   });
 }

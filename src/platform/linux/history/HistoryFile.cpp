@@ -15,7 +15,7 @@ namespace torvik {
 namespace {
 
 constexpr const char* kSource = "history";
-constexpr std::int64_t kVersion = 2;
+constexpr std::int64_t kVersion = 3;
 /// How long a reader waits for writers.
 constexpr int kBusyMilliseconds = 500;
 
@@ -48,6 +48,13 @@ CREATE TABLE variable (
   run INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL, value TEXT NOT NULL,
   PRIMARY KEY (run, position)) WITHOUT ROWID;
 PRAGMA user_version = 2;
+)";
+
+/// Of version 3: which runs are in the shared history.
+constexpr const char* kTablesOf3 = R"(
+ALTER TABLE run ADD COLUMN sent INTEGER NOT NULL DEFAULT 0;
+CREATE INDEX run_unsent ON run (id) WHERE sent = 0;
+PRAGMA user_version = 3;
 )";
 
 PlatformError Problem(const std::string& path, const std::string& reason) {
@@ -135,6 +142,7 @@ void MakeTables(sqlite3* handle) {
   Execute(handle, "BEGIN IMMEDIATE");
   if (HistoryVersion(handle) == 0) Execute(handle, kTables);
   if (HistoryVersion(handle) < 2) Execute(handle, kTablesOf2);
+  if (HistoryVersion(handle) < 3) Execute(handle, kTablesOf3);
   Execute(handle, "COMMIT");
 }
 

@@ -37,7 +37,8 @@ void MendHistory(const std::string& path, std::string& note);
 /// as it lies on the disk. Throws PlatformError.
 HistoryHandle ReadHistory(const std::string& path);
 
-/// Of its tables: 1, and since version 2 with the variables of runs. 0 while they are made.
+/// Of its tables: 1; since 2 with the variables of runs, since 3 with what is in the shared
+/// history. 0 while they are made.
 std::int64_t HistoryVersion(sqlite3* handle);
 
 /// A prepared statement, finished when this goes.

@@ -7,14 +7,13 @@
 
 #include "platform/PlatformError.h"
 #include "platform/linux/history/HistoryFile.h"
+#include "platform/linux/history/HistoryRows.h"
 #include "platform/linux/history/RunProcess.h"
 #include "platform/linux/settings/Settings.h"
 #include "platform/linux/system/WhoRuns.h"
 
 namespace torvik {
 namespace {
-
-using std::chrono::microseconds;
 
 /// So many old runs are forgotten at once, so that no run waits for a long time's worth of them.
 constexpr const char* kForget =
@@ -25,65 +24,6 @@ constexpr std::chrono::milliseconds kPatience{1000};
 
 /// The log beside the file is kept shorter than this at the ends of runs, and during them.
 constexpr std::uintmax_t kLogAtEnd = 512 << 10, kLogMeanwhile = 4 << 20;
-
-constexpr const char* kGone = "the run ended without a verdict: its process is gone";
-
-constexpr const char* kColumns =
-    "SELECT id, job, package, version, server, begin, end, outcome, rows, rejected, bytes, "
-    "failed_step, error, log, process, host, started_by, attended, alarms, process_start, boot "
-    "FROM run ";
-
-std::int64_t StoredMoment(Moment moment) {
-  return std::chrono::duration_cast<microseconds>(moment.time_since_epoch()).count();
-}
-
-Moment MomentOf(std::int64_t stored) {
-  return Moment(std::chrono::duration_cast<Moment::duration>(microseconds(stored)));
-}
-
-void BindMoment(HistoryStatement& statement, const std::optional<Moment>& moment) {
-  if (moment)
-    statement.Bind(StoredMoment(*moment));
-  else
-    statement.BindNull();
-}
-
-std::optional<Moment> ReadMoment(HistoryStatement& row) {
-  if (!row.IsNull()) return MomentOf(row.Integer());
-  row.Skip();
-  return std::nullopt;
-}
-
-/// A run whose process is gone is lost, also where that cannot be written.
-RunRecord RunOf(HistoryStatement& row) {
-  RunRecord run;
-  run.id = row.Integer();
-  run.job = row.Text();
-  run.package = row.Text();
-  run.versionGuid = row.Text();
-  run.packageServer = row.Text();
-  run.begin = MomentOf(row.Integer());
-  run.end = ReadMoment(row);
-  run.outcome = static_cast<RunOutcome>(row.Integer());
-  run.rows = row.Integer();
-  run.rejectedRows = row.Integer();
-  run.bytes = row.Integer();
-  run.failedStep = row.Text();
-  run.error = row.Text();
-  run.logFile = row.Text();
-  run.process = static_cast<int>(row.Integer());
-  run.host = row.Text();
-  run.startedBy = row.Text();
-  run.isAttended = row.Integer() != 0;
-  run.alarms = static_cast<RaisedAlarms>(row.Integer());
-  const std::int64_t start = row.Integer();
-  if (run.outcome == RunOutcome::Running && run.host == HostName() &&
-      IsGone({run.process, start, row.Text()})) {
-    run.outcome = RunOutcome::Lost;
-    if (run.error.empty()) run.error = kGone;
-  }
-  return run;
-}
 
 /// All or nothing; what throws in between leaves nothing.
 class Writing {
@@ -134,7 +74,7 @@ class SqliteRunHistory final : public RunHistory {
   std::vector<RunRecord> Runs(const RunFilter& filter) override {
     const HistoryHandle reader = Reader();
     if (!reader) return {};
-    std::string sql = std::string(kColumns) + "WHERE 1";
+    std::string sql = std::string(kRunColumns) + "WHERE 1";
     if (!filter.job.empty())
       sql += " AND (job = ?1 OR job LIKE ?2 ESCAPE '\\' OR job LIKE ?3 ESCAPE '\\')";
     if (filter.runningOnly) sql += " AND outcome = 0";
@@ -152,7 +92,7 @@ class SqliteRunHistory final : public RunHistory {
   std::optional<RunRecord> Run(std::int64_t id) override {
     const HistoryHandle reader = Reader();
     if (!reader) return std::nullopt;
-    HistoryStatement row(reader.get(), (std::string(kColumns) + "WHERE id = ?").c_str());
+    HistoryStatement row(reader.get(), (std::string(kRunColumns) + "WHERE id = ?").c_str());
     row.Bind(id);
     if (!row.Step()) return std::nullopt;
     RunRecord run = RunOf(row);
@@ -165,26 +105,43 @@ class SqliteRunHistory final : public RunHistory {
     if (!reader) return {};
     HistoryStatement rows(
         reader.get(),
-        (std::string(kColumns) + "WHERE alarms <> -1 AND outcome <> 0 ORDER BY id").c_str());
+        (std::string(kRunColumns) + "WHERE alarms <> -1 AND outcome <> 0 ORDER BY id").c_str());
+    return RunsWithParts(reader.get(), rows);
+  }
+
+  std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
+    return Note("UPDATE run SET alarms = ? WHERE id = ?", raised, id);
+  }
+
+  std::vector<RunRecord> Unsent(std::int64_t after, std::size_t most) override {
+    const HistoryHandle reader = Reader();
+    if (!reader || HistoryVersion(reader.get()) < 3) return {};
+    const std::string sql =
+        std::string(kRunColumns) + "WHERE sent = 0 AND outcome <> 0 AND id > ? ORDER BY id LIMIT ?";
+    HistoryStatement rows(reader.get(), sql.c_str());
+    rows.Bind(after).Bind(static_cast<std::int64_t>(most));
+    return RunsWithParts(reader.get(), rows);
+  }
+
+  std::string NoteSent(std::int64_t id) override {
+    return Note("UPDATE run SET sent = ? WHERE id = ?", 1, id);
+  }
+
+ private:
+  static std::vector<RunRecord> RunsWithParts(sqlite3* handle, HistoryStatement& rows) {
     std::vector<RunRecord> runs;
     while (rows.Step()) {
       runs.push_back(RunOf(rows));
-      ReadParts(reader.get(), runs.back());
+      ReadParts(handle, runs.back());
     }
     return runs;
   }
 
-  std::string NoteAlarms(std::int64_t id, RaisedAlarms raised) override {
+  std::string Note(const char* update, int value, std::int64_t id) {
     patience_ = {kPatience, {}};
-    return Try([&] {
-      HistoryStatement(Writer(), "UPDATE run SET alarms = ? WHERE id = ?")
-          .Bind(raised)
-          .Bind(id)
-          .Run();
-    });
+    return Try([&] { HistoryStatement(Writer(), update).Bind(value).Bind(id).Run(); });
   }
 
- private:
   /// What went wrong, in words, or a note.
   std::string Try(const std::function<void()>& write) {
     try {
@@ -242,7 +199,7 @@ class SqliteRunHistory final : public RunHistory {
           handle,
           "UPDATE run SET outcome = 3, error = CASE error WHEN '' THEN ? ELSE error END "
           "WHERE id = ? AND outcome = 0")
-          .Bind(std::string(kGone))
+          .Bind(std::string(kProcessIsGone))
           .Bind(id)
           .Run();
   }
@@ -351,51 +308,6 @@ class SqliteRunHistory final : public RunHistory {
       write.Bind(StoredMoment(fetch.begin));
       BindMoment(write, fetch.end);
       write.Bind(fetch.isComplete).Bind(fetch.files).Bind(fetch.bytes).Bind(fetch.error).Run();
-    }
-  }
-
-  static void ReadParts(sqlite3* handle, RunRecord& run) {
-    HistoryStatement steps(handle,
-                           "SELECT name, begin, end, outcome, rows, rejected, attempt, error FROM "
-                           "step WHERE run = ? ORDER BY position");
-    steps.Bind(run.id);
-    while (steps.Step()) {
-      StepRecord step;
-      step.step = steps.Text();
-      step.begin = MomentOf(steps.Integer());
-      step.end = ReadMoment(steps);
-      step.outcome = static_cast<StepOutcome>(steps.Integer());
-      step.rows = steps.Integer();
-      step.rejectedRows = steps.Integer();
-      step.attempt = static_cast<int>(steps.Integer());
-      step.error = steps.Text();
-      run.steps.push_back(std::move(step));
-    }
-    HistoryStatement fetches(handle,
-                             "SELECT link, begin, end, complete, files, bytes, error FROM fetch "
-                             "WHERE run = ? ORDER BY position");
-    fetches.Bind(run.id);
-    while (fetches.Step()) {
-      FetchRecord fetch;
-      fetch.link = fetches.Text();
-      fetch.begin = MomentOf(fetches.Integer());
-      fetch.end = ReadMoment(fetches);
-      fetch.isComplete = fetches.Integer() != 0;
-      fetch.files = fetches.Integer();
-      fetch.bytes = fetches.Integer();
-      fetch.error = fetches.Text();
-      run.fetches.push_back(std::move(fetch));
-    }
-    if (HistoryVersion(handle) >= 2) ReadVariables(handle, run);
-  }
-
-  static void ReadVariables(sqlite3* handle, RunRecord& run) {
-    HistoryStatement row(handle,
-                         "SELECT name, value FROM variable WHERE run = ? ORDER BY position");
-    row.Bind(run.id);
-    while (row.Step()) {
-      std::string name = row.Text();
-      run.variables.emplace_back(std::move(name), row.Text());
     }
   }
 

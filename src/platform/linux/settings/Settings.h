@@ -59,6 +59,8 @@ struct MailSettings {
 struct HistorySettings {
   bool isOn = true;
   int keepDays = 90;  ///< Runs that began earlier are forgotten.
+  /// The server and database that keep the runs of many machines. Without a server there are none.
+  std::string server = {}, database = "msdb";
 };
 
 /// How a section [smb HOST] has us use the shares of a server.

@@ -154,7 +154,7 @@ class SettingsParser {
     std::string problem = CheckServers();
     if (problem.empty()) problem = CheckProviders();
     if (problem.empty()) problem = CheckFtp();
-    if (problem.empty()) problem = CheckAlarms();
+    if (problem.empty()) problem = CheckHistory();
     return problem.empty() ? CheckFtpLogons() : problem;
   }
 
@@ -302,8 +302,14 @@ class SettingsParser {
   std::string ReadHistoryKey(const std::string& key, const std::string& value) {
     HistorySettings& history = settings_.history;
     if (key == "enabled") return ReadYesNo(key, value, history.isOn);
+    if (key == "server" || key == "database") {
+      (key == "server" ? history.server : history.database) = value;
+      if (!history.server.empty()) sharedHistoryLine_ = lineNumber_;
+      return history.database.empty() ? "database is a name" : "";
+    }
     if (key != "keep_days")
-      return "[history] has no key \"" + key + "\"; there are enabled and keep_days";
+      return "[history] has no key \"" + key +
+             "\"; there are enabled, keep_days, server and database";
     return ReadNumber(value, kLongestHistory, history.keepDays, "keep_days is a number");
   }
 
@@ -446,8 +452,12 @@ class SettingsParser {
     return {};
   }
 
-  std::string CheckAlarms() const {
-    if (alarmsLine_ == 0 || settings_.history.isOn) return {};
+  std::string CheckHistory() const {
+    if (settings_.history.isOn) return {};
+    if (sharedHistoryLine_ != 0)
+      return At(sharedHistoryLine_,
+                "runs are sent from the history; take enabled = no out of [history]");
+    if (alarmsLine_ == 0) return {};
     return At(alarmsLine_,
               "alarms are raised from the history; take enabled = no out of [history]");
   }
@@ -514,7 +524,7 @@ class SettingsParser {
   int lineNumber_ = 0;
   Section section_ = Section::None;
   std::string name_;  ///< Of the server, provider or job that the section is about.
-  int tlsLine_ = 0, alarmsLine_ = 0;
+  int tlsLine_ = 0, alarmsLine_ = 0, sharedHistoryLine_ = 0;
   std::map<std::string, int> serverLines_;
   std::map<std::string, int> providerLines_;
   std::map<std::string, int> ftpLines_;

@@ -152,8 +152,11 @@ TEST_F(SqliteRunHistoryTest, OldRunsAreForgottenWithTheirParts) {
 TEST_F(SqliteRunHistoryTest, AHistoryOfTheFirstVersionIsReadAndGoesOn) {
   RunRecord first = Run("/jobs/sales.etl", RunOutcome::Ok);
   EXPECT_EQ(Open()->Write(first), "");
-  sqlite3_exec(ReadHistory(path_).get(), "DROP TABLE variable; PRAGMA user_version = 1", nullptr,
-               nullptr, nullptr);
+  sqlite3_exec(ReadHistory(path_).get(),
+               "DROP TABLE variable; DROP INDEX run_unsent; ALTER TABLE run DROP COLUMN sent; "
+               "PRAGMA user_version = 1",
+               nullptr, nullptr, nullptr);
+  EXPECT_THAT(Open()->Unsent(0, 9), IsEmpty());
   EXPECT_EQ(Open()->Run(1)->job, first.job);
   RunRecord second = first;
   second.id = 0;
@@ -161,6 +164,11 @@ TEST_F(SqliteRunHistoryTest, AHistoryOfTheFirstVersionIsReadAndGoesOn) {
   EXPECT_EQ(Open()->Write(second), "");
   EXPECT_EQ(Open()->Run(2)->variables, second.variables);
   EXPECT_THAT(Open()->Run(1)->variables, IsEmpty());
+  EXPECT_EQ(Open()->NoteSent(1), "");
+  const auto unsent = Open()->Unsent(0, 9);
+  ASSERT_EQ(unsent.size(), 1u);
+  EXPECT_EQ(unsent[0].variables, second.variables);
+  EXPECT_THAT(Open()->Unsent(2, 9), IsEmpty());
 }
 
 TEST_F(SqliteRunHistoryTest, WhatCannotBeUsedIsAReasonAndNeverMore) {

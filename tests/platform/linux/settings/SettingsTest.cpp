@@ -141,6 +141,8 @@ TEST(Settings, TellsWhereAndWhyTheFileIsWrong) {
       {"[monitor]\nping_url_file = m\n", "line 2: a file is given by its full path"},
       {"[notify a]\nmail = x\n", "line 2: [notify] has no key \"mail\"; there are mail_to"},
       {"[notify]\n[history]\nenabled = no\n", "line 1: alarms are raised from the history"},
+      {"[history]\nenabled = no\nserver = X\n", "line 3: runs are sent from the history"},
+      {"[history]\nkeep = 1\n", "line 2: [history] has no key \"keep\"; there are enabled"},
       {"[notify]\ncommand_on = never\n", "line 2: command_on is failure, change or always"},
       {"[server X]\nbackend = sqlite\n", "line 2: the backend \"sqlite\" is not known"},
       {"[server X]\n[server Y]\nbackend = odbc\n", "line 1: [server x]: no backend is named"},
