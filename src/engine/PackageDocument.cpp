@@ -1,6 +1,7 @@
 #include "engine/PackageDocument.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <unordered_map>
@@ -75,6 +76,7 @@ class DocumentReader {
     table.SkipOriginal();
     table.Finish();
     ResolveStepNames();
+    CheckHeldVariables();
     ReportStepCycles(model_.steps, problems_);
   }
 
@@ -266,6 +268,19 @@ class DocumentReader {
     for (const StepModel& step : model_.steps)
       if (step.task != nullptr)
         for (const PlacedText& named : step.task->NamedSteps()) names.PositionOf(named);
+  }
+
+  void CheckHeldVariables() {
+    std::map<std::string, std::string> holders;
+    for (const StepModel& step : model_.steps) {
+      const auto held = step.task == nullptr ? std::nullopt : step.task->HeldVariable();
+      if (!held) continue;
+      const auto [first, isNew] = holders.emplace(held->text, step.name);
+      if (!isNew)
+        problems_.Add(held->place, "the variable " + Quoted(held->text) + " is that of the step " +
+                                       Quoted(first->second) +
+                                       " already; declare one for each step");
+    }
   }
 
   /// The line in which the first of each name begins.

@@ -108,6 +108,9 @@ class Task {
   /// True when the task sets global variables: a later step may need what it has found.
   virtual bool SetsVariables() const { return false; }
 
+  /// A global variable that has a value of the task's own while it runs; two tasks cannot share it.
+  virtual std::optional<PlacedText> HeldVariable() const { return std::nullopt; }
+
   /// Other steps of the package that the task names; each must be there.
   virtual std::vector<PlacedText> NamedSteps() const { return {}; }
 

@@ -94,11 +94,21 @@ void TaskReader::ForEach(std::string_view key, const std::function<void(TaskRead
                                        "; write it as a table");
       continue;
     }
-    TableReader table(*entries, element.place, problems_);
-    TaskReader reader(table, package_, problems_);
-    read(reader);
-    table.Finish();
+    ReadTable(*entries, element.place, read);
   }
+}
+
+void TaskReader::One(std::string_view key, const std::function<void(TaskReader&)>& read) {
+  if (const TomlTable* entries = table_.Table(key))
+    ReadTable(*entries, table_.Find(key)->place, read);
+}
+
+void TaskReader::ReadTable(const TomlTable& entries, TextPlace place,
+                           const std::function<void(TaskReader&)>& read) {
+  TableReader table(entries, place, problems_);
+  TaskReader reader(table, package_, problems_);
+  read(reader);
+  table.Finish();
 }
 
 std::vector<std::pair<std::string, PlacedText>> TaskReader::TemplateTable(std::string_view key) {

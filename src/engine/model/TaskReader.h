@@ -43,6 +43,9 @@ class TaskReader {
   /// Reads each table of an array of tables, and reports the keys that `read` has not asked for.
   void ForEach(std::string_view key, const std::function<void(TaskReader&)>& read);
 
+  /// The same for the table of a key, if it is there.
+  void One(std::string_view key, const std::function<void(TaskReader&)>& read);
+
   /// A table of such texts by their keys.
   std::vector<std::pair<std::string, PlacedText>> TemplateTable(std::string_view key);
 
@@ -74,6 +77,8 @@ class TaskReader {
   void RequireVariable(std::string_view name);
 
  private:
+  void ReadTable(const TomlTable& entries, TextPlace place,
+                 const std::function<void(TaskReader&)>& read);
   /// An element of a list or table, which must be a text.
   PlacedText Element(std::string_view key, const TomlValue& value, TextUse use);
 

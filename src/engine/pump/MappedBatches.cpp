@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "engine/pump/RowSource.h"
+#include "engine/pump/Watermark.h"
 
 namespace torvik::engine {
 
@@ -20,6 +21,7 @@ RowBatch* MappedBatches::Next() {
 bool MappedBatches::Fill(RowBatch& batch) {
   if (mapper_.Ended() || !FetchWanted(batch)) return false;
   mapper_.Map(batch);
+  if (request_.watermark != nullptr) request_.watermark->Keep(batch);
   return true;
 }
 

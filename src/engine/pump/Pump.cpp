@@ -9,6 +9,7 @@
 #include "engine/pump/RowError.h"
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
+#include "engine/pump/Watermark.h"
 
 namespace torvik::engine {
 namespace {
@@ -28,7 +29,8 @@ class Loader {
   bool LoadUnseen(const RowMapper& mapper) {
     ado::BulkRead* const query = request_.source.Query();
     const auto columns = mapper.PlainCopy();
-    const bool isPart = request_.firstRow > 0 || request_.lastRow > 0 || request_.commitSize > 0;
+    const bool isPart = request_.firstRow > 0 || request_.lastRow > 0 || request_.commitSize > 0 ||
+                        request_.watermark != nullptr;
     if (!load_ || query == nullptr || !columns || isPart) return false;
     const auto loaded = load_->LoadAll(*query, *columns, [this](std::int64_t rows) {
       counts_.read = rows;
@@ -79,9 +81,16 @@ class Loader {
     load_->Load(part, static_cast<std::size_t>(request_.maximumErrorCount - counts_.rejected),
                 refused_);
     counts_.read += static_cast<std::int64_t>(count);
+    if (request_.watermark != nullptr) NoteLoaded(part);
     for (const ado::Refusal& refusal : refused_) RejectRefused(batch, first, refusal);
     uncommitted_ += count;
     if (request_.commitSize > 0 && RowsToCommit() == 0) Commit();
+  }
+
+  void NoteLoaded(const ado::LoadRows& part) {
+    for (std::size_t row = 0; row < part.Count(); ++row)
+      if (std::ranges::find(refused_, row, &ado::Refusal::row) == refused_.end())
+        request_.watermark->Note(part.Row(row));
   }
 
   void Commit() {

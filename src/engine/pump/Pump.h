@@ -15,6 +15,7 @@ class ExceptionFile;
 class RowSource;
 class RowTarget;
 class Transformation;
+class Watermark;
 
 /// What fills one destination column.
 struct ColumnMapping {
@@ -43,6 +44,8 @@ struct PumpRequest {
   /// Called with the number of rows and the columns that they fill when all are loaded, if it is
   /// set; what it throws fails the pump.
   std::function<void(std::int64_t, const std::vector<std::string>& columns)> settle = {};
+  /// Null: every row is loaded. A row without a value in its column is rejected.
+  Watermark* watermark = nullptr;
   ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
   /// Each row has a last value more: which query it is for, by the scripts' answers ("insert" when
   /// they do not say).
@@ -57,7 +60,7 @@ struct PumpCounts {
   std::int64_t read = 0;
   std::int64_t loaded = 0;
   std::int64_t rejected = 0;
-  std::int64_t skipped = 0;  ///< Left out by a script.
+  std::int64_t skipped = 0;  ///< Left out by a script, or not beyond the watermark.
 };
 
 /// Loads all rows. Does not begin or end a transaction but by `commit`: the caller does, and rolls

@@ -11,6 +11,7 @@
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
 #include "engine/pump/Transformation.h"
+#include "engine/pump/Watermark.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -66,7 +67,15 @@ RowMapper::RowMapper(const PumpRequest& request)
     for (const std::string& name : script.destinations)
       AddTarget({kNoSource, position++, columnOf(name), script.flags, {}});
   scripted_.resize(position);
+  if (request.watermark != nullptr) Resolve(*request.watermark, request.target.Name());
   if (request.choosesQueries) destinations_.push_back("(query)");
+}
+
+/// A row without a value there is neither new nor known.
+void RowMapper::Resolve(Watermark& watermark, const std::string& target) {
+  const std::size_t position = FindColumn(destinations_, watermark.Column(), target);
+  watermark.Resolve(targets_[position].column, position);
+  targets_[position].column.nullable = false;
 }
 
 void RowMapper::AddTarget(Target target) {

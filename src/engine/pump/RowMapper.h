@@ -53,6 +53,7 @@ class RowMapper {
   static constexpr std::size_t kNoSource = static_cast<std::size_t>(-1);
 
   void AddTarget(Target target);
+  void Resolve(Watermark& watermark, const std::string& target);
   void MapScripted(RowBatch& batch, std::size_t row);
   std::optional<unsigned> RunScripts(RowBatch& batch, std::size_t row);
   std::optional<RowScriptError> ChooseQuery(unsigned answers);

@@ -4,6 +4,7 @@
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/RowSource.h"
+#include "engine/tasks/LoadWatermark.h"
 #include "engine/tasks/PumpEnds.h"
 #include "engine/tasks/PumpScripts.h"
 #include "engine/tasks/PumpSettings.h"
@@ -21,8 +22,8 @@ class PumpTask final : public Task {
   PumpTask(TaskReader& reader, std::unique_ptr<const PumpDestination> destination)
       : source_(reader),
         destination_(std::move(destination)),
-        settings_(
-            ReadPumpSettings(reader, destination_->IsDatabase() && !destination_->HasQueries())) {
+        settings_(ReadPumpSettings(reader, IsTable())),
+        watermark_(ReadWatermark(reader, settings_, IsTable())) {
     namesColumns_ = reader.Table().Find("columns") != nullptr;
     columns_ = reader.TemplateTable("columns");
     transformations_ = ReadTransformations(reader);
@@ -36,6 +37,10 @@ class PumpTask final : public Task {
     for (const auto& [from, to] : columns_) text += "\n" + from + " → " + to.text;
     return text;
   }
+  std::optional<PlacedText> HeldVariable() const override {
+    return watermark_ ? std::optional(watermark_->variable) : std::nullopt;
+  }
+
   std::string WhyNot() const override {
     const std::string reason = destination_->WhyNot();
     return reason.empty() ? transformations_.WhyNot() : reason;
@@ -46,6 +51,10 @@ class PumpTask final : public Task {
       if (script.phase != "row") throw PlatformError(0, transformations_.WhyNot(), "data pump");
     // The destination first: a source in the same database then reads what the transaction wrote.
     ado::Connection* destination = destination_->Open(context);
+    std::optional<LoadWatermark> watermark;
+    if (watermark_)
+      watermark.emplace(context, *watermark_, *destination,
+                        destination_->Table(context.GlobalVariables()));
     std::vector<ado::Connection*> others = {destination};
     for (const TransformationPlan& plan : transformations_.columns)
       if (!plan.connection.empty()) others.push_back(&context.ReadDatabase(plan.connection));
@@ -60,13 +69,26 @@ class PumpTask final : public Task {
         std::find(others.begin() + 1, others.end(), destination) != others.end() ||
         source.alongside;
     const TransformationScope scope{context, source.rows->Columns(), destination_->HasQueries()};
-    const PumpJob job{settings_, Columns(scope),
+    const PumpJob job{settings_,
+                      Columns(scope),
                       NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
-                      lookupsShare, destination_->HasQueries()};
-    return ResultOf(destination_->Pump(context, job, *source.rows, destination));
+                      lookupsShare,
+                      destination_->HasQueries(),
+                      watermark ? &*watermark : nullptr};
+    TaskResult result = ResultOf(destination_->Pump(context, job, *source.rows, destination));
+    if (watermark) result.details = WithMark(std::move(result.details), *watermark);
+    return result;
   }
 
  private:
+  static std::string WithMark(std::string details, LoadWatermark& watermark) {
+    if (const auto mark = watermark.Rows().Highest())
+      details += (details.empty() ? "up to " : ", up to ") + *mark;
+    return details;
+  }
+
+  bool IsTable() const { return destination_->IsDatabase() && !destination_->HasQueries(); }
+
   bool MayEmptyWhatItReads(TaskContext& context) const {
     if (settings_.load != LoadMode::Truncate) return false;
     const ConnectionSettings from = context.Settings(source_.Connection()),
@@ -87,6 +109,7 @@ class PumpTask final : public Task {
   PumpSource source_;
   std::unique_ptr<const PumpDestination> destination_;
   PumpSettings settings_;
+  std::optional<WatermarkSettings> watermark_;
   bool namesColumns_ = false;
   std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
   TransformationPlans transformations_;

@@ -89,6 +89,9 @@ class TableOrFile final : public PumpDestination {
   std::string Describe() const override {
     return connection_ + (table_.text.empty() ? "" : ", table " + table_.text);
   }
+  std::string Table(const Variables& variables) const override {
+    return variables.Substitute(table_.text);
+  }
   std::string WhyNot() const override {
     return isReadOnly_ ? "the destination " + Quoted(connection_) +
                              " is an Access, Excel or dBase file, which can be read and not written"
@@ -109,9 +112,9 @@ class TableOrFile final : public PumpDestination {
                         FormatFor(context, settings));
       return PumpIntoTarget(context, job, source, *target);
     }
-    const std::string table = context.GlobalVariables().Substitute(table_.text);
     return PumpIntoTable(context, job, source,
-                         {*connection, table, context.Settings(connection_).DatabaseInWords()});
+                         {*connection, Table(context.GlobalVariables()),
+                          context.Settings(connection_).DatabaseInWords()});
   }
 
  private:

@@ -9,6 +9,8 @@
 
 namespace torvik::engine {
 
+class Variables;
+
 struct OpenedSource {
   std::unique_ptr<RowSource> rows;
   bool alongside = false;  ///< Its connection does other work while the rows are read.
@@ -45,6 +47,8 @@ class PumpDestination {
   /// True for queries that rows choose from.
   virtual bool HasQueries() const { return false; }
   virtual const std::string& Connection() const = 0;
+  /// Of a table: its name, variables put in.
+  virtual std::string Table(const Variables&) const { return {}; }
   /// "warehouse, table orders".
   virtual std::string Describe() const = 0;
   /// Why nothing can be pumped there whatever happens; empty when it can.

@@ -12,6 +12,7 @@
 #include "engine/pump/RowQueries.h"
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
+#include "engine/tasks/LoadWatermark.h"
 #include "platform/Clock.h"
 #include "platform/PlatformError.h"
 
@@ -55,6 +56,7 @@ PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
   request.maximumErrorCount = settings.maximumErrorCount;
   request.onOneThread = job.onOneThread;
   request.choosesQueries = job.choosesQueries;
+  if (job.watermark != nullptr) request.watermark = &job.watermark->Rows();
   auto exceptions = NewExceptionFile(context, settings);
   if (exceptions) request.exceptions = &*exceptions;
   return RunPump(
@@ -112,6 +114,7 @@ PumpOutcome Load(TaskContext& context, const PumpJob& job, RowSource& source,
           table.name, staging, MergeOptionsOf(job.settings, context.GlobalVariables(), columns));
     };
   static_cast<PumpCounts&>(outcome) = Run(context, job, std::move(request));
+  if (job.watermark != nullptr) job.watermark->Keep();
   return outcome;
 }
 

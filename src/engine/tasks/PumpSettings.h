@@ -15,6 +15,7 @@
 namespace torvik::engine {
 
 class TaskReader;
+class LoadWatermark;
 struct RowQueries;
 
 /// What becomes of the rows that the destination has.
@@ -52,6 +53,7 @@ struct PumpJob {
   std::vector<ScriptMapping> scripts = {};
   bool onOneThread = false;
   bool choosesQueries = false;
+  LoadWatermark* watermark = nullptr;  ///< Null: every row is loaded.
 };
 
 /// A table of an open database.

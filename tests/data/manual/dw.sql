@@ -10,3 +10,4 @@ INSERT INTO dwm_data_link (model, source_name, ds_directory) VALUES ('Sales', 'o
 CREATE TABLE batch (id INTEGER PRIMARY KEY, source TEXT, started TEXT);
 CREATE TABLE batch_order (batch INTEGER, order_no INTEGER, amount DECIMAL(9,2));
 CREATE TABLE scripted (order_no INTEGER, country VARCHAR(40), label VARCHAR(8));
+CREATE TABLE purchase (order_no INTEGER PRIMARY KEY, amount DECIMAL(9,2), changed_at DATETIME);

@@ -286,6 +286,29 @@ TEST_F(PumpTasksTest, KeysBelongToAMerge) {
     EXPECT_THAT(ErrorOf([&] { Pump("id\n1\n", keys); }), HasSubstr(problem)) << keys;
 }
 
+TEST_F(PumpTasksTest, AWatermarkBelongsToRowsThatAreAdded) {
+  const std::string watermark = "watermark = { column = 'id', variable = 'Text' }\n";
+  const std::pair<std::string, const char*> cases[] = {
+      {watermark + "load = 'replace'", "which removes what earlier loads have brought"},
+      {watermark + "load = 'truncate'", "which removes what earlier loads have brought"},
+      {watermark + "load = 'merge'\nkeys = ['id']\ndelete_missing = true", "delete_missing"},
+      {watermark + "insert_commit_size = 5", "insert_commit_size"},
+      {watermark + "last_row = 5", "rows behind it would never be loaded"},
+      {watermark + Step("again", "DataPump",
+                        "source = \"file\"\ndestination = \"dw\"\ntable = \"t\"\n" + watermark),
+       "is that of the step \"s\" already"},
+      {"watermark = { column = 'id', variable = 'Txt' }", "no global variable \"Txt\""},
+      {"watermark = { column = 'id' }", "the key \"variable\" is missing"}};
+  for (const auto& [keys, problem] : cases)
+    EXPECT_THAT(ErrorOf([&] { Pump("id,name\n1,a\n", keys); }), HasSubstr(problem)) << keys;
+  Pump("id,name\n1,a\n", "watermark = { column = 'name', variable = 'Text' }");
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("holds neither whole or decimal numbers nor dates"));
+  Pump("id,name\n1,a\n", watermark);
+  Pump("id,name\n2,a\n", "watermark = { column = 'day', variable = 'Text' }");
+  EXPECT_THAT(disk_.Read("P.log"), HasSubstr("is one of table t, column id, and the step goes by"));
+  EXPECT_EQ(Rows(), "1:a");
+}
+
 TEST_F(PumpTasksTest, AMissingValueBecomesTheDefaultUnlessNullsAreKept) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "1:none@2001-01-08 2:b@2002-02-03"},

@@ -39,12 +39,15 @@ TEST(PostgreSqlRun, TheExampleGivesTheSameFiguresAndACheckOfItChangesNothing) {
   EXPECT_TRUE(before == server.Dump());
 }
 
-TEST(PostgreSqlRun, ImportedTextsGiveTheSameRows) {
+TEST(PostgreSqlRun, ScenariosGiveTheSameRowsAsOnAnEmbeddedServer) {
   const PostgreSqlServer& server = PostgreSqlServer::Instance();
-  server.MakeDatabase("DW");
-  Sandbox sandbox(server.Section("(local)"));
-  ASSERT_EQ(0, sandbox.Run({"torvik-admin", "server", "init", "--warehouse", "DW"}).exitCode);
-  RunScenario(TORVIK_SOURCE_DIR "/tests/scenarios/imported-texts.scenario", sandbox);
+  for (const char* scenario : {"imported-texts", "watermark"}) {
+    server.MakeDatabase("DW");
+    Sandbox sandbox(server.Section("(local)"));
+    ASSERT_EQ(0, sandbox.Run({"torvik-admin", "server", "init", "--warehouse", "DW"}).exitCode);
+    RunScenario(TORVIK_SOURCE_DIR + ("/tests/scenarios/" + std::string(scenario) + ".scenario"),
+                sandbox);
+  }
   // Other tests list the server's databases.
   const auto admin = server.NewConnection();
   admin->Open();
