@@ -1,5 +1,6 @@
 #include "nights/BatchScript.h"
 
+#include "platform/NumberText.h"
 #include "platform/ShellWord.h"
 
 namespace torvik::nights {
@@ -27,10 +28,15 @@ std::string MustHaveBegun(const NightStep& step, const std::vector<bool>& isLeft
 
 }  // namespace
 
-StepFiles FilesOf(const std::string& directory, std::size_t step, int attempt) {
-  const std::string path = directory + "/" + std::to_string(step);
-  const std::string of = path + "." + std::to_string(attempt);
-  return {path + ".begun", of + ".json", of + ".log"};
+StepFile StepFileOf(std::string_view name) {
+  const std::size_t dot = name.find('.'), last = name.rfind('.');
+  if (dot == std::string_view::npos) return {};
+  const auto step = NumberOf<std::size_t>(name.substr(0, dot));
+  if (!step) return {};
+  if (name.substr(dot) == ".begun") return {StepFile::Kind::Begun, *step};
+  if (last == dot || name.substr(last) != ".json") return {};
+  const auto attempt = NumberOf<int>(name.substr(dot + 1, last - dot - 1));
+  return attempt ? StepFile{StepFile::Kind::Result, *step, *attempt} : StepFile{};
 }
 
 std::string ScriptOf(const Submission& submission, const std::vector<NightStep>& steps,
@@ -49,6 +55,7 @@ std::string ScriptOf(const Submission& submission, const std::vector<NightStep>&
          "for one in $behind; do\n  [ -e \"$night/$one.begun\" ] || exit 3\ndone\n"
          ": > \"$night/$step.begun\" || exit 3\n"
          "grep -qs '\"status\": \"ok\"' \"$night/$step\".*.json && exit 0\n"
+         "grep -qs '\"status\": \"failure\"' \"$night/$step\".*.json && exit 1\n"
          "to=$night/$step.${SLURM_RESTART_COUNT:-0}\n"
          "exec " +
          ShellWord(admin) + " run \"$@\" --quiet --json > \"$to.json\" 2> \"$to.log\"\n";

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "nights/NightSteps.h"
@@ -8,20 +10,23 @@
 
 namespace torvik::nights {
 
-/// The files of one step in the directory of its night. Of a step that the batch system has begun
-/// again, as after the loss of a node, each attempt, from 0, has a result and a log of its own.
-struct StepFiles {
-  std::string begun;   ///< There as soon as the step has begun.
-  std::string result;  ///< The run as `torvik-admin run --json` tells it, when it has ended.
-  std::string log;     ///< What it has said meanwhile.
+/// A file that a step leaves in the directory of its night, by its name: "7.begun" as soon as step
+/// 7 has begun; "7.0.json", the run as `torvik-admin run --json` tells it, when it has ended; and
+/// "7.0.log", what it has said meanwhile. Of a step that the batch system begins again, as after
+/// the loss of a node, each attempt has a number of its own; a lost one may have left nothing.
+struct StepFile {
+  enum class Kind { Begun, Result, Other };
+  Kind kind = Kind::Other;
+  std::size_t step = 0;
+  int attempt = 0;  ///< Of a result.
 };
-StepFiles FilesOf(const std::string& directory, std::size_t step, int attempt);
+StepFile StepFileOf(std::string_view name);
 
 /// The POSIX shell script of an array: each task runs the job of its step by `admin`, the path of
 /// torvik-admin, whose exit code becomes the task's. A batch system counts a task that it has never
 /// begun as ended: a step that waits for another one's failure or completion looks itself whether
 /// that one has begun, and ends with exit code 3 otherwise. One that is begun again ends at once
-/// when an attempt has succeeded meanwhile.
+/// with the verdict of an earlier attempt, if there is one.
 std::string ScriptOf(const Submission& submission, const std::vector<NightStep>& steps,
                      const std::vector<bool>& isLeftOut, const std::string& directory,
                      const std::string& admin);

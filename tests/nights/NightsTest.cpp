@@ -1,6 +1,11 @@
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
 
 #include "fakes/FakeProcesses.h"
+#include "fakes/TemporaryDirectory.h"
 #include "nights/BatchScript.h"
 #include "nights/NightStatus.h"
 #include "nights/Slurm.h"
@@ -116,6 +121,39 @@ TEST(Nights, TheScriptGivesEachTaskItsJobAndNothingToTheShell) {
   EXPECT_THAT(script, AllOf(HasSubstr("4) step=1 behind='0'; set -- 'it'\\''s $HOME.etl' --var "
                                       "'Region=`id` \"x\"' --retries 2 --retry-delay 30 ;;\n"),
                             HasSubstr("[ -e \"$night/$one.begun\" ] || exit 3")));
+}
+
+TEST(Nights, AStepThatIsBegunAgainRunsWhileNoAttemptHasAVerdict) {
+  const std::tuple<const char*, const char*, int> cases[] = {
+      {"2.0.json", "\"status\": \"ok\"", 0},      {"2.0.json", "\"status\": \"failure\"", 1},
+      {"2.1.json", "\"status\": \"failure\"", 1}, {"2.0.json", "{", 7},
+      {"2.0.json", "\"status\": \"running\"", 7}, {"12.0.json", "\"status\": \"ok\"", 7},
+  };
+  for (const auto& [file, text, exitCode] : cases) {
+    TemporaryDirectory night;
+    night.Write(file, text);
+    night.Write("admin", "#!/bin/sh\nexit 7\n");
+    std::filesystem::permissions(night.PathOf("admin"), std::filesystem::perms::owner_all);
+    night.Write("script", ScriptOf({{2}, {5}, {}}, StepsOf("a b c"), {false, false, false},
+                                   night.PathOf(""), night.PathOf("admin")));
+    const int status = std::system(
+        ("SLURM_ARRAY_TASK_ID=5 SLURM_RESTART_COUNT=3 sh " + night.PathOf("script")).c_str());
+    EXPECT_EQ(WEXITSTATUS(status), exitCode) << file << ": " << text;
+    EXPECT_EQ(std::filesystem::exists(night.PathOf("2.3.json")), exitCode == 7);
+  }
+}
+
+TEST(Nights, FilesOfStepsAreKnownByTheirNames) {
+  const auto told = [](const char* name) {
+    const StepFile file = StepFileOf(name);
+    return std::to_string(static_cast<int>(file.kind)) + " " + std::to_string(file.step) + " " +
+           std::to_string(file.attempt);
+  };
+  const std::pair<const char*, const char*> cases[] = {
+      {"7.begun", "0 7 0"},    {"7.12.json", "1 7 12"},   {"7.0.log", "2 0 0"},
+      {"night.json", "2 0 0"}, {"7.json", "2 0 0"},       {"7.x.json", "2 0 0"},
+      {"slurm.out", "2 0 0"},  {"7.0.json.part", "2 0 0"}};
+  for (const auto& [name, file] : cases) EXPECT_EQ(told(name), file) << name;
 }
 
 StepTraces Ended(const char* word) {

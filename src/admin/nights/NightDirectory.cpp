@@ -23,26 +23,22 @@ std::string RecordOf(const NightDirectory& night) {
   return night.path + "/night.json";
 }
 
-/// Of the attempt that has succeeded, else of the last one that has ended.
-std::optional<nights::StepResult> ResultOf(LinuxPlatform& platform, const NightDirectory& night,
-                                           std::size_t step) {
-  std::optional<nights::StepResult> result;
-  std::error_code error;
-  for (int attempt = 0; !result || !result->isOk; ++attempt) {
-    const std::string file = nights::FilesOf(night.path, step, attempt).result;
-    if (!fs::exists(file, error)) break;
-    result = nights::StepResultOf(ReadText(*platform.files, file));
-  }
-  return result;
-}
-
+/// Of several attempts the one that has succeeded counts, else the last one with a verdict.
 std::vector<nights::StepTraces> TracesOf(LinuxPlatform& platform, const NightDirectory& night,
                                          std::size_t steps) {
   std::vector<nights::StepTraces> traces(steps);
-  std::error_code error;
-  for (std::size_t i = 0; i < steps; ++i) {
-    traces[i].hasBegun = fs::exists(nights::FilesOf(night.path, i, 0).begun, error);
-    if (traces[i].hasBegun) traces[i].result = ResultOf(platform, night, i);
+  std::vector<int> attempts(steps, -1);
+  for (const fs::directory_entry& entry : fs::directory_iterator(night.path)) {
+    const nights::StepFile file = nights::StepFileOf(entry.path().filename().string());
+    if (file.kind == nights::StepFile::Kind::Other || file.step >= steps) continue;
+    nights::StepTraces& trace = traces[file.step];
+    trace.hasBegun = true;
+    if (file.kind != nights::StepFile::Kind::Result) continue;
+    const auto result = nights::StepResultOf(ReadText(*platform.files, entry.path().string()));
+    const bool isKnown = trace.result && trace.result->isOk;
+    if (!result || isKnown || (file.attempt < attempts[file.step] && !result->isOk)) continue;
+    trace.result = result;
+    attempts[file.step] = file.attempt;
   }
   return traces;
 }

@@ -109,6 +109,13 @@ TEST_F(SlurmNight, EachJobRunsBehindThoseItWaitsForAndSaysHowItEnded) {
   EXPECT_EQ("", sandbox_.ReadFile("never"));
   EXPECT_THAT(Admin({"history"}).out, AllOf(HasSubstr("bad     failure"), HasSubstr("repair  ok")));
 
+  // A node that was lost with the first attempt leaves the second one's result alone.
+  for (int step = 0; step < 2; ++step) {
+    const std::string result = sandbox_.PathOf("state/nights/1/" + std::to_string(step));
+    std::filesystem::rename(result + ".0.json", result + ".1.json");
+  }
+  EXPECT_THAT(Admin({"night", "status", "1"}).out, HasSubstr("4 ok, 1 failed, 3 not reached"));
+
   sandbox_.WriteFile("mended", "");
   ASSERT_EQ(0, Admin({"night", "submit", "Night", "--resume", "1", "--var", "Whose=me"}).exitCode);
   EXPECT_THAT(Ended().out, HasSubstr("Night: 7 ok, 1 not reached"));
