@@ -99,7 +99,7 @@ void RaiseAlarms(Program& program, Alarms& alarms) {
 }
 
 /// The end of a run waits no longer for it.
-constexpr std::chrono::seconds kSendingLimit{30};
+constexpr std::chrono::seconds kSendingLimit{10};
 
 /// To the history that machines share, behind the word that the run leaves.
 void ShareRuns(const Program& program, const LinuxPlatform& platform) {

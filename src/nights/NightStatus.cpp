@@ -41,7 +41,7 @@ bool Blocks(StepState before, engine::Outcome outcome) {
 class Reading {
  public:
   Reading(const NightRecord& night, const std::vector<StepTraces>& traces,
-          const std::map<std::string, BatchTask>& tasks)
+          const std::optional<std::map<std::string, BatchTask>>& tasks)
       : night_(night), traces_(traces), tasks_(tasks), steps_(night.steps.size()) {}
 
   std::vector<StepStatus> Read() {
@@ -73,17 +73,15 @@ class Reading {
     if (step.isDone) return {StepState::Ok, "an earlier night has done it"};
     if (const auto& result = traces_[at].result)
       return {result->isOk ? StepState::Ok : StepState::Failed, result->reason, result->host};
-    const BatchTask* const task = TaskOf(step);
     if (!traces_[at].hasBegun)
       for (const engine::Constraint& one : step.after)
         if (Blocks(steps_[one.step].state, one.outcome))
           return {StepState::NotReached, Because(one)};
-    return task == nullptr ? Forgotten(at) : AsQueued(at, *task);
-  }
-
-  const BatchTask* TaskOf(const SubmittedStep& step) const {
-    const auto found = tasks_.find(step.task);
-    return found == tasks_.end() ? nullptr : &found->second;
+    if (!tasks_)
+      return {traces_[at].hasBegun ? StepState::Running : StepState::Waiting,
+              "Slurm does not answer"};
+    const auto task = tasks_->find(step.task);
+    return task == tasks_->end() ? Forgotten(at) : AsQueued(at, task->second);
   }
 
   /// The step that is to blame in the end.
@@ -124,7 +122,7 @@ class Reading {
 
   const NightRecord& night_;
   const std::vector<StepTraces>& traces_;
-  const std::map<std::string, BatchTask>& tasks_;
+  const std::optional<std::map<std::string, BatchTask>>& tasks_;
   std::vector<StepStatus> steps_;
   std::vector<bool> isKnown_;
 };
@@ -166,7 +164,7 @@ std::optional<StepResult> StepResultOf(std::string_view text) {
 }
 
 std::vector<StepStatus> StatusOf(const NightRecord& night, const std::vector<StepTraces>& traces,
-                                 const std::map<std::string, BatchTask>& tasks) {
+                                 const std::optional<std::map<std::string, BatchTask>>& tasks) {
   return Reading(night, traces, tasks).Read();
 }
 

@@ -44,9 +44,10 @@ struct StepStatus {
 };
 
 /// The state of each step, from what the steps have left (`traces`, one a step) and what the queue
-/// knows of their tasks.
+/// knows of their tasks; nothing when the batch system does not answer: what has begun may run
+/// then.
 std::vector<StepStatus> StatusOf(const NightRecord& night, const std::vector<StepTraces>& traces,
-                                 const std::map<std::string, BatchTask>& tasks);
+                                 const std::optional<std::map<std::string, BatchTask>>& tasks);
 
 /// The verdict of the whole: Failed when a step has failed, is lost or cancelled; else Running
 /// while one runs or waits; else Ok.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <map>
+#include <optional>
 
 #include "nights/BatchScript.h"
 #include "nights/Slurm.h"
@@ -91,11 +93,17 @@ nights::NightRecord ReadNightRecord(LinuxPlatform& platform, const NightDirector
   return nights::NightRecordOf(ReadText(*platform.files, RecordOf(night)), RecordOf(night));
 }
 
-NightNow LookAtNight(LinuxPlatform& platform, int number) {
+NightNow LookAtNight(LinuxPlatform& platform, int number, std::string* silence) {
   NightNow now{FindNightDirectory(platform, number), {}, {}, {}};
   now.record = ReadNightRecord(platform, now.directory);
   // The queue first: what ends meanwhile has left its result then.
-  const auto tasks = nights::Slurm(*platform.processes).Tasks(now.record.jobs);
+  std::optional<std::map<std::string, nights::BatchTask>> tasks;
+  try {
+    tasks = nights::Slurm(*platform.processes).Tasks(now.record.jobs);
+  } catch (const PlatformError& error) {
+    if (silence == nullptr) throw;
+    *silence = error.Description();
+  }
   now.traces = TracesOf(platform, now.directory, now.record.steps.size());
   now.statuses = nights::StatusOf(now.record, now.traces, tasks);
   return now;

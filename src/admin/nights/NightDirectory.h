@@ -38,7 +38,7 @@ struct NightNow {
 };
 
 /// That of a number, as FindNightDirectory has it. Throws PlatformError, also when Slurm does not
-/// answer.
-NightNow LookAtNight(LinuxPlatform& platform, int number);
+/// answer; unless there is `silence`, which then has the reason.
+NightNow LookAtNight(LinuxPlatform& platform, int number, std::string* silence = nullptr);
 
 }  // namespace torvik::admin

@@ -1,6 +1,7 @@
 #include <map>
 
 #include "admin/common/RunTexts.h"
+#include "admin/common/Secrets.h"
 #include "admin/nights/BatchNights.h"
 #include "admin/nights/NightDirectory.h"
 #include "nights/Slurm.h"
@@ -81,7 +82,9 @@ int ExitCodeOf(StepState whole) {
 }  // namespace
 
 int ShowNight(LinuxPlatform& platform, const Invocation& invocation, int night) {
-  NightNow now = LookAtNight(platform, night);
+  std::string silence;
+  NightNow now = LookAtNight(platform, night, &silence);
+  if (!silence.empty()) Warn(silence + "; of what has not ended no more is known");
   AddProgress(platform, now);
   const StepState whole = nights::WholeOf(now.statuses);
   if (invocation.json) {

@@ -161,6 +161,9 @@ TEST_F(SlurmNight, ACancelledNightEndsAndOneOnALostNodeGoesOn) {
   // The controller, which keeps what it knows within five seconds, comes back and knows it.
   std::this_thread::sleep_for(6s);
   slurm_->Do("kill", "controller");
+  const ProgramResult silent = Admin({"night", "status"});
+  EXPECT_EQ(3, silent.exitCode);
+  EXPECT_THAT(silent.out, HasSubstr("Slurm does not answer"));
   slurm_->Do("start");
   const ProgramResult resumed = Admin({"night", "status"});
   EXPECT_EQ(3, resumed.exitCode) << resumed.out << resumed.err;
