@@ -144,10 +144,8 @@ void RunProgram(const std::string& argumentText) {
       [form] {
         if (form() != nullptr) form()->cmdClose_Click();
       },
-      [&running, form](const FetchProgress& progress) {
-        if (form() == nullptr) return;
-        running->recorder.FetchProceeds(progress);
-        form()->SetFormStatus(FetchText(progress));
+      [&running](const FetchProgress& progress) {
+        if (running != nullptr) TellFetchProgress(*running, progress);
       });
   const auto packages =
       engine::NewPackageHost({*linuxPlatform.databases,

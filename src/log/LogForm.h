@@ -8,6 +8,8 @@ namespace torvik {
 namespace dts {
 struct StepOutline;
 }
+struct FetchProgress;
+struct FetchStatus;
 struct StepProgress;
 
 /// What the log writer, and a run, need of the main form.
@@ -26,6 +28,10 @@ class LogForm {
   virtual void ShowPackage(const std::vector<dts::StepOutline>&) {}
   /// Shows how a step of the running package stands.
   virtual void ShowStep(const StepProgress&) {}
+  /// Shows that files are to be fetched for a data link, or how that has ended.
+  virtual void ShowFetch(const FetchStatus&) {}
+  /// Shows how far the fetching that was shown last has come.
+  virtual void ShowFetchProgress(const FetchProgress&) {}
 };
 
 }  // namespace torvik

@@ -1,6 +1,7 @@
 #include "log/RunLog.h"
 
 #include "log/LogForm.h"
+#include "platform/CountText.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "platform/Text.h"
@@ -29,7 +30,7 @@ bool RunLog::TellLostLines(const std::string& file) {
   if (lostLines_ == 0) return true;
   // What was written of the first of them may have left half a line.
   const std::string words =
-      "\r\nError: " + std::to_string(lostLines_) + " lines of this log could not be written\r\n";
+      "\r\nError: " + Counted(lostLines_, "line") + " of this log could not be written\r\n";
   if (files_.AppendText(file, words)) return false;
   lostLines_ = 0;
   return true;

@@ -7,6 +7,8 @@
 #include "datalinks/ETLPackages.h"
 #include "datalinks/cDataSources.h"
 #include "history/RunRecorder.h"
+#include "log/FetchStatus.h"
+#include "log/LogForm.h"
 #include "package/ErrLogging.h"
 #include "platform/Dts.h"
 #include "platform/Messages.h"
@@ -86,7 +88,7 @@ bool ExecDTSPackage::IsFetched(const std::string& link) {
   return found != fetched_.end();
 }
 
-bool ExecDTSPackage::HandleRemoteData() {
+bool ExecDTSPackage::HandleRemoteData(LogForm& form) {
   lastError_.clear();
   cDataSources links;
   links.Load(services_.dataWarehouse.Connection(), ModelNameFromPackage(DTSPackageName));
@@ -99,10 +101,15 @@ bool ExecDTSPackage::HandleRemoteData() {
         byFtp ? RemoteLogon{link->strFTPServer, link->strFTPUser, link->strFTPPassword}
               : RemoteLogon{};
     services_.recorder.FetchBegins(link->strName);
+    FetchStatus status{link->strName, RemotePlace(link->strRemoteDir, logon), link->strDSDirectory};
+    form.ShowFetch(status);
     const bool hasCome =
         services_.remoteData.PollForRemoteData(link->strRemoteDir, link->strDSDirectory,
                                                link->intPollInterval, link->intPollDuration, logon);
-    services_.recorder.FetchEnds(hasCome, hasCome ? "" : services_.remoteData.WhyNot());
+    if (!hasCome) status.error = services_.remoteData.WhyNot();
+    status.state = hasCome ? StepState::Done : StepState::Failed;
+    services_.recorder.FetchEnds(hasCome, status.error);
+    form.ShowFetch(status);
     complete &= hasCome;
   }
   return complete;

@@ -19,6 +19,7 @@ struct StepOutline;
 class CopyQuorFiles;
 class DataWarehouse;
 class ErrLogging;
+class LogForm;
 class Messages;
 class RunRecorder;
 class Secrets;
@@ -60,8 +61,9 @@ class ExecDTSPackage : public JobSettings {
   std::vector<std::string> GoOnBehind(const RunRecord& run);
 
   /// Fetches the remote data of every data link of the package's model that asks for it, going on
-  /// after a failure; true when all of it came. Throws PlatformError when the links cannot be read.
-  bool HandleRemoteData();
+  /// after a failure, and shows each in the form; true when all of it came. Throws PlatformError
+  /// when the links cannot be read.
+  bool HandleRemoteData(LogForm& form);
 
   /// The values of the loaded package's variables, the passwords left out, with nothing between
   /// them. Throws PlatformError when the package lacks one of them.

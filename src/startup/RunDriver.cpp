@@ -7,6 +7,7 @@
 
 #include "package/ExecDTSPackage.h"
 #include "platform/Clock.h"
+#include "platform/CountText.h"
 #include "platform/Dts.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
@@ -174,7 +175,8 @@ bool RunDriver::GoesOn(ExecDTSPackage& job) {
     if (!run) throw PlatformError(0, "the history has no such run", "history");
     const std::vector<std::string> leftOut = job.GoOnBehind(*run);
     std::string line = "Going on where run " + number + " ended, without " +
-                       std::to_string(leftOut.size()) + " steps that it has done";
+                       Counted(static_cast<std::int64_t>(leftOut.size()), "step") +
+                       " that it has done";
     for (const std::string& step : leftOut) line += (&step == &leftOut[0] ? ": " : ", ") + step;
     Log(line);
     return true;
@@ -205,7 +207,7 @@ bool RunDriver::StoreLinksAndFetchRemoteData(ExecDTSPackage& job) {
     if (!form_.TorvConfigFile.empty()) {
       program_.dataLinks.SaveAllDataLinks(program_.dataWarehouse.Connection());
     }
-    return job.HandleRemoteData();
+    return job.HandleRemoteData(form_);
   } catch (const std::exception& error) {
     Log("Error: the data links cannot be used: " + WordsOf(error));
     form_.ShowProblem("data links", WordsOf(error));

@@ -1,28 +1,26 @@
 #include "startup/RunProgress.h"
 
-#include <cstdio>
-
 #include "history/RunRecorder.h"
 #include "log/LogForm.h"
 #include "log/RunLog.h"
 #include "log/StepProgress.h"
+#include "platform/CountText.h"
 #include "platform/FetchProgress.h"
 #include "platform/Messages.h"
+#include "startup/Program.h"
 
 namespace torvik {
-namespace {
-
-std::string Megabytes(std::int64_t bytes) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
-  return text;
-}
-
-}  // namespace
 
 std::string FetchText(const FetchProgress& progress) {
-  return "Remote data : " + std::to_string(progress.files) + " complete, " +
-         Megabytes(progress.bytes) + ", " + std::string(progress.file);
+  return "Remote data : " + Counted(progress.files, "file") + " complete, " +
+         BytesText(progress.bytes) + ", " + std::string(progress.file);
+}
+
+void TellFetchProgress(Program& program, const FetchProgress& progress) {
+  if (!program.form) return;
+  program.recorder.FetchProceeds(progress);
+  program.form->ShowFetchProgress(progress);
+  program.form->SetFormStatus(FetchText(progress));
 }
 
 void RunProgress::OnStart(std::string_view step) {
@@ -34,7 +32,7 @@ void RunProgress::OnStart(std::string_view step) {
 void RunProgress::OnProgress(std::string_view step, std::int64_t rows) {
   recorder_.StepHasRows(step, rows);
   form_.ShowStep({std::string(step), StepState::Running, rows});
-  form_.SetFormStatus(std::string(step) + " : " + std::to_string(rows) + " rows");
+  form_.SetFormStatus(std::string(step) + " : " + Counted(rows, "row"));
 }
 
 void RunProgress::OnFinish(std::string_view step) {

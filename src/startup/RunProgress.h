@@ -11,9 +11,14 @@ class LogForm;
 class Messages;
 class RunLog;
 class RunRecorder;
+struct Program;
 
 /// What the status bar shows of the fetching of remote data.
 std::string FetchText(const FetchProgress& progress);
+
+/// Records how far the fetching of remote data has come and shows it in the program's form, if it
+/// has one.
+void TellFetchProgress(Program& program, const FetchProgress& progress);
 
 /// Shows an execution in the form's status bar, records it, and keeps the form responsive
 /// meanwhile.

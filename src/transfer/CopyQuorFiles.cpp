@@ -36,15 +36,17 @@ std::string TimeInWords(const std::tm& time) {
 
 }  // namespace
 
+std::string RemotePlace(const std::string& directory, const RemoteLogon& logon) {
+  return logon.server.empty() ? directory : "ftp://" + logon.server + "/" + directory;
+}
+
 /// Where the data is; reading the status completes the directory's separator.
 struct CopyQuorFiles::Remote {
   std::string directory;
   const RemoteLogon& logon;
 
   bool IsFtp() const { return !logon.server.empty(); }
-  std::string Place() const {
-    return IsFtp() ? "ftp://" + logon.server + "/" + directory : directory;
-  }
+  std::string Place() const { return RemotePlace(directory, logon); }
 };
 
 CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry,

@@ -19,6 +19,9 @@ struct RemoteLogon {
   std::string password;
 };
 
+/// Where remote data lies, in words: "ftp://SERVER/DIRECTORY", or the share's directory.
+std::string RemotePlace(const std::string& directory, const RemoteLogon& logon);
+
 /// Fetches the remote data of a data link, once its provider's status file says that it is
 /// complete.
 class CopyQuorFiles {

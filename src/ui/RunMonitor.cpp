@@ -8,13 +8,11 @@
 #include <utility>
 
 #include "platform/Clock.h"
-#include "platform/NumberText.h"
+#include "platform/CountText.h"
+#include "platform/FetchProgress.h"
 
 namespace torvik {
 namespace {
-
-/// As many intervals as a small chart shows; then they become twice as long.
-constexpr std::size_t kMostIntervals = 120;
 
 const char* WordFor(StepState state) {
   switch (state) {
@@ -45,6 +43,20 @@ RunMonitor::Step StepOfRecord(const StepRecord& record, Moment begin) {
   return step;
 }
 
+RunMonitor::Fetch FetchOfRecord(const FetchRecord& record, Moment begin) {
+  RunMonitor::Fetch fetch;
+  fetch.link = record.link;
+  fetch.state = record.isComplete ? StepState::Done
+                : record.end      ? StepState::Failed
+                                  : StepState::Running;
+  fetch.error = record.error;
+  fetch.files = record.files;
+  fetch.bytes = record.bytes;
+  fetch.begin = std::max(0.0, SecondsBetween(begin, record.begin));
+  if (record.end) fetch.end = std::max(fetch.begin, SecondsBetween(begin, *record.end));
+  return fetch;
+}
+
 }  // namespace
 
 void RunMonitor::Begin() {
@@ -61,6 +73,7 @@ void RunMonitor::End() {
 void RunMonitor::Forget() {
   lines_.clear();
   steps_.clear();
+  fetches_.clear();
   places_.clear();
   ended_.reset();
   Title.Set("");
@@ -114,6 +127,28 @@ void RunMonitor::ShowStep(const StepProgress& progress) {
   StepsChanged();
 }
 
+void RunMonitor::ShowFetch(const FetchStatus& status) {
+  if (status.state == StepState::Running) {
+    fetches_.push_back({status});
+    fetches_.back().begin = Passed();
+  } else if (!fetches_.empty()) {
+    static_cast<FetchStatus&>(fetches_.back()) = status;
+    fetches_.back().end = Passed();
+  }
+  StepsChanged();
+}
+
+void RunMonitor::ShowFetchProgress(const FetchProgress& progress) {
+  if (fetches_.empty() || fetches_.back().end) return;  // not of a run's data link
+  Fetch& fetch = fetches_.back();
+  fetch.bytesByTime.Add(Passed() - fetch.begin,
+                        std::max<std::int64_t>(0, progress.bytes - fetch.bytes));
+  fetch.file = progress.file;
+  fetch.files = progress.files;
+  fetch.bytes = progress.bytes;
+  StepsChanged();
+}
+
 /// Rows so far; what is new among them belongs to the interval that is under way.
 void RunMonitor::Count(Step& step, std::int64_t rows) const {
   const double passed = step.end.value_or(Passed()) - step.begin;
@@ -121,18 +156,7 @@ void RunMonitor::Count(Step& step, std::int64_t rows) const {
   step.rows += more;
   if (step.rows == 0 || passed <= 0) return;
   step.rowsPerSecond = static_cast<double>(step.rows) / passed;
-  std::vector<std::int64_t>& intervals = step.rowsByTime;
-  while (passed / step.interval >= kMostIntervals) {
-    step.interval *= 2;
-    for (std::size_t i = 0; i < intervals.size(); ++i) {
-      const std::int64_t one = std::exchange(intervals[i], 0);
-      intervals[i / 2] += one;
-    }
-    intervals.resize((intervals.size() + 1) / 2);
-  }
-  intervals.resize(
-      std::max(intervals.size(), static_cast<std::size_t>(passed / step.interval) + 1));
-  intervals.back() += more;
+  step.rowsByTime.Add(passed, more);
 }
 
 void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title) {
@@ -142,6 +166,8 @@ void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title) {
     bool isNew = false;
     StepOf(record.step, isNew) = StepOfRecord(record, run.begin);
   }
+  for (const FetchRecord& record : run.fetches)
+    fetches_.push_back(FetchOfRecord(record, run.begin));
   std::set<std::string_view> known;
   for (const dts::StepOutline& step : package) known.insert(step.name);
   const bool isThisPackage = !package.empty() && std::ranges::all_of(steps_, [&](const Step& step) {
@@ -178,12 +204,24 @@ const RunMonitor::Step* RunMonitor::Find(const std::string& name) const {
   return place == places_.end() ? nullptr : &steps_[place->second];
 }
 
+const RunMonitor::Fetch* RunMonitor::FindFetch(const std::string& link) const {
+  const auto found = std::find_if(fetches_.rbegin(), fetches_.rend(),
+                                  [&](const Fetch& fetch) { return fetch.link == link; });
+  return found == fetches_.rend() ? nullptr : &*found;
+}
+
 std::string Described(const RunMonitor::Step& step) {
   std::string text = WordFor(step.state);
-  if (step.rows > 0) text += ", " + Grouped(step.rows) + " rows";
+  if (step.rows > 0) text += ", " + Counted(step.rows, "row");
   if (step.rowsPerSecond >= 1) text += ", " + Grouped(std::llround(step.rowsPerSecond)) + " rows/s";
   if (step.rejected > 0) text += ", " + Grouped(step.rejected) + " rejected";
   return text;
+}
+
+std::string FiguresOf(const RunMonitor::Fetch& fetch) {
+  const bool waits = fetch.state == StepState::Running && fetch.file.empty();
+  if (waits && fetch.bytes == 0) return "waiting for its provider";
+  return Counted(fetch.files, "file") + ", " + BytesText(fetch.bytes);
 }
 
 std::string ClockText(double seconds) {

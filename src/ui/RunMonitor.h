@@ -6,15 +6,18 @@
 #include <unordered_map>
 #include <vector>
 
+#include "log/FetchStatus.h"
 #include "log/StepProgress.h"
 #include "platform/Dts.h"
 #include "platform/RunHistory.h"
 #include "startup/MainForm.h"
 #include "ui/Controls.h"
+#include "ui/CountByTime.h"
 
 namespace torvik {
 
 class Clock;
+struct FetchProgress;
 
 /// What an operator sees of a run while it goes on, or of one that the history has: the package's
 /// steps and how they stand, the log's lines, the verdict.
@@ -29,9 +32,17 @@ class RunMonitor {
     double begin = 0;           ///< Seconds since the run began.
     std::optional<double> end;  ///< Empty while it runs.
     std::string error;
-    /// Rows in intervals of equal length from the begin on, the last of them under way.
-    std::vector<std::int64_t> rowsByTime;
-    double interval = 0.1;  ///< Seconds.
+    CountByTime rowsByTime;
+  };
+
+  /// The fetching of a data link's files.
+  struct Fetch : FetchStatus {
+    std::string file;        ///< Under way, or the last; empty while its provider is waited for.
+    std::int64_t files = 0;  ///< That are complete.
+    std::int64_t bytes = 0;
+    double begin = 0;           ///< Seconds since the run began.
+    std::optional<double> end;  ///< Empty while it goes on.
+    CountByTime bytesByTime;
   };
 
   /// Why something has failed: a step, or what stands in its place.
@@ -46,7 +57,9 @@ class RunMonitor {
   /// Those that have begun or will not, in that order. They change in their place: a package may
   /// have thousands, each telling of itself.
   const std::vector<Step>& Steps() const { return steps_; }
-  Signal StepsChanged;
+  /// In the order in which they have begun, each before every step.
+  const std::vector<Fetch>& Fetches() const { return fetches_; }
+  Signal StepsChanged;  ///< Or a fetch has.
   Observable<std::vector<Problem>> Problems;
   Observable<RunVerdict> Verdict{RunVerdict::None};
   Observable<bool> Runs;
@@ -60,6 +73,10 @@ class RunMonitor {
   void End();
   void AddLine(const std::string& line);
   void ShowStep(const StepProgress& progress);
+  /// One that begins, or the end of the last one.
+  void ShowFetch(const FetchStatus& status);
+  /// Of the last one.
+  void ShowFetchProgress(const FetchProgress& progress);
   /// What is told twice is kept once.
   void AddProblem(const std::string& place, const std::string& reason);
   /// Shows a run that is over in place of the one before.
@@ -69,6 +86,8 @@ class RunMonitor {
   double Seconds() const;
   /// The step of that name; null for one that has not begun.
   const Step* Find(const std::string& name) const;
+  /// The last fetch for the data link; null when there was none.
+  const Fetch* FindFetch(const std::string& link) const;
 
  private:
   double Passed() const;
@@ -78,6 +97,7 @@ class RunMonitor {
   Clock& clock_;
   std::vector<std::string> lines_;
   std::vector<Step> steps_;
+  std::vector<Fetch> fetches_;
   std::unordered_map<std::string, std::size_t> places_;  // of the steps, by name
   std::chrono::steady_clock::time_point began_;
   std::optional<double> ended_;  // seconds since then
@@ -85,6 +105,8 @@ class RunMonitor {
 
 /// "done, 12,345 rows, 678 rows/s".
 std::string Described(const RunMonitor::Step& step);
+/// "2 files, 12.3 MB"; of one that waits for its provider "waiting for its provider".
+std::string FiguresOf(const RunMonitor::Fetch& fetch);
 /// "0:14", "1:02:03".
 std::string ClockText(double seconds);
 

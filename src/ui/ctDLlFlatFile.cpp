@@ -7,9 +7,9 @@
 
 #include "config/FileUtils.h"
 #include "datalinks/FieldReaders.h"
+#include "platform/CountText.h"
 #include "platform/Files.h"
 #include "platform/Messages.h"
-#include "platform/NumberText.h"
 #include "transfer/FtpFuncModule.h"
 #include "ui/ModSHBrowse.h"
 
@@ -51,9 +51,8 @@ Finding LookAt(Files& files, std::string directory, bool areFetched) {
     if (error) return Unreadable(path, error);
     all += bytes;
   }
-  return {"Files that can be read in " + directory + ": " +
-          Grouped(static_cast<std::int64_t>(names.size())) + ", of " +
-          Grouped(static_cast<std::int64_t>(all)) + " bytes."};
+  return {Counted(static_cast<std::int64_t>(names.size()), "file") + " in " + directory +
+          " can be read: " + Counted(static_cast<std::int64_t>(all), "byte") + "."};
 }
 
 }  // namespace

@@ -112,6 +112,10 @@ class frmRunnerMain final : public MainForm {
     Monitor.Package.Set(steps);
   }
   void ShowStep(const StepProgress& progress) override { Monitor.ShowStep(progress); }
+  void ShowFetch(const FetchStatus& status) override { Monitor.ShowFetch(status); }
+  void ShowFetchProgress(const FetchProgress& progress) override {
+    Monitor.ShowFetchProgress(progress);
+  }
   void SetFormTitle(const std::string& text);
 
   bool StartInQXJobConfigMode() const { return startInQXJobConfigMode_; }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "startup/RunProgress.h"
 #include "startup/RunnerMain.h"
 #include "ui/frmAnimate.h"
 #include "ui/qt/MainWindow.h"
@@ -36,7 +37,10 @@ DesktopSession::~DesktopSession() {
 void DesktopSession::Start(const std::string& argumentText) {
   if (desktop_) desktop_->CloseWindows();
   program_.reset();
-  platform_ = NewLinuxPlatform([] {});
+  platform_ = NewLinuxPlatform([] {},
+                               [this](const FetchProgress& progress) {
+                                 if (program_) TellFetchProgress(*program_, progress);
+                               });
   packages_ = engine::NewPackageHost({*platform_.databases,
                                       *platform_.files,
                                       *platform_.codePages,

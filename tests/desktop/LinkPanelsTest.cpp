@@ -150,8 +150,7 @@ TEST_F(LinkPanelsTest, TheFilesOfADirectoryAreTested) {
   SelectLink("orders");
   std::string box;
   for (const auto& [directory, answer] :
-       {std::pair{Path("flat/"),
-                  "Test|Files that can be read in " + Path("flat/") + ": 2, of 14 bytes."},
+       {std::pair{Path("flat/"), "Test|2 files in " + Path("flat/") + " can be read: 14 bytes."},
         {Path("none/"), "Test|Cannot read " + Path("none/") +
                             ": No such file or directory. Make it readable for the user of the "
                             "job, or choose another directory."}}) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "log/FetchStatus.h"
 #include "log/LogForm.h"
 
 namespace torvik {
@@ -11,9 +12,11 @@ namespace torvik {
 struct FakeLogForm final : LogForm {
   std::string file = "err.txt";
   std::vector<std::string> statuses;
+  std::vector<FetchStatus> fetches;  ///< As they were shown.
 
   std::string ErrorFile() const override { return file; }
   void SetFormStatus(const std::string& text) override { statuses.push_back(text); }
+  void ShowFetch(const FetchStatus& status) override { fetches.push_back(status); }
 };
 
 }  // namespace torvik

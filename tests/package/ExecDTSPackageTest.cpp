@@ -259,18 +259,25 @@ TEST_F(JobTest, EveryRemoteLinkIsTriedAndOneThatFailsFailsTheStep) {
                                               {"poll_duration", std::int64_t{1}},
                                               {"ftp_password", std::string("ftp password")}}));
   };
-  EXPECT_TRUE(job.HandleRemoteData());
+  EXPECT_TRUE(job.HandleRemoteData(form));
   add(0, "");
   add(9, "");
-  EXPECT_TRUE(job.HandleRemoteData());
+  EXPECT_TRUE(job.HandleRemoteData(form));
   EXPECT_FALSE(files.Exists("err.txt"));
   add(1, "ftp1");
   add(2, "not used");
-  EXPECT_FALSE(job.HandleRemoteData());
+  EXPECT_FALSE(job.HandleRemoteData(form));
   EXPECT_THAT(internet.calls, testing::Contains("Connect ftp1:21 "));
   EXPECT_THAT(shell.calls, ElementsAre("Read status"));
   EXPECT_THAT(files.Text("err.txt"), Not(HasSubstr("ftp password")));
   EXPECT_EQ(job.LastError(), "");
+  std::vector<std::string> shown;
+  for (const FetchStatus& fetch : form.fetches)
+    shown.push_back(fetch.from + (fetch.state == StepState::Running ? " begins" : ": ") +
+                    fetch.error);
+  EXPECT_THAT(
+      shown, ElementsAre("ftp://ftp1/ begins", "ftp://ftp1/: Polling for Remote Data Timed out ...",
+                         " begins", ": Polling for Remote Data Timed out ..."));
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(Night, SaysWhyAJobFailedAndGoesOnWithWhatIsMissing) {
       << "the first one once, all with the same variables";
   EXPECT_THAT(Admin({"history", "show", "1"}).out, HasSubstr("--var       Whose=me\n"));
   EXPECT_THAT(WithoutCr(sandbox_.ReadFile("nighterr.txt")),
-              HasSubstr("ended, without 1 steps that it has done: first\n"));
+              HasSubstr("ended, without 1 step that it has done: first\n"));
   EXPECT_THAT(Admin({"run", "night.etl", "--resume"}).err, HasSubstr("has succeeded"));
 
   sandbox_.Connect("DW")->Execute("DROP TABLE no_such_table");

@@ -351,7 +351,7 @@ TEST_F(ProgramTest, ProgressShowsInTheStatusBarAndErrorsAreReported) {
     events.OnFinish("pump");
   };
   Start("-configfile job.etl");
-  EXPECT_THAT(shown, ::testing::IsSupersetOf({"pump ...", "pump : 12000 rows", "pump : done"}));
+  EXPECT_THAT(shown, ::testing::IsSupersetOf({"pump ...", "pump : 12,000 rows", "pump : done"}));
   EXPECT_THAT(messages.reports, ElementsAre("step 'pump': line 7: bad"));
   const RunMonitor::Problem problem{"pump", "line 7: bad"};
   EXPECT_THAT(Form().Monitor.Problems.Get(), ElementsAre(problem));

@@ -38,11 +38,11 @@ TEST(FetchCounter, TellsTheWholeAtTheEndOfADirectoryAndSeldomBefore) {
   }
   EXPECT_LE(told.size(), 20U);
   counter.EndDirectory();
-  EXPECT_EQ("Remote data : 2 complete, 2.5 MB, b", told.back());
+  EXPECT_EQ("Remote data : 2 files complete, 2.5 MB, b", told.back());
   counter.BeginDirectory();
   counter.EndFile();
   counter.EndDirectory();
-  EXPECT_EQ("Remote data : 1 complete, 0.0 MB, b", told.back());
+  EXPECT_EQ("Remote data : 1 file complete, 0 bytes, b", told.back());
 }
 
 }  // namespace

@@ -277,10 +277,8 @@ TEST_F(PanelTest, TheLocalDirectoryOfFlatFilesIsTested) {
     std::string text;
     BoxIcon icon;
   } cases[] = {
-      {"C:\\in\\", false, "Files that can be read in C:\\in\\: 2, of 1,502 bytes.",
-       BoxIcon::Information},
-      {"C:\\one\\", true, "Files that can be read in C:\\one\\: 1, of 1 bytes.",
-       BoxIcon::Information},
+      {"C:\\in\\", false, "2 files in C:\\in\\ can be read: 1,502 bytes.", BoxIcon::Information},
+      {"C:\\one\\", true, "1 file in C:\\one\\ can be read: 1 byte.", BoxIcon::Information},
       {"C:\\empty\\", true,
        "There are no files in C:\\empty\\ yet: they are fetched before each run.",
        BoxIcon::Information},

@@ -4,6 +4,7 @@
 
 #include "fakes/FakeClock.h"
 #include "fakes/FakeRunHistory.h"
+#include "platform/FetchProgress.h"
 #include "ui/RunMonitor.h"
 
 namespace torvik {
@@ -61,6 +62,7 @@ TEST(RunMonitor, ShowsARunOfTheHistoryAsItWas) {
     record.rows = 100;
     run.steps.push_back(record);
   };
+  run.fetches.push_back({"orders", run.begin, run.begin + 1s, true, 2, 3000, ""});
   step("make", 0, 1, StepOutcome::Ok);
   step("load", 1, 3, StepOutcome::Failure);
   step("load", 13, 20, StepOutcome::Failure);
@@ -70,6 +72,7 @@ TEST(RunMonitor, ShowsARunOfTheHistoryAsItWas) {
   EXPECT_EQ(StepState::Failed, monitor.Find("load")->state);
   EXPECT_EQ(13, monitor.Find("load")->begin) << "its last attempt";
   EXPECT_EQ(100, monitor.Find("make")->rowsPerSecond);
+  EXPECT_EQ("2 files, 3.0 kB", FiguresOf(*monitor.FindFetch("orders")));
   EXPECT_EQ(20, monitor.Seconds());
   EXPECT_EQ(RunVerdict::Failure, monitor.Verdict.Get());
   EXPECT_EQ("load", monitor.Problems.Get()[0].place);
@@ -77,6 +80,37 @@ TEST(RunMonitor, ShowsARunOfTheHistoryAsItWas) {
   run.end.reset();
   monitor.ShowRecord(run, "Run 7");
   EXPECT_EQ(RunVerdict::None, monitor.Verdict.Get()) << "one that another process runs now";
+}
+
+TEST(RunMonitor, ShowsFetchesBeforeTheSteps) {
+  FakeClock clock;
+  RunMonitor monitor(clock);
+  monitor.Begin();
+  monitor.ShowFetchProgress({"stray", 1, 1});
+  EXPECT_TRUE(monitor.Fetches().empty());
+  monitor.ShowFetch({.link = "orders", .from = "ftp://host/out", .to = "S:\\in"});
+  const auto figures = [&] { return FiguresOf(monitor.Fetches().back()); };
+  EXPECT_EQ("waiting for its provider", figures());
+  clock.Sleep(2s);
+  const std::pair<FetchProgress, const char*> told[] = {
+      {{"a.csv", 0, 1}, "0 files, 1 byte"},
+      {{"a.csv", 0, 999}, "0 files, 999 bytes"},
+      {{"b.csv", 1, 1000}, "1 file, 1.0 kB"},
+      {{"b.csv", 1, 999'949}, "1 file, 999.9 kB"},
+      {{"c.csv", 2, 999'950}, "2 files, 1.0 MB"},
+      {{"c.csv", 1200, 2'500'000}, "1,200 files, 2.5 MB"}};
+  for (const auto& [progress, text] : told) {
+    monitor.ShowFetchProgress(progress);
+    EXPECT_EQ(text, figures());
+  }
+  monitor.ShowFetch({.link = "orders", .state = StepState::Failed, .error = "no such file"});
+  clock.Sleep(1s);
+  monitor.ShowFetch({.link = "prices"});
+  monitor.ShowFetch({.link = "prices", .state = StepState::Failed, .error = "cancelled"});
+  EXPECT_EQ("0 files, 0 bytes", figures());
+  EXPECT_EQ(2, monitor.FindFetch("orders")->end);
+  EXPECT_EQ("no such file", monitor.FindFetch("orders")->error);
+  EXPECT_EQ(3, monitor.FindFetch("prices")->begin);
 }
 
 TEST(RunMonitor, CountsRowsByTimeHoweverLongAStepTakes) {
@@ -90,12 +124,14 @@ TEST(RunMonitor, CountsRowsByTimeHoweverLongAStepTakes) {
         {"pump", StepState::Running, second * (second <= 500 ? 10 : 0) + 5000 * (second > 500)});
   }
   const RunMonitor::Step& step = monitor.Steps()[0];
-  EXPECT_LE(step.rowsByTime.size(), 120u);
-  EXPECT_NEAR(1000, step.interval * static_cast<double>(step.rowsByTime.size()), 2 * step.interval);
+  const std::vector<std::int64_t>& parts = step.rowsByTime.Intervals();
+  const double length = step.rowsByTime.IntervalSeconds();
+  EXPECT_LE(parts.size(), 120u);
+  EXPECT_NEAR(1000, length * static_cast<double>(parts.size()), 2 * length);
   std::int64_t all = 0;
-  for (const std::int64_t rows : step.rowsByTime) all += rows;
+  for (const std::int64_t rows : parts) all += rows;
   EXPECT_EQ(5000, all);
-  EXPECT_EQ(0, step.rowsByTime.back()) << "nothing has come in its second half";
+  EXPECT_EQ(0, parts.back()) << "nothing has come in its second half";
 }
 
 }  // namespace

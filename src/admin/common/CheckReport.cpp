@@ -4,6 +4,7 @@
 
 #include "admin/common/Admin.h"
 #include "engine/model/Variables.h"
+#include "platform/CountText.h"
 
 namespace torvik::admin {
 namespace {
@@ -17,10 +18,6 @@ std::string LinesAsList(const std::string& text) {
     if (isBreak && !line.empty() && !line.ends_with("; ")) line += "; ";
   }
   return line.ends_with("; ") ? line.substr(0, line.size() - 2) : line;
-}
-
-std::string Counted(int count, const char* one, const char* many) {
-  return std::to_string(count) + (count == 1 ? one : many);
 }
 
 }  // namespace
@@ -42,7 +39,7 @@ void CheckReport::NotChecked(const std::string& what, const std::string& why) {
 }
 
 void CheckReport::AddPart(const std::string& name, const CheckReport& part) {
-  if (const int ok = part.Count(State::Ok); ok > 0) Ok(name, Counted(ok, " is ok", " are ok"));
+  if (const int ok = part.Count(State::Ok); ok > 0) Ok(name, Counted(ok, "is ok", "are ok"));
   for (const Row& row : part.rows_)
     if (row.state != State::Ok) Add(name + ", " + row.what, row.state, row.detail);
   secrets_.insert(secrets_.end(), part.secrets_.begin(), part.secrets_.end());
@@ -70,10 +67,9 @@ void CheckReport::Print(const char* kind, const std::string& name, bool json) co
                {"warnings", warnings},
                {"problems", problems},
                {"not_checked", notChecked}},
-              name + ": " + Counted(ok, " is ok", " are ok") + ", " +
-                  (warnings == 0 ? "" : Counted(warnings, " warning, ", " warnings, ")) +
-                  Counted(problems, " problem", " problems") + ", " + std::to_string(notChecked) +
-                  " not checked",
+              name + ": " + Counted(ok, "is ok", "are ok") + ", " +
+                  (warnings == 0 ? "" : Counted(warnings, "warning") + ", ") +
+                  Counted(problems, "problem") + ", " + std::to_string(notChecked) + " not checked",
               json);
 }
 

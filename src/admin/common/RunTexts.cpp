@@ -5,7 +5,7 @@
 #include <ctime>
 #include <filesystem>
 
-#include "platform/NumberText.h"
+#include "platform/CountText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 
@@ -77,14 +77,10 @@ std::optional<double> SecondsOf(const RunRecord& run) {
   return std::chrono::duration<double>(end - run.begin).count();
 }
 
-std::string SizeText(std::int64_t bytes) {
-  return Printed("%.1f MB", static_cast<double>(bytes) / 1e6);
-}
-
 std::string RowsText(std::int64_t rows, double seconds) {
   if (rows == 0) return "";
   const auto rate = static_cast<std::int64_t>(static_cast<double>(rows) / std::max(seconds, 1e-3));
-  return Grouped(rows) + " rows, " + Grouped(rate) + " rows/s";
+  return Counted(rows, "row") + ", " + Grouped(rate) + " rows/s";
 }
 
 std::string JobNameOf(const RunRecord& run) {

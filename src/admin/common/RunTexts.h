@@ -13,8 +13,6 @@ std::string LocalTime(Moment moment);
 std::string DurationText(double seconds);
 /// Until its end, or until now for a run that is under way; nothing for one that was lost.
 std::optional<double> SecondsOf(const RunRecord& run);
-/// "1.5 MB".
-std::string SizeText(std::int64_t bytes);
 /// "687,028 rows, 244,000 rows/s"; empty without rows.
 std::string RowsText(std::int64_t rows, double seconds);
 /// The job's name, without directory and ending.

@@ -10,8 +10,8 @@
 #include "admin/runs/HistorySource.h"
 #include "admin/runs/RunTrend.h"
 #include "history/RunJson.h"
+#include "platform/CountText.h"
 #include "platform/Files.h"
-#include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -74,7 +74,7 @@ void PrintParts(const RunRecord& run) {
                           : "running",
          fetch.end ? DurationText(std::chrono::duration<double>(*fetch.end - fetch.begin).count())
                    : "",
-         std::to_string(fetch.files) + " files, " + SizeText(fetch.bytes), "", fetch.error});
+         Counted(fetch.files, "file") + ", " + BytesText(fetch.bytes), "", fetch.error});
   for (const StepRecord& step : run.steps) {
     const Moment end = step.end.value_or(run.end.value_or(step.begin));
     const double seconds = std::chrono::duration<double>(end - step.begin).count();
@@ -137,7 +137,7 @@ int ShowTrend(LinuxPlatform& platform, const HistoryOptions& options, bool json)
               PlotOf(trend, Columns()) + LocalTime(trend.runs.front().begin) + " to " +
                   LocalTime(trend.runs.back().begin) + ", " + std::to_string(trend.runs.size()) +
                   " runs, x: not ok\nthe last one: " + LastAgainstMedian(trend) + ", " +
-                  Grouped(trend.runs.back().rows) + " rows",
+                  Counted(trend.runs.back().rows, "row"),
               json);
   return 0;
 }

@@ -10,7 +10,7 @@
 #include "admin/common/Admin.h"
 #include "admin/common/RunTexts.h"
 #include "history/RunJson.h"
-#include "platform/NumberText.h"
+#include "platform/CountText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -90,17 +90,16 @@ std::vector<std::string> LinesOf(const std::vector<RunRecord>& runs) {
                                     (runs.size() == 1 ? " run" : " runs") + ", " +
                                     LocalTime(std::chrono::system_clock::now())};
   for (const RunRecord& run : runs) {
-    std::size_t done = 0;
+    std::int64_t done = 0;
     for (const StepRecord& step : run.steps) done += step.end ? 1 : 0;
     lines.push_back("");
     lines.push_back(JobNameOf(run) + ", run " + std::to_string(run.id) + ": " + run.package + ", " +
-                    DurationText(SecondsSince(run.begin)) + ", " + std::to_string(done) +
-                    " steps done, " + Grouped(run.rows) + " rows");
+                    DurationText(SecondsSince(run.begin)) + ", " + Counted(done, "step") +
+                    " done, " + Counted(run.rows, "row"));
     for (const FetchRecord& fetch : run.fetches)
       if (!fetch.end)
-        lines.push_back("  fetching " + fetch.link + ": " + std::to_string(fetch.files) +
-                        " files, " + SizeText(fetch.bytes) + ", " +
-                        DurationText(SecondsSince(fetch.begin)));
+        lines.push_back("  fetching " + fetch.link + ": " + Counted(fetch.files, "file") + ", " +
+                        BytesText(fetch.bytes) + ", " + DurationText(SecondsSince(fetch.begin)));
     for (const StepRecord& step : run.steps) {
       if (step.end) continue;
       const double seconds = SecondsSince(step.begin);

@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "platform/CountText.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/Words.h"
@@ -55,10 +56,10 @@ void JobChecker::Finish() {
     return form_.EndCheck({{"job check", reason.toStdString()}},
                           Tr("The job cannot be checked").toStdString());
   }
-  const QString sentence = Tr("Checked: %1 ok, %2 problems, %3 warnings, %4 not checked")
+  const QString sentence = Tr("Checked: %1 ok, %2, %3, %4 not checked")
                                .arg(result["ok"].toInt())
-                               .arg(result["problems"].toInt())
-                               .arg(result["warnings"].toInt())
+                               .arg(ToQt(Counted(result["problems"].toInt(), "problem")))
+                               .arg(ToQt(Counted(result["warnings"].toInt(), "warning")))
                                .arg(result["not_checked"].toInt());
   form_.EndCheck(ProblemsIn(result["checks"].toArray()), sentence.toStdString());
 }

@@ -133,9 +133,24 @@ class RunPage final : public QWidget {
   bool ChooseNamed(const std::string& name) {
     const auto& steps = form_.Monitor.Package.Get();
     const auto found = std::ranges::find(steps, name, &dts::StepOutline::name);
-    if (found == steps.end()) return false;
-    graph_->Choose(static_cast<int>(found - steps.begin()));
-    return true;
+    if (found != steps.end()) {
+      graph_->Choose(static_cast<int>(found - steps.begin()));
+      return true;
+    }
+    for (const RunMonitor::Fetch& fetch : form_.Monitor.Fetches()) {
+      if (PlaceOfFetch(fetch.link) != name) continue;
+      graph_->Choose(-1);
+      panel_->ChooseFetch(fetch.link);
+      return true;
+    }
+    return false;
+  }
+
+  /// The fetch that goes on, and how far it has come.
+  QString FetchWords() const {
+    const auto& fetches = form_.Monitor.Fetches();
+    if (!form_.Monitor.Runs.Get() || fetches.empty() || fetches.back().end) return {};
+    return Tr("fetching %1: ").arg(ToQt(fetches.back().link)) + ToQt(FiguresOf(fetches.back()));
   }
 
   void Refresh() {
@@ -148,6 +163,7 @@ class RunPage final : public QWidget {
     if (monitor.Seconds() > 0) words << ToQt(ClockText(monitor.Seconds()));
     if (const auto usual = form_.History.UsualSeconds(); usual && monitor.Runs.Get())
       words << Tr("usually %1").arg(ToQt(ClockText(*usual)));
+    if (const QString fetch = FetchWords(); !fetch.isEmpty()) words << fetch;
     time_->setText(words.join(", "));
   }
 

@@ -7,7 +7,7 @@
 #include <QWheelEvent>
 #include <cmath>
 
-#include "platform/NumberText.h"
+#include "platform/CountText.h"
 #include "ui/StepGraph.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
@@ -159,7 +159,7 @@ void StepGraphView::ShowSteps() {
   for (std::size_t i = 0; i < boxes_.size() && i < steps.size(); ++i) {
     const RunMonitor::Step* const step = monitor_.Find(steps[i].name);
     QString figures;
-    if (step != nullptr && step->rows > 0) figures = ToQt(Grouped(step->rows)) + Tr(" rows");
+    if (step != nullptr && step->rows > 0) figures = ToQt(Counted(step->rows, "row"));
     if (step != nullptr && step->end && step->state != StepState::NotRun)
       figures += (figures.isEmpty() ? "" : ", ") +
                  QString::number(*step->end - step->begin, 'f', 1) + Tr(" s");

@@ -16,14 +16,18 @@ const QColor kGreen(46, 140, 80), kRed(205, 60, 60), kBlue(52, 120, 210), kGrey(
 StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver) {
   if (step == nullptr || step->state == StepState::NotRun) {
     if (outline.isDisabled) return {"⊘", Tr("disabled"), kGrey};
-    if (step != nullptr || isOver) return {"–", Tr("not reached"), kOrange};
+    if (step != nullptr || isOver) return LookOf(StepState::NotRun);
     return {"○", Tr("waiting"), kGrey};
   }
-  switch (step->state) {
+  return LookOf(step->state);
+}
+
+StepLook LookOf(StepState state) {
+  switch (state) {
     case StepState::Running: return {"◐", Tr("running"), kBlue};
     case StepState::Done: return {"✓", Tr("done"), kGreen};
     case StepState::Failed: return {"✗", Tr("failed"), kRed};
-    case StepState::NotRun: break;
+    case StepState::NotRun: return {"–", Tr("not reached"), kOrange};
   }
   return {};
 }

@@ -17,6 +17,9 @@ struct StepLook {
 /// `step` is null for one that has not begun. Once the run is over such a step was not reached.
 StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver);
 
+/// Of a fetch, or of a step that has begun or will not.
+StepLook LookOf(StepState state);
+
 /// Of a run.
 QColor VerdictColour(RunOutcome outcome);
 

@@ -35,7 +35,7 @@ StepPanel::StepPanel(RunMonitor& monitor)
   name_->setFont(bold);
   state_->setAccessibleName(Tr("State of the step"));
   error_->setAccessibleName(Tr("Error of the step"));
-  rates_->setToolTip(Tr("Rows over time, from the step's begin on"));
+  rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));
   text_->setReadOnly(true);
   text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   text_->setAccessibleName(Tr("What the step does"));
@@ -50,39 +50,78 @@ StepPanel::StepPanel(RunMonitor& monitor)
 
 void StepPanel::Choose(int step) {
   step_ = step;
+  fetch_.clear();
+  Refresh();
+}
+
+void StepPanel::ChooseFetch(const std::string& link) {
+  step_ = -1;
+  fetch_ = link;
   Refresh();
 }
 
 void StepPanel::Refresh() {
   const std::vector<dts::StepOutline>& package = monitor_.Package.Get();
-  const bool isChosen = step_ >= 0 && step_ < static_cast<int>(package.size());
-  for (QWidget* widget :
-       {static_cast<QWidget*>(state_), static_cast<QWidget*>(error_), static_cast<QWidget*>(text_)})
-    widget->setVisible(isChosen);
-  if (!isChosen) {
-    rates_->Show({});
-    name_->setText(Tr("Click a step to see what it does and how it stands."));
-    return;
-  }
-  const dts::StepOutline& outline = package[static_cast<std::size_t>(step_)];
+  if (step_ >= 0 && step_ < static_cast<int>(package.size()))
+    Show(OfStep(package[static_cast<std::size_t>(step_)]));
+  else if (const RunMonitor::Fetch* const fetch = ShownFetch(); fetch != nullptr)
+    Show(OfFetch(*fetch));
+  else
+    Show({.name = package.empty() ? QString()
+                                  : Tr("Click a step to see what it does and how it stands.")});
+}
+
+const RunMonitor::Fetch* StepPanel::ShownFetch() const {
+  if (!fetch_.empty()) return monitor_.FindFetch(fetch_);
+  const std::vector<RunMonitor::Fetch>& all = monitor_.Fetches();
+  return all.empty() || all.back().end || !monitor_.Runs.Get() ? nullptr : &all.back();
+}
+
+StepPanel::Facts StepPanel::OfStep(const dts::StepOutline& outline) const {
   const RunMonitor::Step* const step = monitor_.Find(outline.name);
   const bool isOver = !monitor_.Runs.Get() && monitor_.Verdict.Get() != RunVerdict::None;
   const StepLook look = LookOf(outline, step, isOver);
-  name_->setText(ToQt(outline.name));
-  QString state = look.sign + " " + look.word;
-  if (step != nullptr) {
-    if (step->rows > 0) state = look.sign + " " + ToQt(Described(*step));
-    const double end = step->end.value_or(monitor_.Seconds());
-    state += "\n" + QString::number(std::max(0.0, end - step->begin), 'f', 1) +
-             Tr(" s, begun at ") + ToQt(ClockText(step->begin));
+  Facts facts{.name = ToQt(outline.name), .text = ToQt(outline.text)};
+  if (!outline.task.empty()) facts.state = ToQt(outline.task) + "\n";
+  facts.state += look.sign + " ";
+  if (step == nullptr) {
+    facts.state += look.word;
+    return facts;
   }
-  state_->setText(ToQt(outline.task) + (outline.task.empty() ? "" : "\n") + state);
-  error_->setText(step == nullptr ? QString() : ToQt(step->error));
-  error_->setVisible(!error_->text().isEmpty());
-  rates_->Show(step == nullptr ? std::vector<std::int64_t>() : step->rowsByTime);
-  const QString text = ToQt(outline.text);
-  if (text_->toPlainText() != text) text_->setPlainText(text);
-  text_->setVisible(!text.isEmpty());
+  facts.state += step->rows > 0 ? ToQt(Described(*step)) : look.word;
+  if (step->state != StepState::NotRun) facts.state += "\n" + Times(step->begin, step->end);
+  facts.error = ToQt(step->error);
+  facts.rates = step->rowsByTime;
+  return facts;
+}
+
+StepPanel::Facts StepPanel::OfFetch(const RunMonitor::Fetch& fetch) const {
+  const StepLook look = LookOf(fetch.state);
+  Facts facts{.name = Tr("Data link ") + ToQt(fetch.link)};
+  facts.state = look.sign + " " + look.word + ", " + ToQt(FiguresOf(fetch)) + "\n" +
+                Times(fetch.begin, fetch.end);
+  facts.error = ToQt(fetch.error);
+  if (!fetch.file.empty()) facts.text = Tr("file ") + ToQt(fetch.file) + "\n";
+  if (!fetch.from.empty())
+    facts.text += Tr("from ") + ToQt(fetch.from) + "\n" + Tr("to   ") + ToQt(fetch.to);
+  facts.rates = fetch.bytesByTime;
+  return facts;
+}
+
+QString StepPanel::Times(double begin, const std::optional<double>& end) const {
+  return QString::number(std::max(0.0, end.value_or(monitor_.Seconds()) - begin), 'f', 1) +
+         Tr(" s, begun at ") + ToQt(ClockText(begin));
+}
+
+void StepPanel::Show(const Facts& facts) {
+  name_->setText(facts.name);
+  state_->setText(facts.state);
+  state_->setVisible(!facts.state.isEmpty());
+  error_->setText(facts.error);
+  error_->setVisible(!facts.error.isEmpty());
+  rates_->Show(facts.rates.Intervals());
+  if (text_->toPlainText() != facts.text) text_->setPlainText(facts.text);
+  text_->setVisible(!facts.text.isEmpty());
 }
 
 }  // namespace torvik

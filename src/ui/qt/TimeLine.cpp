@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/CountText.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
 #include "ui/qt/Words.h"
@@ -22,39 +23,46 @@ double MarkEvery(double seconds) {
 
 }  // namespace
 
+std::string PlaceOfFetch(const std::string& link) {
+  return "data link " + link;
+}
+
 TimeLine::TimeLine(RunMonitor& monitor) : monitor_(monitor) {
   setAccessibleName(Tr("Time line of the steps"));
 }
 
 void TimeLine::Refresh() {
+  ReadBars();
   const int height = sizeHint().height();
   if (minimumHeight() != height) setMinimumHeight(height);
   update();
 }
 
-std::vector<const RunMonitor::Step*> TimeLine::Begun() const {
-  std::vector<const RunMonitor::Step*> steps;
+void TimeLine::ReadBars() {
+  bars_.clear();
+  for (const RunMonitor::Fetch& fetch : monitor_.Fetches())
+    bars_.push_back({PlaceOfFetch(fetch.link), fetch.begin, fetch.end, LookOf(fetch.state),
+                     ToQt(FiguresOf(fetch))});
   for (const RunMonitor::Step& step : monitor_.Steps())
-    if (step.state != StepState::NotRun) steps.push_back(&step);
-  return steps;
+    if (step.state != StepState::NotRun)
+      bars_.push_back({step.name, step.begin, step.end, LookOf(step.state),
+                       step.rows == 0 ? QString() : ToQt(Counted(step.rows, "row"))});
+  widestName_ = 0;
+  for (const Bar& bar : bars_)
+    widestName_ = std::max(widestName_, fontMetrics().horizontalAdvance(ToQt(bar.place)));
 }
 
 QSize TimeLine::sizeHint() const {
-  const auto rows = static_cast<int>(Begun().size());
+  const auto rows = static_cast<int>(bars_.size());
   return {fontMetrics().averageCharWidth() * 80, RowHeight() * (rows + 1) + 4};
 }
 
 int TimeLine::NameWidth() const {
-  int width = 0;
-  for (const RunMonitor::Step* step : Begun())
-    width = std::max(width, fontMetrics().horizontalAdvance(ToQt(step->name)));
-  return std::min(width + 12, this->width() / 3);
+  return std::min(widestName_ + 12, width() / 3);
 }
 
-void TimeLine::paintEvent(QPaintEvent* event) {
-  QPainter painter(this);
-  const int left = NameWidth(), row = RowHeight();
-  const double all = std::max(0.1, monitor_.Seconds());
+void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
+  const int row = RowHeight();
   const double perSecond = (width() - left - 8) / all;
   painter.setPen(palette().color(QPalette::PlaceholderText));
   const double mark = MarkEvery(all);
@@ -64,29 +72,45 @@ void TimeLine::paintEvent(QPaintEvent* event) {
     painter.drawText(QPointF(x + 3, row - 5),
                      mark < 1 ? QString::number(at, 'f', 1) + Tr(" s") : ToQt(ClockText(at)));
   }
-  const std::vector<const RunMonitor::Step*> steps = Begun();
+}
+
+/// The figures stand right of the bar; where there is no room, in it or left of it.
+void TimeLine::DrawBar(QPainter& painter, const Bar& bar, int y, int left, double perSecond) const {
+  const int row = RowHeight();
+  painter.setPen(palette().color(QPalette::Text));
+  painter.drawText(QRect(0, y, left - 8, row), Qt::AlignVCenter | Qt::AlignLeft,
+                   fontMetrics().elidedText(ToQt(bar.place), Qt::ElideRight, left - 8));
+  const double begin = left + bar.begin * perSecond;
+  const double length =
+      std::max(2.0, (bar.end.value_or(monitor_.Seconds()) - bar.begin) * perSecond);
+  painter.fillRect(QRectF(begin, y + 3, length, row - 6), bar.look.colour);
+  const QString words = bar.look.sign + (bar.figures.isEmpty() ? "" : "  " + bar.figures);
+  const double room = fontMetrics().horizontalAdvance(words) + 8;
+  double at = begin + length + 4;
+  if (at + room > width()) {
+    at = (length >= room ? begin + length : begin) - room;
+    if (length >= room) painter.setPen(Qt::white);
+  }
+  painter.drawText(QRectF(at, y, room, row), Qt::AlignVCenter | Qt::AlignLeft, words);
+}
+
+void TimeLine::paintEvent(QPaintEvent* event) {
+  QPainter painter(this);
+  const int left = NameWidth(), row = RowHeight();
+  const double all = std::max(0.1, monitor_.Seconds());
+  const double perSecond = (width() - left - 8) / all;
+  DrawScale(painter, left, all);
   // A thousand steps are scrolled: those in sight are drawn.
   const int first = std::max(0, event->rect().top() / row - 1);
-  const int last = std::min(static_cast<int>(steps.size()), event->rect().bottom() / row + 1);
-  for (int i = first; i < last; ++i) {
-    const RunMonitor::Step& step = *steps[static_cast<std::size_t>(i)];
-    const StepLook look = LookOf({}, &step, true);
-    const int y = row * (i + 1);
-    painter.setPen(palette().color(QPalette::Text));
-    painter.drawText(QRect(0, y, left - 8, row), Qt::AlignVCenter | Qt::AlignLeft,
-                     fontMetrics().elidedText(ToQt(step.name), Qt::ElideRight, left - 8));
-    const double begin = left + step.begin * perSecond,
-                 end = left + step.end.value_or(monitor_.Seconds()) * perSecond;
-    painter.fillRect(QRectF(begin, y + 3, std::max(2.0, end - begin), row - 6), look.colour);
-    painter.drawText(QPointF(std::max(2.0, end - begin) + begin + 4, y + row - 6), look.sign);
-  }
+  const int last = std::min(static_cast<int>(bars_.size()), event->rect().bottom() / row + 1);
+  for (int i = first; i < last; ++i)
+    DrawBar(painter, bars_[static_cast<std::size_t>(i)], row * (i + 1), left, perSecond);
 }
 
 void TimeLine::mousePressEvent(QMouseEvent* event) {
   const int row = static_cast<int>(event->position().y()) / RowHeight() - 1;
-  const std::vector<const RunMonitor::Step*> steps = Begun();
-  if (row >= 0 && row < static_cast<int>(steps.size()) && onChosen)
-    onChosen(steps[static_cast<std::size_t>(row)]->name);
+  if (row >= 0 && row < static_cast<int>(bars_.size()) && onChosen)
+    onChosen(bars_[static_cast<std::size_t>(row)].place);
 }
 
 }  // namespace torvik

@@ -2,19 +2,25 @@
 
 #include <QWidget>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "ui/RunMonitor.h"
+#include "ui/qt/StepLook.h"
 
 namespace torvik {
 
-/// A bar for each step that has begun, from its begin to its end, below a scale of seconds.
+/// How a fetch is named among the steps: "data link NAME".
+std::string PlaceOfFetch(const std::string& link);
+
+/// A bar for each fetch and each step that has begun, from its begin to its end, below a scale of
+/// seconds.
 class TimeLine final : public QWidget {
  public:
   explicit TimeLine(RunMonitor& monitor);
 
-  /// Told the name of the step that the operator clicks.
+  /// Told the name of the step that the operator clicks, or the place of the fetch.
   std::function<void(const std::string&)> onChosen;
 
   /// Shows how the steps stand now.
@@ -22,13 +28,25 @@ class TimeLine final : public QWidget {
   QSize sizeHint() const override;
 
  private:
-  std::vector<const RunMonitor::Step*> Begun() const;
+  struct Bar {
+    std::string place;
+    double begin = 0;
+    std::optional<double> end;
+    StepLook look;
+    QString figures;
+  };
+
+  void ReadBars();
   int RowHeight() const { return fontMetrics().height() + 4; }
   int NameWidth() const;
+  void DrawScale(QPainter& painter, int left, double all) const;
+  void DrawBar(QPainter& painter, const Bar& bar, int y, int left, double perSecond) const;
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
 
   RunMonitor& monitor_;
+  std::vector<Bar> bars_;
+  int widestName_ = 0;  // of the bars
 };
 
 }  // namespace torvik

@@ -111,7 +111,7 @@ TEST_F(RemoteRun, WaitsForTheProvidersAndFetchesWhatTheyDeliver) {
       "Polling for Remote Data ...\nCopying Remote Data from Share\n",
       LogOf(sandbox_.Wait(run)));
   EXPECT_EQ("ok\n", last_.out);
-  EXPECT_THAT(last_.err, HasSubstr("Remote data : 2 complete"));
+  EXPECT_THAT(last_.err, HasSubstr("Remote data : 2 files complete"));
   EXPECT_EQ("id;name\r\n1;\xe4\r\n", Fetched("a.csv"));
   EXPECT_EQ(bytes, Fetched("b \xc3\xa4.bin"));
   EXPECT_EQ("", Fetched("c"));
