@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 #include <numeric>
-#include <set>
 #include <utility>
 
 #include "platform/Clock.h"
@@ -77,6 +76,7 @@ void RunMonitor::Forget() {
   places_.clear();
   ended_.reset();
   Title.Set("");
+  Note.Set("");
   Package.Set({});
   StepsChanged();
   Problems.Set({});
@@ -159,8 +159,8 @@ void RunMonitor::Count(Step& step, std::int64_t rows) const {
   step.rowsByTime.Add(passed, more);
 }
 
-void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title) {
-  std::vector<dts::StepOutline> package = Package.Get();
+void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title,
+                            std::vector<dts::StepOutline> package) {
   Forget();
   for (const StepRecord& record : run.steps) {  // the last execution of each
     bool isNew = false;
@@ -168,15 +168,8 @@ void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title) {
   }
   for (const FetchRecord& record : run.fetches)
     fetches_.push_back(FetchOfRecord(record, run.begin));
-  std::set<std::string_view> known;
-  for (const dts::StepOutline& step : package) known.insert(step.name);
-  const bool isThisPackage = !package.empty() && std::ranges::all_of(steps_, [&](const Step& step) {
-    return known.contains(step.name);
-  });
-  if (!isThisPackage) {  // what waits for what in another one is not known
-    package.clear();
+  if (package.empty())
     for (const Step& step : steps_) package.push_back({.name = step.name});
-  }
   Package.Set(std::move(package));
   Title.Set(title);
   const auto latest = [](double seconds, const Step& step) {

@@ -64,6 +64,7 @@ class RunMonitor {
   Observable<RunVerdict> Verdict{RunVerdict::None};
   Observable<bool> Runs;
   Observable<std::string> Title;  ///< Of a run of the history: which one; else empty.
+  Observable<std::string> Note;   ///< What of a run of the history is missing, and why.
   Signal LinesChanged;
   const std::vector<std::string>& Lines() const { return lines_; }
 
@@ -79,8 +80,10 @@ class RunMonitor {
   void ShowFetchProgress(const FetchProgress& progress);
   /// What is told twice is kept once.
   void AddProblem(const std::string& place, const std::string& reason);
-  /// Shows a run that is over in place of the one before.
-  void ShowRecord(const RunRecord& run, const std::string& title);
+  /// Shows a run that is over in place of the one before. Without its package the steps that have
+  /// begun stand for it.
+  void ShowRecord(const RunRecord& run, const std::string& title,
+                  std::vector<dts::StepOutline> package = {});
 
   /// Since the run began, until now or until its end.
   double Seconds() const;

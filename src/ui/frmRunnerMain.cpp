@@ -27,7 +27,8 @@ frmRunnerMain::frmRunnerMain(Program& program)
                          program.platform.shell,
                          program.platform.files,
                          program.platform.messages,
-                         {}}) {
+                         {}}),
+      outlineLoader_(program.platform.packages) {
   settings_.SetCompany("Quor");
   settings_.SetAppName("Torvik");
   PairLogonOptions(

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "ui/Controls.h"
 #include "ui/JobHistory.h"
 #include "ui/LinkRow.h"
+#include "ui/OutlineLoader.h"
 #include "ui/RunMonitor.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"
@@ -81,6 +83,7 @@ class frmRunnerMain final : public MainForm {
   Observable<bool> PackagePageComplete, WarehousePageComplete;
   RunMonitor Monitor;
   JobHistory History;
+  Observable<bool> LoadsOutline;  ///< The package of a run of the history.
   /// Shows a text file where the settings name no program for it; set by whoever shows the form.
   std::function<void(const std::string& path)> viewFile;
   /// The text of bytes in the code page of logs.
@@ -108,9 +111,7 @@ class frmRunnerMain final : public MainForm {
   void ShowProblem(const std::string& place, const std::string& reason) override {
     Monitor.AddProblem(place, reason);
   }
-  void ShowPackage(const std::vector<dts::StepOutline>& steps) override {
-    Monitor.Package.Set(steps);
-  }
+  void ShowPackage(const std::vector<dts::StepOutline>& steps) override;
   void ShowStep(const StepProgress& progress) override { Monitor.ShowStep(progress); }
   void ShowFetch(const FetchStatus& status) override { Monitor.ShowFetch(status); }
   void ShowFetchProgress(const FetchProgress& progress) override {
@@ -152,8 +153,11 @@ class frmRunnerMain final : public MainForm {
 
   // Handlers: the pages of runs.
   void ReadHistory();
-  /// Shows a run of the history as the Run page shows one.
+  /// Shows a run of the history as the Run page shows one. A package that is not known yet is
+  /// loaded meanwhile.
   void ShowRun(std::int64_t id);
+  /// Shows the package that is loaded, once it is; to be called now and then while LoadsOutline.
+  void TakeOutline();
 
   // Handlers: fields.
   void cmdDTSServer_Click();
@@ -211,6 +215,9 @@ class frmRunnerMain final : public MainForm {
   void RefreshLinkRows();
   void DescribeSelection();
 
+  // Runs.
+  void Remember(const std::string& version, const std::vector<dts::StepOutline>& steps);
+
   // Commands.
   void FinishSchedulerConfiguration();
   bool NamesWhatExecuteMisses();
@@ -238,6 +245,9 @@ class frmRunnerMain final : public MainForm {
   std::string savedFields_;
   LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
   FileStatus savedFile_;               // as it was when it was last read or written
+  std::map<std::string, std::vector<dts::StepOutline>> outlines_;  // by their packages' versions
+  std::string shownVersion_;  // of the package of the run of the history that is shown
+  OutlineLoader outlineLoader_;
 };
 
 }  // namespace torvik

@@ -175,16 +175,6 @@ void frmRunnerMain::GoTo(const std::string& place) {
   }
 }
 
-void frmRunnerMain::ReadHistory() {
-  History.Read(TorvConfigFile.empty() ? "" : program_.platform.files.FullPath(TorvConfigFile));
-}
-
-void frmRunnerMain::ShowRun(std::int64_t id) {
-  if (Busy.Get()) return;
-  const auto run = History.Run(id);
-  if (run) Monitor.ShowRecord(*run, "Run " + std::to_string(id));
-}
-
 void frmRunnerMain::BrowseForServer(TextBox& box, const std::string& title) {
   const std::string server = BrowseForComputer(program_.platform.browser, title);
   if (!server.empty()) box.Text.Set(server);

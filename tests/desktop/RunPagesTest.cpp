@@ -204,6 +204,39 @@ TEST_F(RunPagesTest, CheckTriesWhatTheSavedJobNamesAndLeadsToTheField) {
   })) << session_.Form().sbStatus.Text.Get();
 }
 
+TEST_F(RunPagesTest, ARunOfTheHistoryHasItsArrowsWhenThePackageCanStillBeLoaded) {
+  Open();
+  Click("Execute");
+  const auto openRun = [this](int run) {
+    session_.Start("");
+    session_.Form().OpenJobFile(Path("job.etl"));
+    auto* const pages = session_.Window().findChild<QTabWidget*>();
+    pages->setCurrentIndex(2);
+    auto& table = session_.Find<QTreeWidget>("Runs");
+    const QPoint place = table.visualItemRect(table.topLevelItem(run)).center();
+    QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, place);
+  };
+  const auto arrows = [this] {
+    const auto items = session_.Find<QGraphicsView>("Steps").scene()->items();
+    return std::ranges::count_if(
+        items, [](auto* one) { return qgraphicsitem_cast<QGraphicsPathItem*>(one) != nullptr; });
+  };
+  // Another version is the latest by now; the run is shown with its own.
+  session_.Files().PutPackage("Sales_LoadDW", "");
+  openRun(0);
+  EXPECT_TRUE(WaitUntil([&] { return arrows() == 1; }));
+  EXPECT_FALSE(session_.Find<QLabel>("Note on the run").isVisible());
+  EXPECT_THAT(StepsShown(session_.Window()), HasSubstr("load orders: done, 3 rows"));
+  session_.Files().Connect("msdb")->Execute("DELETE FROM sysdtspackages");
+  openRun(0);
+  auto& note = session_.Find<QLabel>("Note on the run");
+  EXPECT_TRUE(WaitUntil([&] { return note.text().contains("cannot be loaded: "); }));
+  EXPECT_TRUE(note.isVisible());
+  EXPECT_EQ(arrows(), 0);
+  EXPECT_THAT(StepsShown(session_.Window()), HasSubstr("load orders: done, 3 rows"));
+}
+
 TEST_F(RunPagesTest, TheHistoryPageHasTheRunsAndOpensOne) {
   Open();
   Click("Execute");

@@ -408,6 +408,38 @@ TEST_F(MainFormTest, ListsKeepWhatTheFieldShowed) {
   EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());
 }
 
+TEST_F(MainFormTest, ThePackageOfTheRunThatIsLookedAtLastIsShown) {
+  for (const char* version : {"v1", "v2", ""}) {
+    RunRecord run;
+    run.package = "Sales_LoadDW", run.packageServer = "OLD", run.versionGuid = version;
+    history.Write(run);
+  }
+  host.state.outline = {{.name = "a"}, {.name = "b", .after = {{0}}}};
+  frmRunnerMain& form = Open();
+  const auto look = [&](std::initializer_list<std::int64_t> runs) {
+    for (const std::int64_t run : runs) form.ShowRun(run);
+    while (form.LoadsOutline.Get()) form.TakeOutline();
+    return form.Monitor.Package.Get().size();
+  };
+  host.state.failLoad = "down";
+  EXPECT_EQ(0U, look({1}));
+  EXPECT_THAT(form.Monitor.Note.Get(), HasSubstr("cannot be loaded: down"));
+  EXPECT_THAT(host.state.calls.back(), HasSubstr(" OLD|||0|||v1|Sales_LoadDW|"))
+      << "its own server";
+  host.state.failLoad.reset();
+  EXPECT_EQ(2U, look({1, 2}));
+  EXPECT_EQ("", form.Monitor.Note.Get());
+  host.state.calls.clear();
+  EXPECT_EQ(2U, look({2}));
+  EXPECT_THAT(host.state.calls, IsEmpty()) << "it is known";
+  EXPECT_EQ(0U, look({1, 3})) << "the last one has no package";
+  EXPECT_NE("", form.Monitor.Note.Get());
+  form.ShowRun(1);
+  form.mnuFileNew_Click();
+  EXPECT_EQ(0U, look({})) << "another job is open";
+  EXPECT_EQ("", form.Monitor.Note.Get());
+}
+
 TEST(RunMonitor, ShowsStepsWithRowsAndRate) {
   FakeClock clock;
   RunMonitor monitor(clock);

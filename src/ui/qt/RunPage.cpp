@@ -43,7 +43,8 @@ class RunPage final : public QWidget {
         graph_(new StepGraphView(form.Monitor)),
         panel_(new StepPanel(form.Monitor)),
         timeLine_(new TimeLine(form.Monitor)),
-        time_(new QLabel) {
+        time_(new QLabel),
+        note_(new QLabel) {
     auto* const steps = new QSplitter;
     steps->setObjectName("steps");
     steps->setChildrenCollapsible(false);
@@ -62,6 +63,7 @@ class RunPage final : public QWidget {
     all->setSizes({5000, 1500, 2000});
     auto* const layout = new QVBoxLayout(this);
     layout->addLayout(MakeHead());
+    layout->addWidget(note_);
     layout->addWidget(all, 1);
     WatchRun();
   }
@@ -108,6 +110,20 @@ class RunPage final : public QWidget {
     connect(&pace_, &QTimer::timeout, this, [this] { Refresh(); });
     clock_.setInterval(500);
     connect(&clock_, &QTimer::timeout, this, [this] { Refresh(); });
+    loading_.setInterval(kRefreshMilliseconds);
+    connect(&loading_, &QTimer::timeout, this, [this] { form_.TakeOutline(); });
+    Watch(form_.LoadsOutline, *this, [](RunPage& page, bool loads) {
+      if (loads) page.loading_.start();
+      if (!loads) page.loading_.stop();
+    });
+    note_->setWordWrap(true);
+    note_->setTextFormat(Qt::PlainText);
+    note_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    note_->setAccessibleName(Tr("Note on the run"));
+    Watch(form_.Monitor.Note, *note_, [](QLabel& label, const std::string& text) {
+      label.setText(ToQt(text));
+      label.setVisible(!text.empty());
+    });
     Watch(form_.Monitor.Package, *this, [](RunPage& page, const auto&) {
       page.graph_->ShowPackage();
       page.panel_->Choose(-1);
@@ -172,8 +188,8 @@ class RunPage final : public QWidget {
   StepGraphView* graph_;
   StepPanel* panel_;
   TimeLine* timeLine_;
-  QLabel* time_;
-  QTimer pace_, clock_;
+  QLabel *time_, *note_;
+  QTimer pace_, clock_, loading_;
 };
 
 }  // namespace
