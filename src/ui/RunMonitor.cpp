@@ -64,6 +64,11 @@ void RunMonitor::Begin() {
   Runs.Set(true);
 }
 
+void RunMonitor::ShowVerdict(RunVerdict verdict) {
+  Verdict.Set(verdict);
+  if (verdict != RunVerdict::None) End();
+}
+
 void RunMonitor::End() {
   if (!ended_) ended_ = Passed();
   Runs.Set(false);

@@ -71,6 +71,8 @@ class RunMonitor {
   /// Forgets the run before.
   void Forget();
   void Begin();
+  /// With a verdict the run is over, whatever is still shown or written; None: there is none yet.
+  void ShowVerdict(RunVerdict verdict);
   void End();
   void AddLine(const std::string& line);
   void ShowStep(const StepProgress& progress);

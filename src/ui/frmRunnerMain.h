@@ -92,6 +92,7 @@ class frmRunnerMain final : public MainForm {
   void cmdShowPackageLog_Click();
   Signal AboutWanted;
   Signal JobFileUsed;  ///< TorvConfigFile has been read or written.
+  Signal JobOpened;    ///< Another one than before, or a new one.
   Signal Closed;
 
   // What the program's start and the run driver use.
@@ -104,7 +105,7 @@ class frmRunnerMain final : public MainForm {
   ExecDTSPackage& FormToJob() override;
   bool getDataLinkInfo() override;
   void SetBusy(bool busy) override;
-  void ShowVerdict(RunVerdict verdict) override { Monitor.Verdict.Set(verdict); }
+  void ShowVerdict(RunVerdict verdict) override { Monitor.ShowVerdict(verdict); }
   std::string ErrorFile() const override { return txtDTSErrorFile.Text.Get(); }
   void SetFormStatus(const std::string& text) override;
   void ShowLogLine(const std::string& line) override;

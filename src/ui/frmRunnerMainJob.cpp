@@ -221,6 +221,7 @@ void frmRunnerMain::OpenJobFile(const std::string& path) {
   ForgetRun();
   TorvConfigFile = path;
   ReadAgain();
+  JobOpened();
 }
 
 void frmRunnerMain::ReadAgain() {
@@ -258,6 +259,7 @@ void frmRunnerMain::mnuFileNew_Click() {
   HasJob.Set(true);
   RememberSaved();
   CheckInputComplete();
+  JobOpened();
 }
 
 JobFileServices frmRunnerMain::FileServices() {

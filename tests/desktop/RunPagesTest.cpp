@@ -153,6 +153,68 @@ TEST_F(RunPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
   }
 }
 
+TEST_F(RunPagesTest, TheVerdictIsRightWhileTheBoxOfAFailureIsOpen) {
+  Open();
+  session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+  session_.Files().PutPackage("Sales_LoadDW",
+                              "[[steps]]\nname = \"bad\"\ntask = \"ExecuteProcess\"\n"
+                              "program = \"false\"\n[[steps]]\nname = \"next\"\n"
+                              "task = \"ExecuteProcess\"\nprogram = \"true\"\n"
+                              "after = [ { step = \"bad\" } ]\n");
+  auto* const pages = session_.Window().findChild<QTabWidget*>();
+  auto& time = session_.Find<QLabel>("Time of the run");
+  bool hasLooked = false;
+  OnNextDialog([&](QDialog& box) {
+    hasLooked = true;
+    EXPECT_TRUE(session_.Form().Busy.Get());
+    EXPECT_TRUE(IsShown("Failed"));
+    EXPECT_EQ(pages->tabText(1), "Run") << "without the mark of a run";
+    const QString seconds = time.text();
+    QTest::qWait(1100);
+    EXPECT_EQ(seconds, time.text());
+    EXPECT_THAT(StepsShown(session_.Window()),
+                testing::MatchesRegex("bad: failed, [0-9.]+ s; next: not reached"));
+    box.reject();
+  });
+  Click("Execute");
+  EXPECT_TRUE(hasLooked);
+}
+
+TEST_F(RunPagesTest, ANewJobOrAnotherFileClearsWhatTheLastRunHasLeft) {
+  session_.Files().WriteJob("other.etl", "Sales_LoadDW");
+  const std::pair<const char*, std::function<void()>> ways[] = {
+      {"New", [this] { Press(Qt::Key_N); }},
+      {"Open", [this] {
+         OnNextDialog([this](QDialog& dialog) {
+           auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
+           name->setText(QString::fromStdString(Path("other.etl")));
+           QTest::keyClick(name, Qt::Key_Return);
+         });
+         Press(Qt::Key_O);
+       }}};
+  for (const auto& [way, change] : ways) {
+    Open();
+    session_.Files().WriteFile("orders.csv", "no,name\nx,one\n");
+    std::string box;
+    AnswerNext(box);
+    Click("Execute");
+    EXPECT_TRUE(IsShown("Failed")) << way;
+    change();
+    auto* const pages = session_.Window().findChild<QTabWidget*>();
+    EXPECT_EQ(pages->currentIndex(), 0) << way;
+    Press(Qt::Key_2);
+    QTest::qWait(200);
+    EXPECT_FALSE(IsShown("Failed")) << way;
+    EXPECT_EQ(StepsShown(session_.Window()), "") << way;
+    EXPECT_EQ(session_.Find<QPlainTextEdit>("Lines of the log").toPlainText(), "") << way;
+    EXPECT_EQ(session_.Find<QTreeWidget>("Problems").topLevelItemCount(), 0) << way;
+    EXPECT_EQ(session_.Find<QLabel>("Time of the run").text(), "") << way;
+    EXPECT_EQ(session_.Form().sbStatus.Text.Get(), "") << way;
+    Press(Qt::Key_3);
+    EXPECT_EQ(session_.Find<QTreeWidget>("Runs").topLevelItemCount(), 0) << way;
+  }
+}
+
 TEST_F(RunPagesTest, TheErrorFileIsShownAndFollowedInAWindowOfItsOwn) {
   Open();
   session_.Files().WriteFile("err.txt", "first line\r\nsecond: caf\xE9\r\n");

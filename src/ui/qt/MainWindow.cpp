@@ -304,8 +304,9 @@ void MainWindow::WatchForm() {
     if (!self) return;
     self->AddRecent();
     self->form_.ReadHistory();
-    if (self->form_.Monitor.Verdict.Get() == RunVerdict::None)
-      self->pages_->setCurrentIndex(kJobPage);
+  });
+  form_.JobOpened.Observe([self] {
+    if (self) self->pages_->setCurrentIndex(kJobPage);
   });
   form_.Closed.Observe([self] {
     if (!self) return;
