@@ -10,12 +10,38 @@ namespace {
 /// What is placed in a layer: a step, or a line that passes it.
 struct Cell {
   int layer = 0;
-  double place = 0;
+  double place = 0;  // in the order of its layer
+  double y = 0;
   std::vector<std::size_t> before, behind;  // neighbours in the layers beside
 };
 
-/// How often the layers are put in order, in turn from left and right.
-constexpr int kSweeps = 8;
+/// How often the layers are put in order, in turn from left and right, and how often their cells
+/// move towards their neighbours.
+constexpr int kSweeps = 8, kMoves = 8;
+
+/// The heights closest to the wanted ones that are at least 1 apart, in this order: neighbours that
+/// want to stand closer are pooled around their mean.
+std::vector<double> Apart(const std::vector<double>& wanted) {
+  struct Pool {
+    double sum;
+    std::size_t count;
+    double Mean() const { return sum / static_cast<double>(count); }
+  };
+  std::vector<Pool> pools;
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    Pool pool{wanted[i] - static_cast<double>(i), 1};
+    for (; !pools.empty() && pools.back().Mean() >= pool.Mean(); pools.pop_back()) {
+      pool.sum += pools.back().sum;
+      pool.count += pools.back().count;
+    }
+    pools.push_back(pool);
+  }
+  std::vector<double> heights;
+  for (const Pool& pool : pools)
+    for (std::size_t i = 0; i < pool.count; ++i)
+      heights.push_back(pool.Mean() + static_cast<double>(heights.size()));
+  return heights;
+}
 
 class Layout {
  public:
@@ -31,6 +57,8 @@ class Layout {
     AddEdges();
     FillLayers();
     for (int sweep = 0; sweep < kSweeps; ++sweep) Sweep(sweep % 2 == 0);
+    StandInTheMiddle();
+    for (int move = 0; move < kMoves; ++move) Move(move);
     Place();
     return std::move(graph_);
   }
@@ -129,16 +157,41 @@ class Layout {
     return (cells_[cell].place + 0.5) / count - 0.5;
   }
 
-  /// Every layer stands around the middle.
+  /// Every layer begins around the middle.
+  void StandInTheMiddle() {
+    for (const auto& layer : layers_)
+      for (const std::size_t cell : layer)
+        cells_[cell].y = cells_[cell].place - static_cast<double>(layer.size()) / 2;
+  }
+
+  /// Each cell goes as near as it can to the mean height of its neighbours: of those on the left,
+  /// those on the right, and at last of all. So most lines become straight.
+  void Move(int number) {
+    const bool forwards = number % 2 == 0, isLast = number + 2 >= kMoves;
+    for (std::size_t i = 0; i < layers_.size(); ++i) {
+      const std::vector<std::size_t>& layer = layers_[forwards ? i : layers_.size() - 1 - i];
+      std::vector<double> wanted;
+      for (const std::size_t cell : layer) {
+        std::vector<std::size_t> beside = forwards ? cells_[cell].before : cells_[cell].behind;
+        const auto& others = forwards ? cells_[cell].behind : cells_[cell].before;
+        if (isLast) beside.insert(beside.end(), others.begin(), others.end());
+        double sum = 0;
+        for (const std::size_t one : beside) sum += cells_[one].y;
+        wanted.push_back(beside.empty() ? cells_[cell].y
+                                        : sum / static_cast<double>(beside.size()));
+      }
+      const std::vector<double> heights = Apart(wanted);
+      for (std::size_t at = 0; at < layer.size(); ++at) cells_[layer[at]].y = heights[at];
+    }
+  }
+
   void Place() {
-    std::size_t fullest = 0;
-    for (const auto& layer : layers_) fullest = std::max(fullest, layer.size());
+    const auto [top, bottom] = std::ranges::minmax_element(cells_, {}, &Cell::y);
+    const double above = top->y - 0.5;
     graph_.width = static_cast<double>(layers_.size());
-    graph_.height = static_cast<double>(fullest);
+    graph_.height = bottom->y - above + 0.5;
     const auto pointOf = [&](std::size_t cell) {
-      const auto count = static_cast<double>(layers_[At(cells_[cell].layer)].size());
-      return StepGraph::Point{cells_[cell].layer + 0.5,
-                              cells_[cell].place + 0.5 + (graph_.height - count) / 2};
+      return StepGraph::Point{cells_[cell].layer + 0.5, cells_[cell].y - above};
     };
     for (std::size_t i = 0; i < steps_.size(); ++i) graph_.nodes[i].at = pointOf(i);
     for (std::size_t edge = 0; edge < ways_.size(); ++edge)

@@ -56,9 +56,10 @@ TEST_F(RunPagesTest, ExecuteTurnsToTheRunAndItsStepsAreShownAsTheyStand) {
   EXPECT_EQ(pages->currentIndex(), 0);
   Click("Execute");
   EXPECT_EQ(pages->tabText(pages->currentIndex()), "Run");
-  EXPECT_THAT(StepsShown(session_.Window()),
-              testing::MatchesRegex("create orders: done, [0-9.]+ s; load orders: done, 3 rows, "
-                                    "[0-9.]+ s"));
+  EXPECT_THAT(
+      StepsShown(session_.Window()),
+      testing::MatchesRegex("create orders: done, (< )?[0-9.]+ m?s; load orders: done, 3 rows, "
+                            "(< )?[0-9.]+ m?s"));
   auto& graph = session_.Find<QGraphicsView>("Steps");
   QTest::keyClicks(&session_.Find<QLineEdit>("Find a step"), "LOAD");
   QTest::keyClick(&session_.Find<QLineEdit>("Find a step"), Qt::Key_Return);
@@ -100,7 +101,7 @@ TEST_F(RunPagesTest, StopEndsARunsStepsOnceItIsConfirmed) {
   EXPECT_EQ(session_.Files().ReadFile("err.txt").find("succesfully"), std::string::npos);
   EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Stopped by the operator\r\n"));
   EXPECT_THAT(StepsShown(session_.Window()),
-              testing::MatchesRegex("long: failed, [0-9.]+ s; next: not reached"));
+              testing::MatchesRegex("long: failed, (< )?[0-9.]+ m?s; next: not reached"));
   EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
 }
 
@@ -169,11 +170,14 @@ TEST_F(RunPagesTest, TheVerdictIsRightWhileTheBoxOfAFailureIsOpen) {
     EXPECT_TRUE(session_.Form().Busy.Get());
     EXPECT_TRUE(IsShown("Failed"));
     EXPECT_EQ(pages->tabText(1), "Run") << "without the mark of a run";
+    EXPECT_THAT(session_.Find<QLabel>("Error of the step").text().toStdString(),
+                HasSubstr("ended with exit code 1"))
+        << "of the step that has failed";
     const QString seconds = time.text();
     QTest::qWait(1100);
     EXPECT_EQ(seconds, time.text());
     EXPECT_THAT(StepsShown(session_.Window()),
-                testing::MatchesRegex("bad: failed, [0-9.]+ s; next: not reached"));
+                testing::MatchesRegex("bad: failed, (< )?[0-9.]+ m?s; next: not reached"));
     box.reject();
   });
   Click("Execute");

@@ -1,39 +1,24 @@
-// Draws the windows for the operator's guide: torvik-screenshots DIRECTORY [light|dark].
+// Draws the windows for the operator's guide:
+//   torvik-screenshots DIRECTORY [light|dark [WIDTHxHEIGHT]]
+// With a size, the pages of runs alone, in a window of so many pixels.
 
 #include <QApplication>
-#include <QPushButton>
 #include <QSettings>
-#include <QTabWidget>
 #include <QTest>
-#include <QTimer>
 #include <QTreeWidget>
 #include <cstdio>
 #include <filesystem>
 
+#include "desktop/Camera.h"
 #include "desktop/DesktopSession.h"
+#include "desktop/RunScreenshots.h"
 #include "ui/frmAnimate.h"
 #include "ui/qt/AnimateDialog.h"
-#include "ui/qt/StepGraphView.h"
 #include "ui/qt/Theme.h"
 
 using namespace torvik;
 
 namespace {
-
-class Camera {
- public:
-  explicit Camera(QString directory) : directory_(std::move(directory)) {}
-
-  void Take(QWidget& window, const char* name) const {
-    QTest::qWait(150);
-    const QString file = directory_ + "/" + name + ".png";
-    if (!window.grab().save(file)) throw std::runtime_error("cannot write " + file.toStdString());
-    std::printf("%s\n", file.toStdString().c_str());
-  }
-
- private:
-  QString directory_;
-};
 
 void TakeForm(DesktopSession& session, const Camera& camera) {
   session.Start("");
@@ -58,99 +43,6 @@ void TakePanels(DesktopSession& session, const Camera& camera) {
       session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(true);
     camera.Take(session.Window(), name);
   }
-}
-
-std::string SqlStep(const std::string& name, const std::string& sql, const std::string& after) {
-  return "[[steps]]\nname = \"" + name +
-         "\"\ntask = \"ExecuteSQL\"\nconnection = \"dw\"\nsql = \"" + sql + "\"\n" +
-         (after.empty() ? "" : "after = [ " + after + " ]\n");
-}
-
-std::string After(const std::string& step, const std::string& on = "success") {
-  return "{ step = \"" + step + "\", on = \"" + on + "\" }";
-}
-
-constexpr const char* kConnections = R"toml(
-[[connections]]
-name = "dw"
-provider = "SQLOLEDB"
-properties = { "Data Source" = "(local)", "Initial Catalog" = "DW" }
-[[connections]]
-name = "orders file"
-provider = "DTSFlatFile"
-properties = { "Data Source" = 'S:\many.csv', "First Row Column Name" = true }
-)toml";
-
-/// Five steps, of which one loads some rows and one waits.
-std::string FiveSteps(const std::string& sum) {
-  return kConnections +
-         SqlStep("make tables",
-                 "DROP TABLE IF EXISTS orders; CREATE TABLE orders (no INTEGER, text TEXT)", "") +
-         "[[steps]]\nname = \"load orders\"\ntask = \"DataPump\"\nsource = \"orders file\"\n"
-         "destination = \"dw\"\ntable = \"orders\"\nafter = [ " +
-         After("make tables") + " ]\n" +
-         "[[steps]]\nname = \"wait for export\"\ntask = \"ExecuteProcess\"\nprogram = \"sleep\"\n"
-         "arguments = [ '2' ]\n" +
-         SqlStep("sum up", sum,
-                 After("load orders") + ", " + After("wait for export", "completion")) +
-         SqlStep("note the failure", "SELECT 1", After("sum up", "failure"));
-}
-
-/// Steps in chains that meet now and then.
-std::string ManySteps(int count) {
-  std::string text = kConnections;
-  for (int i = 0; i < count; ++i) {
-    std::string after;
-    if (i >= 6) after = After("step " + std::to_string(i - 6));
-    if (i >= 12 && i % 7 == 0)
-      after += ", " + After("step " + std::to_string(i - 11), "completion");
-    text +=
-        SqlStep("step " + std::to_string(i), i % 50 == 49 ? "SELECT nothing" : "SELECT 1", after);
-  }
-  return text;
-}
-
-/// A real run; the picture is taken in its middle when `during` is given. A failure is told in a
-/// box.
-void Execute(DesktopSession& session, const Camera& camera, const char* during, const char* behind,
-             bool fails) {
-  if (fails) OnNextDialog([](QDialog& box) { box.reject(); });
-  QTimer timer;
-  timer.setSingleShot(true);
-  QObject::connect(&timer, &QTimer::timeout, &session.Window(), [&] {
-    if (during != nullptr) camera.Take(session.Window(), during);
-  });
-  timer.start(1300);
-  session.Form().cmdExecute_Click();
-  QTest::qWait(150);
-  if (auto* const graph = session.Window().findChild<StepGraphView*>(); graph != nullptr)
-    graph->FindNext("load");
-  camera.Take(session.Window(), behind);
-}
-
-void TakeRun(DesktopSession& session, const Camera& camera) {
-  session.Form().tabDataInfo.Tab.Set(0);
-  auto& list = session.Find<QTreeWidget>("Data links");
-  list.setCurrentItem(list.findItems("orders", Qt::MatchExactly).value(0));
-  session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(false);
-  std::string rows = "no,text\n";
-  for (int i = 0; i < 900'000; ++i) rows += std::to_string(i) + ",some words of a row\n";
-  session.Files().WriteFile("many.csv", rows);
-  for (int run = 0; run < 3; ++run) {
-    const bool isGood = run != 1;
-    session.Files().PutPackage(
-        "Sales_LoadDW",
-        FiveSteps(isGood ? "SELECT SUM(no) FROM orders" : "SELECT SUM(amount) FROM orders"));
-    Execute(session, camera, run == 2 ? "run" : nullptr, isGood ? "run-ok" : "run-failed", !isGood);
-  }
-  auto* const pages = session.Window().findChild<QTabWidget*>();
-  pages->setCurrentIndex(2);
-  camera.Take(session.Window(), "history");
-  for (const int count : {60, 1000}) {
-    session.Files().PutPackage("Sales_LoadDW", ManySteps(count));
-    Execute(session, camera, nullptr, count == 60 ? "run-60-steps" : "run-1000-steps", true);
-  }
-  pages->setCurrentIndex(0);
 }
 
 void TakeDialogs(DesktopSession& session, const Camera& camera) {
@@ -185,11 +77,32 @@ void TakeDialogs(DesktopSession& session, const Camera& camera) {
   camera.Take(*dialog, "transfer");
 }
 
+/// The pages of runs in a window of a given size, such as "1280x720", in the display's pixels.
+void TakeRunsInSize(DesktopSession& session, const Camera& camera, const QString& size) {
+  const double scale = session.Window().devicePixelRatioF();
+  const QStringList numbers = size.split('x');
+  session.Window().resize(static_cast<int>(numbers.value(0).toInt() / scale),
+                          static_cast<int>(numbers.value(1).toInt() / scale));
+  session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
+  TakeRuns(session, camera);
+}
+
+void TakeAll(DesktopSession& session, const Camera& camera) {
+  TakeForm(session, camera);
+  TakePanels(session, camera);
+  session.Start("");
+  session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
+  TakeRuns(session, camera);
+  TakeDialogs(session, camera);
+  session.Start("");
+  camera.Take(session.Window(), "start");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::fprintf(stderr, "usage: torvik-screenshots DIRECTORY [light|dark]\n");
+    std::fprintf(stderr, "usage: torvik-screenshots DIRECTORY [light|dark [WIDTHxHEIGHT]]\n");
     return 2;
   }
   QApplication application(argc, argv);
@@ -201,12 +114,12 @@ int main(int argc, char** argv) {
     const Camera camera(argv[1]);
     DesktopSession session;
     session.MakeJob();
-    TakeForm(session, camera);
-    TakePanels(session, camera);
-    TakeRun(session, camera);
-    TakeDialogs(session, camera);
+    if (argc < 4) {
+      TakeAll(session, camera);
+      return 0;
+    }
     session.Start("");
-    camera.Take(session.Window(), "start");
+    TakeRunsInSize(session, camera, argv[3]);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "torvik-screenshots: %s\n", error.what());
     return 1;

@@ -67,6 +67,31 @@ TEST(StepGraph, PutsNoTwoStepsIntoOnePlaceAndLinesBesideThem) {
     EXPECT_TRUE(node.at.x < graph.width && node.at.y < graph.height && node.at.y > 0);
 }
 
+TEST(StepGraph, DrawsLanesAsStraightLines) {
+  // Three lanes of which the middle one forks; a hundred lanes with a way from each fifth to the
+  // next.
+  std::vector<std::vector<int>> fork = {{}, {}, {}, {0}, {1}, {2}, {3}, {4}, {4}, {5}}, lanes;
+  for (int lane = 0; lane < 100; ++lane)
+    for (int i = 0; i < 4; ++i) {
+      lanes.push_back({});
+      if (i > 0) lanes.back().push_back(4 * lane + i - 1);
+      if (i == 3 && lane % 5 == 1) lanes.back().push_back(4 * (lane - 1) + 1);
+    }
+  const struct {
+    const std::vector<std::vector<int>>& after;
+    std::size_t bent;
+    double height;
+  } cases[] = {{fork, 2, 4}, {lanes, 60, 125}};
+  for (const auto& one : cases) {
+    const StepGraph graph = LayOut(Steps(one.after));
+    std::size_t bent = 0;
+    for (const auto& edge : graph.edges)
+      bent += std::abs(edge.way.front().y - edge.way.back().y) > 0.25 ? 1U : 0U;
+    EXPECT_LE(bent, one.bent) << one.after.size();
+    EXPECT_LE(graph.height, one.height) << one.after.size();
+  }
+}
+
 TEST(StepGraph, SpreadsStepsThatNothingBinds) {
   const StepGraph graph = LayOut(Steps(std::vector<std::vector<int>>(300)));
   EXPECT_GT(graph.width, 5);

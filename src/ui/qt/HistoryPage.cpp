@@ -20,6 +20,9 @@
 namespace torvik {
 namespace {
 
+/// The columns of them.
+constexpr int kNumbers[] = {3, 4};
+
 QString ReasonOf(const RunRecord& run) {
   return ToQt(run.failedStep.empty() ? run.error : run.failedStep + ": " + run.error);
 }
@@ -27,8 +30,7 @@ QString ReasonOf(const RunRecord& run) {
 QString TimeOf(const JobHistory& history, const RunRecord& run) {
   const auto seconds = RunSeconds(run);
   if (!seconds) return {};
-  const QString text =
-      *seconds < 60 ? QString::number(*seconds, 'f', 1) + Tr(" s") : ToQt(ClockText(*seconds));
+  const QString text = *seconds < 60 ? SecondsText(*seconds) : ToQt(ClockText(*seconds));
   return text + (history.IsSlow(run) ? Tr("  more than twice its median") : QString());
 }
 
@@ -53,11 +55,24 @@ class RunStrip final : public QWidget {
     return fromRight < runs.size() ? &runs[fromRight] : nullptr;
   }
 
+  /// A line at the height of the longest run, and one below all.
+  void DrawScale(QPainter& painter, double most, double top) const {
+    QColor line = palette().color(QPalette::Text);
+    line.setAlphaF(0.2F);
+    painter.setPen(line);
+    for (const double y : {top, height() - 1.0})
+      painter.drawLine(QPointF(0, y), QPointF(width(), y));
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(QPointF(2, top - 4), most < 60 ? SecondsText(most) : ToQt(ClockText(most)));
+    painter.setPen(palette().color(QPalette::Text));
+  }
+
   void paintEvent(QPaintEvent*) override {
     QPainter painter(this);
     double most = 0.1;
     for (const RunRecord& run : history_.Runs()) most = std::max(most, RunSeconds(run).value_or(0));
     const double room = height() - fontMetrics().height() - 2, bar = BarWidth();
+    DrawScale(painter, most, height() - room);
     double right = width();
     for (const RunRecord& run : history_.Runs()) {
       const double high = std::max(3.0, room * RunSeconds(run).value_or(0) / most);
@@ -100,9 +115,13 @@ void FillTable(QTreeWidget& table, const JobHistory& history) {
     row->setData(0, Qt::UserRole, QVariant::fromValue(run.id));
     row->setToolTip(5, ReasonOf(run));
     row->setForeground(0, VerdictColour(run.outcome));
-    for (const int number : {3, 4}) row->setTextAlignment(number, Qt::AlignRight);
+    for (const int number : kNumbers) row->setTextAlignment(number, Qt::AlignRight);
   }
-  for (int column = 0; column < 5; ++column) table.resizeColumnToContents(column);
+  constexpr int kBetween = 14;
+  for (int column = 0; column < 5; ++column) {
+    table.resizeColumnToContents(column);
+    table.setColumnWidth(column, table.columnWidth(column) + kBetween);
+  }
 }
 
 }  // namespace
@@ -118,6 +137,8 @@ QWidget* NewHistoryPage(frmRunnerMain& form, std::function<void()> show) {
   table->setAccessibleName(Tr("Runs"));
   table->setRootIsDecorated(false);
   table->setUniformRowHeights(true);
+  table->setAlternatingRowColors(true);
+  for (const int number : kNumbers) table->headerItem()->setTextAlignment(number, Qt::AlignRight);
   auto* const layout = new QVBoxLayout(page);
   layout->addWidget(trouble);
   layout->addWidget(strip);

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTimer>
@@ -35,6 +36,15 @@ QToolButton* NewTool(const QString& text, const QString& help, std::function<voi
   return button;
 }
 
+/// Stays at the end of what grows, as long as the operator leaves it there.
+void FollowEnd(QScrollBar& bar) {
+  const auto last = std::make_shared<int>(0);
+  QObject::connect(&bar, &QScrollBar::rangeChanged, &bar, [&bar, last](int, int end) {
+    if (bar.value() >= *last) bar.setValue(end);
+    *last = end;
+  });
+}
+
 class RunPage final : public QWidget {
  public:
   RunPage(frmRunnerMain& form, std::function<void()> showJob)
@@ -54,6 +64,7 @@ class RunPage final : public QWidget {
     auto* const times = new QScrollArea;
     times->setWidget(timeLine_);
     times->setWidgetResizable(true);
+    FollowEnd(*times->verticalScrollBar());
     auto* const all = new QSplitter(Qt::Vertical);
     all->setObjectName("run");
     all->setChildrenCollapsible(false);
@@ -97,6 +108,7 @@ class RunPage final : public QWidget {
     connect(log, &QPushButton::clicked, this, [this] { form_.cmdShowPackageLog_Click(); });
     for (QPushButton* const button : {log, errorFile, stop}) {
       button->setAutoDefault(false);
+      button->setMinimumWidth(button->sizeHint().width() + fontMetrics().averageCharWidth() * 2);
       head->addWidget(button);
     }
     return head;
@@ -131,7 +143,10 @@ class RunPage final : public QWidget {
     form_.Monitor.StepsChanged.Observe([page = QPointer<RunPage>(this)] {
       if (page && !page->pace_.isActive()) page->pace_.start();
     });
-    Watch(form_.Monitor.Verdict, *this, [](RunPage& page, RunVerdict) { page.Refresh(); });
+    Watch(form_.Monitor.Verdict, *this, [](RunPage& page, RunVerdict verdict) {
+      page.Refresh();
+      if (verdict == RunVerdict::Failure && page.graph_->Chosen() < 0) page.ChooseFailed();
+    });
     Watch(form_.Monitor.Runs, *this, [](RunPage& page, bool runs) {
       if (runs) page.clock_.start();
       if (!runs) page.clock_.stop();
@@ -160,6 +175,13 @@ class RunPage final : public QWidget {
       return true;
     }
     return false;
+  }
+
+  /// What has failed is what the operator looks for.
+  void ChooseFailed() {
+    const auto failed =
+        std::ranges::find(form_.Monitor.Steps(), StepState::Failed, &RunMonitor::Step::state);
+    if (failed != form_.Monitor.Steps().end()) ChooseNamed(failed->name);
   }
 
   /// The fetch that goes on, and how far it has come.

@@ -23,17 +23,14 @@ void ShowVerdict(QLabel& label, RunVerdict verdict, bool runs) {
     const char* text;
     const char* colours;
   };
-  const Look look = runs                             ? Look{"Running ...", ""}
+  const Look look = runs                             ? Look{"Running", "#1c5fa8"}
                     : verdict == RunVerdict::Ok      ? Look{"Succeeded", "#1b5e20"}
                     : verdict == RunVerdict::Failure ? Look{"Failed", "#b71c1c"}
                                                      : Look{"Ended without a verdict", "#795548"};
   label.setText(Tr(look.text));
   label.setAccessibleName(Tr(look.text));
-  const QString colour = look.colours;
-  label.setStyleSheet(colour.isEmpty()
-                          ? QString()
-                          : "background: " + colour +
-                                "; color: white; border-radius: 3px; padding: 3px 8px");
+  label.setStyleSheet(QString("background: ") + look.colours +
+                      "; color: white; border-radius: 3px; padding: 3px 8px");
 }
 
 /// The reasons of a failure, each with its place; the rows that are chosen can be copied.

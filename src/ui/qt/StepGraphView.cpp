@@ -19,8 +19,8 @@ namespace {
 constexpr double kLayerWidth = 230, kPlaceHeight = 78;
 constexpr double kBoxWidth = 172, kBoxHeight = 52;
 constexpr double kSmallest = 0.01, kLargest = 3;
-/// Below this a text is no longer read.
-constexpr double kTextZoom = 0.35;
+/// Below this a text is no longer read; large packages begin with what is read with ease.
+constexpr double kTextZoom = 0.35, kFirstZoom = 0.8;
 
 QPointF ToScene(const StepGraph::Point& point) {
   return {point.x * kLayerWidth, point.y * kPlaceHeight};
@@ -149,7 +149,7 @@ void StepGraphView::ShowPackage() {
     boxes_.push_back(new StepBox(steps[i], graph.nodes[i]));
     scene_.addItem(boxes_.back());
   }
-  Fit(kTextZoom + 0.1);
+  Fit(kFirstZoom);
   ShowSteps();
 }
 
@@ -161,8 +161,7 @@ void StepGraphView::ShowSteps() {
     QString figures;
     if (step != nullptr && step->rows > 0) figures = ToQt(Counted(step->rows, "row"));
     if (step != nullptr && step->end && step->state != StepState::NotRun)
-      figures += (figures.isEmpty() ? "" : ", ") +
-                 QString::number(*step->end - step->begin, 'f', 1) + Tr(" s");
+      figures += (figures.isEmpty() ? "" : ", ") + SecondsText(*step->end - step->begin);
     boxes_[i]->Show(LookOf(steps[i], step, isOver), figures, static_cast<int>(i) == chosen_);
   }
   FollowRun();

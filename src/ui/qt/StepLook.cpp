@@ -37,6 +37,13 @@ QColor VerdictColour(RunOutcome outcome) {
   return outcome == RunOutcome::Ok ? kGreen : kRed;
 }
 
+QString SecondsText(double seconds) {
+  constexpr double kShown = 0.0995;  // less would be written as 0.1 s and shorter
+  if (seconds < 0.0005) return Tr("< 1 ms");
+  return seconds < kShown ? QString::number(seconds * 1000, 'f', 0) + Tr(" ms")
+                          : QString::number(seconds, 'f', 1) + Tr(" s");
+}
+
 QString BeginOf(const RunRecord& run) {
   const auto seconds =
       std::chrono::duration_cast<std::chrono::seconds>(run.begin.time_since_epoch()).count();

@@ -23,6 +23,9 @@ StepLook LookOf(StepState state);
 /// Of a run.
 QColor VerdictColour(RunOutcome outcome);
 
+/// "12 ms", "3.4 s".
+QString SecondsText(double seconds);
+
 /// When a run began, and the sign of how it ended.
 QString BeginOf(const RunRecord& run);
 QString SignOf(const RunRecord& run);

@@ -30,9 +30,6 @@ StepPanel::StepPanel(RunMonitor& monitor)
       error_(NewText()),
       rates_(new Sparkline),
       text_(new QPlainTextEdit) {
-  QFont bold = name_->font();
-  bold.setBold(true);
-  name_->setFont(bold);
   state_->setAccessibleName(Tr("State of the step"));
   error_->setAccessibleName(Tr("Error of the step"));
   rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));
@@ -45,6 +42,7 @@ StepPanel::StepPanel(RunMonitor& monitor)
                           static_cast<QWidget*>(rates_), static_cast<QWidget*>(error_)})
     layout->addWidget(widget);
   layout->addWidget(text_, 1);
+  layout->addStretch();
   Refresh();
 }
 
@@ -101,7 +99,8 @@ StepPanel::Facts StepPanel::OfFetch(const RunMonitor::Fetch& fetch) const {
   facts.state = look.sign + " " + look.word + ", " + ToQt(FiguresOf(fetch)) + "\n" +
                 Times(fetch.begin, fetch.end);
   facts.error = ToQt(fetch.error);
-  if (!fetch.file.empty()) facts.text = Tr("file ") + ToQt(fetch.file) + "\n";
+  if (!fetch.file.empty())
+    facts.text = Tr("file ") + ToQt(fetch.file).section('/', -1).section('\\', -1) + "\n";
   if (!fetch.from.empty())
     facts.text += Tr("from ") + ToQt(fetch.from) + "\n" + Tr("to   ") + ToQt(fetch.to);
   facts.rates = fetch.bytesByTime;
@@ -109,11 +108,14 @@ StepPanel::Facts StepPanel::OfFetch(const RunMonitor::Fetch& fetch) const {
 }
 
 QString StepPanel::Times(double begin, const std::optional<double>& end) const {
-  return QString::number(std::max(0.0, end.value_or(monitor_.Seconds()) - begin), 'f', 1) +
-         Tr(" s, begun at ") + ToQt(ClockText(begin));
+  return SecondsText(end.value_or(monitor_.Seconds()) - begin) + Tr(", begun at ") +
+         ToQt(ClockText(begin));
 }
 
 void StepPanel::Show(const Facts& facts) {
+  QFont font = name_->font();
+  font.setBold(!facts.state.isEmpty());
+  name_->setFont(font);
   name_->setText(facts.name);
   state_->setText(facts.state);
   state_->setVisible(!facts.state.isEmpty());

@@ -13,6 +13,8 @@
 namespace torvik {
 namespace {
 
+constexpr int kMargin = 6;
+
 /// 1, 2 or 5 times a power of ten, or whole minutes and hours: about six marks on the scale.
 double MarkEvery(double seconds) {
   for (const double mark : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0, 30.0, 60.0, 120.0, 300.0,
@@ -29,6 +31,8 @@ std::string PlaceOfFetch(const std::string& link) {
 
 TimeLine::TimeLine(RunMonitor& monitor) : monitor_(monitor) {
   setAccessibleName(Tr("Time line of the steps"));
+  setAutoFillBackground(true);
+  setBackgroundRole(QPalette::Base);
 }
 
 void TimeLine::Refresh() {
@@ -58,19 +62,24 @@ QSize TimeLine::sizeHint() const {
 }
 
 int TimeLine::NameWidth() const {
-  return std::min(widestName_ + 12, width() / 3);
+  return std::min(widestName_ + 3 * kMargin, width() / 3);
 }
 
 void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
   const int row = RowHeight();
   const double perSecond = (width() - left - 8) / all;
-  painter.setPen(palette().color(QPalette::PlaceholderText));
+  const QColor words = palette().color(QPalette::PlaceholderText);
+  QColor line = palette().color(QPalette::Text);
+  line.setAlphaF(0.15F);
   const double mark = MarkEvery(all);
   for (double at = 0; at <= all; at += mark) {
     const double x = left + at * perSecond;
-    painter.drawLine(QPointF(x, row - 3), QPointF(x, height()));
-    painter.drawText(QPointF(x + 3, row - 5),
-                     mark < 1 ? QString::number(at, 'f', 1) + Tr(" s") : ToQt(ClockText(at)));
+    const QString text = mark < 1 ? QString::number(at, 'f', 1) + Tr(" s") : ToQt(ClockText(at));
+    painter.setPen(line);
+    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
+    painter.setPen(words);
+    if (x + 3 + fontMetrics().horizontalAdvance(text) < width())
+      painter.drawText(QPointF(x + 3, row - 5), text);
   }
 }
 
@@ -78,8 +87,8 @@ void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
 void TimeLine::DrawBar(QPainter& painter, const Bar& bar, int y, int left, double perSecond) const {
   const int row = RowHeight();
   painter.setPen(palette().color(QPalette::Text));
-  painter.drawText(QRect(0, y, left - 8, row), Qt::AlignVCenter | Qt::AlignLeft,
-                   fontMetrics().elidedText(ToQt(bar.place), Qt::ElideRight, left - 8));
+  painter.drawText(QRect(kMargin, y, left - 2 * kMargin, row), Qt::AlignVCenter | Qt::AlignLeft,
+                   fontMetrics().elidedText(ToQt(bar.place), Qt::ElideRight, left - 2 * kMargin));
   const double begin = left + bar.begin * perSecond;
   const double length =
       std::max(2.0, (bar.end.value_or(monitor_.Seconds()) - bar.begin) * perSecond);
