@@ -48,15 +48,7 @@ ado::Column Key(ado::Column column, int position) {
 
 /// Words of other programs may hold what no server takes in a text.
 std::string Storable(std::string_view text) {
-  std::string storable;
-  while (!text.empty()) {
-    const std::size_t valid = ValidUtf8Length(text);
-    storable += text.substr(0, valid);
-    text.remove_prefix(valid);
-    if (text.empty()) break;
-    storable += '?';
-    text.remove_prefix(1);
-  }
+  std::string storable = AsValidUtf8(text);
   std::ranges::replace(storable, '\0', ' ');
   return storable;
 }

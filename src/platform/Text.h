@@ -136,6 +136,18 @@ inline std::size_t ValidUtf8Length(std::string_view text) {
   }
 }
 
+/// The text with '?' for each byte that is not valid UTF-8.
+inline std::string AsValidUtf8(std::string_view text) {
+  std::string valid;
+  for (;;) {
+    const std::size_t length = ValidUtf8Length(text);
+    valid += text.substr(0, length);
+    if (length == text.size()) return valid;
+    valid += '?';
+    text.remove_prefix(length + 1);
+  }
+}
+
 /// The number of characters of a valid UTF-8 text.
 inline std::size_t CountCharacters(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {

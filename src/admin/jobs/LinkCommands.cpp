@@ -1,11 +1,18 @@
+#include <cstdio>
+#include <iostream>
+#include <iterator>
+
 #include "admin/common/Commands.h"
 #include "admin/common/Secrets.h"
 #include "admin/jobs/LinkFile.h"
+#include "admin/jobs/LinkPreview.h"
 #include "datalinks/DataWarehouse.h"
 #include "datalinks/FieldReaders.h"
+#include "datalinks/cDataSource.h"
 #include "platform/Ado.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
+#include "platform/Text.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace torvik::admin {
@@ -16,6 +23,8 @@ struct LinkOptions {
   std::string model;
   std::vector<std::string> files;
   std::string name;
+  std::string item;
+  int rows = 20;
 };
 
 Json JsonOf(const ado::Value& value) {
@@ -90,6 +99,43 @@ int ListLinks(LinuxPlatform& platform, const Invocation& invocation, const LinkO
   return 0;
 }
 
+/// All at once, so that whoever asks may be a program.
+std::string StandardInput() {
+  return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+}
+
+int PreviewLink(LinuxPlatform& platform, const Invocation& invocation, const LinkOptions& options) {
+  const std::string& file = options.files.front();
+  const LinkFile link =
+      ReadLinkFile(file == "-" ? "standard input" : file,
+                   file == "-" ? StandardInput() : ReadText(*platform.files, file));
+  const LinkPreview preview =
+      PreviewOf(platform, link.Record(), options.item, static_cast<std::size_t>(options.rows));
+  if (invocation.json) {
+    PrintResult({{"items", preview.items},
+                 {"all_items", preview.areAll},
+                 {"item", preview.item},
+                 {"note", preview.note},
+                 {"columns", preview.columns},
+                 {"rows", preview.rows}},
+                "", true);
+    return 0;
+  }
+  for (const std::string& item : preview.items)
+    std::printf("%s %s\n", item == preview.item ? "*" : " ", item.c_str());
+  if (!preview.areAll) std::puts("  ...");
+  if (!preview.note.empty()) std::puts(preview.note.c_str());
+  if (preview.item.empty()) return 0;
+  std::vector<JsonRow> rows;
+  for (const auto& row : preview.rows) {
+    rows.emplace_back();
+    for (const std::string& value : row) rows.back().push_back(ControlsAsBlanks(value));
+    rows.back().resize(preview.columns.size());
+  }
+  PrintRows(preview.columns, rows, false);
+  return 0;
+}
+
 int RemoveLink(LinuxPlatform& platform, const Invocation& invocation, const LinkOptions& options) {
   DataWarehouse warehouse(*platform.databases);
   Connect(warehouse, invocation.server, options.database);
@@ -118,6 +164,14 @@ void AddLinkCommands(CLI::App& app, Invocation& invocation) {
   CLI::App* remove = group.Add("remove", "remove a data link", RemoveLink);
   remove->add_option("MODEL", given.model)->required();
   remove->add_option("NAME", given.name)->required();
+  CLI::App* preview = group.Add(
+      "preview", "the first rows of what a data link leads to: a file, a table", PreviewLink);
+  preview->add_option("FILE", given.files, "TOML file as for put; -: standard input")
+      ->required()
+      ->expected(1);
+  preview->add_option("--item", given.item,
+                      "file of the directory, or table; the first one without it");
+  preview->add_option("--rows", given.rows, "at most so many")->check(CLI::Range(1, 1000));
   for (CLI::App* command : {put, list, remove}) {
     command->add_option("--database", given.database, "the data-warehouse database")->required();
     AddServerOptions(*command, invocation);

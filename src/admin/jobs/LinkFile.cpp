@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "admin/common/StoredName.h"
+#include "datalinks/cDataSource.h"
 #include "engine/model/TomlTable.h"
+#include "platform/NumberText.h"
 
 namespace torvik::admin {
 namespace {
@@ -81,6 +83,27 @@ bool LinkFile::HasSecret() const {
   return std::any_of(columns.begin(), columns.end(), [](const auto& column) {
     return IsSecretColumn(column.first) && !column.second.value_or("").empty();
   });
+}
+
+cDataSource LinkFile::Record() const {
+  const auto value = [this](std::string_view column) {
+    const auto found =
+        std::ranges::find(columns, column, [](const auto& one) { return one.first; });
+    return found == columns.end() ? std::string() : found->second.value_or("");
+  };
+  cDataSource record;
+  record.strModelName = model;
+  record.strName = name;
+  record.etlType = NumberOf<std::int32_t>(value("Type")).value_or(0);
+  record.strDSServer = value("ds_server");
+  record.strDSDatabase = value("ds_database");
+  record.blnDSTrustedLogin = value("ds_trusted_login") == "1";
+  record.strDSUser = value("ds_user");
+  record.strDSPassword = value("ds_password");
+  record.strDSFile = value("ds_file");
+  record.strDSDirectory = value("ds_directory");
+  record.intTransferData = NumberOf<std::int16_t>(value("transfer_data")).value_or(0);
+  return record;
 }
 
 LinkFile ReadLinkFile(const std::string& path, const std::string& text) {

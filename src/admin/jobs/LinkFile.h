@@ -5,6 +5,10 @@
 #include <utility>
 #include <vector>
 
+namespace torvik {
+class cDataSource;
+}
+
 namespace torvik::admin {
 
 /// A data link as a file holds it: columns of dwm_data_link and their values, the columns that the
@@ -16,6 +20,9 @@ struct LinkFile {
 
   /// True when a password, or what may hold one, is among them.
   bool HasSecret() const;
+
+  /// What says where the link leads, and how to log on there.
+  cDataSource Record() const;
 };
 
 /// The columns of dwm_data_link, in the table's order.

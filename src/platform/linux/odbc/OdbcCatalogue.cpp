@@ -43,8 +43,9 @@ std::string Pattern(const OdbcSession& session, const std::string& text) {
 void QueryColumns(OdbcStatement& statement, const OdbcSession& session,
                   const std::string& catalogue, const std::string& schema, const std::string& table,
                   const std::string& column) {
-  Argument a(catalogue), b(Pattern(session, schema)), c(Pattern(session, table)),
-      d(Pattern(session, column));
+  // A SQL Server's procedure behind this wants a table, or a pattern that all fit.
+  Argument a(catalogue), b(Pattern(session, schema)),
+      c(table.empty() ? "%" : Pattern(session, table)), d(Pattern(session, column));
   statement.RunCatalogue([&](void* handle) {
     return SQLColumnsW(handle, a.Data(), a.Length(), b.Data(), b.Length(), c.Data(), c.Length(),
                        d.Data(), d.Length());
