@@ -177,6 +177,8 @@ class frmRunnerMain final : public MainForm {
   void cmbETLPackage_DropDown();
   void cmbDestDB_DropDown();
   void lstDataLinks_Click();
+  /// The selected data link, when it has a panel, as torvik-admin reads it; else empty.
+  std::string SelectedLinkFile() const;
   void cmdLoadDataLinks_Click();
 
  private:

@@ -4,6 +4,7 @@
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
 #include "startup/Program.h"
+#include "ui/LinkFileText.h"
 #include "ui/frmRunnerMain.h"
 
 namespace torvik {
@@ -98,6 +99,11 @@ void frmRunnerMain::lstDataLinks_Click() {
   if (panel) panel->SetObjDataSource(*link);
   ShowPanel(panel);
   RefreshLinkRows();
+}
+
+std::string frmRunnerMain::SelectedLinkFile() const {
+  const cDataSource* const link = panel_ == nullptr ? nullptr : panel_->ObjDataSource();
+  return link == nullptr ? std::string() : LinkFileText(*link);
 }
 
 void frmRunnerMain::ReleaseLinks() {

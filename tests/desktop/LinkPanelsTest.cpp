@@ -7,6 +7,9 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>
 #include <tuple>
@@ -138,7 +141,7 @@ TEST_F(LinkPanelsTest, TheRightsOnAnFtpServerAreTested) {
          "FTP Check|Login failed! FTP site doesn't exist or the password is incorrect!"}}) {
     panel.txtSourceFTPPassword.Text.Set(password);
     AnswerNext(box);
-    Click("Test");
+    Click("Test FTP");
     EXPECT_EQ(answer, box);
   }
 }
@@ -159,6 +162,41 @@ TEST_F(LinkPanelsTest, TheFilesOfADirectoryAreTested) {
     Click("Test files");
     EXPECT_EQ(answer, box);
   }
+}
+
+TEST_F(LinkPanelsTest, TheFirstRowsOfALinkAreShown) {
+  session_.Files().WriteFile("flat/a.csv", "id;name\n1;\"one\nline\"\n");
+  session_.Files().WriteFile("flat/b.csv", "x,y,z\n");
+  Open();
+  SelectLink("orders");
+  Type("Local directory", QString::fromStdString(Path("flat/")));
+  auto& table = session_.Find<QTableWidget>("Preview of the data link");
+  auto& items = session_.Find<QComboBox>("File or table of the preview");
+  auto& pages = session_.Find<QTabWidget>("Pages of the data link");
+  const auto turnTo = [&](int page) {
+    QTest::mouseClick(pages.tabBar(), Qt::LeftButton, {}, pages.tabBar()->tabRect(page).center());
+  };
+  turnTo(1);
+  ASSERT_TRUE(WaitUntil([&] { return table.isVisible() && table.columnCount() == 2; }));
+  EXPECT_EQ("one line", table.item(1, 1)->text());
+  EXPECT_TRUE(IsShown("Delimiter: a semicolon."));
+  items.setFocus();
+  QTest::keyClick(&items, Qt::Key_Down);
+  ASSERT_TRUE(WaitUntil([&] { return table.columnCount() == 3; }));
+  EXPECT_EQ("z", table.item(0, 2)->text());
+  session_.Files().WriteFile("flat/b.csv", "x|y\n");
+  Click("Read again");
+  ASSERT_TRUE(WaitUntil([&] { return table.columnCount() == 2; }));
+  turnTo(0);
+  Type("Local directory", QString::fromStdString(Path("none/")));
+  turnTo(1);
+  ASSERT_TRUE(WaitUntil([&] { return !table.isVisible(); }));
+  EXPECT_TRUE(IsShown(
+      (Path("none/") + ": No such file or directory; choose another directory, or make it readable")
+          .c_str()));
+  SelectLink("other");
+  EXPECT_FALSE(items.isVisible());
+  EXPECT_FALSE(pages.isTabVisible(1));
 }
 
 TEST_F(LinkPanelsTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {

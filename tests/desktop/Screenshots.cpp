@@ -4,10 +4,13 @@
 
 #include <QApplication>
 #include <QSettings>
+#include <QTabWidget>
+#include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>
 #include <cstdio>
 #include <filesystem>
+#include <stdexcept>
 
 #include "desktop/Camera.h"
 #include "desktop/DesktopSession.h"
@@ -43,6 +46,24 @@ void TakePanels(DesktopSession& session, const Camera& camera) {
       session.Form().ctDLlFlatFileOBJ.cbSourceCopyRemData.Value.Set(true);
     camera.Take(session.Window(), name);
   }
+}
+
+void TakePreview(DesktopSession& session, const Camera& camera) {
+  session.Files().WriteFile("in/orders.csv",
+                            "order_no;customer;sold_on;amount\n"
+                            "4711;Weber & S\u00f6hne;2026-11-02;1280.50\n"
+                            "4712;\"Muller; Partner\";2026-11-02;99.00\n"
+                            "4713;Duval;2026-11-03;415.75\n");
+  session.Files().WriteFile("in/returns.csv", "order_no;reason\n");
+  auto& list = session.Find<QTreeWidget>("Data links");
+  list.setCurrentItem(list.findItems("orders", Qt::MatchExactly).value(0));
+  auto& pages = session.Find<QTabWidget>("Pages of the data link");
+  pages.setCurrentIndex(1);
+  auto& table = session.Find<QTableWidget>("Preview of the data link");
+  if (!QTest::qWaitFor([&] { return table.isVisible() && table.rowCount() > 0; }, 10'000))
+    throw std::runtime_error("there is no preview");
+  camera.Take(session.Window(), "preview");
+  pages.setCurrentIndex(0);
 }
 
 void TakeDialogs(DesktopSession& session, const Camera& camera) {
@@ -90,6 +111,7 @@ void TakeRunsInSize(DesktopSession& session, const Camera& camera, const QString
 void TakeAll(DesktopSession& session, const Camera& camera) {
   TakeForm(session, camera);
   TakePanels(session, camera);
+  TakePreview(session, camera);
   session.Start("");
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
   TakeRuns(session, camera);

@@ -114,14 +114,30 @@ QRadioButton* FieldGrid::Option(const QString& text, OptionButton& option, const
   return field;
 }
 
-QPushButton* FieldGrid::Button(const QString& text, CommandButton& button,
-                               std::function<void()> click, const QString& help) {
+namespace {
+
+QPushButton* NewButton(const QString& text, CommandButton& button, std::function<void()> click,
+                       const QString& help) {
   auto* const field = new QPushButton(text);
   Bind(*field, button, std::move(click));
   SetHelp(*field, button, help);
   field->setAutoDefault(false);
+  return field;
+}
+
+}  // namespace
+
+QPushButton* FieldGrid::Button(const QString& text, CommandButton& button,
+                               std::function<void()> click, const QString& help) {
+  QPushButton* const field = NewButton(text, button, std::move(click), help);
   Beside(*field);
   return field;
+}
+
+void FieldGrid::ButtonBelow(const QString& text, CommandButton& button, std::function<void()> click,
+                            const QString& help) {
+  grid_->addWidget(NewButton(text, button, std::move(click), help), row_++, 1, Qt::AlignLeft);
+  nextColumn_ = 2;
 }
 
 QPushButton* FieldGrid::Browse(CommandButton& button, std::function<void()> click,

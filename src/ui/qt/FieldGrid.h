@@ -35,6 +35,9 @@ class FieldGrid {
   /// A button at the end of the last row.
   QPushButton* Button(const QString& text, CommandButton& button, std::function<void()> click,
                       const QString& help);
+  /// A button in a row of its own, under the field.
+  void ButtonBelow(const QString& text, CommandButton& button, std::function<void()> click,
+                   const QString& help);
   /// "..." at the end of the last row.
   QPushButton* Browse(CommandButton& button, std::function<void()> click, const QString& help);
   /// At the end of the last row.

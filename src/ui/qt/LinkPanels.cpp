@@ -8,11 +8,13 @@
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/FieldGrid.h"
+#include "ui/qt/LinkPreviewPane.h"
 #include "ui/qt/LinkTable.h"
 #include "ui/qt/Words.h"
 
@@ -110,7 +112,7 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   grid.Browse(
       panel.cmdSourceDataDir, [&panel] { panel.cmdSourceDataDir_Click(); },
       Tr("Choose the local directory"));
-  grid.Button(
+  grid.ButtonBelow(
       Tr("Test files"), panel.cmdTest, [&panel] { panel.cmdTest_Click(); },
       Tr("Looks whether the files of the local directory can be read, and how long they are"));
   grid.Wide(*NewRemotePicture(panel));
@@ -129,8 +131,8 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceFTPUsername);
   grid.Password(Tr("Password:"), panel.txtSourceFTPPassword, Tr("Is kept scrambled"));
   Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceFTPPassword);
-  grid.Button(
-      Tr("&Test"), panel.cmdTestFTP, [&panel] { panel.cmdTestFTP_Click(); },
+  grid.ButtonBelow(
+      Tr("&Test FTP"), panel.cmdTestFTP, [&panel] { panel.cmdTestFTP_Click(); },
       Tr("Tries whether the user may read and write in the remote directory"));
   grid.Digits(Tr("Poll interval:"), panel.txtSourceRemPollInterval, panel.lblPollIntMinutes,
               Tr("How long to wait between two looks at the status file"));
@@ -171,8 +173,29 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   return stack;
 }
 
+/// The panel and, on a page behind it, what the link leads to, read when that comes to the front.
+QWidget* WithPreview(frmRunnerMain& form, QWidget& panel, const std::string& admin) {
+  auto* const pages = new QTabWidget;
+  pages->setDocumentMode(true);
+  pages->setAccessibleName(Tr("Pages of the data link"));
+  auto* const preview =
+      new LinkPreviewPane(ToQt(admin), [&form] { return form.SelectedLinkFile(); });
+  pages->addTab(&panel, Tr("Data lin&k"));
+  const int page = pages->addTab(preview, Tr("Pre&view"));
+  QObject::connect(pages, &QTabWidget::currentChanged, preview, [preview, page](int current) {
+    if (current == page) preview->Read();
+  });
+  // Another link, or none.
+  Watch(form.LinkHeading, *pages, [&form, preview, page](QTabWidget& all, const std::string&) {
+    preview->Forget();
+    all.setTabVisible(page, !form.SelectedLinkFile().empty());
+    if (all.currentIndex() == page) preview->Read();
+  });
+  return pages;
+}
+
 /// The stack below the selected link's name and kind.
-QWidget* NewEditor(frmRunnerMain& form) {
+QWidget* NewEditor(frmRunnerMain& form, const std::string& admin) {
   auto* const editor = new QWidget;
   auto* const layout = new QVBoxLayout(editor);
   layout->setContentsMargins(0, 0, 0, 0);
@@ -191,20 +214,20 @@ QWidget* NewEditor(frmRunnerMain& form) {
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setMinimumHeight(scroll->fontMetrics().height() * 3);
   layout->addWidget(heading);
-  layout->addWidget(scroll, 1);
+  layout->addWidget(admin.empty() ? scroll : WithPreview(form, *scroll, admin), 1);
   return editor;
 }
 
 }  // namespace
 
-QWidget* NewLinkPanels(frmRunnerMain& form) {
+QWidget* NewLinkPanels(frmRunnerMain& form, const std::string& admin) {
   auto* const group = new QGroupBox(Tr("Data links"));
   auto* const layout = new QVBoxLayout(group);
   auto* const splitter = new QSplitter;
   splitter->setObjectName("links");
   splitter->setChildrenCollapsible(false);
   splitter->setOrientation(Qt::Vertical);
-  QWidget* const editor = NewEditor(form);
+  QWidget* const editor = NewEditor(form, admin);
   splitter->addWidget(NewLinkTable(form));
   splitter->addWidget(editor);
   splitter->setSizes({1000, 2000});

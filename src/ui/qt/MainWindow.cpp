@@ -95,7 +95,7 @@ MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourh
   };
   MakeMenus();
   MakeToolBar();
-  MakeCentre();
+  MakeCentre(admin);
   WatchForm();
   RestorePlaces();
 }
@@ -188,7 +188,7 @@ void MainWindow::MakeToolBar() {
   }
 }
 
-void MainWindow::MakeCentre() {
+void MainWindow::MakeCentre(const std::string& admin) {
   auto* const tabs = new QTabWidget;
   tabs->setAccessibleName(Tr("Fields of the job"));
   tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
@@ -202,7 +202,7 @@ void MainWindow::MakeCentre() {
       all.setTabToolTip(page, isComplete ? QString() : Tr("Execute needs a field of this page"));
     });
   fields_ = tabs;
-  links_ = NewLinkPanels(form_);
+  links_ = NewLinkPanels(form_, admin);
 
   auto* const editors = new QSplitter;
   editors->setObjectName("editors");

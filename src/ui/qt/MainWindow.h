@@ -20,7 +20,7 @@ class MainWindow final : public QMainWindow {
  private:
   void MakeMenus();
   void MakeToolBar();
-  void MakeCentre();
+  void MakeCentre(const std::string& admin);
   QLayout* MakeCommands();
   void WatchForm();
   void ShowAbout();
