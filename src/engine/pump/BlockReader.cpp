@@ -27,12 +27,15 @@ std::size_t Distance(const char* from, const char* to) {
 
 }  // namespace
 
-BlockReader::BlockReader(Files& files, std::string path, Compression compression,
-                         const std::atomic<bool>* cancelled)
-    : path_(std::move(path)) {
+TextInput OpenTextInput(Files& files, const std::string& path, Compression compression) {
   std::error_code error;
-  file_ = files.OpenUnpacked(path_, compression, error);
-  if (error || !file_) throw RowError::CannotOpen(path_, error);
+  TextInput input{path, files.OpenUnpacked(path, compression, error)};
+  if (error || !input.bytes) throw RowError::CannotOpen(path, error);
+  return input;
+}
+
+BlockReader::BlockReader(TextInput input, const std::atomic<bool>* cancelled)
+    : path_(std::move(input.path)), file_(std::move(input.bytes)), offset_(input.offset) {
   file_->EndOn(cancelled);
   kept_.resize(kLongestByteOrderMark);
   kept_.resize(Fill(kept_.data(), 0, kept_.size()));
@@ -42,7 +45,7 @@ BlockReader::~BlockReader() = default;
 
 void BlockReader::Decode(TextEncoding& encoding) {
   kept_.erase(0, encoding.markBytes);
-  offset_ = encoding.markBytes;
+  offset_ += encoding.markBytes;
   decoder_ = std::move(encoding.decoder);
   follower_ = std::move(encoding.follower);
 }

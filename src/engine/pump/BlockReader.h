@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "engine/pump/TextEncoding.h"
-#include "platform/Files.h"
+#include "engine/pump/TextInput.h"
 
 namespace torvik::engine {
 
@@ -28,16 +28,16 @@ class BlockReader {
   /// the processor's cache.
   static constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
 
-  /// `cancelled` ends a wait for a pipe's writer. Throws RowError when the file cannot be opened or
-  /// its start not be read.
-  BlockReader(Files& files, std::string path, Compression compression,
-              const std::atomic<bool>* cancelled);
+  /// `cancelled` ends a wait for a pipe's writer. Throws RowError when the start of the input
+  /// cannot be read.
+  BlockReader(TextInput input, const std::atomic<bool>* cancelled);
   ~BlockReader();
 
-  /// The file's first bytes, before any block.
+  /// The input's first bytes, before any block.
   std::string_view Head() const { return kept_; }
   /// Leaves the byte-order mark away and takes the decoders. Belongs before the first block.
   void Decode(TextEncoding& encoding);
+  bool Decodes() const { return decoder_ != nullptr; }
 
   /// Puts what was kept and more of the file into the batch's block: with `mustGrow` at least as
   /// much again, else what there is room for in a block.

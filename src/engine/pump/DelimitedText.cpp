@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "engine/pump/TextLayouts.h"
 #include "engine/pump/TextSource.h"
 
@@ -6,10 +8,9 @@ namespace {
 
 class DelimitedText final : public TextSource {
  public:
-  DelimitedText(Files& files, const CodePages& codePages, const std::string& path,
-                const TextFormat& format)
-      : TextSource(files, codePages, path, format) {
-    CheckDelimiters(path, format);
+  DelimitedText(TextInput input, const CodePages& codePages, const TextFormat& format)
+      : TextSource(std::move(input), codePages, format) {
+    CheckDelimiters(path_, format);
     if (!format.textQualifier.empty()) qualifier_ = format.textQualifier[0];
     countsLineFeeds_ =
         format.rowDelimiter.empty() || format.rowDelimiter.find('\n') != std::string::npos;
@@ -48,9 +49,9 @@ void CheckDelimiters(const std::string& path, const TextFormat& format) {
     throw RowError::BadFormat(path, "the text qualifier also begins a delimiter");
 }
 
-std::unique_ptr<TextSource> NewDelimitedText(Files& files, const CodePages& codePages,
-                                             const std::string& path, const TextFormat& format) {
-  return std::make_unique<DelimitedText>(files, codePages, path, format);
+std::unique_ptr<TextSource> NewDelimitedText(TextInput input, const CodePages& codePages,
+                                             const TextFormat& format) {
+  return std::make_unique<DelimitedText>(std::move(input), codePages, format);
 }
 
 }  // namespace torvik::engine

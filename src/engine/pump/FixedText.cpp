@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 #include "engine/pump/TextLayouts.h"
 #include "engine/pump/TextSource.h"
@@ -13,10 +14,9 @@ constexpr std::size_t kMaxRowCharacters = std::size_t{4} << 20;
 
 class FixedText final : public TextSource {
  public:
-  FixedText(Files& files, const CodePages& codePages, const std::string& path,
-            const TextFormat& format)
-      : TextSource(files, codePages, path, format),
-        rowLength_(FixedRowLength(path, format)),
+  FixedText(TextInput input, const CodePages& codePages, const TextFormat& format)
+      : TextSource(std::move(input), codePages, format),
+        rowLength_(FixedRowLength(path_, format)),
         hasDelimiter_(format.rowDelimiter != kNoRowDelimiter),
         fields_(format.columnLengths.size()),
         all_(fields_.size()) {
@@ -32,6 +32,8 @@ class FixedText final : public TextSource {
   std::optional<RowError> SplitRow(std::span<RawField>& fields) override;
   void NameColumnsByNumber() override { TextSource::NameColumnsByNumber(fields_.size()); }
   bool IsEmptyLine() override { return hasDelimiter_ && TextSource::IsEmptyLine(); }
+
+  bool HasRowEnds() const override { return hasDelimiter_; }
 
   RowScan FindRow(char* from, char* end, bool last) override {
     if (hasDelimiter_) return TextSource::FindRow(from, end, last);
@@ -123,9 +125,9 @@ std::size_t FixedRowLength(const std::string& path, const TextFormat& format) {
   return length;
 }
 
-std::unique_ptr<TextSource> NewFixedText(Files& files, const CodePages& codePages,
-                                         const std::string& path, const TextFormat& format) {
-  return std::make_unique<FixedText>(files, codePages, path, format);
+std::unique_ptr<TextSource> NewFixedText(TextInput input, const CodePages& codePages,
+                                         const TextFormat& format) {
+  return std::make_unique<FixedText>(std::move(input), codePages, format);
 }
 
 }  // namespace torvik::engine

@@ -4,10 +4,10 @@
 #include <string>
 
 #include "engine/pump/TextFormat.h"
+#include "engine/pump/TextInput.h"
 
 namespace torvik {
 class CodePages;
-class Files;
 }  // namespace torvik
 
 namespace torvik::engine {
@@ -15,10 +15,14 @@ namespace torvik::engine {
 class TextSource;
 
 /// The sources for the two layouts, not yet started.
-std::unique_ptr<TextSource> NewDelimitedText(Files& files, const CodePages& codePages,
-                                             const std::string& path, const TextFormat& format);
-std::unique_ptr<TextSource> NewFixedText(Files& files, const CodePages& codePages,
-                                         const std::string& path, const TextFormat& format);
+std::unique_ptr<TextSource> NewDelimitedText(TextInput input, const CodePages& codePages,
+                                             const TextFormat& format);
+std::unique_ptr<TextSource> NewFixedText(TextInput input, const CodePages& codePages,
+                                         const TextFormat& format);
+
+/// The one that the format asks for.
+std::unique_ptr<TextSource> NewTextSource(TextInput input, const CodePages& codePages,
+                                          const TextFormat& format);
 
 /// Throws RowError when the delimiters and the qualifier cannot be told apart.
 void CheckDelimiters(const std::string& path, const TextFormat& format);

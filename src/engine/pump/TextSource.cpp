@@ -5,13 +5,13 @@
 
 #include "engine/pump/Qualifiers.h"
 #include "engine/pump/TextLayouts.h"
+#include "engine/pump/TextStretches.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
 
-constexpr std::size_t kMaxRowBytes = std::size_t{16} << 20;
 /// What is kept of a longer row.
 constexpr std::size_t kLongRowBytes = std::size_t{64} << 10;
 /// More than enough for a value in a message.
@@ -23,13 +23,14 @@ constexpr std::size_t kMaxEmptyLines = 1000;
 
 }  // namespace
 
-TextSource::TextSource(Files& files, const CodePages& codePages, const std::string& path,
-                       const TextFormat& format)
-    : path_(path),
+TextSource::TextSource(TextInput input, const CodePages& codePages, const TextFormat& format)
+    : path_(input.path),
       format_(format),
-      reader_(files, path, format.compression, format.cancelled),
-      encoding_(FindEncoding(path, codePages, format.encoding, reader_.Head())),
-      linesToSkip_(std::max(format.skipRows, 0)) {
+      line_(input.line),
+      isStart_(input.isStart),
+      reader_(std::move(input), format.cancelled),
+      encoding_(FindEncoding(path_, codePages, format.encoding, isStart_ ? reader_.Head() : "")),
+      linesToSkip_(isStart_ ? std::max(format.skipRows, 0) : 0) {
   header_ = reader_.Head().substr(0, encoding_.markBytes);
   reader_.Decode(encoding_);
   rowEndBytes_ = EncodedRowEnd(codePages);
@@ -46,6 +47,12 @@ std::string TextSource::EncodedRowEnd(const CodePages& codePages) const {
   std::string mark, bytes;
   FindEncoder(path_, codePages, encoding_.name, mark)->Encode(text, bytes);
   return bytes;
+}
+
+TextRules TextSource::Rules() const {
+  if (reader_.Decodes()) throw NotInParts(path_, "its encoding is " + encoding_.name);
+  if (!HasRowEnds()) throw NotInParts(path_, "no delimiter ends its rows");
+  return {*scanner_, countsLineFeeds_, encoding_.markBytes, std::max(format_.skipRows, 0)};
 }
 
 void TextSource::Start() {
@@ -267,10 +274,15 @@ std::string TextSource::ShownText(const char* begin, const char* end) const {
   return encoding_.codePage ? encoding_.codePage->Decode(text) : std::string(text);
 }
 
+std::unique_ptr<TextSource> NewTextSource(TextInput input, const CodePages& codePages,
+                                          const TextFormat& format) {
+  const auto make = format.layout == TextLayout::Fixed ? NewFixedText : NewDelimitedText;
+  return make(std::move(input), codePages, format);
+}
+
 std::unique_ptr<RowSource> OpenTextSource(Files& files, const CodePages& codePages,
                                           const std::string& path, const TextFormat& format) {
-  const auto open = format.layout == TextLayout::Fixed ? NewFixedText : NewDelimitedText;
-  auto source = open(files, codePages, path, format);
+  auto source = NewTextSource(OpenTextInput(files, path, format.compression), codePages, format);
   source->Start();
   return source;
 }

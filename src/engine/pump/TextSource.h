@@ -27,6 +27,17 @@ struct LongRow {
   RowScanner::Skip state = RowScanner::Skip::FieldStart;
 };
 
+/// What tells where rows begin in the bytes of a file.
+struct TextRules {
+  RowScanner scanner;
+  bool countsLineFeeds = true;  ///< Else each row is a line.
+  std::size_t markBytes = 0;    ///< Of the byte-order mark.
+  int linesToSkip = 0;          ///< Behind the mark.
+};
+
+/// A longer row is rejected.
+constexpr std::size_t kMaxRowBytes = std::size_t{16} << 20;
+
 struct EmptyLine {
   RowOrigin origin;
   std::string bytes;
@@ -37,11 +48,15 @@ struct EmptyLine {
 /// only when its bytes are not those of the text.
 class TextSource : public RowSource {
  public:
-  TextSource(Files& files, const CodePages& codePages, const std::string& path,
-             const TextFormat& format);
+  TextSource(TextInput input, const CodePages& codePages, const TextFormat& format);
 
   /// Reads the header line or what else tells the columns. Belongs before all other calls.
   void Start();
+  /// The same for what is not the file's start, whose columns are known.
+  void Start(const std::vector<std::string>& columns) { columns_ = columns; }
+
+  /// How the file can be cut between its rows, also before Start. Throws NotInParts when it cannot.
+  TextRules Rules() const;
 
   const std::vector<std::string>& Columns() const final { return columns_; }
   bool Fetch(RowBatch& batch) final;
@@ -63,6 +78,8 @@ class TextSource : public RowSource {
   /// Cuts the row that was found into its fields and sets oddFields_.
   virtual std::optional<RowError> SplitRow(std::span<RawField>& fields) = 0;
   virtual bool IsEmptyLine();
+  /// Whether delimiters tell where rows end.
+  virtual bool HasRowEnds() const { return true; }
   virtual void NameColumnsByNumber() = 0;
 
   void NameColumnsByFirstRow();
@@ -84,7 +101,7 @@ class TextSource : public RowSource {
   char qualifier_ = '\0';
   char* row_ = nullptr;                     // where the current row starts
   char* rowEnd_ = nullptr;                  // behind it
-  std::int64_t line_ = 1;                   // the line on which it starts
+  std::int64_t line_;                       // the line on which it starts
   std::span<const std::size_t> oddFields_;  // which of its fields are
 
  private:
@@ -108,6 +125,7 @@ class TextSource : public RowSource {
   std::int64_t LinesIn(const char* from, const char* to) const;
   std::string PlaceOfLine(std::int64_t line) const;
 
+  const bool isStart_;
   BlockReader reader_;
   std::string header_;  // the file's first bytes, as Header() gives them
   TextEncoding encoding_;
