@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Bulk.h"
+#include "platform/PlatformError.h"
 
 /// The database access of ActiveX Data Objects, as far as the system uses it: connections whose
 /// properties are set one by one, recordsets with a current row, schema rowsets. Names and numbers
@@ -217,6 +218,21 @@ class Database {
   virtual MergeCounts MergeRows(const std::string& table, const std::string& staging,
                                 const MergeOptions& options) = 0;
 
+  /// As CreateStagingTable, for rows that several connections load at once: without the keys, at
+  /// which they would wait for each other. Belongs outside a transaction; the table is there for
+  /// all at once. No other load makes or removes a staging table of `table` before this one is
+  /// released or its connection ends. Throws, and has made nothing, where the server has no such
+  /// way.
+  virtual std::string CreateSharedStagingTable(const std::string& table);
+  /// Adds the rows of `staging` to `table`, the values of `columns` alone, and drops `staging`.
+  /// Belongs into a transaction. Answers how many rows came.
+  virtual std::int64_t AppendRows(const std::string& table, const std::string& staging,
+                                  std::span<const std::string> columns);
+  /// Ends what CreateSharedStagingTable has begun: `staging` is dropped if it is there still, and
+  /// other loads go on. Belongs outside a transaction. Another connection may do it when the one
+  /// that made the table is lost; a table that another load has made since is left alone.
+  virtual void ReleaseStagingTable(const std::string& table, const std::string& staging);
+
   /// Whether a transaction is open, by BeginTrans or by a statement that has begun one and by none
   /// that has ended it. Nothing when the server does not tell.
   virtual std::optional<bool> HasOpenTransaction() = 0;
@@ -231,6 +247,24 @@ class Database {
   /// Ends a running statement of another thread with an error.
   virtual void Cancel() = 0;
 };
+
+/// What a database says that rows cannot reach over several connections at once.
+[[noreturn]] inline void RefuseSharedStaging() {
+  throw PlatformError(0,
+                      "this server is not loaded over several connections at once; only PostgreSQL "
+                      "is, by its own library",
+                      "data pump");
+}
+inline std::string Database::CreateSharedStagingTable(const std::string&) {
+  RefuseSharedStaging();
+}
+inline std::int64_t Database::AppendRows(const std::string&, const std::string&,
+                                         std::span<const std::string>) {
+  RefuseSharedStaging();
+}
+inline void Database::ReleaseStagingTable(const std::string&, const std::string&) {
+  RefuseSharedStaging();
+}
 
 /// A connection: it is told property by property where its database is, and then is that database.
 class Connection : public Database {

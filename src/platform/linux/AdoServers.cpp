@@ -90,6 +90,16 @@ class AdoConnection final : public ado::Connection {
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return Database().ReplaceRows(table, staging);
   }
+  std::string CreateSharedStagingTable(const std::string& table) override {
+    return Database().CreateSharedStagingTable(table);
+  }
+  std::int64_t AppendRows(const std::string& table, const std::string& staging,
+                          std::span<const std::string> columns) override {
+    return Database().AppendRows(table, staging, columns);
+  }
+  void ReleaseStagingTable(const std::string& table, const std::string& staging) override {
+    Database().ReleaseStagingTable(table, staging);
+  }
   ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
                              const ado::MergeOptions& options) override {
     return Database().MergeRows(table, staging, options);

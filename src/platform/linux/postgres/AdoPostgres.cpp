@@ -15,6 +15,7 @@
 #include "platform/linux/postgres/PgParameters.h"
 #include "platform/linux/postgres/PgRows.h"
 #include "platform/linux/postgres/PgSession.h"
+#include "platform/linux/postgres/PgStaging.h"
 #include "platform/linux/postgres/PgTables.h"
 #include "platform/linux/postgres/PgUndo.h"
 #include "platform/linux/postgres/PgUpdateTarget.h"
@@ -126,6 +127,17 @@ class AdoPostgres final : public AdoDatabase {
   }
   std::int64_t ReplaceRows(const std::string& table, const std::string& staging) override {
     return ReplacePgRows(*session_, table, staging);
+  }
+  std::string CreateSharedStagingTable(const std::string& table) override {
+    return CreateSharedPgStagingTable(*session_, table);
+  }
+  std::int64_t AppendRows(const std::string& table, const std::string& staging,
+                          std::span<const std::string> columns) override {
+    return AppendPgRows(*session_, table, staging,
+                        PickColumns(TableColumns(table), columns, table, Refuse()));
+  }
+  void ReleaseStagingTable(const std::string& table, const std::string& staging) override {
+    ReleasePgStagingTable(*session_, table, staging);
   }
   ado::MergeCounts MergeRows(const std::string& table, const std::string& staging,
                              const ado::MergeOptions& options) override {

@@ -1,20 +1,15 @@
 #include "platform/linux/postgres/PgTables.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 
 #include "platform/Text.h"
 #include "platform/linux/database/NewTable.h"
 #include "platform/linux/postgres/PgCatalogue.h"
 #include "platform/linux/postgres/PgSession.h"
-#include "platform/linux/postgres/PgUndo.h"
 
 namespace torvik {
 namespace {
-
-constexpr std::size_t kLongestName = 63;
-constexpr std::string_view kStagingEnd = "_torvik_staging";
 
 bool NeedsNoQuotes(const std::string& name) {
   const auto isPlain = [](char c) {
@@ -68,22 +63,6 @@ std::string NewTableName(PgSession& session, const std::string& table) {
   return (schema.empty() ? "" : spelled(schema) + ".") + spelled(name->table);
 }
 
-/// A long name is cut; the table's own number then tells it from others that begin alike.
-std::string StagingName(PgSession& session, const PgTable& table) {
-  std::string end(kStagingEnd);
-  if (table.name.size() + end.size() <= kLongestName) return table.name + end;
-  const PgSession::Parameter quoted[] = {table.Quoted()};
-  const PgResult number = session.RunWith({"SELECT $1::regclass::oid"}, quoted);
-  end = std::string("_") + PQgetvalue(number.get(), 0, 0) + end;
-  std::size_t size = kLongestName - end.size();
-  while (size > 0 && (static_cast<unsigned char>(table.name[size]) & 0xC0) == 0x80) --size;
-  return table.name.substr(0, size) + end;
-}
-
-std::int64_t RowsOf(const PgResult& result) {
-  return std::atoll(PQcmdTuples(result.get()));
-}
-
 }  // namespace
 
 std::vector<std::string> CreatePgTable(PgSession& session, const std::string& table,
@@ -105,15 +84,6 @@ void EmptyPgTable(PgSession& session, const std::string& table) {
   }
 }
 
-std::string CreatePgStagingTable(PgSession& session, const std::string& table) {
-  const PgTable found = RequirePgTable(session, table);
-  const std::string staging =
-      QuotedName(found.schema) + "." + QuotedName(StagingName(session, found));
-  session.Run("DROP TABLE IF EXISTS " + staging);
-  session.Run("CREATE UNLOGGED TABLE " + staging + " (LIKE " + found.Quoted() + " INCLUDING ALL)");
-  return staging;
-}
-
 void AdvanceNumbering(PgSession& session, const PgTable& table) {
   for (const PgColumn& column : table.columns) {
     if (!column.isIdentity) continue;
@@ -131,24 +101,6 @@ void AdvanceNumbering(PgSession& session, const PgTable& table) {
          std::to_string(column.seed - column.increment) + ") ELSE false END"},
         parameters);
   }
-}
-
-std::int64_t ReplacePgRows(PgSession& session, const std::string& table,
-                           const std::string& staging) {
-  const PgTable target = RequirePgTable(session, table), source = RequirePgTable(session, staging);
-  std::string columns;
-  for (const PgColumn& column : target.columns)
-    if (!column.isComputed) columns += (columns.empty() ? "" : ", ") + QuotedName(column.name);
-  PgUndo undo(session);
-  session.Run("DELETE FROM " + target.Quoted());
-  const PgResult inserted =
-      session.Run("INSERT INTO " + target.Quoted() + " (" + columns +
-                  ") OVERRIDING SYSTEM VALUE SELECT " + columns + " FROM " + source.Quoted());
-  const std::int64_t rows = RowsOf(inserted);
-  AdvanceNumbering(session, target);
-  session.Run("DROP TABLE " + source.Quoted());
-  undo.Keep();
-  return rows;
 }
 
 }  // namespace torvik

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,16 +19,8 @@ std::vector<std::string> CreatePgTable(PgSession& session, const std::string& ta
 /// By TRUNCATE; by DELETE where a foreign key or a missing right stands against that.
 void EmptyPgTable(PgSession& session, const std::string& table);
 
-/// The staging table is written to no log and has the columns, defaults, checks and keys of its
-/// table, but no foreign keys and no triggers.
-std::string CreatePgStagingTable(PgSession& session, const std::string& table);
-
 /// After rows that brought their numbers along: the table's identity goes on behind the last one,
 /// if the account may set it.
 void AdvanceNumbering(PgSession& session, const PgTable& table);
-
-/// By DELETE and INSERT, which make no reader wait.
-std::int64_t ReplacePgRows(PgSession& session, const std::string& table,
-                           const std::string& staging);
 
 }  // namespace torvik

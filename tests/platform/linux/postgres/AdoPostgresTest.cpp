@@ -249,6 +249,49 @@ TEST_F(AdoPostgres, TablesWithGeneratedColumnsAndForeignKeysAreReplacedAndEmptie
   EXPECT_EQ("0", Rows("SELECT COUNT(*) FROM t"));
 }
 
+TEST_F(AdoPostgres, ASharedStagingTableIsFilledByManyAndBelongsToOneLoad) {
+  Do("CREATE TABLE t (id INT GENERATED ALWAYS AS IDENTITY PRIMARY KEY, n INT CHECK (n > 0), "
+     "s TEXT DEFAULT 'd'); CREATE TABLE t_torvik_staging (left_over INT)");
+  const auto connected = [&] {
+    auto one = server_.NewConnection("dw");
+    one->Open();
+    return one;
+  };
+  auto owner = connected();
+  const std::string staging = owner->CreateSharedStagingTable("t");
+  const std::vector<std::string> columns = {"id", "n"};
+  const auto other = connected();
+  const auto fill = [&](ado::Connection& connection, const std::vector<ado::LoadValue>& values) {
+    std::vector<ado::Refusal> refused;
+    connection.BeginTrans();
+    connection.OpenBulkLoad(staging, columns)->Load({values, 2}, 9, refused);
+    return refused.size();
+  };
+  EXPECT_EQ(1U, fill(*owner, {"7", "70", "8", "0"})) << "checks hold";
+  EXPECT_EQ(0U, fill(*other, {"7", "71", "9", "90"})) << "one key on two connections: no wait";
+  dw_->ReleaseStagingTable("t", staging);
+  EXPECT_FALSE(dw_->TableColumns(staging).empty()) << "another load has it";
+  Do("SET lock_timeout = '50ms'");
+  EXPECT_THAT(ErrorOf([&] { dw_->CreateStagingTable("t"); }), HasSubstr("lock timeout"));
+  Do("RESET lock_timeout");
+  owner->CommitTrans();
+  other->CommitTrans();
+  EXPECT_THAT(ErrorOf([&] { owner->AppendRows("t", staging, columns); }), HasSubstr("(id)=(7)"));
+  Do("DELETE FROM " + staging + " WHERE n = 71");
+  owner->BeginTrans();
+  EXPECT_EQ(2, owner->AppendRows("t", staging, columns));
+  owner->CommitTrans();
+  owner->ReleaseStagingTable("t", staging);
+  Do("INSERT INTO t (n) VALUES (1)");
+  EXPECT_EQ("7|70|d\n9|90|d\n10|1|d", Rows("SELECT * FROM t ORDER BY id"));
+
+  EXPECT_EQ(staging, owner->CreateSharedStagingTable("t"));
+  Do("SELECT pg_terminate_backend(" + RowsOf(*owner, "SELECT pg_backend_pid()") + ", 10000)");
+  other->ReleaseStagingTable("t", staging);
+  EXPECT_TRUE(dw_->TableColumns(staging).empty()) << "its connection was lost";
+  EXPECT_EQ(staging, dw_->CreateSharedStagingTable("t")) << "nobody has the lock any more";
+}
+
 TEST_F(AdoPostgres, AnIdentityGoesOnBehindTheNumbersThatRowsBring) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "1 7 8 9"},
