@@ -219,8 +219,10 @@ class DocumentReader {
         step.workflowScript = ReadScript(reader, "workflow_script", "workflow_function");
       if (step.joinTransaction && model_.useTransaction && !step.task->CanJoin())
         problems_.Add(table.Find("join_transaction")->place,
-                      "a step of task " + Quoted(task.text) +
-                          " cannot join a transaction; remove \"join_transaction\"");
+                      step.task->WhyNotJoin().empty()
+                          ? "a step of task " + Quoted(task.text) +
+                                " cannot join a transaction; remove \"join_transaction\""
+                          : step.task->WhyNotJoin());
       table.Finish();
       return;
     }

@@ -252,7 +252,7 @@ class Database {
 [[noreturn]] inline void RefuseSharedStaging() {
   throw PlatformError(0,
                       "this server is not loaded over several connections at once; only PostgreSQL "
-                      "is, by its own library",
+                      "is, by its own library; remove load_connections",
                       "data pump");
 }
 inline std::string Database::CreateSharedStagingTable(const std::string&) {

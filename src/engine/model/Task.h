@@ -68,6 +68,14 @@ class TaskContext {
   /// transaction's connection to one that is already in it.
   virtual ado::Connection& ReadDatabase(const std::string& connection) = 0;
 
+  /// One more connection to the same database as Database(connection), for a thread of the step's
+  /// own: `number`, from 1, tells them apart. It is not the transaction's.
+  virtual ado::Connection& FurtherDatabase(const std::string& connection, int number) = 0;
+
+  /// From now on no statement on this connection of the step is cancelled: it tidies up behind the
+  /// step. Asking for the connection again ends that.
+  virtual void LetFinish(ado::Connection& connection) = 0;
+
   /// A connection's properties as they are now, every `${Name}` replaced.
   virtual ConnectionSettings Settings(const std::string& connection) const = 0;
 
@@ -97,6 +105,8 @@ class Task {
 
   /// True when all that the task changes can be part of the package's transaction.
   virtual bool CanJoin() const = 0;
+  /// Why not, of a task that by other settings could; empty for all others.
+  virtual std::string WhyNotJoin() const { return {}; }
 
   /// Why the task cannot run whatever happens; empty for one that can.
   virtual std::string WhyNot() const { return {}; }

@@ -65,13 +65,17 @@ void ExceptionFile::Add(const BadRow& row, const RowSource& source) {
 
 void ExceptionFile::AddSent(std::span<const ado::LoadValue> sent,
                             std::span<const std::string> columns) {
+  AddSentLine(CsvLine(sent), columns);
+}
+
+void ExceptionFile::AddSentLine(const std::string& sent, std::span<const std::string> columns) {
   std::uint64_t size = 0;
   if (!hasSent_ && (files_.Size(settings_.path + kDestinationSuffix, size) || size == 0)) {
     const std::vector<ado::LoadValue> names(columns.begin(), columns.end());
     destinations_ = CsvLine(names);
   }
   hasSent_ = true;
-  destinations_ += CsvLine(sent);
+  destinations_ += sent;
 }
 
 void ExceptionFile::Flush() {

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <exception>
 
-#include "engine/pump/ExceptionFile.h"
 #include "engine/pump/MappedBatches.h"
+#include "engine/pump/RejectedRows.h"
 #include "engine/pump/RowError.h"
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
@@ -122,12 +122,7 @@ class Loader {
     ++counts_.rejected;
     if (request_.exceptions) request_.exceptions->Add(row, request_.source);
     if (counts_.rejected <= request_.maximumErrorCount) return;
-    if (request_.maximumErrorCount == 0) throw row.error;
-    throw PlatformError(row.error.number,
-                        row.error.Description() + "; " + std::to_string(counts_.rejected) +
-                            " rows are rejected, and maximum_error_count allows " +
-                            std::to_string(request_.maximumErrorCount),
-                        row.error.source);
+    ThrowTooManyRejected(row.error, counts_.rejected, request_.maximumErrorCount);
   }
 
   void LookAround() {
@@ -155,6 +150,15 @@ void LoadAll(const PumpRequest& request, RowMapper& mapper, Loader& loader) {
 }
 
 }  // namespace
+
+void ThrowTooManyRejected(const RowError& last, std::int64_t rejected, std::int64_t allowed) {
+  if (allowed == 0) throw last;
+  throw PlatformError(last.number,
+                      last.Description() + "; " + std::to_string(rejected) +
+                          " rows are rejected, and maximum_error_count allows " +
+                          std::to_string(allowed),
+                      last.source);
+}
 
 PumpCounts RunPump(const PumpRequest& request, const std::function<void(std::int64_t)>& progress,
                    const std::atomic<bool>& cancelled) {

@@ -11,7 +11,7 @@
 
 namespace torvik::engine {
 
-class ExceptionFile;
+class RejectedRows;
 class RowSource;
 class RowTarget;
 class Transformation;
@@ -46,7 +46,7 @@ struct PumpRequest {
   std::function<void(std::int64_t, const std::vector<std::string>& columns)> settle = {};
   /// Null: every row is loaded. A row without a value in its column is rejected.
   Watermark* watermark = nullptr;
-  ExceptionFile* exceptions = nullptr;  ///< Null: rejected rows are only counted.
+  RejectedRows* exceptions = nullptr;  ///< Null: rejected rows are only counted.
   /// Each row has a last value more: which query it is for, by the scripts' answers ("insert" when
   /// they do not say).
   bool choosesQueries = false;
@@ -62,6 +62,13 @@ struct PumpCounts {
   std::int64_t rejected = 0;
   std::int64_t skipped = 0;  ///< Left out by a script, or not beyond the watermark.
 };
+
+struct RowError;
+
+/// Throws the error of a pump of which more rows are rejected than may be: `last` is the row that
+/// was one too many.
+[[noreturn]] void ThrowTooManyRejected(const RowError& last, std::int64_t rejected,
+                                       std::int64_t allowed);
 
 /// Loads all rows. Does not begin or end a transaction but by `commit`: the caller does, and rolls
 /// back when this throws. A row that cannot be parsed, converted to its column's type or stored is

@@ -28,13 +28,20 @@ ado::Connection& StepContext::ReadDatabase(const std::string& connection) {
   return OwnConnection(connection, settings);
 }
 
+ado::Connection& StepContext::FurtherDatabase(const std::string& connection, int number) {
+  return OwnConnection(connection, Settings(connection), number);
+}
+
 ado::Connection& StepContext::OwnConnection(const std::string& name,
-                                            const ConnectionSettings& settings) {
-  for (const Taken& one : taken_)
-    if (one.name == name && one.settings == settings) return *one.connection;
+                                            const ConnectionSettings& settings, int number) {
+  for (const Taken& one : taken_) {
+    if (one.name != name || one.number != number || one.settings != settings) continue;
+    control_.Hold(*one.connection);
+    return *one.connection;
+  }
   auto connection = shared_.connections.Take(name, settings, again_);
   ado::Connection& taken = *connection;
-  taken_.push_back({name, settings, std::move(connection)});
+  taken_.push_back({name, number, settings, std::move(connection)});
   control_.Hold(taken);
   return taken;
 }

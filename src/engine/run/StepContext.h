@@ -49,6 +49,8 @@ class StepContext final : public TaskContext {
 
   ado::Connection& Database(const std::string& connection) override;
   ado::Connection& ReadDatabase(const std::string& connection) override;
+  ado::Connection& FurtherDatabase(const std::string& connection, int number) override;
+  void LetFinish(ado::Connection& connection) override { control_.Release(connection); }
   ConnectionSettings Settings(const std::string& connection) const override;
   void Progress(std::int64_t rows) override;
   void Output(std::string_view line) override;
@@ -69,12 +71,14 @@ class StepContext final : public TaskContext {
  private:
   struct Taken {
     std::string name;
+    int number;  ///< 0, and more than that of further connections.
     ConnectionSettings settings;
     std::unique_ptr<ado::Connection> connection;
     bool hasTransaction = false;
   };
 
-  ado::Connection& OwnConnection(const std::string& name, const ConnectionSettings& settings);
+  ado::Connection& OwnConnection(const std::string& name, const ConnectionSettings& settings,
+                                 int number = 0);
   void TellProgress(std::int64_t rows);
 
   RunShared& shared_;

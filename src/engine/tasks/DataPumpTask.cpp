@@ -4,8 +4,10 @@
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/RowSource.h"
+#include "engine/tasks/LoadConnections.h"
 #include "engine/tasks/LoadWatermark.h"
 #include "engine/tasks/PumpEnds.h"
+#include "engine/tasks/PumpInParts.h"
 #include "engine/tasks/PumpScripts.h"
 #include "engine/tasks/PumpSettings.h"
 #include "engine/tasks/Tasks.h"
@@ -28,9 +30,16 @@ class PumpTask final : public Task {
     columns_ = reader.TemplateTable("columns");
     transformations_ = ReadTransformations(reader);
     lookups_ = ReadLookups(reader);
+    loadConnections_ = ReadLoadConnections(
+        reader, {source_, *destination_, settings_, transformations_, lookups_});
   }
 
-  bool CanJoin() const override { return destination_->IsDatabase(); }
+  bool CanJoin() const override { return destination_->IsDatabase() && loadConnections_ == 1; }
+  std::string WhyNotJoin() const override {
+    if (loadConnections_ == 1) return {};
+    return "\"load_connections\" commits its rows on connections of its own, which cannot join a "
+           "transaction; remove one of \"join_transaction\" and \"load_connections\"";
+  }
 
   std::string Describe() const override {
     std::string text = source_.Describe() + "\n→ " + destination_->Describe();
@@ -69,12 +78,17 @@ class PumpTask final : public Task {
         std::find(others.begin() + 1, others.end(), destination) != others.end() ||
         source.alongside;
     const TransformationScope scope{context, source.rows->Columns(), destination_->HasQueries()};
-    const PumpJob job{settings_,
-                      Columns(scope),
-                      NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
-                      lookupsShare,
-                      destination_->HasQueries(),
-                      watermark ? &*watermark : nullptr};
+    PumpJob job{settings_, Columns(scope),
+                NewScriptMappings(transformations_.scripts, lookups_, settings_.flags, scope),
+                lookupsShare, destination_->HasQueries()};
+    if (watermark) job.watermark = &*watermark;
+    std::optional<PumpParts> parts;
+    if (loadConnections_ > 1) {
+      auto [file, format] = source_.File(context);
+      parts = {loadConnections_, std::move(file), std::move(format), destination_->Connection(),
+               [&] { return Columns(scope); }};
+      job.parts = &*parts;
+    }
     TaskResult result = ResultOf(destination_->Pump(context, job, *source.rows, destination));
     if (watermark) result.details = WithMark(std::move(result.details), *watermark);
     return result;
@@ -114,6 +128,7 @@ class PumpTask final : public Task {
   std::vector<std::pair<std::string, PlacedText>> columns_;  // source column, destination column
   TransformationPlans transformations_;
   std::vector<LookupPlan> lookups_;
+  int loadConnections_ = 1;
 };
 
 }  // namespace

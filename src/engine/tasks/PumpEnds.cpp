@@ -50,13 +50,17 @@ void PumpSource::CheckKeys(TaskReader& reader, const std::optional<PlacedText>& 
                        " is a database; give one of \"source_sql\" and \"source_table\"");
 }
 
+std::pair<std::string, TextFormat> PumpSource::File(TaskContext& context) const {
+  const ConnectionSettings settings = context.Settings(connection_);
+  return {*settings.Find("Data Source"), FormatFor(context, settings)};
+}
+
 OpenedSource PumpSource::Open(TaskContext& context,
                               std::span<ado::Connection* const> others) const {
   if (isTextFile_) {
-    const ConnectionSettings settings = context.Settings(connection_);
+    const auto [path, format] = File(context);
     const EngineServices& services = context.Services();
-    return {OpenTextSource(services.files, services.codePages, *settings.Find("Data Source"),
-                           FormatFor(context, settings))};
+    return {OpenTextSource(services.files, services.codePages, path, format)};
   }
   ado::Connection& connection = context.ReadDatabase(connection_);
   const bool alongside = std::ranges::find(others, &connection) != others.end();

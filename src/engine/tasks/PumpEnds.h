@@ -3,8 +3,10 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "engine/model/TomlTable.h"
+#include "engine/pump/TextFormat.h"
 #include "engine/tasks/PumpSettings.h"
 
 namespace torvik::engine {
@@ -22,6 +24,9 @@ class PumpSource {
   explicit PumpSource(TaskReader& reader);
 
   const std::string& Connection() const { return connection_; }
+  bool IsTextFile() const { return isTextFile_; }
+  /// The path and the format of the text file.
+  std::pair<std::string, TextFormat> File(TaskContext& context) const;
   /// "orders file", or a connection and its query.
   std::string Describe() const { return connection_ + (sql_.empty() ? "" : ": " + sql_); }
 

@@ -13,6 +13,8 @@
 #include "engine/pump/RowSource.h"
 #include "engine/pump/RowTarget.h"
 #include "engine/tasks/LoadWatermark.h"
+#include "engine/tasks/PumpInParts.h"
+#include "engine/tasks/PumpMove.h"
 #include "platform/Clock.h"
 #include "platform/PlatformError.h"
 
@@ -25,25 +27,6 @@ std::string ExceptionPath(const TaskContext& context, const PumpSettings& settin
                           const Variables& variables) {
   if (settings.exceptionFile) return variables.Substitute(settings.exceptionFile->text);
   return InLogDirectory(variables, context.Step() + ".exceptions");
-}
-
-std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSettings& settings) {
-  const std::string path = ExceptionPath(context, settings, context.GlobalVariables());
-  if (path.empty() && settings.maximumErrorCount > 0)
-    throw PlatformError(0,
-                        "the step may reject rows (maximum_error_count), and there is no place for "
-                        "them; give exception_file, or set the variable ExceptionFilePath",
-                        "data pump");
-  if (path.empty()) return std::nullopt;
-  Clock& clock = context.Services().clock;
-  std::optional<ExceptionFile> file;
-  file.emplace(context.Services().files,
-               ExceptionFile::Settings{path, settings.exceptionFileOverwrite,
-                                       "Package " + Quoted(context.RunningPackages().back()) +
-                                           ", step " + Quoted(context.Step()),
-                                       [&clock] { return LogTime(clock.LocalTime()); }});
-  file->Begin();
-  return file;
 }
 
 PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
@@ -61,25 +44,6 @@ PumpCounts Run(TaskContext& context, const PumpJob& job, PumpRequest request) {
   if (exceptions) request.exceptions = &*exceptions;
   return RunPump(
       request, [&](std::int64_t rows) { context.Progress(rows); }, context.Cancelled());
-}
-
-void Replace(ado::Connection& destination, const std::string& table, const std::string& staging,
-             std::int64_t loaded) {
-  const std::int64_t replaced = destination.ReplaceRows(table, staging);
-  if (replaced == loaded) return;
-  throw PlatformError(0,
-                      std::to_string(loaded) + " rows were loaded beside table " + table +
-                          ", but it has taken " + std::to_string(replaced) +
-                          " of them; nothing of them may be kept",
-                      "data pump");
-}
-
-ado::MergeOptions MergeOptionsOf(const PumpSettings& settings, const Variables& variables,
-                                 const std::vector<std::string>& columns) {
-  ado::MergeOptions options{columns, {}, settings.deletesMissing};
-  for (const PlacedText& key : settings.keys)
-    options.keys.push_back(variables.Substitute(key.text));
-  return options;
 }
 
 /// The load itself, in a transaction that is open.
@@ -104,14 +68,9 @@ PumpOutcome Load(TaskContext& context, const PumpJob& job, RowSource& source,
     request.commit = commit;
   }
   PumpOutcome outcome;
-  if (load == LoadMode::Replace)
-    request.settle = [&](std::int64_t loaded, const auto&) {
-      Replace(destination, table.name, staging, loaded);
-    };
-  if (load == LoadMode::Merge)
-    request.settle = [&](std::int64_t, const std::vector<std::string>& columns) {
-      outcome.merged = destination.MergeRows(
-          table.name, staging, MergeOptionsOf(job.settings, context.GlobalVariables(), columns));
+  if (isStaged)
+    request.settle = [&](std::int64_t loaded, const std::vector<std::string>& columns) {
+      outcome.merged = MoveStagedRows(context, job.settings, table, {staging, loaded, columns});
     };
   static_cast<PumpCounts&>(outcome) = Run(context, job, std::move(request));
   if (job.watermark != nullptr) job.watermark->Keep();
@@ -124,12 +83,7 @@ PumpOutcome InTransaction(
     TaskContext& context, ado::Connection& connection,
     const std::function<PumpOutcome(const std::function<void()>& commit)>& load) {
   if (context.Joined()) return load({});
-  if (connection.HasOpenTransaction().value_or(false))
-    throw PlatformError(0,
-                        "an earlier step's SQL text has begun a transaction that is still open on "
-                        "this connection, and the rows cannot have one of their own: end it with "
-                        "COMMIT before, or write join_transaction = true for these steps",
-                        "data pump");
+  RequireNoTransaction(connection);
   OwnTransaction transaction(connection);
   const PumpOutcome outcome = load([&] { transaction.CommitAndGoOn(); });
   transaction.Commit();
@@ -149,6 +103,34 @@ void ReadMergeKeys(TaskReader& reader, PumpSettings& settings) {
 }
 
 }  // namespace
+
+std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSettings& settings) {
+  const std::string path = ExceptionPath(context, settings, context.GlobalVariables());
+  if (path.empty() && settings.maximumErrorCount > 0)
+    throw PlatformError(0,
+                        "the step may reject rows (maximum_error_count), and there is no place for "
+                        "them; give exception_file, or set the variable ExceptionFilePath",
+                        "data pump");
+  if (path.empty()) return std::nullopt;
+  Clock& clock = context.Services().clock;
+  std::optional<ExceptionFile> file;
+  file.emplace(context.Services().files,
+               ExceptionFile::Settings{path, settings.exceptionFileOverwrite,
+                                       "Package " + Quoted(context.RunningPackages().back()) +
+                                           ", step " + Quoted(context.Step()),
+                                       [&clock] { return LogTime(clock.LocalTime()); }});
+  file->Begin();
+  return file;
+}
+
+void RequireNoTransaction(ado::Connection& connection) {
+  if (!connection.HasOpenTransaction().value_or(false)) return;
+  throw PlatformError(0,
+                      "an earlier step's SQL text has begun a transaction that is still open on "
+                      "this connection, and the rows cannot have one of their own: end it with "
+                      "COMMIT before, or write join_transaction = true for these steps",
+                      "data pump");
+}
 
 PumpSettings ReadPumpSettings(TaskReader& reader, bool toTable) {
   PumpSettings settings;
@@ -198,6 +180,9 @@ unsigned ReadTransformFlags(TaskReader& reader) {
 
 PumpOutcome PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& source,
                           const PumpTable& table) {
+  // A file without a single line has no parts.
+  if (job.parts != nullptr && !source.Columns().empty())
+    if (const auto outcome = PumpInParts(context, job, *job.parts, source, table)) return *outcome;
   return InTransaction(context, table.connection, [&](const std::function<void()>& commit) {
     return Load(context, job, source, table, commit);
   });

@@ -14,8 +14,10 @@
 
 namespace torvik::engine {
 
+class ExceptionFile;
 class TaskReader;
 class LoadWatermark;
+struct PumpParts;
 struct RowQueries;
 
 /// What becomes of the rows that the destination has.
@@ -54,6 +56,7 @@ struct PumpJob {
   bool onOneThread = false;
   bool choosesQueries = false;
   LoadWatermark* watermark = nullptr;  ///< Null: every row is loaded.
+  const PumpParts* parts = nullptr;    ///< Null: one connection loads the rows.
 };
 
 /// A table of an open database.
@@ -74,6 +77,13 @@ PumpOutcome PumpIntoTable(TaskContext& context, const PumpJob& job, RowSource& s
 /// Runs the queries that rows choose, in the same way.
 PumpOutcome PumpIntoQueries(TaskContext& context, const PumpJob& job, RowSource& source,
                             const PumpTable& table, RowQueries& queries);
+
+/// Where the step's rejected rows are kept; nothing when there is no place for them. Throws
+/// PlatformError when one is needed, or what earlier runs left cannot be removed.
+std::optional<ExceptionFile> NewExceptionFile(TaskContext& context, const PumpSettings& settings);
+
+/// Throws when a transaction is open on a connection that is to have one of the pump's own.
+void RequireNoTransaction(ado::Connection& connection);
 
 /// What the step's log line says of a pump.
 TaskResult ResultOf(const PumpOutcome& outcome);

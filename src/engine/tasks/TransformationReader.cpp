@@ -165,6 +165,7 @@ void ReadOne(TaskReader& reader, TransformationPlans& plans) {
   TransformationPlan plan;
   if (const auto source = reader.Table().Text("source")) plan.source = source->text;
   const Kind& kind = kKinds[reader.OneOf("type", kNames, 0)];
+  plan.type = kind.name;
   if (kind.read != ReadWriteFile || reader.Table().Find("destination") != nullptr)
     plan.destination = reader.Table().RequiredText("destination").text;
   plan.flags = ReadTransformFlags(reader);

@@ -23,6 +23,7 @@ struct TransformationScope {
 
 /// One transformation of a document, checked.
 struct TransformationPlan {
+  std::string type;
   std::string source;       ///< Empty: the value so far, or none.
   std::string destination;  ///< Empty for one that fills no column.
   unsigned flags = 0;

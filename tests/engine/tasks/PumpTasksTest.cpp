@@ -309,6 +309,43 @@ TEST_F(PumpTasksTest, AWatermarkBelongsToRowsThatAreAdded) {
   EXPECT_EQ(Rows(), "1:a");
 }
 
+TEST_F(PumpTasksTest, SeveralConnectionsAreRefusedWhereRowsMustGoInOrder) {
+  const std::string four = "load_connections = 4\n";
+  const std::pair<std::string, const char*> cases[] = {
+      {"load_connections = 33", "\"load_connections\" is 33; write a whole number from 1 to 32"},
+      {four + "join_transaction = true", "which cannot join a transaction; remove one of"},
+      {four + "watermark = { column = 'id', variable = 'Text' }",
+       "highest value of one connection"},
+      {four + "insert_commit_size = 5",
+       "and not by insert_commit_size; remove \"load_connections\""},
+      {four + "last_row = 5", "first_row and last_row count the rows one after the other"},
+      {four + "[[steps.lookups]]\nname = 'l'\nconnection = 'dw'\nsql = 'SELECT 1'",
+       "scripts see the rows one after the other"},
+      {four + "[[steps.transformations]]\ntype = 'lookup'\nsource = 'id'\ndestination = 'id'\n"
+              "connection = 'dw'\nsql = 'SELECT ?'",
+       "\"lookup\" takes the rows one after the other; remove \"load_connections\""},
+      {four, "only PostgreSQL is, by its own library; remove load_connections"},
+  };
+  for (const auto& [keys, problem] : cases) {
+    std::string said;
+    const std::string refused = ErrorOf([&] { said = Pump("id\n1\n", keys).events.errors; });
+    EXPECT_THAT(refused + said, HasSubstr(problem)) << keys;
+    EXPECT_EQ("", Rows());
+  }
+  const std::pair<const char*, const char*> ends[] = {
+      {"source = 'dw'\nsource_table = 't'\ndestination = 'dw again'\ntable = 't'",
+       "the source \"dw\" is a database, and only a text file is read in parts"},
+      {"source = 'file'\ndestination = 'file'", "the destination \"file\" is a text file"}};
+  for (const auto& [keys, problem] : ends)
+    EXPECT_THAT(ErrorOf([&] {
+                  Run("P", Head("P") +
+                               "[[connections]]\nname = 'file'\nprovider = 'DTSFlatFile'\n"
+                               "properties = { 'Data Source' = 'in.csv' }\n" +
+                               Step("s", "DataPump", four + keys));
+                }),
+                HasSubstr(problem));
+}
+
 TEST_F(PumpTasksTest, AMissingValueBecomesTheDefaultUnlessNullsAreKept) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "1:none@2001-01-08 2:b@2002-02-03"},
