@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 
 #include "admin/common/Commands.h"
@@ -12,6 +13,8 @@
 #include "engine/model/RunnerVariables.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/database/ServerPlace.h"
+#include "platform/linux/odbc/AdoOdbc.h"
 
 namespace torvik::admin {
 namespace {
@@ -125,6 +128,30 @@ int PrunePackage(LinuxPlatform& platform, const Invocation& invocation,
   return 0;
 }
 
+/// True when a connection is known to lead elsewhere than to PostgreSQL: neither a variable nor a
+/// data link file says where.
+bool LeadsElsewhere(const engine::ConnectionModel& connection, const Settings& settings) {
+  std::string server;
+  for (const engine::ConnectionProperty& property : connection.properties)
+    if (property.name == "Data Source") server = property.value.text;
+  if (connection.dataLinkFile || server.find("${") != std::string::npos) return false;
+  try {
+    return FindServerPlace(settings, connection.provider, server, DriverOfDataSource).kind !=
+           ServerPlace::Kind::PostgreSql;
+  } catch (const PlatformError&) {
+    return false;  // it leads nowhere, which its opening tells
+  }
+}
+
+/// The same of a step's.
+bool NeedsWhatIsElsewhere(const engine::PackageModel& package, const engine::StepModel& step,
+                          const Settings& settings) {
+  const std::string name = step.task->NeedsPostgreSql();
+  return !name.empty() && std::ranges::any_of(package.connections, [&](const auto& connection) {
+    return connection.name == name && LeadsElsewhere(connection, settings);
+  });
+}
+
 /// What of a package will fail whatever happens, as it may be in an imported one: a line for each.
 std::string WhatCannotRun(const engine::PackageModel& package, const Settings& settings) {
   std::vector<std::string> lines;
@@ -138,6 +165,9 @@ std::string WhatCannotRun(const engine::PackageModel& package, const Settings& s
     const std::string place = package.document + ": the step \"" + step.name + "\" will not run: ";
     if (const std::string reason = step.task->WhyNot(); !reason.empty())
       lines.push_back(place + reason);
+    if (NeedsWhatIsElsewhere(package, step, settings))
+      lines.push_back(place + "\"load_connections\" is for PostgreSQL, and the connection \"" +
+                      step.task->NeedsPostgreSql() + "\" leads elsewhere; remove the key");
     if (step.workflowScript && !step.workflowScript->lacks.empty())
       lines.push_back(place + "the workflow's script: " + step.workflowScript->lacks);
   }

@@ -111,6 +111,10 @@ class Task {
   /// Why the task cannot run whatever happens; empty for one that can.
   virtual std::string WhyNot() const { return {}; }
 
+  /// The name of a connection that must lead to PostgreSQL; empty when none must. The document
+  /// does not say where a server's name leads.
+  virtual std::string NeedsPostgreSql() const { return {}; }
+
   /// What the task does, for whoever shows the package: as the document says it, variables not put
   /// in.
   virtual std::string Describe() const { return {}; }

@@ -55,6 +55,10 @@ class PumpTask final : public Task {
     return reason.empty() ? transformations_.WhyNot() : reason;
   }
 
+  std::string NeedsPostgreSql() const override {
+    return loadConnections_ > 1 ? destination_->Connection() : "";
+  }
+
   TaskResult Run(TaskContext& context) const override {
     for (const ScriptPlan& script : transformations_.scripts)
       if (script.phase != "row") throw PlatformError(0, transformations_.WhyNot(), "data pump");
