@@ -235,6 +235,33 @@ TEST_F(LoadConnections, FailAtTheRowAtWhichOneConnectionFails) {
   }
 }
 
+TEST_F(LoadConnections, FailWithTheWordsOfOneConnectionWhenTheTableTakesNotAllRows) {
+  const std::string known =
+      "DROP TABLE IF EXISTS known; CREATE TABLE known (id INT PRIMARY KEY); INSERT INTO known "
+      "SELECT g FROM generate_series(0, 60000) g WHERE g <> 30009; ALTER TABLE t ADD CONSTRAINT f "
+      "FOREIGN KEY (id) REFERENCES known";
+  const std::pair<std::string, const char*> cases[] = {
+      {"CREATE OR REPLACE FUNCTION skip() RETURNS trigger LANGUAGE plpgsql AS $$ BEGIN "
+       "IF NEW.id = 30009 THEN RETURN NULL; END IF; RETURN NEW; END $$; "
+       "CREATE TRIGGER s BEFORE INSERT ON t FOR EACH ROW EXECUTE FUNCTION skip()",
+       "60000 rows were read but the server took 59999; nothing of them may be kept"},
+      {known, "rows.csv, line 34296: insert or update on table \"t\" violates foreign key"},
+      {known + " DEFERRABLE INITIALLY DEFERRED", "Key (id)=(30009) is not present"}};
+  sandbox_.WriteFile("rows.csv", LoadedFile([](int) { return ""; }));
+  for (const auto& [more, reason] : cases) {
+    MakeTable();
+    sandbox_.Connect("DW")->Execute(more);
+    const std::string before = Figures();
+    for (const int connections : {1, 4}) {
+      PutPump(ConnectionsKey(connections));
+      const std::string log = Run();
+      EXPECT_EQ("failure\n", Status()) << connections;
+      EXPECT_THAT(log, HasSubstr(reason)) << connections;
+      EXPECT_EQ(before, Figures()) << connections;
+    }
+  }
+}
+
 TEST_F(LoadConnections, LeaveTheOldRowsWhateverHappensToOneOfThem) {
   const auto terminate = [this](const std::string& backend) {
     return
