@@ -53,7 +53,7 @@ class SharedStaging {
     try {
       call();
       return true;
-    } catch (const PlatformError&) {
+    } catch (const std::exception&) {
       return false;
     }
   }
