@@ -17,7 +17,7 @@ struct Cell {
 
 /// How often the layers are put in order, in turn from left and right, and how often their cells
 /// move towards their neighbours.
-constexpr int kSweeps = 8, kMoves = 8;
+constexpr int kSweeps = 8, kMoves = 24;
 
 /// The heights closest to the wanted ones that are at least 1 apart, in this order: neighbours that
 /// want to stand closer are pooled around their mean.

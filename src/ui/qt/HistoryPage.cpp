@@ -15,6 +15,7 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
+#include "ui/qt/TableRows.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -117,11 +118,7 @@ void FillTable(QTreeWidget& table, const JobHistory& history) {
     row->setForeground(0, VerdictColour(run.outcome));
     for (const int number : kNumbers) row->setTextAlignment(number, Qt::AlignRight);
   }
-  constexpr int kBetween = 14;
-  for (int column = 0; column < 5; ++column) {
-    table.resizeColumnToContents(column);
-    table.setColumnWidth(column, table.columnWidth(column) + kBetween);
-  }
+  FitColumns(table);
 }
 
 }  // namespace
@@ -138,6 +135,7 @@ QWidget* NewHistoryPage(frmRunnerMain& form, std::function<void()> show) {
   table->setRootIsDecorated(false);
   table->setUniformRowHeights(true);
   table->setAlternatingRowColors(true);
+  SpaceRows(*table);
   for (const int number : kNumbers) table->headerItem()->setTextAlignment(number, Qt::AlignRight);
   auto* const layout = new QVBoxLayout(page);
   layout->addWidget(trouble);

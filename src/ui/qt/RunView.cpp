@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFontDatabase>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -13,6 +14,7 @@
 
 #include "ui/RunMonitor.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/TableRows.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -41,6 +43,7 @@ class ProblemList final : public QTreeWidget {
     setAccessibleName(Tr("Problems"));
     setRootIsDecorated(false);
     setWordWrap(true);
+    SpaceRows(*this);
     setSelectionMode(ExtendedSelection);
     auto* const copy = new QAction(Tr("&Copy"), this);
     copy->setShortcut(QKeySequence::Copy);
@@ -57,7 +60,7 @@ class ProblemList final : public QTreeWidget {
       row->setIcon(0, style()->standardIcon(QStyle::SP_MessageBoxCritical));
       row->setToolTip(1, ToQt(problem.reason));
     }
-    resizeColumnToContents(0);
+    FitColumns(*this);
   }
 
  private:
@@ -95,6 +98,7 @@ QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::strin
   auto* const log = new QPlainTextEdit;
   log->setReadOnly(true);
   log->setMaximumBlockCount(10'000);
+  log->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));  // they have columns
   log->setAccessibleName(Tr("Lines of the log"));
   auto* const problems = new ProblemList;
   QObject::connect(problems, &QTreeWidget::itemActivated, problems,

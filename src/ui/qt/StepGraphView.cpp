@@ -20,7 +20,7 @@ constexpr double kLayerWidth = 230, kPlaceHeight = 78;
 constexpr double kBoxWidth = 172, kBoxHeight = 52;
 constexpr double kSmallest = 0.01, kLargest = 3;
 /// Below this a text is no longer read; large packages begin with what is read with ease.
-constexpr double kTextZoom = 0.35, kFirstZoom = 0.8;
+constexpr double kTextZoom = 0.35, kFirstZoom = 0.75;
 
 QPointF ToScene(const StepGraph::Point& point) {
   return {point.x * kLayerWidth, point.y * kPlaceHeight};
@@ -194,7 +194,12 @@ void StepGraphView::Fit(double smallest) {
   const QRectF all = scene_.sceneRect();
   const double factor = std::min(viewport()->width() / std::max(1.0, all.width()),
                                  viewport()->height() / std::max(1.0, all.height()));
-  const double wanted = std::clamp(factor, std::max(smallest, kSmallest), 1.0);
+  // A tall one fills the width, beside the bar by which it is scrolled.
+  const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+  const double byWidth = (viewport()->width() - bar) / std::max(1.0, all.width());
+  const bool fills = smallest > 0 && byWidth >= smallest;
+  const double wanted =
+      std::clamp(fills ? std::max(factor, byWidth) : factor, std::max(smallest, kSmallest), 1.0);
   scale(wanted, wanted);
   if (factor < wanted) centerOn(0, all.height() / 2);
 }

@@ -18,7 +18,7 @@ QPalette DarkPalette() {
   const std::pair<QPalette::ColorRole, QColor> colours[] = {
       {QPalette::WindowText, text},
       {QPalette::Base, base},
-      {QPalette::AlternateBase, window},
+      {QPalette::AlternateBase, QColor(58, 58, 62)},
       {QPalette::Text, text},
       {QPalette::ButtonText, text},
       {QPalette::BrightText, Qt::white},
@@ -27,7 +27,7 @@ QPalette DarkPalette() {
       {QPalette::Link, link},
       {QPalette::Highlight, QColor(42, 110, 180)},
       {QPalette::HighlightedText, Qt::white},
-      {QPalette::PlaceholderText, grey}};
+      {QPalette::PlaceholderText, QColor(176, 176, 180)}};
   for (const auto& [role, colour] : colours) palette.setColor(role, colour);
   for (const QPalette::ColorRole role :
        {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})

@@ -65,21 +65,27 @@ int TimeLine::NameWidth() const {
   return std::min(widestName_ + 3 * kMargin, width() / 3);
 }
 
-void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
-  const int row = RowHeight();
-  const double perSecond = (width() - left - 8) / all;
-  const QColor words = palette().color(QPalette::PlaceholderText);
+void TimeLine::DrawGrid(QPainter& painter, int left, double all) const {
   QColor line = palette().color(QPalette::Text);
   line.setAlphaF(0.15F);
+  painter.setPen(line);
+  for (double at = 0, mark = MarkEvery(all); at <= all; at += mark) {
+    const double x = left + at * (width() - left - 8) / all;
+    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
+  }
+}
+
+/// It stays in sight, above the bars that are scrolled.
+void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
+  const int top = ScaleTop(), row = RowHeight();
+  painter.fillRect(QRect(0, top, width(), row), palette().color(QPalette::Base));
+  painter.setPen(palette().color(QPalette::PlaceholderText));
   const double mark = MarkEvery(all);
   for (double at = 0; at <= all; at += mark) {
-    const double x = left + at * perSecond;
+    const double x = left + at * (width() - left - 8) / all + 3;
     const QString text = mark < 1 ? QString::number(at, 'f', 1) + Tr(" s") : ToQt(ClockText(at));
-    painter.setPen(line);
-    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
-    painter.setPen(words);
-    if (x + 3 + fontMetrics().horizontalAdvance(text) < width())
-      painter.drawText(QPointF(x + 3, row - 5), text);
+    if (x + fontMetrics().horizontalAdvance(text) < width())
+      painter.drawText(QPointF(x, top + row - 5), text);
   }
 }
 
@@ -108,16 +114,22 @@ void TimeLine::paintEvent(QPaintEvent* event) {
   const int left = NameWidth(), row = RowHeight();
   const double all = std::max(0.1, monitor_.Seconds());
   const double perSecond = (width() - left - 8) / all;
-  DrawScale(painter, left, all);
+  DrawGrid(painter, left, all);
   // A thousand steps are scrolled: those in sight are drawn.
   const int first = std::max(0, event->rect().top() / row - 1);
   const int last = std::min(static_cast<int>(bars_.size()), event->rect().bottom() / row + 1);
   for (int i = first; i < last; ++i)
     DrawBar(painter, bars_[static_cast<std::size_t>(i)], row * (i + 1), left, perSecond);
+  DrawScale(painter, left, all);
+}
+
+void TimeLine::moveEvent(QMoveEvent*) {
+  update();  // the scale stays where it is
 }
 
 void TimeLine::mousePressEvent(QMouseEvent* event) {
-  const int row = static_cast<int>(event->position().y()) / RowHeight() - 1;
+  const int y = static_cast<int>(event->position().y());
+  const int row = y < ScaleTop() + RowHeight() ? -1 : y / RowHeight() - 1;
   if (row >= 0 && row < static_cast<int>(bars_.size()) && onChosen)
     onChosen(bars_[static_cast<std::size_t>(row)].place);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <string>
@@ -39,8 +40,11 @@ class TimeLine final : public QWidget {
   void ReadBars();
   int RowHeight() const { return fontMetrics().height() + 4; }
   int NameWidth() const;
+  int ScaleTop() const { return std::max(0, -y()); }
+  void DrawGrid(QPainter& painter, int left, double all) const;
   void DrawScale(QPainter& painter, int left, double all) const;
   void DrawBar(QPainter& painter, const Bar& bar, int y, int left, double perSecond) const;
+  void moveEvent(QMoveEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
 
