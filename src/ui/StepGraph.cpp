@@ -59,6 +59,7 @@ class Layout {
     for (int sweep = 0; sweep < kSweeps; ++sweep) Sweep(sweep % 2 == 0);
     StandInTheMiddle();
     for (int move = 0; move < kMoves; ++move) Move(move);
+    Straighten();
     Place();
     return std::move(graph_);
   }
@@ -179,6 +180,20 @@ class Layout {
         for (const std::size_t one : beside) sum += cells_[one].y;
         wanted.push_back(beside.empty() ? cells_[cell].y
                                         : sum / static_cast<double>(beside.size()));
+      }
+      const std::vector<double> heights = Apart(wanted);
+      for (std::size_t at = 0; at < layer.size(); ++at) cells_[layer[at]].y = heights[at];
+    }
+  }
+
+  /// What is left of a bend between two cells that nothing else binds is taken out.
+  void Straighten() {
+    for (const auto& layer : layers_) {
+      std::vector<double> wanted;
+      for (const std::size_t cell : layer) {
+        const auto& before = cells_[cell].before;
+        const bool isLink = before.size() == 1 && cells_[before[0]].behind.size() == 1;
+        wanted.push_back(isLink ? cells_[before[0]].y : cells_[cell].y);
       }
       const std::vector<double> heights = Apart(wanted);
       for (std::size_t at = 0; at < layer.size(); ++at) cells_[layer[at]].y = heights[at];

@@ -146,8 +146,10 @@ TEST_F(RunPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
     }
     // Afterwards it stands first in the time line.
     auto& timeLine = session_.Find<QWidget>("Time line of the steps");
-    QTest::mouseClick(&timeLine, Qt::LeftButton, {},
-                      {20, timeLine.fontMetrics().height() * 3 / 2 + 4});
+    const int row = timeLine.fontMetrics().height() + 4;
+    QTest::mouseClick(&timeLine, Qt::LeftButton, {}, {20, 2 * row + row / 2});
+    EXPECT_THAT(state.text().toStdString(), HasSubstr("ExecuteSQL")) << "the second one";
+    QTest::keyClick(&timeLine, Qt::Key_Up);
     EXPECT_THAT(state.text().toStdString(), HasSubstr("done, " + c.figures));
     EXPECT_THAT(text.toPlainText().toStdString(),
                 AllOf(HasSubstr(c.directory), HasSubstr("to   " + Path("in"))));

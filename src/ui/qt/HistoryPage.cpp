@@ -115,7 +115,7 @@ void FillTable(QTreeWidget& table, const JobHistory& history) {
                  ToQt(Grouped(run.rows)), ToQt(Grouped(run.rejectedRows)), ReasonOf(run)});
     row->setData(0, Qt::UserRole, QVariant::fromValue(run.id));
     row->setToolTip(5, ReasonOf(run));
-    row->setForeground(0, VerdictColour(run.outcome));
+    row->setForeground(0, ForText(VerdictColour(run.outcome), table.palette()));
     for (const int number : kNumbers) row->setTextAlignment(number, Qt::AlignRight);
   }
   FitColumns(table);
@@ -136,7 +136,10 @@ QWidget* NewHistoryPage(frmRunnerMain& form, std::function<void()> show) {
   table->setUniformRowHeights(true);
   table->setAlternatingRowColors(true);
   SpaceRows(*table);
-  for (const int number : kNumbers) table->headerItem()->setTextAlignment(number, Qt::AlignRight);
+  for (const int number : kNumbers) {
+    table->headerItem()->setTextAlignment(number, Qt::AlignRight);
+    table->headerItem()->setText(number, table->headerItem()->text(number) + QChar(0x2002));
+  }
   auto* const layout = new QVBoxLayout(page);
   layout->addWidget(trouble);
   layout->addWidget(strip);

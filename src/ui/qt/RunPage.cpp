@@ -53,6 +53,7 @@ class RunPage final : public QWidget {
         graph_(new StepGraphView(form.Monitor)),
         panel_(new StepPanel(form.Monitor)),
         timeLine_(new TimeLine(form.Monitor)),
+        times_(new QScrollArea),
         time_(new QLabel),
         note_(new QLabel) {
     auto* const steps = new QSplitter;
@@ -61,15 +62,14 @@ class RunPage final : public QWidget {
     steps->addWidget(graph_);
     steps->addWidget(panel_);
     steps->setSizes({3000, 1000});
-    auto* const times = new QScrollArea;
-    times->setWidget(timeLine_);
-    times->setWidgetResizable(true);
-    FollowEnd(*times->verticalScrollBar());
+    times_->setWidget(timeLine_);
+    times_->setWidgetResizable(true);
+    FollowEnd(*times_->verticalScrollBar());
     auto* const all = new QSplitter(Qt::Vertical);
     all->setObjectName("run");
     all->setChildrenCollapsible(false);
     all->addWidget(steps);
-    all->addWidget(times);
+    all->addWidget(times_);
     all->addWidget(NewRunTexts(form.Monitor, [this](const std::string& place) { Go(place); }));
     all->setSizes({5000, 1500, 2000});
     auto* const layout = new QVBoxLayout(this);
@@ -115,7 +115,11 @@ class RunPage final : public QWidget {
   }
 
   void WatchRun() {
-    graph_->onChosen = [this](int step) { panel_->Choose(step); };
+    graph_->onChosen = [this](int step) {
+      panel_->Choose(step);
+      const auto& steps = form_.Monitor.Package.Get();
+      ShowTimeOf(step < 0 ? "" : steps[static_cast<std::size_t>(step)].name);
+    };
     timeLine_->onChosen = [this](const std::string& name) { ChooseNamed(name); };
     pace_.setSingleShot(true);
     pace_.setInterval(kRefreshMilliseconds);
@@ -139,6 +143,7 @@ class RunPage final : public QWidget {
     Watch(form_.Monitor.Package, *this, [](RunPage& page, const auto&) {
       page.graph_->ShowPackage();
       page.panel_->Choose(-1);
+      page.timeLine_->Choose("");
     });
     form_.Monitor.StepsChanged.Observe([page = QPointer<RunPage>(this)] {
       if (page && !page->pace_.isActive()) page->pace_.start();
@@ -172,9 +177,17 @@ class RunPage final : public QWidget {
       if (PlaceOfFetch(fetch.link) != name) continue;
       graph_->Choose(-1);
       panel_->ChooseFetch(fetch.link);
+      ShowTimeOf(name);
       return true;
     }
     return false;
+  }
+
+  /// Its bar, if it has one, is marked and in sight.
+  void ShowTimeOf(const std::string& place) {
+    const int top = timeLine_->Choose(place);
+    const int row = fontMetrics().height();
+    if (top >= 0) times_->ensureVisible(0, top, 0, 2 * row);
   }
 
   /// What has failed is what the operator looks for.
@@ -210,6 +223,7 @@ class RunPage final : public QWidget {
   StepGraphView* graph_;
   StepPanel* panel_;
   TimeLine* timeLine_;
+  QScrollArea* times_;
   QLabel *time_, *note_;
   QTimer pace_, clock_, loading_;
 };

@@ -37,6 +37,11 @@ QColor VerdictColour(RunOutcome outcome) {
   return outcome == RunOutcome::Ok ? kGreen : kRed;
 }
 
+QColor ForText(const QColor& colour, const QPalette& palette) {
+  const bool isDark = palette.color(QPalette::Base).lightness() < 128;
+  return isDark ? colour.lighter(165) : colour;
+}
+
 QString SecondsText(double seconds) {
   constexpr double kShown = 0.0995;  // less would be written as 0.1 s and shorter
   if (seconds < 0.0005) return Tr("< 1 ms");

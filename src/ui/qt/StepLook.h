@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QPalette>
 #include <QString>
 
 #include "ui/RunMonitor.h"
@@ -22,6 +23,9 @@ StepLook LookOf(StepState state);
 
 /// Of a run.
 QColor VerdictColour(RunOutcome outcome);
+
+/// The same colour, as bright as a text needs it.
+QColor ForText(const QColor& colour, const QPalette& palette);
 
 /// "12 ms", "3.4 s".
 QString SecondsText(double seconds);

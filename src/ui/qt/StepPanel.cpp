@@ -31,7 +31,7 @@ StepPanel::StepPanel(RunMonitor& monitor)
       rates_(new Sparkline),
       text_(new QPlainTextEdit) {
   state_->setAccessibleName(Tr("State of the step"));
-  error_->setStyleSheet("border-left: 3px solid #cd3c3c; padding-left: 6px");
+  error_->setStyleSheet("border: 0 solid #cd3c3c; border-left-width: 3px; padding-left: 6px");
   error_->setAccessibleName(Tr("Error of the step"));
   rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));
   text_->setReadOnly(true);

@@ -1,7 +1,9 @@
 #include "ui/qt/TimeLine.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyleOption>
 #include <algorithm>
 #include <cmath>
 
@@ -31,6 +33,7 @@ std::string PlaceOfFetch(const std::string& link) {
 
 TimeLine::TimeLine(RunMonitor& monitor) : monitor_(monitor) {
   setAccessibleName(Tr("Time line of the steps"));
+  setFocusPolicy(Qt::StrongFocus);
   setAutoFillBackground(true);
   setBackgroundRole(QPalette::Base);
 }
@@ -40,6 +43,13 @@ void TimeLine::Refresh() {
   const int height = sizeHint().height();
   if (minimumHeight() != height) setMinimumHeight(height);
   update();
+}
+
+int TimeLine::Choose(const std::string& place) {
+  chosen_ = place;
+  update();
+  const auto found = std::ranges::find(bars_, place, &Bar::place);
+  return found == bars_.end() ? -1 : RowHeight() * (static_cast<int>(found - bars_.begin()) + 1);
 }
 
 void TimeLine::ReadBars() {
@@ -92,6 +102,11 @@ void TimeLine::DrawScale(QPainter& painter, int left, double all) const {
 /// The figures stand right of the bar; where there is no room, in it or left of it.
 void TimeLine::DrawBar(QPainter& painter, const Bar& bar, int y, int left, double perSecond) const {
   const int row = RowHeight();
+  if (bar.place == chosen_) {
+    QColor mark = palette().color(QPalette::Highlight);
+    mark.setAlphaF(0.25F);
+    painter.fillRect(QRect(0, y, width(), row), mark);
+  }
   painter.setPen(palette().color(QPalette::Text));
   painter.drawText(QRect(kMargin, y, left - 2 * kMargin, row), Qt::AlignVCenter | Qt::AlignLeft,
                    fontMetrics().elidedText(ToQt(bar.place), Qt::ElideRight, left - 2 * kMargin));
@@ -121,6 +136,11 @@ void TimeLine::paintEvent(QPaintEvent* event) {
   for (int i = first; i < last; ++i)
     DrawBar(painter, bars_[static_cast<std::size_t>(i)], row * (i + 1), left, perSecond);
   DrawScale(painter, left, all);
+  if (!hasFocus()) return;
+  QStyleOptionFocusRect focus;
+  focus.initFrom(this);
+  focus.rect = visibleRegion().boundingRect();
+  style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
 }
 
 void TimeLine::moveEvent(QMoveEvent*) {
@@ -132,6 +152,17 @@ void TimeLine::mousePressEvent(QMouseEvent* event) {
   const int row = y < ScaleTop() + RowHeight() ? -1 : y / RowHeight() - 1;
   if (row >= 0 && row < static_cast<int>(bars_.size()) && onChosen)
     onChosen(bars_[static_cast<std::size_t>(row)].place);
+}
+
+void TimeLine::keyPressEvent(QKeyEvent* event) {
+  const bool goesOn = event->key() == Qt::Key_Down, goesBack = event->key() == Qt::Key_Up;
+  const auto count = static_cast<std::ptrdiff_t>(bars_.size());
+  if ((!goesOn && !goesBack) || count == 0 || !onChosen) return QWidget::keyPressEvent(event);
+  const std::ptrdiff_t now = std::ranges::find(bars_, chosen_, &Bar::place) - bars_.begin();
+  const bool isNone = now == count;
+  const std::ptrdiff_t next =
+      isNone ? 0 : std::clamp<std::ptrdiff_t>(now + (goesOn ? 1 : -1), 0, count - 1);
+  onChosen(std::string(bars_[static_cast<std::size_t>(next)].place));
 }
 
 }  // namespace torvik

@@ -16,14 +16,16 @@ namespace torvik {
 std::string PlaceOfFetch(const std::string& link);
 
 /// A bar for each fetch and each step that has begun, from its begin to its end, below a scale of
-/// seconds.
+/// seconds. The arrow keys go from bar to bar.
 class TimeLine final : public QWidget {
  public:
   explicit TimeLine(RunMonitor& monitor);
 
-  /// Told the name of the step that the operator clicks, or the place of the fetch.
+  /// Told the name of the step that the operator chooses, or the place of the fetch.
   std::function<void(const std::string&)> onChosen;
 
+  /// Marks the bar of that place; answers where it stands, -1: nowhere.
+  int Choose(const std::string& place);
   /// Shows how the steps stand now.
   void Refresh();
   QSize sizeHint() const override;
@@ -47,10 +49,12 @@ class TimeLine final : public QWidget {
   void moveEvent(QMoveEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
   RunMonitor& monitor_;
   std::vector<Bar> bars_;
   int widestName_ = 0;  // of the bars
+  std::string chosen_;
 };
 
 }  // namespace torvik
