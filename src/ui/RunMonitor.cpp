@@ -13,16 +13,6 @@
 namespace torvik {
 namespace {
 
-const char* WordFor(StepState state) {
-  switch (state) {
-    case StepState::Running: return "running";
-    case StepState::Done: return "done";
-    case StepState::Failed: return "failed";
-    case StepState::NotRun: return "not run";
-  }
-  return "";
-}
-
 double SecondsBetween(Moment from, Moment to) {
   return std::chrono::duration<double>(to - from).count();
 }
@@ -208,11 +198,14 @@ const RunMonitor::Fetch* RunMonitor::FindFetch(const std::string& link) const {
   return found == fetches_.rend() ? nullptr : &*found;
 }
 
-std::string Described(const RunMonitor::Step& step) {
-  std::string text = WordFor(step.state);
-  if (step.rows > 0) text += ", " + Counted(step.rows, "row");
-  if (step.rowsPerSecond >= 1) text += ", " + Grouped(std::llround(step.rowsPerSecond)) + " rows/s";
-  if (step.rejected > 0) text += ", " + Grouped(step.rejected) + " rejected";
+std::string FiguresOf(const RunMonitor::Step& step) {
+  std::string text;
+  const auto add = [&text](const std::string& figure) {
+    text += (text.empty() ? "" : ", ") + figure;
+  };
+  if (step.rows > 0) add(Counted(step.rows, "row"));
+  if (step.rowsPerSecond >= 1) add(Grouped(std::llround(step.rowsPerSecond)) + " rows/s");
+  if (step.rejected > 0) add(Grouped(step.rejected) + " rejected");
   return text;
 }
 

@@ -87,6 +87,8 @@ class RunMonitor {
   void ShowRecord(const RunRecord& run, const std::string& title,
                   std::vector<dts::StepOutline> package = {});
 
+  /// Of a run that is over; None while it goes on.
+  RunVerdict VerdictAtEnd() const { return Runs.Get() ? RunVerdict::None : Verdict.Get(); }
   /// Since the run began, until now or until its end.
   double Seconds() const;
   /// The step of that name; null for one that has not begun.
@@ -108,8 +110,8 @@ class RunMonitor {
   std::optional<double> ended_;  // seconds since then
 };
 
-/// "done, 12,345 rows, 678 rows/s".
-std::string Described(const RunMonitor::Step& step);
+/// "12,345 rows, 678 rows/s, 9 rejected"; empty without rows.
+std::string FiguresOf(const RunMonitor::Step& step);
 /// "2 files, 12.3 MB"; of one that waits for its provider "waiting for its provider".
 std::string FiguresOf(const RunMonitor::Fetch& fetch);
 /// "0:14", "1:02:03".

@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QDropEvent>
 #include <QGraphicsItem>
 #include <QGraphicsView>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabBar>
@@ -15,6 +17,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
+#include <QUrl>
 
 #include "desktop/WindowTest.h"
 #include "platform/Ado.h"
@@ -150,7 +153,7 @@ TEST_F(RunPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
     QTest::mouseClick(&timeLine, Qt::LeftButton, {}, {20, 2 * row + row / 2});
     EXPECT_THAT(state.text().toStdString(), HasSubstr("ExecuteSQL")) << "the second one";
     QTest::keyClick(&timeLine, Qt::Key_Up);
-    EXPECT_THAT(state.text().toStdString(), HasSubstr("done, " + c.figures));
+    EXPECT_THAT(state.text().toStdString(), HasSubstr("done\n" + c.figures));
     EXPECT_THAT(text.toPlainText().toStdString(),
                 AllOf(HasSubstr(c.directory), HasSubstr("to   " + Path("in"))));
   }
@@ -190,13 +193,13 @@ TEST_F(RunPagesTest, ANewJobOrAnotherFileClearsWhatTheLastRunHasLeft) {
   session_.Files().WriteJob("other.etl", "Sales_LoadDW");
   const std::pair<const char*, std::function<void()>> ways[] = {
       {"New", [this] { Press(Qt::Key_N); }},
-      {"Open", [this] {
-         OnNextDialog([this](QDialog& dialog) {
-           auto* const name = dialog.findChild<QLineEdit*>("fileNameEdit");
-           name->setText(QString::fromStdString(Path("other.etl")));
-           QTest::keyClick(name, Qt::Key_Return);
-         });
-         Press(Qt::Key_O);
+      {"Drop", [this] {
+         QMimeData data;
+         data.setUrls({QUrl::fromLocalFile(QString::fromStdString(Path("other.etl")))});
+         QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+         QApplication::sendEvent(&session_.Window(), &enter);
+         QDropEvent drop({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+         QApplication::sendEvent(&session_.Window(), &drop);
        }}};
   for (const auto& [way, change] : ways) {
     Open();

@@ -105,7 +105,7 @@ void TakeRunsInSize(DesktopSession& session, const Camera& camera, const QString
   session.Window().resize(static_cast<int>(numbers.value(0).toInt() / scale),
                           static_cast<int>(numbers.value(1).toInt() / scale));
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
-  TakeRuns(session, camera);
+  TakeRuns(session, camera, true);
 }
 
 void TakeAll(DesktopSession& session, const Camera& camera) {
@@ -114,7 +114,7 @@ void TakeAll(DesktopSession& session, const Camera& camera) {
   TakePreview(session, camera);
   session.Start("");
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
-  TakeRuns(session, camera);
+  TakeRuns(session, camera, false);
   TakeDialogs(session, camera);
   session.Start("");
   camera.Take(session.Window(), "start");

@@ -447,10 +447,11 @@ TEST(RunMonitor, ShowsStepsWithRowsAndRate) {
   monitor.ShowStep({"pump", StepState::Running, 0});
   clock.Sleep(std::chrono::seconds(2));
   monitor.ShowStep({"pump", StepState::Running, 24690});
-  EXPECT_EQ("running, 24,690 rows, 12,345 rows/s", Described(monitor.Steps()[0]));
+  EXPECT_EQ("24,690 rows, 12,345 rows/s", FiguresOf(monitor.Steps()[0]));
   monitor.ShowStep({"sql", StepState::Failed, 0});
   monitor.ShowStep({"sql", StepState::Done, 0});
-  EXPECT_EQ("failed", Described(monitor.Steps()[1]));
+  EXPECT_EQ(StepState::Failed, monitor.Steps()[1].state);
+  EXPECT_EQ("", FiguresOf(monitor.Steps()[1]));
 }
 
 }  // namespace

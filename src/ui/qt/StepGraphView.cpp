@@ -155,14 +155,14 @@ void StepGraphView::ShowPackage() {
 
 void StepGraphView::ShowSteps() {
   const std::vector<dts::StepOutline>& steps = monitor_.Package.Get();
-  const bool isOver = !monitor_.Runs.Get() && monitor_.Verdict.Get() != RunVerdict::None;
   for (std::size_t i = 0; i < boxes_.size() && i < steps.size(); ++i) {
     const RunMonitor::Step* const step = monitor_.Find(steps[i].name);
     QString figures;
     if (step != nullptr && step->rows > 0) figures = ToQt(Counted(step->rows, "row"));
     if (step != nullptr && step->end && step->state != StepState::NotRun)
       figures += (figures.isEmpty() ? "" : ", ") + SecondsText(*step->end - step->begin);
-    boxes_[i]->Show(LookOf(steps[i], step, isOver), figures, static_cast<int>(i) == chosen_);
+    boxes_[i]->Show(LookOf(steps[i], step, monitor_.VerdictAtEnd()), figures,
+                    static_cast<int>(i) == chosen_);
   }
   FollowRun();
 }

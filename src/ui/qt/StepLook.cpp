@@ -13,10 +13,11 @@ const QColor kGreen(46, 140, 80), kRed(205, 60, 60), kBlue(52, 120, 210), kGrey(
 
 }  // namespace
 
-StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver) {
+StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, RunVerdict atEnd) {
   if (step == nullptr || step->state == StepState::NotRun) {
     if (outline.isDisabled) return {"⊘", Tr("disabled"), kGrey};
-    if (step != nullptr || isOver) return LookOf(StepState::NotRun);
+    if (atEnd == RunVerdict::Ok) return {"–", Tr("not reached"), kGrey};
+    if (step != nullptr || atEnd != RunVerdict::None) return LookOf(StepState::NotRun);
     return {"○", Tr("waiting"), kGrey};
   }
   return LookOf(step->state);

@@ -15,8 +15,9 @@ struct StepLook {
   QColor colour;
 };
 
-/// `step` is null for one that has not begun. Once the run is over such a step was not reached.
-StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, bool isOver);
+/// `step` is null for one that has not begun. Once the run is over, with the verdict `atEnd`, such
+/// a step was not reached, which in a good run is as it should be.
+StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, RunVerdict atEnd);
 
 /// Of a fetch, or of a step that has begun or will not.
 StepLook LookOf(StepState state);

@@ -78,16 +78,13 @@ const RunMonitor::Fetch* StepPanel::ShownFetch() const {
 
 StepPanel::Facts StepPanel::OfStep(const dts::StepOutline& outline) const {
   const RunMonitor::Step* const step = monitor_.Find(outline.name);
-  const bool isOver = !monitor_.Runs.Get() && monitor_.Verdict.Get() != RunVerdict::None;
-  const StepLook look = LookOf(outline, step, isOver);
+  const StepLook look = LookOf(outline, step, monitor_.VerdictAtEnd());
   Facts facts{.name = ToQt(outline.name), .text = ToQt(outline.text)};
   if (!outline.task.empty()) facts.state = ToQt(outline.task) + "\n";
-  facts.state += look.sign + " ";
-  if (step == nullptr) {
-    facts.state += look.word;
-    return facts;
-  }
-  facts.state += step->rows > 0 ? ToQt(Described(*step)) : look.word;
+  facts.state += look.sign + " " + look.word;
+  if (step == nullptr) return facts;
+  if (const std::string figures = FiguresOf(*step); !figures.empty())
+    facts.state += "\n" + ToQt(figures);
   if (step->state != StepState::NotRun) facts.state += "\n" + Times(step->begin, step->end);
   facts.error = ToQt(step->error);
   facts.rates = step->rowsByTime;
@@ -97,7 +94,7 @@ StepPanel::Facts StepPanel::OfStep(const dts::StepOutline& outline) const {
 StepPanel::Facts StepPanel::OfFetch(const RunMonitor::Fetch& fetch) const {
   const StepLook look = LookOf(fetch.state);
   Facts facts{.name = Tr("Data link ") + ToQt(fetch.link)};
-  facts.state = look.sign + " " + look.word + ", " + ToQt(FiguresOf(fetch)) + "\n" +
+  facts.state = look.sign + " " + look.word + "\n" + ToQt(FiguresOf(fetch)) + "\n" +
                 Times(fetch.begin, fetch.end);
   facts.error = ToQt(fetch.error);
   if (!fetch.file.empty())
