@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QApplication>
+#include <QLabel>
 #include <QTabWidget>
 #include <QTimer>
 
@@ -128,6 +130,16 @@ void TakeFetch(DesktopSession& session, const Camera& camera) {
   session.Window().resize(size);
   session.Form().OpenJobFile(files.PathOf("job.etl"));
   files.PutPackage("Sales_LoadDW", FiveSteps(false));
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, [&camera, &timer] {
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+      const auto* const text = window->findChild<QLabel*>();
+      if (window->windowTitle() != "Copying" || !text->text().contains("orders")) continue;
+      timer.stop();
+      camera.Take(*window, "transfer");
+    }
+  });
+  timer.start(20);
   Execute(session, camera, "run-fetch", "", "", false);
   files.Connect("DW")->Execute("UPDATE dwm_data_link SET transfer_data = 0");
   session.Form().mnuFileNew_Click();

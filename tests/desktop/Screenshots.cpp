@@ -15,8 +15,6 @@
 #include "desktop/Camera.h"
 #include "desktop/DesktopSession.h"
 #include "desktop/RunScreenshots.h"
-#include "ui/frmAnimate.h"
-#include "ui/qt/AnimateDialog.h"
 #include "ui/qt/Theme.h"
 
 using namespace torvik;
@@ -86,16 +84,6 @@ void TakeDialogs(DesktopSession& session, const Camera& camera) {
     form.cmdExecute_Click();
   });
   take("about", [&] { form.mnuHelpAbout_Click(); });
-  frmAnimate transfer(session.TheProgram().platform.messages);
-  QWidget* const dialog = NewAnimateDialog(transfer);
-  transfer.SetCaption("Copy Remote Data");
-  transfer.SetDetails("Copying orders.txt from ftp.example.com");
-  transfer.OpenClip(1);
-  transfer.SetProgress(42);
-  transfer.Show();
-  transfer.PlayClip();
-  QTest::qWait(600);
-  camera.Take(*dialog, "transfer");
 }
 
 /// The pages of runs in a window of a given size, such as "1280x720", in the display's pixels.
