@@ -112,7 +112,7 @@ bool ExecDTSPackage::HandleRemoteData(LogForm& form) {
     form.ShowFetch(status);
     complete &= hasCome;
   }
-  return complete;
+  return complete && !services_.remoteData.IsStopped();
 }
 
 std::string ExecDTSPackage::GetGlobalVariableValuesAsString() const {

@@ -61,8 +61,8 @@ class ExecDTSPackage : public JobSettings {
   std::vector<std::string> GoOnBehind(const RunRecord& run);
 
   /// Fetches the remote data of every data link of the package's model that asks for it, going on
-  /// after a failure, and shows each in the form; true when all of it came. Throws PlatformError
-  /// when the links cannot be read.
+  /// after a failure, and shows each in the form; true when all of it came and the run goes on.
+  /// Throws PlatformError when the links cannot be read.
   bool HandleRemoteData(LogForm& form);
 
   /// The values of the loaded package's variables, the passwords left out, with nothing between

@@ -216,6 +216,7 @@ bool RunDriver::StoreLinksAndFetchRemoteData(ExecDTSPackage& job) {
 }
 
 void RunDriver::ShowMissingData() {
+  if (program_.remoteData.IsStopped()) form_.ShowProblem("run", "it was stopped by the operator");
   for (const FetchRecord& fetch : program_.recorder.Record().fetches)
     if (!fetch.isComplete) form_.ShowProblem("data link " + fetch.link, fetch.error);
 }

@@ -56,8 +56,13 @@ CopyQuorFiles::CopyQuorFiles(RunLog& log, Clock& clock, Registry& registry,
       messages_(services.messages),
       onWait_(services.onWait),
       claims_(registry),
-      ftp_(log, services),
+      ftp_(log, UntilStopped(services)),
       share_(log, services) {}
+
+TransferServices CopyQuorFiles::UntilStopped(TransferServices services) const {
+  services.isStopped = [this] { return isStopped_; };
+  return services;
+}
 
 std::string CopyQuorFiles::WhyNot() const {
   if (pollCancelRequested_) return "the run was to end";
@@ -69,6 +74,7 @@ bool CopyQuorFiles::PollForRemoteData(std::string remoteDir, const std::string& 
                                       std::int16_t pollInterval, std::int16_t pollDuration,
                                       const RemoteLogon& logon) {
   Remote remote{std::move(remoteDir), logon};
+  if (isStopped_) return false;
   pollCancelRequested_ = false;
   log_.EchoToLog(kPolling);
   if (PollUntilReady(remote, pollInterval, pollDuration) != RemoteStatus::Ready) return false;

@@ -41,12 +41,17 @@ class CopyQuorFiles {
 
   /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
-  void ForgetCancel() { pollCancelRequested_ = false; }
+  /// Ends a wait in the same way, a fetch by FTP before its next file, and whatever is asked for
+  /// later before it begins.
+  void Stop() { isStopped_ = pollCancelRequested_ = true; }
+  bool IsStopped() const { return isStopped_; }
+  void ForgetCancel() { isStopped_ = pollCancelRequested_ = false; }
   bool IsCancelRequested() const { return pollCancelRequested_; }
 
  private:
   struct Remote;
 
+  TransferServices UntilStopped(TransferServices services) const;
   RemoteStatus PollUntilReady(Remote& remote, std::int16_t pollInterval, std::int16_t pollDuration);
   RemoteStatus ReadStatus(Remote& remote);
   void TellUnfinishedFetch(const Remote& remote);
@@ -63,7 +68,7 @@ class CopyQuorFiles {
   FetchClaims claims_;
   FtpFuncModule ftp_;
   CopyFuncModule share_;
-  bool pollCancelRequested_ = false;
+  bool pollCancelRequested_ = false, isStopped_ = false;
 };
 
 }  // namespace torvik

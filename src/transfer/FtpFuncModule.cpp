@@ -143,7 +143,7 @@ bool FtpFuncModule::GetFiles(Session& session, const std::string& server,
     if (name == "." || name == ".." || (entry.attributes & wininet::kDirectoryAttribute) != 0)
       continue;
     services_.messages.PumpEvents();
-    if (dialog.IsCancelled()) return false;
+    if (dialog.IsCancelled() || (services_.isStopped && services_.isStopped())) return false;
     dialog.SetLabelCaption(std::string(kTransferring) + "\r\n" + name + " to " + localDir);
     // The directory ends in a separator already: providers see two of them.
     if (!client.FtpGetFileA(session.connection, remoteDir + "/" + name, localDir + "/" + name))

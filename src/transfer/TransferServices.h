@@ -23,6 +23,8 @@ struct TransferServices {
   std::function<std::unique_ptr<AnimateForm>()> newAnimateForm;
   /// Called now and then while a provider is waited for; may be empty.
   std::function<void()> onWait = {};
+  /// Asked before each file whether no more are to be fetched; may be empty.
+  std::function<bool()> isStopped = {};
 };
 
 }  // namespace torvik

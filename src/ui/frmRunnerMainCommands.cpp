@@ -131,7 +131,7 @@ void frmRunnerMain::cmdStop_Click() {
     return;
   if (!Busy.Get()) return;  // it has ended meanwhile
   program_.log.EchoToLog("Stopped by the operator");
-  program_.remoteData.CancelPolling();
+  program_.remoteData.Stop();
   job_.Cancel();
 }
 

@@ -1,8 +1,6 @@
 // An operator who watches runs: the Run and History pages, Check, and the windows of logs.
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <QApplication>
 #include <QDropEvent>
@@ -21,27 +19,13 @@
 
 #include "desktop/WindowTest.h"
 #include "platform/Ado.h"
-#include "servers/PrivateServer.h"
 
 namespace torvik {
 namespace {
 
-using testing::AllOf;
 using testing::HasSubstr;
 
-class RunPagesTest : public WindowTest {
- protected:
-  /// Has the files of the link "orders" fetched.
-  void Link(bool byFtp, const std::string& directory) {
-    const auto warehouse = session_.Files().Connect("DW");
-    warehouse->Execute(
-        "UPDATE dwm_data_link SET transfer_data = " + std::string(byFtp ? "1" : "2") +
-        ", ftp_server = '127.0.0.1', remote_directory = '" + directory + "', ds_directory = '" +
-        Path("in") + "', poll_interval = 1, poll_duration = 1 WHERE source_name = 'orders'");
-    session_.Form().mnuFileNew_Click();
-    session_.Form().OpenJobFile(Path("job.etl"));
-  }
-};
+class RunPagesTest : public WindowTest {};
 
 /// The steps of the Run page, each with what its tip says.
 std::string StepsShown(QWidget& window) {
@@ -106,57 +90,6 @@ TEST_F(RunPagesTest, StopEndsARunsStepsOnceItIsConfirmed) {
   EXPECT_THAT(StepsShown(session_.Window()),
               testing::MatchesRegex("long: failed, (< )?[0-9.]+ m?s; next: not reached"));
   EXPECT_FALSE(session_.Find<QPushButton>("Stop").isEnabled());
-}
-
-TEST_F(RunPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
-  const PrivateServer ftp("private-ftp", "TransferRate RETR 400\n");
-  ftp.Write("out/big.csv", std::string(300'000, 'x'));
-  session_.Files().WriteFile("share/small.csv", "y");
-  session_.Files().AddSettings(
-      "[ftp]\nport = " + std::to_string(ftp.Port()) +
-      "\n[ftp 127.0.0.1]\nuser = torvik\npassword_file = " + Path("ftp-password") + "\n");
-  session_.Files().WriteFile("ftp-password", ftp.Password() + "\n");
-  chmod(Path("ftp-password").c_str(), 0600);
-  Open();
-  auto& state = session_.Find<QLabel>("State of the step");
-  auto& text = session_.Find<QPlainTextEdit>("What the step does");
-  auto& time = session_.Find<QLabel>("Time of the run");
-  const struct {
-    bool byFtp;
-    std::string directory, file, figures;
-    bool isSeenOnItsWay;
-  } cases[] = {
-      {true, geteuid() == 0 ? "/out" : ftp.PathOf("out"), "big.csv", "2 files, 300.0 kB", true},
-      {false, Path("share") + "/", "small.csv", "2 files, 9 bytes", false}};
-  for (const auto& c : cases) {
-    Link(c.byFtp, c.directory);
-    ftp.Write("out/status", "ready\n");
-    session_.Files().WriteFile("share/status", "ready");
-    QStringList seen;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
-      if (state.isVisible() && state.text().contains("running") &&
-          text.toPlainText().contains("big.csv"))
-        seen << time.text() + " " + text.toPlainText();
-    });
-    timer.start(20);
-    Click("Execute");
-    EXPECT_TRUE(IsShown("Succeeded")) << session_.Files().ReadFile("err.txt");
-    if (c.isSeenOnItsWay) {
-      ASSERT_FALSE(seen.isEmpty());
-      EXPECT_THAT(seen.back().toStdString(),
-                  AllOf(HasSubstr("fetching orders: "), HasSubstr(" kB"), HasSubstr(c.file)));
-    }
-    // Afterwards it stands first in the time line.
-    auto& timeLine = session_.Find<QWidget>("Time line of the steps");
-    const int row = timeLine.fontMetrics().height() + 4;
-    QTest::mouseClick(&timeLine, Qt::LeftButton, {}, {20, 2 * row + row / 2});
-    EXPECT_THAT(state.text().toStdString(), HasSubstr("ExecuteSQL")) << "the second one";
-    QTest::keyClick(&timeLine, Qt::Key_Up);
-    EXPECT_THAT(state.text().toStdString(), HasSubstr("done\n" + c.figures));
-    EXPECT_THAT(text.toPlainText().toStdString(),
-                AllOf(HasSubstr(c.directory), HasSubstr("to   " + Path("in"))));
-  }
 }
 
 TEST_F(RunPagesTest, TheVerdictIsRightWhileTheBoxOfAFailureIsOpen) {
