@@ -67,7 +67,7 @@ class StepBox final : public QGraphicsItem {
 
   /// False when nothing has changed.
   bool Show(const StepLook& look, const QString& figures, bool isChosen) {
-    if (look.sign == look_.sign && figures == figures_ && isChosen == isChosen_) return false;
+    if (look == look_ && figures == figures_ && isChosen == isChosen_) return false;
     look_ = look;
     figures_ = figures;
     isChosen_ = isChosen;

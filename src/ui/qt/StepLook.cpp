@@ -16,8 +16,8 @@ const QColor kGreen(46, 140, 80), kRed(205, 60, 60), kBlue(52, 120, 210), kGrey(
 StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, RunVerdict atEnd) {
   if (step == nullptr || step->state == StepState::NotRun) {
     if (outline.isDisabled) return {"⊘", Tr("disabled"), kGrey};
-    if (atEnd == RunVerdict::Ok) return {"–", Tr("not reached"), kGrey};
-    if (step != nullptr || atEnd != RunVerdict::None) return LookOf(StepState::NotRun);
+    if (atEnd == RunVerdict::Failure) return {"–", Tr("not reached"), kOrange};
+    if (step != nullptr || atEnd == RunVerdict::Ok) return LookOf(StepState::NotRun);
     return {"○", Tr("waiting"), kGrey};
   }
   return LookOf(step->state);
@@ -28,7 +28,7 @@ StepLook LookOf(StepState state) {
     case StepState::Running: return {"◐", Tr("running"), kBlue};
     case StepState::Done: return {"✓", Tr("done"), kGreen};
     case StepState::Failed: return {"✗", Tr("failed"), kRed};
-    case StepState::NotRun: return {"–", Tr("not reached"), kOrange};
+    case StepState::NotRun: return {"–", Tr("not reached"), kGrey};
   }
   return {};
 }

@@ -13,10 +13,11 @@ struct StepLook {
   QString sign;
   QString word;
   QColor colour;
+  bool operator==(const StepLook&) const = default;
 };
 
 /// `step` is null for one that has not begun. Once the run is over, with the verdict `atEnd`, such
-/// a step was not reached, which in a good run is as it should be.
+/// a step was not reached, which is told by colour in a failed run alone.
 StepLook LookOf(const dts::StepOutline& outline, const RunMonitor::Step* step, RunVerdict atEnd);
 
 /// Of a fetch, or of a step that has begun or will not.
