@@ -5,10 +5,10 @@
 #include <ctime>
 
 #include "engine/Identifiers.h"
-#include "engine/model/OwnTransaction.h"
 #include "engine/model/Problems.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
+#include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

@@ -2,6 +2,7 @@
 
 #include "history/SharedTables.h"
 #include "platform/Ado.h"
+#include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
 namespace torvik {
@@ -20,31 +21,6 @@ std::unique_ptr<ado::Connection> Open(ado::Provider& databases, const HistoryPla
   connection->Open();
   return connection;
 }
-
-/// A transaction that ends without Commit leaves nothing; so does the connection's end.
-class Adding {
- public:
-  explicit Adding(ado::Connection& connection) : connection_(connection) {
-    connection_.BeginTrans();
-  }
-  ~Adding() {
-    try {
-      if (!isKept_) connection_.RollbackTrans();
-    } catch (const std::exception&) {  // what led here says more
-    }
-  }
-  Adding(const Adding&) = delete;
-  Adding& operator=(const Adding&) = delete;
-
-  void Commit() {
-    connection_.CommitTrans();
-    isKept_ = true;
-  }
-
- private:
-  ado::Connection& connection_;
-  bool isKept_ = false;
-};
 
 ado::LoadValue LoadValueOf(const ado::Value& value) {
   if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
@@ -86,7 +62,7 @@ bool SharedHistory::HasTables() {
 /// Two machines may do so at once: the later one finds those of the other.
 void SharedHistory::MakeTables() {
   try {
-    Adding making(*connection_);
+    OwnTransaction making(*connection_);
     for (const SharedTable& table :
          {SharedSteps(), SharedFetches(), SharedVariables(), SharedRuns()})
       connection_->CreateTable(table.name, table.columns);
@@ -109,7 +85,7 @@ bool SharedHistory::HasRun(const std::string& key) {
 void SharedHistory::Add(const RunRecord& run) {
   if (!HasTables()) MakeTables();
   if (HasRun(SharedKey(run))) return;
-  Adding adding(*connection_);
+  OwnTransaction adding(*connection_);
   Insert(*connection_, SharedRuns(), {RowOfRun(run)});
   Insert(*connection_, SharedSteps(), RowsOfSteps(run));
   Insert(*connection_, SharedFetches(), RowsOfFetches(run));

@@ -4,9 +4,9 @@
 #include <system_error>
 #include <utility>
 
-#include "engine/model/OwnTransaction.h"
 #include "engine/pump/RowTarget.h"
 #include "platform/Ado.h"
+#include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

@@ -3,11 +3,11 @@
 #include <utility>
 
 #include "engine/model/EngineServices.h"
-#include "engine/model/OwnTransaction.h"
 #include "engine/pump/ExceptionFile.h"
 #include "engine/pump/RowSource.h"
 #include "engine/tasks/PartLoads.h"
 #include "engine/tasks/PumpMove.h"
+#include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

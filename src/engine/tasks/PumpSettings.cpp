@@ -4,7 +4,6 @@
 
 #include "engine/model/EngineServices.h"
 #include "engine/model/LogFiles.h"
-#include "engine/model/OwnTransaction.h"
 #include "engine/model/TaskReader.h"
 #include "engine/model/Variables.h"
 #include "engine/pump/Conversion.h"
@@ -16,6 +15,7 @@
 #include "engine/tasks/PumpInParts.h"
 #include "engine/tasks/PumpMove.h"
 #include "platform/Clock.h"
+#include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

@@ -4,7 +4,7 @@
 
 #include "platform/Ado.h"
 
-namespace torvik::engine {
+namespace torvik {
 
 /// A transaction of one connection: what is not committed is rolled back.
 class OwnTransaction {
@@ -41,4 +41,4 @@ class OwnTransaction {
   bool committed_ = false;
 };
 
-}  // namespace torvik::engine
+}  // namespace torvik
