@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "engine/pump/RowBatch.h"
-#include "platform/NumberText.h"
+#include "platform/CountText.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -54,7 +54,7 @@ int BytesOf(const ado::Column& column) {
 }
 
 bool RefuseTooLarge(const ado::Column& column, std::string& misfit) {
-  return Refuse("does not fit a whole number of " + std::to_string(BytesOf(column)) + " bytes" +
+  return Refuse("does not fit a whole number of " + Counted(BytesOf(column), "byte") +
                     (IsUnsigned(column) ? " without a sign" : ""),
                 misfit);
 }

@@ -122,7 +122,7 @@ TEST(Conversion, TextsAreMeasuredAsTheirColumnMeasuresThem) {
 
 TEST(Conversion, ATinyIntegerHasNoSignAndKeepsTheBitsOfOne) {
   const Column tiny{.kind = Integer, .declaredType = "TinyInt", .size = 1};
-  const std::string tooLarge = "! does not fit a whole number of 1 bytes without a sign";
+  const std::string tooLarge = "! does not fit a whole number of 1 byte without a sign";
   const struct {
     const char* text;
     std::string plain, signChanged;
