@@ -10,10 +10,10 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "admin/common/FileSystems.h"
 #include "admin/doctor/Doctor.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/modules/Modules.h"
+#include "platform/linux/system/FileSystems.h"
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/ReplaceFile.h"
 #include "platform/linux/system/WhoRuns.h"

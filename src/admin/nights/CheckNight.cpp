@@ -4,11 +4,11 @@
 #include <set>
 
 #include "admin/common/CheckReport.h"
-#include "admin/common/FileSystems.h"
 #include "admin/jobs/JobCheck.h"
 #include "nights/Slurm.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/system/FileSystems.h"
 #include "platform/linux/system/ProgramBeside.h"
 
 namespace torvik::admin {

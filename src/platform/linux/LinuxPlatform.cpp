@@ -53,7 +53,7 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   platform.expressions = NewPcreExpressions();
   platform.pings = NewPingCurl(paths);
   platform.registry = NewRegistryFile(platform.settings.stateDirectory + "/registry");
-  platform.history = NewSqliteRunHistory(platform.settings.stateDirectory + "/history.db",
+  platform.history = NewSqliteRunHistory(HistoryFileIn(platform.settings.stateDirectory),
                                          platform.settings.history);
   platform.secrets = NewSecrets(paths);
   platform.neighbourhood = NewLinuxNeighbourhood(platform.settings, paths);

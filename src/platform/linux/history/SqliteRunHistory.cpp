@@ -10,6 +10,7 @@
 #include "platform/linux/history/HistoryRows.h"
 #include "platform/linux/history/RunProcess.h"
 #include "platform/linux/settings/Settings.h"
+#include "platform/linux/system/FileSystems.h"
 #include "platform/linux/system/WhoRuns.h"
 
 namespace torvik {
@@ -337,6 +338,11 @@ class SqliteRunHistory final : public RunHistory {
 };
 
 }  // namespace
+
+std::string HistoryFileIn(const std::string& stateDirectory) {
+  const bool isShared = !NetworkFileSystemOf(stateDirectory).empty();
+  return stateDirectory + "/history" + (isShared ? "-" + HostName() : "") + ".db";
+}
 
 std::unique_ptr<RunHistory> NewSqliteRunHistory(std::string path, const HistorySettings& settings) {
   return std::make_unique<SqliteRunHistory>(std::move(path), settings);

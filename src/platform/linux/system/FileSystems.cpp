@@ -1,11 +1,11 @@
-#include "admin/common/FileSystems.h"
+#include "platform/linux/system/FileSystems.h"
 
 #include <sys/statfs.h>
 
 #include <filesystem>
 #include <map>
 
-namespace torvik::admin {
+namespace torvik {
 namespace {
 
 const std::map<long, const char*> kNetworkFileSystems = {
@@ -30,4 +30,4 @@ std::string NetworkFileSystemOf(const std::string& path) {
   return network == kNetworkFileSystems.end() ? "" : network->second;
 }
 
-}  // namespace torvik::admin
+}  // namespace torvik

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace torvik::admin {
+namespace torvik {
 
 /// The nearest place on the way up that is there.
 std::string PlaceThere(const std::string& path);
@@ -11,4 +11,4 @@ std::string PlaceThere(const std::string& path);
 /// too ("NFS", "CIFS", "Lustre"; by statfs(2)); empty for a disk of this machine.
 std::string NetworkFileSystemOf(const std::string& path);
 
-}  // namespace torvik::admin
+}  // namespace torvik
