@@ -199,6 +199,23 @@ TEST_F(LinkPanelsTest, TheFirstRowsOfALinkAreShown) {
   EXPECT_FALSE(pages.isTabVisible(1));
 }
 
+TEST_F(LinkPanelsTest, ALongPathShowsItsBeginAndItsEnd) {
+  Open();
+  SelectLink("orders");
+  QLineEdit& field = Line("Local directory");
+  const QString middle(200, 'm');
+  const auto picture = [&](const QString& path) {
+    field.setText(path);
+    return field.grab().toImage();
+  };
+  session_.Find<QTreeWidget>("Data links").setFocus();
+  const QImage one = picture("S:\\a" + middle + "1\\");
+  EXPECT_NE(one, picture("S:\\b" + middle + "1\\"));
+  EXPECT_NE(one, picture("S:\\a" + middle + "2\\"));
+  EXPECT_EQ(one, picture("S:\\a" + middle + "mm1\\"));
+  EXPECT_THAT(field.toolTip().toStdString(), HasSubstr("mm1\\\n"));
+}
+
 TEST_F(LinkPanelsTest, TheTableOfLinksTellsOfEachAndWhatIsEdited) {
   const auto warehouse = session_.Files().Connect("DW");
   for (const char* row : {"('Sales', 'extra a', 8)", "('Sales', 'extra b', 7)"})

@@ -6,6 +6,7 @@
 #include <QRadioButton>
 
 #include "ui/qt/Binders.h"
+#include "ui/qt/PathEdit.h"
 
 namespace torvik {
 namespace {
@@ -43,12 +44,20 @@ void FieldGrid::Place(QWidget& field, const QString& text, const QString& help) 
   nextColumn_ = 2;
 }
 
-QLineEdit* FieldGrid::Text(const QString& label, TextBox& box, const QString& help) {
-  auto* const field = new QLineEdit;
+QLineEdit* FieldGrid::Add(QLineEdit* field, const QString& label, TextBox& box,
+                          const QString& help) {
   Bind(*field, box);
   Place(*field, label, help);
   ShowWholeText(*field, help);
   return field;
+}
+
+QLineEdit* FieldGrid::Text(const QString& label, TextBox& box, const QString& help) {
+  return Add(new QLineEdit, label, box, help);
+}
+
+QLineEdit* FieldGrid::Path(const QString& label, TextBox& box, const QString& help) {
+  return Add(new PathEdit, label, box, help);
 }
 
 QLineEdit* FieldGrid::Password(const QString& label, TextBox& box, const QString& help) {

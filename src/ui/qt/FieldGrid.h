@@ -24,6 +24,7 @@ class FieldGrid {
 
   QLabel* Label(QWidget& field, const QString& text);
   QLineEdit* Text(const QString& label, TextBox& box, const QString& help);
+  QLineEdit* Path(const QString& label, TextBox& box, const QString& help);
   QLineEdit* Password(const QString& label, TextBox& box, const QString& help);
   QLineEdit* Digits(const QString& label, DigitsBox& box, torvik::Label& unit, const QString& help);
   QComboBox* List(const QString& label, ComboBox& box, std::function<void()> dropDown,
@@ -49,6 +50,7 @@ class FieldGrid {
   QLabel& LastLabel() { return *lastLabel_; }
 
  private:
+  QLineEdit* Add(QLineEdit* field, const QString& label, TextBox& box, const QString& help);
   void Place(QWidget& field, const QString& label, const QString& help);
 
   QGridLayout* grid_;

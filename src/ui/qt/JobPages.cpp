@@ -81,7 +81,7 @@ QGroupBox* NewLogGroup(frmRunnerMain& form) {
   auto* const group = new QGroupBox(Tr("Logs"));
   FieldGrid grid(*group);
   QLineEdit* const errorFile =
-      grid.Text(Tr("&Error file:"), form.txtDTSErrorFile,
+      grid.Path(Tr("&Error file:"), form.txtDTSErrorFile,
                 Tr("The exception log: every run appends its lines to this file"));
   OnLeave(*errorFile, [&form] { form.txtDTSErrorFile_LostFocus(); });
   grid.Browse(
@@ -95,7 +95,7 @@ QGroupBox* NewLogGroup(frmRunnerMain& form) {
   grid.Check(Tr("Empty the error file before each run"), form.cbTruncateErrorFile,
              Tr("Without it the lines of all runs stay"));
   QLineEdit* const directory =
-      grid.Text(Tr("Log director&y:"), form.txtLogFilesDir,
+      grid.Path(Tr("Log director&y:"), form.txtLogFilesDir,
                 Tr("The package's own logs go here; it is emptied before each run"));
   OnLeave(*directory, [&form] { form.txtLogFilesDir_LostFocus(); });
   grid.Browse(

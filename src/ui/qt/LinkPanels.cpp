@@ -33,7 +33,7 @@ QWidget* NewFilePanel(DataLinkPanel& panel, TextBox& file, CommandButton& browse
                       TextBox& password, const Click& click) {
   auto* const page = new QWidget;
   FieldGrid grid(*page);
-  grid.Text(Tr("F&ile:"), file, Tr("The path of the file"));
+  grid.Path(Tr("F&ile:"), file, Tr("The path of the file"));
   grid.Browse(browse, click, Tr("Choose a file"));
   grid.Text(Tr("User &name:"), user, Tr("Empty when the file needs none"));
   grid.Password(Tr("Password:"), password, Tr("Is kept scrambled"));
@@ -105,7 +105,7 @@ QWidget* NewRemotePicture(ctDLlFlatFile& panel) {
 QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   auto* const page = new QWidget;
   FieldGrid grid(*page);
-  QLineEdit* const directory = grid.Text(Tr("Loc&al directory:"), panel.txtSourceDataDir,
+  QLineEdit* const directory = grid.Path(Tr("Loc&al directory:"), panel.txtSourceDataDir,
                                          Tr("Where the package reads its files"));
   OnLeave(*directory, [&panel] { panel.txtSourceDataDir_LostFocus(); });
   OnDoubleClick(*directory, [&panel] { panel.txtSourceDataDir_DblClick(); });
@@ -119,7 +119,7 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   grid.Option(Tr("from an FTP server"), panel.optSourceFromFTP, Tr("Fetches the files by FTP"));
   grid.Option(Tr("from a share"), panel.optSourceFromShare,
               Tr("Copies the files of a Windows share, or of a directory"));
-  grid.Text(Tr("Remote d&irectory:"), panel.txtSourceRemDataDir,
+  grid.Path(Tr("Remote d&irectory:"), panel.txtSourceRemDataDir,
             Tr("Where the data provider leaves its files and the status file"));
   Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemDataDir);
   grid.Browse(
