@@ -13,7 +13,6 @@
 #include "engine/tasks/FileNames.h"
 #include "engine/tasks/FileWait.h"
 #include "engine/tasks/Tasks.h"
-#include "platform/CountText.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
@@ -231,8 +230,7 @@ class FetchFilesTask final : public Task {
   static void Tell(TaskContext& context, const std::string& from, const std::string& to) {
     std::uint64_t bytes = 0;
     context.Services().files.Size(to, bytes);
-    context.Output(from + " has come to " + to + ": " +
-                   Counted(static_cast<std::int64_t>(bytes), "byte"));
+    context.Output(from + " has come to " + to + ": " + std::to_string(bytes) + " bytes");
   }
 
   PlacedText server_, user_, password_, directory_;
