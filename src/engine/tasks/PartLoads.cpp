@@ -12,6 +12,13 @@
 namespace torvik::engine {
 
 struct PartLoads::Part {
+  Part(ado::Connection& itsConnection, std::unique_ptr<RowSource> itsRows,
+       std::unique_ptr<RejectedRows> itsRejected, std::vector<ColumnMapping> itsColumns)
+      : connection(itsConnection),
+        rows(std::move(itsRows)),
+        rejected(std::move(itsRejected)),
+        columns(std::move(itsColumns)) {}
+
   ado::Connection& connection;
   std::unique_ptr<RowSource> rows;
   std::unique_ptr<RejectedRows> rejected;
