@@ -145,10 +145,10 @@ RunRecord RunToResume(LinuxPlatform& platform, const std::string& job) {
 /// The run goes on with the variables that the earlier one was given; `given` goes before them.
 NamedTexts Resume(const RunRecord& run, NamedTexts given) {
   setenv(kResumedRun, std::to_string(run.id).c_str(), 1);
-  for (const auto& [name, value] : run.variables) {
+  for (const auto& earlier : run.variables) {
     const bool isGiven = std::ranges::any_of(
-        given, [&](const auto& one) { return EqualsIgnoringCase(one.first, name); });
-    if (!isGiven) given.emplace_back(name, value);
+        given, [&](const auto& one) { return EqualsIgnoringCase(one.first, earlier.first); });
+    if (!isGiven) given.push_back(earlier);
   }
   return given;
 }
