@@ -51,7 +51,7 @@ class FieldGrid {
 
  private:
   QLineEdit* Add(QLineEdit* field, const QString& label, TextBox& box, const QString& help);
-  void Place(QWidget& field, const QString& label, const QString& help);
+  void Place(QWidget& field, const QString& text, const QString& help);
 
   QGridLayout* grid_;
   int row_ = 0, nextColumn_ = 2;

@@ -21,7 +21,7 @@ constexpr int kWidestColumn = 40;  ///< In characters.
 
 QStringList TextsIn(const QJsonValue& array) {
   QStringList texts;
-  for (const QJsonValue& text : array.toArray()) texts << text.toString();
+  for (const auto& text : array.toArray()) texts << text.toString();
   return texts;
 }
 
