@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "engine/pump/BlockReader.h"
 #include "engine/pump/PumpTools.h"
+#include "engine/pump/text/BlockReader.h"
 #include "platform/CodePage.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/text/IconvCodePages.h"

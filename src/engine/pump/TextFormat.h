@@ -36,4 +36,11 @@ struct TextFormat {
   const std::atomic<bool>* cancelled = nullptr;
 };
 
+/// Throws RowError when the delimiters and the qualifier cannot be told apart.
+void CheckDelimiters(const std::string& path, const TextFormat& format);
+
+/// How many characters a row of fixed-width text has. Throws RowError when the lengths are missing,
+/// 0, or so many that a row could not be read.
+std::size_t FixedRowLength(const std::string& path, const TextFormat& format);
+
 }  // namespace torvik::engine

@@ -5,7 +5,6 @@
 #include <charconv>
 
 #include "engine/pump/RowError.h"
-#include "engine/pump/TextLayouts.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {

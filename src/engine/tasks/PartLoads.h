@@ -12,7 +12,7 @@
 
 #include "engine/pump/HeldRejects.h"
 #include "engine/pump/Pump.h"
-#include "engine/pump/TextParts.h"
+#include "engine/pump/text/TextParts.h"
 #include "engine/tasks/PumpInParts.h"
 
 namespace torvik::engine {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "PumpTools.h"
 #include "engine/pump/Pump.h"
+#include "engine/pump/PumpTools.h"
 #include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <thread>
 
-#include "PumpTools.h"
+#include "engine/pump/PumpTools.h"
 #include "engine/pump/ReadAhead.h"
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowTarget.h"

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "engine/pump/RowBatch.h"
-#include "engine/pump/RowScanner.h"
 #include "engine/pump/RowSource.h"
+#include "engine/pump/text/RowScanner.h"
 #include "platform/Files.h"
 
 namespace torvik::engine {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "PumpTools.h"
+#include "engine/pump/PumpTools.h"
 #include "fakes/TemporaryDirectory.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/system/PosixFiles.h"

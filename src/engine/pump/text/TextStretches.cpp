@@ -1,4 +1,4 @@
-#include "engine/pump/TextStretches.h"
+#include "engine/pump/text/TextStretches.h"
 
 #include <algorithm>
 #include <system_error>

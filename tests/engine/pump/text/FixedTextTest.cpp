@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "PumpTools.h"
+#include "engine/pump/PumpTools.h"
 #include "platform/linux/text/IconvCodePages.h"
 
 namespace torvik::engine {

@@ -1,4 +1,4 @@
-#include "engine/pump/DelimiterGuess.h"
+#include "engine/pump/text/DelimiterGuess.h"
 
 #include <gmock/gmock.h>
 

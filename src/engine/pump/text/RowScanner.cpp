@@ -1,4 +1,4 @@
-#include "engine/pump/RowScanner.h"
+#include "engine/pump/text/RowScanner.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,10 +1,10 @@
-#include "engine/pump/TextParts.h"
+#include "engine/pump/text/TextParts.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "engine/pump/RowBatch.h"
-#include "engine/pump/TextLayouts.h"
+#include "engine/pump/text/TextLayouts.h"
 #include "platform/CodePage.h"
 
 namespace torvik::engine {

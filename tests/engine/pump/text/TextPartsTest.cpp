@@ -1,4 +1,4 @@
-#include "engine/pump/TextParts.h"
+#include "engine/pump/text/TextParts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <random>
 #include <thread>
 
-#include "PumpTools.h"
+#include "engine/pump/PumpTools.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/text/IconvCodePages.h"
 

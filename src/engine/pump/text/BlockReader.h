@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "engine/pump/TextEncoding.h"
-#include "engine/pump/TextInput.h"
+#include "engine/pump/text/TextInput.h"
 
 namespace torvik::engine {
 

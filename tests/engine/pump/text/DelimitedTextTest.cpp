@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "PumpTools.h"
+#include "engine/pump/PumpTools.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/text/IconvCodePages.h"
 

@@ -2,15 +2,12 @@
 #include <numeric>
 #include <utility>
 
-#include "engine/pump/TextLayouts.h"
-#include "engine/pump/TextSource.h"
+#include "engine/pump/text/TextLayouts.h"
+#include "engine/pump/text/TextSource.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
 namespace {
-
-/// So that a row of the longest characters can be read.
-constexpr std::size_t kMaxRowCharacters = std::size_t{4} << 20;
 
 class FixedText final : public TextSource {
  public:
@@ -105,25 +102,6 @@ std::optional<RowError> FixedText::SplitRow(std::span<RawField>& fields) {
 }
 
 }  // namespace
-
-std::size_t FixedRowLength(const std::string& path, const TextFormat& format) {
-  const std::vector<std::size_t>& lengths = format.columnLengths;
-  if (lengths.empty())
-    throw RowError::BadFormat(path, "fixed-width text needs the property \"Column Lengths\"");
-  if (!format.columnNames.empty() && format.columnNames.size() != lengths.size())
-    throw RowError::BadFormat(path, "there are " + std::to_string(format.columnNames.size()) +
-                                        " column names and " + std::to_string(lengths.size()) +
-                                        " column lengths; give as many of both");
-  std::size_t length = 0;
-  for (const std::size_t one : lengths) {
-    length += std::min(one, kMaxRowCharacters + 1);
-    if (one == 0 || length > kMaxRowCharacters)
-      throw RowError::BadFormat(path, "a column length of " + std::to_string(one) +
-                                          " cannot be; a row has up to " +
-                                          std::to_string(kMaxRowCharacters) + " characters");
-  }
-  return length;
-}
 
 std::unique_ptr<TextSource> NewFixedText(TextInput input, const CodePages& codePages,
                                          const TextFormat& format) {

@@ -1,7 +1,7 @@
 #include <utility>
 
-#include "engine/pump/TextLayouts.h"
-#include "engine/pump/TextSource.h"
+#include "engine/pump/text/TextLayouts.h"
+#include "engine/pump/text/TextSource.h"
 
 namespace torvik::engine {
 namespace {
@@ -34,20 +34,6 @@ class DelimitedText final : public TextSource {
 };
 
 }  // namespace
-
-void CheckDelimiters(const std::string& path, const TextFormat& format) {
-  const std::string& column = format.columnDelimiter;
-  const std::string& row = format.rowDelimiter;
-  const std::string& qualifier = format.textQualifier;
-  const char rowStart = row.empty() ? '\n' : row[0];
-  if (column.empty()) throw RowError::BadFormat(path, "the column delimiter is empty");
-  if (column == row || (row.empty() && (column == "\n" || column == "\r\n")))
-    throw RowError::BadFormat(path, "the column delimiter also ends rows");
-  if (qualifier.size() > 1 || (!qualifier.empty() && (qualifier[0] & 0x80) != 0))
-    throw RowError::BadFormat(path, "the text qualifier is not one ASCII character");
-  if (!qualifier.empty() && (column[0] == qualifier[0] || rowStart == qualifier[0]))
-    throw RowError::BadFormat(path, "the text qualifier also begins a delimiter");
-}
 
 std::unique_ptr<TextSource> NewDelimitedText(TextInput input, const CodePages& codePages,
                                              const TextFormat& format) {

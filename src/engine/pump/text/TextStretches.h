@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "engine/pump/TextInput.h"
-#include "engine/pump/TextSource.h"
+#include "engine/pump/text/TextInput.h"
+#include "engine/pump/text/TextSource.h"
 #include "platform/PlatformError.h"
 
 namespace torvik::engine {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/pump/RowSource.h"
-#include "engine/pump/TextStretches.h"
+#include "engine/pump/text/TextStretches.h"
 
 namespace torvik::engine {
 

@@ -1,11 +1,11 @@
-#include "engine/pump/TextSource.h"
+#include "engine/pump/text/TextSource.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "engine/pump/Qualifiers.h"
-#include "engine/pump/TextLayouts.h"
-#include "engine/pump/TextStretches.h"
+#include "engine/pump/text/Qualifiers.h"
+#include "engine/pump/text/TextLayouts.h"
+#include "engine/pump/text/TextStretches.h"
 #include "platform/CodePage.h"
 #include "platform/Text.h"
 

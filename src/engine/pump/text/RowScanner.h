@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/pump/ByteMasks.h"
+#include "engine/pump/text/ByteMasks.h"
 
 namespace torvik::engine {
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <utility>
 
-#include "engine/pump/TextSource.h"
+#include "engine/pump/text/TextSource.h"
 
 namespace torvik::engine {
 namespace {

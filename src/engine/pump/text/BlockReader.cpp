@@ -1,4 +1,4 @@
-#include "engine/pump/BlockReader.h"
+#include "engine/pump/text/BlockReader.h"
 
 #include <algorithm>
 #include <array>

@@ -8,13 +8,13 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/pump/BlockReader.h"
 #include "engine/pump/RowBatch.h"
 #include "engine/pump/RowError.h"
-#include "engine/pump/RowScanner.h"
 #include "engine/pump/RowSource.h"
 #include "engine/pump/TextEncoding.h"
 #include "engine/pump/TextFormat.h"
+#include "engine/pump/text/BlockReader.h"
+#include "engine/pump/text/RowScanner.h"
 
 namespace torvik::engine {
 

@@ -1,4 +1,4 @@
-#include "engine/pump/Qualifiers.h"
+#include "engine/pump/text/Qualifiers.h"
 
 #include <algorithm>
 #include <bit>
