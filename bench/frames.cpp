@@ -109,22 +109,11 @@ std::string SqlStep(const std::string& name, const std::string& sql, const std::
          (after.empty() ? "" : "after = [ { step = \"" + after + "\" } ]\n");
 }
 
-constexpr const char* kConnections = R"toml(
-[[connections]]
-name = "dw"
-provider = "SQLOLEDB"
-properties = { "Data Source" = "(local)", "Initial Catalog" = "DW" }
-[[connections]]
-name = "file"
-provider = "DTSFlatFile"
-properties = { "Data Source" = 'S:\many.csv', "First Row Column Name" = true }
-)toml";
-
 constexpr int kLoads = 10, kRowsOfEach = 150'000;
 
 /// Ten chains of six steps, each of which loads a tenth of the rows.
 std::string SixtySteps() {
-  std::string text = kConnections;
+  std::string text = kManyRows;
   for (int i = 0; i < kLoads; ++i) {
     const std::string number = std::to_string(i), make = "make table " + number,
                       load = "load table " + number;
@@ -143,7 +132,7 @@ std::string SixtySteps() {
 }
 
 std::string ThousandSteps() {
-  std::string text = kConnections;
+  std::string text = kManyRows;
   for (int i = 0; i < 1000; ++i)
     text += SqlStep("step " + std::to_string(i), "SELECT 1",
                     i < 6 ? "" : "step " + std::to_string(i - 6 - i % 3));

@@ -1,13 +1,10 @@
 #include "engine/PackageStore.h"
 
-#include <cmath>
-#include <cstdio>
-#include <ctime>
-
 #include "engine/Identifiers.h"
 #include "engine/model/Problems.h"
 #include "platform/Ado.h"
 #include "platform/Clock.h"
+#include "platform/MomentText.h"
 #include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
@@ -22,37 +19,12 @@ constexpr int kConnectTimeoutSeconds = 20;
 /// A SQL Server stores instants in steps of 1/300 s; versions this far apart never meet in one.
 constexpr Milliseconds kBetweenVersions(10);
 
-std::string TextOfField(const ado::Value& value) {
-  if (const auto* text = std::get_if<std::string>(&value)) return *text;
-  if (const auto* blob = std::get_if<ado::Blob>(&value)) return blob->bytes;
-  return {};
-}
-
-std::string DateText(Instant instant) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(instant);
-  const std::time_t time = seconds.time_since_epoch().count();
-  std::tm utc{};
-  gmtime_r(&time, &utc);
-  char text[40];
-  const auto length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &utc);
-  std::snprintf(text + length, sizeof text - length, ".%03d",
-                static_cast<int>((instant - seconds).count()));
-  return text;
-}
-
 Instant InstantOf(const std::string& date) {
-  std::tm utc{};
-  double seconds = 0;
-  if (std::sscanf(date.c_str(), "%d-%d-%d %d:%d:%lf", &utc.tm_year, &utc.tm_mon, &utc.tm_mday,
-                  &utc.tm_hour, &utc.tm_min, &seconds) != 6)
-    throw PlatformError(0,
-                        "sysdtspackages holds the createdate " + Quoted(date) +
-                            ", which is no date; correct it there",
-                        "package store");
-  utc.tm_year -= 1900;
-  utc.tm_mon -= 1;
-  const Milliseconds fraction(std::llround(seconds * 1000));
-  return Instant(std::chrono::seconds(timegm(&utc))) + fraction;
+  if (const auto moment = MomentOfText(date)) return std::chrono::floor<Milliseconds>(*moment);
+  throw PlatformError(0,
+                      "sysdtspackages holds the createdate " + Quoted(date) +
+                          ", which is no date; correct it there",
+                      "package store");
 }
 
 /// The category of packages for which none is chosen; lists show it, nothing here depends on it.
@@ -109,13 +81,13 @@ std::string PackageStore::Save(const std::string& name, const std::string& descr
   const auto latest = connection_->OpenRecordset(
       "SELECT id, createdate FROM sysdtspackages WHERE " + LatestOf(name), {});
   if (!latest->Eof()) {
-    id = TextOfField(latest->Field(0));
-    created = std::max(created, InstantOf(TextOfField(latest->Field(1))) + kBetweenVersions);
+    id = ado::TextIn(latest->Field(0));
+    created = std::max(created, InstantOf(ado::TextIn(latest->Field(1))) + kBetweenVersions);
   }
   latest->Close();
 
   const std::string versionId = NewIdentifier();
-  const std::string createDate = DateText(created);
+  const std::string createDate = MomentText(created);
   const std::string columns[] = {"name",       "id",    "versionid",   "description", "categoryid",
                                  "createdate", "owner", "packagedata", "packagetype"};
   const ado::LoadValue row[] = {name,       id,     versionId, description, kLocalCategory,
@@ -143,8 +115,8 @@ StoredPackage PackageStore::Load(const std::string& name, const std::string& ver
   const auto row = connection_->OpenRecordset(
       "SELECT name, versionid, packagedata, id FROM sysdtspackages WHERE " + version, {});
   if (row->Eof()) throw NoSuchPackage(name, versionId);
-  return {TextOfField(row->Field(0)), TextOfField(row->Field(1)), TextOfField(row->Field(2)),
-          TextOfField(row->Field(3))};
+  return {ado::TextIn(row->Field(0)), ado::TextIn(row->Field(1)), ado::TextIn(row->Field(2)),
+          ado::TextIn(row->Field(3))};
 }
 
 PlatformError PackageStore::NoSuchPackage(const std::string& name,
@@ -166,11 +138,11 @@ std::vector<PackageSummary> PackageStore::List() {
       {});
   std::vector<PackageSummary> packages;
   for (; !row->Eof(); row->MoveNext()) {
-    std::string name = TextOfField(row->Field(0));
+    std::string name = ado::TextIn(row->Field(0));
     if (!packages.empty() && packages.back().name == name) continue;
-    packages.push_back({std::move(name), TextOfField(row->Field(1)),
+    packages.push_back({std::move(name), ado::TextIn(row->Field(1)),
                         static_cast<int>(std::get<std::int64_t>(row->Field(2))),
-                        TextOfField(row->Field(3))});
+                        ado::TextIn(row->Field(3))});
   }
   return packages;
 }
@@ -182,8 +154,8 @@ std::vector<VersionSummary> PackageStore::Versions(const std::string& name) {
       {});
   std::vector<VersionSummary> versions;
   for (; !row->Eof(); row->MoveNext())
-    versions.push_back({TextOfField(row->Field(0)), TextOfField(row->Field(1)),
-                        TextOfField(row->Field(2)), TextOfField(row->Field(3))});
+    versions.push_back({ado::TextIn(row->Field(0)), ado::TextIn(row->Field(1)),
+                        ado::TextIn(row->Field(2)), ado::TextIn(row->Field(3))});
   if (versions.empty()) throw NoSuchPackage(name);
   return versions;
 }

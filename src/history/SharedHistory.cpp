@@ -2,6 +2,7 @@
 
 #include "history/SharedTables.h"
 #include "platform/Ado.h"
+#include "platform/MomentText.h"
 #include "platform/OwnTransaction.h"
 #include "platform/PlatformError.h"
 
@@ -103,7 +104,7 @@ std::vector<RunRecord> SharedHistory::Runs(const RunFilter& filter) {
   if (filter.since) {
     // The T keeps a SQL Server from reading the date in the order of its own language.
     const char separator = sql_ == ado::SqlKind::SqlServer ? 'T' : ' ';
-    condition += " AND begin_utc >= '" + SharedTime(*filter.since, separator) + "'";
+    condition += " AND begin_utc >= '" + MomentText(*filter.since, separator) + "'";
   }
   return Query(condition, filter.limit);
 }
@@ -142,7 +143,7 @@ void SharedHistory::ReadParts(RunRecord& run) {
   read(SharedSteps(), [&](const auto& row) { run.steps.push_back(StepOfRow(row)); });
   read(SharedFetches(), [&](const auto& row) { run.fetches.push_back(FetchOfRow(row)); });
   read(SharedVariables(), [&](const auto& row) {
-    run.variables.emplace_back(StoredText(row.Field("name")), StoredText(row.Field("value")));
+    run.variables.emplace_back(ado::TextIn(row.Field("name")), ado::TextIn(row.Field("value")));
   });
 }
 

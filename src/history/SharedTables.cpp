@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <ctime>
 #include <utility>
 
 #include "history/RunJson.h"
+#include "platform/MomentText.h"
 #include "platform/NumberText.h"
 #include "platform/PlatformError.h"
 #include "platform/Text.h"
@@ -54,32 +53,24 @@ std::string Storable(std::string_view text) {
 }
 
 ado::Value TimeOrNull(const std::optional<Moment>& moment) {
-  return moment ? ado::Value(SharedTime(*moment)) : ado::Value(ado::Null());
+  return moment ? ado::Value(MomentText(*moment)) : ado::Value(ado::Null());
 }
 
 std::int64_t IntegerOf(const ado::Value& value) {
   if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
   if (const auto* real = std::get_if<double>(&value)) return std::llround(*real);
-  return NumberOf<std::int64_t>(StoredText(value)).value_or(0);
+  return NumberOf<std::int64_t>(ado::TextIn(value)).value_or(0);
 }
 
-/// Servers write the parts of a second with as many digits as they need.
 Moment MomentOf(const std::string& text) {
-  std::tm utc{};
-  double seconds = 0;
-  char separator = 0;
-  if (std::sscanf(text.c_str(), "%d-%d-%d%c%d:%d:%lf", &utc.tm_year, &utc.tm_mon, &utc.tm_mday,
-                  &separator, &utc.tm_hour, &utc.tm_min, &seconds) != 7)
-    throw PlatformError(0, "the shared history holds the time \"" + text + "\", which is none",
-                        "history");
-  utc.tm_year -= 1900;
-  utc.tm_mon -= 1;
-  return Moment(std::chrono::seconds(timegm(&utc)) + milliseconds(std::llround(seconds * 1000)));
+  if (const auto moment = MomentOfText(text)) return *moment;
+  throw PlatformError(0, "the shared history holds the time \"" + text + "\", which is none",
+                      "history");
 }
 
 std::optional<Moment> OptionalMoment(const ado::Value& value) {
   if (std::holds_alternative<ado::Null>(value)) return std::nullopt;
-  return MomentOf(StoredText(value));
+  return MomentOf(ado::TextIn(value));
 }
 
 template <class Outcome>
@@ -104,11 +95,6 @@ std::vector<SharedRow> RowsOf(const RunRecord& run, const Parts& parts, const Ro
 constexpr int kLongestKey = 300, kLongestHost = 255, kLongestJobName = 260, kLongestWord = 20;
 
 }  // namespace
-
-std::string StoredText(const ado::Value& value) {
-  const auto* const text = std::get_if<std::string>(&value);
-  return text == nullptr ? std::string() : *text;
-}
 
 SharedTable SharedRuns() {
   return {"torvik_run",
@@ -154,21 +140,8 @@ SharedTable SharedVariables() {
            Text("value")}};
 }
 
-std::string SharedTime(Moment moment, char separator) {
-  const auto whole = std::chrono::floor<std::chrono::seconds>(moment);
-  const std::time_t seconds = whole.time_since_epoch().count();
-  std::tm utc{};
-  gmtime_r(&seconds, &utc);
-  char text[40];
-  const auto length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &utc);
-  const auto part = std::chrono::floor<milliseconds>(moment - whole).count();
-  std::snprintf(text + length, sizeof text - length, ".%03d", static_cast<int>(part));
-  text[std::string_view("2026-11-25").size()] = separator;
-  return text;
-}
-
 std::string SharedKey(const RunRecord& run) {
-  return run.host + "/" + std::to_string(run.id) + "/" + SharedTime(run.begin, 'T');
+  return run.host + "/" + std::to_string(run.id) + "/" + MomentText(run.begin, 'T');
 }
 
 std::string SharedJobName(const std::string& job) {
@@ -186,7 +159,7 @@ SharedRow RowOfRun(const RunRecord& run) {
           Storable(run.package),
           run.versionGuid,
           run.packageServer,
-          SharedTime(run.begin),
+          MomentText(run.begin),
           TimeOrNull(run.end),
           std::string(WordOf(run.outcome)),
           run.rows,
@@ -203,7 +176,7 @@ SharedRow RowOfRun(const RunRecord& run) {
 std::vector<SharedRow> RowsOfSteps(const RunRecord& run) {
   return RowsOf(run, run.steps, [](const StepRecord& step) {
     return SharedRow{Storable(step.step),
-                     SharedTime(step.begin),
+                     MomentText(step.begin),
                      TimeOrNull(step.end),
                      std::string(WordOf(step.outcome)),
                      step.rows,
@@ -215,7 +188,7 @@ std::vector<SharedRow> RowsOfSteps(const RunRecord& run) {
 
 std::vector<SharedRow> RowsOfFetches(const RunRecord& run) {
   return RowsOf(run, run.fetches, [](const FetchRecord& fetch) {
-    return SharedRow{Storable(fetch.link),  SharedTime(fetch.begin),
+    return SharedRow{Storable(fetch.link),  MomentText(fetch.begin),
                      TimeOrNull(fetch.end), std::int64_t{fetch.isComplete},
                      fetch.files,           fetch.bytes,
                      Storable(fetch.error)};
@@ -231,50 +204,50 @@ std::vector<SharedRow> RowsOfVariables(const RunRecord& run) {
 RunRecord RunOfRow(const ado::Recordset& row) {
   RunRecord run;
   run.id = IntegerOf(row.Field("run"));
-  run.host = StoredText(row.Field("host"));
-  run.job = StoredText(row.Field("job"));
-  run.package = StoredText(row.Field("package"));
-  run.versionGuid = StoredText(row.Field("version"));
-  run.packageServer = StoredText(row.Field("server"));
-  run.begin = MomentOf(StoredText(row.Field("begin_utc")));
+  run.host = ado::TextIn(row.Field("host"));
+  run.job = ado::TextIn(row.Field("job"));
+  run.package = ado::TextIn(row.Field("package"));
+  run.versionGuid = ado::TextIn(row.Field("version"));
+  run.packageServer = ado::TextIn(row.Field("server"));
+  run.begin = MomentOf(ado::TextIn(row.Field("begin_utc")));
   run.end = OptionalMoment(row.Field("end_utc"));
-  run.outcome = OutcomeOf(StoredText(row.Field("outcome")), {RunOutcome::Ok, RunOutcome::Failure},
+  run.outcome = OutcomeOf(ado::TextIn(row.Field("outcome")), {RunOutcome::Ok, RunOutcome::Failure},
                           RunOutcome::Lost);
   run.rows = IntegerOf(row.Field("row_count"));
   run.rejectedRows = IntegerOf(row.Field("rejected_count"));
   run.bytes = IntegerOf(row.Field("byte_count"));
-  run.failedStep = StoredText(row.Field("failed_step"));
-  run.error = StoredText(row.Field("error"));
-  run.logFile = StoredText(row.Field("log"));
+  run.failedStep = ado::TextIn(row.Field("failed_step"));
+  run.error = ado::TextIn(row.Field("error"));
+  run.logFile = ado::TextIn(row.Field("log"));
   run.process = static_cast<int>(IntegerOf(row.Field("process")));
-  run.startedBy = StoredText(row.Field("started_by"));
+  run.startedBy = ado::TextIn(row.Field("started_by"));
   run.isAttended = IntegerOf(row.Field("attended")) != 0;
   return run;
 }
 
 StepRecord StepOfRow(const ado::Recordset& row) {
   StepRecord step;
-  step.step = StoredText(row.Field("step"));
-  step.begin = MomentOf(StoredText(row.Field("begin_utc")));
+  step.step = ado::TextIn(row.Field("step"));
+  step.begin = MomentOf(ado::TextIn(row.Field("begin_utc")));
   step.end = OptionalMoment(row.Field("end_utc"));
-  step.outcome = OutcomeOf(StoredText(row.Field("outcome")),
+  step.outcome = OutcomeOf(ado::TextIn(row.Field("outcome")),
                            {StepOutcome::Running, StepOutcome::Ok}, StepOutcome::Failure);
   step.rows = IntegerOf(row.Field("row_count"));
   step.rejectedRows = IntegerOf(row.Field("rejected_count"));
   step.attempt = static_cast<int>(IntegerOf(row.Field("attempt")));
-  step.error = StoredText(row.Field("error"));
+  step.error = ado::TextIn(row.Field("error"));
   return step;
 }
 
 FetchRecord FetchOfRow(const ado::Recordset& row) {
   FetchRecord fetch;
-  fetch.link = StoredText(row.Field("link"));
-  fetch.begin = MomentOf(StoredText(row.Field("begin_utc")));
+  fetch.link = ado::TextIn(row.Field("link"));
+  fetch.begin = MomentOf(ado::TextIn(row.Field("begin_utc")));
   fetch.end = OptionalMoment(row.Field("end_utc"));
   fetch.isComplete = IntegerOf(row.Field("complete")) != 0;
   fetch.files = IntegerOf(row.Field("file_count"));
   fetch.bytes = IntegerOf(row.Field("byte_count"));
-  fetch.error = StoredText(row.Field("error"));
+  fetch.error = ado::TextIn(row.Field("error"));
   return fetch;
 }
 

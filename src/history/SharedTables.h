@@ -23,9 +23,6 @@ SharedTable SharedVariables();
 /// What tells a run from all others: machine, number, begin.
 std::string SharedKey(const RunRecord& run);
 
-/// "2026-11-25 02:00:07.250"; `separator` stands between day and time.
-std::string SharedTime(Moment moment, char separator = ' ');
-
 /// Rows of values, in the order of a table's columns.
 using SharedRow = std::vector<ado::Value>;
 SharedRow RowOfRun(const RunRecord& run);
@@ -40,7 +37,5 @@ FetchRecord FetchOfRow(const ado::Recordset& row);
 
 /// The job's name alone, without directory and ending, in small letters.
 std::string SharedJobName(const std::string& job);
-
-std::string StoredText(const ado::Value& value);
 
 }  // namespace torvik

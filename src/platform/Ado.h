@@ -44,6 +44,13 @@ inline Value ValueOf(const LoadValue& value) {
   return Null{};
 }
 
+/// A text, or a blob's bytes; empty for any other value.
+inline std::string TextIn(const Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* blob = std::get_if<Blob>(&value)) return blob->bytes;
+  return {};
+}
+
 /// One entry of a connection's error collection.
 struct ProviderError {
   long number = 0;

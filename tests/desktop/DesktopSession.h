@@ -15,6 +15,19 @@
 
 namespace torvik {
 
+/// The connections of packages that load many rows: "dw", the warehouse, and "file", the sandbox's
+/// text file many.csv.
+inline constexpr const char* kManyRows = R"toml(
+[[connections]]
+name = "dw"
+provider = "SQLOLEDB"
+properties = { "Data Source" = "(local)", "Initial Catalog" = "DW" }
+[[connections]]
+name = "file"
+provider = "DTSFlatFile"
+properties = { "Data Source" = 'S:\many.csv', "First Row Column Name" = true }
+)toml";
+
 /// The program with its windows, in a sandbox with an embedded server, as main puts it together.
 class DesktopSession {
  public:

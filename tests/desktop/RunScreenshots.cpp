@@ -17,17 +17,6 @@ namespace {
 
 constexpr int kRunPage = 1, kHistoryPage = 2;
 
-constexpr const char* kConnections = R"toml(
-[[connections]]
-name = "dw"
-provider = "SQLOLEDB"
-properties = { "Data Source" = "(local)", "Initial Catalog" = "DW" }
-[[connections]]
-name = "file"
-provider = "DTSFlatFile"
-properties = { "Data Source" = 'S:\many.csv', "First Row Column Name" = true }
-)toml";
-
 std::string After(const std::string& step, const std::string& on = "success") {
   return "{ step = \"" + step + "\", on = \"" + on + "\" }";
 }
@@ -56,7 +45,7 @@ std::string NewTable(const std::string& table) {
 }
 
 std::string FiveSteps(bool fails) {
-  return kConnections + Step("make tables", NewTable("orders"), "") +
+  return kManyRows + Step("make tables", NewTable("orders"), "") +
          Step("load orders", Load("orders"), After("make tables")) +
          Step("wait for export", Sleep("2"), "") +
          Step("sum up",
@@ -69,7 +58,7 @@ std::string FiveSteps(bool fails) {
 std::string StepsOfTables(int tables, int withRows, bool fails) {
   static const char* const kNames[] = {"orders",   "customers", "prices",    "stock",  "returns",
                                        "invoices", "payments",  "suppliers", "routes", "budgets"};
-  std::string text = kConnections, before;
+  std::string text = kManyRows, before;
   for (int i = 0; i < tables; ++i) {
     const std::string name =
         std::string(kNames[i % 10]) + (i < 10 ? "" : " " + std::to_string(i / 10 + 1));

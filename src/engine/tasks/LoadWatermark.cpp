@@ -42,11 +42,6 @@ void MakeTable(ado::Connection& destination) {
   destination.CreateTable(kTable, columns);
 }
 
-std::string TextOf(const ado::Value& value) {
-  const auto* const text = std::get_if<std::string>(&value);
-  return text == nullptr ? std::string() : *text;
-}
-
 }  // namespace
 
 /// Gives a variable a value for as long as it lives.
@@ -119,9 +114,10 @@ std::optional<std::string> LoadWatermark::ReadMark() {
                                key);
   if (found.rows.empty()) return std::nullopt;
   hasMark_ = true;
-  const std::string table = TextOf(found.rows[0].at(0)), column = TextOf(found.rows[0].at(1));
+  const std::string table = ado::TextIn(found.rows[0].at(0)),
+                    column = ado::TextIn(found.rows[0].at(1));
   if (EqualsIgnoringCase(table, table_) && EqualsIgnoringCase(column, column_))
-    return TextOf(found.rows[0].at(2));
+    return ado::TextIn(found.rows[0].at(2));
   throw PlatformError(0,
                       std::string("the mark that the table ") + kTable +
                           " has for this step is one of table " + table + ", column " + column +
