@@ -195,8 +195,8 @@ class AdoSqlite final : public AdoDatabase {
     session_->Run("BEGIN IMMEDIATE");
     hasSavepoint_ = false;
   }
-  void CommitTrans() override { session_->Run("COMMIT"); }
-  void RollbackTrans() override { session_->Run("ROLLBACK"); }
+  void CommitTrans() override { EndTrans("COMMIT"); }
+  void RollbackTrans() override { EndTrans("ROLLBACK"); }
 
   void SetSavepoint() override {
     if (sqlite3_get_autocommit(session_->Handle()))
@@ -211,6 +211,11 @@ class AdoSqlite final : public AdoDatabase {
   void Cancel() override { session_->Cancel(); }
 
  private:
+  void EndTrans(const char* sql) {
+    session_->Run(sql);
+    session_->ReleaseRowsFile();
+  }
+
   SqlitePlace Place(const std::string& table) { return SqlitePlaceOf(*session_, table); }
 
   std::unique_ptr<SqliteStatement> OnlyStatement(const std::string& text, const char* what) {

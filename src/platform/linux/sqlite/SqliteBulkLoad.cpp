@@ -8,7 +8,9 @@
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/sqlite/SqliteDecimal.h"
+#include "platform/linux/sqlite/SqliteLoadTable.h"
 #include "platform/linux/sqlite/SqliteLoadValue.h"
+#include "platform/linux/sqlite/SqliteRecordLoad.h"
 #include "platform/linux/sqlite/SqliteRowsTable.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
@@ -22,62 +24,6 @@ constexpr const char* kIndexCache = "-24576";
 
 /// A row of more bytes goes alone, so that SQLite's limit of a row meets it alone.
 constexpr std::size_t kMostBytesOfRow = std::size_t{1} << 20;
-
-bool HasRow(SqliteSession& session, const char* sql, const std::string& schema,
-            const std::string& table) {
-  SqliteStatement query(session, sql, "");
-  query.Bind(1, table);
-  query.Bind(2, schema);
-  return query.Step();
-}
-
-bool HasIndex(SqliteSession& session, const std::string& schema, const std::string& table) {
-  return HasRow(session, "SELECT 1 FROM pragma_index_list(?1, ?2)", schema, table);
-}
-
-bool IsView(SqliteSession& session, const std::string& schema, const std::string& table) {
-  const std::string views = "SELECT 1 FROM " + QuotedName(schema) +
-                            ".sqlite_schema WHERE type = 'view' AND name = ?1 COLLATE NOCASE"
-                            " AND ?2 <> ''";
-  return HasRow(session, views.c_str(), schema, table);
-}
-
-/// True when a refused row leaves the rows before it in place, with INSERT OR FAIL, and OR FAIL
-/// changes nothing else (https://sqlite.org/lang_conflict.html): it would outdo the table's own ON
-/// CONFLICT and reach into triggers; foreign keys, and types that are strict, end the statement
-/// with all of its rows.
-bool TakesRowsTogether(SqliteSession& session, const std::string& schema,
-                       const std::string& table) {
-  const std::string catalogue = QuotedName(schema) + ".sqlite_schema";
-  const std::string plain =
-      "SELECT 1 FROM pragma_table_list AS t JOIN " + catalogue +
-      " AS s ON s.name = t.name COLLATE NOCASE WHERE t.name = ?1 COLLATE NOCASE"
-      " AND t.schema = ?2 COLLATE NOCASE AND t.type = 'table' AND NOT t.strict"
-      " AND s.type = 'table' AND s.sql NOT LIKE '%CONFLICT%'";
-  const std::string triggers = "SELECT 1 FROM (SELECT type, tbl_name FROM " + catalogue +
-                               " UNION ALL SELECT type, tbl_name FROM temp.sqlite_schema)"
-                               " WHERE type = 'trigger' AND tbl_name = ?1 COLLATE NOCASE"
-                               " AND ?2 <> ''";
-  return HasRow(session, plain.c_str(), schema, table) &&
-         !HasRow(session, triggers.c_str(), schema, table) &&
-         !HasRow(session, "SELECT 1 FROM pragma_foreign_key_list(?1, ?2)", schema, table);
-}
-
-/// The column that is the row's number in SQLite; empty when none is. It takes nothing but whole
-/// numbers, and another value ends a statement with all of its rows.
-std::string RowNumberColumn(SqliteSession& session, const std::string& schema,
-                            const std::string& table) {
-  SqliteStatement key(session,
-                      "SELECT max(name) FROM pragma_table_info(?1, ?2) WHERE pk > 0"
-                      " HAVING count(*) = 1 AND max(type) = 'INTEGER' COLLATE NOCASE",
-                      "");
-  key.Bind(1, table);
-  key.Bind(2, schema);
-  if (!key.Step()) return "";
-  const ado::Value name = key.Column(0);
-  const auto* text = std::get_if<std::string>(&name);
-  return text ? *text : "";
-}
 
 /// A column of decimals that promises to keep its digits.
 struct Decimal {
@@ -100,30 +46,33 @@ struct ParameterSink {
   }
 };
 
-/// Rows that nothing but a constraint can refuse go together, by one statement that reads them from
-/// a virtual table; the others, and those of tables where that would not do the same, one by one.
-/// It calls the library directly: a row passes here for every line of the largest files.
+/// Rows of a plain table go as records; rows that nothing but a constraint can refuse together, by
+/// one statement that reads them from a virtual table; the others, and those of tables where that
+/// would not do the same, one by one. It calls the library directly: a row passes here for every
+/// line of the largest files.
 class SqliteBulkLoad final : public ado::BulkLoad {
  public:
-  SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const std::string& schema,
-                 const std::string& table, const std::vector<ado::Column>& columns)
+  SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const SqliteLoadTable& table,
+                 const std::string& name, const std::vector<ado::Column>& columns)
       : session_(std::move(session)),
-        place_("table " + table),
-        isView_(IsView(*session_, schema, table)),
+        place_("table " + name),
+        isView_(table.isView),
         storages_(StoragesOf(columns)),
-        together_(*session_, storages_) {
-    const std::string rowNumber = RowNumberColumn(*session_, schema, table);
+        together_(*session_, storages_),
+        isInTransaction_(IsInTransaction()),
+        records_(isInTransaction_ ? SqliteRecordLoad::Open(session_, table, columns) : nullptr) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
       if (columns[i].kind == ado::ColumnKind::Decimal && columns[i].precision > 0)
         decimals_.push_back({i, static_cast<std::size_t>(columns[i].scale), columns[i].name});
-      if (!rowNumber.empty() && columns[i].name == rowNumber) rowNumber_ = i;
+      if (!table.rowNumberColumn.empty() && columns[i].name == table.rowNumberColumn)
+        rowNumber_ = i;
     }
-    if (HasIndex(*session_, schema, table))
-      session_->Run("PRAGMA " + QuotedName(schema) + ".cache_size = " + kIndexCache);
-    const std::string into = QuotedName(schema) + "." + QuotedName(table);
+    if (table.hasIndex)
+      session_->Run("PRAGMA " + QuotedName(table.schema) + ".cache_size = " + kIndexCache);
+    const std::string into = QuotedName(table.schema) + "." + QuotedName(name);
     session_->BeginStatement();
     insertOne_ = Prepare(InsertText(into, columns, [](const ado::Column&) { return "?"; }));
-    if (TakesRowsTogether(*session_, schema, table))
+    if (table.takesRowsTogether)
       insertMany_ = Prepare("INSERT OR FAIL " + IntoText(into, columns) + " SELECT * FROM " +
                             together_.Name());
   }
@@ -133,9 +82,11 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     if (const std::string problem = WidthProblem(rows, storages_.size()); !problem.empty())
       throw session_->Refusal(place_ + ": " + problem);
     session_->BeginStatement();
-    isInTransaction_ = sqlite3_get_autocommit(session_->Handle()) == 0;
+    isInTransaction_ = IsInTransaction();
     const std::size_t before = refused.size();
     for (std::size_t row = 0; row < rows.Count() && refused.size() - before <= tolerated;) {
+      row += InsertRecords(rows, row);
+      if (row == rows.Count()) break;
       const std::size_t together = CountTogether(rows, row);
       row += together > 0 ? InsertMany(rows, row, together, refused)
                           : InsertOne(rows.Row(row), row, refused);
@@ -155,6 +106,8 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     for (const ado::Column& column : columns) storages.push_back(SqliteStorageOf(column.kind));
     return storages;
   }
+
+  bool IsInTransaction() const { return sqlite3_get_autocommit(session_->Handle()) == 0; }
 
   Statement Prepare(const std::string& sql) {
     sqlite3_stmt* statement = nullptr;
@@ -212,6 +165,17 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     return {};
   }
 
+  /// Answers how many rows it has loaded: those from `first` on that can go as records.
+  std::size_t InsertRecords(const ado::LoadRows& rows, std::size_t first) {
+    if (!records_ || !isInTransaction_) return 0;
+    records_->Clear();
+    std::size_t end = first;
+    while (end < rows.Count() && MayGoTogether(rows.Row(end)) && records_->Add(rows.Row(end)))
+      ++end;
+    if (end > first) Count(records_->Load(), end - first);
+    return end - first;
+  }
+
   /// Answers how many rows it has dealt with: up to the first that is refused, or all.
   std::size_t InsertMany(const ado::LoadRows& rows, std::size_t first, std::size_t count,
                          std::vector<ado::Refusal>& refused) {
@@ -220,11 +184,15 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     const std::int64_t inserted = sqlite3_changes64(session_->Handle());
     const std::size_t passed = isDone ? count : together_.Position();
     if (!isDone) Refuse(first + passed, refused);
-    if (inserted != static_cast<std::int64_t>(passed))
-      throw session_->Refusal(place_ + ": " + std::to_string(passed) +
+    Count(inserted, passed);
+    return isDone ? count : passed + 1;
+  }
+
+  void Count(std::int64_t inserted, std::size_t sent) {
+    if (inserted != static_cast<std::int64_t>(sent))
+      throw session_->Refusal(place_ + ": " + std::to_string(sent) +
                               " rows were sent but the server took " + std::to_string(inserted));
     rows_ += inserted;
-    return isDone ? count : passed + 1;
   }
 
   std::size_t InsertOne(std::span<const ado::LoadValue> given, std::size_t row,
@@ -259,7 +227,7 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   void Refuse(std::size_t row, std::vector<ado::Refusal>& refused) {
     const PlatformError error = session_->Failure(place_);
     // A trigger may have rolled the whole transaction back.
-    const bool isLost = isInTransaction_ && sqlite3_get_autocommit(session_->Handle()) != 0;
+    const bool isLost = isInTransaction_ && !IsInTransaction();
     if (isLost || !IsRefusal(error.number)) throw error;
     refused.push_back({row, error.number, error.Description()});
   }
@@ -283,8 +251,9 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   std::deque<std::string> texts_;        ///< Of those.
   std::size_t rowNumber_ = SIZE_MAX;     ///< That column's place.
   SqliteRowsTable together_;
+  bool isInTransaction_;
+  const std::unique_ptr<SqliteRecordLoad> records_;  ///< Null where rows cannot go so.
   Statement insertOne_, insertMany_;
-  bool isInTransaction_ = false;
   std::int64_t rows_ = 0;
 };
 
@@ -294,7 +263,8 @@ std::unique_ptr<ado::BulkLoad> NewSqliteBulkLoad(std::shared_ptr<SqliteSession> 
                                                  const std::string& schema,
                                                  const std::string& table,
                                                  const std::vector<ado::Column>& columns) {
-  return std::make_unique<SqliteBulkLoad>(std::move(session), schema, table, columns);
+  const SqliteLoadTable looked = LookAtLoadTable(*session, schema, table);
+  return std::make_unique<SqliteBulkLoad>(std::move(session), looked, table, columns);
 }
 
 }  // namespace torvik

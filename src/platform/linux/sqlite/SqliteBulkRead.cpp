@@ -29,11 +29,6 @@ ado::LoadValue ValueAt(sqlite3_stmt* row, int column, bool isUtf8) {
   }
 }
 
-bool KeepsUtf8(SqliteSession& session) {
-  SqliteStatement encoding(session, "PRAGMA encoding", "");
-  return encoding.Step() && encoding.Column(0) == ado::Value("UTF-8");
-}
-
 std::vector<std::string> NamesOf(const SqliteStatement& query) {
   std::vector<std::string> names;
   for (int column = 0; column < query.ColumnCount(); ++column)
@@ -75,7 +70,7 @@ class SqliteBulkRead final : public ado::BulkRead {
   std::unique_ptr<SqliteStatement> query_;
   const std::vector<std::string> names_;
   const std::string spool_;
-  const bool isUtf8_ = KeepsUtf8(*session_);
+  const bool isUtf8_ = session_->KeepsUtf8();
   bool isAtEnd_ = false;
 };
 

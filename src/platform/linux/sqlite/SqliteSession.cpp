@@ -9,7 +9,9 @@
 #include "platform/linux/database/SqlIdentity.h"
 #include "platform/linux/database/SqlLengths.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/database/SqlStatements.h"
 #include "platform/linux/sqlite/SqliteFunctions.h"
+#include "platform/linux/sqlite/SqliteRowsFile.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
 namespace torvik {
@@ -77,6 +79,7 @@ SqliteSession::SqliteSession(const EmbeddedDatabase& file, std::unique_ptr<Sessi
 }
 
 SqliteSession::~SqliteSession() {
+  rowsFile_.reset();
   sqlite3_close_v2(handle_);
 }
 
@@ -158,7 +161,23 @@ std::string SqliteSession::Schema(const std::string& database) {
   return databases_.back().name;
 }
 
+std::shared_ptr<SqliteRowsFile> SqliteSession::RowsFile(const std::string& createText,
+                                                        const std::string& name) {
+  const std::string create = WithTable(createText, name, SqliteRowsFile::kTable);
+  if (rowsFile_ && rowsFile_->CreateTable() == create) return rowsFile_;
+  ReleaseRowsFile();
+  if (rowsFile_) return nullptr;
+  rowsFile_ =
+      SqliteRowsFile::Attach(handle_, "torvik_batch_" + std::to_string(NextNumber()), create);
+  return rowsFile_;
+}
+
+void SqliteSession::ReleaseRowsFile() {
+  if (rowsFile_ && rowsFile_.use_count() == 1 && rowsFile_->Detach()) rowsFile_.reset();
+}
+
 void SqliteSession::Attach(const EmbeddedDatabase& database) {
+  ReleaseRowsFile();  // there is room for ten
   const std::string schema = QuotedName(database.name);
   SqliteStatement attach(
       *this, "ATTACH DATABASE ?1 AS " + schema,
@@ -198,6 +217,11 @@ PlatformError SqliteSession::Failure(const std::string& place) {
   PlatformError error = Keep(code, place.empty() ? text : place + ": " + text);
   error.isTransient = !cancelled_ && (primaryCode == SQLITE_BUSY || primaryCode == SQLITE_LOCKED);
   return error;
+}
+
+bool SqliteSession::KeepsUtf8() {
+  SqliteStatement encoding(*this, "PRAGMA encoding", "");
+  return encoding.Step() && encoding.Column(0) == ado::Value("UTF-8");
 }
 
 void SqliteSession::RequireWritable() {

@@ -18,6 +18,8 @@ struct sqlite3;
 
 namespace torvik {
 
+class SqliteRowsFile;
+
 /// One SQLite handle: on an embedded server, with a current database and the others attached when
 /// SQL names them, or on a file that something else reads. Cancel may be called from another
 /// thread, all else from one at a time.
@@ -42,6 +44,9 @@ class SqliteSession {
   /// True on a file that something else reads: nothing can be changed.
   bool IsReadOnly() const { return tables_ != nullptr; }
 
+  /// True when its databases keep their texts in UTF-8.
+  bool KeepsUtf8();
+
   /// Throws what any change meets there.
   void RequireWritable();
 
@@ -58,6 +63,14 @@ class SqliteSession {
 
   /// Makes the table usable if it is one that is made when it is named.
   void Meet(const std::string& table);
+
+  /// A database in memory from which loads copy rows into a table of that CREATE text, whose name
+  /// is `name`; they share it. Null where there is none to be had.
+  std::shared_ptr<SqliteRowsFile> RowsFile(const std::string& createText, const std::string& name);
+
+  /// Lets go of that database, unless a load has it still or a transaction holds it: one that has
+  /// ended does not.
+  void ReleaseRowsFile();
 
   /// Runs SQLite's own SQL, without rows.
   void Run(const std::string& sql);
@@ -96,6 +109,7 @@ class SqliteSession {
   std::vector<EmbeddedDatabase> databases_;  ///< The current one, then the attached ones.
   std::chrono::milliseconds timeout_;
   sqlite3* handle_ = nullptr;
+  std::shared_ptr<SqliteRowsFile> rowsFile_;
   std::vector<ado::ProviderError> errors_;
   std::atomic<bool> cancelled_ = false;
   std::chrono::steady_clock::time_point waitBegan_;
