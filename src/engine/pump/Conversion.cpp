@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -12,6 +13,7 @@
 
 #include "engine/pump/RowBatch.h"
 #include "platform/CountText.h"
+#include "platform/NumberText.h"
 #include "platform/Text.h"
 
 namespace torvik::engine {
@@ -122,20 +124,18 @@ bool FitReal(std::string_view text, ado::LoadValue& value, std::string& misfit) 
   return true;
 }
 
+bool IsAmong(std::initializer_list<std::string_view> words, std::string_view text) {
+  return std::ranges::any_of(words,
+                             [&](std::string_view word) { return EqualsIgnoringCase(text, word); });
+}
+
 bool FitBoolean(unsigned flags, std::string_view text, ado::LoadValue& value, std::string& misfit) {
-  value = std::int64_t{1};
-  for (const std::string_view word : {"1", "-1", "true", "yes", "t"})
-    if (EqualsIgnoringCase(text, word)) return true;
-  std::int64_t number = 0;
-  if ((flags & kForceConvert) &&
-      std::from_chars(text.data(), text.data() + text.size(), number).ptr ==
-          text.data() + text.size() &&
-      number != 0)
-    return true;
-  value = std::int64_t{0};
-  for (const std::string_view word : {"0", "false", "no", "f"})
-    if (EqualsIgnoringCase(text, word)) return true;
-  return Refuse("is neither true nor false", misfit);
+  const bool isTrue = IsAmong({"1", "-1", "true", "yes", "t"}, text) ||
+                      ((flags & kForceConvert) && NumberOf<std::int64_t>(text).value_or(0) != 0);
+  if (!isTrue && !IsAmong({"0", "false", "no", "f"}, text))
+    return Refuse("is neither true nor false", misfit);
+  value = std::int64_t{isTrue};
+  return true;
 }
 
 /// The number that the two digits at `at` make; a hundred or more when one of them is none.

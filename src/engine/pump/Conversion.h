@@ -22,8 +22,9 @@ enum TransformFlags : unsigned {
 };
 
 /// Puts `value` into the form in which a column takes it; a new text is stored in `batch`. False
-/// when it does not fit: `misfit` says why ("is not a whole number"), and `value` is of no use. A
-/// blank value for a column that is not text becomes NULL. `flags` are TransformFlags.
+/// when it does not fit: `misfit` says why ("is not a whole number"), and `value` is what it was,
+/// or its text. A blank value for a column that is not text becomes NULL. `flags` are
+/// TransformFlags.
 bool FitValue(const ado::Column& column, unsigned flags, ado::LoadValue& value, RowBatch& batch,
               std::string& misfit);
 

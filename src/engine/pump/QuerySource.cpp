@@ -13,7 +13,6 @@ class QuerySource final : public RowSource {
   QuerySource(ado::Connection& connection, const std::string& sql, bool alongside)
       : rows_(connection.OpenBulkRead(sql, alongside)),
         columns_(rows_->Columns()),
-        row_(columns_.size()),
         alongside_(alongside) {}
 
   const std::vector<std::string>& Columns() const override { return columns_; }
@@ -21,11 +20,17 @@ class QuerySource final : public RowSource {
   bool Fetch(RowBatch& batch) override {
     batch.Clear();
     std::size_t bytes = 0;
-    while (bytes < kBytesPerBatch && batch.RowCount() < kRowsPerBatch && rows_->Next(row_)) {
-      const std::span<ado::LoadValue> values = batch.AddRow({++position_}, columns_.size());
-      for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = row_[i].IsText() ? batch.Store(row_[i].Text()) : row_[i];
-        if (values[i].IsText()) bytes += values[i].Text().size();
+    while (bytes < kBytesPerBatch && batch.RowCount() < kRowsPerBatch) {
+      const std::span<ado::LoadValue> row = batch.AddRow({position_ + 1}, columns_.size());
+      if (!rows_->Next(row)) {
+        batch.TakeBackRow();
+        break;
+      }
+      ++position_;
+      for (ado::LoadValue& value : row) {
+        if (!value.IsText()) continue;
+        value = batch.Store(value.Text());
+        bytes += value.Text().size();
       }
     }
     return batch.RowCount() > 0;
@@ -42,7 +47,6 @@ class QuerySource final : public RowSource {
  private:
   std::unique_ptr<ado::BulkRead> rows_;
   std::vector<std::string> columns_;
-  std::vector<ado::LoadValue> row_;
   const bool alongside_;
   std::int64_t position_ = 0;
 };

@@ -47,6 +47,12 @@ class RowBatch {
     return std::span(values_).subspan(begin, width);
   }
 
+  /// The row that was added last is none after all.
+  void TakeBackRow() {
+    origins_.pop_back();
+    used_ -= width_;
+  }
+
   /// Adds a row that could not be read, in place of its values.
   void AddBadRow(const RowOrigin& origin, RowError error);
   const std::vector<BadRow>& BadRows() const { return badRows_; }

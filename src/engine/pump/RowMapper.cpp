@@ -192,7 +192,8 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
   const std::span<const ado::LoadValue> source = batch.Row(row);
   const std::size_t begin = values_.size();
   for (const Target& target : targets_) {
-    ado::LoadValue value;
+    // It is made where it stays: a value that has just been written is slow to copy.
+    ado::LoadValue& value = values_.emplace_back();
     if (target.source != kNoSource) value = source[target.source];
     if (target.scripted != kNoSource) value = scripted_[target.scripted];
     if (!Fit(target, source, value, batch)) {
@@ -200,7 +201,6 @@ bool RowMapper::MapRow(RowBatch& batch, std::size_t row) {
       values_.resize(begin);
       return false;
     }
-    values_.push_back(value);
   }
   if (destinations_.size() > targets_.size()) values_.emplace_back(query_);
   for (const Target& effect : effects_) {
@@ -224,11 +224,8 @@ bool RowMapper::Transform(const Target& target, std::span<const ado::LoadValue> 
 bool RowMapper::Fit(const Target& target, std::span<const ado::LoadValue> source,
                     ado::LoadValue& value, RowBatch& batch) {
   if (!Transform(target, source, value, batch)) return false;
-  if (!value.IsNull()) {
-    ado::LoadValue fitted = value;
-    if (!FitValue(target.column, target.flags, fitted, batch, misfit_)) return false;
-    value = fitted;
-  }
+  if (!value.IsNull() && !FitValue(target.column, target.flags, value, batch, misfit_))
+    return false;
   if (!value.IsNull() || target.column.nullable) return true;
   misfit_ = kMissing;
   return FillNull(target.column, target.flags, value);

@@ -26,10 +26,6 @@ std::uint64_t TypeOf(std::int64_t number) {
   return bits <= 48 ? 5 : kInteger64;
 }
 
-bool IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 /// False only for what SQLite would surely not read as a number: text with a letter or the like, or
 /// with a sign behind a digit, as dates have.
 bool MayBeNumber(std::string_view text) {
