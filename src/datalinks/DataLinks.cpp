@@ -1,6 +1,7 @@
 #include "datalinks/DataLinks.h"
 
 #include <array>
+#include <utility>
 
 #include "datalinks/ETLPackages.h"
 #include "platform/Ado.h"
@@ -29,11 +30,22 @@ bool DataLinks::LoadDataLinks(ado::Connection& dataWarehouse, const std::string&
     return false;
   }
   links_->Load(dataWarehouse, model);
+  ListNames(model, listEntries);
+  return true;
+}
+
+void DataLinks::ReplaceDataLinks(std::unique_ptr<cDataSources> links,
+                                 const std::string& packageName,
+                                 std::vector<std::string>& listEntries) {
+  links_ = std::move(links);
+  ListNames(ModelNameFromPackage(packageName), listEntries);
+}
+
+void DataLinks::ListNames(const std::string& model, std::vector<std::string>& listEntries) const {
   listEntries.clear();
   for (const auto& link : *links_) {
     if (link->strModelName == model) listEntries.push_back(link->strName);
   }
-  return true;
 }
 
 cDataSource* DataLinks::FindDataLink(const std::string& name) {

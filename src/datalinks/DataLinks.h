@@ -33,6 +33,11 @@ class DataLinks : public DataLinkSectionWriter {
   bool LoadDataLinks(ado::Connection& dataWarehouse, const std::string& packageName,
                      std::vector<std::string>& listEntries);
 
+  /// Replaces the collection by links of the package's model that were read elsewhere, and lists
+  /// their names.
+  void ReplaceDataLinks(std::unique_ptr<cDataSources> links, const std::string& packageName,
+                        std::vector<std::string>& listEntries);
+
   /// There is no collection from now on.
   void ReleaseDataLinks() { links_.reset(); }
 
@@ -60,6 +65,7 @@ class DataLinks : public DataLinkSectionWriter {
   void SaveAllDataLinks(ado::Connection& dataWarehouse);
 
  private:
+  void ListNames(const std::string& model, std::vector<std::string>& listEntries) const;
   void WriteSection(const std::string& file, const cDataSource& link);
 
   Profile& profile_;

@@ -17,6 +17,7 @@ struct ServerLogon {
   bool isTrusted = false;  ///< With the account of the process; user and password are not sent.
   std::string user;
   std::string password;  ///< In clear.
+  bool operator==(const ServerLogon&) const = default;
 };
 
 /// Every caller waits this long for a server.

@@ -28,7 +28,8 @@ frmRunnerMain::frmRunnerMain(Program& program)
                          program.platform.files,
                          program.platform.messages,
                          {}}),
-      outlineLoader_(program.platform.packages) {
+      outlineLoader_(program.platform.packages),
+      linkLoader_(program.platform.databases) {
   settings_.SetCompany("Quor");
   settings_.SetAppName("Torvik");
   PairLogonOptions(
@@ -66,10 +67,12 @@ void frmRunnerMain::Show() {
   }
   HasJob.Set(!TorvConfigFile.empty() || !StartInConfigMode || startInQXJobConfigMode_);
   CheckInputComplete();
+  if (!TorvConfigFile.empty()) JobRead();
 }
 
 void frmRunnerMain::Close() {
   isOpen_ = false;
+  DropListing();
   Closed();
 }
 

@@ -15,6 +15,7 @@
 #include "ui/CRegSettings.h"
 #include "ui/Controls.h"
 #include "ui/JobHistory.h"
+#include "ui/LinkLoader.h"
 #include "ui/LinkRow.h"
 #include "ui/OutlineLoader.h"
 #include "ui/RunMonitor.h"
@@ -65,6 +66,8 @@ class frmRunnerMain final : public MainForm {
   Observable<std::vector<LinkRow>> LinkRows;  ///< What the entries of lstDataLinks stand for.
   /// Of the selected link: its name and kind; and what the place of its panel says without one.
   Observable<std::string> LinkHeading, LinkHint;
+  Observable<bool> ListsLinks;        ///< They are read by themselves, in the background.
+  Observable<std::string> LinksNote;  ///< What has become of that; empty when they are listed.
   ctDLlFlatFile ctDLlFlatFileOBJ;
   ctDLSQLServer ctDLSQLServerOBJ;
   ctlDLAccesFiles ctlDLAccesFilesOBJ;
@@ -92,6 +95,7 @@ class frmRunnerMain final : public MainForm {
   void cmdShowPackageLog_Click();
   Signal AboutWanted;
   Signal JobFileUsed;  ///< TorvConfigFile has been read or written.
+  Signal JobRead;      ///< The fields are those of TorvConfigFile from now on.
   Signal JobOpened;    ///< Another one than before, or a new one.
   Signal Closed;
 
@@ -181,6 +185,14 @@ class frmRunnerMain final : public MainForm {
   std::string SelectedLinkFile() const;
   void cmdLoadDataLinks_Click();
 
+  // Handlers: the data links of a job that was opened, by whoever shows the form.
+  /// Has them read in the background; does nothing for a run that nobody attends, and while a field
+  /// misses.
+  void ListLinks();
+  /// Lists them once they are there, if neither the fields nor the operator have gone on meanwhile;
+  /// to be called now and then while ListsLinks.
+  void TakeLinks();
+
  private:
   JobFileServices FileServices();
 
@@ -211,6 +223,12 @@ class frmRunnerMain final : public MainForm {
   LinksOrigin OriginInFields() const;
   bool KeepOrReleaseLinks();
   bool LoadDataLinksIfNone();
+  ServerLogon WarehouseLogon() const;
+  bool ConnectWarehouse();
+  void ShowLinks(std::vector<std::string> names, bool areLoaded);
+  LinkLoader::Wanted ListingInFields() const;
+  void DropListing();
+  void ShowListing(LinkLoader::Answer answer);
   void ReleaseLinks();
   DataLinkPanel* PanelFor(std::int32_t etlType);
   std::vector<DataLinkPanel*> Panels();
@@ -245,12 +263,14 @@ class frmRunnerMain final : public MainForm {
   bool isChecking_ = false;
   std::set<std::string> editedLinks_;  // by name; since the job was saved
   LinksOrigin linksOrigin_;            // of the links that are listed
+  bool isWarehouseOfLinks_ = false;    // the program's connection was made for them
   std::string savedFields_;
   LogDirectory acceptedLogDirectory_;  // the operator knows what a run deletes there
   FileStatus savedFile_;               // as it was when it was last read or written
   std::map<std::string, std::vector<dts::StepOutline>> outlines_;  // by their packages' versions
   std::string shownVersion_;  // of the package of the run of the history that is shown
   OutlineLoader outlineLoader_;
+  LinkLoader linkLoader_;
 };
 
 }  // namespace torvik

@@ -96,7 +96,7 @@ bool frmRunnerMain::MayEmptyLogDirectory(const std::string& jobFile) {
 }
 
 void frmRunnerMain::ExecuteHere() {
-  if (!LoadDataLinksIfNone()) return;
+  if (!LoadDataLinksIfNone() || (!isWarehouseOfLinks_ && !ConnectWarehouse())) return;
   try {
     program_.dataLinks.SaveAllDataLinks(program_.dataWarehouse.Connection());
   } catch (const PlatformError& error) {

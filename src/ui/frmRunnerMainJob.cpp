@@ -228,6 +228,7 @@ void frmRunnerMain::ReadAgain() {
   ReleaseLinks();
   LoadJobFile();
   CheckInputComplete();
+  JobRead();
 }
 
 /// The last verdict and log are another job's.

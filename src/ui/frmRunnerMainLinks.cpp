@@ -1,5 +1,7 @@
 // The main form's data links and the panel that edits the selected one.
 
+#include <utility>
+
 #include "datalinks/ETLPackages.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
@@ -9,30 +11,43 @@
 
 namespace torvik {
 
-bool frmRunnerMain::getDataLinkInfo() {
+bool frmRunnerMain::ConnectWarehouse() {
   std::string errorText;
-  const ServerLogon logon{txtDestServer.Text.Get(), optDestSecureLogin.Value.Get(),
-                          txtDestSQLUsername.Text.Get(), txtDestSQLPassword.Text.Get()};
-  DataWarehouse& warehouse = program_.dataWarehouse;
-  if (!warehouse.ConnectDataWarehouse(logon, cmbDestDB.Text.Get(), errorText)) {
-    if (StartInConfigMode)
-      ShowError(errorText, "Connect to Datawarehouse server");
-    else
-      program_.log.EchoToLog(errorText);
-    return false;
-  }
+  isWarehouseOfLinks_ = program_.dataWarehouse.ConnectDataWarehouse(
+      WarehouseLogon(), cmbDestDB.Text.Get(), errorText);
+  if (isWarehouseOfLinks_) return true;
+  if (StartInConfigMode)
+    ShowError(errorText, "Connect to Datawarehouse server");
+  else
+    program_.log.EchoToLog(errorText);
+  return false;
+}
+
+bool frmRunnerMain::getDataLinkInfo() {
+  DropListing();
+  if (!ConnectWarehouse()) return false;
   // The records are made anew: no panel may hold one.
   ShowPanel(nullptr);
   std::vector<std::string> names = lstDataLinks.List.Get();
-  const bool isLoaded =
-      program_.dataLinks.LoadDataLinks(warehouse.Connection(), cmbETLPackage.Text.Get(), names);
+  const bool isLoaded = program_.dataLinks.LoadDataLinks(program_.dataWarehouse.Connection(),
+                                                         cmbETLPackage.Text.Get(), names);
+  ShowLinks(std::move(names), isLoaded);
+  return true;
+}
+
+/// Of links that have been read anew.
+void frmRunnerMain::ShowLinks(std::vector<std::string> names, bool areLoaded) {
   lstDataLinks.ListIndex.Set(-1);
-  lstDataLinks.List.Set(names);
+  lstDataLinks.List.Set(std::move(names));
   editedLinks_.clear();
   linksOrigin_ = OriginInFields();
-  if (isLoaded && !TorvConfigFile.empty()) program_.dataLinks.ReadDataLinkSections(TorvConfigFile);
+  if (areLoaded && !TorvConfigFile.empty()) program_.dataLinks.ReadDataLinkSections(TorvConfigFile);
   RefreshLinkRows();
-  return true;
+}
+
+ServerLogon frmRunnerMain::WarehouseLogon() const {
+  return {txtDestServer.Text.Get(), optDestSecureLogin.Value.Get(), txtDestSQLUsername.Text.Get(),
+          txtDestSQLPassword.Text.Get()};
 }
 
 frmRunnerMain::LinksOrigin frmRunnerMain::OriginInFields() const {
@@ -107,6 +122,7 @@ std::string frmRunnerMain::SelectedLinkFile() const {
 }
 
 void frmRunnerMain::ReleaseLinks() {
+  DropListing();
   ShowPanel(nullptr);
   lstDataLinks.ListIndex.Set(-1);
   lstDataLinks.List.Set({});

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTabBar>
@@ -26,6 +27,29 @@ using testing::HasSubstr;
 using testing::Not;
 
 class LinkPanelsTest : public WindowTest {};
+
+TEST_F(LinkPanelsTest, TheLinksOfAJobThatIsOpenedComeByThemselves) {
+  const std::pair<const char*, std::function<void()>> ways[] = {
+      {"opened", [this] { Open(); }},
+      {"named at the start", [this] {
+         session_.Start("-config " + Path("hand-off") + " -configfile " + Path("job.etl"));
+       }}};
+  for (const auto& [way, open] : ways) {
+    open();
+    auto& table = session_.Find<QTreeWidget>("Data links");
+    EXPECT_TRUE(WaitUntil([&] { return table.topLevelItemCount() == 6; })) << way;
+    EXPECT_FALSE(session_.Find<QLabel>("Note on the data links").isVisible()) << way;
+    EXPECT_FALSE(session_.Window().isWindowModified()) << way;
+  }
+  // Another job, whose warehouse nobody knows.
+  session_.Files().WriteFile("away.etl",
+                             std::string(Job()).replace(Job().find("DWDB=DW"), 7, "DWDB=none"));
+  session_.Form().OpenJobFile(Path("away.etl"));
+  auto& note = session_.Find<QLabel>("Note on the data links");
+  EXPECT_TRUE(WaitUntil([&] { return note.text().contains("cannot be read now"); }));
+  EXPECT_EQ(session_.Find<QTreeWidget>("Data links").topLevelItemCount(), 0);
+  EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
 
 TEST_F(LinkPanelsTest, EachPanelWritesItsLinkIntoTheJobFile) {
   const struct {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -33,6 +34,8 @@ struct FakeAdoState {
   std::set<std::string> refused;                            ///< Properties that cannot be set.
   std::optional<std::vector<ado::ProviderError>> failOpen;  ///< The next Open fails with these.
   std::vector<ado::ProviderError> errors;
+  std::function<void()> onOpen, onQuery;  ///< The next one calls it first, on its thread.
+  std::function<void()> onCancel;
 };
 
 [[noreturn]] inline void FailFake(FakeAdoState& state, std::vector<ado::ProviderError> errors) {
@@ -102,6 +105,7 @@ class FakeConnection final : public ado::Connection {
   }
   void Open() override {
     Note("Open");
+    if (state_.onOpen) std::exchange(state_.onOpen, nullptr)();
     if (state_.failOpen) FailFake(state_, *std::exchange(state_.failOpen, std::nullopt));
     isOpen_ = true;
   }
@@ -117,6 +121,7 @@ class FakeConnection final : public ado::Connection {
   std::unique_ptr<ado::Recordset> OpenRecordset(const std::string& sql,
                                                 const ado::CursorOptions& options) override {
     if (!isOpen_) FailFake(state_, {{0, "the connection is not open"}});
+    if (state_.onQuery) std::exchange(state_.onQuery, nullptr)();
     const auto found = state_.rows.find(sql);
     if (found == state_.rows.end()) FailFake(state_, {{0, "no rows are known for: " + sql}});
     return std::make_unique<FakeRecordset>(state_, found->second,
@@ -161,7 +166,9 @@ class FakeConnection final : public ado::Connection {
   void RollbackTrans() override { Refuse(); }
   void SetSavepoint() override { Refuse(); }
   void RollbackToSavepoint() override { Refuse(); }
-  void Cancel() override { Refuse(); }
+  void Cancel() override {
+    if (state_.onCancel) state_.onCancel();
+  }
 
  private:
   void Note(const std::string& call) { state_.calls.push_back(call); }

@@ -1,9 +1,12 @@
 #include "ui/qt/LinkTable.h"
 
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QStyle>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -17,6 +20,7 @@ namespace {
 /// From so many links on they can be filtered.
 constexpr std::size_t kManyLinks = 8;
 constexpr int kPlaceColumn = 2;
+constexpr int kListingMilliseconds = 50;
 
 QStyle::StandardPixmap IconOf(LinkPicture picture) {
   switch (picture) {
@@ -91,6 +95,26 @@ class LinkTable final : public QTreeWidget {
   bool isFilling_ = false;
 };
 
+/// Lists the links of a job that is opened, and says what becomes of it.
+QLabel* NewListing(frmRunnerMain& form) {
+  auto* const note = new QLabel;
+  note->setWordWrap(true);
+  note->setEnabled(false);
+  note->setAccessibleName(Tr("Note on the data links"));
+  Watch(form.LinksNote, *note, [](QLabel& label, const std::string& text) {
+    label.setText(Tr(text.c_str()));
+    label.setVisible(!text.empty());
+  });
+  auto* const timer = new QTimer(note);
+  timer->setInterval(kListingMilliseconds);
+  QObject::connect(timer, &QTimer::timeout, note, [&form] { form.TakeLinks(); });
+  Watch(form.ListsLinks, *timer, [](QTimer& one, bool lists) { lists ? one.start() : one.stop(); });
+  form.JobRead.Observe([&form, isShown = QPointer<QLabel>(note)] {
+    if (isShown) form.ListLinks();
+  });
+  return note;
+}
+
 }  // namespace
 
 QWidget* NewLinkTable(frmRunnerMain& form) {
@@ -116,6 +140,7 @@ QWidget* NewLinkTable(frmRunnerMain& form) {
   SetHelp(*load, form.cmdLoadDataLinks, Tr("Reads the data links from the data warehouse"));
   layout->addWidget(filter);
   layout->addWidget(table);
+  layout->addWidget(NewListing(form));
   layout->addWidget(load);
   return side;
 }
