@@ -27,7 +27,8 @@ class Messages {
   /// the log does not explain.
   virtual void Report(std::string_view line) = 0;
 
-  /// Handles what has arrived: clicks, and the signals that act as the Close button.
+  /// Handles what has arrived: clicks, and the signals that act as the Close button. On a thread
+  /// that is not the user's it does nothing.
   virtual void PumpEvents() = 0;
 };
 

@@ -73,34 +73,39 @@ void FtpFuncModule::ReportReason(const std::string& server) {
     services_.messages.Report("FTP server " + server + ": " + words);
 }
 
-void FtpFuncModule::Warn(const std::string& text) {
-  services_.messages.Box(text, "FTP Check", BoxIcon::Exclamation);
-}
-
 bool FtpFuncModule::FtpCheckRights(const std::string& server, const std::string& fileName,
                                    const std::string& remoteDir, const std::string& user,
-                                   const std::string& password) try {
+                                   const std::string& password) {
+  return TellRights(FindRights(server, fileName, remoteDir, user, password));
+}
+
+bool FtpFuncModule::TellRights(const FtpRights& rights) {
+  if (!rights.logLine.empty()) log_.EchoToLog(rights.logLine);
+  if (!rights.warning.empty())
+    services_.messages.Box(rights.warning, "FTP Check", BoxIcon::Exclamation);
+  return rights.areThere;
+}
+
+FtpRights FtpFuncModule::FindRights(const std::string& server, const std::string& fileName,
+                                    const std::string& remoteDir, const std::string& user,
+                                    const std::string& password) const try {
   const std::string path = PathIn(remoteDir, fileName);
   const std::string testPath = path + "test";
   Session session(services_.internet);
-  if (!session.Open()) {
-    log_.EchoToLog(kNoInternet);
-    return false;
-  }
-  if (!session.Connect(server, user, password)) return Warn(kNoLogin), false;
+  if (!session.Open()) return {.logLine = kNoInternet};
+  if (!session.Connect(server, user, password)) return {.warning = kNoLogin};
   if (!session.OpenFile(path, wininet::FileAccess::Read))
-    return Warn(
-               "Error occurred! The user doesn't have read rights or file 'status' doesn't exist!"),
-           false;
-  if (!session.Connect(server, user, password)) return Warn(kNoLogin), false;
+    return {.warning =
+                "Error occurred! The user doesn't have read rights or file 'status' doesn't "
+                "exist!"};
+  if (!session.Connect(server, user, password)) return {.warning = kNoLogin};
   if (!session.OpenFile(testPath, wininet::FileAccess::Write))
-    return Warn("Error occurred! The user doesn't have write rights!"), false;
+    return {.warning = "Error occurred! The user doesn't have write rights!"};
   if (session.Connect(server, user, password))
     session.client.FtpDeleteFileA(session.connection, testPath);
-  return true;
+  return {.areThere = true};
 } catch (const std::exception& error) {
-  Warn(kUnexpected + WordsOf(error));
-  return false;
+  return {.warning = kUnexpected + WordsOf(error)};
 }
 
 bool FtpFuncModule::FtpGetDirectory(const std::string& server, std::string& remoteDir,

@@ -19,6 +19,13 @@ std::string TrimAtNul(std::string_view text);
 /// The message for an error code of the client; for an extended error the server's last response.
 std::string InternetErrorText(const wininet::Client& internet, std::uint32_t code);
 
+/// What a check of a user's rights has found.
+struct FtpRights {
+  bool areThere = false;
+  std::string warning = {};  ///< For a message box: the first right that is missing.
+  std::string logLine = {};  ///< For the log, in place of a box.
+};
+
 /// Remote data on an FTP server. Each function opens and closes its own connection.
 class FtpFuncModule {
  public:
@@ -29,6 +36,13 @@ class FtpFuncModule {
   bool FtpCheckRights(const std::string& server, const std::string& fileName,
                       const std::string& remoteDir, const std::string& user,
                       const std::string& password);
+
+  /// The two halves of it. The first tells nobody: another thread may call it, while no other
+  /// function is used.
+  FtpRights FindRights(const std::string& server, const std::string& fileName,
+                       const std::string& remoteDir, const std::string& user,
+                       const std::string& password) const;
+  bool TellRights(const FtpRights& rights);
 
   /// Downloads every file of the remote directory to `localDir`, which is made when it is missing;
   /// "/" is added to `remoteDir`. False at the first file that does not come; the log says why, and
@@ -57,7 +71,6 @@ class FtpFuncModule {
                 const std::string& localDir);
   bool StopAndLog(CopyAnimDlg& dialog, Session& session, const std::string& server);
   bool LogFailure(Session& session, std::uint32_t code);
-  void Warn(const std::string& text);
 
   RunLog& log_;
   const TransferServices services_;

@@ -6,6 +6,7 @@
 #include "platform/Ado.h"
 #include "platform/FileDialogs.h"
 #include "platform/Messages.h"
+#include "ui/AsideWork.h"
 #include "ui/ModSHBrowse.h"
 
 namespace torvik {
@@ -35,17 +36,19 @@ void DataLinkPanel::cmdTest_Click() {
   const bool isFile = link_->etlType == EtlExcel || link_->etlType == EtlAccess;
   const ServerLogon logon{isFile ? link_->strDSFile : link_->strDSServer, link_->blnDSTrustedLogin,
                           link_->strDSUser, link_->strDSPassword};
-  std::unique_ptr<ado::Connection> connection;
+  bool isOpen = false;
   std::string errorText;
-  services_.hourglass.Set(true);
-  const bool isOpen = BuildConnection(services_.databases, link_->etlType, logon, connection,
-                                      errorText, link_->strDSDatabase);
-  services_.hourglass.Set(false);
-  if (isOpen)
-    services_.messages.Box("It can be opened: " + logon.server, "Test", BoxIcon::Information);
-  else
-    services_.messages.Box("Error while connecting to : " + logon.server + errorText, "Test",
-                           BoxIcon::Critical);
+  const auto open = [&, etlType = link_->etlType, database = link_->strDSDatabase] {
+    std::unique_ptr<ado::Connection> connection;
+    isOpen = BuildConnection(services_.databases, etlType, logon, connection, errorText, database);
+  };
+  services_.aside.Do(open, [&] {
+    if (isOpen)
+      services_.messages.Box("It can be opened: " + logon.server, "Test", BoxIcon::Information);
+    else
+      services_.messages.Box("Error while connecting to : " + logon.server + errorText, "Test",
+                             BoxIcon::Critical);
+  });
 }
 
 void DataLinkPanel::BlankServerFields(cDataSource& link) {

@@ -10,6 +10,7 @@ namespace torvik {
 namespace ado {
 class Provider;
 }
+class AsideWork;
 class FileDialogs;
 class Files;
 class FtpFuncModule;
@@ -24,7 +25,7 @@ struct PanelServices {
   Messages& messages;
   FtpFuncModule& ftp;
   Files& files;
-  Observable<bool>& hourglass;  ///< The pointer, while something takes long.
+  AsideWork& aside;  ///< Of tests: servers may take long to answer.
 };
 
 /// An editor panel of one family of data links. It edits its record in place: each change of a

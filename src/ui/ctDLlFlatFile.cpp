@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "platform/Messages.h"
 #include "transfer/FtpFuncModule.h"
+#include "ui/AsideWork.h"
 #include "ui/ModSHBrowse.h"
 
 namespace torvik {
@@ -161,22 +162,26 @@ void ctDLlFlatFile::cmdSourceRemDataDir_Click() {
 void ctDLlFlatFile::cmdTest_Click() {
   const cDataSource* const link = ObjDataSource();
   if (link == nullptr) return;
-  services_.hourglass.Set(true);
-  const Finding finding =
-      LookAt(services_.files, link->strDSDirectory, link->intTransferData != TransferNone);
-  services_.hourglass.Set(false);
-  services_.messages.Box(finding.text, "Test", finding.icon);
+  Finding finding;
+  const auto look = [&, directory = link->strDSDirectory,
+                     areFetched = link->intTransferData != TransferNone] {
+    finding = LookAt(services_.files, directory, areFetched);
+  };
+  services_.aside.Do(look, [&] { services_.messages.Box(finding.text, "Test", finding.icon); });
 }
 
 void ctDLlFlatFile::cmdTestFTP_Click() {
-  services_.hourglass.Set(true);
-  const bool hasRights = services_.ftp.FtpCheckRights(
-      txtSourceFTPServer.Text.Get(), kRightsFile, txtSourceRemDataDir.Text.Get(),
-      txtSourceFTPUsername.Text.Get(), txtSourceFTPPassword.Text.Get());
-  services_.hourglass.Set(false);
-  if (hasRights)
-    services_.messages.Box("Check operation succeeded! The user has read and write rights.",
-                           "FTP Check", BoxIcon::Information);
+  FtpRights rights;
+  const auto check =
+      [&, server = txtSourceFTPServer.Text.Get(), directory = txtSourceRemDataDir.Text.Get(),
+       user = txtSourceFTPUsername.Text.Get(), password = txtSourceFTPPassword.Text.Get()] {
+        rights = services_.ftp.FindRights(server, kRightsFile, directory, user, password);
+      };
+  services_.aside.Do(check, [&] {
+    if (services_.ftp.TellRights(rights))
+      services_.messages.Box("Check operation succeeded! The user has read and write rights.",
+                             "FTP Check", BoxIcon::Information);
+  });
 }
 
 }  // namespace torvik

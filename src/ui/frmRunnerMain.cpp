@@ -10,7 +10,7 @@ namespace torvik {
 frmRunnerMain::frmRunnerMain(Program& program)
     : ctDLlFlatFileOBJ({program.platform.browser, program.platform.dialogs,
                         program.platform.databases, program.platform.messages, ftp_,
-                        program.platform.files, Hourglass}),
+                        program.platform.files, aside_}),
       ctDLSQLServerOBJ(ctDLlFlatFileOBJ.Services()),
       ctlDLAccesFilesOBJ(ctDLlFlatFileOBJ.Services()),
       ctlDLExcelFilesOBJ(ctDLlFlatFileOBJ.Services()),
@@ -28,6 +28,7 @@ frmRunnerMain::frmRunnerMain(Program& program)
                          program.platform.files,
                          program.platform.messages,
                          {}}),
+      aside_(program.platform.messages, Hourglass),
       outlineLoader_(program.platform.packages),
       linkLoader_(program.platform.databases) {
   settings_.SetCompany("Quor");

@@ -12,6 +12,7 @@
 #include "startup/MainForm.h"
 #include "startup/RunDriver.h"
 #include "transfer/FtpFuncModule.h"
+#include "ui/AsideWork.h"
 #include "ui/CRegSettings.h"
 #include "ui/Controls.h"
 #include "ui/JobHistory.h"
@@ -79,9 +80,9 @@ class frmRunnerMain final : public MainForm {
   Observable<std::string> Caption;
   Observable<bool> HasCloseEntry{true};  ///< In the menu of the window's frame.
   Observable<bool> Busy;                 ///< A job is executing.
-  Observable<bool> Hourglass;            ///< The pointer, while something takes long.
-  Observable<bool> HasJob{true};         ///< Else neither a file is open nor a new job begun.
-  Observable<bool> Modified;             ///< Something is not saved.
+  Observable<bool> Hourglass;     ///< The pointer, while a job is executing or a test goes on.
+  Observable<bool> HasJob{true};  ///< Else neither a file is open nor a new job begun.
+  Observable<bool> Modified;      ///< Something is not saved.
   /// Whether a page of tabDataInfo has all that Execute needs of it.
   Observable<bool> PackagePageComplete, WarehousePageComplete;
   RunMonitor Monitor;
@@ -256,6 +257,7 @@ class frmRunnerMain final : public MainForm {
   RunDriver driver_;
   CRegSettings settings_;
   FtpFuncModule ftp_;
+  AsideWork aside_;
   DataLinkPanel* panel_ = nullptr;
   bool isOpen_ = false;
   bool startInQXJobConfigMode_ = false;

@@ -31,7 +31,7 @@ void frmRunnerMain::StoreLastUsedFile() {
 }
 
 void frmRunnerMain::cmdExecute_Click() {
-  if (Busy.Get()) return;
+  if (Hourglass.Get()) return;
   SetFormStatus("");
   StoreLastUsedFile();
   if (startInQXJobConfigMode_) return FinishSchedulerConfiguration();
@@ -108,6 +108,7 @@ void frmRunnerMain::ExecuteHere() {
 }
 
 void frmRunnerMain::cmdClose_Click() {
+  if (aside_.IsOn()) return aside_.Afterwards([this] { cmdClose_Click(); });
   StoreLastUsedFile();
   if (Busy.Get()) {
     program_.log.EchoToLog("Waiting for end of execution");

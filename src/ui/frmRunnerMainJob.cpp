@@ -212,7 +212,7 @@ void frmRunnerMain::cmdOpen_Click() {
 
 /// What is open stays when the file is none of a job.
 void frmRunnerMain::OpenJobFile(const std::string& path) {
-  if (Busy.Get() || !MayLoseChanges()) return;
+  if (Hourglass.Get() || !MayLoseChanges()) return;
   const Platform& platform = program_.platform;
   if (!platform.files.CheckReadable(path) && !HoldsJob(platform.profile, path))
     return ShowError("Error: Can't load Config file " + path +
@@ -249,7 +249,7 @@ void frmRunnerMain::mnuFileSave_Click() {
 }
 
 void frmRunnerMain::mnuFileNew_Click() {
-  if (Busy.Get() || !MayLoseChanges()) return;
+  if (Hourglass.Get() || !MayLoseChanges()) return;
   ReleaseLinks();
   ForgetRun();
   TorvConfigFile.clear();

@@ -12,12 +12,14 @@
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
+#include <QTimer>
 #include <QTreeWidget>
 #include <tuple>
 #include <utility>
 
 #include "desktop/WindowTest.h"
 #include "platform/Ado.h"
+#include "servers/FtpPeer.h"
 #include "servers/PrivateServer.h"
 
 namespace torvik {
@@ -168,6 +170,36 @@ TEST_F(LinkPanelsTest, TheRightsOnAnFtpServerAreTested) {
     Click("Test FTP");
     EXPECT_EQ(answer, box);
   }
+}
+
+TEST_F(LinkPanelsTest, TheWindowLivesWhileAnFtpServerIsWaitedFor) {
+  const FtpPeer peer("when connect|wait 500|reply 530 not now|close");
+  session_.Files().AddSettings("[ftp]\nport = " + std::to_string(peer.Port()) + "\n");
+  Open();
+  SelectLink("orders");
+  Click("Copy remote data before each run");
+  Click("from an FTP server");
+  Type("FTP server", "127.0.0.1");
+  auto& test = session_.Find<QPushButton>("Test FTP");
+  test.setFocus();
+  int ticks = 0;
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+    EXPECT_FALSE(test.isEnabled());
+    EXPECT_NE(QApplication::overrideCursor(), nullptr);
+    Press(Qt::Key_N);
+    ++ticks;
+    timer.stop();
+  });
+  timer.start(50);
+  std::string box;
+  AnswerNext(box);
+  Click("Test FTP");
+  EXPECT_EQ("FTP Check|Login failed! FTP site doesn't exist or the password is incorrect!", box);
+  EXPECT_EQ(ticks, 1);
+  EXPECT_EQ(session_.Window().focusWidget(), &test) << "the keyboard stays where it was";
+  EXPECT_TRUE(test.isEnabled());
+  EXPECT_EQ(session_.Form().TorvConfigFile, Path("job.etl")) << "New was not to be had";
 }
 
 TEST_F(LinkPanelsTest, TheFilesOfADirectoryAreTested) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -26,6 +27,7 @@ namespace torvik {
 ///   names COUNT    lines of LIST, likewise
 ///   end, cut       ends the data connection, properly or by a reset
 ///   close, reset   ends the control connection likewise
+///   wait COUNT     milliseconds
 ///   hang           says nothing any more
 class FtpPeer {
  public:
@@ -126,6 +128,7 @@ class FtpPeer {
   bool Act(const std::string& step, const std::string& text) {
     if (step == "reply") Send(control_, text + "\r\n");
     if (step == "data") SendData(text);
+    if (step == "wait") std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(text)));
     for (int i = 0; step == "names" && i < std::stoi(text); ++i)
       SendData("-rw-r--r-- 1 o g 5 Jan  8 10:20 file " + std::to_string(i) + "\r\n");
     if (step == "cut") Reset(data_);

@@ -11,6 +11,7 @@
 #include "fakes/FakeWinInet.h"
 #include "log/RunLog.h"
 #include "transfer/FtpFuncModule.h"
+#include "ui/AsideWork.h"
 #include "ui/ctDLSQLServer.h"
 #include "ui/ctDLlFlatFile.h"
 #include "ui/ctlDLAccesFiles.h"
@@ -34,7 +35,8 @@ struct PanelTest : testing::Test {
   RunLog log{files, messages};
   FtpFuncModule ftp{log, {internet, shares, files, messages, {}}};
   Observable<bool> hourglass;
-  PanelServices services{browser, dialogs, ado, messages, ftp, files, hourglass};
+  AsideWork aside{messages, hourglass};
+  PanelServices services{browser, dialogs, ado, messages, ftp, files, aside};
 
   /// A record in which everything is set.
   static cDataSource Full() {

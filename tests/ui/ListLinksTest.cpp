@@ -2,9 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <future>
-
 #include "fakes/DataLinkRow.h"
+#include "fakes/Gate.h"
 #include "fakes/ProgramTest.h"
 #include "ui/LinkLoader.h"
 
@@ -18,22 +17,6 @@ using testing::SizeIs;
 
 constexpr const char* kLinksOfSales =
     "SELECT * FROM dwm_data_link WHERE dwm_data_link.model = 'Sales'";
-
-/// Where another thread waits until it may go on.
-class Gate {
- public:
-  std::function<void()> Pass() {
-    return [this] {
-      arrived_.set_value();
-      open_.get_future().wait();
-    };
-  }
-  void WaitForArrival() { arrived_.get_future().wait(); }
-  void Open() { open_.set_value(); }
-
- private:
-  std::promise<void> arrived_, open_;
-};
 
 struct ListLinksTest : ProgramTest {
   ListLinksTest() {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "fakes/DataLinkRow.h"
+#include "fakes/Gate.h"
 #include "fakes/ProgramTest.h"
 
 namespace torvik {
@@ -200,6 +201,34 @@ TEST_F(MainFormTest, EditsOfLinksStayUntilTheOperatorGivesThemUp) {
     EXPECT_EQ(c.database, form.cmbDestDB.Text.Get());
   }
   EXPECT_EQ(nullptr, program.dataLinks.FindDataLink("erp"));
+}
+
+TEST_F(MainFormTest, EventsAreHandledDuringATestAndCloseWaitsForItsEnd) {
+  frmRunnerMain& form = Open();
+  form.cmdLoadDataLinks_Click();
+  form.lstDataLinks.ListIndex.Set(1);
+  form.lstDataLinks_Click();
+  Gate gate;
+  ado.state.onOpen = gate.Pass();
+  bool isPumped = false;
+  messages.onPump = [&] {
+    if (std::exchange(isPumped, true)) return;
+    EXPECT_TRUE(form.Hourglass.Get());
+    form.mnuFileNew_Click();
+    form.OpenJobFile("job.etl");
+    form.cmdExecute_Click();
+    form.ctDLSQLServerOBJ.cmdTest_Click();
+    EXPECT_TRUE(form.ctDLSQLServerOBJ.Visible.Get());
+    EXPECT_THAT(host.state.calls, IsEmpty());
+    form.cmdClose_Click();
+    EXPECT_TRUE(form.IsOpen());
+    gate.Open();
+  };
+  form.ctDLSQLServerOBJ.cmdTest_Click();
+  EXPECT_EQ("Test|It can be opened: ERP", LastBox());
+  EXPECT_EQ(1u, messages.boxes.size());
+  EXPECT_FALSE(form.Hourglass.Get());
+  EXPECT_FALSE(form.IsOpen());
 }
 
 TEST_F(MainFormTest, AFileThatIsNoJobLeavesWhatIsOpen) {

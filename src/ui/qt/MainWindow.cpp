@@ -122,7 +122,7 @@ void MainWindow::MakeMenus() {
     QAction* const action = file->addAction(text);
     action->setShortcut(keys);
     connect(action, &QAction::triggered, this, work);
-    Watch(form_.Busy, *action, [](QAction& one, bool busy) { one.setEnabled(!busy); });
+    Watch(form_.Hourglass, *action, [](QAction& one, bool on) { one.setEnabled(!on); });
     return action;
   };
   const auto addTool = [this, &add](const QString& text, const QKeySequence& keys,
@@ -147,7 +147,10 @@ void MainWindow::MakeMenus() {
     QAction* const check =
         addTool(Tr("&Check"), {}, style()->standardIcon(QStyle::SP_DialogApplyButton),
                 [this] { checker_->Start(); });
-    Watch(form_.cmdCheck.Enabled, *check, [](QAction& one, bool can) { one.setEnabled(can); });
+    for (auto* const one : {&form_.cmdCheck.Enabled, &form_.Hourglass})
+      Watch(*one, *check, [this](QAction& action, bool) {
+        action.setEnabled(form_.cmdCheck.Enabled.Get() && !form_.Hourglass.Get());
+      });
   }
   QAction* const execute =
       addTool({}, QKeySequence(Qt::Key_F5), RunIcon(), [this] { form_.cmdExecute_Click(); });
@@ -352,7 +355,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (!form_.Busy.Get() && !DroppedJobFile(*event->mimeData()).isEmpty())
+  if (!form_.Hourglass.Get() && !DroppedJobFile(*event->mimeData()).isEmpty())
     event->acceptProposedAction();
 }
 

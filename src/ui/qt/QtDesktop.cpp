@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QThread>
 #include <QTimer>
 
 #include "platform/FileDialogs.h"
@@ -58,6 +59,7 @@ class QtMessages final : public Messages {
   void Report(std::string_view line) override { console_.Report(line); }
 
   void PumpEvents() override {
+    if (QThread::currentThread() != QApplication::instance()->thread()) return;
     console_.PumpEvents();
     QApplication::processEvents();
   }

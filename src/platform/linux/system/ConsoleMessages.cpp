@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <string>
+#include <thread>
 
 #include "platform/linux/system/Posix.h"
 #include "platform/linux/system/ProcessSetup.h"
@@ -50,11 +51,13 @@ class ConsoleMessages final : public Messages {
   }
 
   void PumpEvents() override {
+    if (std::this_thread::get_id() != thread_) return;
     for (int kept = keptSignals.exchange(0); kept > 0; --kept) onClose_();
   }
 
  private:
   std::function<void()> onClose_;
+  const std::thread::id thread_ = std::this_thread::get_id();
 };
 
 }  // namespace
