@@ -64,7 +64,8 @@ std::size_t BlockReader::Fill(char* begin, std::size_t filled, std::size_t capac
 
 TextBlock BlockReader::Next(RowBatch& batch, bool mustGrow) {
   if (decoder_) return NextDecoded(batch, mustGrow);
-  const std::span<char> room = batch.Block(RoomFor(kept_.size(), mustGrow));
+  std::span<char> room = batch.Block(RoomFor(kept_.size(), mustGrow) + kBytesBehind);
+  room = room.first(room.size() - kBytesBehind);
   std::memcpy(room.data(), kept_.data(), kept_.size());
   const std::size_t filled = Fill(room.data(), kept_.size(), room.size());
   block_ = {room.data(), room.data() + filled, atEnd_};

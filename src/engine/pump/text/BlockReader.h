@@ -28,6 +28,9 @@ class BlockReader {
   /// the processor's cache.
   static constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
 
+  /// So many bytes behind a block's text can be read as well, whatever they are.
+  static constexpr std::size_t kBytesBehind = 16;
+
   /// `cancelled` ends a wait for a pipe's writer. Throws RowError when the start of the input
   /// cannot be read.
   BlockReader(TextInput input, const std::atomic<bool>* cancelled);

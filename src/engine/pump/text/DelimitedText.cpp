@@ -1,5 +1,7 @@
 #include <utility>
 
+#include "engine/pump/text/Qualifiers.h"
+#include "engine/pump/text/RowIndex.h"
 #include "engine/pump/text/TextLayouts.h"
 #include "engine/pump/text/TextSource.h"
 
@@ -14,8 +16,15 @@ class DelimitedText final : public TextSource {
     if (!format.textQualifier.empty()) qualifier_ = format.textQualifier[0];
     countsLineFeeds_ =
         format.rowDelimiter.empty() || format.rowDelimiter.find('\n') != std::string::npos;
-    scanner_.emplace(Encoded(format.columnDelimiter), Encoded(format.rowDelimiter),
-                     format.textQualifier);
+    const std::string column = Encoded(format.columnDelimiter), row = Encoded(format.rowDelimiter);
+    scanner_.emplace(column, row, format.textQualifier);
+    if (column.size() == 1 && row.size() <= 1 && column != "\r" && format.textQualifier != "\r")
+      index_.emplace(RowIndex::Rules{.column = column[0],
+                                     .row = row.empty() ? '\n' : row[0],
+                                     .quote = qualifier_,
+                                     .hasQuotes = !format.textQualifier.empty(),
+                                     .endsInLineFeed = row.empty(),
+                                     .isUtf8 = !IsSingleByte()});
   }
 
  private:
@@ -31,6 +40,43 @@ class DelimitedText final : public TextSource {
     return RowError::TooManyFields(PlaceOfByte(extra.begin, want + 1), want, got,
                                    ShownText(extra.begin, extra.end));
   }
+
+  void BeginBlock() override {
+    if (index_) index_->Clear();
+  }
+
+  bool TakeWellFormedRow(RowBatch& batch) override {
+    if (!index_ || columns_.empty()) return false;
+    const auto ends = index_->FieldEnds(row_, block_.end, columns_.size());
+    if (ends.empty()) return false;
+    const char* const last = index_->Start() + ends.back();
+    // These bytes have to be decoded.
+    if (IsSingleByte() && index_->HasOdd(row_, last)) return false;
+    rowEnd_ = row_ + (last - row_) + 1;
+    ado::LoadValue* value = AddRow(batch, ends.size());
+    const char* field = row_;
+    for (const std::uint16_t at : ends.first(ends.size() - 1)) {
+      const char* const end = index_->Start() + at;
+      *value++ = ValueOf(field, end, batch);
+      field = end + 1;
+    }
+    const bool hasReturn = format_.rowDelimiter.empty() && last > field && last[-1] == '\r';
+    *value = ValueOf(field, hasReturn ? last - 1 : last, batch);
+    line_ += 1;
+    if (countsLineFeeds_ && index_->MayHaveRowEndsInside()) line_ += LinesIn(row_, last);
+    row_ = rowEnd_;
+    return true;
+  }
+
+  ado::LoadValue ValueOf(const char* begin, const char* end, RowBatch& batch) const {
+    const bool isQuoted = *begin == qualifier_;
+    if (isQuoted) ++begin, --end;
+    const std::string_view text(begin, static_cast<std::size_t>(end - begin));
+    if (isQuoted && index_->HasQuote(begin, end)) return Undoubled(text, qualifier_, batch);
+    return text.empty() && !isQuoted ? ado::LoadValue() : ado::LoadValue(text);
+  }
+
+  std::optional<RowIndex> index_;
 };
 
 }  // namespace

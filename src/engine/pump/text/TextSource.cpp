@@ -84,6 +84,7 @@ bool TextSource::ReadRows(RowBatch& batch, bool stopAtRow) {
 const char* TextSource::TakeRows(RowBatch& batch, bool stopAtRow) {
   row_ = block_.begin;
   needsMore_ = false;
+  BeginBlock();
   const std::size_t most = stopAtRow ? 1 : kMostRows;
   while (row_ < block_.end && !needsMore_ && batch.RowCount() < most &&
          batch.BadRows().size() < kMostRows)
@@ -95,6 +96,7 @@ const char* TextSource::TakeRows(RowBatch& batch, bool stopAtRow) {
 bool TextSource::TakeNext(RowBatch& batch) {
   if (long_) return SkipLongRow(batch);
   if (linesToSkip_ > 0) return SkipLine();
+  if (emptyLines_.empty() && TakeWellFormedRow(batch)) return true;
   const RowScan scan = FindRow(row_, block_.end, block_.last);
   RowScan end = scan;
   if (scan.outcome == RowScan::Outcome::TextAfterQuote)
@@ -136,7 +138,7 @@ void TextSource::TakeRow(RowBatch& batch, const RowScan& scan) {
       if (!error) error = DecodeField(fields[column], column, batch);
   if (error) return batch.AddBadRow(Origin(), std::move(*error));
 
-  ado::LoadValue* value = batch.AddRow(Origin(), fields.size()).data();
+  ado::LoadValue* value = AddRow(batch, fields.size());
   for (const RawField& field : fields) {
     const std::string_view text(field.begin, static_cast<std::size_t>(field.end - field.begin));
     if (field.doubled)
@@ -145,6 +147,11 @@ void TextSource::TakeRow(RowBatch& batch, const RowScan& scan) {
       *value = text.empty() && !field.quoted ? ado::LoadValue() : ado::LoadValue(text);
     ++value;
   }
+}
+
+ado::LoadValue* TextSource::AddRow(RowBatch& batch, std::size_t width) {
+  rowOffset_ = reader_.OffsetOf(row_);
+  return batch.AddRow(Origin(), width).data();
 }
 
 RowError TextSource::ScanError(const RowScan& scan) {
@@ -178,7 +185,8 @@ std::optional<RowError> TextSource::DecodeField(RawField& field, std::size_t col
         ShownText(field.begin, field.end));
   }
   if (!codePage) return std::nullopt;
-  const std::span<char> copy = batch.Allocate(decoded_.size());
+  const std::span<char> copy =
+      batch.Allocate(decoded_.size() + BlockReader::kBytesBehind).first(decoded_.size());
   std::ranges::copy(decoded_, copy.begin());
   field.begin = copy.data();
   field.end = copy.data() + copy.size();

@@ -1,10 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
 #include <span>
 #include <string>
 
 #include "engine/pump/PumpTools.h"
+#include "engine/pump/text/BlockReader.h"
+#include "engine/pump/text/ScannedRows.h"
 #include "platform/PlatformError.h"
 #include "platform/linux/text/IconvCodePages.h"
 
@@ -89,6 +92,7 @@ const Case kGood[] = {
 const Case kBad[] = {
     {"a,b,c\n1,2,3\n4,5\n6,7,8\n", kHeader, "a|b|c/1|2|3/!3.2 the row ends after/6|7|8/"},
     {"a,b\n1,\"x\ny\"\n1,2,3,4\n5,6", kHeader, "a|b/1|x\ny/!4.3 the row has 4/5|6/"},
+    {"1,2\n3,\"a\"\r\n", {.rowDelimiter = "\n"}, "/1|2/!2.2 text follows the closing/"},
     {"1\n,2##3,4##5", kTwoHashes, "/1\n|2/3|4/!3.1 the row ends after/"},
     {"a,b\n1,2\n\n\r\n3,4\n\n", kHeader,
      "a|b/1|2/!3.0 the row ends after/!4.0 the row ends after/3|4/"},
@@ -205,6 +209,60 @@ TEST(DelimitedText, ReadsTheSameHoweverTheBytesArrive) {
       EXPECT_TRUE(expected == Outcome(files, {.columnDelimiter = "<>", .encoding = encoding}))
           << encoding << ", reads of " << files.readBytes;
   }
+}
+
+/// Rows of three columns, most of them good, of pieces that a fast way may take for others.
+std::string MadeText(std::mt19937& random, std::size_t size) {
+  const std::string pieces[] = {"a", "bcd", "\u00e9", "\u20ac", "\U0001F600",
+                                "",  "",    "\r",     "x\"y\""};
+  const std::string quoted[] = {"a", "\"\"", ",", "\n", "\r\n", "\u00e9", "\"\"\"\"", "wide text"};
+  const std::string wrong[] = {"\"",   "\"\"",     ",",  "\n",     "\xFF",
+                               "\xC3", "\xE2\x82", "\r", "\"a\"b", "\0"s};
+  const auto pick = [&](const auto& from) { return from[random() % std::size(from)]; };
+  std::string text;
+  while (text.size() < size) {
+    for (const char* delimiter : {",", ",", random() % 2 ? "\n" : "\r\n"}) {
+      const bool isQuoted = random() % 3 == 0;
+      if (isQuoted) text += '"';
+      for (auto count = random() % 4; count > 0; --count)
+        text += isQuoted ? pick(quoted) : pick(pieces);
+      if (random() % 50 == 0) text += std::string(random() % 200, 'w');
+      if (random() % 150 == 0) text += pick(wrong);
+      if (isQuoted) text += '"';
+      text += delimiter;
+    }
+  }
+  return text + "1,2,3\n";
+}
+
+/// Quotes, delimiters and little else.
+std::string Noise(std::mt19937& random, std::size_t size) {
+  const std::string bytes = "aaa,,\n\"\"\"\r\n";
+  std::string text = std::string(random() % 64, 'w') + ",,\n";
+  while (text.size() < size) text += bytes[random() % bytes.size()];
+  return text + ",,\n1,2,3\n";
+}
+
+TEST(DelimitedText, ReadsWhatAScanRowByRowFinds) {
+  std::mt19937 random(20);  // NOLINT: the same texts each time
+  RowScanner scanner(",", "", "\"");
+  TextFormat format = {.skipRows = 1, .columnNames = {"a", "b", "c"}};
+  SlowFiles files;
+  const auto codePages = NewIconvCodePages("windows-1252");
+  const auto check = [&](std::size_t before, const std::string& text) {
+    files.texts["f"] = std::string(before, '"') + "\n" + text;
+    const std::string rows = RowsInShort(*OpenTextSource(files, *codePages, "f", format));
+    EXPECT_TRUE(ScannedRows(scanner, text, 3, '"', 2) == rows) << before << "\n" << text;
+  };
+  for (int time = 0; time < 2000; ++time) check(0, MadeText(random, 200));
+  for (int time = 0; time < 10'000; ++time) check(0, Noise(random, 160));
+  for (std::size_t before = 0; before < 70; ++before)
+    for (const std::string row : {"\",\",2,3", "\"\",2,3", ",\"x\"\"\",\"x\"\r", ",2,\"x\"x"})
+      check(0, std::string(before, 'w') + row + "\n1,2,3\n");
+  for (int time = 0; time < 5; ++time) check(0, MadeText(random, 100'000));
+  const std::string text = MadeText(random, 300);
+  for (std::size_t back = 0; back < text.size(); ++back)
+    check(BlockReader::kBlockBytes - 1 - back, text);
 }
 
 /// What a bad row at the end of a text reports, in short.
