@@ -146,6 +146,9 @@ void RunProgram(const std::string& argumentText) {
       },
       [&running](const FetchProgress& progress) {
         if (running != nullptr) TellFetchProgress(*running, progress);
+      },
+      [&running] {
+        if (running != nullptr) LetEventsIn(*running);
       });
   const auto packages =
       engine::NewPackageHost({*linuxPlatform.databases,

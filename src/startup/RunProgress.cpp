@@ -23,6 +23,11 @@ void TellFetchProgress(Program& program, const FetchProgress& progress) {
   program.form->SetFormStatus(FetchText(progress));
 }
 
+void LetEventsIn(Program& program) {
+  program.platform.messages.PumpEvents();
+  program.remoteData.HeedStop();
+}
+
 void RunProgress::OnStart(std::string_view step) {
   recorder_.StepBegins(step);
   form_.ShowStep({std::string(step), StepState::Running, 0});

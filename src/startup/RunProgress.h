@@ -20,6 +20,10 @@ std::string FetchText(const FetchProgress& progress);
 /// has one.
 void TellFetchProgress(Program& program, const FetchProgress& progress);
 
+/// Lets events in while remote data is waited for or comes; throws FetchStopped when one of them
+/// has stopped the run.
+void LetEventsIn(Program& program);
+
 /// Shows an execution in the form's status bar, records it, and keeps the form responsive
 /// meanwhile.
 class RunProgress final : public dts::PackageEvents {

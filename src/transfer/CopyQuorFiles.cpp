@@ -156,12 +156,17 @@ bool CopyQuorFiles::Fetch(const std::string& place, const Write& write, const Co
   claims_.Note(place, TimeInWords(clock_.LocalTime()));
   write("idle");
   bool hasCome = false;
+  isFetching_ = true;
   try {
     hasCome = copy();
+  } catch (const FetchStopped&) {
+    isFetching_ = false;
   } catch (...) {
+    isFetching_ = false;
     if (write("ready")) claims_.Forget(place);
     throw;
   }
+  isFetching_ = false;
   if (hasCome || write("ready")) claims_.Forget(place);
   return hasCome;
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "platform/FetchProgress.h"
 #include "transfer/CopyFuncModule.h"
 #include "transfer/FetchClaims.h"
 #include "transfer/FtpFuncModule.h"
@@ -41,9 +42,13 @@ class CopyQuorFiles {
 
   /// Ends a wait for remote data within 100 ms, and the polling after the read in progress.
   void CancelPolling() { pollCancelRequested_ = true; }
-  /// Ends a wait in the same way, a fetch by FTP before its next file, and whatever is asked for
-  /// later before it begins.
+  /// Ends a wait in the same way, a fetch when HeedStop is called, at its next file at the latest,
+  /// and whatever is asked for later before it begins.
   void Stop() { isStopped_ = pollCancelRequested_ = true; }
+  /// To be called by what is called while files are fetched: throws FetchStopped after Stop.
+  void HeedStop() const {
+    if (isStopped_ && isFetching_) throw FetchStopped();
+  }
   bool IsStopped() const { return isStopped_; }
   void ForgetCancel() { isStopped_ = pollCancelRequested_ = false; }
   bool IsCancelRequested() const { return pollCancelRequested_; }
@@ -69,6 +74,7 @@ class CopyQuorFiles {
   FtpFuncModule ftp_;
   CopyFuncModule share_;
   bool pollCancelRequested_ = false, isStopped_ = false;
+  bool isFetching_ = false;  // and not yet handing back
 };
 
 }  // namespace torvik

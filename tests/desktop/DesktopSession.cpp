@@ -40,6 +40,9 @@ void DesktopSession::Start(const std::string& argumentText) {
   platform_ = NewLinuxPlatform([] {},
                                [this](const FetchProgress& progress) {
                                  if (program_) TellFetchProgress(*program_, progress);
+                               },
+                               [this] {
+                                 if (program_) LetEventsIn(*program_);
                                });
   packages_ = engine::NewPackageHost({*platform_.databases,
                                       *platform_.files,

@@ -4,19 +4,23 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QTest>
 #include <QTimer>
+#include <functional>
 
 #include "desktop/WindowTest.h"
 #include "platform/Ado.h"
+#include "servers/FtpPeer.h"
 #include "servers/PrivateServer.h"
 
 namespace torvik {
 namespace {
 
 using testing::AllOf;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -27,11 +31,11 @@ constexpr const char* kSlowly = "TransferRate RETR 400\n";
 class FetchPagesTest : public WindowTest {
  protected:
   /// Opens the form, which knows how to log on to the server.
-  void UseFtp(const PrivateServer& ftp) {
+  void UseFtp(const auto& ftp, const std::string& password) {
     session_.Files().AddSettings(
         "[ftp]\nport = " + std::to_string(ftp.Port()) +
         "\n[ftp 127.0.0.1]\nuser = torvik\npassword_file = " + Path("ftp-password") + "\n");
-    session_.Files().WriteFile("ftp-password", ftp.Password() + "\n");
+    session_.Files().WriteFile("ftp-password", password + "\n");
     chmod(Path("ftp-password").c_str(), 0600);
     Open();
   }
@@ -39,6 +43,22 @@ class FetchPagesTest : public WindowTest {
   /// What sessions call the server's directory "out": only root can move them to another root.
   static std::string DirectoryOf(const PrivateServer& ftp) {
     return geteuid() == 0 ? "/out" : ftp.PathOf("out");
+  }
+
+  /// Executes the job, and stops it by the button as soon as it is time.
+  void StopAsSoonAs(const std::function<bool()>& isTime) {
+    std::string question;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+      if (!isTime()) return;
+      timer.stop();
+      AnswerNext(question, "Stop");
+      Click("Stop");
+    });
+    timer.start(10);
+    Click("Execute");
+    EXPECT_NE(question, "");
+    EXPECT_TRUE(IsShown("Failed"));
   }
 
   /// Has the files of the link "orders" fetched.
@@ -57,7 +77,7 @@ TEST_F(FetchPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
   const PrivateServer ftp("private-ftp", kSlowly);
   ftp.Write("out/big.csv", std::string(300'000, 'x'));
   session_.Files().WriteFile("share/small.csv", "y");
-  UseFtp(ftp);
+  UseFtp(ftp, ftp.Password());
   auto& state = session_.Find<QLabel>("State of the step");
   auto& text = session_.Find<QPlainTextEdit>("What the step does");
   auto& time = session_.Find<QLabel>("Time of the run");
@@ -98,29 +118,35 @@ TEST_F(FetchPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
   }
 }
 
-TEST_F(FetchPagesTest, StopEndsAFetchBeforeItsNextFileAndTheRunWithIt) {
+TEST_F(FetchPagesTest, StopEndsAFetchWithinAFileAndTheRunWithIt) {
   const PrivateServer ftp("private-ftp", kSlowly);
-  for (const char* file : {"out/a.csv", "out/b.csv"}) ftp.Write(file, std::string(200'000, 'x'));
+  for (const char* file : {"out/a.csv", "out/b.csv"}) ftp.Write(file, std::string(2'000'000, 'x'));
   ftp.Write("out/status", "ready\n");
-  UseFtp(ftp);
+  UseFtp(ftp, ftp.Password());
   Link(true, DirectoryOf(ftp));
-  std::string question;
-  QTimer timer;
-  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] {
+  StopAsSoonAs([&] {
     const auto& fetches = session_.Form().Monitor.Fetches();
-    if (fetches.empty() || fetches[0].bytes == 0 || fetches[0].file.ends_with("status")) return;
-    timer.stop();
-    AnswerNext(question, "Stop");
-    Click("Stop");
+    return !fetches.empty() && fetches[0].bytes > 0 && !fetches[0].file.ends_with("status");
   });
-  timer.start(10);
-  Click("Execute");
-  EXPECT_NE(question, "");
-  EXPECT_TRUE(IsShown("Failed"));
   EXPECT_THAT(session_.Files().ReadFile("err.txt"),
-              AllOf(HasSubstr("Stopped by the operator\r\n"), Not(HasSubstr("Executing"))));
-  EXPECT_LE(session_.Form().Monitor.Fetches()[0].files, 2) << "of three";
+              AllOf(HasSubstr("Stopped by the operator\r\n"), Not(HasSubstr("Executing")),
+                    Not(HasSubstr("rror"))));
+  EXPECT_LE(session_.Form().Monitor.Fetches()[0].files, 1) << "of three";
   EXPECT_THAT(ftp.Read("out/status"), StartsWith("ready")) << "it is handed back";
+}
+
+TEST_F(FetchPagesTest, AServerThatFallsSilentNeitherFreezesTheWindowNorKeepsARunFromStopping) {
+  FtpPeer peer(
+      "when RETR|reply 150 here it is|data ready|end|reply 226 sent|"
+      "when LIST|reply 150 here they are|names 1|end|reply 226 sent|"
+      "when RETR|reply 150 here it is|data 123|hang");
+  UseFtp(peer, "any");
+  Link(true, "/out");
+  QElapsedTimer since;
+  since.start();
+  StopAsSoonAs([&] { return since.elapsed() > 1000; });
+  EXPECT_THAT(session_.Files().ReadFile("err.txt"), HasSubstr("Stopped by the operator\r\n"));
+  EXPECT_THAT(peer.Commands(), Contains(StartsWith("STOR"))) << "it is handed back";
 }
 
 }  // namespace

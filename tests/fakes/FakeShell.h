@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -17,6 +18,7 @@ struct FakeShell final : Shell {
   std::map<std::string, ShareResult> failing;  ///< By path.
   int copyResult = 0;
   std::string copyFailure;
+  std::function<void()> onCopy;
 
   bool Exists(const std::string& path) override { return directories.contains(path); }
   ShareResult ReadFirstLine(const std::string& path, std::size_t limit,
@@ -36,6 +38,7 @@ struct FakeShell final : Shell {
   int SHFileOperationA(const FileOperation& operation) override {
     calls.push_back("Copy " + operation.from + " to " + operation.to + ", flags " +
                     std::to_string(operation.flags));
+    if (onCopy) onCopy();
     return copyResult;
   }
   std::string CopyFailure() const override { return copyFailure; }

@@ -321,6 +321,21 @@ TEST_F(RemoteData, AShareIsCopiedAndItsErrorsAreToldInBoxes) {
   EXPECT_TRUE(files_.directories.contains("C:/in")) << "made when it is missing";
 }
 
+TEST_F(RemoteData, StopEndsACopyFromAShareAndNotItsHandingBack) {
+  shell_.texts[kShareStatus] = "ready";
+  shell_.directories = {std::string(kShare) + "\\", "C:/in"};
+  shell_.onCopy = [this] {
+    transfer_.HeedStop();
+    transfer_.Stop();
+    transfer_.HeedStop();
+  };
+  EXPECT_FALSE(PollShare());
+  EXPECT_EQ(Log(), kPolling + "Copying Remote Data from Share\n");
+  EXPECT_TRUE(messages_.boxes.empty()) << "an operator's stop is no failure";
+  EXPECT_TRUE(shell_.calls.back().starts_with("Write ")) << "its provider's status";
+  EXPECT_NO_THROW(transfer_.HeedStop());
+}
+
 TEST_F(RemoteData, TheDialogShowsWhatIsCopiedAndItsCancelIsAskedBetweenFiles) {
   status_ = "ready";
   EXPECT_TRUE(PollFtp());

@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include <thread>
+
 #include "platform/PlatformError.h"
 #include "platform/linux/AdoServers.h"
 #include "platform/linux/LinuxNeighbourhood.h"
@@ -24,7 +26,8 @@
 
 namespace torvik {
 
-LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch) {
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch,
+                               std::function<void()> onWait) {
   LinuxPlatform platform;
   if (const auto error = LoadSettings(ProcessEnvironment(), platform.settings); !error.empty()) {
     throw PlatformError(0, error, "settings");
@@ -33,21 +36,28 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   platform.codePages = NewIconvCodePages(platform.settings.codePage);
   platform.files = NewPosixFiles(paths, *platform.codePages, platform.settings.temporaryDirectory);
   platform.locks = NewPosixLocks(paths);
-  platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages, onFetch);
+  platform.messages = NewConsoleMessages(std::move(onClose));
+  if (!onWait) onWait = [messages = platform.messages.get()] { messages->PumpEvents(); };
+  const auto onWaitHere = [wait = std::move(onWait), here = std::this_thread::get_id()] {
+    if (std::this_thread::get_id() == here) wait();
+  };
+  platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages,
+                                  [onFetch, onWaitHere](const FetchProgress& progress) {
+                                    if (onFetch) onFetch(progress);
+                                    onWaitHere();
+                                  });
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths, platform.settings.programs);
   platform.clock = NewSystemClock();
   platform.console = NewStdConsole(*platform.codePages);
   platform.eventLog = NewSyslogEventLog();
-  platform.messages = NewConsoleMessages(std::move(onClose));
-  platform.internet = NewFtpCurl(
-      platform.settings.ftp, paths, platform.codePages->Ansi(),
-      [messages = platform.messages.get()] { messages->PumpEvents(); }, onFetch);
+  platform.internet = NewFtpCurl(platform.settings.ftp, paths, platform.codePages->Ansi(),
+                                 onWaitHere, std::move(onFetch));
   FtpSettings binary = platform.settings.ftp;
   binary.type = FtpSettings::Type::Binary;
   platform.newFtpClient = [binary, paths,
-                           codePages = platform.codePages.get()](std::function<void()> onWait) {
-    return NewFtpCurl(binary, paths, codePages->Ansi(), std::move(onWait));
+                           codePages = platform.codePages.get()](std::function<void()> wait) {
+    return NewFtpCurl(binary, paths, codePages->Ansi(), std::move(wait));
   };
   platform.mail = NewMailCurl(platform.settings.mail, paths);
   platform.expressions = NewPcreExpressions();

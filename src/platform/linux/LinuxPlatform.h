@@ -59,9 +59,12 @@ struct LinuxPlatform {
 };
 
 /// Reads the settings and builds everything by them. `onClose` is called, while events are pumped,
-/// for each signal that acts as the Close button; `onFetch` while remote data is fetched. Throws
-/// PlatformError when the settings are wrong.
-LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch = {});
+/// for each signal that acts as the Close button; `onFetch` while remote data is fetched; `onWait`
+/// about ten times a second while an FTP server is waited for or a share's files are copied, on the
+/// thread that calls this alone: it handles events, those of `messages` without it, and may throw
+/// FetchStopped. Throws PlatformError when the settings are wrong.
+LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFetch = {},
+                               std::function<void()> onWait = {});
 
 /// The text of a file, for programs that read their input whole; throws PlatformError.
 std::string ReadText(Files& files, const std::string& path);

@@ -291,8 +291,9 @@ class CurlTransfer final : public FtpTransfer {
   void TellWaiter() {
     const auto now = SteadyClock::now();
     if (!onWait_ || now - lastTold_ < std::chrono::milliseconds(kSliceMilliseconds)) return;
-    lastTold_ = now;
     onWait_();
+    lastTold_ = SteadyClock::now();
+    lastSign_ += lastTold_ - now;  // what that took was no silence of the server
   }
 
   /// A server may repeat what it was sent. A password that is part of common words would only be

@@ -74,7 +74,8 @@ class FtpTransfer {
   virtual const FtpReplies& Replies() const = 0;
 };
 
-/// `onWait` is called about ten times a second during a request; it may be empty.
+/// `onWait` is called about ten times a second during a request, and may throw, which ends the
+/// request and the connection; it may be empty.
 std::unique_ptr<FtpTransfer> NewFtpTransfer(const FtpSettings& settings, const FtpLogon& logon,
                                             std::function<void()> onWait);
 
