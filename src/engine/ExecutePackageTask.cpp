@@ -104,6 +104,8 @@ class ExecutePackageTask final : public Task {
                    [&](const ExecutionEvent& event) {
                      if (event.kind == ExecutionEvent::Kind::StepProgress)
                        context.Progress(*event.rows);
+                     if (event.kind == ExecutionEvent::Kind::StepFetches)
+                       context.Fetched(event.files, event.bytes);
                      if (event.kind == ExecutionEvent::Kind::StepEnded && event.failed)
                        fail("step " + Quoted(event.step) + " failed: " + event.text);
                    },

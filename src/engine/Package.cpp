@@ -26,6 +26,7 @@ void Forward(const ExecutionEvent& event, dts::PackageEvents& events) {
   switch (event.kind) {
     case Kind::StepStarted: events.OnStart(event.step); break;
     case Kind::StepProgress: events.OnProgress(event.step, *event.rows); break;
+    case Kind::StepFetches: events.OnFetched(event.step, event.files, event.bytes); break;
     case Kind::StepEnded:
       if (event.failed) events.OnError(event.step, event.text);
       events.OnFigures(event.step, event.rows.value_or(0), event.rejected);

@@ -14,6 +14,7 @@ struct StepProgress {
   StepState state = StepState::Running;
   std::int64_t rows = 0;  ///< So far; 0 for a step that counts none.
   std::int64_t rejected = 0;
+  std::int64_t files = 0, bytes = 0;  ///< Of a step that fetches files, so far.
 };
 
 }  // namespace torvik

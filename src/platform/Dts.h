@@ -74,6 +74,9 @@ class PackageEvents {
   virtual void OnStart(std::string_view step) = 0;
   /// Rows done so far, at most every 100 ms.
   virtual void OnProgress(std::string_view step, std::int64_t rows) = 0;
+  /// Files that a step has fetched and bytes so far, as often.
+  virtual void OnFetched(std::string_view /*step*/, std::int64_t /*files*/,
+                         std::int64_t /*bytes*/) {}
   virtual void OnFinish(std::string_view step) = 0;
   /// Before OnFinish: what the step's last attempt has come to. Rows that were left out without
   /// failing it are rejected ones.

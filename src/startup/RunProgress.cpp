@@ -40,6 +40,14 @@ void RunProgress::OnProgress(std::string_view step, std::int64_t rows) {
   form_.SetFormStatus(std::string(step) + " : " + Counted(rows, "row"));
 }
 
+void RunProgress::OnFetched(std::string_view step, std::int64_t files, std::int64_t bytes) {
+  StepProgress progress{std::string(step)};
+  progress.files = files;
+  progress.bytes = bytes;
+  form_.ShowStep(progress);
+  form_.SetFormStatus(std::string(step) + " : " + Counted(files, "file") + ", " + BytesText(bytes));
+}
+
 void RunProgress::OnFinish(std::string_view step) {
   form_.ShowStep({std::string(step), StepState::Done, 0});
   form_.SetFormStatus(std::string(step) + " : done");

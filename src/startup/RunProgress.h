@@ -33,6 +33,7 @@ class RunProgress final : public dts::PackageEvents {
 
   void OnStart(std::string_view step) override;
   void OnProgress(std::string_view step, std::int64_t rows) override;
+  void OnFetched(std::string_view step, std::int64_t files, std::int64_t bytes) override;
   void OnFinish(std::string_view step) override;
   void OnFigures(std::string_view step, std::int64_t rows, std::int64_t rejectedRows) override;
   void OnNotRun(std::string_view step) override;

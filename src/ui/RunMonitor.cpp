@@ -109,7 +109,7 @@ void RunMonitor::ShowStep(const StepProgress& progress) {
   bool isNew = false;
   Step& step = StepOf(progress.step, isNew);
   const bool runsAgain = step.end && progress.state == StepState::Running && progress.rows == 0 &&
-                         progress.rejected == 0;
+                         progress.rejected == 0 && progress.files == 0 && progress.bytes == 0;
   if (isNew || runsAgain) {
     step = {progress.step};
     step.begin = Passed();
@@ -118,6 +118,7 @@ void RunMonitor::ShowStep(const StepProgress& progress) {
   if (step.state != StepState::Failed) step.state = progress.state;
   if (progress.state != StepState::Running && !step.end) step.end = Passed();
   Count(step, progress.rows);
+  CountFetched(step, progress);
   step.rejected = std::max(step.rejected, progress.rejected);
   StepsChanged();
 }
@@ -152,6 +153,13 @@ void RunMonitor::Count(Step& step, std::int64_t rows) const {
   if (step.rows == 0 || passed <= 0) return;
   step.rowsPerSecond = static_cast<double>(step.rows) / passed;
   step.rowsByTime.Add(passed, more);
+}
+
+void RunMonitor::CountFetched(Step& step, const StepProgress& progress) const {
+  const std::int64_t more = std::max<std::int64_t>(0, progress.bytes - step.bytes);
+  step.files = std::max(step.files, progress.files);
+  step.bytes += more;
+  if (step.bytes > 0) step.bytesByTime.Add(step.end.value_or(Passed()) - step.begin, more);
 }
 
 void RunMonitor::ShowRecord(const RunRecord& run, const std::string& title,
@@ -198,12 +206,18 @@ const RunMonitor::Fetch* RunMonitor::FindFetch(const std::string& link) const {
   return found == fetches_.rend() ? nullptr : &*found;
 }
 
+std::string AmountOf(const RunMonitor::Step& step) {
+  if (step.rows > 0) return Counted(step.rows, "row");
+  if (step.files == 0 && step.bytes == 0) return "";
+  return Counted(step.files, "file") + ", " + BytesText(step.bytes);
+}
+
 std::string FiguresOf(const RunMonitor::Step& step) {
   std::string text;
   const auto add = [&text](const std::string& figure) {
     text += (text.empty() ? "" : ", ") + figure;
   };
-  if (step.rows > 0) add(Counted(step.rows, "row"));
+  if (const std::string amount = AmountOf(step); !amount.empty()) add(amount);
   if (step.rowsPerSecond >= 1) add(Grouped(std::llround(step.rowsPerSecond)) + " rows/s");
   if (step.rejected > 0) add(Grouped(step.rejected) + " rejected");
   return text;

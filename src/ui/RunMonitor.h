@@ -29,10 +29,11 @@ class RunMonitor {
     std::int64_t rows = 0;
     double rowsPerSecond = 0;  ///< Since the step began.
     std::int64_t rejected = 0;
-    double begin = 0;           ///< Seconds since the run began.
-    std::optional<double> end;  ///< Empty while it runs.
+    std::int64_t files = 0, bytes = 0;  ///< Of a step that fetches files.
+    double begin = 0;                   ///< Seconds since the run began.
+    std::optional<double> end;          ///< Empty while it runs.
     std::string error;
-    CountByTime rowsByTime;
+    CountByTime rowsByTime, bytesByTime;
   };
 
   /// The fetching of a data link's files.
@@ -100,6 +101,7 @@ class RunMonitor {
   double Passed() const;
   Step& StepOf(const std::string& name, bool& isNew);
   void Count(Step& step, std::int64_t rows) const;
+  void CountFetched(Step& step, const StepProgress& progress) const;
 
   Clock& clock_;
   std::vector<std::string> lines_;
@@ -110,7 +112,9 @@ class RunMonitor {
   std::optional<double> ended_;  // seconds since then
 };
 
-/// "12,345 rows, 678 rows/s, 9 rejected"; empty without rows.
+/// "12,345 rows", or of a step that fetches "2 files, 12.3 MB"; empty without either.
+std::string AmountOf(const RunMonitor::Step& step);
+/// The same with "678 rows/s, 9 rejected".
 std::string FiguresOf(const RunMonitor::Step& step);
 /// "2 files, 12.3 MB"; of one that waits for its provider "waiting for its provider".
 std::string FiguresOf(const RunMonitor::Fetch& fetch);

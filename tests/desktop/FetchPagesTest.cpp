@@ -5,11 +5,14 @@
 #include <unistd.h>
 
 #include <QElapsedTimer>
+#include <QGraphicsItem>
+#include <QGraphicsView>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QTest>
 #include <QTimer>
 #include <functional>
+#include <set>
 
 #include "desktop/WindowTest.h"
 #include "platform/Ado.h"
@@ -22,6 +25,7 @@ namespace {
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -116,6 +120,31 @@ TEST_F(FetchPagesTest, WhatIsFetchedShowsFilesAndBytesWhileItComes) {
     EXPECT_THAT(text.toPlainText().toStdString(),
                 AllOf(HasSubstr(c.directory), HasSubstr("to   " + Path("in"))));
   }
+}
+
+TEST_F(FetchPagesTest, AStepThatFetchesShowsFilesAndBytesWhileTheyCome) {
+  const PrivateServer ftp("private-ftp", kSlowly);
+  for (const char* file : {"out/a.csv", "out/b.csv"}) ftp.Write(file, std::string(200'000, 'x'));
+  session_.Files().WriteFile("in/a.csv", "old");
+  session_.Files().PutPackage("Sales_LoadDW",
+                              "[[steps]]\nname = 'fetch'\ntask = 'FetchFiles'\n"
+                              "server = '127.0.0.1'\ndirectory = '" +
+                                  DirectoryOf(ftp) + "'\nfiles = ['*.csv']\ndestination = '" +
+                                  Path("in") + "'\n");
+  UseFtp(ftp, ftp.Password());
+  const auto box = [this] {
+    for (const QGraphicsItem* item : session_.Find<QGraphicsView>("Steps").scene()->items())
+      if (!item->toolTip().isEmpty()) return item->toolTip().toStdString();
+    return std::string();
+  };
+  std::set<std::string> seen;
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &session_.Window(), [&] { seen.insert(box()); });
+  timer.start(20);
+  Click("Execute");
+  EXPECT_TRUE(IsShown("Succeeded")) << session_.Files().ReadFile("err.txt");
+  EXPECT_THAT(box(), StartsWith("fetch\ndone, 2 files, 400.0 kB, "));
+  EXPECT_THAT(seen, Contains(MatchesRegex("fetch\nrunning, 0 files, [0-9.]+ kB")));
 }
 
 TEST_F(FetchPagesTest, StopEndsAFetchWithinAFileAndTheRunWithIt) {

@@ -39,6 +39,9 @@ inline char EndOf(const dts::Step& step) {
 struct RecordedEvents : dts::PackageEvents {
   void OnStart(std::string_view step) override { order += std::string(step) + "< "; }
   void OnProgress(std::string_view, std::int64_t) override {}
+  void OnFetched(std::string_view, std::int64_t files, std::int64_t bytes) override {
+    fetched = std::to_string(files) + " files, " + std::to_string(bytes) + " bytes";
+  }
   void OnFinish(std::string_view step) override { order += std::string(step) + "> "; }
   void OnError(std::string_view step, std::string_view description) override {
     errors += std::string(step) + ": " + std::string(description) + "\n";
@@ -50,6 +53,7 @@ struct RecordedEvents : dts::PackageEvents {
   void OnIdle() override {}
 
   std::string order, notRun, errors;
+  std::string fetched;  ///< The last that was told.
 };
 
 /// Cancels the package as soon as it waits.
@@ -159,7 +163,7 @@ properties = { "Connect Timeout" = 1, "Initial Catalog" = "dw", "Data Source" = 
                             *processes_,         eventLog_, mail_};
     services.computer = "etl1";
     services.user = "loader";
-    services.newFtpClient = [this](std::function<void()> onWait) {
+    services.newFtpClient = [this](std::function<void()> onWait, const FetchObserver&) {
       ftp_.onWait = std::move(onWait);
       return std::shared_ptr<wininet::Client>(std::shared_ptr<void>(), &ftp_);
     };

@@ -113,6 +113,25 @@ TEST(RunMonitor, ShowsFetchesBeforeTheSteps) {
   EXPECT_EQ(3, monitor.FindFetch("prices")->begin);
 }
 
+TEST(RunMonitor, ShowsWhatAStepFetches) {
+  FakeClock clock;
+  RunMonitor monitor(clock);
+  monitor.Begin();
+  monitor.ShowStep({"fetch", StepState::Running});
+  EXPECT_EQ("", FiguresOf(monitor.Steps()[0]));
+  const std::pair<StepProgress, const char*> told[] = {
+      {{"fetch", StepState::Running, 0, 0, 0, 300}, "0 files, 300 bytes"},
+      {{"fetch", StepState::Running, 0, 0, 2, 2000}, "2 files, 2.0 kB"},
+      {{"fetch", StepState::Done}, "2 files, 2.0 kB"},
+      {{"fetch", StepState::Running}, ""},  // it runs again
+      {{"fetch", StepState::Running, 0, 0, 1, 0}, "1 file, 0 bytes"}};
+  for (const auto& [progress, text] : told) {
+    clock.Sleep(1s);
+    monitor.ShowStep(progress);
+    EXPECT_EQ(text, FiguresOf(monitor.Steps()[0]));
+  }
+}
+
 TEST(RunMonitor, CountsRowsByTimeHoweverLongAStepTakes) {
   FakeClock clock;
   RunMonitor monitor(clock);

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/FetchProgress.h"
+
 namespace torvik {
 
 namespace ado {
@@ -49,8 +51,11 @@ struct EngineServices {
   RegularExpressions* expressions = nullptr;  ///< Null: scripts have none.
   bool scriptsMayStartPrograms = false;
   /// Makes an FTP client for one step, which fetches files byte by byte; `onWait` is called about
-  /// ten times a second while a server is waited for, and what it throws ends the call.
-  std::function<std::shared_ptr<wininet::Client>(std::function<void()> onWait)> newFtpClient = {};
+  /// ten times a second while a server is waited for, and what it throws ends the call; `onFetch`
+  /// while files come.
+  std::function<std::shared_ptr<wininet::Client>(std::function<void()> onWait,
+                                                 FetchObserver onFetch)>
+      newFtpClient = {};
 };
 
 }  // namespace engine

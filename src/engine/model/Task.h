@@ -82,6 +82,9 @@ class TaskContext {
   /// Rows so far. Cheap: what comes sooner than 100 ms after the last one told is told later.
   virtual void Progress(std::int64_t rows) = 0;
 
+  /// Files that have come and bytes so far, of a task that fetches; cheap likewise.
+  virtual void Fetched(std::int64_t files, std::int64_t bytes) = 0;
+
   /// A line for the package's log.
   virtual void Output(std::string_view line) = 0;
 

@@ -205,7 +205,8 @@ class PackageExecution {
   }
 
   void Tell(ExecutionEvent event) {
-    if (!isWatched_ && event.kind == Kind::StepProgress) Look();
+    const bool isProgress = event.kind == Kind::StepProgress || event.kind == Kind::StepFetches;
+    if (!isWatched_ && isProgress) Look();
     const std::lock_guard lock(tellMutex_);
     request_.sink(std::move(event));
   }

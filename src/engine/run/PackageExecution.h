@@ -21,6 +21,7 @@ struct ExecutionEvent {
     PackageStarted,
     StepStarted,
     StepProgress,  ///< `rows` so far.
+    StepFetches,   ///< `files` and `bytes` so far.
     StepRetried,   ///< `text`: the error's words and when the next attempt follows.
     StepOutput,    ///< `text`: a line of a program.
     StepEnded,  ///< `failed`; `text`: the error's words, or the task's details; `rows`, `rejected`.
@@ -36,6 +37,7 @@ struct ExecutionEvent {
   bool failed = false;
   std::optional<std::int64_t> rows = {};
   std::int64_t rejected = 0;
+  std::int64_t files = 0, bytes = 0;
   double seconds = 0;  ///< What a step, an attempt or the package took; set when it has ended.
 };
 

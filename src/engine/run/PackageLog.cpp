@@ -42,7 +42,9 @@ PackageLog::PackageLog(const EngineServices& services, const std::string& packag
       onTrouble_(std::move(onTrouble)) {}
 
 void PackageLog::Handle(const ExecutionEvent& event) {
-  if (path_.empty() || event.kind == ExecutionEvent::Kind::StepProgress) return;
+  using Kind = ExecutionEvent::Kind;
+  const bool isProgress = event.kind == Kind::StepProgress || event.kind == Kind::StepFetches;
+  if (path_.empty() || isProgress) return;
   Append(LogTime(services_.clock.LocalTime()) + " " + ControlsAsBlanks(LineOf(event)));
 }
 
@@ -60,6 +62,7 @@ std::string PackageLog::LineOf(const ExecutionEvent& event) const {
     case Kind::StepNotRun: return step + " did not run: " + event.text;
     case Kind::PackageEnded: return package + Ending(event);
     case Kind::StepProgress:
+    case Kind::StepFetches:
     case Kind::Note:
     case Kind::LogTrouble:
     case Kind::Error: break;

@@ -1,5 +1,7 @@
 #include "engine/run/StepContext.h"
 
+#include <utility>
+
 #include "engine/model/EngineServices.h"
 #include "engine/model/Variables.h"
 #include "platform/Ado.h"
@@ -62,23 +64,26 @@ void StepContext::GiveConnectionsBack() {
 }
 
 void StepContext::Progress(std::int64_t rows) {
+  TellNowAndThen({.kind = Kind::StepProgress, .step = step_.name, .rows = rows});
+}
+
+void StepContext::Fetched(std::int64_t files, std::int64_t bytes) {
+  TellNowAndThen({.kind = Kind::StepFetches, .step = step_.name, .files = files, .bytes = bytes});
+}
+
+void StepContext::TellNowAndThen(ExecutionEvent progress) {
   constexpr std::chrono::milliseconds kInterval(100);
   const auto now = Services().clock.Steady();
   const std::lock_guard lock(progressMutex_);
-  untold_ = rows;
+  untold_ = std::move(progress);
   if (told_ && now - *told_ < kInterval) return;
   told_ = now;
-  TellProgress(rows);
+  shared_.tell(*std::exchange(untold_, {}));
 }
 
 void StepContext::FinishProgress() {
   const std::lock_guard lock(progressMutex_);
-  if (untold_) TellProgress(*untold_);
-}
-
-void StepContext::TellProgress(std::int64_t rows) {
-  untold_.reset();
-  shared_.tell({.kind = Kind::StepProgress, .step = step_.name, .rows = rows});
+  if (untold_) shared_.tell(*std::exchange(untold_, {}));
 }
 
 void StepContext::Output(std::string_view line) {

@@ -53,6 +53,7 @@ class StepContext final : public TaskContext {
   void LetFinish(ado::Connection& connection) override { control_.Release(connection); }
   ConnectionSettings Settings(const std::string& connection) const override;
   void Progress(std::int64_t rows) override;
+  void Fetched(std::int64_t files, std::int64_t bytes) override;
   void Output(std::string_view line) override;
 
   /// True when the step wrote beside the package's open transaction to the same database.
@@ -79,7 +80,7 @@ class StepContext final : public TaskContext {
 
   ado::Connection& OwnConnection(const std::string& name, const ConnectionSettings& settings,
                                  int number = 0);
-  void TellProgress(std::int64_t rows);
+  void TellNowAndThen(ExecutionEvent progress);
 
   RunShared& shared_;
   const StepModel& step_;
@@ -90,7 +91,7 @@ class StepContext final : public TaskContext {
   bool besideTransaction_ = false;
   std::mutex progressMutex_;
   std::optional<std::chrono::steady_clock::time_point> told_;
-  std::optional<std::int64_t> untold_;
+  std::optional<ExecutionEvent> untold_;
 };
 
 }  // namespace torvik::engine

@@ -13,6 +13,7 @@
 #include "engine/tasks/FileNames.h"
 #include "engine/tasks/FileWait.h"
 #include "engine/tasks/Tasks.h"
+#include "platform/FetchProgress.h"
 #include "platform/Files.h"
 #include "platform/PlatformError.h"
 #include "platform/Secrets.h"
@@ -40,10 +41,15 @@ struct FtpPlace {
 /// A connection to an FTP server whose calls a step's end interrupts.
 class FtpFetch {
  public:
-  FtpFetch(const EngineServices& services, std::string server, const std::atomic<bool>& cancelled)
-      : server_(std::move(server)), client_(services.newFtpClient([&cancelled] {
-          if (cancelled) throw FetchFailure("the step is to end before all files have come");
-        })) {}
+  FtpFetch(TaskContext& context, std::string server)
+      : server_(std::move(server)),
+        client_(context.Services().newFtpClient(
+            [&cancelled = context.Cancelled()] {
+              if (cancelled) throw FetchFailure("the step is to end before all files have come");
+            },
+            [&context](const FetchProgress& progress) {
+              context.Fetched(progress.files, progress.bytes);
+            })) {}
   ~FtpFetch() {
     if (internet_ != 0) client_->InternetCloseHandle(internet_);
   }
@@ -98,6 +104,24 @@ class FtpFetch {
   const std::string server_;
   const std::shared_ptr<wininet::Client> client_;
   wininet::Handle internet_ = 0, connection_ = 0;
+};
+
+/// The files that have come, as the log and whoever looks on are told of them.
+class ArrivedFiles {
+ public:
+  explicit ArrivedFiles(TaskContext& context) : context_(context) {}
+
+  void Tell(const std::string& from, const std::string& to) {
+    std::uint64_t bytes = 0;
+    context_.Services().files.Size(to, bytes);
+    context_.Output(from + " has come to " + to + ": " + std::to_string(bytes) + " bytes");
+    bytes_ += static_cast<std::int64_t>(bytes);
+    context_.Fetched(++files_, bytes_);
+  }
+
+ private:
+  TaskContext& context_;
+  std::int64_t files_ = 0, bytes_ = 0;
 };
 
 /// Brings files of an FTP server, or of a directory such as a share, into a directory of this
@@ -171,17 +195,18 @@ class FetchFilesTask final : public Task {
     const std::vector<Way> ways = Ways(context, [&](const std::string& path) {
       const auto [directory, name] = Split(path);
       // A logon of its own: afterwards it stands in another directory.
-      FtpFetch lister(context.Services(), place.server, context.Cancelled());
+      FtpFetch lister(context, place.server);
       lister.LogOn(place);
       std::vector<std::string> found = lister.Find(directory, name);
       for (std::string& one : found) one.insert(0, directory);
       return found;
     });
-    FtpFetch ftp(context.Services(), place.server, context.Cancelled());
+    FtpFetch ftp(context, place.server);
     ftp.LogOn(place);
+    ArrivedFiles arrivals(context);
     for (const auto& [from, to] : ways) {
       ftp.Get(from, to);
-      Tell(context, from, to);
+      arrivals.Tell(from, to);
     }
   }
 
@@ -189,12 +214,13 @@ class FetchFilesTask final : public Task {
     Files& files = context.Services().files;
     const std::vector<Way> ways =
         Ways(context, [&](const std::string& path) { return FindFiles(files, path); });
+    ArrivedFiles arrivals(context);
     for (const auto& [from, to] : ways) {
       if (context.Cancelled()) throw FetchFailure("the step is to end before all files have come");
       if (const auto error = files.CopyWhole(from, to, overwrites_))
         throw FetchFailure(from + ": it cannot be copied to " + to + ": " + error.message(),
                            error.value());
-      Tell(context, from, to);
+      arrivals.Tell(from, to);
     }
   }
 
@@ -225,12 +251,6 @@ class FetchFilesTask final : public Task {
         throw FetchFailure(to + ": it is there already, and overwrite = false; remove it first");
     }
     return ways;
-  }
-
-  static void Tell(TaskContext& context, const std::string& from, const std::string& to) {
-    std::uint64_t bytes = 0;
-    context.Services().files.Size(to, bytes);
-    context.Output(from + " has come to " + to + ": " + std::to_string(bytes) + " bytes");
   }
 
   PlacedText server_, user_, password_, directory_;

@@ -55,9 +55,9 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
                                  onWaitHere, std::move(onFetch));
   FtpSettings binary = platform.settings.ftp;
   binary.type = FtpSettings::Type::Binary;
-  platform.newFtpClient = [binary, paths,
-                           codePages = platform.codePages.get()](std::function<void()> wait) {
-    return NewFtpCurl(binary, paths, codePages->Ansi(), std::move(wait));
+  platform.newFtpClient = [binary, paths, codePages = platform.codePages.get()](
+                              std::function<void()> wait, FetchObserver onOneFetch) {
+    return NewFtpCurl(binary, paths, codePages->Ansi(), std::move(wait), std::move(onOneFetch));
   };
   platform.mail = NewMailCurl(platform.settings.mail, paths);
   platform.expressions = NewPcreExpressions();

@@ -46,7 +46,9 @@ struct LinuxPlatform {
   std::unique_ptr<Shell> shell;
   std::unique_ptr<wininet::Client> internet;
   /// Clients of steps, which take files byte by byte whatever the settings say.
-  std::function<std::shared_ptr<wininet::Client>(std::function<void()> onWait)> newFtpClient;
+  std::function<std::shared_ptr<wininet::Client>(std::function<void()> onWait,
+                                                 FetchObserver onFetch)>
+      newFtpClient;
   std::unique_ptr<Mailer> mail;
   std::unique_ptr<Pinger> pings;
   std::unique_ptr<RegularExpressions> expressions;

@@ -7,7 +7,6 @@
 #include <QWheelEvent>
 #include <cmath>
 
-#include "platform/CountText.h"
 #include "ui/StepGraph.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
@@ -158,7 +157,7 @@ void StepGraphView::ShowSteps() {
   for (std::size_t i = 0; i < boxes_.size() && i < steps.size(); ++i) {
     const RunMonitor::Step* const step = monitor_.Find(steps[i].name);
     QString figures;
-    if (step != nullptr && step->rows > 0) figures = ToQt(Counted(step->rows, "row"));
+    if (step != nullptr) figures = ToQt(AmountOf(*step));
     if (step != nullptr && step->end && step->state != StepState::NotRun)
       figures += (figures.isEmpty() ? "" : ", ") + SecondsText(*step->end - step->begin);
     boxes_[i]->Show(LookOf(steps[i], step, monitor_.VerdictAtEnd()), figures,

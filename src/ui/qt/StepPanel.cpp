@@ -87,7 +87,7 @@ StepPanel::Facts StepPanel::OfStep(const dts::StepOutline& outline) const {
     facts.state += "\n" + ToQt(figures);
   if (step->state != StepState::NotRun) facts.state += "\n" + Times(step->begin, step->end);
   facts.error = ToQt(step->error);
-  facts.rates = step->rowsByTime;
+  facts.rates = step->bytes > 0 ? step->bytesByTime : step->rowsByTime;
   return facts;
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "platform/CountText.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
 #include "ui/qt/Words.h"
@@ -59,8 +58,7 @@ void TimeLine::ReadBars() {
                      ToQt(FiguresOf(fetch))});
   for (const RunMonitor::Step& step : monitor_.Steps())
     if (step.state != StepState::NotRun)
-      bars_.push_back({step.name, step.begin, step.end, LookOf(step.state),
-                       step.rows == 0 ? QString() : ToQt(Counted(step.rows, "row"))});
+      bars_.push_back({step.name, step.begin, step.end, LookOf(step.state), ToQt(AmountOf(step))});
   widestName_ = 0;
   for (const Bar& bar : bars_)
     widestName_ = std::max(widestName_, fontMetrics().horizontalAdvance(ToQt(bar.place)));

@@ -28,12 +28,15 @@ class FetchFilesTaskTest : public EngineTest {
     const auto package = Load("P");
     package->GlobalVariables().SetValue("DTSServerLoginPassword", std::string("geheim"));
     const RunResult result = Run(*package);
+    fetched_ = result.events.fetched;
     if (result.ends != "S") return result.events.errors;
     std::string came = "S";
     for (const auto& [path, text] : ftp_.downloaded)
       came += " " + path.substr(disk_.PathOf("").size()) + "=" + text;
     return came;
   }
+
+  std::string fetched_;  // as the last run has told
 };
 
 TEST_F(FetchFilesTaskTest, FilesComeFromAServer) {
@@ -74,7 +77,7 @@ TEST_F(FetchFilesTaskTest, ABrokenConnectionIsTriedAgain) {
 
 TEST_F(FetchFilesTaskTest, AStepThatIsToEndWaitsForNoServer) {
   EngineServices services = Services();
-  services.newFtpClient = [this](const std::function<void()>& onWait) {
+  services.newFtpClient = [this](const std::function<void()>& onWait, const FetchObserver&) {
     ftp_.onWait = [onWait] {
       for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1))) onWait();
     };
@@ -101,6 +104,7 @@ TEST_F(FetchFilesTaskTest, FilesComeFromADirectory) {
   EXPECT_THAT(Ran("directory = '%D'\ndestination = '%Dto'\nfiles = ['in/']"),
               HasSubstr("this names no file"));
   EXPECT_EQ("S", Ran(keys));
+  EXPECT_EQ("2 files, 2 bytes", fetched_);
   EXPECT_EQ("AB", disk_.Read("to/a.csv") + disk_.Read("to/b.csv"));
 }
 
