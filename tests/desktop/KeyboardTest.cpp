@@ -67,27 +67,39 @@ TEST_F(KeyboardTest, ListsAndPickersAnswerTheKeyboard) {
 }
 
 TEST_F(KeyboardTest, NoTwoVisibleControlsHaveTheSameKey) {
+  const auto expectNoneTwice = [this](const std::string& place) {
+    std::map<QString, QString> keys;
+    const auto add = [&](const QString& text) {
+      const QString key = QKeySequence::mnemonic(text).toString();
+      EXPECT_FALSE(!key.isEmpty() && keys.contains(key))
+          << place << ": " << (keys[key] + "|" + text).toStdString();
+      keys[key] = text;
+    };
+    for (const QAction* menu : dynamic_cast<QMainWindow&>(session_.Window()).menuBar()->actions())
+      add(menu->text());
+    for (const QTabWidget* tabs : session_.Window().findChildren<QTabWidget*>())
+      for (int i = 0; tabs->isVisible() && i < tabs->count(); ++i)
+        if (tabs->isTabVisible(i)) add(tabs->tabText(i));
+    for (const QLabel* label : session_.Window().findChildren<QLabel*>())
+      if (label->isVisible() && label->buddy()) add(label->text());
+    for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
+      if (button->isVisible()) add(button->text());
+  };
+  session_.Start("");
+  expectNoneTwice("start");
   Open();
   for (const char* link : {"orders", "erp", "prices", "ledger"})
     for (const int page : {0, 1}) {
       SelectLink(link);
       session_.Form().tabDataInfo.Tab.Set(page);
-      std::map<QString, QString> keys;
-      const auto add = [&](const QString& text) {
-        const QString key = QKeySequence::mnemonic(text).toString();
-        EXPECT_FALSE(!key.isEmpty() && keys.contains(key))
-            << (keys[key] + "|" + text).toStdString();
-        keys[key] = text;
-      };
-      for (const QAction* menu : dynamic_cast<QMainWindow&>(session_.Window()).menuBar()->actions())
-        add(menu->text());
-      const auto* const tabs = session_.Window().findChild<QTabWidget*>();
-      for (int i = 0; i < tabs->count(); ++i) add(tabs->tabText(i));
-      for (const QLabel* label : session_.Window().findChildren<QLabel*>())
-        if (label->isVisible() && label->buddy()) add(label->text());
-      for (const QAbstractButton* button : session_.Window().findChildren<QAbstractButton*>())
-        if (button->isVisible()) add(button->text());
+      expectNoneTwice(link);
     }
+  session_.Find<QTabWidget>("Pages of the data link").setCurrentIndex(1);
+  expectNoneTwice("preview");
+  for (const int page : {1, 2}) {
+    session_.Window().findChild<QTabWidget*>()->setCurrentIndex(page);
+    expectNoneTwice("page " + std::to_string(page));
+  }
 }
 
 /// What a screen reader would find without a name among what the keyboard reaches.

@@ -16,6 +16,7 @@
 #include "ui/qt/FieldGrid.h"
 #include "ui/qt/LinkPreviewPane.h"
 #include "ui/qt/LinkTable.h"
+#include "ui/qt/ScrolledPage.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -180,8 +181,8 @@ QWidget* WithPreview(frmRunnerMain& form, QWidget& panel, const std::string& adm
   pages->setAccessibleName(Tr("Pages of the data link"));
   auto* const preview =
       new LinkPreviewPane(ToQt(admin), [&form] { return form.SelectedLinkFile(); });
-  pages->addTab(&panel, Tr("Data lin&k"));
-  const int page = pages->addTab(preview, Tr("Pre&view"));
+  pages->addTab(&panel, Tr("Data link"));
+  const int page = pages->addTab(preview, Tr("Preview"));
   QObject::connect(pages, &QTabWidget::currentChanged, preview, [preview, page](int current) {
     if (current == page) preview->Read();
   });
@@ -208,11 +209,8 @@ QWidget* NewEditor(frmRunnerMain& form, const std::string& admin) {
     label.setText(ToQt(text));
     label.setVisible(!text.empty());
   });
-  auto* const scroll = new QScrollArea;
-  scroll->setWidget(NewStack(form));
-  scroll->setWidgetResizable(true);
-  scroll->setFrameShape(QFrame::NoFrame);
-  scroll->setMinimumHeight(scroll->fontMetrics().height() * 3);
+  QScrollArea* const scroll = Scrolled(NewStack(form));
+  scroll->setMinimumHeight(scroll->fontMetrics().height() * 9);
   layout->addWidget(heading);
   layout->addWidget(admin.empty() ? scroll : WithPreview(form, *scroll, admin), 1);
   return editor;

@@ -44,7 +44,7 @@ class LinkTable final : public QTreeWidget {
     setTextElideMode(Qt::ElideMiddle);
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(kPlaceColumn, QHeaderView::Stretch);
-    setMinimumSize(fontMetrics().averageCharWidth() * 16, fontMetrics().height() * 4);
+    setMinimumSize(fontMetrics().averageCharWidth() * 16, fontMetrics().height() * 7);
     Watch(form.LinkRows, *this,
           [](LinkTable& table, const std::vector<LinkRow>& rows) { table.Show(rows); });
     Watch(form.lstDataLinks.ListIndex, *this, [](LinkTable& table, int position) {
@@ -67,6 +67,8 @@ class LinkTable final : public QTreeWidget {
 
   void Choose() {
     if (isFilling_ || form_.lstDataLinks.ListIndex.Get() == Position()) return;
+    // The keyboard makes the first row the current one when it comes here.
+    if (currentItem() != nullptr) currentItem()->setSelected(true);
     form_.lstDataLinks.ListIndex.Set(Position());
     form_.lstDataLinks_Click();
   }

@@ -31,6 +31,7 @@
 #include "ui/qt/LinkPanels.h"
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
+#include "ui/qt/ScrolledPage.h"
 #include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
 #include "ui/qt/Theme.h"
@@ -42,15 +43,6 @@ namespace {
 constexpr const char* kGeometry = "window/geometry";
 const QString kSplitters = "window/splitter/";  // and the splitter's name
 constexpr int kJobPage = 0, kRunPage = 1, kHistoryPage = 2;
-
-/// A page that can be scrolled when the window, or the font, leaves it no room.
-QScrollArea* Scrolled(QWidget* page) {
-  auto* const area = new QScrollArea;
-  area->setWidget(page);
-  area->setWidgetResizable(true);
-  area->setFrameShape(QFrame::NoFrame);
-  return area;
-}
 
 QPushButton* NewCommand(CommandButton& command, std::function<void()> click, const QString& help) {
   auto* const button = new QPushButton;
@@ -194,7 +186,7 @@ void MainWindow::MakeToolBar() {
 void MainWindow::MakeCentre(const std::string& admin) {
   auto* const tabs = new QTabWidget;
   tabs->setAccessibleName(Tr("Fields of the job"));
-  tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Pac&kage"));
+  tabs->addTab(Scrolled(NewPackagePage(form_)), Tr("Packa&ge"));
   tabs->addTab(Scrolled(NewWarehousePage(form_)), Tr("Data &warehouse"));
   Bind(*tabs, form_.tabDataInfo);
   int tab = 0;
@@ -211,7 +203,7 @@ void MainWindow::MakeCentre(const std::string& admin) {
   editors->setObjectName("editors");
   editors->setChildrenCollapsible(false);
   editors->addWidget(tabs);
-  editors->addWidget(links_);
+  editors->addWidget(Scrolled(links_));
   editors->setStretchFactor(0, 1);
   editors->setStretchFactor(1, 1);
   pages_ = new QTabWidget;

@@ -16,6 +16,7 @@
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
 #include "ui/qt/RunView.h"
+#include "ui/qt/ScrolledPage.h"
 #include "ui/qt/StepGraphView.h"
 #include "ui/qt/StepPanel.h"
 #include "ui/qt/TimeLine.h"
@@ -60,10 +61,11 @@ class RunPage final : public QWidget {
     steps->setObjectName("steps");
     steps->setChildrenCollapsible(false);
     steps->addWidget(graph_);
-    steps->addWidget(panel_);
+    steps->addWidget(Scrolled(panel_));
     steps->setSizes({3000, 1000});
     times_->setWidget(timeLine_);
     times_->setWidgetResizable(true);
+    times_->setFocusPolicy(Qt::NoFocus);
     FollowEnd(*times_->verticalScrollBar());
     auto* const all = new QSplitter(Qt::Vertical);
     all->setObjectName("run");
@@ -83,12 +85,14 @@ class RunPage final : public QWidget {
   QHBoxLayout* MakeHead() {
     auto* const head = new QHBoxLayout;
     time_->setAccessibleName(Tr("Time of the run"));
+    time_->setWordWrap(true);
     auto* const search = new QLineEdit;
     search->setPlaceholderText(Tr("Find a step"));
     search->setAccessibleName(Tr("Find a step"));
     search->setToolTip(Tr("The return key goes to the next step whose name has this text"));
     search->setClearButtonEnabled(true);
     search->setMaximumWidth(fontMetrics().averageCharWidth() * 28);
+    search->setMinimumWidth(fontMetrics().averageCharWidth() * 10);
     connect(search, &QLineEdit::returnPressed, this,
             [this, search] { graph_->FindNext(search->text()); });
     auto* const stop = new QPushButton;

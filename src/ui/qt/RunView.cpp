@@ -3,9 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QFontDatabase>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QPointer>
 #include <QStyle>
 #include <QTabWidget>
@@ -14,6 +12,7 @@
 
 #include "ui/RunMonitor.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/ReadOnlyText.h"
 #include "ui/qt/TableRows.h"
 #include "ui/qt/Words.h"
 
@@ -67,6 +66,7 @@ class ProblemList final : public QTreeWidget {
   void Copy() {
     QStringList lines;
     for (const QTreeWidgetItem* row : selectedItems()) lines << row->text(0) + ": " + row->text(1);
+    if (lines.isEmpty()) return;
     QApplication::clipboard()->setText(lines.join("\n"));
   }
 };
@@ -95,11 +95,8 @@ QLabel* NewVerdictLabel(RunMonitor& monitor) {
 QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::string&)> go) {
   auto* const tabs = new QTabWidget;
   tabs->setAccessibleName(Tr("Texts of the run"));
-  auto* const log = new QPlainTextEdit;
-  log->setReadOnly(true);
+  QPlainTextEdit* const log = NewReadOnlyText(Tr("Lines of the log"));
   log->setMaximumBlockCount(10'000);
-  log->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));  // they have columns
-  log->setAccessibleName(Tr("Lines of the log"));
   auto* const problems = new ProblemList;
   QObject::connect(problems, &QTreeWidget::itemActivated, problems,
                    [go = std::move(go)](QTreeWidgetItem* row) { go(row->text(0).toStdString()); });

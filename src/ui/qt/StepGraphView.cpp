@@ -20,6 +20,7 @@ constexpr double kBoxWidth = 172, kBoxHeight = 52;
 constexpr double kSmallest = 0.01, kLargest = 3;
 /// Below this a text is no longer read; large packages begin with what is read with ease.
 constexpr double kTextZoom = 0.35, kFirstZoom = 0.75;
+constexpr int kFollowMargin = 12;  ///< Around a step that is brought into sight, in pixels.
 
 QPointF ToScene(const StepGraph::Point& point) {
   return {point.x * kLayerWidth, point.y * kPlaceHeight};
@@ -132,6 +133,7 @@ StepGraphView::StepGraphView(RunMonitor& monitor) : monitor_(monitor) {
   setRenderHint(QPainter::Antialiasing);
   setTransformationAnchor(AnchorUnderMouse);
   setFocusPolicy(Qt::StrongFocus);
+  setMinimumHeight(fontMetrics().height() * 9);
 }
 
 void StepGraphView::ShowPackage() {
@@ -209,7 +211,8 @@ void StepGraphView::FollowRun() {
   const std::vector<dts::StepOutline>& steps = monitor_.Package.Get();
   for (std::size_t i = steps.size(); i-- > 0;) {
     const RunMonitor::Step* const step = monitor_.Find(steps[i].name);
-    if (step != nullptr && step->state == StepState::Running) return ensureVisible(boxes_[i]);
+    if (step != nullptr && step->state == StepState::Running)
+      return ensureVisible(boxes_[i], kFollowMargin, kFollowMargin);
   }
 }
 

@@ -1,11 +1,10 @@
 #include "ui/qt/StepPanel.h"
 
-#include <QFontDatabase>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QVBoxLayout>
 
 #include "ui/qt/Binders.h"
+#include "ui/qt/ReadOnlyText.h"
 #include "ui/qt/Sparkline.h"
 #include "ui/qt/StepLook.h"
 #include "ui/qt/Words.h"
@@ -29,14 +28,11 @@ StepPanel::StepPanel(RunMonitor& monitor)
       state_(NewText()),
       error_(NewText()),
       rates_(new Sparkline),
-      text_(new QPlainTextEdit) {
+      text_(NewReadOnlyText(Tr("What the step does"))) {
   state_->setAccessibleName(Tr("State of the step"));
   error_->setStyleSheet("border: 0 solid #cd3c3c; border-left-width: 3px; padding-left: 6px");
   error_->setAccessibleName(Tr("Error of the step"));
   rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));
-  text_->setReadOnly(true);
-  text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  text_->setAccessibleName(Tr("What the step does"));
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(6, 0, 0, 0);
   for (QWidget* widget : {static_cast<QWidget*>(name_), static_cast<QWidget*>(state_),

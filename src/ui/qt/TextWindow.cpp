@@ -2,11 +2,9 @@
 
 #include <QCheckBox>
 #include <QFile>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QShortcut>
@@ -14,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "ui/qt/Binders.h"
+#include "ui/qt/ReadOnlyText.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -28,15 +27,12 @@ TextWindow::TextWindow(QString path, const QString& title,
                        std::function<std::string(const std::string&)> decode)
     : path_(std::move(path)),
       decode_(std::move(decode)),
-      text_(new QPlainTextEdit),
+      text_(NewReadOnlyText(Tr("Text of the file"))),
       search_(new QLineEdit),
       follow_(new QCheckBox(Tr("&Follow"))),
       state_(new QLabel) {
   setAttribute(Qt::WA_DeleteOnClose);
   setWindowTitle(title);
-  text_->setReadOnly(true);
-  text_->setAccessibleName(Tr("Text of the file"));
-  text_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   text_->setLineWrapMode(QPlainTextEdit::NoWrap);
   search_->setPlaceholderText(Tr("Find"));
   search_->setAccessibleName(Tr("Find"));

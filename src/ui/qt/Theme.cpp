@@ -1,15 +1,33 @@
 #include "ui/qt/Theme.h"
 
+#include <QAbstractScrollArea>
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QSettings>
-#include <QStyle>
-#include <QStyleFactory>
+#include <QStyleOption>
 
 namespace torvik {
 namespace {
 
 constexpr const char* kKey = "theme";
+
+/// Shows which list, text or picture has the keyboard, where the style itself has no sign for that.
+class FocusStyle final : public QProxyStyle {
+ public:
+  using QProxyStyle::QProxyStyle;
+
+  void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                   const QWidget* widget) const override {
+    QProxyStyle::drawControl(element, option, painter, widget);
+    const bool isView = qobject_cast<const QAbstractScrollArea*>(widget) != nullptr;
+    if (element != CE_ShapedFrame || !isView || !(option->state & State_HasFocus)) return;
+    painter->setPen(option->palette.color(QPalette::Link));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+  }
+};
 
 QPalette DarkPalette() {
   const QColor window(43, 43, 46), base(64, 64, 68), text(230, 230, 230), grey(130, 130, 130),
@@ -46,11 +64,11 @@ void SetTheme(const QString& name) {
   static const QString systemStyle = QApplication::style()->name();
   static const QPalette systemPalette = QApplication::palette();
   if (name == "system") {
-    QApplication::setStyle(systemStyle);
+    QApplication::setStyle(new FocusStyle(systemStyle));
     QApplication::setPalette(systemPalette);
     return;
   }
-  QStyle* const fusion = QStyleFactory::create("Fusion");
+  auto* const fusion = new FocusStyle("Fusion");
   QApplication::setStyle(fusion);
   QApplication::setPalette(name == "dark" ? DarkPalette() : fusion->standardPalette());
 }
