@@ -112,10 +112,13 @@ void ctDLlFlatFile::EnableFields() {
          {&optSourceFromFTP, &optSourceFromShare, &lblSourceRemDataDir, &txtSourceRemDataDir,
           &lblSourceRemPollInterval, &txtSourceRemPollInterval, &lblPollIntMinutes,
           &lblSourceRemPollDuration, &txtSourceRemPollDuration, &lblPollDurMinutes});
-  // A path of an FTP server cannot be browsed.
-  enable(copies && !byFtp, {&cmdSourceRemDataDir});
+  const char* const copiesNone = "No remote data is copied";
+  cmdSourceRemDataDir.EnableUnless(!copies ? copiesNone
+                                   : byFtp ? "A path of an FTP server cannot be browsed"
+                                           : "");
+  cmdTestFTP.EnableUnless(!copies ? copiesNone : byFtp ? "" : "The data comes from a share");
   enable(byFtp, {&lblSourceFTPServer, &lblSourceFTPUsername, &lblSourceFTPPassword,
-                 &txtSourceFTPServer, &txtSourceFTPUsername, &txtSourceFTPPassword, &cmdTestFTP});
+                 &txtSourceFTPServer, &txtSourceFTPUsername, &txtSourceFTPPassword});
   imgRemoteDir.Visible.Set(copies);
   imgRemoteDirGrey.Visible.Set(!copies);
 }

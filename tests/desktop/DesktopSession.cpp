@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QTest>
 #include <QTimer>
 #include <cstdlib>
@@ -18,7 +19,8 @@ namespace torvik {
 
 bool IsNamed(const QWidget& widget, const QString& name) {
   const auto* const button = qobject_cast<const QAbstractButton*>(&widget);
-  return widget.accessibleName() == name || (button && button->text().remove('&') == name);
+  return widget.accessibleName() == name || (button && button->text().remove('&') == name) ||
+         (qobject_cast<const QLabel*>(&widget) && widget.accessibleName().startsWith(name + ": "));
 }
 
 void NoSuchWidget(const QString& name) {

@@ -1,9 +1,8 @@
-// An operator without a mouse, or with a screen reader.
+// An operator without a mouse.
 
 #include <gmock/gmock.h>
 
 #include <QAbstractButton>
-#include <QAccessible>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -11,7 +10,6 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
-#include <QScrollArea>
 #include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
@@ -99,52 +97,6 @@ TEST_F(KeyboardTest, NoTwoVisibleControlsHaveTheSameKey) {
   for (const int page : {1, 2}) {
     session_.Window().findChild<QTabWidget*>()->setCurrentIndex(page);
     expectNoneTwice("page " + std::to_string(page));
-  }
-}
-
-/// What a screen reader would find without a name among what the keyboard reaches.
-void FindNameless(QAccessibleInterface* one, QStringList& nameless) {
-  if (one == nullptr || one->state().invisible) return;
-  const QWidget* const widget = qobject_cast<QWidget*>(one->object());
-  const bool isReached = widget != nullptr && (widget->focusPolicy() & Qt::TabFocus) != 0;
-  const bool isBar = one->role() == QAccessible::PageTabList;  // its tabs have the names
-  const bool isArea = qobject_cast<const QScrollArea*>(widget) != nullptr;
-  if (isReached && !isBar && !isArea && one->text(QAccessible::Name).isEmpty())
-    nameless << widget->metaObject()->className();
-  for (int i = 0; i < one->childCount(); ++i) FindNameless(one->child(i), nameless);
-}
-
-TEST_F(KeyboardTest, AScreenReaderGetsNamesAndStates) {
-  Open();
-  auto* const pages = session_.Window().findChild<QTabWidget*>();
-  for (const int page : {2, 1, 0}) {
-    pages->setCurrentIndex(page);
-    SelectLink("orders");
-    QStringList nameless;
-    FindNameless(QAccessible::queryAccessibleInterface(&session_.Window()), nameless);
-    EXPECT_EQ(nameless.join(", ").toStdString(), "") << "page " << page;
-  }
-  const auto state = [this](const char* button) {
-    return QAccessible::queryAccessibleInterface(&session_.Find<QAbstractButton>(button))->state();
-  };
-  EXPECT_FALSE(state("Copy remote data before each run").checked);
-  EXPECT_TRUE(state("from an FTP server").disabled);
-  Click("Copy remote data before each run");
-  EXPECT_TRUE(state("Copy remote data before each run").checked);
-  EXPECT_FALSE(state("from an FTP server").disabled);
-  EXPECT_TRUE(state("from an FTP server").checked);
-}
-
-TEST_F(KeyboardTest, EveryFieldHasANameAndTheTabKeyReachesIt) {
-  Open();
-  for (QWidget* widget : session_.Window().findChildren<QWidget*>()) {
-    const bool isField = qobject_cast<QLineEdit*>(widget) || qobject_cast<QComboBox*>(widget) ||
-                         qobject_cast<QListWidget*>(widget);
-    const bool isPart = qobject_cast<QComboBox*>(widget->parentWidget()) != nullptr;
-    if (!isField || isPart) continue;
-    EXPECT_FALSE(widget->accessibleName().isEmpty());
-    EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->accessibleName().toStdString();
-    EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus) << widget->accessibleName().toStdString();
   }
 }
 

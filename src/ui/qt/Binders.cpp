@@ -181,6 +181,14 @@ void SetHelp(QAbstractButton& widget, CommandButton& control, const QString& hel
   });
 }
 
+void SetHelp(QAction& tool, CommandButton& control, const QString& help) {
+  const QString keys = tool.shortcut().toString(QKeySequence::NativeText);
+  const QString all = keys.isEmpty() ? help : help + " (" + keys + ")";
+  Watch(control.Reason, tool, [all](QAction& one, const std::string& reason) {
+    one.setToolTip(reason.empty() ? all : all + "\n" + ToQt(reason));
+  });
+}
+
 void Bind(QLabel& widget, Label& control) {
   Bind(static_cast<QWidget&>(widget), static_cast<Control&>(control));
   Watch(control.Caption, widget, [](QLabel& one, const std::string& caption) {

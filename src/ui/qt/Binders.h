@@ -7,6 +7,7 @@
 #include "ui/Controls.h"
 
 class QAbstractButton;
+class QAction;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -37,6 +38,8 @@ void Bind(QListWidget& widget, ListBox& control, std::function<void()> click);
 void Bind(QAbstractButton& widget, CommandButton& control, std::function<void()> click);
 /// The button's tip: what it does and, while it is grey, why.
 void SetHelp(QAbstractButton& widget, CommandButton& control, const QString& help);
+/// The same of a tool that does what the button does, with its keys.
+void SetHelp(QAction& tool, CommandButton& control, const QString& help);
 void Bind(QLabel& widget, Label& control);
 void Bind(QProgressBar& widget, ProgressBar& control);
 void Bind(QTabWidget& widget, TabStrip& control);

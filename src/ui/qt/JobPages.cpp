@@ -4,9 +4,11 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QRadioButton>
 #include <QStyle>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
@@ -77,6 +79,27 @@ QLabel* NewPicture(QWidget& page, QStyle::StandardPixmap picture, Image& image,
   return label;
 }
 
+/// The same for the keyboard too, which presses it.
+class PictureButton final : public QToolButton {
+ public:
+  PictureButton(QStyle::StandardPixmap picture, Image& image, std::function<void()> open,
+                const QString& name, const QString& help)
+      : open_(std::move(open)) {
+    setIcon(style()->standardIcon(picture));
+    setAutoRaise(true);
+    setAccessibleName(name);
+    setToolTip(help);
+    Bind(static_cast<QWidget&>(*this), image);
+    connect(this, &QToolButton::clicked, this, open_);
+  }
+
+ private:
+  void mousePressEvent(QMouseEvent* event) override { event->accept(); }
+  void mouseDoubleClickEvent(QMouseEvent*) override { open_(); }
+
+  const std::function<void()> open_;
+};
+
 QGroupBox* NewLogGroup(frmRunnerMain& form) {
   auto* const group = new QGroupBox(Tr("Logs"));
   FieldGrid grid(*group);
@@ -109,12 +132,12 @@ QGroupBox* NewLogGroup(frmRunnerMain& form) {
   used->setWordWrap(true);
   used->setIndent(used->fontMetrics().averageCharWidth() * 3);
   grid.Wide(*used);
-  grid.Check(
-      Tr("Write Completion Event to Windows Event Log"), form.cbWriteWinNTEvent,
-      Tr("The package tells the system's log how it has ended"),
-      NewPicture(
-          *group, QStyle::SP_FileDialogDetailedView, form.imgEventLog,
-          [&form] { form.imgEventLog_DblClick(); }, Tr("Double-click to open the system's log")));
+  grid.Check(Tr("Write Completion Event to Windows Event Log"), form.cbWriteWinNTEvent,
+             Tr("The package tells the system's log how it has ended"),
+             new PictureButton(
+                 QStyle::SP_FileDialogDetailedView, form.imgEventLog,
+                 [&form] { form.imgEventLog_DblClick(); }, Tr("Open the system's log"),
+                 Tr("Double-click to open the system's log")));
   return group;
 }
 

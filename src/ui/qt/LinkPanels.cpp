@@ -136,10 +136,10 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
       Tr("&Test FTP"), panel.cmdTestFTP, [&panel] { panel.cmdTestFTP_Click(); },
       Tr("Tries whether the user may read and write in the remote directory"));
   grid.Digits(Tr("Poll interval:"), panel.txtSourceRemPollInterval, panel.lblPollIntMinutes,
-              Tr("How long to wait between two looks at the status file"));
+              Tr("How long to wait between two looks at the status file, in minutes"));
   Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemPollInterval);
   grid.Digits(Tr("Poll duration:"), panel.txtSourceRemPollDuration, panel.lblPollDurMinutes,
-              Tr("How long to wait for the data altogether"));
+              Tr("How long to wait for the data altogether, in minutes"));
   Bind(static_cast<QWidget&>(grid.LastLabel()), panel.lblSourceRemPollDuration);
   grid.Stretch();
   return page;

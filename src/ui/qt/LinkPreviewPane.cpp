@@ -74,7 +74,10 @@ LinkPreviewPane::LinkPreviewPane(const QString& admin, std::function<std::string
   auto* const again = new QPushButton(Tr("Read again"));
   again->setAutoDefault(false);
   again->setToolTip(Tr("Shows the first %1 rows as they are now").arg(kRows));
+  label_ = new QLabel(Tr("Rows of:"));
+  label_->setBuddy(items_);
   auto* const head = new QHBoxLayout;
+  head->addWidget(label_);
   head->addWidget(items_, 1);
   head->addWidget(again);
   auto* const layout = new QVBoxLayout(this);
@@ -105,9 +108,14 @@ void LinkPreviewPane::EndProcess() {
 void LinkPreviewPane::Forget() {
   EndProcess();
   items_->clear();
-  items_->hide();
+  ShowItems();
   table_->hide();
   note_->hide();
+}
+
+void LinkPreviewPane::ShowItems() {
+  for (QWidget* const one : {static_cast<QWidget*>(label_), static_cast<QWidget*>(items_)})
+    one->setVisible(items_->count() > 0);
 }
 
 void LinkPreviewPane::Tell(const QString& words) {
@@ -144,7 +152,7 @@ void LinkPreviewPane::ShowAnswer(const QJsonObject& preview) {
   items_->clear();
   items_->addItems(TextsIn(preview["items"]));
   items_->setCurrentText(preview["item"].toString());
-  items_->setVisible(items_->count() > 0);
+  ShowItems();
   Fill(*table_, preview);
   table_->setVisible(table_->columnCount() > 0);
   Tell(preview["note"].toString());

@@ -30,6 +30,7 @@ class LinkPreviewPane final : public QWidget {
  private:
   void Finish();
   void ShowAnswer(const QJsonObject& preview);
+  void ShowItems();
   void Tell(const QString& words);
   void EndProcess();
 
@@ -37,7 +38,7 @@ class LinkPreviewPane final : public QWidget {
   const std::function<std::string()> link_;
   QProcess process_;
   QComboBox* items_;
-  QLabel* note_;
+  QLabel *label_, *note_;
   QTableWidget* table_;
 };
 

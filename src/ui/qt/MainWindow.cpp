@@ -1,5 +1,6 @@
 #include "ui/qt/MainWindow.h"
 
+#include <QAccessible>
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
@@ -18,6 +19,7 @@
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
 
@@ -31,6 +33,7 @@
 #include "ui/qt/LinkPanels.h"
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
+#include "ui/qt/RunView.h"
 #include "ui/qt/ScrolledPage.h"
 #include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
@@ -117,35 +120,39 @@ void MainWindow::MakeMenus() {
     Watch(form_.Hourglass, *action, [](QAction& one, bool on) { one.setEnabled(!on); });
     return action;
   };
-  const auto addTool = [this, &add](const QString& text, const QKeySequence& keys,
+  const auto addTool = [this, &add](const QString& text, const QString& help,
+                                    CommandButton& command, const QKeySequence& keys,
                                     const QIcon& icon, auto work) {
     QAction* const action = add(text, keys, work);
     action->setIcon(icon);
+    SetHelp(*action, command, help);
     tools_.push_back(action);
     return action;
   };
-  addTool(Tr("&New"), QKeySequence::New, style()->standardIcon(QStyle::SP_FileIcon),
-          [this] { form_.mnuFileNew_Click(); });
-  addTool(Tr("&Open..."), QKeySequence::Open, style()->standardIcon(QStyle::SP_DialogOpenButton),
-          [this] { form_.cmdOpen_Click(); });
+  addTool(Tr("&New"), Tr("Begins another job"), form_.cmdOpen, QKeySequence::New,
+          style()->standardIcon(QStyle::SP_FileIcon), [this] { form_.mnuFileNew_Click(); });
+  addTool(Tr("&Open..."), Tr("Opens a job file"), form_.cmdOpen, QKeySequence::Open,
+          style()->standardIcon(QStyle::SP_DialogOpenButton), [this] { form_.cmdOpen_Click(); });
   recent_ = file->addMenu(Tr("Open &recent"));
   recent_->setToolTipsVisible(true);
   connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
-  addTool(Tr("&Save"), QKeySequence::Save, style()->standardIcon(QStyle::SP_DialogSaveButton),
+  addTool(Tr("&Save"), Tr("Saves the job"), form_.cmdOpen, QKeySequence::Save,
+          style()->standardIcon(QStyle::SP_DialogSaveButton),
           [this] { form_.mnuFileSave_Click(); });
   add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
   file->addSeparator();
   if (checker_ != nullptr) {
     QAction* const check =
-        addTool(Tr("&Check"), {}, style()->standardIcon(QStyle::SP_DialogApplyButton),
-                [this] { checker_->Start(); });
+        addTool(Tr("&Check"), Tr("Tries all that the job names"), form_.cmdCheck, {},
+                style()->standardIcon(QStyle::SP_DialogApplyButton), [this] { checker_->Start(); });
     for (auto* const one : {&form_.cmdCheck.Enabled, &form_.Hourglass})
       Watch(*one, *check, [this](QAction& action, bool) {
         action.setEnabled(form_.cmdCheck.Enabled.Get() && !form_.Hourglass.Get());
       });
   }
   QAction* const execute =
-      addTool({}, QKeySequence(Qt::Key_F5), RunIcon(), [this] { form_.cmdExecute_Click(); });
+      addTool({}, Tr("Executes the job now"), form_.cmdExecute, QKeySequence(Qt::Key_F5), RunIcon(),
+              [this] { form_.cmdExecute_Click(); });
   file->addSeparator();
   QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
   // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
@@ -278,8 +285,9 @@ void MainWindow::WatchForm() {
       window.pages_->setCurrentIndex(kRunPage);
       window.pages_->setFocus();
     }
-    window.pages_->setTabText(kRunPage, runs ? Tr("Run ●") : Tr("Run"));
+    window.ShowRunTab();
   });
+  Watch(form_.Monitor.Verdict, *this, [](MainWindow& window, RunVerdict) { window.ShowRunTab(); });
   Watch(form_.Monitor.Problems, *this, [](MainWindow& window, const auto& problems) {
     if (!problems.empty()) window.pages_->setCurrentIndex(kRunPage);
   });
@@ -309,6 +317,17 @@ void MainWindow::WatchForm() {
     self->mayGo_ = true;
     self->close();
   });
+}
+
+/// A screen reader, which is at the pages during a run, tells how the run stands and how it ends.
+void MainWindow::ShowRunTab() {
+  const RunMonitor& monitor = form_.Monitor;
+  pages_->setTabText(kRunPage, monitor.Runs.Get() ? Tr("Run ●") : Tr("Run"));
+  pages_->tabBar()->setAccessibleTabName(
+      kRunPage, HasRun(monitor) ? Tr("Run: ") + VerdictText(monitor) : Tr("Run"));
+  QAccessibleEvent changed(pages_->tabBar(), QAccessible::NameChanged);
+  changed.setChild(kRunPage);
+  QAccessible::updateAccessibility(&changed);
 }
 
 void MainWindow::ShowAbout() {

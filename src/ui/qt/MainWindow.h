@@ -23,6 +23,7 @@ class MainWindow final : public QMainWindow {
   void MakeCentre(const std::string& admin);
   QLayout* MakeCommands();
   void WatchForm();
+  void ShowRunTab();
   void ShowAbout();
   void AddRecent();
   void FillRecent();

@@ -17,6 +17,7 @@
 #include "ui/qt/Binders.h"
 #include "ui/qt/RunView.h"
 #include "ui/qt/ScrolledPage.h"
+#include "ui/qt/SpokenLabel.h"
 #include "ui/qt/StepGraphView.h"
 #include "ui/qt/StepPanel.h"
 #include "ui/qt/TimeLine.h"
@@ -84,7 +85,6 @@ class RunPage final : public QWidget {
  private:
   QHBoxLayout* MakeHead() {
     auto* const head = new QHBoxLayout;
-    time_->setAccessibleName(Tr("Time of the run"));
     time_->setWordWrap(true);
     auto* const search = new QLineEdit;
     search->setPlaceholderText(Tr("Find a step"));
@@ -139,9 +139,8 @@ class RunPage final : public QWidget {
     note_->setWordWrap(true);
     note_->setTextFormat(Qt::PlainText);
     note_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    note_->setAccessibleName(Tr("Note on the run"));
     Watch(form_.Monitor.Note, *note_, [](QLabel& label, const std::string& text) {
-      label.setText(ToQt(text));
+      ShowSpoken(label, Tr("Note on the run"), ToQt(text));
       label.setVisible(!text.empty());
     });
     Watch(form_.Monitor.Package, *this, [](RunPage& page, const auto&) {
@@ -219,7 +218,7 @@ class RunPage final : public QWidget {
     if (const auto usual = form_.History.UsualSeconds(); usual && monitor.Runs.Get())
       words << Tr("usually %1").arg(ToQt(ClockText(*usual)));
     if (const QString fetch = FetchWords(); !fetch.isEmpty()) words << fetch;
-    time_->setText(words.join(", "));
+    ShowSpoken(*time_, Tr("Time of the run"), words.join(", "));
   }
 
   frmRunnerMain& form_;

@@ -19,18 +19,20 @@
 namespace torvik {
 namespace {
 
-void ShowVerdict(QLabel& label, RunVerdict verdict, bool runs) {
-  struct Look {
-    const char* text;
-    const char* colours;
-  };
-  const Look look = runs                             ? Look{"Running", "#1c5fa8"}
-                    : verdict == RunVerdict::Ok      ? Look{"Succeeded", "#1b5e20"}
-                    : verdict == RunVerdict::Failure ? Look{"Failed", "#b71c1c"}
-                                                     : Look{"Ended without a verdict", "#795548"};
-  label.setText(Tr(look.text));
-  label.setAccessibleName(Tr(look.text));
-  label.setStyleSheet(QString("background: ") + look.colours +
+const char* ColourOf(const RunMonitor& monitor) {
+  if (monitor.Runs.Get()) return "#1c5fa8";
+  switch (monitor.Verdict.Get()) {
+    case RunVerdict::Ok: return "#1b5e20";
+    case RunVerdict::Failure: return "#b71c1c";
+    case RunVerdict::None: break;
+  }
+  return "#795548";
+}
+
+void ShowVerdict(QLabel& label, const RunMonitor& monitor) {
+  label.setText(VerdictText(monitor));
+  label.setAccessibleName(label.text());
+  label.setStyleSheet(QString("background: ") + ColourOf(monitor) +
                       "; color: white; border-radius: 3px; padding: 3px 8px");
 }
 
@@ -79,13 +81,27 @@ void ShowLines(QPlainTextEdit& log, const std::vector<std::string>& lines) {
 
 }  // namespace
 
+bool HasRun(const RunMonitor& monitor) {
+  return monitor.Runs.Get() || !monitor.Lines().empty() ||
+         monitor.Verdict.Get() != RunVerdict::None;
+}
+
+QString VerdictText(const RunMonitor& monitor) {
+  if (monitor.Runs.Get()) return Tr("Running");
+  switch (monitor.Verdict.Get()) {
+    case RunVerdict::Ok: return Tr("Succeeded");
+    case RunVerdict::Failure: return Tr("Failed");
+    case RunVerdict::None: break;
+  }
+  return Tr("Ended without a verdict");
+}
+
 QLabel* NewVerdictLabel(RunMonitor& monitor) {
   auto* const verdict = new QLabel;
   verdict->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
   const auto show = [&monitor](QLabel& label, const auto&) {
-    ShowVerdict(label, monitor.Verdict.Get(), monitor.Runs.Get());
-    label.setVisible(monitor.Runs.Get() || !monitor.Lines().empty() ||
-                     monitor.Verdict.Get() != RunVerdict::None);
+    ShowVerdict(label, monitor);
+    label.setVisible(HasRun(monitor));
   };
   Watch(monitor.Verdict, *verdict, show);
   Watch(monitor.Runs, *verdict, show);

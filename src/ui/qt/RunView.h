@@ -4,11 +4,17 @@
 #include <string>
 
 class QLabel;
+class QString;
 class QTabWidget;
 
 namespace torvik {
 
 class RunMonitor;
+
+/// Whether there is a run to tell of: under way, or the last one.
+bool HasRun(const RunMonitor& monitor);
+/// How it stands or has ended: "Running", "Failed".
+QString VerdictText(const RunMonitor& monitor);
 
 /// Shows how a run stands or has ended; hidden before the first one.
 QLabel* NewVerdictLabel(RunMonitor& monitor);

@@ -32,8 +32,9 @@ void FillJobs(QTreeWidget& jobs, JobHistory& history) {
   jobs.setCurrentItem(jobs.topLevelItem(0));
 }
 
-QPushButton* NewStartButton(const QString& text, std::function<void()> click) {
+QPushButton* NewStartButton(const QString& text, const QString& help, std::function<void()> click) {
   auto* const button = new QPushButton(text);
+  button->setToolTip(help);
   button->setAutoDefault(false);
   QObject::connect(button, &QPushButton::clicked, button, std::move(click));
   return button;
@@ -53,8 +54,10 @@ QWidget* NewStartPage(frmRunnerMain& form) {
     form.OpenJobFile(row->data(0, Qt::UserRole).toString().toStdString());
   });
   auto* const buttons = new QHBoxLayout;
-  buttons->addWidget(NewStartButton(Tr("New job"), [&form] { form.mnuFileNew_Click(); }));
-  buttons->addWidget(NewStartButton(Tr("Open a job file"), [&form] { form.cmdOpen_Click(); }));
+  buttons->addWidget(NewStartButton(Tr("New job"), Tr("Begins a job of its own"),
+                                    [&form] { form.mnuFileNew_Click(); }));
+  buttons->addWidget(NewStartButton(Tr("Open a job file"), Tr("Chooses a file of a job"),
+                                    [&form] { form.cmdOpen_Click(); }));
   buttons->addStretch();
   auto* const layout = new QVBoxLayout(page);
   layout->addWidget(new QLabel(Tr("Recent jobs")));

@@ -64,6 +64,8 @@ class StepBox final : public QGraphicsItem {
   }
 
   const QString& Name() const { return name_; }
+  /// How it stands: "running, 687,028 rows".
+  QString State() const { return look_.word + (figures_.isEmpty() ? "" : ", " + figures_); }
 
   /// False when nothing has changed.
   bool Show(const StepLook& look, const QString& figures, bool isChosen) {
@@ -71,7 +73,7 @@ class StepBox final : public QGraphicsItem {
     look_ = look;
     figures_ = figures;
     isChosen_ = isChosen;
-    setToolTip(name_ + "\n" + look.word + (figures.isEmpty() ? "" : ", " + figures));
+    setToolTip(name_ + "\n" + State());
     update();
     return true;
   }
@@ -128,7 +130,7 @@ class StepBox final : public QGraphicsItem {
 StepGraphView::StepGraphView(RunMonitor& monitor) : monitor_(monitor) {
   setScene(&scene_);
   setAccessibleName(Tr("Steps"));
-  viewport()->setAccessibleName(Tr("Steps"));
+  TellScreenReaders();
   setDragMode(ScrollHandDrag);
   setRenderHint(QPainter::Antialiasing);
   setTransformationAnchor(AnchorUnderMouse);
@@ -162,8 +164,9 @@ void StepGraphView::ShowSteps() {
     if (step != nullptr) figures = ToQt(AmountOf(*step));
     if (step != nullptr && step->end && step->state != StepState::NotRun)
       figures += (figures.isEmpty() ? "" : ", ") + SecondsText(*step->end - step->begin);
-    boxes_[i]->Show(LookOf(steps[i], step, monitor_.VerdictAtEnd()), figures,
-                    static_cast<int>(i) == chosen_);
+    const int at = static_cast<int>(i);
+    if (boxes_[i]->Show(LookOf(steps[i], step, monitor_.VerdictAtEnd()), figures, at == chosen_))
+      TellPartChanged(*this, at);
   }
   FollowRun();
 }
@@ -185,7 +188,18 @@ void StepGraphView::Choose(int step) {
   follows_ = false;
   if (step >= 0) centerOn(boxes_[static_cast<std::size_t>(step)]);
   ShowSteps();
+  TellPartChosen(*this, step);
   if (onChosen) onChosen(step);
+}
+
+QString StepGraphView::PartText(int step) const {
+  const StepBox& box = *boxes_[static_cast<std::size_t>(step)];
+  return box.Name() + ", " + box.State();
+}
+
+QRect StepGraphView::PartPlace(int step) const {
+  const QRectF box = boxes_[static_cast<std::size_t>(step)]->sceneBoundingRect();
+  return mapFromScene(box).boundingRect().translated(viewport()->pos());
 }
 
 /// Small packages keep their natural size, large ones are made no smaller than that.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ui/RunMonitor.h"
+#include "ui/qt/PictureParts.h"
 
 namespace torvik {
 
@@ -14,7 +15,7 @@ class StepBox;
 
 /// A package as a graph of boxes and arrows, each box with its step's state. Dragged and zoomed by
 /// the mouse, walked through by the arrow keys.
-class StepGraphView final : public QGraphicsView {
+class StepGraphView final : public QGraphicsView, public PictureParts {
  public:
   explicit StepGraphView(RunMonitor& monitor);
 
@@ -29,6 +30,13 @@ class StepGraphView final : public QGraphicsView {
   void Zoom(double factor);
   int Chosen() const { return chosen_; }
   void Choose(int step);
+
+  int PartCount() const override { return static_cast<int>(boxes_.size()); }
+  QString PartText(int step) const override;
+  QRect PartPlace(int step) const override;
+  int ChosenPart() const override { return chosen_; }
+  void ChoosePart(int step) override { Choose(step); }
+  bool IsBusy() const override { return monitor_.Runs.Get(); }
 
  private:
   void Fit(double smallest);

@@ -6,6 +6,7 @@
 #include "ui/qt/Binders.h"
 #include "ui/qt/ReadOnlyText.h"
 #include "ui/qt/Sparkline.h"
+#include "ui/qt/SpokenLabel.h"
 #include "ui/qt/StepLook.h"
 #include "ui/qt/Words.h"
 
@@ -29,9 +30,8 @@ StepPanel::StepPanel(RunMonitor& monitor)
       error_(NewText()),
       rates_(new Sparkline),
       text_(NewReadOnlyText(Tr("What the step does"))) {
-  state_->setAccessibleName(Tr("State of the step"));
   error_->setStyleSheet("border: 0 solid #cd3c3c; border-left-width: 3px; padding-left: 6px");
-  error_->setAccessibleName(Tr("Error of the step"));
+  rates_->setAccessibleName(Tr("Rows or bytes over time"));
   rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(6, 0, 0, 0);
@@ -111,9 +111,9 @@ void StepPanel::Show(const Facts& facts) {
   font.setBold(!facts.state.isEmpty());
   name_->setFont(font);
   name_->setText(facts.name);
-  state_->setText(facts.state);
+  ShowSpoken(*state_, Tr("State of the step"), facts.state);
   state_->setVisible(!facts.state.isEmpty());
-  error_->setText(facts.error);
+  ShowSpoken(*error_, Tr("Error of the step"), facts.error);
   error_->setVisible(!facts.error.isEmpty());
   rates_->Show(facts.rates.Intervals());
   if (text_->toPlainText() != facts.text) text_->setPlainText(facts.text);

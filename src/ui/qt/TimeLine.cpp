@@ -32,6 +32,7 @@ std::string PlaceOfFetch(const std::string& link) {
 
 TimeLine::TimeLine(RunMonitor& monitor) : monitor_(monitor) {
   setAccessibleName(Tr("Time line of the steps"));
+  TellScreenReaders();
   setFocusPolicy(Qt::StrongFocus);
   setAutoFillBackground(true);
   setBackgroundRole(QPalette::Base);
@@ -47,8 +48,9 @@ void TimeLine::Refresh() {
 int TimeLine::Choose(const std::string& place) {
   chosen_ = place;
   update();
-  const auto found = std::ranges::find(bars_, place, &Bar::place);
-  return found == bars_.end() ? -1 : RowHeight() * (static_cast<int>(found - bars_.begin()) + 1);
+  const int bar = ChosenPart();
+  TellPartChosen(*this, bar);
+  return bar < 0 ? -1 : PartPlace(bar).top();
 }
 
 void TimeLine::ReadBars() {
@@ -148,19 +150,36 @@ void TimeLine::moveEvent(QMoveEvent*) {
 void TimeLine::mousePressEvent(QMouseEvent* event) {
   const int y = static_cast<int>(event->position().y());
   const int row = y < ScaleTop() + RowHeight() ? -1 : y / RowHeight() - 1;
-  if (row >= 0 && row < static_cast<int>(bars_.size()) && onChosen)
-    onChosen(bars_[static_cast<std::size_t>(row)].place);
+  if (row >= 0 && row < PartCount()) ChoosePart(row);
 }
 
 void TimeLine::keyPressEvent(QKeyEvent* event) {
   const bool goesOn = event->key() == Qt::Key_Down, goesBack = event->key() == Qt::Key_Up;
-  const auto count = static_cast<std::ptrdiff_t>(bars_.size());
-  if ((!goesOn && !goesBack) || count == 0 || !onChosen) return QWidget::keyPressEvent(event);
-  const std::ptrdiff_t now = std::ranges::find(bars_, chosen_, &Bar::place) - bars_.begin();
-  const bool isNone = now == count;
-  const std::ptrdiff_t next =
-      isNone ? 0 : std::clamp<std::ptrdiff_t>(now + (goesOn ? 1 : -1), 0, count - 1);
-  onChosen(std::string(bars_[static_cast<std::size_t>(next)].place));
+  if ((!goesOn && !goesBack) || bars_.empty()) return QWidget::keyPressEvent(event);
+  const int now = ChosenPart();
+  ChoosePart(now < 0 ? 0 : std::clamp(now + (goesOn ? 1 : -1), 0, PartCount() - 1));
+}
+
+QString TimeLine::PartText(int bar) const {
+  const Bar& one = bars_[static_cast<std::size_t>(bar)];
+  QStringList words = {ToQt(one.place), one.look.word};
+  if (!one.figures.isEmpty()) words << one.figures;
+  words << Tr("begun at %1").arg(ToQt(ClockText(one.begin)));
+  if (one.end) words << Tr("ended at %1").arg(ToQt(ClockText(*one.end)));
+  return words.join(", ");
+}
+
+QRect TimeLine::PartPlace(int bar) const {
+  return {0, RowHeight() * (bar + 1), width(), RowHeight()};
+}
+
+int TimeLine::ChosenPart() const {
+  const auto found = std::ranges::find(bars_, chosen_, &Bar::place);
+  return found == bars_.end() ? -1 : static_cast<int>(found - bars_.begin());
+}
+
+void TimeLine::ChoosePart(int bar) {
+  if (onChosen) onChosen(std::string(bars_[static_cast<std::size_t>(bar)].place));
 }
 
 }  // namespace torvik

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ui/RunMonitor.h"
+#include "ui/qt/PictureParts.h"
 #include "ui/qt/StepLook.h"
 
 namespace torvik {
@@ -17,7 +18,7 @@ std::string PlaceOfFetch(const std::string& link);
 
 /// A bar for each fetch and each step that has begun, from its begin to its end, below a scale of
 /// seconds. The arrow keys go from bar to bar.
-class TimeLine final : public QWidget {
+class TimeLine final : public QWidget, public PictureParts {
  public:
   explicit TimeLine(RunMonitor& monitor);
 
@@ -29,6 +30,13 @@ class TimeLine final : public QWidget {
   /// Shows how the steps stand now.
   void Refresh();
   QSize sizeHint() const override;
+
+  int PartCount() const override { return static_cast<int>(bars_.size()); }
+  QString PartText(int bar) const override;
+  QRect PartPlace(int bar) const override;
+  int ChosenPart() const override;
+  void ChoosePart(int bar) override;
+  bool IsBusy() const override { return monitor_.Runs.Get(); }
 
  private:
   struct Bar {
