@@ -117,6 +117,7 @@ class KeyboardWalkTest : public WindowTest {
   void ExpectWalksOfJob(const QSize& size) {
     Open();
     session_.Window().resize(size);
+    ASSERT_TRUE(WaitUntil([this] { return !session_.Form().ListsLinks.Get(); }));
     ExpectWalk("package");
     session_.Form().tabDataInfo.Tab.Set(1);
     session_.Form().optDestSQLLogin.Value.Set(true);
