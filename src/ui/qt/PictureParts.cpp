@@ -2,6 +2,7 @@
 
 #include <QAccessibleWidget>
 #include <QPointer>
+#include <QWidget>
 #include <vector>
 
 namespace torvik {
