@@ -24,17 +24,17 @@ Arrivals::~Arrivals() {
     const std::lock_guard lock(mutex_);
     isEnding_ = true;
   }
-  changed_.notify_all();
+  hasCome_.notify_all();
   for (std::thread& worker : workers_) worker.join();
 }
 
 Arrivals::Failure Arrivals::Take(FileReplacement file) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return arrivals_.size() < kOnTheirWay; });
+  hasGone_.wait(lock, [this] { return arrivals_.size() < kOnTheirWay; });
   if (failure_) return failure_;
   arrivals_.push_back({std::move(file)});
   AddWorker();
-  changed_.notify_all();
+  hasCome_.notify_one();
   // Without any worker the file is put in place here.
   while (workers_.empty() && !arrivals_.empty()) SyncOne(lock, arrivals_.front());
   return failure_;
@@ -51,7 +51,7 @@ void Arrivals::AddWorker() {
 
 Arrivals::Failure Arrivals::Finish() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return arrivals_.empty(); });
+  hasGone_.wait(lock, [this] { return arrivals_.empty(); });
   if (!last_.empty() && !failure_) failure_ = {last_, SyncDirectoryOf(last_)};
   last_.clear();
   return std::exchange(failure_, {});
@@ -67,7 +67,7 @@ void Arrivals::Work() {
   std::unique_lock lock(mutex_);
   while (true) {
     Arrival* arrival = nullptr;
-    changed_.wait(lock, [&] { return isEnding_ || (arrival = NextToSync()) != nullptr; });
+    hasCome_.wait(lock, [&] { return isEnding_ || (arrival = NextToSync()) != nullptr; });
     if (arrival == nullptr) return;
     SyncOne(lock, *arrival);
   }
@@ -80,7 +80,7 @@ void Arrivals::SyncOne(std::unique_lock<std::mutex>& lock, Arrival& arrival) {
   lock.lock();
   arrival.isSynced = true;
   PutInPlace();
-  changed_.notify_all();
+  hasGone_.notify_one();
 }
 
 /// Of those that are synced, the ones that no other is before.

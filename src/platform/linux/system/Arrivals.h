@@ -52,8 +52,9 @@ class Arrivals {
   Arrival* NextToSync();
 
   std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<Arrival> arrivals_;  ///< In their order.
+  std::condition_variable hasCome_;  ///< Wakes one worker for each file: waking costs.
+  std::condition_variable hasGone_;  ///< Wakes who takes.
+  std::deque<Arrival> arrivals_;     ///< In their order.
   std::vector<std::thread> workers_;
   std::string last_;  ///< Put in place since the last Finish.
   Failure failure_;
