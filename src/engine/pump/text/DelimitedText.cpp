@@ -62,7 +62,7 @@ class DelimitedText final : public TextSource {
     }
     const bool hasReturn = format_.rowDelimiter.empty() && last > field && last[-1] == '\r';
     *value = ValueOf(field, hasReturn ? last - 1 : last, batch);
-    line_ += 1;
+    ++line_;
     if (countsLineFeeds_ && index_->MayHaveRowEndsInside()) line_ += LinesIn(row_, last);
     row_ = rowEnd_;
     return true;
