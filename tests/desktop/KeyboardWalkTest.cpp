@@ -98,6 +98,7 @@ class KeyboardWalkTest : public WindowTest {
     SCOPED_TRACE(place);
     session_.Window().activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&session_.Window()));
+    EXPECT_EQ(session_.Window().size(), size_) << "no page makes the window grow";
     const Stops forth = Walk({});
     for (std::size_t i = 1; i < forth.size(); ++i)
       EXPECT_TRUE(IsBehind(forth[i - 1], forth[i])) << NameOf(forth[i]);
@@ -114,9 +115,9 @@ class KeyboardWalkTest : public WindowTest {
     EXPECT_THAT(NamesOf(forth), testing::UnorderedElementsAreArray(NamesOf(all)));
   }
 
-  void ExpectWalksOfJob(const QSize& size) {
+  void ExpectWalksOfJob() {
     Open();
-    session_.Window().resize(size);
+    session_.Window().resize(size_);
     ASSERT_TRUE(WaitUntil([this] { return !session_.Form().ListsLinks.Get(); }));
     ExpectWalk("package");
     session_.Form().tabDataInfo.Tab.Set(1);
@@ -136,9 +137,9 @@ class KeyboardWalkTest : public WindowTest {
     Click("Copy remote data before each run");
   }
 
-  void ExpectWalksOfRun(const QSize& size) {
+  void ExpectWalksOfRun() {
     Open();
-    session_.Window().resize(size);
+    session_.Window().resize(size_);
     QTest::keyClick(&session_.Window(), Qt::Key_2, Qt::ControlModifier);
     ExpectWalk("before a run");
     std::string box;
@@ -159,6 +160,8 @@ class KeyboardWalkTest : public WindowTest {
     QTest::keyClick(&session_.Window(), Qt::Key_3, Qt::ControlModifier);
     ExpectWalk("history");
   }
+
+  QSize size_;
 };
 
 TEST_F(KeyboardWalkTest, TheTabKeyGoesThroughEveryPageAsTheEyeDoes) {
@@ -168,11 +171,12 @@ TEST_F(KeyboardWalkTest, TheTabKeyGoesThroughEveryPageAsTheEyeDoes) {
                               "program = \"sleep\"\narguments = [ '300' ]\n");
   for (const QSize size : {QSize(1280, 800), QSize(640, 360)}) {
     SCOPED_TRACE(size.width());
+    size_ = size;
     session_.Start("");
-    session_.Window().resize(size);
+    session_.Window().resize(size_);
     ExpectWalk("start");
-    ExpectWalksOfJob(size);
-    ExpectWalksOfRun(size);
+    ExpectWalksOfJob();
+    ExpectWalksOfRun();
   }
 }
 

@@ -1,6 +1,6 @@
 // Draws the windows for the operator's guide:
 //   torvik-screenshots DIRECTORY [light|dark [WIDTHxHEIGHT]]
-// With a size, the pages of runs alone, in a window of so many pixels.
+// With a size, in a window of so many pixels, and with runs in every state.
 
 #include <QApplication>
 #include <QSettings>
@@ -22,7 +22,6 @@ using namespace torvik;
 namespace {
 
 void TakeForm(DesktopSession& session, const Camera& camera) {
-  session.Start("");
   session.Form().mnuFileNew_Click();
   camera.Take(session.Window(), "new-job");
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
@@ -86,25 +85,28 @@ void TakeDialogs(DesktopSession& session, const Camera& camera) {
   take("about", [&] { form.mnuHelpAbout_Click(); });
 }
 
-/// The pages of runs in a window of a given size, such as "1280x720", in the display's pixels.
-void TakeRunsInSize(DesktopSession& session, const Camera& camera, const QString& size) {
-  const double scale = session.Window().devicePixelRatioF();
-  const QStringList numbers = size.split('x');
-  session.Window().resize(static_cast<int>(numbers.value(0).toInt() / scale),
-                          static_cast<int>(numbers.value(1).toInt() / scale));
-  session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
-  TakeRuns(session, camera, true);
+/// The size "1280x720", in the display's pixels, as the window's own; invalid for an empty text.
+QSize WindowSize(const QString& text) {
+  const QStringList numbers = text.split('x');
+  if (numbers.size() != 2) return {};
+  return QSize(numbers[0].toInt(), numbers[1].toInt()) / qApp->devicePixelRatio();
 }
 
-void TakeAll(DesktopSession& session, const Camera& camera) {
+/// In the window's natural size, or in the one that is given, then with runs in every state.
+void TakeAll(DesktopSession& session, const Camera& camera, const QSize& size) {
+  const auto start = [&] {
+    session.Start("");
+    if (size.isValid()) session.Window().resize(size);
+  };
+  start();
   TakeForm(session, camera);
   TakePanels(session, camera);
   TakePreview(session, camera);
-  session.Start("");
+  start();
   session.Form().OpenJobFile(session.Files().PathOf("job.etl"));
-  TakeRuns(session, camera, false);
+  TakeRuns(session, camera, size.isValid());
   TakeDialogs(session, camera);
-  session.Start("");
+  start();
   camera.Take(session.Window(), "start");
 }
 
@@ -124,12 +126,7 @@ int main(int argc, char** argv) {
     const Camera camera(argv[1]);
     DesktopSession session;
     session.MakeJob();
-    if (argc < 4) {
-      TakeAll(session, camera);
-      return 0;
-    }
-    session.Start("");
-    TakeRunsInSize(session, camera, argv[3]);
+    TakeAll(session, camera, WindowSize(argc > 3 ? argv[3] : ""));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "torvik-screenshots: %s\n", error.what());
     return 1;

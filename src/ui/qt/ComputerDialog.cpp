@@ -13,6 +13,7 @@
 
 #include "platform/Neighbourhood.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/ScreenRoom.h"
 
 namespace torvik {
 namespace {
@@ -42,7 +43,7 @@ class ComputerDialog final : public QDialog {
     connect(&buttons_, &QDialogButtonBox::rejected, this, &QDialog::reject);
     EnableOk();
     name_.setFocus();
-    resize(fontMetrics().averageCharWidth() * 50, fontMetrics().height() * 22);
+    ResizeOnScreen(*this, {fontMetrics().averageCharWidth() * 50, fontMetrics().height() * 22});
     Search(neighbourhood.NetworkCommand());
   }
 

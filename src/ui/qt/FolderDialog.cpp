@@ -13,6 +13,7 @@
 
 #include "platform/Neighbourhood.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/ScreenRoom.h"
 
 namespace torvik {
 namespace {
@@ -59,7 +60,7 @@ class FolderDialog final : public QDialog {
     Select(ToQt(selection));
     path_.setText(ToQt(selection));
     EnableOk();
-    resize(fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 26);
+    ResizeOnScreen(*this, {fontMetrics().averageCharWidth() * 60, fontMetrics().height() * 26});
   }
 
   std::string Path() const { return path_.text().trimmed().toStdString(); }

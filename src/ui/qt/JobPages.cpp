@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
@@ -128,7 +129,7 @@ QGroupBox* NewLogGroup(frmRunnerMain& form) {
              Tr("One for each package, in the directory for temporary files"));
   auto* const used = new QLabel;
   Bind(*used, form.lblUsedLogfileDir);
-  used->setEnabled(false);
+  used->setForegroundRole(QPalette::PlaceholderText);
   used->setWordWrap(true);
   used->setIndent(used->fontMetrics().averageCharWidth() * 3);
   grid.Wide(*used);
@@ -141,13 +142,25 @@ QGroupBox* NewLogGroup(frmRunnerMain& form) {
   return group;
 }
 
+/// The fields of all groups begin below each other.
+void AlignFields(std::initializer_list<QGroupBox*> groups) {
+  int width = 0;
+  for (const QGroupBox* group : groups)
+    for (const QLabel* label : group->findChildren<QLabel*>())
+      if (label->buddy() != nullptr) width = std::max(width, label->sizeHint().width());
+  for (const QGroupBox* group : groups)
+    static_cast<QGridLayout*>(group->layout())->setColumnMinimumWidth(0, width);
+}
+
 }  // namespace
 
 QWidget* NewPackagePage(frmRunnerMain& form) {
   auto* const page = new QWidget;
   auto* const layout = new QVBoxLayout(page);
-  layout->addWidget(NewPackageGroup(form));
-  layout->addWidget(NewLogGroup(form));
+  QGroupBox *const package = NewPackageGroup(form), *const logs = NewLogGroup(form);
+  AlignFields({package, logs});
+  layout->addWidget(package);
+  layout->addWidget(logs);
   layout->addStretch();
   return page;
 }

@@ -145,6 +145,19 @@ QWidget* NewFlatFilePanel(ctDLlFlatFile& panel) {
   return page;
 }
 
+/// The page in front alone gives the stack its size: a short one is not scrolled.
+void SizeByFront(QStackedWidget& stack) {
+  const auto size = [&stack] {
+    for (int page = 0; page < stack.count(); ++page) {
+      const bool isFront = page == stack.currentIndex();
+      const auto policy = isFront ? QSizePolicy::Preferred : QSizePolicy::Ignored;
+      stack.widget(page)->setSizePolicy(policy, policy);
+    }
+  };
+  QObject::connect(&stack, &QStackedWidget::currentChanged, &stack, size);
+  size();
+}
+
 /// A page for each panel, and one that is in front while none is visible.
 QStackedWidget* NewStack(frmRunnerMain& form) {
   auto* const stack = new QStackedWidget;
@@ -152,7 +165,7 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   Watch(form.LinkHint, *none,
         [](QLabel& label, const std::string& hint) { label.setText(Tr(hint.c_str())); });
   none->setAlignment(Qt::AlignCenter);
-  none->setEnabled(false);
+  none->setForegroundRole(QPalette::PlaceholderText);
   none->setWordWrap(true);
   stack->addWidget(none);
   const auto add = [stack](DataLinkPanel& panel, QWidget* page) {
@@ -171,6 +184,7 @@ QStackedWidget* NewStack(frmRunnerMain& form) {
   auto& excel = form.ctlDLExcelFilesOBJ;
   add(excel, NewFilePanel(excel, excel.txtExcelFile, excel.cmdExcelFile, excel.txtExcelUser,
                           excel.txtExcelPassword, [&excel] { excel.cmdExcelFile_Click(); }));
+  SizeByFront(*stack);
   return stack;
 }
 

@@ -81,8 +81,13 @@ class LinkTable final : public QTreeWidget {
     for (std::size_t i = 0; i < rows.size(); ++i)
       ShowRow(isOther ? *new QTreeWidgetItem(this) : *topLevelItem(static_cast<int>(i)), rows[i]);
     if (isOther)
-      for (const int column : {0, 1, 3, 4}) resizeColumnToContents(column);
+      for (const int column : {0, 1, 3, 4}) FitColumn(column);
     isFilling_ = false;
+  }
+
+  void FitColumn(int column) {
+    resizeColumnToContents(column);
+    setColumnWidth(column, columnWidth(column) + fontMetrics().averageCharWidth());
   }
 
   void ShowRow(QTreeWidgetItem& item, const LinkRow& row) {

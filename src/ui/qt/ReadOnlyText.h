@@ -6,13 +6,19 @@
 namespace torvik {
 
 /// A text to read, in columns; it can be gone through, chosen from and copied by the keyboard too.
-inline QPlainTextEdit* NewReadOnlyText(const QString& name) {
-  auto* const text = new QPlainTextEdit;
-  text->setReadOnly(true);
-  text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-  text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  text->setAccessibleName(name);
-  return text;
-}
+/// A few lines are enough for it; it takes what room there is.
+class ReadOnlyText final : public QPlainTextEdit {
+ public:
+  explicit ReadOnlyText(const QString& name) {
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    setAccessibleName(name);
+  }
+
+  QSize sizeHint() const override {
+    return {fontMetrics().averageCharWidth() * 30, fontMetrics().height() * 5};
+  }
+};
 
 }  // namespace torvik

@@ -1,20 +1,17 @@
 #include "ui/qt/RunPage.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPointer>
-#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTimer>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
+#include "ui/qt/RunHead.h"
 #include "ui/qt/RunView.h"
 #include "ui/qt/ScrolledPage.h"
 #include "ui/qt/SpokenLabel.h"
@@ -29,15 +26,6 @@ namespace {
 /// What is told oftener is shown at this pace.
 constexpr int kRefreshMilliseconds = 100;
 
-QToolButton* NewTool(const QString& text, const QString& help, std::function<void()> click) {
-  auto* const button = new QToolButton;
-  button->setText(text);
-  button->setToolTip(help);
-  button->setAccessibleName(help);
-  QObject::connect(button, &QToolButton::clicked, button, std::move(click));
-  return button;
-}
-
 /// Stays at the end of what grows, as long as the operator leaves it there.
 void FollowEnd(QScrollBar& bar) {
   const auto last = std::make_shared<int>(0);
@@ -46,6 +34,28 @@ void FollowEnd(QScrollBar& bar) {
     *last = end;
   });
 }
+
+/// A text in lines, as high as its width makes it. The page takes no height from it beyond that.
+class Note final : public QLabel {
+ public:
+  Note() {
+    setWordWrap(true);
+    setTextFormat(Qt::PlainText);
+    setTextInteractionFlags(Qt::TextSelectableByMouse);
+  }
+
+  void Show(const std::string& text) {
+    ShowSpoken(*this, Tr("Note on the run"), ToQt(text));
+    setVisible(!text.empty());
+    FitHeight();
+  }
+
+  bool hasHeightForWidth() const override { return false; }
+
+ private:
+  void FitHeight() { setMinimumHeight(heightForWidth(width())); }
+  void resizeEvent(QResizeEvent*) override { FitHeight(); }
+};
 
 class RunPage final : public QWidget {
  public:
@@ -56,8 +66,8 @@ class RunPage final : public QWidget {
         panel_(new StepPanel(form.Monitor)),
         timeLine_(new TimeLine(form.Monitor)),
         times_(new QScrollArea),
-        time_(new QLabel),
-        note_(new QLabel) {
+        head_(new RunHead(form, *graph_)),
+        note_(new Note) {
     auto* const steps = new QSplitter;
     steps->setObjectName("steps");
     steps->setChildrenCollapsible(false);
@@ -76,48 +86,13 @@ class RunPage final : public QWidget {
     all->addWidget(NewRunTexts(form.Monitor, [this](const std::string& place) { Go(place); }));
     all->setSizes({5000, 1500, 2000});
     auto* const layout = new QVBoxLayout(this);
-    layout->addLayout(MakeHead());
+    layout->addWidget(head_);
     layout->addWidget(note_);
     layout->addWidget(all, 1);
     WatchRun();
   }
 
  private:
-  QHBoxLayout* MakeHead() {
-    auto* const head = new QHBoxLayout;
-    time_->setWordWrap(true);
-    auto* const search = new QLineEdit;
-    search->setPlaceholderText(Tr("Find a step"));
-    search->setAccessibleName(Tr("Find a step"));
-    search->setToolTip(Tr("The return key goes to the next step whose name has this text"));
-    search->setClearButtonEnabled(true);
-    search->setMaximumWidth(fontMetrics().averageCharWidth() * 28);
-    search->setMinimumWidth(fontMetrics().averageCharWidth() * 10);
-    connect(search, &QLineEdit::returnPressed, this,
-            [this, search] { graph_->FindNext(search->text()); });
-    auto* const stop = new QPushButton;
-    Bind(*stop, form_.cmdStop, [this] { form_.cmdStop_Click(); });
-    SetHelp(*stop, form_.cmdStop, Tr("Ends the run: its steps are cancelled"));
-    head->addWidget(NewVerdictLabel(form_.Monitor));
-    head->addWidget(time_, 1);
-    head->addWidget(search);
-    head->addWidget(NewTool("−", Tr("Smaller"), [this] { graph_->Zoom(0.8); }));
-    head->addWidget(NewTool("+", Tr("Larger"), [this] { graph_->Zoom(1.25); }));
-    head->addWidget(NewTool("⤢", Tr("The whole package"), [this] { graph_->FitAll(); }));
-    auto* const errorFile = new QPushButton(Tr("Error file"));
-    errorFile->setToolTip(Tr("Shows the exception log"));
-    connect(errorFile, &QPushButton::clicked, this, [this] { form_.cmdShowErrorFile_Click(); });
-    auto* const log = new QPushButton(Tr("Package log"));
-    log->setToolTip(Tr("Shows what the package has written of its steps"));
-    connect(log, &QPushButton::clicked, this, [this] { form_.cmdShowPackageLog_Click(); });
-    for (QPushButton* const button : {log, errorFile, stop}) {
-      button->setAutoDefault(false);
-      button->setMinimumWidth(button->sizeHint().width() + fontMetrics().averageCharWidth() * 2);
-      head->addWidget(button);
-    }
-    return head;
-  }
-
   void WatchRun() {
     graph_->onChosen = [this](int step) {
       panel_->Choose(step);
@@ -136,13 +111,7 @@ class RunPage final : public QWidget {
       if (loads) page.loading_.start();
       if (!loads) page.loading_.stop();
     });
-    note_->setWordWrap(true);
-    note_->setTextFormat(Qt::PlainText);
-    note_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    Watch(form_.Monitor.Note, *note_, [](QLabel& label, const std::string& text) {
-      ShowSpoken(label, Tr("Note on the run"), ToQt(text));
-      label.setVisible(!text.empty());
-    });
+    Watch(form_.Monitor.Note, *note_, [](Note& note, const std::string& text) { note.Show(text); });
     Watch(form_.Monitor.Package, *this, [](RunPage& page, const auto&) {
       page.graph_->ShowPackage();
       page.panel_->Choose(-1);
@@ -218,7 +187,7 @@ class RunPage final : public QWidget {
     if (const auto usual = form_.History.UsualSeconds(); usual && monitor.Runs.Get())
       words << Tr("usually %1").arg(ToQt(ClockText(*usual)));
     if (const QString fetch = FetchWords(); !fetch.isEmpty()) words << fetch;
-    ShowSpoken(*time_, Tr("Time of the run"), words.join(", "));
+    head_->ShowTime(words.join(", "));
   }
 
   frmRunnerMain& form_;
@@ -227,7 +196,8 @@ class RunPage final : public QWidget {
   StepPanel* panel_;
   TimeLine* timeLine_;
   QScrollArea* times_;
-  QLabel *time_, *note_;
+  RunHead* head_;
+  Note* note_;
   QTimer pace_, clock_, loading_;
 };
 

@@ -111,7 +111,7 @@ QLabel* NewVerdictLabel(RunMonitor& monitor) {
 QTabWidget* NewRunTexts(RunMonitor& monitor, std::function<void(const std::string&)> go) {
   auto* const tabs = new QTabWidget;
   tabs->setAccessibleName(Tr("Texts of the run"));
-  QPlainTextEdit* const log = NewReadOnlyText(Tr("Lines of the log"));
+  auto* const log = new ReadOnlyText(Tr("Lines of the log"));
   log->setMaximumBlockCount(10'000);
   auto* const problems = new ProblemList;
   QObject::connect(problems, &QTreeWidget::itemActivated, problems,

@@ -11,6 +11,7 @@
 #include "ui/qt/Binders.h"
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/StepLook.h"
+#include "ui/qt/TableRows.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -25,10 +26,10 @@ void FillJobs(QTreeWidget& jobs, JobHistory& history) {
                 run ? SignOf(*run) + " " + VerdictWord(run->outcome) : Tr("no run yet"),
                 run ? BeginOf(*run) : QString(), QFileInfo(file).path()});
     row->setData(0, Qt::UserRole, file);
-    if (run) row->setForeground(1, VerdictColour(run->outcome));
+    if (run) row->setForeground(1, ForText(VerdictColour(run->outcome), jobs.palette()));
     for (const int column : {0, 3}) row->setToolTip(column, file);
   }
-  for (int column = 0; column < 3; ++column) jobs.resizeColumnToContents(column);
+  FitColumns(jobs);
   jobs.setCurrentItem(jobs.topLevelItem(0));
 }
 
@@ -49,6 +50,7 @@ QWidget* NewStartPage(frmRunnerMain& form) {
   jobs->setAccessibleName(Tr("Recent jobs"));
   jobs->setToolTip(Tr("A double-click, or the return key, opens a job"));
   jobs->setRootIsDecorated(false);
+  SpaceRows(*jobs);
   jobs->setTextElideMode(Qt::ElideMiddle);
   QObject::connect(jobs, &QTreeWidget::itemActivated, page, [&form](QTreeWidgetItem* row) {
     form.OpenJobFile(row->data(0, Qt::UserRole).toString().toStdString());

@@ -29,7 +29,7 @@ StepPanel::StepPanel(RunMonitor& monitor)
       state_(NewText()),
       error_(NewText()),
       rates_(new Sparkline),
-      text_(NewReadOnlyText(Tr("What the step does"))) {
+      text_(new ReadOnlyText(Tr("What the step does"))) {
   error_->setStyleSheet("border: 0 solid #cd3c3c; border-left-width: 3px; padding-left: 6px");
   rates_->setAccessibleName(Tr("Rows or bytes over time"));
   rates_->setToolTip(Tr("Rows, or bytes of a fetch, over time, from the begin on"));

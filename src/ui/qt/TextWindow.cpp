@@ -13,6 +13,7 @@
 
 #include "ui/qt/Binders.h"
 #include "ui/qt/ReadOnlyText.h"
+#include "ui/qt/ScreenRoom.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -27,7 +28,7 @@ TextWindow::TextWindow(QString path, const QString& title,
                        std::function<std::string(const std::string&)> decode)
     : path_(std::move(path)),
       decode_(std::move(decode)),
-      text_(NewReadOnlyText(Tr("Text of the file"))),
+      text_(new ReadOnlyText(Tr("Text of the file"))),
       search_(new QLineEdit),
       follow_(new QCheckBox(Tr("&Follow"))),
       state_(new QLabel) {
@@ -60,7 +61,7 @@ TextWindow::TextWindow(QString path, const QString& title,
           &QWidget::close);
   connect(&timer_, &QTimer::timeout, this, [this] { ReadOn(); });
   timer_.start(kPaceMilliseconds);
-  resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36);
+  ResizeOnScreen(*this, {fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36});
   ReadOn();
 }
 

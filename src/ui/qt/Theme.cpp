@@ -13,8 +13,9 @@ namespace {
 
 constexpr const char* kKey = "theme";
 
-/// Shows which list, text or picture has the keyboard, where the style itself has no sign for that.
-class FocusStyle final : public QProxyStyle {
+/// Shows which list, text or picture has the keyboard, where the style itself has no sign for that;
+/// the buttons of a box look alike, the form's own and the usual ones.
+class FormStyle final : public QProxyStyle {
  public:
   using QProxyStyle::QProxyStyle;
 
@@ -26,6 +27,13 @@ class FocusStyle final : public QProxyStyle {
     painter->setPen(option->palette.color(QPalette::Link));
     painter->setBrush(Qt::NoBrush);
     painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+  }
+
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* answer) const override {
+    return hint == SH_DialogButtonBox_ButtonsHaveIcons
+               ? 0
+               : QProxyStyle::styleHint(hint, option, widget, answer);
   }
 };
 
@@ -64,11 +72,11 @@ void SetTheme(const QString& name) {
   static const QString systemStyle = QApplication::style()->name();
   static const QPalette systemPalette = QApplication::palette();
   if (name == "system") {
-    QApplication::setStyle(new FocusStyle(systemStyle));
+    QApplication::setStyle(new FormStyle(systemStyle));
     QApplication::setPalette(systemPalette);
     return;
   }
-  auto* const fusion = new FocusStyle("Fusion");
+  auto* const fusion = new FormStyle("Fusion");
   QApplication::setStyle(fusion);
   QApplication::setPalette(name == "dark" ? DarkPalette() : fusion->standardPalette());
 }
