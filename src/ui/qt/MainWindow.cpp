@@ -1,15 +1,12 @@
 #include "ui/qt/MainWindow.h"
 
 #include <QAccessible>
-#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
 #include <QHBoxLayout>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
@@ -21,7 +18,6 @@
 #include <QStyle>
 #include <QTabBar>
 #include <QTabWidget>
-#include <QToolBar>
 
 #include "platform/Neighbourhood.h"
 #include "platform/Version.h"
@@ -31,13 +27,13 @@
 #include "ui/qt/JobChecker.h"
 #include "ui/qt/JobPages.h"
 #include "ui/qt/LinkPanels.h"
+#include "ui/qt/MainMenus.h"
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
 #include "ui/qt/RunView.h"
 #include "ui/qt/ScrolledPage.h"
 #include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
-#include "ui/qt/Theme.h"
 #include "ui/qt/Words.h"
 
 namespace torvik {
@@ -53,19 +49,6 @@ QPushButton* NewCommand(CommandButton& command, std::function<void()> click, con
   SetHelp(*button, command, help);
   button->setAutoDefault(false);
   return button;
-}
-
-/// That of the style is black, and unseen on dark colours.
-QIcon RunIcon() {
-  constexpr int kSize = 64;
-  QPixmap picture(kSize, kSize);
-  picture.fill(Qt::transparent);
-  QPainter painter(&picture);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(QColor(56, 142, 60));
-  painter.drawPolygon(QPolygon({QPoint(14, 8), QPoint(14, 56), QPoint(56, 32)}));
-  return picture;
 }
 
 QString DroppedJobFile(const QMimeData& data) {
@@ -88,8 +71,7 @@ MainWindow::MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourh
     connect(this, &QObject::destroyed, window, &QWidget::close);
     window->show();
   };
-  MakeMenus();
-  MakeToolBar();
+  new MainMenus(*this, form_, checker_);
   MakeCentre(admin);
   WatchForm();
   RestorePlaces();
@@ -109,85 +91,6 @@ void MainWindow::SavePlaces() {
   settings.setValue(kGeometry, saveGeometry());
   for (const QSplitter* const splitter : findChildren<QSplitter*>())
     settings.setValue(kSplitters + splitter->objectName(), splitter->saveState());
-}
-
-void MainWindow::MakeMenus() {
-  QMenu* const file = menuBar()->addMenu(Tr("&File"));
-  const auto add = [this, file](const QString& text, const QKeySequence& keys, auto work) {
-    QAction* const action = file->addAction(text);
-    action->setShortcut(keys);
-    connect(action, &QAction::triggered, this, work);
-    Watch(form_.Hourglass, *action, [](QAction& one, bool on) { one.setEnabled(!on); });
-    return action;
-  };
-  const auto addTool = [this, &add](const QString& text, const QString& help,
-                                    CommandButton& command, const QKeySequence& keys,
-                                    const QIcon& icon, auto work) {
-    QAction* const action = add(text, keys, work);
-    action->setIcon(icon);
-    SetHelp(*action, command, help);
-    tools_.push_back(action);
-    return action;
-  };
-  addTool(Tr("&New"), Tr("Begins another job"), form_.cmdOpen, QKeySequence::New,
-          style()->standardIcon(QStyle::SP_FileIcon), [this] { form_.mnuFileNew_Click(); });
-  addTool(Tr("&Open..."), Tr("Opens a job file"), form_.cmdOpen, QKeySequence::Open,
-          style()->standardIcon(QStyle::SP_DialogOpenButton), [this] { form_.cmdOpen_Click(); });
-  recent_ = file->addMenu(Tr("Open &recent"));
-  recent_->setToolTipsVisible(true);
-  connect(recent_, &QMenu::aboutToShow, this, [this] { FillRecent(); });
-  addTool(Tr("&Save"), Tr("Saves the job"), form_.cmdOpen, QKeySequence::Save,
-          style()->standardIcon(QStyle::SP_DialogSaveButton),
-          [this] { form_.mnuFileSave_Click(); });
-  add(Tr("Save &As..."), QKeySequence::SaveAs, [this] { form_.cmdSave_Click(); });
-  file->addSeparator();
-  if (checker_ != nullptr) {
-    QAction* const check =
-        addTool(Tr("&Check"), Tr("Tries all that the job names"), form_.cmdCheck, {},
-                style()->standardIcon(QStyle::SP_DialogApplyButton), [this] { checker_->Start(); });
-    for (auto* const one : {&form_.cmdCheck.Enabled, &form_.Hourglass})
-      Watch(*one, *check, [this](QAction& action, bool) {
-        action.setEnabled(form_.cmdCheck.Enabled.Get() && !form_.Hourglass.Get());
-      });
-  }
-  QAction* const execute =
-      addTool({}, Tr("Executes the job now"), form_.cmdExecute, QKeySequence(Qt::Key_F5), RunIcon(),
-              [this] { form_.cmdExecute_Click(); });
-  file->addSeparator();
-  QAction* const exit = add({}, QKeySequence::Quit, [this] { form_.cmdClose_Click(); });
-  // By the scheduler's mode, which the buttons' captions tell: they are called Exit and Cancel
-  // then.
-  Watch(form_.cmdExecute.Caption, *this, [execute, exit](MainWindow& window, const std::string&) {
-    const bool isForScheduler = window.form_.StartInQXJobConfigMode();
-    execute->setText(isForScheduler ? Tr("Save and &hand to the scheduler") : Tr("Exec&ute"));
-    exit->setText(isForScheduler ? Tr("E&xit, telling the scheduler to cancel") : Tr("E&xit"));
-  });
-  exit->setMenuRole(QAction::QuitRole);
-
-  QMenu* const view = menuBar()->addMenu(Tr("&View"));
-  auto* const themes = new QActionGroup(this);
-  for (const auto& [name, text] : {std::pair{"system", Tr("&System colours")},
-                                   {"light", Tr("&Light")},
-                                   {"dark", Tr("&Dark")}}) {
-    QAction* const action = themes->addAction(view->addAction(text));
-    action->setCheckable(true);
-    action->setChecked(ThemeName() == name);
-    connect(action, &QAction::triggered, this, [name = QString(name)] { ChooseTheme(name); });
-  }
-  QMenu* const help = menuBar()->addMenu(Tr("&Help"));
-  connect(help->addAction(Tr("&About")), &QAction::triggered, this,
-          [this] { form_.mnuHelpAbout_Click(); });
-}
-
-void MainWindow::MakeToolBar() {
-  QToolBar* const bar = addToolBar(Tr("Tools"));
-  bar->setMovable(false);
-  bar->setContextMenuPolicy(Qt::PreventContextMenu);
-  bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-  for (QAction* const tool : tools_) {
-    bar->addAction(tool);
-    bar->widgetForAction(tool)->setFocusPolicy(Qt::TabFocus);
-  }
 }
 
 void MainWindow::MakeCentre(const std::string& admin) {
@@ -343,20 +246,6 @@ void MainWindow::AddRecent() {
   const QString file = ToQt(form_.TorvConfigFile);
   const bool isRelative = !file.contains(':') && !file.startsWith('\\') && !file.startsWith('/');
   AddRecentJob(isRelative ? QDir::current().absoluteFilePath(file) : file);
-}
-
-void MainWindow::FillRecent() {
-  recent_->clear();
-  int number = 1;
-  for (const QString& file : RecentJobs()) {
-    const QString shown =
-        fontMetrics().elidedText(file, Qt::ElideMiddle, fontMetrics().averageCharWidth() * 80);
-    QAction* const action = recent_->addAction("&" + QString::number(number++) + "  " + shown);
-    action->setToolTip(file);
-    connect(action, &QAction::triggered, this,
-            [this, file] { form_.OpenJobFile(file.toStdString()); });
-  }
-  if (recent_->isEmpty()) recent_->addAction(Tr("None"))->setEnabled(false);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

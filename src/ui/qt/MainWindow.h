@@ -18,15 +18,12 @@ class MainWindow final : public QMainWindow {
   MainWindow(frmRunnerMain& form, const std::string& admin, Neighbourhood& places);
 
  private:
-  void MakeMenus();
-  void MakeToolBar();
   void MakeCentre(const std::string& admin);
   QLayout* MakeCommands();
   void WatchForm();
   void ShowRunTab();
   void ShowAbout();
   void AddRecent();
-  void FillRecent();
   void RestorePlaces();
   void SavePlaces();
 
@@ -35,8 +32,6 @@ class MainWindow final : public QMainWindow {
   void dropEvent(QDropEvent* event) override;
 
   frmRunnerMain& form_;
-  QMenu* recent_ = nullptr;
-  std::vector<QAction*> tools_;  // of the menu, that stand in the tool bar too
   JobChecker* checker_ = nullptr;
   QWidget* fields_ = nullptr;  // what must not change during a run
   QWidget* links_ = nullptr;
