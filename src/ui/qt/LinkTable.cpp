@@ -44,6 +44,7 @@ class LinkTable final : public QTreeWidget {
     setTextElideMode(Qt::ElideMiddle);
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(kPlaceColumn, QHeaderView::Stretch);
+    Fit();
     setMinimumSize(fontMetrics().averageCharWidth() * 16, fontMetrics().height() * 7);
     Watch(form.LinkRows, *this,
           [](LinkTable& table, const std::vector<LinkRow>& rows) { table.Show(rows); });
@@ -80,14 +81,16 @@ class LinkTable final : public QTreeWidget {
     if (isOther) clear();
     for (std::size_t i = 0; i < rows.size(); ++i)
       ShowRow(isOther ? *new QTreeWidgetItem(this) : *topLevelItem(static_cast<int>(i)), rows[i]);
-    if (isOther)
-      for (const int column : {0, 1, 3, 4}) FitColumn(column);
+    if (isOther) Fit();
     isFilling_ = false;
   }
 
-  void FitColumn(int column) {
-    resizeColumnToContents(column);
-    setColumnWidth(column, columnWidth(column) + fontMetrics().averageCharWidth());
+  /// What stands in a column, and a gap before the next.
+  void Fit() {
+    for (const int column : {0, 1, 3, 4}) {
+      resizeColumnToContents(column);
+      setColumnWidth(column, columnWidth(column) + fontMetrics().averageCharWidth());
+    }
   }
 
   void ShowRow(QTreeWidgetItem& item, const LinkRow& row) {
