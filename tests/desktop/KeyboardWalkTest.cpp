@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
@@ -15,7 +16,7 @@
 #include <QTreeWidget>
 #include <QWindow>
 #include <algorithm>
-#include <functional>
+#include <utility>
 #include <vector>
 
 #include "desktop/WindowTest.h"
@@ -244,6 +245,44 @@ TEST_F(KeyboardWalkTest, ReturnAndEscapeAnswerQuestionsAsTheirButtonsSay) {
   EXPECT_EQ(usual, "Save");
   EXPECT_FALSE(form.IsOpen());
   EXPECT_THAT(Job(), testing::HasSubstr("DTSServer=NEW\r\n"));
+}
+
+TEST_F(KeyboardWalkTest, ALogIsReadSearchedAndClosedByKeys) {
+  Open();
+  session_.Files().WriteFile("err.txt", "one x\r\ntwo x\r\nthree x\r\n");
+  Click("Show");
+  QWidget* window = nullptr;
+  for (QWidget* one : QApplication::topLevelWidgets())
+    if (one->windowTitle() == "S:\\err.txt") window = one;
+  ASSERT_NE(window, nullptr);
+  const QPointer<QWidget> closed(window);
+  window->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+  const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QTest::keyClick(window->windowHandle(), key, modifiers);
+  };
+  auto& text = DesktopSession::FindIn<QPlainTextEdit>(*window, "Text of the file");
+  text.setFocus();
+  press(Qt::Key_F, Qt::ControlModifier);
+  press(Qt::Key_X);
+  for (const auto& [modifiers, line] :
+       {std::pair{Qt::NoModifier, 0}, {Qt::NoModifier, 1}, {Qt::ShiftModifier, 0}}) {
+    press(Qt::Key_Return, modifiers);
+    EXPECT_EQ(text.textCursor().blockNumber(), line);
+  }
+  Stops stops;
+  for (int i = 0; i < 5; ++i) {
+    press(Qt::Key_Tab);
+    stops.push_back(QApplication::focusWidget());
+    ExpectSeen(*stops.back());
+  }
+  EXPECT_THAT(NamesOf(stops),
+              testing::ElementsAre("QPushButton \"&Next\"", "QPushButton \"&Before\"",
+                                   "QCheckBox \"&Follow\"", "QPlainTextEdit \"Text of the file\"",
+                                   "QLineEdit \"Find\""));
+  press(Qt::Key_Escape);
+  QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_TRUE(closed.isNull());
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <QTabWidget>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/Binders.h"
@@ -53,7 +54,7 @@ class Note final : public QLabel {
   bool hasHeightForWidth() const override { return false; }
 
  private:
-  void FitHeight() { setMinimumHeight(heightForWidth(width())); }
+  void FitHeight() { setMinimumHeight(std::max(0, heightForWidth(width()))); }
   void resizeEvent(QResizeEvent*) override { FitHeight(); }
 };
 
