@@ -42,7 +42,9 @@ class ScrolledPage final : public QScrollArea {
   }
 
   /// That of the base class cares for the text cursor alone.
-  bool focusNextPrevChild(bool next) override { return QWidget::focusNextPrevChild(next); }
+  bool focusNextPrevChild(bool next) override {
+    return QWidget::focusNextPrevChild(next);  // NOLINT(bugprone-parent-virtual-call)
+  }
 };
 
 }  // namespace
