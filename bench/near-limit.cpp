@@ -1,6 +1,6 @@
 // Loads the file of bench/generate-rows into the table of bench/pump by nothing but splitting lines
-// on one thread and INSERT ... SELECT from a virtual table on another: what no loader of this table
-// can be much faster than. It checks nothing.
+// on one thread and INSERT ... SELECT from a virtual table on another: what no loader that hands
+// SQLite values can be much faster than. It checks nothing.
 //
 // usage: near-limit FILE DATABASE --journal wal|off
 
