@@ -157,13 +157,14 @@ TEST_P(PumpFaults, APumpWhoseServerGoesAwaySaysSoAndLeavesNothing) {
   const RunningProgram run = Start();
   pipe.Write(Rows(1, kRows));
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-  // While it waits for more: its last words are lost when rows are on their way to it.
+  // Once it has waited for more for a while: its last words are lost when rows are on their way to
+  // it.
   std::string ended = "0\n";
   while (ended == "0\n" && std::chrono::steady_clock::now() < end)
     ended = sandbox_->Query(
         "SELECT COUNT(pg_terminate_backend(pid)) FROM pg_stat_activity"
-        " WHERE application_name = 'torvik' AND xact_start IS NOT NULL"
-        " AND wait_event = 'ClientRead' AND pid <> pg_backend_pid()");
+        " WHERE application_name = 'torvik' AND state = 'idle in transaction'"
+        " AND clock_timestamp() - state_change > INTERVAL '500 ms' AND pid <> pg_backend_pid()");
   pipe.Close();
   sandbox_->Wait(run);
   EXPECT_THAT(sandbox_->ReadFile("err.txt"), HasSubstr("terminating connection"));
