@@ -53,7 +53,8 @@ DWDB={warehouse}
 
 def build(*programs):
     """Builds torvik and torvik-admin as they are released, and programs of this directory."""
-    for command in (["cmake", "--preset", "release", "-DTORVIK_BENCH=ON"],
+    # bench/frames drives the form as the tests do.
+    for command in (["cmake", "--preset", "release", "-DTORVIK_BENCH=ON", "-DTORVIK_TESTS=ON"],
                     ["cmake", "--build", "--preset", "release", "--target", "torvik",
                      "torvik-admin", *programs]):
         built = subprocess.run(command, cwd=ROOT, capture_output=True, text=True)
