@@ -15,7 +15,8 @@ class PeriodicThread {
  public:
   explicit PeriodicThread(std::function<void()> look) {
     try {
-      thread_ = std::jthread([look = std::move(look)](std::stop_token stop) { Run(look, stop); });
+      thread_ =
+          std::jthread([look = std::move(look)](const std::stop_token& stop) { Run(look, stop); });
     } catch (const std::exception&) {
     }
   }

@@ -240,7 +240,7 @@ class CurlTransfer final : public FtpTransfer {
   void AddCommand(const std::string& command) {
     curl_slist* longer = curl_slist_append(commands_.get(), command.c_str());
     if (longer == nullptr) throw std::bad_alloc();
-    commands_.release();
+    static_cast<void>(commands_.release());  // the longer one begins with it
     commands_.reset(longer);
   }
 

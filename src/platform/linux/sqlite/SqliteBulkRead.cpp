@@ -83,7 +83,7 @@ std::unique_ptr<ado::BulkRead> NewSqliteBulkRead(std::shared_ptr<SqliteSession> 
                                           "");
 }
 
-std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(std::shared_ptr<SqliteSession> session,
+std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(const std::shared_ptr<SqliteSession>& session,
                                                     const std::string& sql,
                                                     const SqliteStatement& query) {
   const std::string spool = "temp.torvik_rows_" + std::to_string(session->NextNumber());

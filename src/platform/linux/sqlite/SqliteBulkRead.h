@@ -16,7 +16,7 @@ std::unique_ptr<ado::BulkRead> NewSqliteBulkRead(std::shared_ptr<SqliteSession> 
 
 /// The rows that the query `sql` has now, whatever the connection does before they are read: they
 /// are kept in a temporary table, which goes away with the answer. `query` is that query, compiled.
-std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(std::shared_ptr<SqliteSession> session,
+std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(const std::shared_ptr<SqliteSession>& session,
                                                     const std::string& sql,
                                                     const SqliteStatement& query);
 
