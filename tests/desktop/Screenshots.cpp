@@ -15,7 +15,7 @@
 #include "desktop/Camera.h"
 #include "desktop/DesktopSession.h"
 #include "desktop/RunScreenshots.h"
-#include "ui/qt/Theme.h"
+#include "ui/qt/controls/Theme.h"
 
 using namespace torvik;
 

@@ -12,7 +12,7 @@
 #include <QVBoxLayout>
 
 #include "ui/frmAnimate.h"
-#include "ui/qt/Binders.h"
+#include "ui/qt/controls/Binders.h"
 
 namespace torvik {
 namespace {

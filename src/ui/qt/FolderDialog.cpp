@@ -12,8 +12,8 @@
 #include <QVBoxLayout>
 
 #include "platform/Neighbourhood.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/ScreenRoom.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ScreenRoom.h"
 
 namespace torvik {
 namespace {

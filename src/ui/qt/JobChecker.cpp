@@ -6,8 +6,8 @@
 
 #include "platform/CountText.h"
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

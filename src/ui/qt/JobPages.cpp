@@ -13,9 +13,9 @@
 #include <algorithm>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/FieldGrid.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/FieldGrid.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -12,12 +12,12 @@
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/FieldGrid.h"
 #include "ui/qt/LinkPreviewPane.h"
 #include "ui/qt/LinkTable.h"
-#include "ui/qt/ScrolledPage.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/FieldGrid.h"
+#include "ui/qt/controls/ScrolledPage.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

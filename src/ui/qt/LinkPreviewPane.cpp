@@ -11,7 +11,7 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

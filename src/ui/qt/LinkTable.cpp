@@ -11,8 +11,8 @@
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

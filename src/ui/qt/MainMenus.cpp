@@ -8,11 +8,11 @@
 #include <QToolBar>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/JobChecker.h"
 #include "ui/qt/RecentJobs.h"
-#include "ui/qt/Theme.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Theme.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

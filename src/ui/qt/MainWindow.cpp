@@ -22,7 +22,6 @@
 #include "platform/Neighbourhood.h"
 #include "platform/Version.h"
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/HistoryPage.h"
 #include "ui/qt/JobChecker.h"
 #include "ui/qt/JobPages.h"
@@ -31,10 +30,11 @@
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/RunPage.h"
 #include "ui/qt/RunView.h"
-#include "ui/qt/ScrolledPage.h"
 #include "ui/qt/StartPage.h"
 #include "ui/qt/TextWindow.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ScrolledPage.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -14,11 +14,11 @@
 #include "platform/ShellBrowser.h"
 #include "ui/frmRunnerMain.h"
 #include "ui/qt/AnimateDialog.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/ComputerDialog.h"
 #include "ui/qt/FolderDialog.h"
 #include "ui/qt/MainWindow.h"
-#include "ui/qt/Theme.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Theme.h"
 
 namespace torvik {
 namespace {

@@ -7,11 +7,11 @@
 #include <QToolButton>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/RunView.h"
-#include "ui/qt/SpokenLabel.h"
 #include "ui/qt/StepGraphView.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/SpokenLabel.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -11,15 +11,15 @@
 #include <algorithm>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/RunHead.h"
 #include "ui/qt/RunView.h"
-#include "ui/qt/ScrolledPage.h"
-#include "ui/qt/SpokenLabel.h"
 #include "ui/qt/StepGraphView.h"
 #include "ui/qt/StepPanel.h"
 #include "ui/qt/TimeLine.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ScrolledPage.h"
+#include "ui/qt/controls/SpokenLabel.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "ui/RunMonitor.h"
-#include "ui/qt/Binders.h"
-#include "ui/qt/ReadOnlyText.h"
-#include "ui/qt/TableRows.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ReadOnlyText.h"
+#include "ui/qt/controls/TableRows.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -8,11 +8,11 @@
 #include <QVBoxLayout>
 
 #include "ui/frmRunnerMain.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/RecentJobs.h"
 #include "ui/qt/StepLook.h"
-#include "ui/qt/TableRows.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/TableRows.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

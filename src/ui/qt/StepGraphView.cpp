@@ -8,9 +8,9 @@
 #include <cmath>
 
 #include "ui/StepGraph.h"
-#include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <QDateTime>
 
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -3,12 +3,12 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "ui/qt/Binders.h"
-#include "ui/qt/ReadOnlyText.h"
-#include "ui/qt/Sparkline.h"
-#include "ui/qt/SpokenLabel.h"
 #include "ui/qt/StepLook.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ReadOnlyText.h"
+#include "ui/qt/controls/Sparkline.h"
+#include "ui/qt/controls/SpokenLabel.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

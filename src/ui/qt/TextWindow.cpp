@@ -11,10 +11,10 @@
 #include <QTextDocument>
 #include <QVBoxLayout>
 
-#include "ui/qt/Binders.h"
-#include "ui/qt/ReadOnlyText.h"
-#include "ui/qt/ScreenRoom.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/ReadOnlyText.h"
+#include "ui/qt/controls/ScreenRoom.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

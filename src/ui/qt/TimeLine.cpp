@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ui/qt/Binders.h"
 #include "ui/qt/StepLook.h"
-#include "ui/qt/Words.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/Words.h"
 
 namespace torvik {
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "ui/RunMonitor.h"
-#include "ui/qt/PictureParts.h"
 #include "ui/qt/StepLook.h"
+#include "ui/qt/controls/PictureParts.h"
 
 namespace torvik {
 

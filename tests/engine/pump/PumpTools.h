@@ -141,9 +141,9 @@ inline std::string Shortened(const RowError& error) {
          std::to_string(error.at.column) + " " + error.reason.substr(0, end);
 }
 
-/// All the rows that a source still has, in their order.
-inline Reading ReadOn(RowSource& source, RowBatch&& batch = RowBatch()) {
-  Reading reading;
+/// Hands on all the rows that a source still has, in their order: `take(row, batch)` for a good
+/// one, `takeBad(row)` for a bad one.
+inline void ReadInOrder(RowSource& source, RowBatch& batch, const auto& take, const auto& takeBad) {
   while (source.Fetch(batch)) {
     auto bad = batch.BadRows().begin();
     for (std::size_t row = 0; row <= batch.RowCount(); ++row) {
@@ -151,10 +151,21 @@ inline Reading ReadOn(RowSource& source, RowBatch&& batch = RowBatch()) {
       for (;
            bad != batch.BadRows().end() && (atEnd || bad->origin.offset < batch.Origin(row).offset);
            ++bad)
-        Add(reading, bad->origin, Shortened(bad->error));
-      if (!atEnd) Add(reading, batch.Origin(row), Joined(batch.Row(row)));
+        takeBad(*bad);
+      if (!atEnd) take(row, batch);
     }
   }
+}
+
+/// All the rows that a source still has.
+inline Reading ReadOn(RowSource& source, RowBatch&& batch = RowBatch()) {
+  Reading reading;
+  ReadInOrder(
+      source, batch,
+      [&](std::size_t row, const RowBatch& rows) {
+        Add(reading, rows.Origin(row), Joined(rows.Row(row)));
+      },
+      [&](const BadRow& bad) { Add(reading, bad.origin, Shortened(bad.error)); });
   return reading;
 }
 

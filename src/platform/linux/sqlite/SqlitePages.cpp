@@ -35,7 +35,6 @@ void WritePageHeader(unsigned char* at, unsigned char kind, std::size_t cells,
 SqlitePages::SqlitePages(unsigned char* memory, const std::string& name,
                          const std::string& createTable)
     : memory_(memory) {
-  std::memset(memory_, 0, kSize);
   WriteSchema(name, createTable);
   Clear();
   End();
@@ -43,6 +42,7 @@ SqlitePages::SqlitePages(unsigned char* memory, const std::string& name,
 
 void SqlitePages::WriteSchema(const std::string& name, const std::string& createTable) {
   unsigned char* const header = Page(1);
+  std::memset(header, 0, kPageSize);
   std::memcpy(header, "SQLite format 3", 16);
   Write2(1, header + 16);                             // stands for pages of 65,536 bytes
   header[18] = header[19] = 1;                        // no write-ahead log

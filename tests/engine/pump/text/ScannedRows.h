@@ -15,17 +15,11 @@ namespace torvik::engine {
 /// The rows that a source still has: good ones as "a|NULL/", bad ones by their line: "!3/".
 inline std::string RowsInShort(RowSource& source) {
   std::string rows;
-  for (RowBatch batch; source.Fetch(batch);) {
-    auto bad = batch.BadRows().begin();
-    for (std::size_t row = 0; row <= batch.RowCount(); ++row) {
-      const bool atEnd = row == batch.RowCount();
-      for (;
-           bad != batch.BadRows().end() && (atEnd || bad->origin.offset < batch.Origin(row).offset);
-           ++bad)
-        rows += "!" + std::to_string(bad->origin.position) + "/";
-      if (!atEnd) rows += Joined(batch.Row(row)) + "/";
-    }
-  }
+  RowBatch batch;
+  ReadInOrder(
+      source, batch,
+      [&](std::size_t row, const RowBatch& good) { rows += Joined(good.Row(row)) + "/"; },
+      [&](const BadRow& bad) { rows += "!" + std::to_string(bad.origin.position) + "/"; });
   return rows;
 }
 

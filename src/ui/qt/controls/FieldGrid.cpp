@@ -1,12 +1,12 @@
-#include "ui/qt/FieldGrid.h"
+#include "ui/qt/controls/FieldGrid.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QRadioButton>
 
-#include "ui/qt/Binders.h"
-#include "ui/qt/PathEdit.h"
+#include "ui/qt/controls/Binders.h"
+#include "ui/qt/controls/PathEdit.h"
 
 namespace torvik {
 namespace {

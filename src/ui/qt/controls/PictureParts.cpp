@@ -1,4 +1,4 @@
-#include "ui/qt/PictureParts.h"
+#include "ui/qt/controls/PictureParts.h"
 
 #include <QAccessibleWidget>
 #include <QPointer>

@@ -1,4 +1,4 @@
-#include "ui/qt/ScrolledPage.h"
+#include "ui/qt/controls/ScrolledPage.h"
 
 #include <QApplication>
 #include <QScrollArea>

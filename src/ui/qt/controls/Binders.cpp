@@ -1,4 +1,4 @@
-#include "ui/qt/Binders.h"
+#include "ui/qt/controls/Binders.h"
 
 #include <QAbstractButton>
 #include <QAction>

@@ -1,4 +1,4 @@
-#include "ui/qt/TableRows.h"
+#include "ui/qt/controls/TableRows.h"
 
 #include <QStyledItemDelegate>
 #include <QTreeWidget>

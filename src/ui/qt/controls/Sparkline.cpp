@@ -1,4 +1,4 @@
-#include "ui/qt/Sparkline.h"
+#include "ui/qt/controls/Sparkline.h"
 
 #include <QPainter>
 #include <algorithm>

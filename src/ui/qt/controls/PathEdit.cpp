@@ -1,4 +1,4 @@
-#include "ui/qt/PathEdit.h"
+#include "ui/qt/controls/PathEdit.h"
 
 #include <QStyleOptionFrame>
 #include <QStylePainter>

@@ -1,4 +1,4 @@
-#include "ui/qt/Theme.h"
+#include "ui/qt/controls/Theme.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>
