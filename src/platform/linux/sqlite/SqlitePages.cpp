@@ -71,7 +71,6 @@ void SqlitePages::WriteSchema(const std::string& name, const std::string& create
 }
 
 void SqlitePages::Clear() {
-  rows_ = 0;
   BeginLeaf(kFirstLeaf);
 }
 
@@ -100,7 +99,7 @@ bool SqlitePages::Add(const SqliteRecord& record) {
   unsigned char* const cell = WriteSqliteVarint(record.Size(), page + content_);
   record.WriteTo(WriteSqliteVarint(id, cell));
   Write2(content_, page + kLeafHeader + kPointer * cells_);
-  ++cells_, ++rows_, ++lastRowId_;
+  ++cells_, ++lastRowId_;
   return true;
 }
 

@@ -33,7 +33,6 @@ class SqlitePages {
   /// The table can be read now.
   void End();
 
-  std::size_t RowCount() const { return rows_; }
   std::int64_t LastRowId() const { return lastRowId_; }
 
  private:
@@ -43,7 +42,6 @@ class SqlitePages {
   void EndLeaf();
 
   unsigned char* const memory_;
-  std::size_t rows_ = 0;
   std::int64_t lastRowId_ = 0;
   std::size_t leaf_ = 0;                   ///< The page that rows go to.
   std::size_t cells_ = 0, content_ = 0;    ///< On it: how many, and where the lowest begins.
