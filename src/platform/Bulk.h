@@ -103,6 +103,18 @@ class BulkLoad {
   /// throws PlatformError.
   virtual void Load(const LoadRows& rows, std::size_t tolerated, std::vector<Refusal>& refused) = 0;
 
+  /// Gives rows to a server that takes several calls' rows faster when it judges them together:
+  /// Settle must follow before anything else but Send is called. False, and nothing is given, where
+  /// there is no such way, or not now; Load is for these rows then.
+  virtual bool Send(const LoadRows& rows) {
+    (void)rows;
+    return false;
+  }
+
+  /// Has the server judge all rows sent. True: they are loaded. False: none of them is, because one
+  /// cannot be taken so; Load tells which. Fails as Load does.
+  virtual bool Settle() { return true; }
+
   /// Loads all rows of a read that has not begun, value `columns[i]` of each into the i-th column,
   /// where the server can take them as they are: they are of its own kind and need no look at any
   /// value. Answers how many the read had. Nothing where there is no such way, and where a row is

@@ -16,8 +16,20 @@ class MappedBatches {
   /// Both must outlive it.
   MappedBatches(const PumpRequest& request, RowMapper& mapper);
 
-  /// The next batch, valid until the next call; null when there are no more.
+  /// The next batch, valid until Release; null when there are no more. Where none are read ahead,
+  /// one at a time.
   RowBatch* Next();
+
+  /// True as soon as Next has another batch at once; false when it has none within `patience`, and
+  /// where none are read ahead.
+  bool HasNext(std::chrono::milliseconds patience) {
+    return readAhead_ && readAhead_->HasNext(patience);
+  }
+
+  /// Gives back the batches that Next has answered.
+  void Release() {
+    if (readAhead_) readAhead_->Release();
+  }
 
  private:
   bool Fill(RowBatch& batch);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <utility>
 
 #include "engine/pump/MappedBatches.h"
 #include "engine/pump/RejectedRows.h"
@@ -13,6 +14,10 @@
 
 namespace torvik::engine {
 namespace {
+
+/// How long a server waits with its judgement for rows that are being read. No longer: a source
+/// that is slow must not keep a statement of the destination's open.
+constexpr std::chrono::milliseconds kPatience{20};
 
 /// Hands rows to the destination, keeps the books, and tells how far it is.
 class Loader {
@@ -40,24 +45,29 @@ class Loader {
     return loaded.has_value();
   }
 
-  void Load(RowBatch& batch) {
+  /// Takes the next batch, which must live until Settle. True when there may be more of them before
+  /// that.
+  bool Take(RowBatch& batch) {
     LookAround();
-    counts_.skipped += batch.SkippedRows();
-    counts_.read += batch.SkippedRows();
-    for (const BadRow& row : batch.BadRows()) {
-      ++counts_.read;
-      Reject(row);
+    if (Send(batch)) {
+      held_.push_back(&batch);
+      return held_.size() < kMostHeld;
     }
-    for (std::size_t row = 0; row < batch.RowCount();) {
-      const std::size_t count = std::min(batch.RowCount() - row, RowsToCommit());
-      LoadPart(batch, row, count);
-      row += count;
-    }
-    if (request_.exceptions) request_.exceptions->Flush();
+    Settle();
+    Load(batch);
+    return false;
+  }
+
+  /// Has the server judge the batches taken; those it does not take together go one by one.
+  void Settle() {
+    if (held_.empty()) return;
+    const bool areLoaded = load_->Settle();
+    for (RowBatch* const batch : std::exchange(held_, {})) Load(*batch, areLoaded);
   }
 
   PumpCounts Finish() {
     LookAround();
+    Settle();
     FinishLoad();
     load_.reset();  // what it has set for the connection ends here
     return counts_;
@@ -68,18 +78,44 @@ class Loader {
  private:
   using Steady = std::chrono::steady_clock;
   static constexpr std::chrono::milliseconds kProgressInterval{100};
+  /// Batches that the server judges together: what each judgement costs it is little then, and so
+  /// is the memory.
+  static constexpr std::size_t kMostHeld = 12;
+
+  bool Send(const RowBatch& batch) {
+    if (!load_ || request_.commitSize > 0) return false;
+    return batch.RowCount() == 0 || load_->Send(batch.Rows());
+  }
+
+  /// `isSent`: the server has its rows already.
+  void Load(RowBatch& batch, bool isSent = false) {
+    counts_.skipped += batch.SkippedRows();
+    counts_.read += batch.SkippedRows();
+    for (const BadRow& row : batch.BadRows()) {
+      ++counts_.read;
+      Reject(row);
+    }
+    for (std::size_t row = 0; row < batch.RowCount();) {
+      const std::size_t count = std::min(batch.RowCount() - row, RowsToCommit());
+      LoadPart(batch, row, count, isSent);
+      row += count;
+    }
+    if (request_.exceptions) request_.exceptions->Flush();
+  }
 
   std::size_t RowsToCommit() const {
     return request_.commitSize > 0 ? static_cast<std::size_t>(request_.commitSize) - uncommitted_
                                    : static_cast<std::size_t>(-1);
   }
 
-  void LoadPart(RowBatch& batch, std::size_t first, std::size_t count) {
+  void LoadPart(RowBatch& batch, std::size_t first, std::size_t count, bool isSent) {
     const ado::LoadRows all = batch.Rows();
     const ado::LoadRows part{all.values.subspan(first * all.width, count * all.width), all.width};
     refused_.clear();
-    load_->Load(part, static_cast<std::size_t>(request_.maximumErrorCount - counts_.rejected),
-                refused_);
+    if (!isSent) {
+      const std::int64_t tolerated = request_.maximumErrorCount - counts_.rejected;
+      load_->Load(part, static_cast<std::size_t>(tolerated), refused_);
+    }
     counts_.read += static_cast<std::int64_t>(count);
     if (request_.watermark != nullptr) NoteLoaded(part);
     for (const ado::Refusal& refusal : refused_) RejectRefused(batch, first, refusal);
@@ -138,6 +174,7 @@ class Loader {
   const std::function<void(std::int64_t)>& progress_;
   const std::atomic<bool>& cancelled_;
   Steady::time_point reported_ = Steady::now();
+  std::vector<RowBatch*> held_;  // sent, and not yet judged
   std::size_t uncommitted_ = 0;
   std::vector<ado::Refusal> refused_;
   PumpCounts counts_;
@@ -146,7 +183,11 @@ class Loader {
 void LoadAll(const PumpRequest& request, RowMapper& mapper, Loader& loader) {
   if (loader.LoadUnseen(mapper)) return;
   MappedBatches batches(request, mapper);
-  while (RowBatch* batch = batches.Next()) loader.Load(*batch);
+  while (RowBatch* const batch = batches.Next()) {
+    if (loader.Take(*batch) && batches.HasNext(kPatience)) continue;
+    loader.Settle();
+    batches.Release();
+  }
 }
 
 }  // namespace

@@ -1,17 +1,19 @@
 #include "engine/pump/ReadAhead.h"
 
+#include <algorithm>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
 namespace torvik::engine {
 namespace {
 
-constexpr std::size_t kBatches = 3;
+/// Those filled, and the one being filled.
+constexpr std::size_t kBatchesAhead = 2;
 
 }  // namespace
 
 ReadAhead::ReadAhead(Fill fill) : fill_(std::move(fill)) {
-  for (std::size_t i = 0; i < kBatches; ++i) free_.push_back(std::make_unique<RowBatch>());
   try {
     thread_ = std::thread([this] { Run(); });
   } catch (const std::system_error&) {
@@ -29,25 +31,47 @@ ReadAhead::~ReadAhead() {
 }
 
 RowBatch* ReadAhead::Next() {
-  if (!thread_.joinable()) return fill_(*free_.front()) ? free_.front().get() : nullptr;
   std::unique_lock lock(mutex_);
-  if (taken_) free_.push_back(std::move(taken_));
-  changed_.notify_all();
+  if (!thread_.joinable()) FillHere();
   changed_.wait(lock, [this] { return !filled_.empty() || ended_; });
   if (filled_.empty()) {
     if (error_) std::rethrow_exception(error_);
     return nullptr;
   }
-  taken_ = std::move(filled_.front());
+  taken_.push_back(std::move(filled_.front()));
   filled_.pop_front();
-  return taken_.get();
+  changed_.notify_all();
+  return taken_.back().get();
 }
 
-/// An empty batch; null when nobody takes any more.
-std::unique_ptr<RowBatch> ReadAhead::TakeFree() {
+bool ReadAhead::HasNext(std::chrono::milliseconds patience) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return !free_.empty() || stopped_; });
-  if (stopped_) return nullptr;
+  changed_.wait_for(lock, patience,
+                    [this] { return !filled_.empty() || ended_ || !thread_.joinable(); });
+  return !filled_.empty();
+}
+
+void ReadAhead::Release() {
+  const std::lock_guard lock(mutex_);
+  std::ranges::move(taken_, std::back_inserter(free_));
+  taken_.clear();
+}
+
+/// Null when nobody takes any more.
+std::unique_ptr<RowBatch> ReadAhead::BatchToFill() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return filled_.size() < kBatchesAhead || stopped_; });
+  return stopped_ ? nullptr : FreeBatch();
+}
+
+void ReadAhead::FillHere() {
+  std::unique_ptr<RowBatch> batch = FreeBatch();
+  ended_ = !fill_(*batch);
+  if (!ended_) filled_.push_back(std::move(batch));
+}
+
+std::unique_ptr<RowBatch> ReadAhead::FreeBatch() {
+  if (free_.empty()) return std::make_unique<RowBatch>();
   std::unique_ptr<RowBatch> batch = std::move(free_.back());
   free_.pop_back();
   return batch;
@@ -56,7 +80,7 @@ std::unique_ptr<RowBatch> ReadAhead::TakeFree() {
 void ReadAhead::Run() {
   std::exception_ptr error;
   try {
-    while (std::unique_ptr<RowBatch> batch = TakeFree()) {
+    while (std::unique_ptr<RowBatch> batch = BatchToFill()) {
       if (!fill_(*batch)) break;
       const std::lock_guard lock(mutex_);
       filled_.push_back(std::move(batch));

@@ -209,6 +209,23 @@ TEST_P(PumpFaults, APumpThatFillsTheDiskSaysSoAndLeavesNothing) {
   sandbox_->Connect("DW")->Execute("DROP TABLESPACE small");
 }
 
+TEST_P(PumpFaults, RefusedRowsAmongManyThatGoTogetherAreNamedEachInItsPlace) {
+  constexpr int kMany = 150'000;  // some sixteen blocks
+  std::string text = Rows(1, 60'000) + "none,it has no number\n" + Rows(60'001, 110'000);
+  text += "7,it is there already\n" + Rows(110'001, kMany) + "8,so is this\n";
+  sandbox_->WriteFile("rows.csv", text);
+  const std::pair<const char*, bool> cases[] = {{"maximum_error_count = 2", false},
+                                                {"maximum_error_count = 3", true}};
+  for (const auto& [keys, isLoaded] : cases) {
+    PutPump(std::string(keys) + "\nexception_file = 'S:\\refused.txt'");
+    sandbox_->Wait(Start());
+    EXPECT_EQ(isLoaded ? "ok\n" : "failure\n", Status());
+    EXPECT_EQ(isLoaded ? "150001|0|150000\n" : "1|0|0\n", Figures());
+    EXPECT_THAT(WithoutCr(sandbox_->ReadFile("refused.txt")),
+                testing::ContainsRegex("line 60001,.*line 110002,.*line 150003,"));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Servers, PumpFaults, testing::Values("Embedded", "PostgreSql"),
                          [](const auto& tested) { return tested.param; });
 

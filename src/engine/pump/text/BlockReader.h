@@ -26,7 +26,7 @@ class BlockReader {
  public:
   /// Of a block, unless what is kept needs more. A batch of that many bytes and its values stay in
   /// the processor's cache.
-  static constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
+  static constexpr std::size_t kBlockBytes = std::size_t{256} << 10;
 
   /// So many bytes behind a block's text can be read as well, whatever they are.
   static constexpr std::size_t kBytesBehind = 16;

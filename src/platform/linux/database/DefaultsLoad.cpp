@@ -45,6 +45,15 @@ class DefaultsLoad final : public ado::BulkLoad {
               [](const auto& a, const auto& b) { return a.row < b.row; });
   }
 
+  bool Send(const ado::LoadRows& rows) override {
+    if (rows.width != columns_.size()) return false;
+    for (std::size_t row = 0; row < rows.Count(); ++row)
+      if (!IsWhole(rows.Row(row))) return false;
+    return LoadOf(all_).Send(rows);
+  }
+
+  bool Settle() override { return LoadOf(all_).Settle(); }
+
   std::int64_t Finish() override {
     std::int64_t rows = 0;
     for (const auto& [places, load] : loads_) rows += load->Finish();

@@ -9,6 +9,7 @@
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/PickColumns.h"
 #include "platform/linux/postgres/PgCatalogue.h"
+#include "platform/linux/postgres/PgCopyIn.h"
 #include "platform/linux/postgres/PgCopyRead.h"
 #include "platform/linux/postgres/PgCopyRows.h"
 #include "platform/linux/postgres/PgSession.h"
@@ -20,9 +21,10 @@ namespace {
 constexpr std::size_t kPieceSize = 12 * 1024;
 constexpr std::size_t kImagesSize = 64 * 1024;
 constexpr const char* kBinary = " (FORMAT binary)";
-constexpr const char* kLoadPoint = "torvik_load";
 /// After so many calls with a value that the binary format does not take, text it is.
 constexpr int kMostTextCalls = 3;
+/// After so many refusals of rows that were judged together, each call's are judged alone.
+constexpr int kMostRefusals = 3;
 
 /// The row of a COPY, from 1, and the column that an error's context names: "COPY sale, line 123,
 /// column d: "x"" in the server's language.
@@ -83,8 +85,7 @@ class PgBulkLoad final : public ado::BulkLoad {
 
   void Load(const ado::LoadRows& rows, std::size_t tolerated,
             std::vector<ado::Refusal>& refused) override {
-    if (const std::string problem = WidthProblem(rows, types_.size()); !problem.empty())
-      throw session_->Refusal("table " + table_.name + ": " + problem);
+    RequireWidth(rows);
     const std::size_t before = refused.size(), count = rows.Count();
     const bool seeks = tolerated > 0 || checksAtTheEnd_;
     isTextNow_ = false;
@@ -110,15 +111,39 @@ class PgBulkLoad final : public ado::BulkLoad {
     }
   }
 
+  bool Send(const ado::LoadRows& rows) override {
+    RequireWidth(rows);
+    if (!ahead_) {
+      // Outside a transaction each call's rows are stored for good.
+      if (refusals_ > kMostRefusals || !session_->IsInBlock()) return false;
+      isTextNow_ = false;
+      isAheadWhole_ = true;
+      ahead_ = Begin(true);
+    }
+    isAheadWhole_ &= AddRows(rows, 0, rows.Count(), *ahead_) == rows.Count();
+    return true;
+  }
+
+  bool Settle() override {
+    const std::unique_ptr<PgCopyIn> ahead = std::move(ahead_);
+    if (!ahead) return true;
+    // What the binary format does not take has it given up, at its scope's end.
+    const bool isTaken = isAheadWhole_ && !End(*ahead, !IsText());
+    if (!isTaken) ++refusals_;
+    return isTaken;
+  }
+
   std::optional<std::int64_t> LoadAll(ado::BulkRead& rows, std::span<const std::size_t> columns,
                                       const std::function<void(std::int64_t)>& progress) override {
     auto* const read = dynamic_cast<PgCopyRead*>(&rows);
     if (read == nullptr || read->HasBegun() || !TakesImagesOf(*read, columns)) return std::nullopt;
     const std::unique_ptr<PgCopyOut> images = read->OpenImages(columns);
     if (!images) return std::nullopt;
-    const auto error =
-        Copy(kBinary, session_->IsInBlock(), [&] { return SendImages(*images, progress); });
-    return error ? std::nullopt : std::optional(images->Count());
+    PgCopyIn copy(*session_, copy_ + kBinary, Place(), session_->IsInBlock());
+    SendImages(*images, progress, copy);
+    if (copy.End()) return std::nullopt;
+    rows_ += copy.Count();
+    return images->Count();
   }
 
   std::int64_t Finish() override {
@@ -127,6 +152,11 @@ class PgBulkLoad final : public ado::BulkLoad {
   }
 
  private:
+  void RequireWidth(const ado::LoadRows& rows) {
+    if (const std::string problem = WidthProblem(rows, types_.size()); !problem.empty())
+      throw session_->Refusal(Place() + ": " + problem);
+  }
+
   /// True for foreign keys and triggers that look at rows when all of a statement's are stored:
   /// their errors name no row.
   bool HasTriggersBehindRows() {
@@ -166,112 +196,77 @@ class PgBulkLoad final : public ado::BulkLoad {
   /// that lies in the rows, and then none of them is loaded.
   std::optional<PgError> Copy(const ado::LoadRows& rows, std::size_t begin, std::size_t& end,
                               bool hasPoint) {
-    auto error = Copy(IsText() ? "" : kBinary, hasPoint, [&] { return Send(rows, begin, end); });
+    const std::unique_ptr<PgCopyIn> copy = Begin(hasPoint);
+    const std::size_t added = AddRows(rows, begin, end, *copy);
+    const bool wasBinary = !IsText();
+    if (added < end) {
+      // The server shall judge this row, and those behind it, by their texts.
+      end = added;
+      isTextNow_ = true;
+      if (++textCalls_ > kMostTextCalls) isBinary_ = false;
+    }
+    auto error = End(*copy, wasBinary);
     // In a transaction that has failed nothing can be tried again.
     const bool isLocated =
         !error || RowAtFault(*error, begin, end) < end || !session_->HasFailedBlock();
-    if (!isLocated) throw session_->Refusal("table " + table_.name + ": " + error->text);
+    if (!isLocated) throw session_->Refusal(Place() + ": " + error->text);
     return error;
   }
 
-  /// `send` sends rows in the format of `options` and answers the server's result. An error that
-  /// lies in the rows is answered, and then none of them is loaded.
-  std::optional<PgError> Copy(const std::string& options, bool hasPoint,
-                              const std::function<PgResult()>& send) {
-    session_->RequireIdle();
-    std::string sql = copy_ + options;
-    if (hasPoint)
-      sql = std::string("SAVEPOINT ") + kLoadPoint + "; " + sql + "; RELEASE " + kLoadPoint;
-    PgResult result;
-    try {
-      result = Exchange(sql, send);
-    } catch (...) {
-      if (hasPoint) session_->UndoTo(kLoadPoint);
-      throw;
-    }
-    if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) return {};
-    const PgError error = ErrorOfResult(result.get());
-    const PlatformError failure = session_->Failure(result.get(), "table " + table_.name);
-    if (hasPoint) session_->UndoTo(kLoadPoint);
-    if (!error.IsOfARow()) throw failure;
-    return error;
-  }
-
-  /// Answers the first error, or what is no error.
-  PgResult Exchange(const std::string& sql, const std::function<PgResult()>& send) {
-    const PgSession::Running running(*session_);
-    PgResult result = session_->Begin(sql);
-    while (PQresultStatus(result.get()) == PGRES_COMMAND_OK)
-      result.reset(PQgetResult(session_->Handle()));
-    if (PQresultStatus(result.get()) == PGRES_COPY_IN) result = send();
-    const std::int64_t taken = std::atoll(PQcmdTuples(result.get()));
-    TakeRest(result);
-    if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) rows_ += taken;
-    return result;
-  }
-
-  /// What follows a result of a statement; the first error takes its place.
-  void TakeRest(PgResult& result) {
-    while (PgResult next{PQgetResult(session_->Handle())})
-      if (PQresultStatus(result.get()) == PGRES_COMMAND_OK) result = std::move(next);
-  }
-
-  /// Sends the rows and answers what the server makes of them.
-  PgResult Send(const ado::LoadRows& rows, std::size_t begin, std::size_t& end) {
-    PGconn* connection = session_->Handle();
-    const bool isText = IsText();
+  /// Begins a COPY of rows that come as texts or in the binary format.
+  std::unique_ptr<PgCopyIn> Begin(bool hasPoint) {
     buffer_.Clear();
-    if (!isText) buffer_.Append(kPgBinaryHead);
+    if (!IsText()) buffer_.Append(kPgBinaryHead);
+    return std::make_unique<PgCopyIn>(*session_, copy_ + (IsText() ? "" : kBinary), Place(),
+                                      hasPoint);
+  }
+
+  std::optional<PgError> End(PgCopyIn& copy, bool isBinary) {
+    if (isBinary) buffer_.Append(kPgBinaryEnd);
+    Flush(copy);
+    auto error = copy.End();
+    rows_ += copy.Count();
+    return error;
+  }
+
+  /// Sends the rows from `begin` to `end`, or to the first that the binary format does not take;
+  /// answers where they end.
+  std::size_t AddRows(const ado::LoadRows& rows, std::size_t begin, std::size_t end,
+                      PgCopyIn& copy) {
+    const bool isText = IsText();
     for (std::size_t row = begin; row < end; ++row) {
-      if (isText) {
+      if (isText)
         AddPgTextRow(types_, rows.Row(row), buffer_);
-      } else if (!AddPgBinaryRow(types_, rows.Row(row), buffer_)) {
-        // The server shall judge this row, and those behind it, by their texts.
-        end = row;
-        isTextNow_ = true;
-        if (++textCalls_ > kMostTextCalls) isBinary_ = false;
-      }
-      if (buffer_.Bytes().size() >= kPieceSize && !Flush()) break;
+      else if (!AddPgBinaryRow(types_, rows.Row(row), buffer_))
+        return row;
+      if (buffer_.Bytes().size() >= kPieceSize && !Flush(copy)) break;
     }
-    if (!isText) buffer_.Append(kPgBinaryEnd);
-    if (Flush()) PQputCopyEnd(connection, nullptr);
-    return PgResult(PQgetResult(connection));
+    return end;
   }
 
   /// Sends what another server sends, as it comes.
-  PgResult SendImages(PgCopyOut& images, const std::function<void(std::int64_t)>& progress) {
+  void SendImages(PgCopyOut& images, const std::function<void(std::int64_t)>& progress,
+                  PgCopyIn& copy) {
     buffer_.Clear();
-    try {
-      std::int64_t pieces = 0;
-      for (std::span<char> piece = images.Next(); !piece.empty(); piece = images.Next()) {
-        buffer_.Append({piece.data(), piece.size()});
-        ++pieces;
-        if (buffer_.Bytes().size() < kImagesSize) continue;
-        if (!Flush()) break;
-        progress(pieces);
-      }
-    } catch (...) {
-      GiveUp();
-      throw;
+    std::int64_t pieces = 0;
+    for (std::span<char> piece = images.Next(); !piece.empty(); piece = images.Next()) {
+      buffer_.Append({piece.data(), piece.size()});
+      ++pieces;
+      if (buffer_.Bytes().size() < kImagesSize) continue;
+      if (!Flush(copy)) break;
+      progress(pieces);
     }
-    if (Flush()) PQputCopyEnd(session_->Handle(), nullptr);
-    return PgResult(PQgetResult(session_->Handle()));
+    Flush(copy);
   }
 
-  /// Ends a COPY that is under way; its transaction has failed then.
-  void GiveUp() {
-    PQputCopyEnd(session_->Handle(), "the load is given up");
-    while (const PgResult next{PQgetResult(session_->Handle())}) continue;
-  }
-
-  /// False when the connection is lost.
-  bool Flush() {
-    const std::string_view bytes = buffer_.Bytes();
-    const bool isSent =
-        PQputCopyData(session_->Handle(), bytes.data(), static_cast<int>(bytes.size())) == 1;
+  /// False when the server takes no rows.
+  bool Flush(PgCopyIn& copy) {
+    const bool isSent = copy.Send(buffer_.Bytes());
     buffer_.Clear();
     return isSent;
   }
+
+  std::string Place() const { return "table " + table_.name; }
 
   bool IsText() const { return !isBinary_ || isTextNow_; }
 
@@ -286,6 +281,9 @@ class PgBulkLoad final : public ado::BulkLoad {
   bool checksAtTheEnd_ = false;
   bool givesIdentity_ = false;
   PgCopyBuffer buffer_;
+  std::unique_ptr<PgCopyIn> ahead_;  ///< Of rows sent and not yet judged; null: none.
+  bool isAheadWhole_ = true;         ///< The format took each of them.
+  int refusals_ = 0;                 ///< Of rows sent.
   std::int64_t rows_ = 0;
 };
 

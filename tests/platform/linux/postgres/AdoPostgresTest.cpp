@@ -152,6 +152,46 @@ TEST_F(AdoPostgres, ARefusalThatTheServerFindsLateIsTiedToItsRowToo) {
   }
 }
 
+TEST_F(AdoPostgres, RowsSentAreJudgedTogetherAndARefusalLeavesNoneOfThem) {
+  const struct {
+    const char* last;  ///< The fourth row's value.
+    bool isTaken;
+    const char* after;  ///< The rows once they have been loaded one call after the other.
+  } cases[] = {{"2001-02-28", true, "4"},
+               {"2001-02-29", false, "3"},
+               {"1 Mar 2001", false, "4"},  // only the server can tell
+               {"1999-12-31", false, "3"}};
+  const auto rowsOf = [](const std::vector<ado::LoadValue>& values) {
+    return ado::LoadRows{values, 1};
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.last);
+    Do("DROP TABLE IF EXISTS t; CREATE TABLE t (d DATE UNIQUE)");
+    const std::vector<ado::LoadValue> calls[] = {{"1999-12-31", "2000-01-01"},
+                                                 {"2000-02-29", c.last}};
+    const std::vector<std::string> columns = {"d"};
+    const auto alone = dw_->OpenBulkLoad("t", columns);
+    EXPECT_FALSE(alone->Send(rowsOf(calls[0]))) << "each call is stored for good";
+    dw_->BeginTrans();
+    {
+      const auto left = dw_->OpenBulkLoad("t", columns);
+      EXPECT_TRUE(left->Send(rowsOf(calls[0])));
+      EXPECT_THAT(ErrorOf([&] { Rows("SELECT 1"); }), HasSubstr("busy"));
+    }
+    EXPECT_EQ("0", Rows("SELECT COUNT(*) FROM t"));
+    const auto load = dw_->OpenBulkLoad("t", columns);
+    for (const auto& values : calls) EXPECT_TRUE(load->Send(rowsOf(values)));
+    EXPECT_EQ(c.isTaken, load->Settle());
+    EXPECT_EQ(c.isTaken ? "4" : "0", Rows("SELECT COUNT(*) FROM t"));
+    std::vector<ado::Refusal> refused;
+    for (const auto& values : calls)
+      if (!c.isTaken) load->Load(rowsOf(values), 1, refused);
+    EXPECT_EQ(std::to_string(load->Finish()), c.after);
+    dw_->CommitTrans();
+    EXPECT_EQ(c.after, Rows("SELECT COUNT(*) FROM t"));
+  }
+}
+
 TEST_F(AdoPostgres, ATransactionThatARefusalHasEndedIsNotCommitted) {
   Do("CREATE TABLE t (n INT NOT NULL)");
   dw_->BeginTrans();
