@@ -7,6 +7,8 @@
 #include "platform/FileDialogs.h"
 #include "platform/Messages.h"
 #include "ui/AsideWork.h"
+#include "ui/DropDownLists.h"
+#include "ui/ListedNames.h"
 #include "ui/ModSHBrowse.h"
 
 namespace torvik {
@@ -62,6 +64,12 @@ void DataLinkPanel::BlankServerFields(cDataSource& link) {
 void DataLinkPanel::BrowseForServer(TextBox& box, const std::string& title) const {
   const std::string server = BrowseForComputer(services_.shell, title);
   if (!server.empty()) box.Text.Set(server);
+}
+
+void DataLinkPanel::ShowNames(const NamesOfServer& server, ComboBox& box) const {
+  ListedNames names(box.Text.Get());
+  if (ListFromServer(services_.aside, services_.databases, services_.messages, server, names))
+    names.ShowIn(box);
 }
 
 void DataLinkPanel::BrowseForFile(TextBox& box, const std::string& title,

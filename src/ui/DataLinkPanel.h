@@ -16,6 +16,7 @@ class Files;
 class FtpFuncModule;
 class Messages;
 class ShellBrowser;
+struct NamesOfServer;
 
 /// What the editor panels use outside of their form.
 struct PanelServices {
@@ -25,7 +26,7 @@ struct PanelServices {
   Messages& messages;
   FtpFuncModule& ftp;
   Files& files;
-  AsideWork& aside;  ///< Of tests: servers may take long to answer.
+  AsideWork& aside;  ///< Servers may take long to answer.
 };
 
 /// An editor panel of one family of data links. It edits its record in place: each change of a
@@ -74,6 +75,9 @@ class DataLinkPanel {
   void BrowseForServer(TextBox& box, const std::string& title) const;
   /// Puts the file that the user chooses into the box.
   void BrowseForFile(TextBox& box, const std::string& title, const std::string& filter) const;
+
+  /// Has a server list its names in the box, or a message box say why not.
+  void ShowNames(const NamesOfServer& server, ComboBox& box) const;
 
   PanelServices services_;
 

@@ -5,7 +5,9 @@
 #include "platform/Ado.h"
 #include "platform/Messages.h"
 #include "platform/PlatformError.h"
+#include "ui/AsideWork.h"
 #include "ui/Controls.h"
+#include "ui/ListedNames.h"
 
 namespace torvik {
 
@@ -17,22 +19,27 @@ void Select(ComboBox& box, const std::string& text) {
     box.Text.Set(text);
 }
 
-bool FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
-                    const ServerLogon& logon, DropDown& box, const std::string& title,
-                    void (*list)(ado::Connection& connection, DropDown& box)) {
-  std::unique_ptr<ado::Connection> connection;
+bool ListFromServer(AsideWork& aside, ado::Provider& databases, Messages& messages,
+                    const NamesOfServer& server, ListedNames& names) {
+  const ServerLogon logon = server.logon();
+  bool isListed = false;
   std::string errorText;
-  if (BuildConnection(databases, etlType, logon, connection, errorText, "")) {
+  const auto list = [&] {
+    std::unique_ptr<ado::Connection> connection;
+    if (!BuildConnection(databases, server.etlType, logon, connection, errorText, "")) return;
     try {
-      list(*connection, box);
-      return true;
+      server.list(*connection, names);
+      isListed = true;
     } catch (const PlatformError& error) {
       errorText = error.Description();
     }
-  }
-  messages.Box("Error while connecting to : " + logon.server + "\r\n" + errorText, title,
-               BoxIcon::Critical);
-  return false;
+  };
+  aside.Do(list, [&] {
+    if (!isListed)
+      messages.Box("Error while connecting to : " + logon.server + "\r\n" + errorText, server.title,
+                   BoxIcon::Critical);
+  });
+  return isListed && server.logon() == logon;
 }
 
 }  // namespace torvik

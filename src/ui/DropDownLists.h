@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
+
+#include "datalinks/DataWarehouse.h"
 
 namespace torvik {
 
@@ -10,18 +13,27 @@ class Connection;
 class Provider;
 }  // namespace ado
 struct ComboBox;
+class AsideWork;
 class DropDown;
+class ListedNames;
 class Messages;
-struct ServerLogon;
 
 /// Chooses the entry that equals the text, letter case aside; without one the text itself is shown.
 void Select(ComboBox& box, const std::string& text);
 
-/// Lists what a server has in a drop-down list, by `list` (ListSQLDatabases or ListOracleSchemas).
-/// When the server cannot be reached, or not asked, a message box of that title says why and the
-/// answer is false; a list that has broken off shows nothing then.
-bool FillFromServer(ado::Provider& databases, Messages& messages, std::int32_t etlType,
-                    const ServerLogon& logon, DropDown& box, const std::string& title,
-                    void (*list)(ado::Connection& connection, DropDown& box));
+/// A server's names for a drop-down list.
+struct NamesOfServer {
+  std::int32_t etlType;
+  std::function<ServerLogon()> logon;  ///< As the form has it.
+  /// ListSQLDatabases or ListOracleSchemas.
+  void (*list)(ado::Connection& connection, DropDown& names);
+  std::string title;  ///< Of the message box that says why there are none.
+};
+
+/// Has a server list its names, aside; `names` is for the thread that does so until this returns.
+/// False when it cannot be reached, or not asked, which a message box says, and when the form has
+/// another logon by now; a list that has broken off names nothing then.
+bool ListFromServer(AsideWork& aside, ado::Provider& databases, Messages& messages,
+                    const NamesOfServer& server, ListedNames& names);
 
 }  // namespace torvik

@@ -37,12 +37,11 @@ void ctDLSQLServer::cmdSQLServer_Click() {
 }
 
 void ctDLSQLServer::cmbSQLDatabases_DropDown() {
-  const std::string shown = cmbSQLDatabases.Text.Get();
-  const bool isFilled = FillFromServer(services_.databases, services_.messages, EtlSqlServer,
-                                       {txtSQLServer.Text.Get(), optSQLSecureLogin.Value.Get(),
-                                        txtSQLUser.Text.Get(), txtSQLPassword.Text.Get()},
-                                       cmbSQLDatabases, "Connect to SQL Server", ListSQLDatabases);
-  if (!isFilled) cmbSQLDatabases.Text.Set(shown);
+  const auto logon = [this] {
+    return ServerLogon{txtSQLServer.Text.Get(), optSQLSecureLogin.Value.Get(),
+                       txtSQLUser.Text.Get(), txtSQLPassword.Text.Get()};
+  };
+  ShowNames({EtlSqlServer, logon, ListSQLDatabases, "Connect to SQL Server"}, cmbSQLDatabases);
 }
 
 }  // namespace torvik

@@ -32,12 +32,12 @@ void ctlDLOrcaleServer::cmdOracleServer_Click() {
 }
 
 void ctlDLOrcaleServer::cmbORADatabases_DropDown() {
-  const std::string shown = cmbORADatabases.Text.Get();
-  const bool isFilled = FillFromServer(
-      services_.databases, services_.messages, EtlOracleSchemas,
-      {txtOracleServer.Text.Get(), false, txtOracleUser.Text.Get(), txtOraclePassword.Text.Get()},
-      cmbORADatabases, "Connect to Oracle Server", ListOracleSchemas);
-  if (!isFilled) cmbORADatabases.Text.Set(shown);
+  const auto logon = [this] {
+    return ServerLogon{txtOracleServer.Text.Get(), false, txtOracleUser.Text.Get(),
+                       txtOraclePassword.Text.Get()};
+  };
+  ShowNames({EtlOracleSchemas, logon, ListOracleSchemas, "Connect to Oracle Server"},
+            cmbORADatabases);
 }
 
 }  // namespace torvik

@@ -249,6 +249,7 @@ class frmRunnerMain final : public MainForm {
   void BrowseForServer(TextBox& box, const std::string& title);
   template <typename Fill>
   void FillKeepingText(ComboBox& box, const Fill& fill);
+  ServerLogon PackageServerLogon() const;
   bool RetrievePackages(class ETLPackages& packages);
   void ShowError(const std::string& text, const std::string& title);
 

@@ -11,6 +11,7 @@
 #include "startup/HandOffFile.h"
 #include "startup/Program.h"
 #include "ui/DropDownLists.h"
+#include "ui/ListedNames.h"
 #include "ui/ModSHBrowse.h"
 #include "ui/frmRunnerMain.h"
 
@@ -238,17 +239,26 @@ void frmRunnerMain::OpenWith(const std::string& program, const std::string& file
         "Torv Error");
 }
 
+ServerLogon frmRunnerMain::PackageServerLogon() const {
+  return {txtDTSServer.Text.Get(), optDTSSecureLogin.Value.Get(), txtDTSSQLUsername.Text.Get(),
+          txtDTSSQLPassword.Text.Get()};
+}
+
 bool frmRunnerMain::RetrievePackages(ETLPackages& packages) {
-  packages.strSQLServer = txtDTSServer.Text.Get();
-  packages.blnSQLTrustedLogin = optDTSSecureLogin.Value.Get();
-  packages.strSQLUser = txtDTSSQLUsername.Text.Get();
-  packages.strSQLPassword = txtDTSSQLPassword.Text.Get();
-  const bool isRead = packages.RetrievePackages();
-  if (!isRead)
-    ShowError("Error while connecting to : " + packages.strSQLServer +
-                  "\r\nIts packages cannot be listed.",
-              "Connect to DTS Server");
-  return isRead;
+  const ServerLogon logon = PackageServerLogon();
+  packages.strSQLServer = logon.server;
+  packages.blnSQLTrustedLogin = logon.isTrusted;
+  packages.strSQLUser = logon.user;
+  packages.strSQLPassword = logon.password;
+  bool isRead = false;
+  aside_.Do([&] { isRead = packages.RetrievePackages(); },
+            [&] {
+              if (!isRead)
+                ShowError("Error while connecting to : " + logon.server +
+                              "\r\nIts packages cannot be listed.",
+                          "Connect to DTS Server");
+            });
+  return isRead && PackageServerLogon() == logon;
 }
 
 /// Filling a list empties its field; what stood there is chosen again, or stands there again.
@@ -277,12 +287,12 @@ void frmRunnerMain::cmbETLPackage_DropDown() {
 }
 
 void frmRunnerMain::cmbDestDB_DropDown() {
-  FillKeepingText(cmbDestDB, [&] {
-    FillFromServer(program_.platform.databases, program_.platform.messages, EtlSqlServer,
-                   {txtDestServer.Text.Get(), optDestSecureLogin.Value.Get(),
-                    txtDestSQLUsername.Text.Get(), txtDestSQLPassword.Text.Get()},
-                   cmbDestDB, "Connect to Databases Server", ListSQLDatabases);
-  });
+  const auto logon = [this] { return WarehouseLogon(); };
+  ListedNames names(cmbDestDB.Text.Get());
+  const NamesOfServer server{EtlSqlServer, logon, ListSQLDatabases, "Connect to Databases Server"};
+  if (ListFromServer(aside_, program_.platform.databases, program_.platform.messages, server,
+                     names))
+    FillKeepingText(cmbDestDB, [&] { names.ShowIn(cmbDestDB); });
 }
 
 }  // namespace torvik

@@ -231,6 +231,40 @@ TEST_F(MainFormTest, EventsAreHandledDuringATestAndCloseWaitsForItsEnd) {
   EXPECT_FALSE(form.IsOpen());
 }
 
+TEST_F(MainFormTest, EventsAreHandledWhileAServerListsAndWhatIsTypedMeanwhileStays) {
+  frmRunnerMain& form = Open();
+  form.cmdLoadDataLinks_Click();
+  const struct {
+    TextBox* box;  ///< Null: the list's own field.
+    std::string typed;
+    bool isListed;
+  } cases[] = {{&form.txtDestServer, "OTHER", false},
+               {&form.txtDestServer, "DWPROD", true},
+               {nullptr, "mast", false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.typed);
+    ado.state.rows["SELECT DISTINCT name FROM master.dbo.sysdatabases ORDER BY name"] = {
+        {"name"}, {{std::string("dw")}, {std::string("master")}}};
+    form.txtDestServer.Text.Set("DWPROD");
+    form.cmbDestDB.Refill({}, -1);
+    form.cmbDestDB.Text.Set("dw");
+    Gate gate;
+    ado.state.onOpen = gate.Pass();
+    bool isPumped = false;
+    messages.onPump = [&] {
+      if (std::exchange(isPumped, true)) return;
+      EXPECT_TRUE(form.Hourglass.Get());
+      (c.box ? c.box->Text : form.cmbDestDB.Text).Set(c.typed);
+      gate.Open();
+    };
+    form.cmbDestDB_DropDown();
+    EXPECT_EQ(c.isListed ? 2u : 0u, form.cmbDestDB.List.Get().size());
+    EXPECT_EQ(c.box ? "dw" : c.typed, form.cmbDestDB.Text.Get());
+    EXPECT_FALSE(form.Hourglass.Get());
+  }
+  EXPECT_TRUE(messages.boxes.empty());
+}
+
 TEST_F(MainFormTest, AFileThatIsNoJobLeavesWhatIsOpen) {
   frmRunnerMain& form = Open();
   form.cmdExecute_Click();

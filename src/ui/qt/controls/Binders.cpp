@@ -64,10 +64,19 @@ class DropDownBox final : public QComboBox {
   /// A wheel scrolls what the list stands in; only an open list is chosen from by it.
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
+  /// What makes the list may handle events meanwhile. It opens unless its user has gone on.
   void showPopup() override {
+    if (isListing_) return;
+    const QPointer<QWidget> self(this), user(window()->focusWidget());
+    isListing_ = true;
     if (beforeList) beforeList();
-    QComboBox::showPopup();
+    if (!self) return;
+    isListing_ = false;
+    if (isVisible() && window()->focusWidget() == user) QComboBox::showPopup();
   }
+
+ private:
+  bool isListing_ = false;
 };
 
 /// A mark at the end of a field that must be filled.
