@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -33,7 +34,9 @@ TEST_F(KeyboardTest, TheFileMenusLetterForExitLeaves) {
 
 TEST_F(KeyboardTest, ListsAndPickersAnswerTheKeyboard) {
   frmRunnerMain& form = Open();
+  FindCombo("Package")->setFocus();
   FindCombo("Package")->showPopup();
+  EXPECT_TRUE(FindCombo("Package")->view()->isVisible());
   EXPECT_EQ("Sales_LoadDW", FindCombo("Package")->itemText(0));
   FindCombo("Package")->hidePopup();
   EXPECT_EQ("Sales_LoadDW", form.cmbETLPackage.Text.Get());

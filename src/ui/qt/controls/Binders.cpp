@@ -64,15 +64,17 @@ class DropDownBox final : public QComboBox {
   /// A wheel scrolls what the list stands in; only an open list is chosen from by it.
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
-  /// What makes the list may handle events meanwhile. It opens unless its user has gone on.
+  /// What makes the list may handle events meanwhile, with the form disabled, which takes the
+  /// keyboard away.
   void showPopup() override {
     if (isListing_) return;
-    const QPointer<QWidget> self(this), user(window()->focusWidget());
+    const QPointer<QWidget> self(this);
     isListing_ = true;
     if (beforeList) beforeList();
     if (!self) return;
     isListing_ = false;
-    if (isVisible() && window()->focusWidget() == user) QComboBox::showPopup();
+    setFocus(Qt::OtherFocusReason);
+    if (isVisible()) QComboBox::showPopup();
   }
 
  private:
