@@ -125,6 +125,24 @@ pid_t StartChild(const ChildStart& start, std::string& reason) {
   return 0;
 }
 
+RunningChild::~RunningChild() {
+  if (id_ == 0) return;
+  Signal(SIGKILL);
+  Wait();
+}
+
+void RunningChild::Signal(int signal) const {
+  kill(-id_, signal);
+}
+
+int RunningChild::Wait() {
+  int status = 0;
+  while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
+  }
+  id_ = 0;
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
 std::string FindProgram(const std::string& program) {
   if (program.find('/') != std::string::npos) return program;
   const char* path = std::getenv("PATH");

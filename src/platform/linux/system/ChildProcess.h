@@ -22,6 +22,26 @@ struct ChildStart {
 /// when it cannot be started; `reason` then says why.
 pid_t StartChild(const ChildStart& start, std::string& reason);
 
+/// A child that StartChild has given a process group; one that still runs at the end of its life is
+/// killed, with what it has started.
+class RunningChild {
+ public:
+  explicit RunningChild(pid_t id) : id_(id) {}
+  ~RunningChild();
+  RunningChild(const RunningChild&) = delete;
+  RunningChild& operator=(const RunningChild&) = delete;
+
+  /// Sends a signal to the child and to what it has started; to what is left of that when the child
+  /// has ended and Wait has not been called.
+  void Signal(int signal) const;
+
+  /// The exit code; 128 + signal number when a signal ended it.
+  int Wait();
+
+ private:
+  pid_t id_;
+};
+
 /// A program's path: of a name without '/', the first executable file of that name in PATH; empty
 /// when there is none.
 std::string FindProgram(const std::string& program);

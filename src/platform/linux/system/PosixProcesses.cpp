@@ -22,35 +22,6 @@
 namespace torvik {
 namespace {
 
-/// Takes a child's end; kills a child that still runs when its parent stops waiting for it.
-class RunningChild {
- public:
-  explicit RunningChild(pid_t id) : id_(id) {}
-  ~RunningChild() {
-    if (id_ == 0) return;
-    kill(-id_, SIGKILL);
-    Wait();
-  }
-  RunningChild(const RunningChild&) = delete;
-  RunningChild& operator=(const RunningChild&) = delete;
-
-  /// Sends a signal to the child and to what it has started; to what is left of that when the child
-  /// has ended and Wait has not been called.
-  void Signal(int signal) const { kill(-id_, signal); }
-
-  /// The exit code; 128 + signal number when a signal ended it.
-  int Wait() {
-    int status = 0;
-    while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
-    }
-    id_ = 0;
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-  }
-
- private:
-  pid_t id_;
-};
-
 /// Reads what there is; false at the end of the output.
 bool ReadSome(int pipe, LineSplitter& lines) {
   char buffer[16384];
