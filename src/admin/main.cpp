@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
@@ -11,6 +13,7 @@
 #include "platform/PlatformError.h"
 #include "platform/Version.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/shares/SmbReader.h"
 #include "platform/linux/system/ProcessSetup.h"
 
 namespace {
@@ -60,6 +63,8 @@ int main(int argc, char** argv) {
   using namespace torvik;
   GuardStandardStreams();
   KeepMemoryPrivate();
+  if (argc > 1 && std::string_view(argv[1]) == kReadShareCommand)
+    return ReadShare(MessageSocket(Descriptor(STDIN_FILENO)));
   CLI::App app("Prepares what torvik runs: servers, packages, data links; and runs a job.");
   app.set_version_flag("--version", std::string("torvik-admin ") + kVersion);
   app.require_subcommand(1);

@@ -12,19 +12,20 @@ namespace torvik {
 
 /// A server of Windows shares whose only user is the one of this process. Its shares are the
 /// directories of the same names in PathOf(""): "in" for the user, "readonly" likewise, "open" for
-/// guests too.
+/// guests too, "single" for the user over one connection at a time.
 struct SambaServer : PrivateServer {
   SambaServer()
       : PrivateServer("private-share",
                       "[in]\npath = %DIR%/in\nread only = no\n"
                       "[readonly]\npath = %DIR%/readonly\n"
-                      "[open]\npath = %DIR%/open\nguest ok = yes\n") {
+                      "[open]\npath = %DIR%/open\nguest ok = yes\n"
+                      "[single]\npath = %DIR%/single\nmax connections = 1\n") {
     Clear();
   }
 
   /// Makes the shares anew.
   void Clear() const {
-    for (const char* share : {"in", "readonly", "open"}) {
+    for (const char* share : {"in", "readonly", "open", "single"}) {
       std::filesystem::remove_all(PathOf(share));
       std::filesystem::create_directory(PathOf(share));
     }

@@ -19,6 +19,7 @@
 #include "platform/linux/system/PosixFiles.h"
 #include "platform/linux/system/PosixLocks.h"
 #include "platform/linux/system/PosixProcesses.h"
+#include "platform/linux/system/ProgramBeside.h"
 #include "platform/linux/system/StdConsole.h"
 #include "platform/linux/system/SyslogEventLog.h"
 #include "platform/linux/system/SystemClock.h"
@@ -41,11 +42,12 @@ LinuxPlatform NewLinuxPlatform(std::function<void()> onClose, FetchObserver onFe
   const auto onWaitHere = [wait = std::move(onWait), here = std::this_thread::get_id()] {
     if (std::this_thread::get_id() == here) wait();
   };
-  platform.shell = NewShellByPath(platform.settings, paths, *platform.codePages,
-                                  [onFetch, onWaitHere](const FetchProgress& progress) {
-                                    if (onFetch) onFetch(progress);
-                                    onWaitHere();
-                                  });
+  platform.shell =
+      NewShellByPath(platform.settings, paths, *platform.codePages, ProgramBeside("torvik-admin"),
+                     [onFetch, onWaitHere](const FetchProgress& progress) {
+                       if (onFetch) onFetch(progress);
+                       onWaitHere();
+                     });
   platform.profile = NewProfileFiles(paths, *platform.codePages);
   platform.processes = NewPosixProcesses(paths, platform.settings.programs);
   platform.clock = NewSystemClock();

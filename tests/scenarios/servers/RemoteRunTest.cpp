@@ -81,7 +81,7 @@ class RemoteRun : public testing::Test {
   std::string Fetched(const std::string& name) const { return sandbox_.ReadFile("data/" + name); }
 
   PrivateServer ftp_{"private-ftp"};
-  PrivateServer share_{"private-share"};
+  PrivateServer share_{"private-share", "preexec = sh -c 'echo >>%DIR%/connections'\n"};
   Sandbox sandbox_;
   ProgramResult last_;
 };
@@ -117,6 +117,21 @@ TEST_F(RemoteRun, WaitsForTheProvidersAndFetchesWhatTheyDeliver) {
   EXPECT_EQ("", Fetched("c"));
   EXPECT_EQ("idle\n", WithoutCr(ftp_.Read("out/status")));
   EXPECT_EQ("idle\r\n\r\n", share_.Read("out/status"));
+}
+
+TEST_F(RemoteRun, ManySmallFilesOfAShareComeOverSeveralConnections) {
+  sandbox_.AddSettings(Settings());
+  PutLinks(ftp_.Password(), "many");
+  ftp_.Write("out/status", "ready");
+  share_.Write("many/status", "ready");
+  const auto name = [](int number) { return "file" + std::to_string(number) + ".csv"; };
+  for (int i = 0; i < 600; ++i) share_.Write("many/" + name(i), name(i));
+  const auto connections = share_.Read("connections").size();
+  Run();
+  EXPECT_EQ("ok\n", last_.out);
+  EXPECT_THAT(last_.err, HasSubstr("Remote data : 601 files complete"));
+  for (int i = 0; i < 600; ++i) EXPECT_EQ(name(i), Fetched(name(i)));
+  EXPECT_LT(connections + 1, share_.Read("connections").size());
 }
 
 TEST_F(RemoteRun, ALinkThatFailsDoesNotKeepTheNextOneFromBeingFetched) {

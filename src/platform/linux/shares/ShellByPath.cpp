@@ -11,10 +11,10 @@ namespace {
 class ShellByPath final : public Shell {
  public:
   ShellByPath(const Settings& settings, const PathMap& paths, const CodePages& codePages,
-              const FetchObserver& onFetch)
+              const std::string& readerProgram, const FetchObserver& onFetch)
       : paths_(paths),
         posix_(NewPosixShell(paths, codePages, onFetch)),
-        smb_(NewSmbShell(settings, paths, codePages, onFetch)) {}
+        smb_(NewSmbShell(settings, paths, codePages, readerProgram, onFetch)) {}
 
   bool Exists(const std::string& path) override { return For(path).Exists(path); }
 
@@ -56,8 +56,9 @@ class ShellByPath final : public Shell {
 }  // namespace
 
 std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const PathMap& paths,
-                                      const CodePages& codePages, FetchObserver onFetch) {
-  return std::make_unique<ShellByPath>(settings, paths, codePages, onFetch);
+                                      const CodePages& codePages, const std::string& readerProgram,
+                                      FetchObserver onFetch) {
+  return std::make_unique<ShellByPath>(settings, paths, codePages, readerProgram, onFetch);
 }
 
 }  // namespace torvik

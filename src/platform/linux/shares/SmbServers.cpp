@@ -87,6 +87,15 @@ std::string SmbServers::Words(const UncPath& path, const std::error_code& error)
   return path.Text() + ": " + Reason(server.settings, server.logon, error);
 }
 
+bool SmbServers::HasBroken(const UncPath& path) const {
+  return servers_.at(LowerAscii(path.server)).isSpent;
+}
+
+ReaderLogon SmbServers::LogonOf(const UncPath& path) const {
+  const Server& server = servers_.at(LowerAscii(path.server));
+  return {path.server, path.share, server.settings, server.logon};
+}
+
 std::error_code SmbServers::OpenShare(Server& server, const UncPath& path) {
   if (server.shares.contains(path.share)) return {};
   bool isDirectory = false;

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "platform/linux/settings/Settings.h"
+#include "platform/linux/shares/SmbReader.h"
 #include "platform/linux/shares/UncPath.h"
 #include "platform/linux/shares/smb/SmbSession.h"
 #include "platform/linux/system/CopyFiles.h"
@@ -26,6 +27,12 @@ class SmbServers {
   /// Does the work for `path` on its server. A connection that has stood idle may have broken
   /// since: the work is then done once more over a new one.
   FileFailure Do(const UncPath& path, const Work& work);
+
+  /// True when the connection to the server of `path` has broken since it was last used.
+  bool HasBroken(const UncPath& path) const;
+
+  /// How another connection to the share of `path`, which has been used, is made.
+  ReaderLogon LogonOf(const UncPath& path) const;
 
   /// What an error of a session means to the user; takes note of a connection that has broken.
   std::string Words(const UncPath& path, const std::error_code& error);

@@ -1,5 +1,6 @@
 #include "platform/linux/shares/SmbShell.h"
 
+#include "platform/linux/shares/ShareDirectory.h"
 #include "platform/linux/shares/ShellFiles.h"
 #include "platform/linux/shares/SmbServers.h"
 #include "platform/linux/system/CopyFiles.h"
@@ -7,37 +8,6 @@
 
 namespace torvik {
 namespace {
-
-/// A directory of a server, of which the files are copied.
-class ShareDirectory final : public SourceDirectory {
- public:
-  ShareDirectory(SmbServers& servers, UncPath path) : servers_(servers), path_(std::move(path)) {}
-
-  std::vector<Entry> List(FileFailure& failure) override {
-    std::vector<Entry> files;
-    failure = servers_.Do(path_, [&](SmbSession& session) {
-      files.clear();
-      session_ = &session;
-      return session.List(path_.InServer(), files);
-    });
-    return files;
-  }
-
-  std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
-    return session_->OpenToRead(path_.Below(name).InServer(), error);
-  }
-
-  std::string PathOf(const std::string& name) const override { return path_.Below(name).Text(); }
-
-  std::string Words(const std::string& name, const std::error_code& error) const override {
-    return servers_.Words(path_.Below(name), error);
-  }
-
- private:
-  SmbServers& servers_;
-  const UncPath path_;
-  SmbSession* session_ = nullptr;
-};
 
 /// Up to `limit` bytes of the beginning of a file.
 std::error_code ReadBeginning(SmbSession& session, const UncPath& path, std::size_t limit,
@@ -60,8 +30,12 @@ std::error_code WriteWhole(SmbSession& session, const UncPath& path, const std::
 class SmbShell final : public Shell {
  public:
   SmbShell(const Settings& settings, const PathMap& paths, const CodePage& ansi,
-           FetchObserver onFetch)
-      : servers_(settings), paths_(paths), ansi_(ansi), counter_(std::move(onFetch)) {}
+           const std::string& readerProgram, FetchObserver onFetch)
+      : servers_(settings),
+        paths_(paths),
+        ansi_(ansi),
+        readerProgram_(readerProgram),
+        counter_(std::move(onFetch)) {}
 
   bool Exists(const std::string& path) override {
     bool isDirectory = false;
@@ -113,7 +87,7 @@ class SmbShell final : public Shell {
     std::error_code error;
     const std::string to = paths_.ToLinux(operation.to, error);
     if (error) return {error, operation.to + ": " + error.message()};
-    ShareDirectory directory(servers_, *from);
+    ShareDirectory directory(servers_, *from, readerProgram_);
     return CopyFiles(directory, to, counter_);
   }
 
@@ -133,6 +107,7 @@ class SmbShell final : public Shell {
   SmbServers servers_;
   const PathMap paths_;
   const CodePage& ansi_;
+  const std::string readerProgram_;
   FetchCounter counter_;
   FileFailure copyFailure_;
 };
@@ -140,8 +115,10 @@ class SmbShell final : public Shell {
 }  // namespace
 
 std::unique_ptr<Shell> NewSmbShell(const Settings& settings, const PathMap& paths,
-                                   const CodePages& codePages, FetchObserver onFetch) {
-  return std::make_unique<SmbShell>(settings, paths, codePages.Ansi(), std::move(onFetch));
+                                   const CodePages& codePages, const std::string& readerProgram,
+                                   FetchObserver onFetch) {
+  return std::make_unique<SmbShell>(settings, paths, codePages.Ansi(), readerProgram,
+                                    std::move(onFetch));
 }
 
 }  // namespace torvik

@@ -37,6 +37,10 @@ class Copy {
       if (failure.error) break;
       counter_.BeginFile(entry.name);
       failure = CopyOne(entry);
+      if (failure.error && from_.HasAnotherWay()) {
+        counter_.BeginFileAgain();
+        failure = CopyOne(entry);
+      }
       if (!failure.error) counter_.EndFile();
     }
     const FileFailure late = OfArrival(arrivals_.Finish());

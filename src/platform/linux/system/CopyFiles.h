@@ -39,6 +39,8 @@ class SourceDirectory {
   /// Its plain files, in the order in which the system lists them.
   virtual std::vector<Entry> List(FileFailure& failure) = 0;
   virtual std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) = 0;
+  /// Asked when a file has failed: true when it is to be tried once more, in another way.
+  virtual bool HasAnotherWay() { return false; }
   /// A file's path, for the user, and what to tell him about a failure with it.
   virtual std::string PathOf(const std::string& name) const = 0;
   virtual std::string Words(const std::string& name, const std::error_code& error) const = 0;

@@ -11,6 +11,11 @@ void FetchCounter::BeginDirectory() {
 
 void FetchCounter::BeginFile(std::string_view name) {
   file_ = name;
+  before_ = progress_.bytes;
+}
+
+void FetchCounter::BeginFileAgain() {
+  progress_.bytes = before_;
 }
 
 void FetchCounter::Add(std::size_t bytes) {

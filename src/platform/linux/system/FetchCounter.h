@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 
 #include "platform/FetchProgress.h"
@@ -14,6 +15,8 @@ class FetchCounter {
 
   void BeginDirectory();
   void BeginFile(std::string_view name);
+  /// Takes back the bytes of the file that was begun last.
+  void BeginFileAgain();
   void Add(std::size_t bytes);
   void EndFile();
   void EndDirectory();
@@ -25,6 +28,7 @@ class FetchCounter {
   FetchObserver observer_;
   std::string file_;
   FetchProgress progress_;
+  std::int64_t before_ = 0;  ///< The bytes of the files before this one.
   std::chrono::steady_clock::time_point lastTold_;
 };
 

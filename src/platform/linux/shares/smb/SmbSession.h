@@ -24,7 +24,10 @@ class SmbFile : public SourceFile {
 
 /// The shares of one server over SMB 2 or 3. A connection is made at the first call for a share.
 /// Paths are "share/directory/file" in UTF-8. Errors are those of the system; a refused logon is
-/// operation_not_permitted. Only one thread uses sessions.
+/// operation_not_permitted. Only one thread of a process uses sessions, also those of several
+/// servers: the library has one stack of memory for all threads, which several destroy at once, and
+/// Debian's lacks smbc_thread_posix, which its header declares. Whoever wants several connections
+/// at once wants several processes (SmbReaders).
 class SmbSession {
  public:
   virtual ~SmbSession() = default;
