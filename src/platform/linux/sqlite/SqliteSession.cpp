@@ -11,6 +11,7 @@
 #include "platform/linux/database/SqlNames.h"
 #include "platform/linux/database/SqlStatements.h"
 #include "platform/linux/sqlite/SqliteFunctions.h"
+#include "platform/linux/sqlite/SqliteLogVfs.h"
 #include "platform/linux/sqlite/SqliteRowsFile.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
@@ -88,7 +89,7 @@ void SqliteSession::OpenServer() {
   // One thread at a time uses a connection, so the library need not lock it for each call; an
   // interrupt may come from another thread all the same.
   if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
-                      nullptr) != SQLITE_OK)
+                      SqliteLogVfs()) != SQLITE_OK)
     throw Failure("the database " + path + " cannot be opened");
   sqlite3_extended_result_codes(handle_, 1);
   sqlite3_busy_handler(handle_, OnBusy, this);
