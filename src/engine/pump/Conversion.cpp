@@ -1,7 +1,6 @@
 #include "engine/pump/Conversion.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -13,6 +12,7 @@
 
 #include "engine/pump/RowBatch.h"
 #include "platform/CountText.h"
+#include "platform/DateText.h"
 #include "platform/NumberText.h"
 #include "platform/Text.h"
 
@@ -138,47 +138,6 @@ bool FitBoolean(unsigned flags, std::string_view text, ado::LoadValue& value, st
   return true;
 }
 
-/// The number that the two digits at `at` make; a hundred or more when one of them is none.
-unsigned TwoDigits(const char* at) {
-  const auto digit = [](char c) {
-    const auto value = static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
-    return value > 9 ? 1000 : value;
-  };
-  return 10 * digit(at[0]) + digit(at[1]);
-}
-
-unsigned DaysOf(unsigned month, unsigned year) {
-  static constexpr std::array<unsigned char, 13> kDays = {0,  31, 28, 31, 30, 31, 30,
-                                                          31, 31, 30, 31, 30, 31};
-  const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-  return month == 2 && isLeap ? 29 : kDays[month];
-}
-
-/// YYYY-MM-DD.
-bool IsDate(std::string_view text) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return false;
-  const unsigned century = TwoDigits(text.data()), yearOfIt = TwoDigits(text.data() + 2),
-                 month = TwoDigits(text.data() + 5), day = TwoDigits(text.data() + 8);
-  if (century > 99 || yearOfIt > 99 || month < 1 || month > 12 || day < 1) return false;
-  const unsigned year = 100 * century + yearOfIt;
-  return year > 0 && day <= DaysOf(month, year);
-}
-
-/// HH:MM, HH:MM:SS, or that with a fraction of one to nine digits.
-bool IsTime(std::string_view text) {
-  constexpr std::size_t kMinutesEnd = 5, kSecondsEnd = 8, kMaxFraction = 9;
-  const bool hasSeconds = text.size() >= kSecondsEnd && text[kMinutesEnd] == ':';
-  if ((!hasSeconds && text.size() != kMinutesEnd) || text[2] != ':') return false;
-  if (TwoDigits(text.data()) > 23 || TwoDigits(text.data() + 3) > 59) return false;
-  if (!hasSeconds) return true;
-  if (TwoDigits(text.data() + 6) > 59) return false;
-  const std::string_view fraction = text.substr(kSecondsEnd);
-  if (fraction.empty()) return true;
-  const std::size_t digits = Digits(fraction.substr(1)).size();
-  return fraction[0] == '.' && digits > 0 && digits <= kMaxFraction &&
-         digits + 1 == fraction.size();
-}
-
 bool FitDate(unsigned flags, std::string_view& text, std::string& misfit) {
   if (IsDate(text)) return true;
   // A date that comes as a date with time loses nothing at midnight.
@@ -195,14 +154,14 @@ bool FitDate(unsigned flags, std::string_view& text, std::string& misfit) {
 
 /// Stored as "YYYY-MM-DD HH:MM:SS" and the fraction that the text has.
 bool FitDateTime(std::string_view& text, RowBatch& batch, std::string& misfit) {
-  constexpr std::size_t kDateEnd = 10, kMinutesEnd = 5, kSecondsEnd = 8;
+  if (IsDateTime(text)) return true;
+  constexpr std::size_t kDateEnd = 10, kMinutesEnd = 5;
   const std::string_view date = text.substr(0, kDateEnd);
   const std::string_view rest = text.substr(date.size());
   const std::string_view time = rest.substr(rest.empty() ? 0 : 1);
   const bool separated = rest.starts_with(' ') || rest.starts_with('T');
   if (!IsDate(date) || !(rest.empty() || (separated && IsTime(time))))
     return Refuse("is not a date and time of the form YYYY-MM-DD HH:MM:SS", misfit);
-  if (rest.starts_with(' ') && time.size() >= kSecondsEnd) return true;
   std::string stored(date);
   stored.append(" ").append(time);
   if (time.empty()) stored += "00:00:00";
