@@ -91,7 +91,8 @@ std::optional<std::vector<std::size_t>> RowMapper::PlainCopy() const {
   if (!scripts_.empty() || !effects_.empty() || hasQuery) return std::nullopt;
   std::vector<std::size_t> positions;
   for (const Target& target : targets_) {
-    if (target.source == kNoSource || !target.chain.empty()) return std::nullopt;
+    if (target.source == kNoSource || !target.chain.empty() || (target.flags & kRequireExactType))
+      return std::nullopt;
     positions.push_back(target.source);
   }
   return positions;

@@ -136,8 +136,8 @@ class AdoSqlite final : public AdoDatabase {
                     [this](const std::string& reason) { return session_->Refusal(reason); });
     const auto name = SplitTableName(table);
     const auto open = [session = session_, schema = session_->Schema(name->database),
-                       bare = name->table](const std::vector<ado::Column>& some) {
-      return NewSqliteBulkLoad(session, schema, bare, some);
+                       bare = name->table, isOwn = isOwnTransaction_](const auto& some) {
+      return NewSqliteBulkLoad(session, schema, bare, some, isOwn);
     };
     return options.keepsNulls ? open(picked) : NewDefaultsLoad(picked, open);
   }
@@ -163,7 +163,8 @@ class AdoSqlite final : public AdoDatabase {
     if (query->ColumnCount() == 0)
       throw session_->Refusal("the SQL text is no query: it has no rows");
     // Nothing can change what is only read.
-    if (!alongside || session_->IsReadOnly()) return NewSqliteBulkRead(session_, std::move(query));
+    if (!alongside || session_->IsReadOnly())
+      return NewSqliteBulkRead(session_, text, std::move(query));
     return NewSqliteSpooledRead(session_, text, *query);
   }
 
@@ -192,8 +193,10 @@ class AdoSqlite final : public AdoDatabase {
     return sqlite3_get_autocommit(session_->Handle()) == 0;
   }
   void BeginTrans() override {
+    session_->ReleaseGuests();  // it would keep others from writing there
     session_->Run("BEGIN IMMEDIATE");
     hasSavepoint_ = false;
+    isOwnTransaction_ = true;
   }
   void CommitTrans() override { EndTrans("COMMIT"); }
   void RollbackTrans() override { EndTrans("ROLLBACK"); }
@@ -205,6 +208,7 @@ class AdoSqlite final : public AdoDatabase {
     if (hasSavepoint_) session_->Run("RELEASE torvik_point");
     session_->Run("SAVEPOINT torvik_point");
     hasSavepoint_ = true;
+    isOwnTransaction_ = false;  // several steps share it
   }
   void RollbackToSavepoint() override { session_->Run("ROLLBACK TO torvik_point"); }
 
@@ -214,6 +218,7 @@ class AdoSqlite final : public AdoDatabase {
   void EndTrans(const char* sql) {
     session_->Run(sql);
     session_->ReleaseRowsFile();
+    session_->ReleaseGuests();
   }
 
   SqlitePlace Place(const std::string& table) { return SqlitePlaceOf(*session_, table); }
@@ -292,6 +297,7 @@ class AdoSqlite final : public AdoDatabase {
 
   const std::shared_ptr<SqliteSession> session_;
   bool hasSavepoint_ = false;
+  bool isOwnTransaction_ = false;  ///< The last one is for what one step does.
 };
 
 }  // namespace

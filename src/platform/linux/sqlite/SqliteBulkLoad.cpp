@@ -5,8 +5,10 @@
 #include <deque>
 #include <utility>
 
+#include "platform/Text.h"
 #include "platform/linux/database/LoadText.h"
 #include "platform/linux/database/SqlNames.h"
+#include "platform/linux/sqlite/SqliteBulkRead.h"
 #include "platform/linux/sqlite/SqliteDecimal.h"
 #include "platform/linux/sqlite/SqliteLoadTable.h"
 #include "platform/linux/sqlite/SqliteLoadValue.h"
@@ -14,6 +16,7 @@
 #include "platform/linux/sqlite/SqliteRowsTable.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
+#include "platform/linux/sqlite/SqliteTransfer.h"
 
 namespace torvik {
 namespace {
@@ -53,10 +56,13 @@ struct ParameterSink {
 class SqliteBulkLoad final : public ado::BulkLoad {
  public:
   SqliteBulkLoad(std::shared_ptr<SqliteSession> session, const SqliteLoadTable& table,
-                 const std::string& name, const std::vector<ado::Column>& columns)
+                 const std::string& name, const std::vector<ado::Column>& columns,
+                 bool isOwnTransaction)
       : session_(std::move(session)),
+        table_(table),
+        columns_(columns),
         place_("table " + name),
-        isView_(table.isView),
+        isOwnTransaction_(isOwnTransaction),
         storages_(StoragesOf(columns)),
         together_(*session_, storages_),
         isInTransaction_(IsInTransaction()),
@@ -91,6 +97,20 @@ class SqliteBulkLoad final : public ado::BulkLoad {
       row += together > 0 ? InsertMany(rows, row, together, refused)
                           : InsertOne(rows.Row(row), row, refused);
     }
+  }
+
+  /// The other database is attached until the transaction ends. To a statement that someone else
+  /// has written, a table that is missing would be the one of that name there.
+  std::optional<std::int64_t> LoadAll(ado::BulkRead& rows, std::span<const std::size_t> columns,
+                                      const std::function<void(std::int64_t)>& progress) override {
+    auto* const read = dynamic_cast<SqliteRead*>(&rows);
+    isInTransaction_ = IsInTransaction();
+    if (read == nullptr || !records_ || !isInTransaction_ || !isOwnTransaction_ ||
+        !IsWholeTable(columns))
+      return {};
+    const auto loaded = TransferSqliteRows(*session_, table_, columns_, *read, progress);
+    rows_ += loaded.value_or(0);
+    return loaded;
   }
 
   std::int64_t Finish() override { return rows_; }
@@ -165,6 +185,14 @@ class SqliteBulkLoad final : public ado::BulkLoad {
     return {};
   }
 
+  /// True when each of the table's columns, in its order, gets the value at its own place.
+  bool IsWholeTable(std::span<const std::size_t> places) const {
+    bool isWhole = places.size() == table_.columns.size() && places.size() == columns_.size();
+    for (std::size_t i = 0; isWhole && i < places.size(); ++i)
+      isWhole = places[i] == i && EqualsIgnoringCase(columns_[i].name, table_.columns[i].name);
+    return isWhole;
+  }
+
   /// Answers how many rows it has loaded: those from `first` on that can go as records.
   std::size_t InsertRecords(const ado::LoadRows& rows, std::size_t first) {
     if (!records_ || !isInTransaction_) return 0;
@@ -202,7 +230,7 @@ class SqliteBulkLoad final : public ado::BulkLoad {
       refused.push_back({row, 0, place_ + misfit});
     } else if (Bind(values) && Step(insertOne_.get())) {
       // A trigger may have dropped the row; what one does for a view is not counted.
-      rows_ += isView_ ? 1 : sqlite3_changes64(session_->Handle());
+      rows_ += table_.isView ? 1 : sqlite3_changes64(session_->Handle());
     } else {
       Refuse(row, refused);
     }
@@ -243,8 +271,10 @@ class SqliteBulkLoad final : public ado::BulkLoad {
   }
 
   const std::shared_ptr<SqliteSession> session_;
+  const SqliteLoadTable table_;
+  const std::vector<ado::Column> columns_;
   const std::string place_;
-  const bool isView_;
+  const bool isOwnTransaction_;
   const std::vector<SqliteStorage> storages_;
   std::vector<Decimal> decimals_;
   std::vector<ado::LoadValue> rounded_;  ///< A row with its decimals rounded.
@@ -262,9 +292,11 @@ class SqliteBulkLoad final : public ado::BulkLoad {
 std::unique_ptr<ado::BulkLoad> NewSqliteBulkLoad(std::shared_ptr<SqliteSession> session,
                                                  const std::string& schema,
                                                  const std::string& table,
-                                                 const std::vector<ado::Column>& columns) {
+                                                 const std::vector<ado::Column>& columns,
+                                                 bool isOwnTransaction) {
   const SqliteLoadTable looked = LookAtLoadTable(*session, schema, table);
-  return std::make_unique<SqliteBulkLoad>(std::move(session), looked, table, columns);
+  return std::make_unique<SqliteBulkLoad>(std::move(session), looked, table, columns,
+                                          isOwnTransaction);
 }
 
 }  // namespace torvik

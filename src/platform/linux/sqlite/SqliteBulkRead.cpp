@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "platform/Text.h"
+#include "platform/linux/database/SqlTokens.h"
 #include "platform/linux/sqlite/SqliteSession.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
@@ -36,14 +38,34 @@ std::vector<std::string> NamesOf(const SqliteStatement& query) {
   return names;
 }
 
-class SqliteBulkRead final : public ado::BulkRead {
+/// The table that "SELECT * FROM table" names; nothing for any other text.
+std::optional<SqlitePlace> WholeTableOf(SqliteSession& session, const std::string& sql,
+                                        const SqliteStatement& query) {
+  auto tokens = Tokenise(sql);
+  if (!tokens.empty() && tokens.back().text == ";") tokens.pop_back();
+  const bool isSelect = (tokens.size() == 4 || tokens.size() == 6) &&
+                        EqualsIgnoringCase(tokens[0].text, "SELECT") && tokens[1].text == "*" &&
+                        EqualsIgnoringCase(tokens[2].text, "FROM");
+  const auto origin = isSelect ? query.ColumnOrigin(0) : std::nullopt;
+  // A column of a view comes from a table of another name, or of the same in another schema.
+  if (!origin || !EqualsIgnoringCase(origin->table, Unquoted(tokens.back().text))) return {};
+  SqliteStatement views(session, "SELECT 1 FROM temp.sqlite_schema WHERE name = ?1 COLLATE NOCASE",
+                        "");
+  views.Bind(1, origin->table);
+  if (views.Step()) return {};
+  return SqlitePlace{origin->schema, origin->table};
+}
+
+class SqliteBulkRead final : public SqliteRead {
  public:
   SqliteBulkRead(std::shared_ptr<SqliteSession> session, std::unique_ptr<SqliteStatement> query,
-                 std::vector<std::string> names, std::string spool)
+                 std::vector<std::string> names, std::string spool,
+                 std::optional<SqlitePlace> wholeTable)
       : session_(std::move(session)),
         query_(std::move(query)),
         names_(std::move(names)),
-        spool_(std::move(spool)) {}
+        spool_(std::move(spool)),
+        wholeTable_(std::move(wholeTable)) {}
   ~SqliteBulkRead() override {
     query_.reset();
     // What cannot be dropped now goes away with the connection.
@@ -56,8 +78,12 @@ class SqliteBulkRead final : public ado::BulkRead {
   void SetQuery(std::unique_ptr<SqliteStatement> query) { query_ = std::move(query); }
 
   const std::vector<std::string>& Columns() const override { return names_; }
+  SqliteSession& Session() override { return *session_; }
+  const std::optional<SqlitePlace>& WholeTable() const override { return wholeTable_; }
+  bool HasBegun() const override { return hasBegun_; }
 
   bool Next(std::span<ado::LoadValue> row) override {
+    hasBegun_ = true;
     // A statement that has ended would begin anew.
     if (isAtEnd_ || !query_->Step()) return isAtEnd_ = true, false;
     for (std::size_t i = 0; i < row.size(); ++i)
@@ -70,17 +96,20 @@ class SqliteBulkRead final : public ado::BulkRead {
   std::unique_ptr<SqliteStatement> query_;
   const std::vector<std::string> names_;
   const std::string spool_;
+  const std::optional<SqlitePlace> wholeTable_;
   const bool isUtf8_ = session_->KeepsUtf8();
-  bool isAtEnd_ = false;
+  bool hasBegun_ = false, isAtEnd_ = false;
 };
 
 }  // namespace
 
 std::unique_ptr<ado::BulkRead> NewSqliteBulkRead(std::shared_ptr<SqliteSession> session,
+                                                 const std::string& sql,
                                                  std::unique_ptr<SqliteStatement> query) {
   auto names = NamesOf(*query);
+  auto table = WholeTableOf(*session, sql, *query);
   return std::make_unique<SqliteBulkRead>(std::move(session), std::move(query), std::move(names),
-                                          "");
+                                          "", std::move(table));
 }
 
 std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(const std::shared_ptr<SqliteSession>& session,
@@ -93,7 +122,8 @@ std::unique_ptr<ado::BulkRead> NewSqliteSpooledRead(const std::shared_ptr<Sqlite
     columns += (columns.empty() ? "c" : ", c") + std::to_string(column);
   session->Run("CREATE TABLE " + spool + " (" + columns + ")");
   auto names = NamesOf(query);
-  auto rows = std::make_unique<SqliteBulkRead>(session, nullptr, std::move(names), spool);
+  auto rows =
+      std::make_unique<SqliteBulkRead>(session, nullptr, std::move(names), spool, std::nullopt);
   SqliteStatement(*session, "INSERT INTO " + spool + " " + sql, "the rows are set aside").Step();
   rows->SetQuery(std::make_unique<SqliteStatement>(*session, "SELECT * FROM " + spool, ""));
   return rows;

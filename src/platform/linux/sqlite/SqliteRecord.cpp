@@ -26,23 +26,6 @@ std::uint64_t TypeOf(std::int64_t number) {
   return bits <= 48 ? 5 : kInteger64;
 }
 
-/// False only for what SQLite would surely not read as a number: text with a letter or the like, or
-/// with a sign behind a digit, as dates have.
-bool MayBeNumber(std::string_view text) {
-  constexpr std::string_view kOthers = "+-.eE \t\n\v\f\r";
-  bool hasDigit = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (IsDigit(c)) {
-      hasDigit = true;
-    } else if (kOthers.find(c) == std::string_view::npos ||
-               ((c == '-' || c == '+') && i > 0 && IsDigit(text[i - 1]))) {
-      return false;
-    }
-  }
-  return hasDigit;
-}
-
 /// SQLite keeps a real number without a fraction as a whole one, but for the two outermost.
 bool IsKeptWhole(double real) {
   constexpr double kEnd = 9223372036854775808.0;  // 2^63
@@ -101,6 +84,21 @@ SqliteAffinity AffinityOf(std::string_view declaredType) {
   if (has("blob") || type.empty()) return SqliteAffinity::None;
   if (has("real") || has("floa") || has("doub")) return SqliteAffinity::Real;
   return SqliteAffinity::Number;
+}
+
+bool MayBeNumber(std::string_view text) {
+  constexpr std::string_view kOthers = "+-.eE \t\n\v\f\r";
+  bool hasDigit = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (IsDigit(c)) {
+      hasDigit = true;
+    } else if (kOthers.find(c) == std::string_view::npos ||
+               ((c == '-' || c == '+') && i > 0 && IsDigit(text[i - 1]))) {
+      return false;
+    }
+  }
+  return hasDigit;
 }
 
 SqliteRecord::SqliteRecord(std::vector<Column> columns)

@@ -18,6 +18,10 @@ enum class SqliteAffinity : unsigned char { None, Text, Number, Real };
 /// That of a column declared so.
 SqliteAffinity AffinityOf(std::string_view declaredType);
 
+/// False only for what SQLite would surely not read as a number: text with a letter or the like, or
+/// with a sign behind a digit, as dates have.
+bool MayBeNumber(std::string_view text);
+
 /// A row in the record format of SQLite's files (https://sqlite.org/fileformat2.html, 2.1). It
 /// takes only what SQLite would keep as it is given, so that a record is the same as SQLite's own.
 class SqliteRecord {

@@ -1,9 +1,12 @@
 #include "platform/linux/sqlite/SqliteRecordLoad.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/Text.h"
@@ -34,15 +37,19 @@ std::string InsertSql(const SqliteLoadTable& table, const SqliteRowsFile& file) 
          " SELECT * FROM " + file.Name();
 }
 
-/// True when SQLite copies records, and puts none together.
-bool CopiesRecords(SqliteSession& session, const std::string& insert) {
-  SqliteStatement program(session, "EXPLAIN " + insert, "");
-  while (program.Step())
-    if (program.Column(1) == ado::Value("MakeRecord")) return false;
-  return true;
-}
-
 }  // namespace
+
+bool CopiesRecords(sqlite3* handle, const std::string& insert) {
+  sqlite3_stmt* program = nullptr;
+  int code = sqlite3_prepare_v2(handle, ("EXPLAIN " + insert).c_str(), -1, &program, nullptr);
+  bool copies = code == SQLITE_OK;
+  while (copies && (code = sqlite3_step(program)) == SQLITE_ROW) {
+    const auto* instruction = reinterpret_cast<const char*>(sqlite3_column_text(program, 1));
+    copies = instruction != nullptr && std::string_view(instruction) != "MakeRecord";
+  }
+  sqlite3_finalize(program);
+  return copies && code == SQLITE_DONE;
+}
 
 std::unique_ptr<SqliteRecordLoad> SqliteRecordLoad::Open(std::shared_ptr<SqliteSession> session,
                                                          const SqliteLoadTable& table,
@@ -51,7 +58,7 @@ std::unique_ptr<SqliteRecordLoad> SqliteRecordLoad::Open(std::shared_ptr<SqliteS
   auto places = PlacesOf(table, columns);
   if (!places) return nullptr;
   auto file = session->RowsFile(table.plainText, table.name);
-  if (!file || !CopiesRecords(*session, InsertSql(table, *file))) return nullptr;
+  if (!file || !CopiesRecords(session->Handle(), InsertSql(table, *file))) return nullptr;
   return std::unique_ptr<SqliteRecordLoad>(
       new SqliteRecordLoad(std::move(session), std::move(file), table, std::move(*places)));
 }

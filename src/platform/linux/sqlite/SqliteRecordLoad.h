@@ -11,10 +11,16 @@
 #include "platform/linux/sqlite/SqliteRowsFile.h"
 #include "platform/linux/sqlite/SqliteStatement.h"
 
+struct sqlite3;
+
 namespace torvik {
 
 class SqliteSession;
 struct SqliteLoadTable;
+
+/// True for an "INSERT ... SELECT" by which SQLite copies records as they lie, and looks at no
+/// value; false also for one that cannot be compiled.
+bool CopiesRecords(sqlite3* handle, const std::string& insert);
 
 /// Rows on their way into a plain table as records that are ready, which SQLite need not put
 /// together value by value: it copies them from a database in memory.

@@ -177,8 +177,24 @@ void SqliteSession::ReleaseRowsFile() {
   if (rowsFile_ && rowsFile_.use_count() == 1 && rowsFile_->Detach()) rowsFile_.reset();
 }
 
+std::string SqliteSession::AttachGuest(const std::string& path) {
+  const std::string schema = "torvik_guest_" + std::to_string(NextNumber());
+  const std::string attach = "ATTACH " + QuotedText(path) + " AS " + schema;
+  if (sqlite3_exec(handle_, attach.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) return "";
+  guests_.push_back(schema);
+  return schema;
+}
+
+void SqliteSession::ReleaseGuests() {
+  std::erase_if(guests_, [this](const std::string& schema) {
+    return sqlite3_exec(handle_, ("DETACH " + schema).c_str(), nullptr, nullptr, nullptr) ==
+           SQLITE_OK;
+  });
+}
+
 void SqliteSession::Attach(const EmbeddedDatabase& database) {
   ReleaseRowsFile();  // there is room for ten
+  ReleaseGuests();
   const std::string schema = QuotedName(database.name);
   SqliteStatement attach(
       *this, "ATTACH DATABASE ?1 AS " + schema,

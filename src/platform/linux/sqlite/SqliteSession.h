@@ -72,6 +72,13 @@ class SqliteSession {
   /// ended does not.
   void ReleaseRowsFile();
 
+  /// Attaches a database file beside those that SQL text may name, to be read while the transaction
+  /// lasts; answers its schema. Empty where it cannot be had.
+  std::string AttachGuest(const std::string& path);
+
+  /// Lets go of those files, unless a transaction holds them still.
+  void ReleaseGuests();
+
   /// Runs SQLite's own SQL, without rows.
   void Run(const std::string& sql);
 
@@ -110,6 +117,7 @@ class SqliteSession {
   std::chrono::milliseconds timeout_;
   sqlite3* handle_ = nullptr;
   std::shared_ptr<SqliteRowsFile> rowsFile_;
+  std::vector<std::string> guests_;
   std::vector<ado::ProviderError> errors_;
   std::atomic<bool> cancelled_ = false;
   std::chrono::steady_clock::time_point waitBegan_;
