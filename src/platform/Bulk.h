@@ -116,10 +116,10 @@ class BulkLoad {
   virtual bool Settle() { return true; }
 
   /// Loads all rows of a read that has not begun, value `columns[i]` of each into the i-th column,
-  /// where the server can take them as they are: they are of its own kind, and each value is one
-  /// that Load would store so. Answers how many the read had. Nothing where there is no such way,
-  /// and where a row is refused: nothing is loaded then, and the read begins anew, to be loaded row
-  /// by row. `progress` gets the rows so far; what it throws ends the load.
+  /// where the server can take them as they are: they are of its own kind and need no look at any
+  /// value but its own. Answers how many the read had. Nothing where there is no such way, and
+  /// where a row is refused: nothing is loaded then, and the read begins anew, to be loaded row by
+  /// row. `progress` gets the rows so far; what it throws ends the load.
   virtual std::optional<std::int64_t> LoadAll(BulkRead& rows, std::span<const std::size_t> columns,
                                               const std::function<void(std::int64_t)>& progress) {
     (void)rows, (void)columns, (void)progress;

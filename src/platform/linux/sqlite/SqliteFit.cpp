@@ -55,6 +55,8 @@ SqliteFit::SqliteFit(const ado::Column& column, SqliteAffinity affinity)
       hasScale_(column.precision > 0),
       scale_(column.scale) {
   constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
+  if (kind_ == Kind::Text && affinity_ != SqliteAffinity::Number)
+    sureBytes_ = column.size > 0 ? column.size : std::numeric_limits<int>::max();
   if (kind_ == Kind::Integer) {
     highest_ = kHighest >> (64 - 8 * (column.size > 0 ? column.size : 8));
     lowest_ = -highest_ - 1;
@@ -76,7 +78,7 @@ bool SqliteFit::Holds(sqlite3_value* value) const {
     case SQLITE_NULL: return isNullable_;
     case SQLITE_INTEGER: return HoldsWhole(sqlite3_value_int64(value));
     case SQLITE_FLOAT: return HoldsReal(sqlite3_value_double(value));
-    case SQLITE_TEXT: return HoldsText(ViewOf(value));
+    case SQLITE_TEXT: return sqlite3_value_bytes(value) <= sureBytes_ || HoldsText(ViewOf(value));
     default: return kind_ == Kind::Binary;
   }
 }
@@ -104,7 +106,6 @@ bool SqliteFit::HoldsText(std::string_view text) const {
 }
 
 bool SqliteFit::HasRoomFor(std::string_view text) const {
-  // A text has at most as many units as bytes.
   if (room_ == 0 || text.size() <= room_) return true;
   std::size_t room = room_;
   if (unit_ == ado::TextUnit::Utf8) return false;

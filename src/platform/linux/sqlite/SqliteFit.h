@@ -35,6 +35,7 @@ class SqliteFit {
   bool isNullable_;
   ado::TextUnit unit_;
   std::size_t room_;                   ///< In such units; 0: any text.
+  int sureBytes_ = -1;                 ///< A text of so many fits: it has no more units than bytes.
   std::int64_t lowest_, highest_ = 0;  ///< Of whole numbers.
   bool hasScale_;
   int scale_;

@@ -153,7 +153,7 @@ bool Register() {
   vfs.xFullPathname = Forward<&sqlite3_vfs::xFullPathname>;
   vfs.xDlOpen = Forward<&sqlite3_vfs::xDlOpen>;
   vfs.xDlError = Forward<&sqlite3_vfs::xDlError>;
-  vfs.xDlSym = nullptr;
+  vfs.xDlSym = Forward<&sqlite3_vfs::xDlSym>;
   vfs.xDlClose = Forward<&sqlite3_vfs::xDlClose>;
   vfs.xRandomness = Forward<&sqlite3_vfs::xRandomness>;
   vfs.xSleep = Forward<&sqlite3_vfs::xSleep>;

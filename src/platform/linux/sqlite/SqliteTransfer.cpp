@@ -22,7 +22,7 @@ namespace {
 
 /// A transfer cannot be ended without the transaction, so that rows are looked at before it begins:
 /// what fits nowhere is seen there.
-constexpr std::int64_t kFirstRows = 10'000;
+constexpr std::int64_t kFirstRows = 2000;
 
 /// Of SQLite's own machine, which takes some five for a row.
 constexpr int kInstructionsBetweenLooks = 50'000;
