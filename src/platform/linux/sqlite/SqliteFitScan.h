@@ -20,7 +20,7 @@ namespace torvik {
 /// meanwhile.
 class SqliteFitScan {
  public:
-  /// SQLite hands no more to a function at once than 100, or whatever it was built with above that.
+  /// A function of SQLite's takes 127 values, as it is usually built.
   static constexpr std::size_t kMostColumns = 100;
 
   /// `table` is quoted, `names` are those of its columns, `fits` says what each must hold.
