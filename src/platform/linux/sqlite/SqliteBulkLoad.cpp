@@ -23,7 +23,7 @@ namespace {
 
 /// In KiB, below 0: keeps the pages of an index, into which rows go in no order, from being written
 /// and read again and again. A table without an index needs no more than the usual 2 MiB.
-constexpr const char* kIndexCache = "-24576";
+constexpr const char* kIndexCache = "-27648";
 
 /// A row of more bytes goes alone, so that SQLite's limit of a row meets it alone.
 constexpr std::size_t kMostBytesOfRow = std::size_t{1} << 20;
