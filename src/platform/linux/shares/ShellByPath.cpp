@@ -57,7 +57,7 @@ class ShellByPath final : public Shell {
 
 std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const PathMap& paths,
                                       const CodePages& codePages, const std::string& readerProgram,
-                                      FetchObserver onFetch) {
+                                      const FetchObserver& onFetch) {
   return std::make_unique<ShellByPath>(settings, paths, codePages, readerProgram, onFetch);
 }
 

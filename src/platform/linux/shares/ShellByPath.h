@@ -17,6 +17,6 @@ namespace torvik {
 std::unique_ptr<Shell> NewShellByPath(const Settings& settings, const PathMap& paths,
                                       const CodePages& codePages,
                                       const std::string& readerProgram = {},
-                                      FetchObserver onFetch = {});
+                                      const FetchObserver& onFetch = {});
 
 }  // namespace torvik
