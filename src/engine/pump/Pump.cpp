@@ -51,7 +51,8 @@ class Loader {
     LookAround();
     if (Send(batch)) {
       held_.push_back(&batch);
-      return held_.size() < kMostHeld;
+      heldBytes_ += batch.Bytes();
+      return heldBytes_ < kMostHeldBytes;
     }
     Settle();
     Load(batch);
@@ -61,6 +62,7 @@ class Loader {
   /// Has the server judge the batches taken; those it does not take together go one by one.
   void Settle() {
     if (held_.empty()) return;
+    heldBytes_ = 0;
     const bool areLoaded = load_->Settle();
     for (RowBatch* const batch : std::exchange(held_, {})) Load(*batch, areLoaded);
   }
@@ -78,9 +80,9 @@ class Loader {
  private:
   using Steady = std::chrono::steady_clock;
   static constexpr std::chrono::milliseconds kProgressInterval{100};
-  /// Batches that the server judges together: what each judgement costs it is little then, and so
-  /// is the memory.
-  static constexpr std::size_t kMostHeld = 12;
+  /// Of batches that the server judges together: what each judgement costs it is little then, and
+  /// so is the memory.
+  static constexpr std::size_t kMostHeldBytes = std::size_t{12} << 20;
 
   bool Send(const RowBatch& batch) {
     if (!load_ || request_.commitSize > 0) return false;
@@ -175,6 +177,7 @@ class Loader {
   const std::atomic<bool>& cancelled_;
   Steady::time_point reported_ = Steady::now();
   std::vector<RowBatch*> held_;  // sent, and not yet judged
+  std::size_t heldBytes_ = 0;
   std::size_t uncommitted_ = 0;
   std::vector<ado::Refusal> refused_;
   PumpCounts counts_;

@@ -10,6 +10,7 @@ void RowBatch::Clear() {
   origins_.clear();
   badRows_.clear();
   skipped_ = 0;
+  textBytes_ = 0;
   texts_->release();
 }
 
@@ -70,7 +71,13 @@ std::span<char> RowBatch::Block(std::size_t bytes) {
   return block_;
 }
 
+std::size_t RowBatch::Bytes() const {
+  return block_.size() + textBytes_ + values_.size() * sizeof values_[0] +
+         origins_.capacity() * sizeof origins_[0];
+}
+
 std::span<char> RowBatch::Allocate(std::size_t bytes) {
+  textBytes_ += bytes;
   return {static_cast<char*>(texts_->allocate(bytes, 1)), bytes};
 }
 

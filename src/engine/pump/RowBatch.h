@@ -69,6 +69,9 @@ class RowBatch {
   std::span<const ado::LoadValue> Row(std::size_t row) const;
   const RowOrigin& Origin(std::size_t row) const { return origins_[row]; }
 
+  /// The memory that it takes.
+  std::size_t Bytes() const;
+
   /// All rows, one after the other; there must be one.
   ado::LoadRows Rows() const { return {std::span(values_).first(used_), width_}; }
 
@@ -98,6 +101,7 @@ class RowBatch {
   std::int64_t skipped_ = 0;
   std::size_t width_ = 0;
   std::vector<char> block_;
+  std::size_t textBytes_ = 0;
   std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_ =
       std::make_unique<std::pmr::monotonic_buffer_resource>();
 };

@@ -213,6 +213,73 @@ TEST_F(PumpTest, ReportsProgressOnTheCallingThreadAndStopsWhenCancelled) {
             }));
 }
 
+/// Rows of a mebibyte, each a batch of its own.
+struct LargeRows : FakeSource {
+  bool Fetch(RowBatch& batch) override {
+    if (fetched == rows) return false;
+    batch.Clear();
+    batch.AddRow({++fetched}, 1)[0] = batch.Store(std::string(1 << 20, 'x'));
+    return true;
+  }
+};
+
+/// A server that judges what is sent when it is asked, and refuses the first of that once.
+struct JudgingTarget : RowTarget {
+  std::size_t sent = 0, mostSent = 0, loadedAlone = 0;
+  bool refuses = false;
+
+  struct Judging : ado::BulkLoad {
+    explicit Judging(JudgingTarget& ofWhom) : target(ofWhom) {}
+    bool Send(const ado::LoadRows&) override {
+      target.mostSent = std::max(target.mostSent, ++target.sent);
+      return true;
+    }
+    bool Settle() override {
+      const bool isTaken = !std::exchange(target.refuses, false);
+      rows += isTaken ? static_cast<std::int64_t>(target.sent) : 0;
+      target.sent = 0;
+      return isTaken;
+    }
+    void Load(const ado::LoadRows&, std::size_t, std::vector<ado::Refusal>& refused) override {
+      EXPECT_EQ(0u, target.sent);
+      if (target.loadedAlone++ == 0)
+        refused.push_back({0, 0, "refused"});
+      else
+        ++rows;
+    }
+    std::int64_t Finish() override { return rows; }
+
+    JudgingTarget& target;
+    std::int64_t rows = 0;
+  };
+
+  std::string Name() const override { return "the server"; }
+  std::optional<std::vector<ado::Column>> Columns() override { return std::nullopt; }
+  std::unique_ptr<ado::BulkLoad> Open(std::span<const std::string>) override {
+    return std::make_unique<Judging>(*this);
+  }
+};
+
+TEST(Pump, BatchesThatAreJudgedTogetherTakeLittleMemoryAndGoAloneWhenOneIsRefused) {
+  for (const bool refuses : {false, true}) {
+    LargeRows source;
+    source.rows = 50;
+    JudgingTarget target;
+    target.refuses = refuses;
+    PumpRequest request{source, target};
+    request.maximumErrorCount = 1;
+    const std::atomic<bool> cancelled = false;
+    const PumpCounts counts = RunPump(
+        request, [](std::int64_t) {}, cancelled);
+    EXPECT_EQ(50, counts.read);
+    EXPECT_EQ(refuses ? 1 : 0, counts.rejected);
+    EXPECT_EQ(refuses ? 49 : 50, counts.loaded);
+    EXPECT_LE(target.mostSent, 12u);
+    EXPECT_EQ(refuses, target.loadedAlone > 0);
+    EXPECT_LE(target.loadedAlone, 12u);
+  }
+}
+
 TEST(ReadAhead, StaysAFewBatchesAheadAndStopsWhenItIsLeft) {
   std::atomic<int> filled = 0;
   ReadAhead batches([&](RowBatch&) { return ++filled > 0; });
