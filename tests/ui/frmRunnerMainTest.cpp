@@ -4,6 +4,10 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <optional>
+#include <utility>
+
 #include "fakes/DataLinkRow.h"
 #include "fakes/Gate.h"
 #include "fakes/ProgramTest.h"
@@ -49,6 +53,21 @@ struct MainFormTest : ProgramTest {
     control.SetFocus.Observe([this, name] { focus = name; });
   }
   std::string focus;
+
+  /// The next connection opens when this has been done, as an event that comes meanwhile.
+  void WhileTheNextConnectionOpens(std::function<void()> event) {
+    gate_.emplace();
+    ado.state.onOpen = gate_->Pass();
+    messages.onPump = [this, event = std::move(event), hasCome = false]() mutable {
+      if (std::exchange(hasCome, true)) return;
+      EXPECT_TRUE(Form().Hourglass.Get());
+      event();
+      gate_->Open();
+    };
+  }
+
+ private:
+  std::optional<Gate> gate_;
 };
 
 TEST_F(MainFormTest, ANewJobHasDefaultsAndMarksWhatIsMissing) {
@@ -208,12 +227,7 @@ TEST_F(MainFormTest, EventsAreHandledDuringATestAndCloseWaitsForItsEnd) {
   form.cmdLoadDataLinks_Click();
   form.lstDataLinks.ListIndex.Set(1);
   form.lstDataLinks_Click();
-  Gate gate;
-  ado.state.onOpen = gate.Pass();
-  bool isPumped = false;
-  messages.onPump = [&] {
-    if (std::exchange(isPumped, true)) return;
-    EXPECT_TRUE(form.Hourglass.Get());
+  WhileTheNextConnectionOpens([&] {
     form.mnuFileNew_Click();
     form.OpenJobFile("job.etl");
     form.cmdExecute_Click();
@@ -222,8 +236,7 @@ TEST_F(MainFormTest, EventsAreHandledDuringATestAndCloseWaitsForItsEnd) {
     EXPECT_THAT(host.state.calls, IsEmpty());
     form.cmdClose_Click();
     EXPECT_TRUE(form.IsOpen());
-    gate.Open();
-  };
+  });
   form.ctDLSQLServerOBJ.cmdTest_Click();
   EXPECT_EQ("Test|It can be opened: ERP", LastBox());
   EXPECT_EQ(1u, messages.boxes.size());
@@ -248,15 +261,7 @@ TEST_F(MainFormTest, EventsAreHandledWhileAServerListsAndWhatIsTypedMeanwhileSta
     form.txtDestServer.Text.Set("DWPROD");
     form.cmbDestDB.Refill({}, -1);
     form.cmbDestDB.Text.Set("dw");
-    Gate gate;
-    ado.state.onOpen = gate.Pass();
-    bool isPumped = false;
-    messages.onPump = [&] {
-      if (std::exchange(isPumped, true)) return;
-      EXPECT_TRUE(form.Hourglass.Get());
-      (c.box ? c.box->Text : form.cmbDestDB.Text).Set(c.typed);
-      gate.Open();
-    };
+    WhileTheNextConnectionOpens([&] { (c.box ? c.box->Text : form.cmbDestDB.Text).Set(c.typed); });
     form.cmbDestDB_DropDown();
     EXPECT_EQ(c.isListed ? 2u : 0u, form.cmbDestDB.List.Get().size());
     EXPECT_EQ(c.box ? "dw" : c.typed, form.cmbDestDB.Text.Get());

@@ -64,21 +64,11 @@ class DropDownBox final : public QComboBox {
   /// A wheel scrolls what the list stands in; only an open list is chosen from by it.
   void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
-  /// What makes the list may handle events meanwhile, with the form disabled, which takes the
-  /// keyboard away.
+  /// What makes the list may handle events meanwhile, the end of the form among them.
   void showPopup() override {
-    if (isListing_) return;
-    const QPointer<QWidget> self(this);
-    isListing_ = true;
     if (beforeList) beforeList();
-    if (!self) return;
-    isListing_ = false;
-    setFocus(Qt::OtherFocusReason);
     if (isVisible()) QComboBox::showPopup();
   }
-
- private:
-  bool isListing_ = false;
 };
 
 /// A mark at the end of a field that must be filled.
