@@ -10,15 +10,19 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <future>
+#include <functional>
 #include <iterator>
 #include <set>
 #include <thread>
 
 #include "fakes/TemporaryDirectory.h"
 #include "platform/linux/settings/SettingsFile.h"
+#include "platform/linux/shares/ShareDirectory.h"
 #include "platform/linux/shares/SmbReaders.h"
+#include "platform/linux/shares/SmbServers.h"
 #include "platform/linux/shares/SmbShell.h"
+#include "platform/linux/system/CopyFiles.h"
+#include "platform/linux/system/FetchCounter.h"
 #include "platform/linux/text/IconvCodePages.h"
 #include "servers/SambaServer.h"
 
@@ -46,6 +50,37 @@ std::set<pid_t> ChildrenOf(pid_t process) {
   std::ifstream children("/proc/" + id + "/task/" + id + "/children");
   return {std::istream_iterator<pid_t>(children), {}};
 }
+
+/// False when it has not come true in ten seconds.
+bool ComesTrue(const std::function<bool()>& condition) {
+  for (int times = 0; times < 1000; ++times, std::this_thread::sleep_for(10ms))
+    if (condition()) return true;
+  return false;
+}
+
+/// The directory of the many files; before the tenth is opened, `cut` is called.
+class CutDirectory final : public SourceDirectory {
+ public:
+  CutDirectory(SmbServers& servers, std::function<void()> cut)
+      : from_(servers, *ParseUncPath(SambaServer::Unc("in", "many")), TORVIK_ADMIN_PROGRAM),
+        cut_(std::move(cut)) {}
+
+  std::vector<Entry> List(FileFailure& failure) override { return from_.List(failure); }
+  std::unique_ptr<SourceFile> Open(const std::string& name, std::error_code& error) override {
+    if (++opened_ == 10) cut_();
+    return from_.Open(name, error);
+  }
+  bool HasAnotherWay() override { return from_.HasAnotherWay(); }
+  std::string PathOf(const std::string& name) const override { return from_.PathOf(name); }
+  std::string Words(const std::string& name, const std::error_code& error) const override {
+    return from_.Words(name, error);
+  }
+
+ private:
+  ShareDirectory from_;
+  const std::function<void()> cut_;
+  int opened_ = 0;
+};
 
 class ManySmallFiles : public testing::Test {
  protected:
@@ -120,23 +155,24 @@ TEST_F(ManySmallFiles, TheFirstOneThatCannotBeReadEndsTheFetch) {
 }
 
 TEST_F(ManySmallFiles, ComeThoughConnectionsAreCut) {
-  const std::set<pid_t> others = ServerProcesses();
   for (const std::string which : {"all", "the first", "the others"}) {
     SCOPED_TRACE(which);
     for (const auto& entry : fs::directory_iterator(to_.Path())) fs::remove(entry);
-    const auto shell = ShellWith(TORVIK_ADMIN_PROGRAM);
-    auto failure = std::async(std::launch::async, [&] { return Fetch(*shell); });
-    std::vector<pid_t> connections;
-    while ((to_.Entries() < 10 || connections.size() < 3) &&
-           failure.wait_for(1ms) != std::future_status::ready) {
-      connections.clear();
-      std::ranges::set_difference(ServerProcesses(), others, std::back_inserter(connections));
-    }
-    EXPECT_LE(3, connections.size());
-    for (const pid_t connection : connections)
-      if (which == "all" || (which == "the first") == (connection == connections.front()))
-        kill(connection, SIGKILL);
-    EXPECT_EQ("", failure.get());
+    const std::set<pid_t> others = ServerProcesses();
+    SmbServers servers(settings_);
+    CutDirectory directory(servers, [&] {
+      std::vector<pid_t> connections;
+      EXPECT_TRUE(ComesTrue([&] {
+        connections.clear();
+        std::ranges::set_difference(ServerProcesses(), others, std::back_inserter(connections));
+        return connections.size() >= 3;
+      }));
+      for (const pid_t connection : connections)
+        if (which == "all" || (which == "the first") == (connection == connections.front()))
+          kill(connection, SIGKILL);
+    });
+    FetchCounter counter({});
+    EXPECT_EQ("", CopyFiles(directory, to_.Path(), counter).words);
     ExpectAll();
   }
 }
@@ -170,7 +206,7 @@ TEST_F(ManySmallFiles, ReadersBringThoseThatAreAsTheyWereListed) {
 
   std::size_t file = 0;
   const auto take = [&] { return readers.Take(files[file++].path); };
-  while (file < 900 && !take()) std::this_thread::sleep_for(10ms);
+  ASSERT_TRUE(ComesTrue([&] { return file < 900 && take().has_value(); }));
   while (file < 1000) EXPECT_EQ(TextOf(7), take()) << file;
   for (const auto& c : cases)
     EXPECT_EQ(c.comes ? std::optional(TextOf(c.number)) : std::nullopt, take())
@@ -182,6 +218,7 @@ TEST_F(ManySmallFiles, ReadersBringThoseThatAreAsTheyWereListed) {
   const std::set<pid_t> children = ChildrenOf(*processes.begin());
   ASSERT_LT(1, children.size());
   kill(*children.begin(), SIGKILL);
+  ASSERT_TRUE(ComesTrue([&] { return ChildrenOf(*processes.begin()).empty(); }));
   while (file + 1 < files.size()) take();
   EXPECT_EQ(std::nullopt, take());
 }
