@@ -109,20 +109,33 @@ bool FtpConnection::Retrieve(const std::string& path,
   std::uint64_t length = 0;
   const bool hasCome = transfer_->Run({.kind = FtpRequest::Kind::Retrieve,
                                        .path = path,
-                                       .asksSize = tellsSizes_,
+                                       .asksSize = tellsSizes_ && !announcesSizes_,
                                        .sink = [&](std::string_view bytes) {
                                          length += bytes.size();
                                          return take(bytes) ? FtpFlow::Go : FtpFlow::Stop;
                                        }});
   if (!hasCome) return Fail(transfer_->Failure());
-  const auto size = transfer_->Replies().Size();
-  tellsSizes_ = size.has_value();
+  const auto size = ToldSize();
   // Some servers tell the length of their own file: ASCII mode can only add to it.
   const bool mayBeLonger = type_ == FtpSettings::Type::Ascii;
   if (size && (length < *size || (length > *size && !mayBeLonger)))
     return Fail({wininet::ExtendedError, path + ": the server told " + std::to_string(*size) +
                                              " bytes and sent " + std::to_string(length)});
   return true;
+}
+
+/// The length of the file that has come, if the server has told it; to ask costs each file a turn
+/// on the network, so that a server is not asked any more once it has announced what it answers.
+std::optional<std::uint64_t> FtpConnection::ToldSize() {
+  const auto answered = transfer_->Replies().Size();
+  const auto announced = transfer_->Replies().AnnouncedSize();
+  if (announcesSizes_) {
+    announcesSizes_ = announced.has_value();
+    return announced;
+  }
+  tellsSizes_ = answered.has_value();
+  announcesSizes_ = tellsSizes_ && announced == answered;
+  return answered;
 }
 
 bool FtpConnection::OpenRead(const std::string& path) {

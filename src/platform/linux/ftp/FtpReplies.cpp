@@ -19,6 +19,16 @@ std::optional<std::uint64_t> NumberAt(std::string_view text, std::size_t offset)
   return result.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
+/// That of the last "(N bytes)" of a reply: a file's name may stand before it.
+std::optional<std::uint64_t> AnnouncedSizeIn(std::string_view reply) {
+  const std::size_t begin = reply.rfind('(');
+  if (begin == std::string_view::npos) return std::nullopt;
+  const std::size_t unit = reply.find_first_not_of("0123456789", begin + 1);
+  if (unit == std::string_view::npos || !reply.substr(unit).starts_with(" bytes)"))
+    return std::nullopt;
+  return NumberAt(reply, begin + 1);
+}
+
 }  // namespace
 
 int FtpCodeOf(std::string_view reply) {
@@ -48,7 +58,10 @@ void FtpReplies::Take(int code) {
     refusal_.clear();
   }
   if (code == 213) size_ = NumberAt(last_, 4);
-  hasBegunTransfer_ = hasBegunTransfer_ || (code >= 100 && code < 200);
+  if (code >= 100 && code < 200) {
+    hasBegunTransfer_ = true;
+    announcedSize_ = AnnouncedSizeIn(last_);
+  }
   hasAskedForPassword_ = hasAskedForPassword_ || code == 331;
 }
 

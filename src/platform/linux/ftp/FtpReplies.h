@@ -20,6 +20,9 @@ class FtpReplies {
   const std::string& Refusal() const { return refusal_; }
   /// The length that the server told in a reply 213.
   std::optional<std::uint64_t> Size() const { return size_; }
+  /// The length that the server told with the reply that begins a transfer, as most do: "150
+  /// Opening BINARY mode data connection for a (4096 bytes)".
+  std::optional<std::uint64_t> AnnouncedSize() const { return announcedSize_; }
 
   bool HasBegunTransfer() const { return hasBegunTransfer_; }
   bool HasAskedForPassword() const { return hasAskedForPassword_; }
@@ -32,7 +35,7 @@ class FtpReplies {
   std::string last_, refusal_;
   std::string openCode_;  ///< Of a reply whose last line is still to come.
   int firstCode_ = 0;
-  std::optional<std::uint64_t> size_;
+  std::optional<std::uint64_t> size_, announcedSize_;
   bool hasBegunTransfer_ = false;
   bool hasAskedForPassword_ = false;
 };

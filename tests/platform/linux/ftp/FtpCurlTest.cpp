@@ -225,6 +225,33 @@ TEST(FtpCurl, OneConnectionServesADirectoryOfFilesWithFewCommands) {
                           "TYPE I", "TYPE A", "RETR c", "QUIT"));
 }
 
+TEST(FtpCurl, SizesAreAskedForUntilTheServerAnnouncesThem) {
+  const std::string sent = "|data abc|end|reply 226 all|", three = sent + "when RETR|reply 150 ";
+  const struct {
+    const char* what;
+    std::string answer, begins;
+    std::vector<bool> come;
+    int asked;
+  } cases[] = {
+      {"announced",
+       "213 3",
+       "(3 bytes)" + three + "(3 bytes)" + three + "a (3 bytes).",
+       {1, 1, 1},
+       1},
+      {"not the same", "213 3", "(2 bytes)" + three + "(2 bytes)" + three + "go", {1, 1, 1}, 3},
+      {"not answered", "550 no", "(3 bytes)" + three + "(4 bytes)" + three + "go", {1, 1, 1}, 1},
+      {"no size", "213 3", "(3)" + three + "(3 bytes" + three + "(x bytes)", {1, 1, 1}, 3},
+      {"at times", "213 3", "(3 bytes)" + three + "go" + three + "go", {1, 1, 1}, 2},
+      {"cut", "213 3", "(3 bytes)" + three + "(3 bytes) (4 bytes)" + three + "", {1, 0, 1}, 1},
+      {"too large", "213 3", "(3 bytes)" + three + "(99999999999999999999 bytes)", {1, 1}, 1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Peer peer("when SIZE|reply " + c.answer + "|when RETR|reply 150 " + c.begins + sent);
+    for (const bool comes : c.come) EXPECT_EQ(comes, peer.Get()) << peer.Words();
+    EXPECT_EQ(c.asked, std::ranges::count(peer.Commands(), "SIZE file"));
+  }
+}
+
 TEST(FtpCurl, ATransferShowsItsProgressAndTheLocalFileCanFailIt) {
   Peer peer(kOpen + "data abc|hang");
   const std::pair<const char*, const char*> cases[] = {
