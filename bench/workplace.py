@@ -111,6 +111,7 @@ class Workplace:
     def put_link(self, text):
         """Stores a data link in the warehouse."""
         document = self.place / "link.toml"
+        document.touch(mode=0o600)
         document.write_text(text)
         self._admin("link", "put", document, "--database", WAREHOUSE)
 
