@@ -11,16 +11,30 @@
 
 namespace torvik {
 
+/// With a window it is connected beside it. False as well when the form was closed meanwhile.
 bool frmRunnerMain::ConnectWarehouse() {
+  const ServerLogon logon = WarehouseLogon();
+  const std::string database = cmbDestDB.Text.Get();
   std::string errorText;
-  isWarehouseOfLinks_ = program_.dataWarehouse.ConnectDataWarehouse(
-      WarehouseLogon(), cmbDestDB.Text.Get(), errorText);
-  if (isWarehouseOfLinks_) return true;
-  if (StartInConfigMode)
-    ShowError(errorText, "Connect to Datawarehouse server");
-  else
-    program_.log.EchoToLog(errorText);
-  return false;
+  bool isConnected = false;
+  const auto connect = [&] {
+    isConnected = program_.dataWarehouse.ConnectDataWarehouse(logon, database, errorText);
+  };
+  const auto tell = [&] {
+    isWarehouseOfLinks_ = isConnected;
+    if (isConnected) return;
+    if (StartInConfigMode)
+      ShowError(errorText, "Connect to Datawarehouse server");
+    else
+      program_.log.EchoToLog(errorText);
+  };
+  if (StartInConfigMode) {
+    aside_.Do(connect, tell);
+    return isConnected && isOpen_;
+  }
+  connect();
+  tell();
+  return isConnected;
 }
 
 bool frmRunnerMain::getDataLinkInfo() {

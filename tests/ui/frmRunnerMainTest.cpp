@@ -54,13 +54,12 @@ struct MainFormTest : ProgramTest {
   }
   std::string focus;
 
-  /// The next connection opens when this has been done, as an event that comes meanwhile.
+  /// The next connection opens when this has been done, as an event under the hourglass.
   void WhileTheNextConnectionOpens(std::function<void()> event) {
     gate_.emplace();
     ado.state.onOpen = gate_->Pass();
     messages.onPump = [this, event = std::move(event), hasCome = false]() mutable {
-      if (std::exchange(hasCome, true)) return;
-      EXPECT_TRUE(Form().Hourglass.Get());
+      if (!Form().Hourglass.Get() || std::exchange(hasCome, true)) return;
       event();
       gate_->Open();
     };
@@ -242,6 +241,42 @@ TEST_F(MainFormTest, EventsAreHandledDuringATestAndCloseWaitsForItsEnd) {
   EXPECT_EQ(1u, messages.boxes.size());
   EXPECT_FALSE(form.Hourglass.Get());
   EXPECT_FALSE(form.IsOpen());
+}
+
+TEST_F(MainFormTest, EventsAreHandledWhileTheWarehouseIsConnectedAndCloseMeansThatNothingFollows) {
+  const struct {
+    const char* what;
+    std::function<void(frmRunnerMain&)> click;
+  } cases[] = {{"load", [](frmRunnerMain& form) { form.cmdLoadDataLinks_Click(); }},
+               {"save", [](frmRunnerMain& form) { form.mnuFileSave_Click(); }},
+               {"execute", [](frmRunnerMain& form) { form.cmdExecute_Click(); }}};
+  for (const auto& c : cases) {
+    for (const bool closes : {false, true}) {
+      SCOPED_TRACE(c.what);
+      frmRunnerMain& form = Open();
+      form.cmdLoadDataLinks_Click();
+      for (const char* database : {"DW2", "DW"}) {  // the links are those of another one
+        form.cmbDestDB.Text.Set(database);
+        form.cmbDestDB_LostFocus();
+      }
+      host.state.calls.clear();
+      bool hasCome = false;
+      WhileTheNextConnectionOpens([&] {
+        hasCome = true;
+        form.mnuFileNew_Click();
+        form.cmdExecute_Click();
+        if (closes) form.cmdClose_Click();
+        EXPECT_TRUE(form.IsOpen());
+      });
+      c.click(form);
+      EXPECT_TRUE(hasCome);
+      EXPECT_EQ(closes, form.lstDataLinks.List.Get().empty());
+      EXPECT_EQ(!closes && c.what == std::string("execute"), !host.state.calls.empty());
+      EXPECT_NE(closes, form.IsOpen());
+      EXPECT_FALSE(form.Hourglass.Get());
+      EXPECT_EQ("no box", LastBox());
+    }
+  }
 }
 
 TEST_F(MainFormTest, EventsAreHandledWhileAServerListsAndWhatIsTypedMeanwhileStays) {
