@@ -58,6 +58,15 @@ TEST_F(ProgramOnADisplay, TheFormStaysOpenUntilItIsClosed) {
   EXPECT_EQ("canceled\r\n", sandbox_.ReadFile("hand.txt"));
 }
 
+TEST_F(ProgramOnADisplay, ABoxDoesNotKeepAProgramThatIsToEnd) {
+  std::ofstream(sandbox_.PathOf("noise.etl")) << "no job";
+  sandbox_.SetVariable("TORVIK_JOB", "noise.etl");  // which a box refuses
+  const RunningProgram program = sandbox_.Start({"torvik"});
+  ASSERT_TRUE(KeepsSignals(program.pid));
+  kill(program.pid, SIGTERM);
+  EXPECT_EQ(0, sandbox_.Wait(program).exitCode);
+}
+
 TEST_F(ProgramOnADisplay, ADisplayThatDoesNotAnswerIsNone) {
   sandbox_.SetVariable("DISPLAY", ":4711");
   EXPECT_THAT(sandbox_.Run({"torvik"}).err,

@@ -164,6 +164,9 @@ class QtDesktop final : public Desktop {
     form.Closed.Observe([this] {
       isOpen_ = false;
       loop_.quit();
+      // What waits for an answer would keep the program.
+      while (QWidget* const box = QApplication::activeModalWidget())
+        if (!box->close()) break;
     });
   }
 
