@@ -11,7 +11,8 @@
 
 namespace torvik {
 
-/// With a window it is connected beside it. False as well when the form was closed meanwhile.
+/// Beside the window, unless a run is under way, which has the hourglass of its own. False as well
+/// when the form was closed meanwhile.
 bool frmRunnerMain::ConnectWarehouse() {
   const ServerLogon logon = WarehouseLogon();
   const std::string database = cmbDestDB.Text.Get();
@@ -28,7 +29,7 @@ bool frmRunnerMain::ConnectWarehouse() {
     else
       program_.log.EchoToLog(errorText);
   };
-  if (StartInConfigMode) {
+  if (!Busy.Get()) {
     aside_.Do(connect, tell);
     return isConnected && isOpen_;
   }

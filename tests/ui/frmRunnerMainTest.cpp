@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -54,12 +55,17 @@ struct MainFormTest : ProgramTest {
   }
   std::string focus;
 
-  /// The next connection opens when this has been done, as an event under the hourglass.
+  /// The next connection opens when this has been done, as an event that comes meanwhile.
   void WhileTheNextConnectionOpens(std::function<void()> event) {
     gate_.emplace();
-    ado.state.onOpen = gate_->Pass();
+    opens_ = false;
+    ado.state.onOpen = [this, pass = gate_->Pass()] {
+      opens_ = true;
+      pass();
+    };
     messages.onPump = [this, event = std::move(event), hasCome = false]() mutable {
-      if (!Form().Hourglass.Get() || std::exchange(hasCome, true)) return;
+      if (!opens_ || std::exchange(hasCome, true)) return;
+      EXPECT_TRUE(Form().Hourglass.Get());
       event();
       gate_->Open();
     };
@@ -67,6 +73,7 @@ struct MainFormTest : ProgramTest {
 
  private:
   std::optional<Gate> gate_;
+  std::atomic<bool> opens_ = false;
 };
 
 TEST_F(MainFormTest, ANewJobHasDefaultsAndMarksWhatIsMissing) {

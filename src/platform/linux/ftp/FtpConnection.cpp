@@ -109,13 +109,13 @@ bool FtpConnection::Retrieve(const std::string& path,
   std::uint64_t length = 0;
   const bool hasCome = transfer_->Run({.kind = FtpRequest::Kind::Retrieve,
                                        .path = path,
-                                       .asksSize = tellsSizes_ && !announcesSizes_,
+                                       .asksSize = sizes_ == Sizes::Asked,
                                        .sink = [&](std::string_view bytes) {
                                          length += bytes.size();
                                          return take(bytes) ? FtpFlow::Go : FtpFlow::Stop;
                                        }});
   if (!hasCome) return Fail(transfer_->Failure());
-  const auto size = ToldSize();
+  const auto size = TakeSize();
   // Some servers tell the length of their own file: ASCII mode can only add to it.
   const bool mayBeLonger = type_ == FtpSettings::Type::Ascii;
   if (size && (length < *size || (length > *size && !mayBeLonger)))
@@ -126,15 +126,17 @@ bool FtpConnection::Retrieve(const std::string& path,
 
 /// The length of the file that has come, if the server has told it; to ask costs each file a turn
 /// on the network, so that a server is not asked any more once it has announced what it answers.
-std::optional<std::uint64_t> FtpConnection::ToldSize() {
+std::optional<std::uint64_t> FtpConnection::TakeSize() {
   const auto answered = transfer_->Replies().Size();
   const auto announced = transfer_->Replies().AnnouncedSize();
-  if (announcesSizes_) {
-    announcesSizes_ = announced.has_value();
+  if (sizes_ == Sizes::Announced) {
+    if (!announced) sizes_ = Sizes::Asked;
     return announced;
   }
-  tellsSizes_ = answered.has_value();
-  announcesSizes_ = tellsSizes_ && announced == answered;
+  if (!answered)
+    sizes_ = Sizes::Untold;
+  else if (announced == answered)
+    sizes_ = Sizes::Announced;
   return answered;
 }
 

@@ -54,17 +54,18 @@ class FtpConnection {
   bool ListOnce(std::deque<wininet::FindData>& entries);
   bool ListWith(FtpListing::Kind kind, std::deque<wininet::FindData>& entries);
   bool HasMlsd();
-  std::optional<std::uint64_t> ToldSize();
+  std::optional<std::uint64_t> TakeSize();
 
   std::unique_ptr<FtpTransfer> transfer_;
   const FtpSettings::Type type_;
   FtpFailure failure_;
   std::string directory_;  ///< That was changed to; empty: the one after the logon.
   enum class Answer { Unknown, No, Yes } hasMlsd_ = Answer::Unknown;
-  bool tellsSizes_ = true;       ///< When asked,
-  bool announcesSizes_ = false;  ///< and the same unasked, when a transfer begins.
-  std::string buffer_;           ///< Read and not yet asked for, or written and not yet sent.
-  std::size_t wanted_ = 0;       ///< How much of a file may be fetched.
+  /// Whether the server tells the length of a file: when it is asked, unasked as well when the
+  /// transfer begins, or not at all.
+  enum class Sizes { Asked, Announced, Untold } sizes_ = Sizes::Asked;
+  std::string buffer_;      ///< Read and not yet asked for, or written and not yet sent.
+  std::size_t wanted_ = 0;  ///< How much of a file may be fetched.
   bool isWriting_ = false;
   bool isAsked_ = false;     ///< The transfer asks for more to send.
   bool isComplete_ = false;  ///< There is no more to send.
